@@ -1,0 +1,19 @@
+# Compiler settings that every target of ours shares.
+add_library(project_options INTERFACE)
+target_compile_options(project_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wformat=2 -Wundef -Wdouble-promotion -Wfloat-conversion -Werror
+  # A fused multiply-add rounds once where the formats ask for two roundings: pixels would differ
+  # between machines.
+  -ffp-contract=off
+  -fno-rtti)
+if(QUORVALE_SANITIZE)
+  target_compile_options(project_options INTERFACE
+    -fsanitize=address,undefined -fno-sanitize=vptr -fno-sanitize-recover=all -fno-omit-frame-pointer
+    -O1)
+  target_link_options(project_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+# Our own code throws nothing; only what includes a library that does (the command line of dpk) is
+# built without this.
+add_library(no_exceptions INTERFACE)
+target_compile_options(no_exceptions INTERFACE -fno-exceptions)

@@ -1,0 +1,1 @@
+#include "engine/animation/animated_value.h"

@@ -1,0 +1,41 @@
+// A parameter that is a constant or driven by an envelope: one 32-bit slot, and a flag that the
+// record keeps apart from it. Flag clear: the slot holds the bits of a float. Flag set: it holds the
+// id of an envelope of the same document.
+#pragma once
+
+#include <bit>
+#include <cstdint>
+
+#include "engine/data/object_table.h"
+
+/// The float that a constant slot holds.
+inline float SlotFloat(uint32_t slot)
+{
+    return std::bit_cast<float>(slot);
+}
+
+/// The slot of a constant.
+inline uint32_t FloatSlot(float value)
+{
+    return std::bit_cast<uint32_t>(value);
+}
+
+/// Envelope `id` at `time` ticks; fatal at CurrentPlace if the table has no such record.
+float EvaluateEnvelopeId(uint32_t id, const ObjectTable* envelopes, uint32_t time);
+
+/// The value at `time` ticks. Fatal if a dynamic slot names no record.
+inline float ResolveValue(uint32_t slot, bool dynamic, const ObjectTable* envelopes, uint32_t time)
+{
+    return dynamic ? EvaluateEnvelopeId(slot, envelopes, time) : SlotFloat(slot);
+}
+
+/// The flag of value n in a mask whose bits run from the top of each byte.
+inline bool MaskBit(const uint8_t* mask, uint32_t n)
+{
+    return (mask[n / 8] & (0x80u >> (n % 8))) != 0;
+}
+
+inline void SetMaskBit(uint8_t* mask, uint32_t n)
+{
+    mask[n / 8] = static_cast<uint8_t>(mask[n / 8] | (0x80u >> (n % 8)));
+}

@@ -1,0 +1,1 @@
+#include "engine/data/compressed_entry.h"

@@ -1,0 +1,30 @@
+// The container of documents and models inside the package.
+//
+//   offset   size          content
+//   0        4             size of the uncompressed data, u32, little-endian
+//   4        to the end    one zlib stream
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+
+/// An uncompressed entry, for FreeInflatedEntry.
+struct InflatedEntry
+{
+    unsigned char* data; // into block, storedSize bytes; zeros behind what the stream gave
+    uint32_t storedSize; // bytes, the size word of the container
+    uint32_t length;     // bytes that the stream gave, at most storedSize
+    void* block;         // owned
+};
+
+/// Reads an entry of the package and uncompresses it. A size word that is smaller than what the
+/// stream holds cuts the data there; one that is larger leaves zeros at the end.
+/// @param lead    the data begins so that data + lead lies on a 16-byte boundary
+/// @param slack   zero bytes that are readable behind the data
+/// @return false, with `entry` untouched, if the package has no such entry; the lookup has printed
+///         its line then. A stream that does not inflate and a size that can't be allocated are
+///         fatal.
+bool InflatePackageEntry(FILE* package, const char* name, uint32_t lead, uint32_t slack,
+                         InflatedEntry* entry);
+
+void FreeInflatedEntry(InflatedEntry* entry);

@@ -1,0 +1,1 @@
+#include "engine/data/demo_document.h"

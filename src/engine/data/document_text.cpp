@@ -1,0 +1,1 @@
+#include "engine/data/document_text.h"

@@ -1,0 +1,1 @@
+#include "engine/data/model_data.h"

@@ -1,0 +1,50 @@
+// Models: triangle meshes that lie in the package in the layout that OpenGL wants. The uncompressed
+// file is kept as it is, and a record points into it.
+//
+// V is the number of vertices, T of texture coordinate sets; all numbers are little-endian.
+//
+//   offset             size    content
+//   0                  4       V, u32
+//   4                  1       T, u8
+//   5                  12*V    positions, 3 floats
+//   5 + 12*V           8*V     first texture coordinates, 2 floats
+//   5 + 20*V           8*V     second texture coordinates, only if T is 2 or more
+//   5 + (12 + 8*T)*V   12*V    normals, 3 floats
+//   5 + 8*(3 + T)*V    rest    triangle list, u32 indices from 0
+#pragma once
+
+#include <cstdint>
+
+#include "engine/data/demo_document.h"
+
+inline constexpr uint32_t kModelHeaderSize = 5;
+
+/// The arrays that drawing and deformation work on.
+struct Mesh
+{
+    uint32_t vertexCount;
+    uint32_t indexCount;    // indices, not triangles
+    float* vertices;        // [vertexCount][3]
+    float* texCoords1;      // [vertexCount][2]
+    float* texCoords2;      // [vertexCount][2]; null when there is only one set
+    uint8_t texCoordSets;   // 1 or 2
+    float* normals;         // [vertexCount][3]
+    uint32_t* indices;      // [indexCount], each below vertexCount; GL_TRIANGLES
+};
+
+struct ModelData
+{
+    unsigned char* block;     // owned: the uncompressed file; lives to the end of the run
+    Mesh mesh;                // into block
+    uint32_t vertexBuffer;    // OpenGL buffer names; 0 unless the model was uploaded
+    uint32_t texCoordBuffer1;
+    uint32_t texCoordBuffer2; // only if the file has 2 sets or more
+    uint32_t normalBuffer;
+    uint32_t indexBuffer;
+};
+
+/// Section 2: reads the model that the item's "filename" names, and uploads it to buffer objects if
+/// the document is the demo and GlFeatures.vbo is set (sets: both buffer targets bound to 0).
+/// Fatal: a missing entry, a header that claims more than the file holds, an index past the last
+/// vertex.
+void ReadModelItem(const TiXmlElement* item, void* record, uint32_t index, LoadContext* context);

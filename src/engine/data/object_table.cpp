@@ -1,0 +1,1 @@
+#include "engine/data/object_table.h"

@@ -1,0 +1,1 @@
+#include "engine/data/package_tools.h"

@@ -1,0 +1,1 @@
+#include "engine/geometry/deformed_mesh.h"

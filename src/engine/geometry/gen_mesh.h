@@ -1,0 +1,16 @@
+// Generated meshes: flat grids that water moves.
+#pragma once
+
+#include <cstdint>
+
+#include "engine/data/model_data.h"
+
+inline constexpr uint32_t kGenMeshParams = 32;
+
+struct GenMesh
+{
+    uint32_t type;                  // 0 "Lake water", 1 "Centerwave water"
+    int32_t params[kGenMeshParams]; // the first is the driving envelope's id, 0 for none
+    void** state;                   // owned cell, filled by the generator
+    Mesh mesh;                      // arrays owned
+};

@@ -1,0 +1,1 @@
+#include "engine/render/frame.h"

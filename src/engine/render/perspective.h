@@ -1,0 +1,7 @@
+// The projection that clips use.
+#pragma once
+
+/// Loads a symmetric perspective into the current matrix, replacing it (glLoadMatrixf).
+/// @param fov    full vertical angle in degrees
+/// @param aspect width by height of the view
+void LoadPerspective(float fov, float aspect, float nearPlane, float farPlane);

@@ -1,0 +1,1 @@
+#include "engine/render/set_material.h"

@@ -1,0 +1,84 @@
+// The timeline: 32 rows of clips laid end to end, one flat block. A frame draws at most one clip of
+// each row, row 0 first.
+//
+// All times are ticks of 10 ms, unsigned 32-bit. A row has an index by second: the clip to begin the
+// search at for ticks 100 s to 100 s + 99.
+#pragma once
+
+#include <cstdint>
+
+#include "engine/data/demo_document.h"
+
+inline constexpr uint32_t kTimelineRows = 32;
+inline constexpr uint32_t kTimelineClips = 1024;
+inline constexpr uint32_t kTimelineSeconds = 1024;
+inline constexpr uint32_t kTicksPerSecond = 100;
+inline constexpr uint32_t kEmptySlot = 0xFFFFFFFF; // reserved marker; the reader never stores it
+
+enum PassKind : int32_t
+{
+    kPassSimple = 0,         // to the whole window
+    kPassTexture = 1,        // to a bitmap
+    kPassLink = 2,           // target, viewport and buffers as the clip before left them
+    kPassClearDepth = 3,     // as simple, depth cleared first
+    kPassTextureWide = 4,    // to a bitmap, aspect 1.6
+    kPassTextureQuarter = 5, // to a bitmap resized to a quarter of the window
+};
+
+enum ProjectionKind : uint8_t
+{
+    kProjectionPerspective = 0,     // fov is a float
+    kProjectionOrthographic = 1,    // fov unused
+    kProjectionAnimatedFov = 2,     // fov is an envelope id
+};
+
+/// An animated value in column form: slot and flag of each clip.
+struct ClipValues
+{
+    uint32_t slot[kTimelineRows][kTimelineClips];
+    uint8_t dynamic[kTimelineRows][kTimelineClips]; // 1: the slot is an envelope id; 0: a float
+};
+
+struct Timeline
+{
+    uint32_t clipCount[kTimelineRows];
+    uint32_t sceneId[kTimelineRows][kTimelineClips]; // 0 draws nothing
+    uint32_t spaceBefore[kTimelineRows][kTimelineClips]; // ticks of gap before the clip
+    uint32_t offset[kTimelineRows][kTimelineClips];      // ticks added to clip-local time
+    uint32_t length[kTimelineRows][kTimelineClips];      // ticks, without spaceBefore
+    int32_t passKind[kTimelineRows][kTimelineClips];     // PassKind
+    ClipValues cameraX, cameraY, cameraZ;
+    ClipValues cameraRotX, cameraRotY, cameraRotZ;          // degrees
+    uint32_t fov[kTimelineRows][kTimelineClips];            // degrees, vertical; see projectionKind
+    uint8_t projectionKind[kTimelineRows][kTimelineClips];  // ProjectionKind
+    float passParams[kTimelineRows][kTimelineClips][8];     // the first: target bitmap id, 0.0 none
+    int8_t fogMode[kTimelineRows][kTimelineClips];          // fog is on above 0
+    ClipValues fogDensity, fogStart, fogEnd;                // unset where fog is off
+    uint32_t fogColourMaterial[kTimelineRows][kTimelineClips]; // 0 is white
+    uint32_t slotIndex[kTimelineRows][kTimelineSeconds];
+    uint32_t clipEnd[kTimelineRows][kTimelineClips]; // absolute end tick, inclusive
+    uint32_t rowEnd[kTimelineRows];                  // largest clipEnd; read by nothing
+};
+
+/// @return a new zeroed block for free()
+Timeline* CreateTimeline();
+
+/// Clears what a reader counts on: clipCount, rowEnd, clipEnd and slotIndex of all rows.
+void InitializeTimeline(Timeline* timeline);
+
+/// Notes where a clip lies. Slots past the block's 1024 seconds are left out: a search past them
+/// starts at the last slot.
+/// @param start, end   absolute ticks
+/// @param clip, row    from 0
+void AddClipToIndex(uint32_t start, uint32_t end, uint32_t clip, uint32_t row, Timeline* timeline);
+
+/// Section 10, one row: reads all its clips. Fatal: more than 1024 clips, a missing attribute or
+/// child.
+void ReadTimelineRow(const TiXmlElement* item, void* record, uint32_t index, LoadContext* context);
+
+/// Section 10, before its rows: clears the block of demo.xmlz (that of loading.xmlz is cleared when
+/// it is made).
+void BeginTimeline(LoadContext* context);
+
+/// Section 10, behind its rows: fatal if there was none.
+void EndTimeline(LoadContext* context);

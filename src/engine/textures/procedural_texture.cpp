@@ -1,0 +1,1 @@
+#include "engine/textures/procedural_texture.h"

@@ -1,0 +1,1 @@
+#include "player/demo_clock.h"

@@ -1,0 +1,1 @@
+#include "player/load_piece.h"

@@ -1,0 +1,6 @@
+#include "player/run_demo.h"
+
+int main(int argc, char** argv)
+{
+    return RunDemo(argc, argv);
+}

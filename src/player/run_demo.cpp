@@ -1,0 +1,1 @@
+#include "player/run_demo.h"
