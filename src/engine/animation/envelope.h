@@ -45,9 +45,9 @@ struct Envelope
 };
 
 /// The value of an envelope at a time in ticks. 1.0 with no pieces. Keeps the result in the record,
-/// so a second call at the same time costs a comparison. Never fails: a piece of an unknown function
-/// gives the value before, a spline at or before the knot in front of its first point gives y1, one
-/// past its last knot the last y, and a loop of no length does not fold.
+/// so a second call at the same time costs a comparison. Never fails: a piece of an unknown
+/// function gives the value before, a spline at or before the knot in front of its first point
+/// gives y1, one past its last knot the last y, and a loop of no length does not fold.
 float EvaluateEnvelope(Envelope* envelope, uint32_t time);
 
 /// Section 3: one envelope. Fatal: a missing attribute, more than 16 pieces or 24 parameters.

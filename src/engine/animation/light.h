@@ -21,4 +21,5 @@ void ReadLightItem(const TiXmlElement* item, void* record, uint32_t index, LoadC
 /// Lights what is drawn next. Sets: GL_LIGHTING and GL_LIGHT1 on; position, ambient and diffuse of
 /// GL_LIGHT1, in this order, at `time` ticks. The position goes through the current modelview
 /// matrix. Fatal: no such light, or a dynamic value without its envelope.
-void ApplyLight(uint32_t id, const ObjectTable* lights, const ObjectTable* envelopes, uint32_t time);
+void ApplyLight(uint32_t id, const ObjectTable* lights, const ObjectTable* envelopes,
+                uint32_t time);

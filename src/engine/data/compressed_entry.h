@@ -20,11 +20,9 @@ struct InflatedEntry
 /// Reads an entry of the package and uncompresses it. A size word that is smaller than what the
 /// stream holds cuts the data there; one that is larger leaves zeros at the end.
 /// @param lead    the data begins so that data + lead lies on a 16-byte boundary
-/// @param slack   zero bytes that are readable behind the data
 /// @return false, with `entry` untouched, if the package has no such entry; the lookup has printed
 ///         its line then. A stream that does not inflate and a size that can't be allocated are
 ///         fatal.
-bool InflatePackageEntry(FILE* package, const char* name, uint32_t lead, uint32_t slack,
-                         InflatedEntry* entry);
+bool InflatePackageEntry(FILE* package, const char* name, uint32_t lead, InflatedEntry* entry);
 
 void FreeInflatedEntry(InflatedEntry* entry);

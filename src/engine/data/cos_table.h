@@ -15,8 +15,8 @@ extern float CosTable[kCosTableSize];
 /// Fills CosTable. Runs before anything else that computes: every other table may use it.
 void BuildCosTable();
 
-/// The cosine of n steps, any n. Reads entry 4096 + r, r the remainder of n by 4096 with the sign of
-/// n. The two halves of the table differ in their last bits, so a mask of n is not the same.
+/// The cosine of n steps, any n. Reads entry 4096 + r, r the remainder of n by 4096 with the sign
+/// of n. The two halves of the table differ in their last bits, so a mask of n is not the same.
 inline float cosLookup(int32_t n)
 {
     return CosTable[kCosTurn + n % kCosTurn];

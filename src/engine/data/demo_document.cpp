@@ -1,1 +1,119 @@
 #include "engine/data/demo_document.h"
+
+#include "engine/data/compressed_entry.h"
+#include "engine/data/document_text.h"
+#include "engine/data/document_values.h"
+#include "engine/data/fault.h"
+
+bool LoadDocument(FILE* package, const char* name, TiXmlDocument* document)
+{
+    CurrentPlace = {name, kNoSection, 0, 0};
+
+    InflatedEntry entry;
+    if (!InflatePackageEntry(package, name, 0, &entry))
+    {
+        return false;
+    }
+    bool parsed = LoadFromString(document, entry.data, static_cast<long>(entry.length),
+                                 TIXML_ENCODING_UNKNOWN);
+    FreeInflatedEntry(&entry);
+    if (!parsed)
+    {
+        FatalFault("the text does not parse (line %d, column %d)", document->ErrorRow(),
+                   document->ErrorCol());
+    }
+    return true;
+}
+
+/// Section 0: the second top-level node.
+static const TiXmlNode* FirstSection(const TiXmlDocument* document)
+{
+    const TiXmlNode* first = document->FirstChild();
+    return first == nullptr ? nullptr : first->NextSibling();
+}
+
+uint32_t CountItems(const TiXmlDocument* document)
+{
+    uint32_t total = 0;
+    for (const TiXmlNode* section = FirstSection(document); section != nullptr;
+         section = section->NextSibling())
+    {
+        total += CountChildren(section);
+    }
+    return total;
+}
+
+static void ReadItem(const SectionReader* reader, ObjectTable* table, const TiXmlNode* item,
+                     uint32_t index, LoadContext* context)
+{
+    void* record = nullptr;
+    if (reader->readItem == nullptr)
+    {
+        return;
+    }
+    if (table != nullptr)
+    {
+        uint32_t id = AllocateObject(table);
+        if (id == 0)
+        {
+            FatalFault("the section holds more than %u items", kObjectTableCapacity);
+        }
+        record = GetObject(static_cast<int32_t>(id), table);
+    }
+    reader->readItem(RequireElement(item, "the item"), record, index, context);
+}
+
+static void ReadSection(const SectionReader* reader, const TiXmlNode* section, int32_t number,
+                        LoadContext* context)
+{
+    CurrentPlace = {context->document->name, number, 0, 0};
+    ObjectTable* table = nullptr;
+    if (reader->table != nullptr)
+    {
+        table = CreateObjectTable(reader->recordSize);
+        context->document->*(reader->table) = table;
+    }
+    if (reader->begin != nullptr)
+    {
+        reader->begin(context);
+    }
+
+    uint32_t index = 0;
+    for (const TiXmlNode* item = section->FirstChild(); item != nullptr; item = item->NextSibling())
+    {
+        if (reader->itemLimit != 0 && index == reader->itemLimit)
+        {
+            break;
+        }
+        CurrentPlace = {context->document->name, number, index + 1, 0};
+        ReadItem(reader, table, item, index, context);
+        ++index;
+        if (context->itemDone != nullptr)
+        {
+            context->itemDone(context->user);
+        }
+    }
+
+    CurrentPlace = {context->document->name, number, 0, 0};
+    if (reader->end != nullptr)
+    {
+        reader->end(context);
+    }
+}
+
+void ReadSections(const SectionReader* readers, LoadContext* context)
+{
+    const TiXmlNode* section = FirstSection(context->document->document);
+    for (int32_t number = 0; number < kSectionCount; ++number)
+    {
+        CurrentPlace = {context->document->name, number, 0, 0};
+        if (section == nullptr)
+        {
+            FatalFault("the section is missing: a document has %d of them", kSectionCount);
+        }
+        ReadSection(&readers[number], section, number, context);
+        section = section->NextSibling();
+    }
+    context->document->musicNode = section;
+    CurrentPlace = {context->document->name, kNoSection, 0, 0};
+}

@@ -21,19 +21,19 @@ inline constexpr uint32_t kLayerCapacity = 248;
 
 struct DemoDocument
 {
-    const char* name;            // package entry, borrowed
-    TiXmlDocument* document;     // borrowed
-    Timeline* timeline;          // borrowed
-    ObjectTable* textures;       // section 1, ProceduralTexture; this and all tables owned or null
-    ObjectTable* models;         // section 2, ModelData
-    ObjectTable* envelopes;      // section 3, Envelope
-    ObjectTable* lights;         // section 4, Light
-    ObjectTable* effects;        // section 5, Effect2D
-    ObjectTable* bitmaps;        // section 6, BitmapTexture
-    ObjectTable* materials;      // section 7, Material
-    ObjectTable* genMeshes;      // section 8, GenMesh
-    ObjectTable* scenes;         // section 9, Scene
-    const TiXmlNode* musicNode;  // next sibling of section 10, lent by the tree; may be null
+    const char* name;           // package entry, borrowed
+    TiXmlDocument* document;    // borrowed
+    Timeline* timeline;         // borrowed
+    ObjectTable* textures;      // section 1, ProceduralTexture; this and all tables owned or null
+    ObjectTable* models;        // section 2, ModelData
+    ObjectTable* envelopes;     // section 3, Envelope
+    ObjectTable* lights;        // section 4, Light
+    ObjectTable* effects;       // section 5, Effect2D
+    ObjectTable* bitmaps;       // section 6, BitmapTexture
+    ObjectTable* materials;     // section 7, Material
+    ObjectTable* genMeshes;     // section 8, GenMesh
+    ObjectTable* scenes;        // section 9, Scene
+    const TiXmlNode* musicNode; // next sibling of section 10, lent by the tree; may be null
 };
 
 /// What section readers share while one document is read.

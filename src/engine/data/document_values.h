@@ -1,5 +1,5 @@
-// Reading values out of document nodes. What is asked for must be there: a node or attribute that is
-// missing ends the program through FatalFault at CurrentPlace.
+// Reading values out of document nodes. What is asked for must be there: a node or attribute that
+// is missing ends the program through FatalFault at CurrentPlace.
 #pragma once
 
 #include <cstdint>

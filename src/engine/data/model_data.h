@@ -23,20 +23,20 @@ inline constexpr uint32_t kModelHeaderSize = 5;
 struct Mesh
 {
     uint32_t vertexCount;
-    uint32_t indexCount;    // indices, not triangles
-    float* vertices;        // [vertexCount][3]
-    float* texCoords1;      // [vertexCount][2]
-    float* texCoords2;      // [vertexCount][2]; null when there is only one set
-    uint8_t texCoordSets;   // 1 or 2
-    float* normals;         // [vertexCount][3]
-    uint32_t* indices;      // [indexCount], each below vertexCount; GL_TRIANGLES
+    uint32_t indexCount;  // indices, not triangles
+    float* vertices;      // [vertexCount][3]
+    float* texCoords1;    // [vertexCount][2]
+    float* texCoords2;    // [vertexCount][2]; null when there is only one set
+    uint8_t texCoordSets; // 1 or 2
+    float* normals;       // [vertexCount][3]
+    uint32_t* indices;    // [indexCount], each below vertexCount; GL_TRIANGLES
 };
 
 struct ModelData
 {
-    unsigned char* block;     // owned: the uncompressed file; lives to the end of the run
-    Mesh mesh;                // into block
-    uint32_t vertexBuffer;    // OpenGL buffer names; 0 unless the model was uploaded
+    unsigned char* block;  // owned: the uncompressed file; lives to the end of the run
+    Mesh mesh;             // into block
+    uint32_t vertexBuffer; // OpenGL buffer names; 0 unless the model was uploaded
     uint32_t texCoordBuffer1;
     uint32_t texCoordBuffer2; // only if the file has 2 sets or more
     uint32_t normalBuffer;

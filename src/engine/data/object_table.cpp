@@ -1,1 +1,87 @@
 #include "engine/data/object_table.h"
+
+#include <cassert>
+#include <cstdlib>
+
+#include "engine/data/fault.h"
+
+ObjectTable* CreateObjectTable(uint32_t recordSize)
+{
+    ObjectTable* table = static_cast<ObjectTable*>(calloc(1, sizeof(ObjectTable)));
+    if (table == nullptr)
+    {
+        FatalError("out of memory");
+    }
+    table->recordSize = recordSize;
+    table->lowestFree = 1;
+    return table;
+}
+
+void FreeObjectTable(ObjectTable* table)
+{
+    for (uint32_t position = table->count; position > 0; --position)
+    {
+        free(table->records[table->order[position - 1] - 1]);
+    }
+    free(table);
+}
+
+/// The first free id above one that was just taken. Ids below lowestFree are never free, so a scan
+/// that starts there misses none.
+static uint32_t FindNextFreeId(uint32_t id, const ObjectTable* table)
+{
+    if (table->count >= kObjectTableCapacity)
+    {
+        return kObjectTableCapacity + 1;
+    }
+    do
+    {
+        ++id;
+    } while (table->idUsed[id - 1] != 0);
+    return id;
+}
+
+uint32_t AllocateObject(ObjectTable* table)
+{
+    if (table->count == kObjectTableCapacity)
+    {
+        return 0;
+    }
+
+    uint32_t id = table->lowestFree;
+    assert(table->idUsed[id - 1] == 0);
+    table->records[id - 1] = malloc(table->recordSize);
+    if (table->records[id - 1] == nullptr)
+    {
+        FatalFault("out of memory");
+    }
+    table->refCount[id - 1] = 0;
+    table->idUsed[id - 1] = id;
+
+    table->count += 1;
+    table->position[id - 1] = table->count;
+    table->order[table->count - 1] = id;
+
+    table->lowestFree = FindNextFreeId(id, table);
+    return id;
+}
+
+uint32_t ObjectPosition(uint32_t id, const ObjectTable* table)
+{
+    return table->position[id - 1];
+}
+
+void* GetObjectAtPosition(int32_t position, const ObjectTable* table)
+{
+    if (position < 1 || position > static_cast<int32_t>(kObjectTableCapacity) ||
+        static_cast<uint32_t>(position) > table->count)
+    {
+        return nullptr;
+    }
+    return table->records[table->order[position - 1] - 1];
+}
+
+uint32_t ObjectIdAtPosition(uint32_t position, const ObjectTable* table)
+{
+    return table->order[position - 1];
+}

@@ -1,5 +1,5 @@
-// The deformed geometry of the one object that is being drawn. A manipulator fills it, drawing reads
-// it, and it is gone before the next object.
+// The deformed geometry of the one object that is being drawn. A manipulator fills it, drawing
+// reads it, and it is gone before the next object.
 #pragma once
 
 #include <cstdint>

@@ -8,7 +8,7 @@ inline constexpr uint32_t kInstanceFloats = 9;
 /// An instance is nine floats: position x, y, z; rotation x, y, z in degrees; scale x, y, z.
 struct InstanceList
 {
-    float* data;    // [count][9], owned
+    float* data; // [count][9], owned
     uint32_t count;
 };
 

@@ -11,15 +11,15 @@ inline constexpr uint32_t kMaterialRefs = 16;
 
 struct Material
 {
-    uint32_t type;                       // the recipe, 0 to 23
-    uint8_t dynamicMask[4];              // see MaterialMaskBit
-    uint32_t params[kMaterialParams];    // animated slots: red, green, blue, alpha, extra
-    uint32_t refs[kMaterialRefs];        // ids of "texture" and "light" children, in order; 0 none
-    uint32_t effectRefs[kMaterialRefs];  // ids of "effect2d" children
+    uint32_t type;                      // the recipe, 0 to 23
+    uint8_t dynamicMask[4];             // see MaterialMaskBit
+    uint32_t params[kMaterialParams];   // animated slots: red, green, blue, alpha, extra
+    uint32_t refs[kMaterialRefs];       // ids of "texture" and "light" children, in order; 0 none
+    uint32_t effectRefs[kMaterialRefs]; // ids of "effect2d" children
 };
 
-/// Where the dynamic bit of parameter n lies: bytes 0 and 1 hold 0 to 15, and 16 to 31 all fall into
-/// byte 2, so 16 and 24 share a bit. No recipe goes past parameter 4.
+/// Where the dynamic bit of parameter n lies: bytes 0 and 1 hold 0 to 15, and 16 to 31 all fall
+/// into byte 2, so 16 and 24 share a bit. No recipe goes past parameter 4.
 struct MaterialMaskBit
 {
     uint32_t byte;

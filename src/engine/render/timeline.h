@@ -1,8 +1,8 @@
 // The timeline: 32 rows of clips laid end to end, one flat block. A frame draws at most one clip of
 // each row, row 0 first.
 //
-// All times are ticks of 10 ms, unsigned 32-bit. A row has an index by second: the clip to begin the
-// search at for ticks 100 s to 100 s + 99.
+// All times are ticks of 10 ms, unsigned 32-bit. A row has an index by second: the clip to begin
+// the search at for ticks 100 s to 100 s + 99.
 #pragma once
 
 #include <cstdint>
@@ -27,9 +27,9 @@ enum PassKind : int32_t
 
 enum ProjectionKind : uint8_t
 {
-    kProjectionPerspective = 0,     // fov is a float
-    kProjectionOrthographic = 1,    // fov unused
-    kProjectionAnimatedFov = 2,     // fov is an envelope id
+    kProjectionPerspective = 0,  // fov is a float
+    kProjectionOrthographic = 1, // fov unused
+    kProjectionAnimatedFov = 2,  // fov is an envelope id
 };
 
 /// An animated value in column form: slot and flag of each clip.
@@ -42,18 +42,18 @@ struct ClipValues
 struct Timeline
 {
     uint32_t clipCount[kTimelineRows];
-    uint32_t sceneId[kTimelineRows][kTimelineClips]; // 0 draws nothing
+    uint32_t sceneId[kTimelineRows][kTimelineClips];     // 0 draws nothing
     uint32_t spaceBefore[kTimelineRows][kTimelineClips]; // ticks of gap before the clip
     uint32_t offset[kTimelineRows][kTimelineClips];      // ticks added to clip-local time
     uint32_t length[kTimelineRows][kTimelineClips];      // ticks, without spaceBefore
     int32_t passKind[kTimelineRows][kTimelineClips];     // PassKind
     ClipValues cameraX, cameraY, cameraZ;
-    ClipValues cameraRotX, cameraRotY, cameraRotZ;          // degrees
-    uint32_t fov[kTimelineRows][kTimelineClips];            // degrees, vertical; see projectionKind
-    uint8_t projectionKind[kTimelineRows][kTimelineClips];  // ProjectionKind
-    float passParams[kTimelineRows][kTimelineClips][8];     // the first: target bitmap id, 0.0 none
-    int8_t fogMode[kTimelineRows][kTimelineClips];          // fog is on above 0
-    ClipValues fogDensity, fogStart, fogEnd;                // unset where fog is off
+    ClipValues cameraRotX, cameraRotY, cameraRotZ;         // degrees
+    uint32_t fov[kTimelineRows][kTimelineClips];           // degrees, vertical; see projectionKind
+    uint8_t projectionKind[kTimelineRows][kTimelineClips]; // ProjectionKind
+    float passParams[kTimelineRows][kTimelineClips][8];    // the first: target bitmap id, 0.0 none
+    int8_t fogMode[kTimelineRows][kTimelineClips];         // fog is on above 0
+    ClipValues fogDensity, fogStart, fogEnd;               // unset where fog is off
     uint32_t fogColourMaterial[kTimelineRows][kTimelineClips]; // 0 is white
     uint32_t slotIndex[kTimelineRows][kTimelineSeconds];
     uint32_t clipEnd[kTimelineRows][kTimelineClips]; // absolute end tick, inclusive

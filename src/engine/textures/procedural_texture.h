@@ -17,10 +17,10 @@ struct TextureJob
 
 struct ProceduralTexture
 {
-    uint8_t stepCount;                             // 0 to 32
-    int32_t stepType[kTextureSteps];               // 101 to 104, 201 to 207
-    int32_t stepLayer[kTextureSteps];              // place in the document's layers, from 0
-    float stepParams[kTextureSteps][kStepParams];  // 1.0 where the document gives none
-    uint32_t glTexture;                            // OpenGL texture name
+    uint8_t stepCount;                            // 0 to 32
+    int32_t stepType[kTextureSteps];              // 101 to 104, 201 to 207
+    int32_t stepLayer[kTextureSteps];             // place in the document's layers, from 0
+    float stepParams[kTextureSteps][kStepParams]; // 1.0 where the document gives none
+    uint32_t glTexture;                           // OpenGL texture name
     TextureJob job;
 };
