@@ -1,1 +1,152 @@
 #include "player/music.h"
+
+#include <SDL.h>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <libmodplug/modplug.h>
+#include <string>
+#include <sys/stat.h>
+
+#include "engine/data/document_values.h"
+#include "engine/data/fault.h"
+#include "player/demo_clock.h"
+
+static constexpr unsigned int kMasterVolume = 512;
+static constexpr int kReverbDepth = 20;
+static constexpr int kFrequency = 44100; // sample frames a second
+static constexpr Uint8 kChannels = 2;
+static constexpr Uint16 kBlockFrames = 8192; // about 186 ms
+
+struct ModuleFile
+{
+    void* data; // owned
+    int size;   // bytes
+};
+
+// Set before audio starts, then touched by the audio thread alone; both stay to the end of the run.
+static ModPlugFile* musicModule; // owned; null if the file is no module
+static ModuleFile moduleData;
+
+static SDL_AudioSpec grantedAudio; // the device's reply; the clock keeps its own constant
+
+/// SDL's audio callback.
+static void FillAudioBlock(void* /*user*/, Uint8* stream, int length)
+{
+    CountAudioBlock(static_cast<uint32_t>(length));
+    if (musicModule != nullptr)
+    {
+        ModPlug_Read(musicModule, stream, length);
+    }
+    else
+    {
+        memset(stream, 0, static_cast<size_t>(length));
+    }
+    AudioClock.audioStarted = 1;
+}
+
+/// @return the module's file for reading, from its own path or from the music folder; null after a
+///         line if it is in neither
+static FILE* OpenModuleFile(const char* path)
+{
+    FILE* stream = fopen(path, "rb");
+    if (stream == nullptr)
+    {
+        std::string below = std::string("music/") + path;
+        stream = fopen(below.c_str(), "rb");
+    }
+    if (stream == nullptr)
+    {
+        printf("Error: cannot open %s!\n", path);
+    }
+    return stream;
+}
+
+/// The size of what can be read; 0 for what has no size of its own, a folder or a device.
+static long FindFileSize(FILE* stream)
+{
+    struct stat status;
+    if (fstat(fileno(stream), &status) != 0 || !S_ISREG(status.st_mode))
+    {
+        return 0;
+    }
+    fseek(stream, 0, SEEK_END);
+    long size = ftell(stream);
+    rewind(stream);
+    return size < 0 ? 0 : size;
+}
+
+/// Reads the whole file. What can't be read is as good as not there.
+static ModuleFile ReadModuleFile(FILE* stream, const char* path)
+{
+    long size = FindFileSize(stream);
+    // One byte more: an empty file has a block as well.
+    void* data = size <= INT_MAX ? malloc(static_cast<size_t>(size) + 1) : nullptr;
+    if (data == nullptr)
+    {
+        FatalFault("\"%s\": its size of %ld bytes can't be allocated", path, size);
+    }
+    size_t got = fread(data, 1, static_cast<size_t>(size), stream);
+    return {data, static_cast<int>(got)};
+}
+
+static void LoadModule(ModuleFile file)
+{
+    moduleData = file;
+    musicModule = ModPlug_Load(file.data, file.size);
+    if (musicModule != nullptr)
+    {
+        ModPlug_SetMasterVolume(musicModule, kMasterVolume);
+    }
+
+    // The module is read under the library's defaults, and only its playing under these.
+    ModPlug_Settings settings;
+    ModPlug_GetSettings(&settings);
+    settings.mFlags |= MODPLUG_ENABLE_OVERSAMPLING | MODPLUG_ENABLE_REVERB;
+    settings.mResamplingMode = MODPLUG_RESAMPLE_FIR;
+    settings.mReverbDepth = kReverbDepth;
+    ModPlug_SetSettings(&settings);
+}
+
+static bool StartAudio()
+{
+    SDL_AudioSpec wish = {};
+    wish.freq = kFrequency;
+    wish.format = AUDIO_S16LSB;
+    wish.channels = kChannels;
+    wish.samples = kBlockFrames;
+    wish.callback = FillAudioBlock;
+    wish.userdata = nullptr;
+    if (SDL_OpenAudio(&wish, &grantedAudio) < 0)
+    {
+        fprintf(stderr, "Couldn't open audio: %s\n", SDL_GetError());
+        return false;
+    }
+    SDL_PauseAudio(0);
+    StartAudioClock();
+    return true;
+}
+
+bool StartMusic(const DemoDocument* document, LauncherChoice* choice)
+{
+    if (choice->music != kSwitchOn)
+    {
+        StartSilentClock(choice);
+        return true;
+    }
+
+    CurrentPlace = {document->name, kMusicNode, 0, 0};
+    const char* path = RequireElement(document->musicNode, "the node")->Attribute("file");
+    FILE* stream = path == nullptr ? nullptr : OpenModuleFile(path);
+    if (stream == nullptr)
+    {
+        StartSilentClock(choice);
+        return true;
+    }
+    ModuleFile file = ReadModuleFile(stream, path);
+    fclose(stream);
+
+    LoadModule(file);
+    return StartAudio();
+}
