@@ -731,6 +731,14 @@ std::string TakeGlCalls()
     return calls;
 }
 
+void RecordCall(const std::string& line)
+{
+    if (!gl.muted)
+    {
+        gl.calls += line + '\n';
+    }
+}
+
 void ResetGl()
 {
     gl = Context();

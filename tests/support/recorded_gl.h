@@ -47,6 +47,11 @@
 /// @return the lines since the last call of this or of ResetGl; they are gone then
 std::string TakeGlCalls();
 
+/// Writes a line among the calls, for other stand-ins that keep the same record: a test then sees
+/// OpenGL's calls and theirs in one order. Muted like them, not counted.
+/// @param line   without a newline
+void RecordCall(const std::string& line);
+
 /// Back to a fresh context: no lines, labels, textures or buffers, names count from 1 again,
 /// matrices are identities, recording is on, and glewInit will find everything.
 void ResetGl();
