@@ -20,6 +20,13 @@ const TiXmlElement* RequireElement(const TiXmlNode* node, const char* what)
     return element;
 }
 
+const TiXmlElement* TakeElement(const TiXmlNode** node, const char* what)
+{
+    const TiXmlElement* element = RequireElement(*node, what);
+    *node = element->NextSibling();
+    return element;
+}
+
 const char* RequireAttribute(const TiXmlElement* element, const char* name)
 {
     const char* text = element->Attribute(name);

@@ -10,6 +10,12 @@
 /// @return the node as an element; fatal if it is null or not an element
 const TiXmlElement* RequireElement(const TiXmlNode* node, const char* what);
 
+/// Walks children that are found by position.
+/// @param node   the next child, may be null; moves on to its next sibling
+/// @param what   how a fault calls it
+/// @return the child as an element; fatal if there is none or it is not an element
+const TiXmlElement* TakeElement(const TiXmlNode** node, const char* what);
+
 /// @return the attribute's text, lent by the tree
 const char* RequireAttribute(const TiXmlElement* element, const char* name);
 
