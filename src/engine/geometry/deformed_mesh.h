@@ -6,8 +6,8 @@
 
 struct DeformedMesh
 {
-    float* vertices;       // [vertexCount][3], owned; null if the object is not deformed
-    float* normals;        // [vertexCount][3], owned
+    float* vertices;       // [vertexCount][3], owned, from malloc; null if nothing is deformed
+    float* normals;        // [vertexCount][3], owned, from malloc
     uint32_t vertexBuffer; // OpenGL buffer names; 0 unless buffer objects are in use
     uint32_t normalBuffer;
 };
@@ -15,6 +15,6 @@ struct DeformedMesh
 /// Main thread only.
 extern DeformedMesh CurrentDeformedMesh;
 
-/// Frees both arrays and sets them to null, if there are any. With `vbo`, first deletes the two
-/// buffers with glDeleteBuffersARB.
+/// If there are deformed arrays: with `vbo`, deletes the two buffers with glDeleteBuffersARB, then
+/// frees both arrays, and all four fields are clear again. Otherwise does nothing.
 void ReleaseDeformedMesh(bool vbo);

@@ -14,3 +14,10 @@ struct GenMesh
     void** state;                   // owned cell, filled by the generator
     Mesh mesh;                      // arrays owned
 };
+
+/// Moves a mesh to an object time; every use of a generated mesh comes after a call of it. An id
+/// without a record does nothing.
+/// @param time   ticks
+/// Fatal: a driving envelope that its table lacks.
+void UpdateGenMesh(uint32_t id, const ObjectTable* genMeshes, const ObjectTable* envelopes,
+                   uint32_t time);

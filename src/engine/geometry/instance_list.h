@@ -5,6 +5,9 @@
 
 inline constexpr uint32_t kInstanceFloats = 9;
 
+/// The most instances that a list may hold, 2^24: some 600 MB of them, far past what can be drawn.
+inline constexpr uint32_t kInstanceLimit = 1u << 24;
+
 /// An instance is nine floats: position x, y, z; rotation x, y, z in degrees; scale x, y, z.
 struct InstanceList
 {
