@@ -2,6 +2,7 @@
 #pragma once
 
 /// Loads a symmetric perspective into the current matrix, replacing it (glLoadMatrixf).
-/// @param fov    full vertical angle in degrees
-/// @param aspect width by height of the view
+/// @param fov        full vertical angle in degrees
+/// @param aspect     width by height of the view
+/// @param nearPlane, farPlane   distances of the clipping planes
 void LoadPerspective(float fov, float aspect, float nearPlane, float farPlane);
