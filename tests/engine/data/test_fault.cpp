@@ -1,0 +1,54 @@
+#include "engine/data/fault.h"
+
+#include <cstdio>
+#include <gtest/gtest.h>
+
+static void PrintRestored()
+{
+    fprintf(stderr, "restored\n");
+}
+
+TEST(FaultDeathTest, NamesDocumentSectionItemAndPart)
+{
+    CurrentPlace = {"demo.xmlz", 3, 2, 5};
+    EXPECT_EXIT(FatalFault("attribute \"%s\" is missing", "length"), testing::ExitedWithCode(1),
+                "^quorvale: demo.xmlz, section 3 \\(envelopes\\), item 2, piece 5: "
+                "attribute \"length\" is missing\n$");
+}
+
+TEST(FaultDeathTest, LeavesOutWhatIsNotKnown)
+{
+    CurrentPlace = {"loading.xmlz", 7, 0, 0};
+    EXPECT_EXIT(FatalFault("x"), testing::ExitedWithCode(1),
+                "^quorvale: loading.xmlz, section 7 \\(materials\\): x\n$");
+    CurrentPlace = {"loading.xmlz", kNoSection, 0, 0};
+    EXPECT_EXIT(FatalFault("x"), testing::ExitedWithCode(1), "^quorvale: loading.xmlz: x\n$");
+    CurrentPlace = {nullptr, kNoSection, 0, 0};
+    EXPECT_EXIT(FatalFault("x"), testing::ExitedWithCode(1), "^quorvale: x\n$");
+}
+
+TEST(FaultDeathTest, CallsTheItemsOfTheTimelineRows)
+{
+    CurrentPlace = {"demo.xmlz", 10, 3, 7};
+    EXPECT_EXIT(FatalFault("x"), testing::ExitedWithCode(1),
+                "section 10 \\(timeline\\), row 3, clip 7: x");
+    CurrentPlace = {"demo.xmlz", kMusicNode, 0, 0};
+    EXPECT_EXIT(FatalFault("x"), testing::ExitedWithCode(1), "demo.xmlz, music node: x");
+}
+
+TEST(FaultDeathTest, GivesTheDisplayBackBehindTheLine)
+{
+    CurrentPlace = {nullptr, kNoSection, 0, 0};
+    SetDisplayRestorer(PrintRestored);
+    EXPECT_EXIT(FatalFault("gone"), testing::ExitedWithCode(1), "^quorvale: gone\nrestored\n$");
+    EXPECT_EXIT(FatalError("gone"), testing::ExitedWithCode(1), "^quorvale: gone\nrestored\n$");
+    SetDisplayRestorer(nullptr);
+}
+
+TEST(FaultDeathTest, AnErrorOutsideDocumentsNamesNoPlace)
+{
+    CurrentPlace = {"demo.xmlz", 3, 2, 5};
+    EXPECT_EXIT(FatalError("no %s", "display"), testing::ExitedWithCode(1),
+                "^quorvale: no display\n$");
+    CurrentPlace = {nullptr, kNoSection, 0, 0};
+}
