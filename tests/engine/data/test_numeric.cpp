@@ -1,7 +1,10 @@
 #include "engine/data/numeric.h"
 
+#include <bit>
+#include <emmintrin.h>
 #include <gtest/gtest.h>
 #include <limits>
+#include <random>
 
 TEST(Numeric, TruncationDropsTheFractionTowardsZero)
 {
@@ -42,4 +45,30 @@ TEST(Numeric, BytesWrapInsteadOfClamping)
     EXPECT_EQ(TruncateToByte(-1.5f), 255);
     EXPECT_EQ(TruncateToByte(256.0), 0);
     EXPECT_EQ(TruncateToByte(1e20f), 0);
+}
+
+TEST(Numeric, AgreesWithTheMachinesInstructions)
+{
+    std::mt19937 random(1);
+    for (int i = 0; i < 1000000; ++i)
+    {
+        uint32_t bits = static_cast<uint32_t>(random());
+        float value = std::bit_cast<float>(bits);
+        ASSERT_EQ(TruncateToInt(value), _mm_cvttss_si32(_mm_set_ss(value))) << value;
+        double wide = std::bit_cast<double>(uint64_t{bits} << 32 | random());
+        ASSERT_EQ(TruncateToInt(wide), _mm_cvttsd_si32(_mm_set_sd(wide))) << wide;
+        int64_t whole = _mm_cvttsd_si64(_mm_set_sd(wide));
+        ASSERT_EQ(TruncateToUnsigned(wide), static_cast<uint32_t>(whole)) << wide;
+    }
+    // Values around the edges, where the compiler can't know them.
+    for (volatile double edge :
+         {-2147483649.5, -2147483649.0, -2147483648.5, -2147483648.0, 2147483647.5, 2147483648.0,
+          9223372036854775807.0, -9223372036854775808.0})
+    {
+        double wide = edge;
+        ASSERT_EQ(TruncateToInt(wide), _mm_cvttsd_si32(_mm_set_sd(wide))) << wide;
+        ASSERT_EQ(TruncateToUnsigned(wide),
+                  static_cast<uint32_t>(_mm_cvttsd_si64(_mm_set_sd(wide))))
+            << wide;
+    }
 }
