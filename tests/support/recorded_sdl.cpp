@@ -1,0 +1,248 @@
+#include "support/recorded_sdl.h"
+
+#include <SDL.h>
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <iterator>
+
+#include "support/recorded_gl.h"
+
+SdlScript Sdl;
+
+namespace
+{
+
+constexpr uint32_t kDefaultBlockBytes = 32768;
+constexpr uint8_t kUnwritten = 0xEE;
+
+struct Flag
+{
+    Uint32 bit;
+    const char* name;
+};
+
+constexpr Flag kInitFlags[] = {
+    {SDL_INIT_TIMER, "TIMER"},
+    {SDL_INIT_AUDIO, "AUDIO"},
+    {SDL_INIT_VIDEO, "VIDEO"},
+};
+
+constexpr Flag kVideoFlags[] = {
+    {SDL_HWSURFACE, "HWSURFACE"},
+    {SDL_ASYNCBLIT, "ASYNCBLIT"},
+    {SDL_OPENGL, "OPENGL"},
+    {SDL_FULLSCREEN, "FULLSCREEN"},
+};
+
+constexpr Flag kAttributes[] = {
+    {SDL_GL_RED_SIZE, "RED_SIZE"},
+    {SDL_GL_GREEN_SIZE, "GREEN_SIZE"},
+    {SDL_GL_BLUE_SIZE, "BLUE_SIZE"},
+    {SDL_GL_ALPHA_SIZE, "ALPHA_SIZE"},
+    {SDL_GL_DEPTH_SIZE, "DEPTH_SIZE"},
+    {SDL_GL_DOUBLEBUFFER, "DOUBLEBUFFER"},
+    {SDL_GL_MULTISAMPLEBUFFERS, "MULTISAMPLEBUFFERS"},
+    {SDL_GL_MULTISAMPLESAMPLES, "MULTISAMPLESAMPLES"},
+};
+
+size_t ticksRead;
+size_t pollsMade;
+Uint8 keyState[SDLK_LAST];
+SDL_AudioSpec audio; // as the player wished it
+
+/// The names of all bits, joined; bits without a name in hexadecimal behind them.
+template <size_t Count>
+std::string FlagNames(Uint32 flags, const Flag (&names)[Count])
+{
+    std::string text;
+    for (const Flag& flag : names)
+    {
+        if ((flags & flag.bit) != 0)
+        {
+            text += (text.empty() ? "" : "|") + std::string(flag.name);
+            flags &= ~flag.bit;
+        }
+    }
+    if (flags != 0 || text.empty())
+    {
+        char rest[16];
+        snprintf(rest, sizeof(rest), "0x%x", flags);
+        text += (text.empty() ? "" : "|") + std::string(rest);
+    }
+    return text;
+}
+
+uint32_t NextTicks()
+{
+    if (Sdl.ticks.empty())
+    {
+        return 0;
+    }
+    size_t place = std::min(ticksRead, Sdl.ticks.size() - 1);
+    ticksRead += 1;
+    return Sdl.ticks[place];
+}
+
+bool IsAll(const std::vector<uint8_t>& block, uint8_t value)
+{
+    return std::all_of(block.begin(), block.end(), [value](uint8_t b) { return b == value; });
+}
+
+void RunAudioBlock()
+{
+    // A block of exactly this size: a sanitizer sees a callback that writes past it.
+    std::vector<uint8_t> block(Sdl.blockBytes == 0 ? kDefaultBlockBytes : Sdl.blockBytes,
+                               kUnwritten);
+    RecordCall("AudioBlock " + std::to_string(block.size()));
+    audio.callback(audio.userdata, block.data(), static_cast<int>(block.size()));
+    if (IsAll(block, kUnwritten))
+    {
+        RecordCall("AudioBlock untouched");
+    }
+    else
+    {
+        RecordCall(IsAll(block, 0) ? "AudioBlock silent" : "AudioBlock filled");
+    }
+}
+
+void RunAudioBlocks(uint32_t count)
+{
+    for (uint32_t i = 0; i < count; ++i)
+    {
+        RunAudioBlock();
+    }
+}
+
+} // namespace
+
+extern "C"
+{
+
+    int SDL_Init(Uint32 flags)
+    {
+        RecordCall("SDL_Init " + FlagNames(flags, kInitFlags));
+        bool fails = ((flags & SDL_INIT_VIDEO) != 0 && Sdl.videoFails) ||
+                     ((flags & SDL_INIT_AUDIO) != 0 && Sdl.audioFails);
+        return fails ? -1 : 0;
+    }
+
+    void SDL_Quit(void)
+    {
+        RecordCall("SDL_Quit");
+    }
+
+    char* SDL_GetError(void)
+    {
+        return Sdl.error.data();
+    }
+
+    void SDL_WM_SetCaption(const char* title, const char* icon)
+    {
+        RecordCall("SDL_WM_SetCaption \"" + std::string(title) + "\" \"" + icon + "\"");
+    }
+
+    int SDL_GL_SetAttribute(SDL_GLattr attribute, int value)
+    {
+        std::string name = std::to_string(attribute);
+        for (const Flag& known : kAttributes)
+        {
+            if (known.bit == static_cast<Uint32>(attribute))
+            {
+                name = known.name;
+            }
+        }
+        RecordCall("SDL_GL_SetAttribute " + name + " " + std::to_string(value));
+        return 0;
+    }
+
+    SDL_Surface* SDL_SetVideoMode(int width, int height, int bpp, Uint32 flags)
+    {
+        static SDL_Surface surface;
+        RecordCall("SDL_SetVideoMode " + std::to_string(width) + " " + std::to_string(height) +
+                   " " + std::to_string(bpp) + " " + FlagNames(flags, kVideoFlags));
+        return Sdl.windowFails ? nullptr : &surface;
+    }
+
+    void SDL_GL_SwapBuffers(void)
+    {
+        RecordCall("SDL_GL_SwapBuffers");
+    }
+
+    int SDL_ShowCursor(int toggle)
+    {
+        RecordCall("SDL_ShowCursor " + std::to_string(toggle));
+        return SDL_ENABLE;
+    }
+
+    Uint32 SDL_GetTicks(void)
+    {
+        uint32_t ticks = NextTicks();
+        RecordCall("SDL_GetTicks " + std::to_string(ticks));
+        return ticks;
+    }
+
+    Uint8* SDL_GetKeyState(int* count)
+    {
+        if (count != nullptr)
+        {
+            *count = static_cast<int>(std::size(keyState));
+        }
+        RecordCall("SDL_GetKeyState");
+        return keyState;
+    }
+
+    int SDL_PollEvent(SDL_Event* event)
+    {
+        ScriptedPoll poll = {};
+        if (pollsMade < Sdl.polls.size())
+        {
+            poll = Sdl.polls[pollsMade];
+        }
+        pollsMade += 1;
+
+        keyState[SDLK_ESCAPE] = poll.escape ? 1 : 0;
+        std::string found = poll.quit ? " QUIT" : poll.key ? " KEYDOWN" : "";
+        RecordCall("SDL_PollEvent" + found);
+        RunAudioBlocks(poll.blocks);
+        if (poll.quit || poll.key)
+        {
+            event->type = poll.quit ? SDL_QUIT : SDL_KEYDOWN;
+            return 1;
+        }
+        return 0;
+    }
+
+    int SDL_OpenAudio(SDL_AudioSpec* desired, SDL_AudioSpec* obtained)
+    {
+        RecordCall("SDL_OpenAudio " + std::to_string(desired->freq) + " " +
+                   (desired->format == AUDIO_S16LSB ? "S16LSB" : std::to_string(desired->format)) +
+                   " " + std::to_string(desired->channels) + " " +
+                   std::to_string(desired->samples) +
+                   (desired->userdata == nullptr ? "" : " userdata") +
+                   (obtained == nullptr ? " no reply" : ""));
+        if (Sdl.audioFails || Sdl.openAudioFails)
+        {
+            return -1;
+        }
+        audio = *desired;
+        if (obtained != nullptr)
+        {
+            // A device that grants something else: nothing may depend on the reply.
+            *obtained = *desired;
+            obtained->freq = 22050;
+            obtained->samples = 1024;
+        }
+        return 0;
+    }
+
+    void SDL_PauseAudio(int pause)
+    {
+        RecordCall("SDL_PauseAudio " + std::to_string(pause));
+        if (pause == 0)
+        {
+            RunAudioBlocks(Sdl.blocksAtStart);
+        }
+    }
+
+} // extern "C"
