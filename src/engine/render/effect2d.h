@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "engine/data/object_table.h"
+
 inline constexpr uint32_t kEffectParams = 32;
 /// lastUpdate of an effect that was never refreshed.
 inline constexpr int32_t kEffectNeverUpdated = 0xFFFF;
@@ -20,3 +22,9 @@ struct Effect2D
     int32_t lastUpdate;                   // ticks of the last refresh
     void** state;                         // owned cell, filled by the effect
 };
+
+/// Computes an effect's image for `time` ticks and puts it into its texture, through its pixel buffer
+/// if useBuffer is not 0. Does nothing if the table lacks the id. The caller keeps lastUpdate.
+/// Leaves: the texture bound on the selected unit.
+void UpdateEffect2D(uint32_t id, ObjectTable* effects, ObjectTable* envelopes, uint32_t time,
+                    int32_t useBuffer);
