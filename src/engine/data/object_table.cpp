@@ -26,9 +26,7 @@ void FreeObjectTable(ObjectTable* table)
     free(table);
 }
 
-/// The first free id above one that was just taken. Ids below lowestFree are never free, so a scan
-/// that starts there misses none.
-static uint32_t FindNextFreeId(uint32_t id, const ObjectTable* table)
+uint32_t FindNextFreeId(uint32_t id, const ObjectTable* table)
 {
     if (table->count >= kObjectTableCapacity)
     {

@@ -37,6 +37,10 @@ void FreeObjectTable(ObjectTable* table);
 /// @return its id, the lowest free one; 0 if the table is full, and then nothing has changed
 uint32_t AllocateObject(ObjectTable* table);
 
+/// The first free id above one that is in use, kObjectTableCapacity + 1 if the table is full. What
+/// lowestFree becomes once the lowest free id was handed out: none below it is free.
+uint32_t FindNextFreeId(uint32_t id, const ObjectTable* table);
+
 /// @return the record, lent; null for an id outside 1 to 4096 (a negative one too) and a free id
 inline void* GetObject(int32_t id, const ObjectTable* table)
 {
