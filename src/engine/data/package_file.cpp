@@ -73,9 +73,9 @@ unsigned char* ReadPackageEntry(FILE* stream, const char* name, int32_t* sizeOut
     unsigned char entry[kPackageEntrySize] = {};
     long entryStart = kPackageHeaderSize;
 
+    fseek(stream, entryStart, SEEK_SET);
     while (true)
     {
-        fseek(stream, entryStart, SEEK_SET);
         size_t got = fread(entry, 1, kPackageEntrySize, stream);
         if (nameLength == 0)
         {
@@ -106,6 +106,10 @@ unsigned char* ReadPackageEntry(FILE* stream, const char* name, int32_t* sizeOut
             return nullptr;
         }
         entryStart += kPackageEntrySize;
+        if (nameLength >= kPackageEntrySize) // the comparison may have moved the stream
+        {
+            fseek(stream, entryStart, SEEK_SET);
+        }
     }
 }
 
