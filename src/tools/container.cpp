@@ -1,0 +1,102 @@
+#include "tools/container.h"
+
+#include <zlib.h>
+
+#include "engine/data/byte_order.h"
+#include "tools/report.h"
+
+static constexpr size_t kSizeWord = 4; // bytes
+static constexpr size_t kStep = 65536; // bytes inflated at a time
+
+bool PackContainer(const Bytes& data, Bytes* container)
+{
+    if (data.size() > UINT32_MAX)
+    {
+        ReportError("data of %zu bytes is too large for a container", data.size());
+        return false;
+    }
+
+    uLongf length = compressBound(static_cast<uLong>(data.size()));
+    container->resize(kSizeWord + length);
+    StoreLittleEndian32(static_cast<uint32_t>(data.size()), container->data());
+    int result = compress2(container->data() + kSizeWord, &length, data.data(),
+                           static_cast<uLong>(data.size()), Z_BEST_COMPRESSION);
+    if (result != Z_OK)
+    {
+        ReportError("%s", zError(result));
+        return false;
+    }
+    container->resize(kSizeWord + length);
+    return true;
+}
+
+/// Inflates to the end of the stream, step by step: the size word is not believed.
+/// @return false if the stream is damaged. One that is longer than `limit` ends somewhere behind
+/// it.
+static bool Inflate(const Bytes& container, size_t limit, Bytes* data)
+{
+    z_stream stream = {};
+    stream.next_in = const_cast<unsigned char*>(container.data()) + kSizeWord;
+    stream.avail_in = static_cast<uInt>(container.size() - kSizeWord);
+    if (inflateInit(&stream) != Z_OK)
+    {
+        return false;
+    }
+
+    int result = Z_OK;
+    while (result == Z_OK && data->size() <= limit)
+    {
+        size_t before = data->size();
+        data->resize(before + kStep);
+        stream.next_out = data->data() + before;
+        stream.avail_out = kStep;
+        result = inflate(&stream, Z_NO_FLUSH);
+        data->resize(before + kStep - stream.avail_out);
+    }
+    inflateEnd(&stream);
+    return result == Z_STREAM_END || result == Z_OK;
+}
+
+const char* UnpackContainer(const Bytes& container, Bytes* data)
+{
+    data->clear();
+    if (container.size() < kSizeWord)
+    {
+        return "shorter than its size word";
+    }
+    if (container.size() > UINT32_MAX)
+    {
+        return "too large for a container";
+    }
+    size_t told = LoadLittleEndian32(container.data());
+    if (!Inflate(container, told, data))
+    {
+        return "the compressed data is damaged";
+    }
+    return data->size() == told ? nullptr : "its size word is not the size of its data";
+}
+
+bool CompressFile(const std::string& in, const std::string& out)
+{
+    Bytes data;
+    Bytes container;
+    return ReadWholeFile(in, &data) && PackContainer(data, &container) &&
+           ReplaceFile(out, container);
+}
+
+bool DecompressFile(const std::string& in, const std::string& out)
+{
+    Bytes container;
+    Bytes data;
+    if (!ReadWholeFile(in, &container))
+    {
+        return false;
+    }
+    const char* fault = UnpackContainer(container, &data);
+    if (fault != nullptr)
+    {
+        ReportError("%s: %s", Printable(in).c_str(), fault);
+        return false;
+    }
+    return ReplaceFile(out, data);
+}

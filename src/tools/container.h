@@ -1,0 +1,19 @@
+// The container of documents and models, as a tool makes and opens it: the size of the uncompressed
+// data (u32, little-endian), then one zlib stream.
+#pragma once
+
+#include "tools/files.h"
+
+/// Packs data at zlib's highest level, so that the same data gives the same bytes.
+/// @return false after an error line if the data is larger than the size word can say
+bool PackContainer(const Bytes& data, Bytes* container);
+
+/// @return null, or what is wrong with the container. A size word that is not the stream's length
+/// is
+///         wrong here; players cut or pad.
+const char* UnpackContainer(const Bytes& container, Bytes* data);
+
+/// Packs one file into another.
+bool CompressFile(const std::string& in, const std::string& out);
+
+bool DecompressFile(const std::string& in, const std::string& out);

@@ -1,0 +1,29 @@
+// A folder of sources into a package.
+//
+//   source                                    entry
+//   NAME.xml                                  NAME.xmlz, in the container; it has to parse
+//   NAME.obj .ply .3ds .gltf .glb .stl .dae   NAME.model, in the container
+//   .py .md .mtl .xm .dpk, NAME~, .NAME       left out
+//   any other file                            as it is, under its own name
+//
+// Endings count in any case of letters. Sub-folders and what is no regular file are left out, and
+// so is the package itself. Entries are sorted by the bytes of their names, so that the same folder
+// gives the same package.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/mesh_import.h"
+
+struct BuildOptions
+{
+    std::vector<std::string> ignored; // shell patterns of file names to leave out as well
+    MeshOptions mesh;
+};
+
+/// Builds a package, over an old one, and prints what ImportMesh tells of each mesh and a line with
+/// the number of entries and bytes.
+/// @return false after an error line; the old package is untouched then
+bool BuildFolder(const std::string& folder, const std::string& package,
+                 const BuildOptions& options);

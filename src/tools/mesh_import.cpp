@@ -1,0 +1,303 @@
+#include "tools/mesh_import.h"
+
+#include <assimp/cimport.h>
+#include <assimp/mesh.h>
+#include <assimp/postprocess.h>
+#include <assimp/scene.h>
+#include <cmath>
+
+#include "tools/container.h"
+#include "tools/report.h"
+
+/// What is told of the source when it is read.
+struct ImportNotes
+{
+    uint64_t droppedFaces;   // points and lines
+    uint64_t meshes;         // with a triangle
+    uint64_t lacking[2];     // of these, without this set of texture coordinates
+    uint64_t withoutNormals; // of these
+};
+
+static bool HasTriangle(const aiMesh* source)
+{
+    for (unsigned int f = 0; f < source->mNumFaces; ++f)
+    {
+        if (source->mFaces[f].mNumIndices == 3)
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Normals go with the inverse transpose: the cofactors, which exist for a flattened mesh too.
+static aiMatrix3x3 NormalMatrix(const aiMatrix4x4& m)
+{
+    return {m.b2 * m.c3 - m.b3 * m.c2, m.b3 * m.c1 - m.b1 * m.c3, m.b1 * m.c2 - m.b2 * m.c1,
+            m.c2 * m.a3 - m.c3 * m.a2, m.c3 * m.a1 - m.c1 * m.a3, m.c1 * m.a2 - m.c2 * m.a1,
+            m.a2 * m.b3 - m.a3 * m.b2, m.a3 * m.b1 - m.a1 * m.b3, m.a1 * m.b2 - m.a2 * m.b1};
+}
+
+static bool IsIdentity(const aiMatrix4x4& m)
+{
+    // Exactly: Assimp's own test is content with nearly, and the source's bits would be lost.
+    return m == aiMatrix4x4();
+}
+
+static void PutVector(const aiVector3D& vector, float* to)
+{
+    to[0] = vector.x;
+    to[1] = vector.y;
+    to[2] = vector.z;
+}
+
+static void AppendVertices(const aiMesh* source, const aiMatrix4x4& transform,
+                           const MeshOptions& options, TriangleMesh* mesh)
+{
+    bool moved = !IsIdentity(transform);
+    bool mirrored = transform.Determinant() < 0.0f;
+    aiMatrix3x3 normalMatrix = NormalMatrix(transform);
+
+    for (unsigned int i = 0; i < source->mNumVertices; ++i)
+    {
+        MeshVertex vertex = {};
+        PutVector(moved ? transform * source->mVertices[i] : source->mVertices[i], vertex.position);
+        for (unsigned int set = 0; set < 2; ++set)
+        {
+            if (source->HasTextureCoords(set))
+            {
+                const aiVector3D& coords = source->mTextureCoords[set][i];
+                vertex.texCoords[set][0] = coords.x;
+                vertex.texCoords[set][1] = options.flipV ? 1.0f - coords.y : coords.y;
+            }
+        }
+        if (source->HasNormals())
+        {
+            aiVector3D normal = source->mNormals[i];
+            if (moved)
+            {
+                // A mirroring turns the cofactors' normals inside out.
+                normal = normalMatrix * normal;
+                normal = (mirrored ? -normal : normal).NormalizeSafe();
+            }
+            PutVector(normal, vertex.normal);
+        }
+        mesh->vertices.push_back(vertex);
+        mesh->hasNormal.push_back(source->HasNormals() ? 1 : 0);
+    }
+}
+
+static void AppendTriangles(const aiMesh* source, uint32_t firstVertex, bool mirrored,
+                            TriangleMesh* mesh, ImportNotes* notes)
+{
+    for (unsigned int f = 0; f < source->mNumFaces; ++f)
+    {
+        const aiFace& face = source->mFaces[f];
+        if (face.mNumIndices != 3)
+        {
+            notes->droppedFaces += 1;
+            continue;
+        }
+        // A mirrored triangle is turned round, so that it faces the way its normals do.
+        mesh->indices.push_back(firstVertex + face.mIndices[0]);
+        mesh->indices.push_back(firstVertex + face.mIndices[mirrored ? 2 : 1]);
+        mesh->indices.push_back(firstVertex + face.mIndices[mirrored ? 1 : 2]);
+    }
+}
+
+/// @return false if there are more vertices than an index can count
+static bool AppendMesh(const aiMesh* source, const aiMatrix4x4& transform,
+                       const MeshOptions& options, TriangleMesh* mesh, ImportNotes* notes)
+{
+    if (!HasTriangle(source))
+    {
+        notes->droppedFaces += source->mNumFaces;
+        return true;
+    }
+    if (mesh->vertices.size() + source->mNumVertices > UINT32_MAX)
+    {
+        return false;
+    }
+
+    notes->meshes += 1;
+    notes->lacking[0] += source->HasTextureCoords(0) ? 0 : 1;
+    notes->lacking[1] += source->HasTextureCoords(1) ? 0 : 1;
+    notes->withoutNormals += source->HasNormals() ? 0 : 1;
+
+    uint32_t firstVertex = static_cast<uint32_t>(mesh->vertices.size());
+    AppendVertices(source, transform, options, mesh);
+    AppendTriangles(source, firstVertex, transform.Determinant() < 0.0f, mesh, notes);
+    return true;
+}
+
+/// A node's meshes, then its children, in the scene's order.
+static bool AppendNode(const aiScene* scene, const aiNode* node, const aiMatrix4x4& parent,
+                       const MeshOptions& options, TriangleMesh* mesh, ImportNotes* notes)
+{
+    // Not multiplied where nothing is to be gained: 0 * -1 would turn zeros around.
+    bool rootOnly = IsIdentity(parent);
+    aiMatrix4x4 transform = rootOnly ? node->mTransformation : parent * node->mTransformation;
+
+    for (unsigned int i = 0; i < node->mNumMeshes; ++i)
+    {
+        if (!AppendMesh(scene->mMeshes[node->mMeshes[i]], transform, options, mesh, notes))
+        {
+            return false;
+        }
+    }
+    for (unsigned int i = 0; i < node->mNumChildren; ++i)
+    {
+        if (!AppendNode(scene, node->mChildren[i], transform, options, mesh, notes))
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+static bool IsFinite(const TriangleMesh& mesh)
+{
+    for (const MeshVertex& vertex : mesh.vertices)
+    {
+        float sum = 0.0f; // of products with 0: NaN as soon as one is not finite
+        for (int k = 0; k < 3; ++k)
+        {
+            sum += vertex.position[k] * 0.0f + vertex.normal[k] * 0.0f;
+        }
+        for (int k = 0; k < 2; ++k)
+        {
+            sum += vertex.texCoords[0][k] * 0.0f + vertex.texCoords[1][k] * 0.0f;
+        }
+        if (std::isnan(sum))
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+static void PrintLacking(const std::string& label, const ImportNotes& notes, int set)
+{
+    static constexpr const char* kWhich[2] = {"first", "second"};
+    if (notes.lacking[set] != 0)
+    {
+        printf("%s: no %s set of texture coordinates in %llu of %llu meshes: zeros stand there\n",
+               label.c_str(), kWhich[set], static_cast<unsigned long long>(notes.lacking[set]),
+               static_cast<unsigned long long>(notes.meshes));
+    }
+}
+
+static void PrintSummary(const std::string& label, const TriangleMesh& mesh)
+{
+    MeshVertex low = mesh.vertices[0];
+    MeshVertex high = mesh.vertices[0];
+    for (const MeshVertex& vertex : mesh.vertices)
+    {
+        for (int k = 0; k < 3; ++k)
+        {
+            low.position[k] = fminf(low.position[k], vertex.position[k]);
+            high.position[k] = fmaxf(high.position[k], vertex.position[k]);
+        }
+    }
+    printf("%s: vertices %zu, triangles %zu, texture coordinate sets %u, from (%g, %g, %g) to "
+           "(%g, %g, %g)\n",
+           label.c_str(), mesh.vertices.size(), mesh.indices.size() / 3, mesh.texCoordSets,
+           double{low.position[0]}, double{low.position[1]}, double{low.position[2]},
+           double{high.position[0]}, double{high.position[1]}, double{high.position[2]});
+}
+
+static void PrintNotes(const std::string& label, const ImportNotes& notes, uint32_t texCoordSets)
+{
+    PrintLacking(label, notes, 0);
+    if (texCoordSets == 2)
+    {
+        PrintLacking(label, notes, 1);
+    }
+    if (notes.withoutNormals != 0)
+    {
+        printf("%s: no normals in %llu of %llu meshes: smooth ones were made\n", label.c_str(),
+               static_cast<unsigned long long>(notes.withoutNormals),
+               static_cast<unsigned long long>(notes.meshes));
+    }
+    if (notes.droppedFaces != 0)
+    {
+        printf("%s: points and lines dropped: %llu\n", label.c_str(),
+               static_cast<unsigned long long>(notes.droppedFaces));
+    }
+}
+
+/// @return null, or what is wrong with the scene
+static const char* TakeScene(const aiScene* scene, const MeshOptions& options, TriangleMesh* mesh,
+                             ImportNotes* notes)
+{
+    if (scene->mRootNode == nullptr ||
+        !AppendNode(scene, scene->mRootNode, aiMatrix4x4(), options, mesh, notes))
+    {
+        return "too many vertices";
+    }
+    if (mesh->indices.empty())
+    {
+        return "no triangle in it";
+    }
+    mesh->texCoordSets = notes->lacking[1] < notes->meshes ? 2 : 1;
+
+    MakeMissingNormals(mesh);
+    JoinIdenticalVertices(mesh);
+    return IsFinite(*mesh) ? nullptr : "a vertex holds a number that is not finite";
+}
+
+bool ImportMesh(const std::string& path, const MeshOptions& options, const std::string& label,
+                TriangleMesh* mesh)
+{
+    uint64_t size = 0;
+    FILE* stream = OpenForReading(path, &size);
+    if (stream == nullptr)
+    {
+        return false;
+    }
+    fclose(stream);
+
+    const aiScene* scene =
+        aiImportFile(path.c_str(), aiProcess_ValidateDataStructure | aiProcess_Triangulate);
+    if (scene == nullptr)
+    {
+        ReportError("%s: %s", Printable(path).c_str(), Printable(aiGetErrorString()).c_str());
+        return false;
+    }
+    *mesh = {};
+    ImportNotes notes = {};
+    const char* fault = TakeScene(scene, options, mesh, &notes);
+    aiReleaseImport(scene);
+    if (fault != nullptr)
+    {
+        ReportError("%s: %s", Printable(path).c_str(), fault);
+        return false;
+    }
+
+    PrintSummary(label, *mesh);
+    PrintNotes(label, notes, mesh->texCoordSets);
+    return true;
+}
+
+bool ConvertMesh(const std::string& path, const MeshOptions& options, const std::string& label,
+                 Bytes* container)
+{
+    TriangleMesh mesh;
+    if (!ImportMesh(path, options, label, &mesh))
+    {
+        return false;
+    }
+    Bytes model;
+    if (!EncodeModel(mesh, &model))
+    {
+        ReportError("%s: the model would be larger than 4 GiB", Printable(path).c_str());
+        return false;
+    }
+    return PackContainer(model, container);
+}
+
+bool ConvertMeshFile(const std::string& in, const std::string& out, const MeshOptions& options)
+{
+    Bytes container;
+    return ConvertMesh(in, options, Printable(out), &container) && ReplaceFile(out, container);
+}

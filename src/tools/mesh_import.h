@@ -1,0 +1,32 @@
+// Meshes of other programs into model files. Every format that Assimp reads will do.
+//
+// All meshes of the scene become one, each moved by its node's transform. Polygons become
+// triangles; points and lines are dropped. Normals are the source's, or made smooth where it has
+// none. Texture coordinates are the first two sets of the source; where it has none there are
+// zeros. Vertices keep the source's order, and of identical ones the first stays.
+#pragma once
+
+#include <string>
+
+#include "tools/triangle_mesh.h"
+
+/// How a mesh is taken over.
+struct MeshOptions
+{
+    /// Stores 1 - v for v: for sources that count v from the lower edge of an image, since a
+    /// bitmap's first row lies at v = 0 here.
+    bool flipV;
+};
+
+/// Reads a mesh and prints, behind `label` and a colon, what became of it: one line with vertices,
+/// triangles, sets and the bounding box, and one for each thing that was dropped or made up.
+/// @return false after an error line; a file without a triangle is an error
+bool ImportMesh(const std::string& path, const MeshOptions& options, const std::string& label,
+                TriangleMesh* mesh);
+
+/// Reads a mesh, as ImportMesh tells, into a model file's container.
+bool ConvertMesh(const std::string& path, const MeshOptions& options, const std::string& label,
+                 Bytes* container);
+
+/// The same from file to file.
+bool ConvertMeshFile(const std::string& in, const std::string& out, const MeshOptions& options);

@@ -1,0 +1,35 @@
+#include "tools/report.h"
+
+#include <cstdarg>
+#include <cstdio>
+
+void ReportError(const char* format, ...)
+{
+    // What was printed so far belongs in front of the error where both go to one place.
+    fflush(stdout);
+    fprintf(stderr, "dpk: ");
+
+    va_list arguments;
+    va_start(arguments, format);
+    vfprintf(stderr, format, arguments);
+    va_end(arguments);
+    fprintf(stderr, "\n");
+}
+
+std::string Printable(const std::string& name)
+{
+    std::string printable;
+    for (char c : name)
+    {
+        unsigned char byte = static_cast<unsigned char>(c);
+        if (byte >= 0x20 && byte != 0x7F && byte != '\\')
+        {
+            printable += c;
+            continue;
+        }
+        char escaped[5];
+        snprintf(escaped, sizeof(escaped), "\\x%02X", static_cast<unsigned>(byte));
+        printable += escaped;
+    }
+    return printable;
+}

@@ -1,0 +1,11 @@
+// What dpk tells its user.
+#pragma once
+
+#include <string>
+
+/// One line on standard error: "dpk: " and the text.
+/// @param format   printf format, without a newline
+[[gnu::format(printf, 1, 2)]] void ReportError(const char* format, ...);
+
+/// A name fit for a line of output: control characters and backslashes as \xNN, all else as it is.
+std::string Printable(const std::string& name);

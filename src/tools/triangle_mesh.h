@@ -1,0 +1,36 @@
+// A mesh on its way to a model file.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "tools/files.h"
+
+struct MeshVertex // floats only, so that vertices compare and sort by their bytes
+{
+    float position[3];
+    float texCoords[2][2]; // by set; zeros where the source has none
+    float normal[3];
+};
+
+struct TriangleMesh
+{
+    std::vector<MeshVertex> vertices;
+    std::vector<uint8_t> hasNormal; // [vertex], 0 where the source has none
+    std::vector<uint32_t> indices;  // three a triangle, each below vertices.size()
+    uint32_t texCoordSets;          // 1 or 2
+};
+
+/// Gives normals to the vertices that have none: the sum of the normals of all triangles around
+/// them, each as large as its triangle, made 1 long. Vertices without normals at one position share
+/// theirs, so seams of texture coordinates stay smooth. Around degenerate triangles alone it stays
+/// zero.
+void MakeMissingNormals(TriangleMesh* mesh);
+
+/// Leaves of several vertices with the same bytes the first, and drops vertices that no triangle
+/// uses. The order of those that stay is kept.
+void JoinIdenticalVertices(TriangleMesh* mesh);
+
+/// Lays a mesh out as the uncompressed model file.
+/// @return false if it would be 4 GiB or larger
+bool EncodeModel(const TriangleMesh& mesh, Bytes* model);
