@@ -1,0 +1,781 @@
+#include "engine/render/scene.h"
+
+#include <cmath>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <string>
+
+#include "engine/animation/animated_value.h"
+#include "engine/data/fault.h"
+#include "engine/geometry/deformed_mesh.h"
+#include "engine/render/material_stand_in.h"
+#include "support/piece_tables.h"
+#include "support/recorded_gl.h"
+
+// Reading.
+
+static std::string Value(const std::string& type, const std::string& value)
+{
+    return "<v type=\"" + type + "\" value=\"" + value + "\"/>";
+}
+
+/// The nine placement values, all the same.
+static std::string Placement(const std::string& value)
+{
+    std::string text;
+    for (int i = 0; i < 9; ++i)
+    {
+        text += Value("static", value);
+    }
+    return text;
+}
+
+static std::string Object(const std::string& children)
+{
+    return "<o type=\"0\" object=\"1\" material=\"1\">" + children + "</o>";
+}
+
+static const std::string kTail = "<v value=\"0\"/><v value=\"0\"/>";
+static const std::string kPlainObject = Object(Placement("1") + kTail);
+
+class SceneReaderTest : public testing::Test
+{
+  protected:
+    void SetUp() override
+    {
+        tables = MakePieceTables();
+        AllocateObject(tables.scenes);
+        scene = GetRecord<Scene>(1, tables.scenes);
+        memset(static_cast<void*>(scene), 0xCD, sizeof(Scene)); // as rubbish as memory gets
+        CurrentPlace = {"demo.xmlz", 9, 1, 0};
+    }
+
+    void TearDown() override
+    {
+        FreePieceTables(&tables);
+        CurrentPlace = {nullptr, kNoSection, 0, 0};
+    }
+
+    void Read(const std::string& objects)
+    {
+        TiXmlDocument tree;
+        tree.Parse(("<scene>" + objects + "</scene>").c_str());
+        ASSERT_FALSE(tree.Error()) << tree.ErrorDesc();
+        LoadContext context = {};
+        ReadSceneItem(tree.RootElement(), scene, 0, &context);
+    }
+
+    PieceTables tables = {};
+    Scene* scene = nullptr;
+};
+
+using SceneReaderDeathTest = SceneReaderTest;
+
+TEST_F(SceneReaderTest, ASceneMayBeEmpty)
+{
+    Read("");
+    EXPECT_EQ(scene->objectCount, 0u);
+}
+
+TEST_F(SceneReaderTest, AnObjectsAttributesGoToTheirColumns)
+{
+    Read(kPlainObject + "<o type=\"1\" object=\"12\" material=\"34\">" + Placement("1") + kTail +
+         "</o>");
+    EXPECT_EQ(scene->objectCount, 2u);
+    EXPECT_EQ(scene->objectKind[0], kObjectModel);
+    EXPECT_EQ(scene->objectId[0], 1u);
+    EXPECT_EQ(scene->materialId[0], 1u);
+    EXPECT_EQ(scene->objectKind[1], kObjectGenMesh);
+    EXPECT_EQ(scene->objectId[1], 12u);
+    EXPECT_EQ(scene->materialId[1], 34u);
+}
+
+TEST_F(SceneReaderTest, AnObjectsKindIsCutToAByte)
+{
+    for (const auto& [text, kind] : {std::pair("256", 0), {"257", 1}, {"-1", 255}, {"2", 2}})
+    {
+        Read("<o type=\"" + std::string(text) + "\" object=\"1\" material=\"1\">" + Placement("1") +
+             kTail + "</o>");
+        EXPECT_EQ(scene->objectKind[0], kind);
+    }
+}
+
+TEST_F(SceneReaderTest, PlacementValuesAreReadInTheirOrder)
+{
+    std::string values;
+    for (int i = 1; i <= 9; ++i)
+    {
+        values += Value("static", std::to_string(i) + ".5");
+    }
+    Read(Object(values + kTail));
+    EXPECT_EQ(SlotFloat(scene->positionX.slot[0]), 1.5f);
+    EXPECT_EQ(SlotFloat(scene->positionY.slot[0]), 2.5f);
+    EXPECT_EQ(SlotFloat(scene->positionZ.slot[0]), 3.5f);
+    EXPECT_EQ(SlotFloat(scene->rotationX.slot[0]), 4.5f);
+    EXPECT_EQ(SlotFloat(scene->rotationY.slot[0]), 5.5f);
+    EXPECT_EQ(SlotFloat(scene->rotationZ.slot[0]), 6.5f);
+    EXPECT_EQ(SlotFloat(scene->scaleX.slot[0]), 7.5f);
+    EXPECT_EQ(SlotFloat(scene->scaleY.slot[0]), 8.5f);
+    EXPECT_EQ(SlotFloat(scene->scaleZ.slot[0]), 9.5f);
+}
+
+/// The bytes of a mask as hexadecimal digits up to the last that is not 0.
+static std::string MaskText(const ObjectValues& values)
+{
+    std::string text;
+    std::string pending;
+    for (uint8_t byte : values.dynamicMask)
+    {
+        char digits[3];
+        snprintf(digits, sizeof(digits), "%02x", byte);
+        pending += digits;
+        if (byte != 0)
+        {
+            text += pending;
+            pending.clear();
+        }
+    }
+    return text;
+}
+
+TEST_F(SceneReaderTest, EachValueHasItsOwnMaskWithABitForEachObject)
+{
+    // Objects 0 and 9 have a dynamic rotation about y, object 9 a dynamic scale along z.
+    const std::string rotating =
+        Value("static", "0") + Value("static", "0") + Value("static", "0") + Value("static", "0") +
+        Value("dynamic", "6") + Value("static", "0") + Value("static", "1") + Value("static", "1");
+    std::string objects = Object(rotating + Value("Dynamic", "7") + kTail);
+    for (int i = 1; i < 9; ++i)
+    {
+        objects += kPlainObject;
+    }
+    objects += Object(rotating + Value("dynamic", "7") + kTail);
+    Read(objects);
+    EXPECT_EQ(MaskText(scene->rotationY), "8040");
+    EXPECT_EQ(MaskText(scene->scaleZ), "0040");
+    for (const ObjectValues* values :
+         {&scene->positionX, &scene->positionY, &scene->positionZ, &scene->rotationX,
+          &scene->rotationZ, &scene->scaleX, &scene->scaleY})
+    {
+        EXPECT_EQ(MaskText(*values), "");
+    }
+    EXPECT_EQ(scene->rotationY.slot[9], 6u);
+    EXPECT_EQ(scene->scaleZ.slot[9], 7u);
+    EXPECT_EQ(SlotFloat(scene->scaleZ.slot[0]), 7.0f);
+}
+
+TEST_F(SceneReaderTest, VisibilityAndTimeShiftFollowThePlacement)
+{
+    Read(Object(Placement("1") + "<v value=\"17\"/><v value=\"-12.5\"/>"));
+    EXPECT_EQ(scene->visibilityEnvelope[0], 17u);
+    EXPECT_EQ(scene->timeShift[0], -12.5f);
+    EXPECT_EQ(scene->manipulatorCount[0], 0);
+}
+
+TEST_F(SceneReaderTest, AllFurtherChildrenAreManipulatorsInTheirOrder)
+{
+    Read(kPlainObject +
+         Object(Placement("1") + kTail + "<a type=\"1\"><p type=\"static\" value=\"3\"/></a>" +
+                "<b type=\"3\"><manipulator type=\"0\" model=\"9\"/></b>"));
+    EXPECT_EQ(scene->manipulatorCount[0], 0);
+    EXPECT_EQ(scene->manipulatorCount[1], 2);
+    EXPECT_EQ(scene->manipulators[1][0].type, kManipulatorXMultiplier);
+    EXPECT_EQ(SlotFloat(scene->manipulators[1][0].params[0]), 3.0f);
+    EXPECT_EQ(scene->manipulators[1][1].type, kManipulatorModelPlacer);
+    EXPECT_EQ(scene->manipulators[1][1].placementId, 9);
+}
+
+static std::string Repeat(const std::string& text, int count)
+{
+    std::string all;
+    for (int i = 0; i < count; ++i)
+    {
+        all += text;
+    }
+    return all;
+}
+
+TEST_F(SceneReaderTest, TheBlocksLimitsCanBeReached)
+{
+    Read(Repeat(kPlainObject, 511) + Object(Placement("1") + kTail + Repeat("<m type=\"2\"/>", 7)));
+    EXPECT_EQ(scene->objectCount, 512u);
+    EXPECT_EQ(scene->manipulatorCount[511], 7);
+    EXPECT_EQ(scene->manipulators[511][6].type, kManipulatorRippler);
+    EXPECT_EQ(CurrentPlace.part, 0u);
+}
+
+TEST_F(SceneReaderDeathTest, AnObjectTooManyEndsTheProgram)
+{
+    EXPECT_EXIT(Read(Repeat(kPlainObject, 513)), testing::ExitedWithCode(1),
+                "^quorvale: demo.xmlz, section 9 \\(scenes\\), item 1, object 513: the scene has "
+                "more than 512 objects\n$");
+}
+
+TEST_F(SceneReaderDeathTest, AManipulatorTooManyEndsTheProgram)
+{
+    EXPECT_EXIT(
+        Read(kPlainObject + Object(Placement("1") + kTail + Repeat("<m type=\"2\"/>", 8))),
+        testing::ExitedWithCode(1),
+        "^quorvale: demo.xmlz, section 9 \\(scenes\\), item 1, object 2: the object has more than "
+        "7 manipulators\n$");
+}
+
+TEST_F(SceneReaderDeathTest, AMissingChildEndsTheProgram)
+{
+    const struct
+    {
+        std::string children;
+        const char* fault;
+    } cases[] = {
+        {"", "position x is missing"},
+        {Repeat(Value("static", "1"), 8), "scale z is missing"},
+        {Placement("1"), "the visibility is missing"},
+        {Placement("1") + "<v value=\"0\"/>", "the time shift is missing"},
+        {Placement("1") + "<v/>", "attribute \"value\" of <v> is missing"},
+        {Placement("1") + kTail + "text", "a manipulator is not an element"},
+    };
+    for (const auto& c : cases)
+    {
+        EXPECT_EXIT(Read(kPlainObject + Object(c.children)), testing::ExitedWithCode(1),
+                    std::string("item 1, object 2: ") + c.fault + "\n$");
+    }
+}
+
+TEST_F(SceneReaderDeathTest, AMissingAttributeEndsTheProgram)
+{
+    EXPECT_EXIT(Read("<o object=\"1\" material=\"1\"/>"), testing::ExitedWithCode(1),
+                "item 1, object 1: attribute \"type\" of <o> is missing");
+    EXPECT_EXIT(Read("<o type=\"1\" material=\"1\"/>"), testing::ExitedWithCode(1),
+                "item 1, object 1: attribute \"object\" of <o> is missing");
+    EXPECT_EXIT(Read("<o type=\"1\" object=\"1\"/>"), testing::ExitedWithCode(1),
+                "item 1, object 1: attribute \"material\" of <o> is missing");
+    EXPECT_EXIT(Read("text"), testing::ExitedWithCode(1), "the object is not an element");
+}
+
+// Drawing.
+
+/// The arrays of one mesh of 3 vertices and 3 indices.
+struct Triangle
+{
+    float vertices[9] = {0, 0, 0, 1, 0, 0, 0, 1, 0};
+    float texCoords1[6] = {0, 0, 1, 0, 0, 1};
+    float texCoords2[6] = {0, 0, 2, 0, 0, 2};
+    float normals[9] = {0, 0, 1, 0, 0, 1, 0, 0, 1};
+    uint32_t indices[3] = {0, 1, 2};
+};
+
+class SceneTest : public testing::Test
+{
+  protected:
+    void SetUp() override
+    {
+        ResetGl();
+        texCoordsSeen.clear();
+        tables = MakePieceTables();
+        scene = AddRecord<Scene>(tables.scenes);
+        CurrentPlace = {"demo.xmlz", 9, 1, 0};
+        NamePointers(triangle, "model");
+        NamePointers(grid, "grid");
+    }
+
+    void TearDown() override
+    {
+        FreePieceTables(&tables);
+        CurrentPlace = {nullptr, kNoSection, 0, 0};
+    }
+
+    static void NamePointers(const Triangle& mesh, const std::string& name)
+    {
+        NameGlPointer(mesh.vertices, (name + ".vertices").c_str());
+        NameGlPointer(mesh.normals, (name + ".normals").c_str());
+        NameGlPointer(mesh.indices, (name + ".indices").c_str());
+    }
+
+    static Mesh MakeMesh(Triangle* arrays, uint8_t sets)
+    {
+        return {3,
+                3,
+                arrays->vertices,
+                arrays->texCoords1,
+                sets == 2 ? arrays->texCoords2 : nullptr,
+                sets,
+                arrays->normals,
+                arrays->indices};
+    }
+
+    /// Model 1, with buffers 11 to 15.
+    ModelData* AddModel(uint8_t sets = 1)
+    {
+        ModelData* model = AddRecord<ModelData>(tables.models);
+        model->mesh = MakeMesh(&triangle, sets);
+        model->vertexBuffer = 11;
+        model->texCoordBuffer1 = 12;
+        model->texCoordBuffer2 = 13;
+        model->normalBuffer = 14;
+        model->indexBuffer = 15;
+        return model;
+    }
+
+    /// A generated mesh of a type that nothing moves.
+    GenMesh* AddGenMesh()
+    {
+        GenMesh* genMesh = AddRecord<GenMesh>(tables.genMeshes);
+        genMesh->type = 99;
+        genMesh->mesh = MakeMesh(&grid, 1);
+        return genMesh;
+    }
+
+    /// An object at the origin, in material 5.
+    uint32_t AddObject(uint8_t kind, uint32_t id)
+    {
+        const uint32_t n = scene->objectCount;
+        scene->objectCount += 1;
+        scene->objectKind[n] = kind;
+        scene->objectId[n] = id;
+        scene->materialId[n] = 5;
+        scene->scaleX.slot[n] = FloatSlot(1.0f);
+        scene->scaleY.slot[n] = FloatSlot(1.0f);
+        scene->scaleZ.slot[n] = FloatSlot(1.0f);
+        return n;
+    }
+
+    Manipulator* AddManipulator(uint32_t n, int32_t type, std::initializer_list<float> params)
+    {
+        Manipulator* manipulator = &scene->manipulators[n][scene->manipulatorCount[n]];
+        scene->manipulatorCount[n] = static_cast<uint8_t>(scene->manipulatorCount[n] + 1);
+        manipulator->type = type;
+        uint32_t k = 0;
+        for (float param : params)
+        {
+            manipulator->params[k] = FloatSlot(param);
+            k += 1;
+        }
+        return manipulator;
+    }
+
+    std::string Draw(uint32_t time, int32_t vbo = 0)
+    {
+        DrawSceneObjects(scene, tables.materials, tables.lights, tables.textures, tables.envelopes,
+                         tables.effects, tables.models, tables.bitmaps, tables.genMeshes, time, vbo,
+                         0, 1, 45.0f);
+        EXPECT_EQ(GlRefusedCalls(), 0u);
+        EXPECT_EQ(GlModelviewDepth(), 1u);
+        EXPECT_EQ(CurrentDeformedMesh.vertices, nullptr);
+        return TakeGlCalls();
+    }
+
+    /// The times at which SetMaterial ran, in order, each behind a space.
+    std::string DrawnTimes(uint32_t time)
+    {
+        std::string times;
+        const std::string calls = Draw(time);
+        for (size_t at = calls.find("SetMaterial"); at != std::string::npos;
+             at = calls.find("SetMaterial", at + 1))
+        {
+            const size_t begin = calls.find(" at ", at) + 3;
+            times += calls.substr(begin, calls.find(" vbo", begin) - begin);
+        }
+        return times;
+    }
+
+    PieceTables tables = {};
+    Scene* scene = nullptr;
+    Triangle triangle;
+    Triangle grid;
+};
+
+using SceneDeathTest = SceneTest;
+
+TEST_F(SceneTest, AnEmptySceneCallsNothing)
+{
+    CurrentDeformedMesh.vertexBuffer = 3;
+    CurrentDeformedMesh.normalBuffer = 4;
+    EXPECT_EQ(Draw(0), "");
+    EXPECT_EQ(CurrentDeformedMesh.vertexBuffer, 0u);
+    EXPECT_EQ(CurrentDeformedMesh.normalBuffer, 0u);
+}
+
+TEST_F(SceneTest, AModelIsDrawnFromClientMemoryWithoutBuffers)
+{
+    AddModel();
+    const uint32_t n = AddObject(kObjectModel, 1);
+    scene->positionX.slot[n] = FloatSlot(1.0f);
+    scene->positionY.slot[n] = FloatSlot(2.0f);
+    scene->positionZ.slot[n] = FloatSlot(3.0f);
+    scene->rotationX.slot[n] = FloatSlot(10.0f);
+    scene->rotationY.slot[n] = FloatSlot(20.0f);
+    scene->rotationZ.slot[n] = FloatSlot(30.0f);
+    scene->scaleX.slot[n] = FloatSlot(0.5f);
+    scene->scaleY.slot[n] = FloatSlot(0.25f);
+    scene->scaleZ.slot[n] = FloatSlot(2.0f);
+    EXPECT_EQ(Draw(120), "EnableClientState NORMAL_ARRAY\n"
+                         "EnableClientState VERTEX_ARRAY\n"
+                         "VertexPointer 3 FLOAT 0 model.vertices\n"
+                         "NormalPointer FLOAT 0 model.normals\n"
+                         "SetMaterial 5 at 120 vbo 0 pbo 0 dot3 1 heading 45\n"
+                         "PushMatrix\n"
+                         "Translatef 1 2 3\n"
+                         "Rotatef 10 1 0 0\n"
+                         "Rotatef 20 0 1 0\n"
+                         "Rotatef 30 0 0 1\n"
+                         "Scalef 0.5 0.25 2\n"
+                         "DrawElements TRIANGLES 3 UNSIGNED_INT model.indices\n"
+                         "PopMatrix\n"
+                         "DisableClientState NORMAL_ARRAY\n"
+                         "DisableClientState VERTEX_ARRAY\n");
+}
+
+static const char* const kInstanceAtOrigin = "PushMatrix\n"
+                                             "Translatef 0 0 0\n"
+                                             "Rotatef 0 1 0 0\n"
+                                             "Rotatef 0 0 1 0\n"
+                                             "Rotatef 0 0 0 1\n"
+                                             "Scalef 1 1 1\n";
+
+static const std::string kBufferedModel =
+    std::string("EnableClientState NORMAL_ARRAY\n"
+                "EnableClientState VERTEX_ARRAY\n"
+                "BindBufferARB ARRAY_BUFFER 11\n"
+                "VertexPointer 3 FLOAT 0 0\n"
+                "BindBufferARB ARRAY_BUFFER 14\n"
+                "NormalPointer FLOAT 0 0\n"
+                "SetMaterial 5 at 7 vbo 1 pbo 0 dot3 1 heading 45\n"
+                "BindBufferARB ELEMENT_ARRAY_BUFFER 15\n") +
+    kInstanceAtOrigin +
+    "DrawElements TRIANGLES 3 UNSIGNED_INT 0\n"
+    "PopMatrix\n"
+    "DisableClientState NORMAL_ARRAY\n"
+    "DisableClientState VERTEX_ARRAY\n";
+
+/// What every generated mesh comes to, behind what clears the buffer bindings.
+static const std::string kDrawnGrid = std::string("EnableClientState NORMAL_ARRAY\n"
+                                                  "EnableClientState VERTEX_ARRAY\n"
+                                                  "VertexPointer 3 FLOAT 0 grid.vertices\n"
+                                                  "NormalPointer FLOAT 0 grid.normals\n"
+                                                  "SetMaterial 5 at 7 vbo 0 pbo 0 dot3 1 heading "
+                                                  "45\n") +
+                                      kInstanceAtOrigin +
+                                      "DrawElements TRIANGLES 3 UNSIGNED_INT grid.indices\n"
+                                      "PopMatrix\n"
+                                      "DisableClientState NORMAL_ARRAY\n"
+                                      "DisableClientState VERTEX_ARRAY\n";
+
+TEST_F(SceneTest, AModelIsDrawnFromItsBuffersWhereTheyAreInUse)
+{
+    AddModel();
+    AddObject(kObjectModel, 1);
+    EXPECT_EQ(Draw(7, 1), kBufferedModel);
+}
+
+TEST_F(SceneTest, AGeneratedMeshBehindABufferedModelFindsBothBindingsCleared)
+{
+    AddModel();
+    AddGenMesh();
+    AddObject(kObjectModel, 1);
+    AddObject(kObjectGenMesh, 1);
+    AddObject(kObjectModel, 1);
+    EXPECT_EQ(Draw(7, 1), kBufferedModel +
+                              "BindBufferARB ARRAY_BUFFER 0\n"
+                              "BindBufferARB ELEMENT_ARRAY_BUFFER 0\n" +
+                              kDrawnGrid + kBufferedModel);
+}
+
+TEST_F(SceneTest, AGeneratedMeshTouchesNoBufferWhereThereAreNone)
+{
+    AddGenMesh();
+    AddObject(kObjectGenMesh, 1);
+    EXPECT_EQ(Draw(7), kDrawnGrid);
+}
+
+TEST_F(SceneTest, AGeneratedMeshIsUpdatedAtTheObjectsTime)
+{
+    GenMesh* genMesh = AddGenMesh();
+    genMesh->params[0] = static_cast<int32_t>(AddLinearEnvelope(&tables, 1.0f, 0.0f));
+    const uint32_t n = AddObject(kObjectGenMesh, 1);
+    scene->timeShift[n] = 30.0f;
+    Draw(100);
+    EXPECT_EQ(GetRecord<Envelope>(1, tables.envelopes)->lastTime, 130u);
+}
+
+TEST_F(SceneTest, AMissingMeshOrAnUnknownKindSkipsTheObjectAndNoOther)
+{
+    AddGenMesh();
+    AddObject(kObjectModel, 1);   // no such model
+    AddObject(kObjectModel, 0);   // none at all
+    AddObject(kObjectGenMesh, 2); // no such mesh
+    AddObject(2, 1);
+    AddObject(255, 1);
+    AddObject(kObjectGenMesh, 1);
+    EXPECT_EQ(Draw(7), kDrawnGrid);
+}
+
+TEST_F(SceneTest, BothUnitsGetTheSameCoordinatesFromAMeshWithOneSet)
+{
+    AddModel(1);
+    AddObject(kObjectModel, 1);
+    Draw(0, 0);
+    Draw(0, 1);
+    ASSERT_EQ(texCoordsSeen.size(), 2u);
+    EXPECT_EQ(texCoordsSeen[0].texcoord0Array, triangle.texCoords1);
+    EXPECT_EQ(texCoordsSeen[0].texcoord1Array, triangle.texCoords1);
+    EXPECT_EQ(texCoordsSeen[1].texcoord0Buffer, 12u);
+    EXPECT_EQ(texCoordsSeen[1].texcoord1Buffer, 12u);
+}
+
+TEST_F(SceneTest, TheSecondUnitGetsTheSecondSetOfAMeshWithTwo)
+{
+    AddModel(2);
+    AddObject(kObjectModel, 1);
+    Draw(0, 0);
+    Draw(0, 1);
+    ASSERT_EQ(texCoordsSeen.size(), 2u);
+    EXPECT_EQ(texCoordsSeen[0].texcoord0Array, triangle.texCoords1);
+    EXPECT_EQ(texCoordsSeen[0].texcoord1Array, triangle.texCoords2);
+    EXPECT_EQ(texCoordsSeen[1].texcoord0Buffer, 12u);
+    EXPECT_EQ(texCoordsSeen[1].texcoord1Buffer, 13u);
+}
+
+TEST_F(SceneTest, TheMaterialGetsTheTablesInTheirOrder)
+{
+    AddModel();
+    AddObject(kObjectModel, 1);
+    Draw(0);
+    EXPECT_EQ(materialTables,
+              (std::vector<const ObjectTable*>{tables.materials, tables.lights, tables.textures,
+                                               tables.envelopes, tables.effects, tables.bitmaps}));
+}
+
+TEST_F(SceneTest, AnObjectWithoutAVisibilityEnvelopeIsAlwaysDrawn)
+{
+    AddModel();
+    AddObject(kObjectModel, 1);
+    EXPECT_EQ(DrawnTimes(0), " 0");
+    EXPECT_EQ(DrawnTimes(4000000000u), " 4000000000");
+}
+
+TEST_F(SceneTest, AValueBelowOneHidesAnObject)
+{
+    AddModel();
+    // timeShift tells the objects apart.
+    const float values[] = {0.999f, 1.0f, 0.0f, 2.0f, -1.0f, NAN};
+    for (float value : values)
+    {
+        const uint32_t n = AddObject(kObjectModel, 1);
+        scene->visibilityEnvelope[n] = AddLinearEnvelope(&tables, 0.0f, value);
+        scene->timeShift[n] = static_cast<float>(n);
+    }
+    EXPECT_EQ(DrawnTimes(100), " 101 103 105"); // what is not a number shows as well
+}
+
+TEST_F(SceneTest, VisibilityIsTakenAtTheObjectsTime)
+{
+    AddModel();
+    const uint32_t n = AddObject(kObjectModel, 1);
+    scene->visibilityEnvelope[n] = AddLinearEnvelope(&tables, 0.01f, 0.0f); // 1 from tick 100 on
+    scene->timeShift[n] = 50.0f;
+    EXPECT_EQ(DrawnTimes(49), "");
+    EXPECT_EQ(DrawnTimes(50), " 100");
+}
+
+TEST_F(SceneTest, ATimeShiftIsAddedAndTruncated)
+{
+    AddModel();
+    const struct
+    {
+        float shift;
+        uint32_t time;
+        const char* objectTime;
+    } cases[] = {
+        {20.75f, 100, " 120"},
+        {-20.75f, 100, " 79"}, // 79.25
+        {-100.5f, 100, " 0"},  // towards zero
+        {-101.0f, 100, " 4294967295"},
+        {-300.5f, 100, " 4294967096"}, // -200
+        // The sum is a float: 16777217 loses its last bit, and so does a small shift.
+        {0.0f, 16777217, " 16777216"},
+        {1.0f, 33554432, " 33554432"},
+    };
+    const uint32_t n = AddObject(kObjectModel, 1);
+    for (const auto& c : cases)
+    {
+        scene->timeShift[n] = c.shift;
+        EXPECT_EQ(DrawnTimes(c.time), c.objectTime) << c.shift;
+    }
+}
+
+TEST_F(SceneTest, PlacementValuesMoveWithTheObjectsTime)
+{
+    AddModel();
+    AddObject(kObjectModel, 1);
+    const uint32_t n = AddObject(kObjectModel, 1);
+    scene->positionY.slot[n] = AddLinearEnvelope(&tables, 0.5f, 1.0f);
+    SetMaskBit(scene->positionY.dynamicMask, n);
+    scene->scaleZ.slot[n] = AddLinearEnvelope(&tables, -1.0f, 0.0f);
+    SetMaskBit(scene->scaleZ.dynamicMask, n);
+    scene->timeShift[n] = 4.0f;
+    const std::string calls = Draw(6);
+    EXPECT_NE(calls.find("Translatef 0 6 0\n"), std::string::npos) << calls;
+    EXPECT_NE(calls.find("Scalef 1 1 -10\n"), std::string::npos) << calls;
+}
+
+// Manipulators.
+
+static const std::string kSetArrays = "EnableClientState NORMAL_ARRAY\n"
+                                      "EnableClientState VERTEX_ARRAY\n"
+                                      "VertexPointer 3 FLOAT 0 model.vertices\n"
+                                      "NormalPointer FLOAT 0 model.normals\n"
+                                      "SetMaterial 5 at 7 vbo 0 pbo 0 dot3 1 heading 45\n";
+static const std::string kArraysOff = "DisableClientState NORMAL_ARRAY\n"
+                                      "DisableClientState VERTEX_ARRAY\n";
+
+static std::string InstanceAt(const std::string& position)
+{
+    return "PushMatrix\n"
+           "Translatef " +
+           position +
+           "\n"
+           "Rotatef 0 1 0 0\n"
+           "Rotatef 0 0 1 0\n"
+           "Rotatef 0 0 0 1\n"
+           "Scalef 1 1 1\n"
+           "DrawElements TRIANGLES 3 UNSIGNED_INT model.indices\n"
+           "PopMatrix\n";
+}
+
+TEST_F(SceneTest, AChainOfManipulatorsDrawsOneCopyForEachInstance)
+{
+    AddModel();
+    const uint32_t n = AddObject(kObjectModel, 1);
+    AddManipulator(n, kManipulatorXMultiplier, {2, 10, 0, 0, 0, 0, 0, 0, 0, 0});
+    AddManipulator(n, kManipulatorXyzMultiplier, {1, 2, 1, 0, 5, 0, 0, 0, 0, 0, 0, 0});
+    EXPECT_EQ(Draw(7), kSetArrays + InstanceAt("0 0 0") + InstanceAt("0 5 0") +
+                           InstanceAt("10 0 0") + InstanceAt("10 5 0") + kArraysOff);
+}
+
+TEST_F(SceneTest, AnEmptyListStillSetsTheMaterial)
+{
+    AddModel();
+    const uint32_t n = AddObject(kObjectModel, 1);
+    AddManipulator(n, kManipulatorXMultiplier, {0, 10, 0, 0, 0, 0, 0, 0, 0, 0});
+    EXPECT_EQ(Draw(7), kSetArrays + kArraysOff);
+}
+
+TEST_F(SceneTest, TheNumberOfCopiesMovesWithTheObjectsTime)
+{
+    AddModel();
+    const uint32_t n = AddObject(kObjectModel, 1);
+    Manipulator* manipulator =
+        AddManipulator(n, kManipulatorXMultiplier, {0, 1, 0, 0, 0, 0, 0, 0, 0, 0});
+    manipulator->params[0] = AddLinearEnvelope(&tables, 0.5f, 0.0f);
+    SetMaskBit(manipulator->dynamicMask, 0);
+    scene->timeShift[n] = 3.0f;
+    EXPECT_EQ(Draw(4), kSetArrays + InstanceAt("0 0 0") + InstanceAt("1 0 0") + // 3.5 copies
+                           InstanceAt("2 0 0") + kArraysOff);
+    scene->timeShift[n] = 0.0f;
+    EXPECT_EQ(Draw(7), kSetArrays + InstanceAt("0 0 0") + InstanceAt("1 0 0") +
+                           InstanceAt("2 0 0") + kArraysOff);
+}
+
+TEST_F(SceneTest, EveryParameterOfATypeIsResolved)
+{
+    AddModel();
+    const uint32_t n = AddObject(kObjectModel, 1);
+    Manipulator* manipulator =
+        AddManipulator(n, kManipulatorXyzMultiplier, {1, 1, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0});
+    manipulator->params[11] = AddLinearEnvelope(&tables, 1.0f, 0.0f); // "Scale Z step"
+    SetMaskBit(manipulator->dynamicMask, 11);
+    const std::string calls = Draw(7);
+    EXPECT_NE(calls.find("Scalef 1 1 8\n"), std::string::npos) << calls;
+}
+
+TEST_F(SceneTest, ParametersBehindThoseOfTheTypeAreNotLookedAt)
+{
+    AddModel();
+    const uint32_t n = AddObject(kObjectModel, 1);
+    Manipulator* manipulator =
+        AddManipulator(n, kManipulatorXMultiplier, {1, 0, 0, 0, 0, 0, 0, 0, 0, 0});
+    manipulator->params[10] = 4000; // no such envelope
+    SetMaskBit(manipulator->dynamicMask, 10);
+    EXPECT_EQ(Draw(7), kSetArrays + InstanceAt("0 0 0") + kArraysOff);
+}
+
+TEST_F(SceneTest, AnUnknownManipulatorDrawsTheObjectAsItIs)
+{
+    AddModel();
+    const uint32_t n = AddObject(kObjectModel, 1);
+    AddManipulator(n, 4, {9, 9, 9});
+    EXPECT_EQ(Draw(7), kSetArrays + InstanceAt("0 0 0") + kArraysOff);
+}
+
+TEST_F(SceneTest, AModelPlacerWithoutAMeshDrawsTheObjectAsItIs)
+{
+    AddModel();
+    const uint32_t n = AddObject(kObjectModel, 1);
+    AddManipulator(n, kManipulatorModelPlacer, {0, 0, 0, 0, 0, 0, 1, 1, 1});
+    AddManipulator(n, kManipulatorModelPlacer, {0, 0, 0, 0, 0, 0, 1, 1, 1})->placementId = 44;
+    EXPECT_EQ(Draw(7), kSetArrays + InstanceAt("0 0 0") + kArraysOff);
+}
+
+TEST_F(SceneTest, AGeneratedMeshToPlaceOnIsUpdatedAtTheObjectsTime)
+{
+    AddModel();
+    GenMesh* genMesh = AddGenMesh();
+    genMesh->params[0] = static_cast<int32_t>(AddLinearEnvelope(&tables, 1.0f, 0.0f));
+    const uint32_t n = AddObject(kObjectModel, 1);
+    scene->timeShift[n] = 3.0f;
+    Manipulator* manipulator =
+        AddManipulator(n, kManipulatorModelPlacer, {0, 0, 0, 0, 0, 0, 1, 1, 1});
+    manipulator->placementKind = 7; // anything but 0
+    manipulator->placementId = 1;
+    Draw(4);
+    EXPECT_EQ(GetRecord<Envelope>(1, tables.envelopes)->lastTime, 7u);
+}
+
+TEST_F(SceneTest, OnlyAModelPlacerLooksForAMeshToPlaceOn)
+{
+    AddModel();
+    const uint32_t n = AddObject(kObjectModel, 1);
+    Manipulator* manipulator =
+        AddManipulator(n, kManipulatorXMultiplier, {1, 0, 0, 0, 0, 0, 0, 0, 0, 0});
+    manipulator->placementKind = 1;
+    manipulator->placementId = 44;
+    EXPECT_EQ(Draw(7), kSetArrays + InstanceAt("0 0 0") + kArraysOff);
+}
+
+// Faults.
+
+TEST_F(SceneDeathTest, AMissingEnvelopeEndsTheProgram)
+{
+    AddModel();
+    AddObject(kObjectModel, 1);
+    const uint32_t n = AddObject(kObjectModel, 1);
+    scene->visibilityEnvelope[n] = 3;
+    EXPECT_EXIT(Draw(0), testing::ExitedWithCode(1),
+                "^quorvale: demo.xmlz, section 9 \\(scenes\\), item 1, object 2: envelope 3 does "
+                "not exist\n$");
+
+    scene->visibilityEnvelope[n] = 0;
+    scene->rotationZ.slot[n] = 4;
+    SetMaskBit(scene->rotationZ.dynamicMask, n);
+    EXPECT_EXIT(Draw(0), testing::ExitedWithCode(1), "object 2: envelope 4 does not exist\n$");
+
+    scene->rotationZ.dynamicMask[0] = 0;
+    Manipulator* manipulator = AddManipulator(n, kManipulatorRippler, {0, 0, 0});
+    manipulator->params[2] = 5;
+    SetMaskBit(manipulator->dynamicMask, 2);
+    EXPECT_EXIT(Draw(0), testing::ExitedWithCode(1), "object 2: envelope 5 does not exist\n$");
+}
+
+TEST_F(SceneDeathTest, AMissingGeneratedMeshToPlaceOnEndsTheProgram)
+{
+    AddModel();
+    const uint32_t n = AddObject(kObjectModel, 1);
+    Manipulator* manipulator =
+        AddManipulator(n, kManipulatorModelPlacer, {0, 0, 0, 0, 0, 0, 1, 1, 1});
+    manipulator->placementKind = 1;
+    manipulator->placementId = 44;
+    EXPECT_EXIT(
+        Draw(0), testing::ExitedWithCode(1),
+        "^quorvale: demo.xmlz, section 9 \\(scenes\\), item 1, object 1: generated mesh 44, "
+        "which a manipulator places on, does not exist\n$");
+}
