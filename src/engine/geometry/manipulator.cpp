@@ -1,5 +1,6 @@
 #include "engine/geometry/manipulator.h"
 
+#include <GL/glew.h>
 #include <cstdlib>
 #include <cstring>
 
@@ -7,6 +8,8 @@
 #include "engine/data/document_values.h"
 #include "engine/data/fault.h"
 #include "engine/data/numeric.h"
+#include "engine/geometry/rippler.h"
+#include "engine/geometry/transform_vertices.h"
 
 /// An attribute that documents write as a float and that counts as an integer.
 static double ReadDoubleAttribute(const TiXmlElement* element, const char* name)
@@ -112,11 +115,19 @@ static InstanceList* MultiplyAlongX(InstanceList* list, const float* params)
     float* out = result->data;
     for (uint32_t s = 0; s < list->count; ++s)
     {
-        for (uint32_t i = 0; i < copies; ++i)
+        // The first copy is the source itself. Adding 0 times a step would lose the sign of a -0
+        // and could make a NaN.
+        const float* source = list->data + s * kInstanceFloats;
+        if (copies > 0)
+        {
+            memcpy(out, source, kInstanceFloats * sizeof(float));
+            out += kInstanceFloats;
+        }
+        for (uint32_t i = 1; i < copies; ++i)
         {
             const float step = static_cast<float>(i);
             const float index[3] = {step, step, step};
-            out = AddSteps(out, list->data + s * kInstanceFloats, params + 1, index);
+            out = AddSteps(out, source, params + 1, index);
         }
     }
     FreeInstanceList(list);
@@ -152,9 +163,51 @@ static InstanceList* MultiplyAlongXyz(InstanceList* list, const float* params)
     return result;
 }
 
+/// The placement mesh's vertices under the nine parameters. The matrix is built on OpenGL's stack,
+/// where no draw call ever sees it.
+/// @return a new array [vertexCount][3] for the caller to free
+static float* TransformPlacement(const Mesh* placement, const float* params)
+{
+    glPushMatrix();
+    glLoadIdentity();
+    glTranslatef(params[0], params[1], params[2]);
+    glRotatef(params[3], 1.0f, 0.0f, 0.0f);
+    glRotatef(params[4], 0.0f, 1.0f, 0.0f);
+    glRotatef(params[5], 0.0f, 0.0f, 1.0f);
+    glScalef(params[6], params[7], params[8]);
+    float* vertices = TransformVertices(placement->vertices, placement->vertexCount);
+    glPopMatrix();
+    return vertices;
+}
+
+/// "Model placer": a copy on every vertex of the placement mesh. The parameters move the pattern of
+/// vertices; the copies keep the rotation and scale of their source.
+static InstanceList* PlaceOnMesh(InstanceList* list, const float* params, const Mesh* placement)
+{
+    const uint32_t vertexCount = placement->vertexCount;
+    float* vertices = TransformPlacement(placement, params);
+    InstanceList* result = CreateInstanceList(MultiplyCount(list->count, &vertexCount, 1));
+
+    float* out = result->data;
+    for (uint32_t s = 0; s < list->count; ++s)
+    {
+        const float* source = list->data + s * kInstanceFloats;
+        for (size_t v = 0; v < vertexCount; ++v)
+        {
+            memcpy(out, source, kInstanceFloats * sizeof(float));
+            out[0] += vertices[3 * v];
+            out[1] += vertices[3 * v + 1];
+            out[2] += vertices[3 * v + 2];
+            out += kInstanceFloats;
+        }
+    }
+    free(vertices);
+    FreeInstanceList(list);
+    return result;
+}
+
 InstanceList* ApplyManipulator(InstanceList* list, int32_t type, const float* params,
-                               [[maybe_unused]] const Mesh* mesh, [[maybe_unused]] int32_t vbo,
-                               [[maybe_unused]] const Mesh* placement)
+                               const Mesh* mesh, int32_t vbo, const Mesh* placement)
 {
     switch (type)
     {
@@ -162,6 +215,11 @@ InstanceList* ApplyManipulator(InstanceList* list, int32_t type, const float* pa
         return MultiplyAlongXyz(list, params);
     case kManipulatorXMultiplier:
         return MultiplyAlongX(list, params);
+    case kManipulatorRippler:
+        RippleMesh(params, mesh, vbo);
+        return list;
+    case kManipulatorModelPlacer:
+        return placement == nullptr ? list : PlaceOnMesh(list, params, placement);
     default:
         return list;
     }

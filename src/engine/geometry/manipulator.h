@@ -46,6 +46,8 @@ uint32_t ManipulatorParamCount(int32_t type);
 /// @param vbo         0 or 1: the deformed arrays are uploaded to buffers as well
 /// @param placement   the mesh that "Model placer" places on; null leaves the list as it is
 /// @return the new list, for FreeInstanceList
+/// "Model placer" builds its matrix on the modelview stack, which must be the selected one, and
+/// takes it off again. With `vbo` "Rippler" leaves GL_ARRAY_BUFFER bound to the deformed normals.
 /// Fatal at CurrentPlace: more than kInstanceLimit instances.
 InstanceList* ApplyManipulator(InstanceList* list, int32_t type, const float* params,
                                const Mesh* mesh, int32_t vbo, const Mesh* placement);

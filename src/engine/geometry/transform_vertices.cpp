@@ -1,0 +1,29 @@
+#include "engine/geometry/transform_vertices.h"
+
+#include <GL/glew.h>
+#include <cstdlib>
+
+#include "engine/data/fault.h"
+
+float* TransformVertices(const float* vertices, uint32_t count)
+{
+    size_t size = static_cast<size_t>(count) * 3 * sizeof(float);
+    float* result = static_cast<float*>(malloc(size == 0 ? sizeof(float) : size));
+    if (result == nullptr)
+    {
+        FatalFault("there is no memory for %u vertices", count);
+    }
+
+    float m[16]; // columns one after another
+    glGetFloatv(GL_MODELVIEW_MATRIX, m);
+    for (size_t i = 0; i < count; ++i)
+    {
+        const float* v = vertices + 3 * i;
+        for (size_t axis = 0; axis < 3; ++axis)
+        {
+            result[3 * i + axis] =
+                m[axis] * v[0] + m[4 + axis] * v[1] + m[8 + axis] * v[2] + m[12 + axis];
+        }
+    }
+    return result;
+}
