@@ -11,6 +11,7 @@
 #include "engine/data/fault.h"
 #include "engine/data/package_file.h"
 #include "engine/render/timeline.h"
+#include "engine/textures/corner_masks.h"
 #include "player/demo_clock.h"
 #include "player/display.h"
 #include "player/launcher.h"
@@ -131,6 +132,7 @@ int RunDemo(int argc, char** argv)
     BuildCosTable();
     View view = ChosenView(&choice);
     GlFeatures features = OpenDisplay(&choice, &view, WantsForcedPbo(argc, argv));
+    BuildCornerMasks();
     if (choice.fullscreen == kSwitchOn)
     {
         SDL_ShowCursor(SDL_DISABLE);

@@ -81,8 +81,10 @@ std::string MakeDocumentText(const DocumentSource& source)
     std::string text = "<?xml version=\"1.0\"?>\n";
     for (size_t number = 0; number < source.sections.size(); ++number)
     {
-        std::string tag = "s" + std::to_string(number);
-        text += "<" + tag + ">" + source.sections[number] + "</" + tag + ">\n";
+        std::string tag = "s" + std::to_string(number) + ">";
+        text += "<" + tag;
+        text += source.sections[number];
+        text += "</" + tag + "\n";
     }
     return text + source.music;
 }

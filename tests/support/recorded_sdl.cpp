@@ -116,6 +116,15 @@ void RunAudioBlocks(uint32_t count)
 
 } // namespace
 
+void ResetSdl()
+{
+    Sdl = {};
+    ticksRead = 0;
+    pollsMade = 0;
+    keyState[SDLK_ESCAPE] = 0;
+    audio = {};
+}
+
 extern "C"
 {
 

@@ -45,3 +45,6 @@ struct SdlScript
 
 /// The script in force. A test writes it before it runs what it tests.
 extern SdlScript Sdl;
+
+/// Back to an empty script, of which nothing has been played.
+void ResetSdl();

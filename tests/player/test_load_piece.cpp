@@ -1,0 +1,278 @@
+#include "player/load_piece.h"
+
+#include <gtest/gtest.h>
+
+#include "player/played_piece.h"
+
+/// Rows without clips.
+static std::string Rows(uint32_t count)
+{
+    std::string rows;
+    for (uint32_t i = 0; i < count; ++i)
+    {
+        rows += "<row/>";
+    }
+    return rows;
+}
+
+static PlayScript LoadingScript(std::vector<uint32_t> ticks)
+{
+    PlayScript script;
+    script.choice.music = kSwitchOff;
+    script.sdl.ticks = std::move(ticks);
+    return script;
+}
+
+static ChildRun PlayPackage(const std::string& package, const PlayScript& script)
+{
+    TemporaryFolder folder;
+    folder.Write("piece.dpk", package);
+    return Play(folder, script);
+}
+
+/// The readings of the clock and the loading frames of a run, up to the start of the demo.
+static std::string Progress(const ChildRun& run)
+{
+    std::string lines =
+        LinesWith(run.record, {"SDL_GetTicks", "RenderFrame", "SDL_GL_SwapBuffers", "Clear"});
+    const std::string opened = "SDL_GL_SwapBuffers\nSDL_GL_SwapBuffers\n";
+    size_t begin = lines.find(opened) + opened.size();
+    return lines.substr(begin, lines.find("RenderFrame demo.xmlz") - begin);
+}
+
+static std::string LoadingFrame(uint32_t time, const char* flags = "vbo 0 pbo 0 npot 0 dot3 1")
+{
+    return "RenderFrame loading.xmlz scene 7 time " + std::to_string(time) +
+           " 1024x768 aspect 1.33333337 " + flags +
+           "\n"
+           "SDL_GL_SwapBuffers\n"
+           "Clear COLOR_BUFFER_BIT|DEPTH_BUFFER_BIT\n";
+}
+
+TEST(LoadPiece, Of7ItemsTheTickAfterTheThirdDrawsTime42AndTheLastOne100)
+{
+    DocumentSource demo = DemoSource();
+    demo.sections[10] = Rows(7);
+    // Each tick that draws reads the clock once more.
+    PlayScript script =
+        LoadingScript({1000, 1020, 1040, 1060, 1075, 1080, 1090, 1100, 1126, 1130, 2000});
+
+    ChildRun run = PlayPackage(PieceOf(LoadingSource(), demo), script);
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(Progress(run), "SDL_GetTicks 1000\n" // before the document is read
+                             "SDL_GetTicks 1020\n"
+                             "SDL_GetTicks 1040\n"
+                             "SDL_GetTicks 1060\n" +
+                                 LoadingFrame(42) +
+                                 "SDL_GetTicks 1075\n"
+                                 "SDL_GetTicks 1080\n"
+                                 "SDL_GetTicks 1090\n"
+                                 "SDL_GetTicks 1100\n"
+                                 "SDL_GetTicks 1126\n" +
+                                 LoadingFrame(100) +
+                                 "SDL_GetTicks 1130\n"
+                                 "SDL_GetTicks 2000\n"); // the silent start
+}
+
+TEST(LoadPiece, ATickNeedsMoreThan50Milliseconds)
+{
+    DocumentSource demo = DemoSource();
+    demo.sections[10] = Rows(2);
+
+    ChildRun run = PlayPackage(PieceOf(LoadingSource(), demo), LoadingScript({0, 50, 51, 52, 53}));
+
+    EXPECT_EQ(Progress(run), "SDL_GetTicks 0\n"
+                             "SDL_GetTicks 50\n"
+                             "SDL_GetTicks 51\n" +
+                                 LoadingFrame(100) +
+                                 "SDL_GetTicks 52\n"
+                                 "SDL_GetTicks 53\n");
+}
+
+TEST(LoadPiece, ItemsThatTakeLessThan50MillisecondsShowFramesAsOftenAsThoseHaveBuiltUp)
+{
+    DocumentSource demo = DemoSource();
+    demo.sections[10] = Rows(6);
+    // 20 ms an item: the third and the sixth come more than 50 ms behind the frame before.
+    PlayScript script = LoadingScript({0, 20, 40, 60, 60, 80, 100, 120, 120, 130});
+
+    ChildRun run = PlayPackage(PieceOf(LoadingSource(), demo), script);
+
+    EXPECT_EQ(LinesWith(Progress(run), {"RenderFrame"}),
+              "RenderFrame loading.xmlz scene 7 time 50 1024x768 aspect 1.33333337 vbo 0 pbo 0 "
+              "npot 0 dot3 1\n"
+              "RenderFrame loading.xmlz scene 7 time 100 1024x768 aspect 1.33333337 vbo 0 pbo 0 "
+              "npot 0 dot3 1\n");
+}
+
+TEST(LoadPiece, TheTimeBetweenTicksWraps)
+{
+    ChildRun run = PlayPackage(PieceOf(LoadingSource(), DemoSource()),
+                               LoadingScript({4294967280, 35, 40, 50})); // 51 ms apart
+
+    EXPECT_EQ(Progress(run), "SDL_GetTicks 4294967280\n"
+                             "SDL_GetTicks 35\n" +
+                                 LoadingFrame(100) +
+                                 "SDL_GetTicks 40\n"
+                                 "SDL_GetTicks 50\n");
+}
+
+TEST(LoadPiece, ItemsOfAllSectionsAndChildrenOfTheMusicNodeCount)
+{
+    DocumentSource demo = DemoSource();
+    std::string colour = "<c><v type=\"static\" value=\"1\"/><v type=\"static\" value=\"1\"/>"
+                         "<v type=\"static\" value=\"1\"/></c>";
+    demo.sections[4] = "<light>" + colour + colour + colour + "</light>";
+    demo.sections[10] = Rows(2);
+    demo.music = "<music><author/></music>";
+    PlayScript script = LoadingScript({0, 100, 100, 200, 200, 300, 300, 400});
+
+    ChildRun run = PlayPackage(PieceOf(LoadingSource(), demo), script);
+
+    // Four in all; the music node's child is never done.
+    EXPECT_EQ(Progress(run), "SDL_GetTicks 0\n"
+                             "SDL_GetTicks 100\n" +
+                                 LoadingFrame(25) +
+                                 "SDL_GetTicks 100\n"
+                                 "SDL_GetTicks 200\n" +
+                                 LoadingFrame(50) +
+                                 "SDL_GetTicks 200\n"
+                                 "SDL_GetTicks 300\n" +
+                                 LoadingFrame(75) +
+                                 "SDL_GetTicks 300\n"
+                                 "SDL_GetTicks 400\n");
+}
+
+TEST(LoadPiece, ARowPastThe32ndCountsAndIsNeverDone)
+{
+    DocumentSource demo = DemoSource();
+    demo.sections[10] = Rows(33);
+    std::vector<uint32_t> ticks(32, 0); // the start and 31 rows in no time
+    ticks.push_back(100);               // the 32nd
+
+    ChildRun run = PlayPackage(PieceOf(LoadingSource(), demo), LoadingScript(ticks));
+
+    std::string progress = Progress(run);
+    EXPECT_EQ(progress.substr(32 * std::string("SDL_GetTicks 0\n").size()),
+              "SDL_GetTicks 100\n" + LoadingFrame(96) + "SDL_GetTicks 100\nSDL_GetTicks 100\n");
+}
+
+TEST(LoadPiece, TicksGetDot3AsItWasFoundAndNothingElse)
+{
+    PlayScript script = LoadingScript({0, 100});
+    script.gl.textureEnvDot3 = false;
+
+    ChildRun run = PlayPackage(PieceOf(LoadingSource(), DemoSource()), script);
+
+    EXPECT_EQ(Progress(run), "SDL_GetTicks 0\n"
+                             "SDL_GetTicks 100\n" +
+                                 LoadingFrame(100, "vbo 0 pbo 0 npot 0 dot3 0") +
+                                 "SDL_GetTicks 100\n"
+                                 "SDL_GetTicks 100\n");
+}
+
+TEST(LoadPiece, TheLoadingDocumentIsReadWithoutTicks)
+{
+    DocumentSource loading = LoadingSource();
+    loading.sections[10] += Rows(5);
+
+    ChildRun run = PlayPackage(PieceOf(loading, DemoSource()), LoadingScript({0, 0, 1000}));
+
+    EXPECT_EQ(Progress(run), "SDL_GetTicks 0\n"
+                             "SDL_GetTicks 0\n"
+                             "SDL_GetTicks 1000\n");
+}
+
+TEST(LoadPiece, ALoadingTimelineThatIsOverEndsNothing)
+{
+    DocumentSource loading = LoadingSource();
+    loading.sections[10] = "<row/>"; // a frame of it draws no scene
+    DocumentSource demo = DemoSource();
+    demo.sections[10] = Rows(2);
+
+    ChildRun run = PlayPackage(PieceOf(loading, demo), LoadingScript({0, 100, 100, 200}));
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(
+        LinesWith(Progress(run), {"RenderFrame"}),
+        "RenderFrame loading.xmlz scene 0 time 50 1024x768 aspect 1.33333337 vbo 0 pbo 0 npot "
+        "0 dot3 1\n"
+        "RenderFrame loading.xmlz scene 0 time 100 1024x768 aspect 1.33333337 vbo 0 pbo 0 "
+        "npot 0 dot3 1\n");
+}
+
+TEST(LoadPiece, AFaultBehindATickIsTheDemosOwn)
+{
+    DocumentSource demo = DemoSource();
+    demo.sections[10] = "<row/><row><clip/></row>";
+
+    ChildRun run = PlayPackage(PieceOf(LoadingSource(), demo), LoadingScript({0, 100}));
+
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(
+        LinesWith(run.record, {"! ", "RenderFrame"}),
+        "RenderFrame loading.xmlz scene 7 time 50 1024x768 aspect 1.33333337 vbo 0 pbo 0 npot "
+        "0 dot3 1\n"
+        "! quorvale: demo.xmlz, section 10 (timeline), row 2, clip 1: attribute \"id\" of "
+        "<clip> is missing\n");
+    EXPECT_EQ(run.record.substr(run.record.size() - 9), "SDL_Quit\n");
+}
+
+TEST(LoadPiece, WithoutADemoTheMusicIsTheLoadingDocumentsAndThePieceEndsAtOnce)
+{
+    DocumentSource loading = LoadingSource();
+    loading.music = "<music file=\"b.xm\"/>";
+    TemporaryFolder folder;
+    folder.Write("piece.dpk", MakePackage({{"loading.xmlz", MakeDocument(loading)}}));
+    folder.Write("b.xm", "loading's");
+
+    ChildRun run = Play(folder, PlayScript());
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(LinesWith(run.record, {"> End", "> B", "ModPlug_Load", "RenderFrame", "SDL_Quit"}),
+              "> End of object table reached!\n"
+              "ModPlug_Load 9 \"loading's\"\n"
+              "RenderFrame demo.xmlz scene 0 time 0 1024x768 aspect 1.33333337 vbo 1 pbo 1 npot 1 "
+              "dot3 1 no tables\n"
+              "> Benchmark result: -nan fps\n"
+              "> Bye!\n"
+              "SDL_Quit\n");
+}
+
+TEST(LoadPiece, WithoutALoadingDocumentTicksDrawAnEmptyTimelineAndThePiecePlays)
+{
+    PlayScript script = LoadingScript({0, 100, 100, 200, 210});
+    script.demoFrames = 1;
+
+    ChildRun run = PlayPackage(MakePackage({{"demo.xmlz", MakeDocument(DemoSource())}}), script);
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(LinesWith(run.record, {"> End", "> B", "RenderFrame"}),
+              "> End of object table reached!\n"
+              "RenderFrame loading.xmlz scene 0 time 100 1024x768 aspect 1.33333337 vbo 0 pbo 0 "
+              "npot 0 dot3 1 no tables\n"
+              "RenderFrame demo.xmlz scene 8 time 0 1024x768 aspect 1.33333337 vbo 1 pbo 1 npot 1 "
+              "dot3 1\n"
+              "RenderFrame demo.xmlz scene 8 time 1 1024x768 aspect 1.33333337 vbo 1 pbo 1 npot 1 "
+              "dot3 1\n"
+              "> Benchmark result: 100.00 fps\n"
+              "> Bye!\n");
+}
+
+TEST(LoadPiece, WithoutAnyDocumentARunWithoutMusicEndsAtOnceAndOneWithMusicIsAFault)
+{
+    ChildRun silent = PlayPackage(MakePackage({}), LoadingScript({}));
+    EXPECT_EQ(silent.exitCode, 0);
+    EXPECT_EQ(LinesWith(silent.record, {"> End", "> B"}), "> End of object table reached!\n"
+                                                          "> End of object table reached!\n"
+                                                          "> Benchmark result: -nan fps\n"
+                                                          "> Bye!\n");
+
+    ChildRun music = PlayPackage(MakePackage({}), PlayScript());
+    EXPECT_EQ(music.exitCode, 1);
+    EXPECT_EQ(LinesWith(music.record, {"> End", "! "}),
+              "> End of object table reached!\n"
+              "> End of object table reached!\n"
+              "! quorvale: loading.xmlz, music node: the node is missing\n");
+}

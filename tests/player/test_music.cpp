@@ -1,0 +1,245 @@
+#include "player/music.h"
+
+#include <cstdio>
+#include <gtest/gtest.h>
+#include <tinyxml.h>
+#include <unistd.h>
+
+#include "engine/data/fault.h"
+#include "player/demo_clock.h"
+#include "support/child_run.h"
+#include "support/recorded_gl.h"
+#include "support/recorded_modplug.h"
+#include "support/recorded_sdl.h"
+#include "support/temporary_folder.h"
+
+static const std::string kSilent = "SDL_GetTicks 0\n"; // all that a silent start does
+
+static const std::string kSettings = "ModPlug_GetSettings\n"
+                                     "ModPlug_SetSettings flags 7 channels 2 bits 16 frequency "
+                                     "44100 resampling 3 stereo 101 mix 102 "
+                                     "reverb 20 104 bass 105 106 surround 107 108 loops 0\n";
+
+/// What a start with a module writes down, up to the audio device.
+static std::string Loaded(const std::string& module)
+{
+    return "ModPlug_Load " + std::to_string(module.size()) + " \"" + module + "\"\n" +
+           "ModPlug_SetMasterVolume 512\n" + kSettings + "SDL_OpenAudio 44100 S16LSB 2 8192\n";
+}
+
+/// Starts the music of a document that ends with this music node.
+/// @return exit code 0 with music, 1 if the device did not open, 2 for the silent clock
+static ChildRun Start(const TemporaryFolder& folder, const std::string& musicNode,
+                      int32_t music = kSwitchOn)
+{
+    return RunInChild(
+        [&folder, &musicNode, music]()
+        {
+            if (chdir(folder.path.c_str()) != 0)
+            {
+                return 99;
+            }
+            setvbuf(stdout, nullptr, _IOLBF, 0); // as the program does
+            TiXmlDocument tree;
+            tree.Parse(musicNode.c_str());
+            DemoDocument document = {};
+            document.name = "demo.xmlz";
+            document.document = &tree;
+            document.musicNode = tree.FirstChild();
+            LauncherChoice choice = kStartChoice;
+            choice.music = music;
+            if (!StartMusic(&document, &choice))
+            {
+                return 1;
+            }
+            return choice.music == kSwitchOn ? 0 : 2;
+        });
+}
+
+class Music : public testing::Test
+{
+  protected:
+    void SetUp() override
+    {
+        ResetGl();
+        ResetSdl();
+        ModPlug = {};
+    }
+
+    TemporaryFolder folder;
+};
+
+TEST_F(Music, AModuleBesideThePackageIsPlayed)
+{
+    folder.Write("a.xm", "beside");
+    folder.Write("music/a.xm", "below");
+
+    ChildRun run = Start(folder, "<music file=\"a.xm\"/>");
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.record, Loaded("beside") + "SDL_PauseAudio 0\n");
+}
+
+TEST_F(Music, AModuleThatIsNotThereIsPlayedFromTheMusicFolder)
+{
+    folder.Write("music/a.xm", "below");
+
+    ChildRun run = Start(folder, "<music file=\"a.xm\"/>");
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.record, Loaded("below") + "SDL_PauseAudio 0\n");
+}
+
+TEST_F(Music, AFileThatNamesAFolderIsPutBehindTheMusicFolderAsItStands)
+{
+    folder.Write("music/more/a.xm", "far below");
+
+    ChildRun run = Start(folder, "<music file=\"more/a.xm\"/>");
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.record, Loaded("far below") + "SDL_PauseAudio 0\n");
+}
+
+TEST_F(Music, AModuleInNeitherPlaceIsReportedAndTheClockIsSilent)
+{
+    ChildRun run = Start(folder, "<music file=\"more/a.xm\"/>");
+
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.record, "> Error: cannot open more/a.xm!\n" + kSilent);
+}
+
+TEST_F(Music, WithoutAFileTheClockIsSilentAndNothingIsPrinted)
+{
+    ChildRun run = Start(folder, "<music volume=\"3\"/>");
+
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.record, kSilent);
+}
+
+TEST_F(Music, SwitchedOffItDoesNotLookAtTheNodeWhichNeedNotExist)
+{
+    folder.Write("a.xm", "module");
+
+    for (const char* node : {"<music file=\"a.xm\"/>", ""})
+    {
+        ChildRun run = Start(folder, node, kSwitchOff);
+
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_EQ(run.record, kSilent);
+    }
+}
+
+TEST_F(Music, ANodeThatIsMissingOrNoElementIsAFault)
+{
+    ChildRun missing = Start(folder, "");
+    EXPECT_EQ(missing.exitCode, 1);
+    EXPECT_EQ(missing.record, "! quorvale: demo.xmlz, music node: the node is missing\n");
+
+    ChildRun comment = Start(folder, "<!-- a.xm -->");
+    EXPECT_EQ(comment.exitCode, 1);
+    EXPECT_EQ(comment.record, "! quorvale: demo.xmlz, music node: the node is not an element\n");
+}
+
+TEST_F(Music, ADeviceThatDoesNotOpenIsReportedOnStandardErrorAndStartsNoSilentClock)
+{
+    folder.Write("a.xm", "module");
+    Sdl.openAudioFails = true;
+    Sdl.error = "No available audio device";
+
+    ChildRun run = Start(folder, "<music file=\"a.xm\"/>");
+
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.record, Loaded("module") + "! Couldn't open audio: No available audio device\n");
+}
+
+TEST_F(Music, TheFirstBlockIsCountedStampedAndThenRendered)
+{
+    folder.Write("a.xm", "module");
+    ModPlug.moduleBytes = 40000;
+    Sdl.ticks = {500, 686, 700};
+    Sdl.blocksAtStart = 2;
+
+    ChildRun run = Start(folder, "<music file=\"a.xm\"/>");
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.record, Loaded("module") + "SDL_PauseAudio 0\n"
+                                             "AudioBlock 32768\n"
+                                             "SDL_GetTicks 500\n"
+                                             "ModPlug_Read 32768\n"
+                                             "AudioBlock filled\n"
+                                             "AudioBlock 32768\n"
+                                             "SDL_GetTicks 686\n"
+                                             "ModPlug_Read 32768\n"
+                                             "AudioBlock filled\n"
+                                             "SDL_GetTicks 700\n"); // the first reading
+}
+
+TEST_F(Music, AModuleThatHasEndedLeavesTheBlockAlone)
+{
+    folder.Write("a.xm", "module");
+    ModPlug.moduleBytes = 32768;
+    Sdl.blocksAtStart = 2;
+
+    ChildRun run = Start(folder, "<music file=\"a.xm\"/>");
+
+    EXPECT_EQ(run.record, Loaded("module") + "SDL_PauseAudio 0\n"
+                                             "AudioBlock 32768\n"
+                                             "SDL_GetTicks 0\n"
+                                             "ModPlug_Read 32768\n"
+                                             "AudioBlock filled\n"
+                                             "AudioBlock 32768\n"
+                                             "SDL_GetTicks 0\n"
+                                             "ModPlug_Read 32768\n"
+                                             "AudioBlock untouched\n");
+}
+
+TEST_F(Music, AFileThatIsNoModuleIsSilenceThatTheClockCounts)
+{
+    folder.Write("a.xm", "module");
+    ModPlug.loadFails = true;
+    Sdl.blocksAtStart = 1;
+    Sdl.ticks = {500, 510};
+
+    ChildRun run = Start(folder, "<music file=\"a.xm\"/>");
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.record, "ModPlug_Load 6 \"module\"\n" + kSettings +
+                              "SDL_OpenAudio 44100 S16LSB 2 8192\n"
+                              "SDL_PauseAudio 0\n"
+                              "AudioBlock 32768\n"
+                              "SDL_GetTicks 500\n"
+                              "AudioBlock silent\n"
+                              "SDL_GetTicks 510\n");
+}
+
+TEST_F(Music, AFolderInTheModulesPlaceIsAnEmptyModule)
+{
+    folder.Write("a.xm/readme", "not a module");
+
+    ChildRun run = Start(folder, "<music file=\"a.xm\"/>");
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.record, Loaded("") + "SDL_PauseAudio 0\n");
+}
+
+TEST_F(Music, AnEmptyFileIsHandedOverAsItIs)
+{
+    folder.Write("a.xm", "");
+
+    ChildRun run = Start(folder, "<music file=\"a.xm\"/>");
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.record, Loaded("") + "SDL_PauseAudio 0\n");
+}
+
+TEST_F(Music, AFileTooLargeForMemoryIsAFault)
+{
+    folder.Write("a.xm", "");
+    ASSERT_EQ(truncate((folder.path + "/a.xm").c_str(), 1L << 40), 0);
+
+    ChildRun run = Start(folder, "<music file=\"a.xm\"/>");
+
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.record, "! quorvale: demo.xmlz, music node: \"a.xm\": its size of 1099511627776 "
+                          "bytes can't be allocated\n");
+}
