@@ -1,7 +1,11 @@
 #include "engine/animation/envelope.h"
 
+#include <bit>
 #include <cmath>
+#include <cstddef>
 #include <cstring>
+#include <emmintrin.h>
+#include <limits>
 
 #include "engine/data/document_values.h"
 #include "engine/data/fault.h"
@@ -22,7 +26,7 @@ static SplineKnots RepairKnots(const float* params)
     knots.y[0] = params[1];
     knots.x[1] = params[0] - 1.0f;
     knots.y[1] = params[1];
-    for (uint32_t k = 1; k <= 12; ++k)
+    for (uint32_t k = 1; k <= kSplinePoints; ++k)
     {
         knots.x[k + 1] = params[2 * k - 2];
         knots.y[k + 1] = params[2 * k - 1];
@@ -46,35 +50,88 @@ static SplineKnots RepairKnots(const float* params)
     return knots;
 }
 
-static float EvaluateSpline(const float* params, float s)
+/// The segment from knot j - 1 to knot j, 2 to 14.
+///
+/// With u from 0 to 1 along the segment its value is
+///   0.5 * ((2 * p1 + (p2 - p0) * u) + (2 * p0 - 5 * p1 + 4 * p2 - p3) * u * u
+///          + ((3 * p1 - p0 - 3 * p2 + p3) * (u * u)) * u)
+/// where p1 and p2 are the y of the two knots. p0 and p3 are not those of the knots next to them:
+/// each is a neighbour's slope carried over to the length of this segment, which is how a curve for
+/// even knots goes through uneven ones.
+static SplineSegment MakeSegment(const SplineKnots* knots, uint32_t j)
 {
-    SplineKnots knots = RepairKnots(params);
-    const float* x = knots.x;
-    const float* y = knots.y;
-    if (s <= x[1])
-    {
-        return y[1];
-    }
-
-    uint32_t j = 2;
-    while (!(s <= x[j]))
-    {
-        if (j == 14)
-        {
-            return y[14];
-        }
-        j += 1;
-    }
-
+    const float* x = knots->x;
+    const float* y = knots->y;
     float dx = x[j] - x[j - 1];
     float p1 = y[j - 1];
     float p2 = y[j];
     float p0 = ((y[j - 1] - y[j - 2]) / (x[j - 2] - x[j - 1])) * dx + p1;
     float p3 = ((y[j + 1] - y[j]) / (x[j + 1] - x[j])) * dx + p2;
 
-    float u = (s - x[j - 1]) / dx;
-    return 0.5f * ((2.0f * p1 + (p2 - p0) * u) + (2.0f * p0 - 5.0f * p1 + 4.0f * p2 - p3) * u * u +
-                   ((3.0f * p1 - p0 - 3.0f * p2 + p3) * (u * u)) * u);
+    SplineSegment segment;
+    segment.dx = dx;
+    segment.constant = 2.0f * p1;
+    segment.linear = p2 - p0;
+    segment.square = 2.0f * p0 - 5.0f * p1 + 4.0f * p2 - p3;
+    segment.cube = 3.0f * p1 - p0 - 3.0f * p2 + p3;
+    return segment;
+}
+
+static void PrepareSpline(const float* params, PreparedSpline* spline)
+{
+    SplineKnots knots = RepairKnots(params);
+    for (uint32_t i = 0; i < kSplineSegments; ++i)
+    {
+        spline->knots[i] = knots.x[i + 1];
+        spline->segments[i] = MakeSegment(&knots, i + 2);
+    }
+    spline->knots[13] = knots.x[14];
+    spline->knots[14] = std::numeric_limits<float>::infinity();
+    spline->knots[15] = std::numeric_limits<float>::infinity();
+    spline->firstY = knots.y[1];
+    spline->lastY = knots.y[14];
+}
+
+/// Out of line because it runs once: inlined, its registers would cost every evaluation a save.
+[[gnu::noinline, gnu::cold]] static void PrepareSplines(Envelope* envelope)
+{
+    for (uint32_t i = 0; i < envelope->pieceCount; ++i)
+    {
+        if (envelope->pieceType[i] == kFunctionSpline)
+        {
+            PrepareSpline(envelope->pieceParams[i], &envelope->splines[i]);
+        }
+    }
+    envelope->splinesReady = true;
+}
+
+/// The index of the first knot that s has not passed, up to 14, where infinity stands. A knot that
+/// is no number counts as passed. All 16 are compared at once: where s lies is anyone's guess.
+static uint32_t FindKnot(const float* knots, float s)
+{
+    __m128 time = _mm_set1_ps(s);
+    __m128i a = _mm_castps_si128(_mm_cmple_ps(time, _mm_loadu_ps(knots)));
+    __m128i b = _mm_castps_si128(_mm_cmple_ps(time, _mm_loadu_ps(knots + 4)));
+    __m128i c = _mm_castps_si128(_mm_cmple_ps(time, _mm_loadu_ps(knots + 8)));
+    __m128i d = _mm_castps_si128(_mm_cmple_ps(time, _mm_loadu_ps(knots + 12)));
+    __m128i bytes = _mm_packs_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d));
+    return static_cast<uint32_t>(std::countr_zero(static_cast<uint32_t>(_mm_movemask_epi8(bytes))));
+}
+
+static float EvaluateSpline(const PreparedSpline* spline, float s)
+{
+    uint32_t knot = FindKnot(spline->knots, s);
+    uint32_t i = knot - 1; // wraps in front of the first
+    if (i >= kSplineSegments)
+    {
+        return knot == 0 ? spline->firstY : spline->lastY;
+    }
+
+    // Multiplying by 1 / dx, or bracketing the powers of u out, would change the last bit.
+    const SplineSegment& segment = spline->segments[i];
+    float u = (s - spline->knots[i]) / segment.dx;
+    return 0.5f * ((segment.constant + segment.linear * u) + segment.square * u * u +
+                   (segment.cube * (u * u)) * u);
 }
 
 static uint32_t FoldLoopTime(const Envelope* envelope, uint32_t time)
@@ -110,6 +167,29 @@ static uint32_t FoldLoopTime(const Envelope* envelope, uint32_t time)
     return folded > length ? period - folded : folded;
 }
 
+/// A function other than the spline.
+static float EvaluateFunction(uint32_t function, const float* p, float s, float valueBefore)
+{
+    switch (function)
+    {
+    case kFunctionConstant:
+        return p[0];
+    case kFunctionLinear:
+        return s * p[0] + p[1];
+    case kFunctionQuadratic:
+    {
+        float d = s - p[1];
+        return (p[0] * d) * d + p[2];
+    }
+    case kFunctionSinus:
+        return sinf(s * p[1] - p[2]) * p[0] + p[3];
+    case kFunctionSinusX:
+        return (s * p[0] + p[4]) * sinf(p[1] * s - p[2]) + p[3];
+    default:
+        return valueBefore;
+    }
+}
+
 float EvaluateEnvelope(Envelope* envelope, uint32_t time)
 {
     if (envelope->pieceCount == 0)
@@ -137,32 +217,19 @@ float EvaluateEnvelope(Envelope* envelope, uint32_t time)
     }
 
     float s = static_cast<float>(x);
-    const float* p = envelope->pieceParams[piece];
-    switch (envelope->pieceType[piece])
+    uint32_t function = envelope->pieceType[piece];
+    if (function == kFunctionSpline)
     {
-    case kFunctionConstant:
-        envelope->lastValue = p[0];
-        break;
-    case kFunctionLinear:
-        envelope->lastValue = s * p[0] + p[1];
-        break;
-    case kFunctionQuadratic:
-    {
-        float d = s - p[1];
-        envelope->lastValue = (p[0] * d) * d + p[2];
-        break;
+        if (!envelope->splinesReady)
+        {
+            PrepareSplines(envelope);
+        }
+        envelope->lastValue = EvaluateSpline(&envelope->splines[piece], s);
     }
-    case kFunctionSinus:
-        envelope->lastValue = sinf(s * p[1] - p[2]) * p[0] + p[3];
-        break;
-    case kFunctionSpline:
-        envelope->lastValue = EvaluateSpline(p, s);
-        break;
-    case kFunctionSinusX:
-        envelope->lastValue = (s * p[0] + p[4]) * sinf(p[1] * s - p[2]) + p[3];
-        break;
-    default: // an unknown function leaves the value before
-        break;
+    else
+    {
+        envelope->lastValue =
+            EvaluateFunction(function, envelope->pieceParams[piece], s, envelope->lastValue);
     }
     return envelope->lastValue;
 }
@@ -185,7 +252,7 @@ void ReadEnvelopeItem(const TiXmlElement* item, void* record, uint32_t /*index*/
                       LoadContext* /*context*/)
 {
     Envelope* envelope = static_cast<Envelope*>(record);
-    memset(envelope, 0, sizeof(Envelope));
+    memset(envelope, 0, offsetof(Envelope, splines)); // these are most of it, and often stay unused
 
     envelope->valueType = static_cast<uint8_t>(ReadIntAttribute(item, "type"));
     envelope->loopType = static_cast<uint8_t>(ReadIntAttribute(item, "loop_type"));

@@ -30,6 +30,32 @@ enum EnvelopeLoop : uint8_t
     kLoopPingPong = 2,
 };
 
+inline constexpr uint32_t kSplinePoints = 12;   // x and y of each fill a piece's parameters
+inline constexpr uint32_t kSplineSegments = 13; // up to each point, and one that runs on behind
+
+/// What does not depend on the time in one segment of a spline, from a knot to the next. With u
+/// from 0 to 1 along the segment, twice the value is
+///   (constant + linear * u) + square * u * u + (cube * (u * u)) * u
+struct SplineSegment
+{
+    float dx; // ticks
+    float constant;
+    float linear;
+    float square;
+    float cube;
+};
+
+/// A spline piece made ready: its knots are repaired.
+struct PreparedSpline
+{
+    float knots[16]; // ticks; [i] in front of segment i, [13] behind the last, then infinity
+    float firstY;    // the value up to knots[0]
+    float lastY;     // the value past knots[13]
+    SplineSegment segments[kSplineSegments];
+};
+
+/// Filled once and not edited. What changes afterwards is the cached result, and that the splines
+/// are made ready when the first of them is played. A record filled by hand starts from zeros.
 struct Envelope
 {
     uint8_t valueType;                                   // stored, read by nothing
@@ -42,6 +68,8 @@ struct Envelope
     float loopEnd;                                       // ticks, truncated at each use
     float lastValue;                                     // the cached result
     uint32_t lastTime;                                   // its time; kNothingCached at first
+    bool splinesReady;                                   // splines is filled for all such pieces
+    PreparedSpline splines[kEnvelopePieces];             // [piece], unset for other functions
 };
 
 /// The value of an envelope at a time in ticks. 1.0 with no pieces. Keeps the result in the record,

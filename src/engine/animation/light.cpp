@@ -18,12 +18,10 @@ static void ReadGroup(const TiXmlElement* group, uint32_t firstPart, uint32_t* s
     for (uint32_t i = 0; i < kValuesPerGroup; ++i)
     {
         CurrentPlace.part = firstPart + i;
-        const TiXmlElement* value = RequireElement(node, "value");
-        if (ReadAnimatedValue(value, &slots[i]))
+        if (ReadAnimatedValue(TakeElement(&node, "value"), &slots[i]))
         {
             *flags = static_cast<uint8_t>(*flags | (firstFlag >> i));
         }
-        node = value->NextSibling();
     }
     CurrentPlace.part = 0;
 }
@@ -35,14 +33,10 @@ void ReadLightItem(const TiXmlElement* item, void* record, uint32_t /*index*/,
     light->flagsA = 0;
     light->flagsB = 0;
 
-    const TiXmlElement* ambient = RequireElement(item->FirstChild(), "ambient colour");
-    ReadGroup(ambient, 1, light->ambient, &light->flagsA, 0x80);
-
-    const TiXmlElement* diffuse = RequireElement(ambient->NextSibling(), "diffuse colour");
-    ReadGroup(diffuse, 4, light->diffuse, &light->flagsA, 0x10);
-
-    const TiXmlElement* position = RequireElement(diffuse->NextSibling(), "position");
-    ReadGroup(position, 7, light->position, &light->flagsB, 0x80);
+    const TiXmlNode* node = item->FirstChild();
+    ReadGroup(TakeElement(&node, "ambient colour"), 1, light->ambient, &light->flagsA, 0x80);
+    ReadGroup(TakeElement(&node, "diffuse colour"), 4, light->diffuse, &light->flagsA, 0x10);
+    ReadGroup(TakeElement(&node, "position"), 7, light->position, &light->flagsB, 0x80);
 }
 
 /// Resolves a group at `time`, first value first, and gives it to GL_LIGHT1 with 1.0 behind it. For
