@@ -742,6 +742,98 @@ TEST_F(SceneTest, OnlyAModelPlacerLooksForAMeshToPlaceOn)
     EXPECT_EQ(Draw(7), kSetArrays + InstanceAt("0 0 0") + kArraysOff);
 }
 
+// Deformed geometry. A rippler without amplitude bends nothing, but its arrays stand in for the
+// mesh's own; the record knows them by no name.
+
+static const std::string kModelInstance = std::string(kInstanceAtOrigin) +
+                                          "DrawElements TRIANGLES 3 UNSIGNED_INT model.indices\n"
+                                          "PopMatrix\n";
+
+TEST_F(SceneTest, DeformedArraysExistForOneObjectOnly)
+{
+    AddModel();
+    const uint32_t n = AddObject(kObjectModel, 1);
+    AddManipulator(n, kManipulatorRippler, {0, 0, 1});
+    AddObject(kObjectModel, 1);
+    EXPECT_EQ(Draw(7), "EnableClientState NORMAL_ARRAY\n"
+                       "EnableClientState VERTEX_ARRAY\n"
+                       "VertexPointer 3 FLOAT 0 ?\n"
+                       "NormalPointer FLOAT 0 ?\n"
+                       "SetMaterial 5 at 7 vbo 0 pbo 0 dot3 1 heading 45\n" +
+                           kModelInstance + kArraysOff + kSetArrays + kModelInstance + kArraysOff);
+    EXPECT_EQ(CurrentDeformedMesh.normals, nullptr);
+}
+
+/// What a rippler does with the next two buffers.
+static std::string UploadDeformed(int vertices, int normals)
+{
+    const std::string first = std::to_string(vertices);
+    const std::string second = std::to_string(normals);
+    return "GenBuffersARB 1 " + first + "\nGenBuffersARB 1 " + second +
+           "\nBindBufferARB ARRAY_BUFFER " + first +
+           "\nBufferDataARB ARRAY_BUFFER 36 ? STREAM_DRAW\n"
+           "BindBufferARB ARRAY_BUFFER " +
+           second + "\nBufferDataARB ARRAY_BUFFER 36 ? STREAM_DRAW\n";
+}
+
+TEST_F(SceneTest, ADeformedModelIsDrawnFromBuffersOfItsOwn)
+{
+    AddModel();
+    const uint32_t n = AddObject(kObjectModel, 1);
+    AddManipulator(n, kManipulatorRippler, {0, 0, 1});
+    AddObject(kObjectModel, 1);
+    EXPECT_EQ(Draw(7, 1), UploadDeformed(1, 2) +
+                              "EnableClientState NORMAL_ARRAY\n"
+                              "EnableClientState VERTEX_ARRAY\n"
+                              "BindBufferARB ARRAY_BUFFER 1\n"
+                              "VertexPointer 3 FLOAT 0 0\n"
+                              "BindBufferARB ARRAY_BUFFER 2\n"
+                              "NormalPointer FLOAT 0 0\n"
+                              "SetMaterial 5 at 7 vbo 1 pbo 0 dot3 1 heading 45\n"
+                              "BindBufferARB ELEMENT_ARRAY_BUFFER 15\n" +
+                              kInstanceAtOrigin +
+                              "DrawElements TRIANGLES 3 UNSIGNED_INT 0\n"
+                              "PopMatrix\n"
+                              "DeleteBuffersARB 1 1\n"
+                              "DeleteBuffersARB 1 2\n" +
+                              kArraysOff + kBufferedModel);
+    EXPECT_EQ(GlLiveBuffers(), 0u);
+}
+
+TEST_F(SceneTest, ADeformedGeneratedMeshIsDrawnFromClientMemoryEvenWithBuffers)
+{
+    AddGenMesh();
+    const uint32_t n = AddObject(kObjectGenMesh, 1);
+    AddManipulator(n, kManipulatorRippler, {0, 0, 1});
+    EXPECT_EQ(Draw(7, 1), UploadDeformed(1, 2) +
+                              "BindBufferARB ARRAY_BUFFER 0\n"
+                              "BindBufferARB ELEMENT_ARRAY_BUFFER 0\n"
+                              "EnableClientState NORMAL_ARRAY\n"
+                              "EnableClientState VERTEX_ARRAY\n"
+                              "VertexPointer 3 FLOAT 0 ?\n"
+                              "NormalPointer FLOAT 0 ?\n"
+                              "SetMaterial 5 at 7 vbo 0 pbo 0 dot3 1 heading 45\n" +
+                              kInstanceAtOrigin +
+                              "DrawElements TRIANGLES 3 UNSIGNED_INT grid.indices\n"
+                              "PopMatrix\n"
+                              "DeleteBuffersARB 1 1\n"
+                              "DeleteBuffersARB 1 2\n" +
+                              kArraysOff);
+    EXPECT_EQ(GlLiveBuffers(), 0u);
+}
+
+TEST_F(SceneTest, AModelPlacerPlacesOnTheModelThatItNames)
+{
+    AddModel();
+    const uint32_t n = AddObject(kObjectModel, 1);
+    AddManipulator(n, kManipulatorModelPlacer, {0, 0, 5, 0, 0, 0, 2, 2, 2})->placementId = 1;
+    const std::string calls = Draw(7);
+    const size_t end = calls.find(kSetArrays); // behind the transformation of the vertices
+    ASSERT_NE(end, std::string::npos);
+    EXPECT_EQ(calls.substr(end), kSetArrays + InstanceAt("0 0 5") + InstanceAt("2 0 5") +
+                                     InstanceAt("0 2 5") + kArraysOff);
+}
+
 // Faults.
 
 TEST_F(SceneDeathTest, AMissingEnvelopeEndsTheProgram)

@@ -1,0 +1,500 @@
+#include "engine/render/frame.h"
+
+#include <gtest/gtest.h>
+#include <string>
+
+#include "engine/render/frame_test.h"
+#include "engine/render/material_stand_in.h"
+
+/// The camera's x of each clip that was set, in order, each behind a space: what tells clips apart.
+static std::string CamerasSeen(const std::string& calls)
+{
+    std::string seen;
+    for (size_t at = calls.find("Translatef "); at != std::string::npos;
+         at = calls.find("Translatef ", at + 1))
+    {
+        const size_t begin = at + sizeof("Translatef");
+        seen += " " + calls.substr(begin, calls.find(' ', begin) - begin);
+    }
+    return seen;
+}
+
+// What is on screen when.
+
+TEST_F(FrameTest, AFrameOfOneClipSetsWindowProjectionFogAndCamera)
+{
+    AddClip(timeline, 0, 0, 100, 1);
+    EXPECT_EQ(Render(50), kWindow + kPlainClip + kFrameEnd);
+    EXPECT_EQ(drawn, 1u);
+}
+
+TEST_F(FrameTest, ATimelineWhoseFirstRowIsEmptyDrawsNothing)
+{
+    AddClip(timeline, 1, 0, 100, 1);
+    EXPECT_EQ(Render(50), "");
+    EXPECT_EQ(drawn, 0u);
+}
+
+TEST_F(FrameTest, AMarkedSlotOfTheFirstRowDrawsNothing)
+{
+    AddClip(timeline, 0, 0, 200, 1);
+    AddClip(timeline, 1, 0, 200, 1);
+    timeline->slotIndex[0][1] = kEmptySlot;
+    EXPECT_EQ(Render(150), "");
+    EXPECT_EQ(drawn, 0u);
+    EXPECT_EQ(Render(50), kWindow + kPlainClip + kWindow + kPlainClip + kFrameEnd);
+    EXPECT_EQ(drawn, 2u);
+}
+
+TEST_F(FrameTest, AMarkedSlotOfAnotherRowSkipsThatRow)
+{
+    AddClip(timeline, 0, 0, 200, 1);
+    AddClip(timeline, 1, 0, 200, 1);
+    timeline->slotIndex[1][1] = kEmptySlot;
+    EXPECT_EQ(Render(150), kWindow + kPlainClip + kFrameEnd);
+    EXPECT_EQ(drawn, 1u);
+}
+
+TEST_F(FrameTest, RowsAreDrawnInTheirOrder)
+{
+    for (uint32_t row : {31u, 0u, 7u})
+    {
+        SetConstant(&timeline->cameraX, row, AddClip(timeline, row, 0, 100, 1),
+                    static_cast<float>(row));
+    }
+    EXPECT_EQ(CamerasSeen(Render(50)), " 0 7 31");
+    EXPECT_EQ(drawn, 3u);
+}
+
+TEST_F(FrameTest, TheEndTickOfAClipBelongsToIt)
+{
+    SetConstant(&timeline->cameraX, 0, AddClip(timeline, 0, 0, 150, 1), 1.0f);
+    SetConstant(&timeline->cameraX, 0, AddClip(timeline, 0, 0, 150, 1), 2.0f);
+    EXPECT_EQ(CamerasSeen(Render(149)), " 1");
+    EXPECT_EQ(CamerasSeen(Render(150)), " 1");
+    EXPECT_EQ(CamerasSeen(Render(151)), " 2");
+    EXPECT_EQ(CamerasSeen(Render(300)), " 2");
+    EXPECT_EQ(drawn, 1u);
+    EXPECT_EQ(Render(301), kFrameEnd);
+    EXPECT_EQ(drawn, 0u);
+}
+
+TEST_F(FrameTest, AClipThatBeginsOnASecondTakesTheEndTickOfTheOneBefore)
+{
+    // The search of that second begins at the later clip.
+    SetConstant(&timeline->cameraX, 0, AddClip(timeline, 0, 0, 100, 1), 1.0f);
+    SetConstant(&timeline->cameraX, 0, AddClip(timeline, 0, 0, 100, 1), 2.0f);
+    EXPECT_EQ(CamerasSeen(Render(99)), " 1");
+    EXPECT_EQ(CamerasSeen(Render(100)), " 2");
+}
+
+TEST_F(FrameTest, AGapDrawsNothingAndTouchesNoState)
+{
+    SetConstant(&timeline->cameraX, 0, AddClip(timeline, 0, 50, 100, 1), 1.0f);
+    SetConstant(&timeline->cameraX, 0, AddClip(timeline, 0, 30, 100, 1), 2.0f);
+    EXPECT_EQ(Render(0), kFrameEnd);
+    EXPECT_EQ(Render(49), kFrameEnd);
+    EXPECT_EQ(drawn, 0u);
+    EXPECT_EQ(CamerasSeen(Render(50)), " 1");
+    EXPECT_EQ(CamerasSeen(Render(150)), " 1");
+    EXPECT_EQ(Render(151), kFrameEnd); // 150 + 30 is the next clip's first tick
+    EXPECT_EQ(Render(179), kFrameEnd);
+    EXPECT_EQ(CamerasSeen(Render(180)), " 2");
+}
+
+TEST_F(FrameTest, AFrameInWhichEveryRowRestsCountsNothing)
+{
+    AddClip(timeline, 0, 0, 100, 1);  // past its end
+    AddClip(timeline, 1, 90, 200, 1); // drawn up to 290
+    AddClip(timeline, 1, 50, 100, 1); // in the gap before it
+    AddClip(timeline, 2, 0, 400, 0);  // without a scene
+    EXPECT_EQ(Render(300), kWindow + kPlainClip + kFrameEnd);
+    EXPECT_EQ(drawn, 0u);
+    Render(290);
+    EXPECT_EQ(drawn, 1u);
+}
+
+TEST_F(FrameTest, AClipWithoutASceneSetsItsStateAllTheSame)
+{
+    timeline->passKind[0][AddClip(timeline, 0, 0, 100, 0)] = kPassClearDepth;
+    EXPECT_EQ(Render(50), kWindow + "Clear DEPTH_BUFFER_BIT\n" + kPlainClip + kFrameEnd);
+    EXPECT_EQ(drawn, 0u);
+}
+
+TEST_F(FrameTest, ADroppedClipIsPassedOverAndTheNextMeasuresFromTickZero)
+{
+    SetConstant(&timeline->cameraX, 0, AddClip(timeline, 0, 0, 110, 1), 1.0f);
+    SetConstant(&timeline->cameraX, 0, AddClip(timeline, 0, 0, 50, 1), 2.0f);
+    const uint32_t third = AddClip(timeline, 0, 0, 140, 1); // 160 to 300
+    timeline->cameraX.slot[0][third] = AddLinearEnvelope(&tables, 1.0f, 0.0f);
+    timeline->cameraX.dynamic[0][third] = 1;
+    EXPECT_EQ(timeline->clipEnd[0][1], 0u);
+    EXPECT_EQ(CamerasSeen(Render(110)), " 1");
+    EXPECT_EQ(CamerasSeen(Render(130)), " 130"); // in the dropped clip's time, from 0 on
+    EXPECT_EQ(CamerasSeen(Render(200)), " 200");
+    EXPECT_EQ(CamerasSeen(Render(300)), " 300");
+}
+
+TEST_F(FrameTest, TheLastSlotServesAllTimesPastTheBlock)
+{
+    SetConstant(&timeline->cameraX, 0, AddClip(timeline, 0, 0, 102250, 1), 1.0f);
+    SetConstant(&timeline->cameraX, 0, AddClip(timeline, 0, 0, 100, 1), 2.0f);  // to 102350
+    SetConstant(&timeline->cameraX, 0, AddClip(timeline, 0, 0, 1000, 1), 3.0f); // to 103350
+    SetConstant(&timeline->cameraX, 0, AddClip(timeline, 0, 0, 1000, 1), 4.0f); // to 104350
+    EXPECT_EQ(CamerasSeen(Render(102300)), " 2");
+    EXPECT_EQ(CamerasSeen(Render(102399)), " 3");
+    EXPECT_EQ(CamerasSeen(Render(102400)), " 3");
+    EXPECT_EQ(CamerasSeen(Render(103350)), " 3");
+    EXPECT_EQ(CamerasSeen(Render(103351)), " 4");
+    EXPECT_EQ(CamerasSeen(Render(104350)), " 4");
+    EXPECT_EQ(Render(104351), kFrameEnd);
+    EXPECT_EQ(Render(4294967295u), kFrameEnd);
+}
+
+// Passes; those to a texture have a test file of their own.
+
+TEST_F(FrameTest, OnlyAClearingPassClearsTheDepth)
+{
+    AddClip(timeline, 0, 0, 100, 1);
+    timeline->passKind[1][AddClip(timeline, 1, 0, 100, 1)] = kPassClearDepth;
+    EXPECT_EQ(Render(50),
+              kWindow + kPlainClip + kWindow + "Clear DEPTH_BUFFER_BIT\n" + kPlainClip + kFrameEnd);
+}
+
+TEST_F(FrameTest, LinkedAndUnknownPassesLeaveTheViewportAsItIs)
+{
+    for (int32_t kind : {2, 6, -1, 1000})
+    {
+        ClearTimeline();
+        timeline->passKind[0][AddClip(timeline, 0, 0, 100, 1)] = kind;
+        EXPECT_EQ(Render(50), kPlainClip + kFrameEnd) << kind;
+        EXPECT_EQ(drawn, 1u);
+    }
+}
+
+// Projection.
+
+TEST_F(FrameTest, AnOrthographicClipIsAUnitSquareWithoutDepth)
+{
+    timeline->projectionKind[0][AddClip(timeline, 0, 0, 100, 1)] = kProjectionOrthographic;
+    EXPECT_EQ(Render(50), kWindow +
+                              "Disable DEPTH_TEST\n"
+                              "MatrixMode PROJECTION\n"
+                              "LoadIdentity\n"
+                              "Ortho 0 1 1 0 -1 1\n" +
+                              kNoFog + kCameraAtOrigin + kFrameEnd);
+}
+
+TEST_F(FrameTest, AFieldOfViewMayMove)
+{
+    const uint32_t clip = AddClip(timeline, 0, 0, 1000, 1);
+    timeline->projectionKind[0][clip] = kProjectionAnimatedFov;
+    timeline->fov[0][clip] = AddLinearEnvelope(&tables, 0.5f, 35.0f);
+    const std::string head = kWindow + "Enable DEPTH_TEST\n"
+                                       "MatrixMode PROJECTION\n"
+                                       "LoadIdentity\n";
+    EXPECT_EQ(Render(50), head +
+                              "LoadMatrixf 1.7320507 0 0 0 0 1.7320507 0 0 0 0 -1.0001999 -1 0 0 "
+                              "-0.20002 0\n" +
+                              kNoFog + kCameraAtOrigin + kFrameEnd); // 60 degrees
+    EXPECT_EQ(Render(110), kWindow + kPlainClip + kFrameEnd);        // 90
+}
+
+TEST_F(FrameTest, TheAspectIsTheCallers)
+{
+    AddClip(timeline, 0, 0, 100, 1);
+    RenderFrame(timeline, tables.scenes, tables.materials, tables.lights, tables.textures,
+                tables.envelopes, 1.3333334f, tables.effects, tables.models, tables.bitmaps,
+                tables.genMeshes, 50, 640, 480, 0, 0, 0, 0);
+    EXPECT_NE(TakeGlCalls().find("LoadMatrixf 0.75 0 0 0 0 1 "), std::string::npos);
+}
+
+// Camera and time.
+
+TEST_F(FrameTest, TheCameraTurnsAboutZXAndYBeforeItMoves)
+{
+    const uint32_t clip = AddClip(timeline, 0, 0, 100, 1);
+    SetConstant(&timeline->cameraX, 0, clip, 1.0f);
+    SetConstant(&timeline->cameraY, 0, clip, 2.0f);
+    SetConstant(&timeline->cameraZ, 0, clip, 3.0f);
+    SetConstant(&timeline->cameraRotX, 0, clip, 10.0f);
+    SetConstant(&timeline->cameraRotY, 0, clip, 20.0f);
+    SetConstant(&timeline->cameraRotZ, 0, clip, 30.0f);
+    EXPECT_EQ(Render(50), kWindow + kPerspective + kNoFog +
+                              "MatrixMode MODELVIEW\n"
+                              "LoadIdentity\n"
+                              "Rotatef 30 0 0 1\n"
+                              "Rotatef 10 1 0 0\n"
+                              "Rotatef 20 0 1 0\n"
+                              "Translatef 1 2 3\n" +
+                              kFrameEnd);
+}
+
+TEST_F(FrameTest, CameraValuesMoveWithTheClipsOwnTimeAndItsOffset)
+{
+    AddClip(timeline, 0, 0, 150, 1);
+    const uint32_t clip = AddClip(timeline, 0, 30, 500, 1);
+    timeline->offset[0][clip] = 1000;
+    const uint32_t envelope = AddLinearEnvelope(&tables, 1.0f, 0.0f);
+    for (ClipValues* values : {&timeline->cameraX, &timeline->cameraY, &timeline->cameraZ,
+                               &timeline->cameraRotX, &timeline->cameraRotY, &timeline->cameraRotZ})
+    {
+        SetEnvelope(values, 0, clip, envelope);
+    }
+    // The clip begins at 150 + 30.
+    const auto expected = [](const std::string& value)
+    {
+        return kWindow + kPerspective + kNoFog + "MatrixMode MODELVIEW\nLoadIdentity\nRotatef " +
+               value + " 0 0 1\nRotatef " + value + " 1 0 0\nRotatef " + value +
+               " 0 1 0\nTranslatef " + value + " " + value + " " + value + "\n" + kFrameEnd;
+    };
+    EXPECT_EQ(Render(180), expected("1000"));
+    EXPECT_EQ(Render(250), expected("1070"));
+}
+
+TEST_F(FrameTest, AnOffsetMayRunBackwards)
+{
+    const uint32_t clip = AddClip(timeline, 0, 0, 500, 1);
+    timeline->offset[0][clip] = static_cast<uint32_t>(-100);
+    SetEnvelope(&timeline->cameraX, 0, clip, AddLinearEnvelope(&tables, 1.0f, 0.0f));
+    EXPECT_EQ(CamerasSeen(Render(250)), " 150");
+    // Before the offset the time wraps.
+    EXPECT_EQ(CamerasSeen(Render(50)), " 4294967296");
+}
+
+// Fog.
+
+class FogTest : public FrameTest
+{
+  protected:
+    void SetUp() override
+    {
+        FrameTest::SetUp();
+        AddClip(timeline, 0, 0, 1000, 1);
+        timeline->fogMode[0][0] = 1;
+        SetConstant(&timeline->fogDensity, 0, 0, 0.25f);
+        SetConstant(&timeline->fogStart, 0, 0, 10.0f);
+        SetConstant(&timeline->fogEnd, 0, 0, 200.0f);
+    }
+
+    /// A material with the constants 0.1, 0.2, 0.3 and 0.4.
+    Material* AddMaterial(uint32_t type)
+    {
+        Material* material = AddRecord<Material>(tables.materials);
+        material->type = type;
+        const float values[] = {0.1f, 0.2f, 0.3f, 0.4f};
+        for (uint32_t i = 0; i < 4; ++i)
+        {
+            material->params[i] = FloatSlot(values[i]);
+        }
+        timeline->fogColourMaterial[0][0] = tables.materials->count;
+        return material;
+    }
+
+    static std::string FrameWithFog(const std::string& colour, const std::string& values)
+    {
+        return kWindow + kPerspective +
+               "Enable FOG\n"
+               "Fogi FOG_MODE LINEAR\n"
+               "Hint FOG_HINT DONT_CARE\n"
+               "Fogfv FOG_COLOR " +
+               colour + "\n" + values + kCameraAtOrigin + kFrameEnd;
+    }
+};
+
+static const std::string kFogConstants = "Fogf FOG_DENSITY 0.25\n"
+                                         "Fogf FOG_START 10\n"
+                                         "Fogf FOG_END 200\n";
+
+TEST_F(FogTest, FogWithoutAMaterialIsWhite)
+{
+    EXPECT_EQ(Render(50), FrameWithFog("1 1 1 1", kFogConstants));
+}
+
+TEST_F(FogTest, FogTakesTheColourOfAPlainMaterial)
+{
+    AddMaterial(0);
+    EXPECT_EQ(Render(50), FrameWithFog("0.1 0.2 0.3 0.4", kFogConstants));
+}
+
+TEST_F(FogTest, FogOfAnyOtherMaterialIsWhite)
+{
+    for (uint32_t type : {1u, 23u, 99u})
+    {
+        AddMaterial(type);
+        EXPECT_EQ(Render(50), FrameWithFog("1 1 1 1", kFogConstants)) << type;
+    }
+}
+
+TEST_F(FogTest, EachChannelOfTheColourHasItsOwnBit)
+{
+    const struct
+    {
+        uint8_t bit;
+        const char* colour;
+    } cases[] = {
+        {0x80, "0.5 0.2 0.3 0.4"},
+        {0x40, "0.1 0.5 0.3 0.4"},
+        {0x20, "0.1 0.2 0.5 0.4"},
+        {0x10, "0.1 0.2 0.3 0.5"},
+    };
+    const uint32_t envelope = AddLinearEnvelope(&tables, 0.01f, 0.0f);
+    for (uint32_t i = 0; i < 4; ++i)
+    {
+        Material* material = AddMaterial(0);
+        material->params[i] = envelope;
+        material->dynamicMask[0] = cases[i].bit;
+        EXPECT_EQ(Render(50), FrameWithFog(cases[i].colour, kFogConstants)) << i;
+    }
+}
+
+TEST_F(FogTest, FogMovesWithTheClipsTime)
+{
+    timeline->offset[0][0] = 100;
+    SetEnvelope(&timeline->fogDensity, 0, 0, AddLinearEnvelope(&tables, 1.0f, 0.0f));
+    SetEnvelope(&timeline->fogStart, 0, 0, AddLinearEnvelope(&tables, 2.0f, 0.0f));
+    SetEnvelope(&timeline->fogEnd, 0, 0, AddLinearEnvelope(&tables, 4.0f, 0.0f));
+    Material* material = AddMaterial(0);
+    material->params[3] = AddLinearEnvelope(&tables, 0.0f, 0.75f);
+    material->dynamicMask[0] = 0x10;
+    EXPECT_EQ(Render(50), FrameWithFog("0.1 0.2 0.3 0.75", "Fogf FOG_DENSITY 150\n"
+                                                           "Fogf FOG_START 300\n"
+                                                           "Fogf FOG_END 600\n"));
+    EXPECT_EQ(GetRecord<Envelope>(4, tables.envelopes)->lastTime, 150u);
+}
+
+TEST_F(FogTest, FogIsOnForEveryModeAboveZero)
+{
+    timeline->fogMode[0][0] = 127;
+    EXPECT_EQ(Render(50), FrameWithFog("1 1 1 1", kFogConstants));
+    for (int8_t mode : {0, -1, -128})
+    {
+        timeline->fogMode[0][0] = mode;
+        EXPECT_EQ(Render(50), kWindow + kPlainClip + kFrameEnd);
+    }
+}
+
+// Scenes.
+
+TEST_F(FrameTest, AnObjectGetsTheClipsTimeFlagsAndHeading)
+{
+    GenMesh* genMesh = AddRecord<GenMesh>(tables.genMeshes);
+    genMesh->type = 99;
+    Scene* scene = GetRecord<Scene>(2, tables.scenes);
+    scene->objectCount = 1;
+    scene->objectKind[0] = kObjectGenMesh;
+    scene->objectId[0] = 1;
+    scene->materialId[0] = 77;
+
+    const uint32_t clip = AddClip(timeline, 0, 20, 100, 2);
+    timeline->offset[0][clip] = 300;
+    SetConstant(&timeline->cameraRotX, 0, clip, 1.0f);
+    SetConstant(&timeline->cameraRotY, 0, clip, 45.0f);
+    SetConstant(&timeline->cameraRotZ, 0, clip, 3.0f);
+    drawn = RenderFrame(timeline, tables.scenes, tables.materials, tables.lights, tables.textures,
+                        tables.envelopes, 1.0f, tables.effects, tables.models, tables.bitmaps,
+                        tables.genMeshes, 50, 640, 480, 1, 1, 0, 1);
+    const std::string calls = TakeGlCalls();
+    EXPECT_EQ(drawn, 1u);
+    // Buffers are in use, but not for a generated mesh.
+    EXPECT_NE(calls.find("\nBindBufferARB ARRAY_BUFFER 0\n"), std::string::npos) << calls;
+    EXPECT_NE(calls.find("\nSetMaterial 77 at 330 vbo 0 pbo 1 dot3 1 heading 45\n"),
+              std::string::npos)
+        << calls;
+    EXPECT_EQ(materialTables,
+              (std::vector<const ObjectTable*>{tables.materials, tables.lights, tables.textures,
+                                               tables.envelopes, tables.effects, tables.bitmaps}));
+}
+
+TEST_F(FrameTest, TheSameSceneCountsEachTimeThatItIsDrawn)
+{
+    for (uint32_t row = 0; row < kTimelineRows; ++row)
+    {
+        AddClip(timeline, row, 0, 100, 1 + row % 3);
+    }
+    Render(50);
+    EXPECT_EQ(drawn, 32u);
+}
+
+TEST_F(FrameTest, AFrameLeavesTheCallersPlaceAlone)
+{
+    AddClip(timeline, 0, 0, 100, 1);
+    CurrentPlace = {"demo.xmlz", 3, 14, 15};
+    Render(50);
+    EXPECT_STREQ(CurrentPlace.document, "demo.xmlz");
+    EXPECT_EQ(CurrentPlace.section, 3);
+    EXPECT_EQ(CurrentPlace.item, 14u);
+    EXPECT_EQ(CurrentPlace.part, 15u);
+}
+
+// Faults.
+
+static const std::string kFaultAtClip = "^quorvale: demo.xmlz, section 10 \\(timeline\\), row 3, "
+                                        "clip 2: ";
+
+class FaultyClipTest : public FrameTest
+{
+  protected:
+    void SetUp() override
+    {
+        FrameTest::SetUp();
+        AddClip(timeline, 0, 0, 500, 0);
+        AddClip(timeline, 2, 0, 150, 0);
+        AddClip(timeline, 2, 0, 150, 0);
+    }
+};
+
+using FaultyClipDeathTest = FaultyClipTest;
+
+TEST_F(FaultyClipDeathTest, ASceneWithoutARecordEndsTheProgram)
+{
+    for (uint32_t id : {4u, 4097u, 4294967295u})
+    {
+        timeline->sceneId[2][1] = id;
+        EXPECT_EXIT(Render(200), testing::ExitedWithCode(1),
+                    kFaultAtClip + "scene " + std::to_string(static_cast<int32_t>(id)) +
+                        " does not exist\n$");
+    }
+}
+
+TEST_F(FaultyClipDeathTest, AnEnvelopeWithoutARecordEndsTheProgram)
+{
+    SetEnvelope(&timeline->cameraRotZ, 2, 1, 9);
+    EXPECT_EXIT(Render(200), testing::ExitedWithCode(1),
+                kFaultAtClip + "envelope 9 does not exist\n$");
+    SetConstant(&timeline->cameraRotZ, 2, 1, 0.0f);
+
+    timeline->projectionKind[2][1] = kProjectionAnimatedFov;
+    timeline->fov[2][1] = 8;
+    EXPECT_EXIT(Render(200), testing::ExitedWithCode(1),
+                kFaultAtClip + "envelope 8 does not exist\n$");
+    timeline->projectionKind[2][1] = kProjectionOrthographic;
+
+    timeline->fogMode[2][1] = 1;
+    SetEnvelope(&timeline->fogEnd, 2, 1, 7);
+    EXPECT_EXIT(Render(200), testing::ExitedWithCode(1),
+                kFaultAtClip + "envelope 7 does not exist\n$");
+}
+
+TEST_F(FaultyClipDeathTest, AFogMaterialWithoutARecordEndsTheProgram)
+{
+    timeline->fogMode[2][1] = 1;
+    timeline->fogColourMaterial[2][1] = 6;
+    EXPECT_EXIT(Render(200), testing::ExitedWithCode(1),
+                kFaultAtClip + "material 6, the colour of the fog, does not exist\n$");
+}
+
+TEST_F(FaultyClipDeathTest, AFaultInASceneNamesTheSceneAndItsObject)
+{
+    timeline->sceneId[2][1] = 3;
+    Scene* scene = GetRecord<Scene>(3, tables.scenes);
+    scene->objectCount = 6;
+    for (uint32_t n = 0; n < 6; ++n)
+    {
+        scene->objectKind[n] = 2; // draws nothing
+    }
+    scene->visibilityEnvelope[5] = 12;
+    EXPECT_EXIT(Render(200), testing::ExitedWithCode(1),
+                "^quorvale: demo.xmlz, section 9 \\(scenes\\), item 3, object 6: envelope 12 does "
+                "not exist\n$");
+}
