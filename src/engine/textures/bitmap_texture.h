@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "engine/data/demo_document.h"
+
 struct BitmapTexture
 {
     int32_t width;      // pixels
@@ -11,3 +13,12 @@ struct BitmapTexture
     uint32_t glTexture; // OpenGL texture name
     uint8_t* pixels;    // owned; null but while loading and after a target was resized
 };
+
+/// Reads one item of section 6: decodes the image file that "filename" names and makes a texture
+/// with a mip chain of it, in both documents alike. An image of one or two components gets level 0
+/// only, with a filter that asks for more levels.
+/// Fatal: no such entry; an entry that is no image or does not fit memory; an image of three or
+/// four components that is narrower or lower than two pixels.
+/// @param record   a BitmapTexture
+/// Sets: the texture bound to GL_TEXTURE_2D. Leaves: it bound, and an unpack alignment of 4.
+void ReadBitmapItem(const TiXmlElement* item, void* record, uint32_t index, LoadContext* context);

@@ -1,11 +1,15 @@
-// Procedural textures: stacks of steps over a 256x256 work image, made at load time.
+// Procedural textures: stacks of steps over a 256x256 work image, made at load time. Only the
+// OpenGL texture stays.
 #pragma once
 
 #include <cstdint>
 
+#include "engine/data/demo_document.h"
+
 inline constexpr uint32_t kTextureSteps = 32;
 inline constexpr uint32_t kStepParams = 9;
 
+struct LayerImage;
 struct ProceduralTexture;
 
 /// What BuildProceduralTexture works on.
@@ -24,3 +28,17 @@ struct ProceduralTexture
     uint32_t glTexture;                           // OpenGL texture name
     TextureJob job;
 };
+
+/// Runs the steps of job->texture over job->pixels, which is black first. A step of an unknown type
+/// changes nothing.
+/// @param layers   the document's layers; holds every layer that a combiner of the steps names
+/// @param size     side of the work image and of the layers, 256 in every document
+void BuildProceduralTexture(const TextureJob* job, const LayerImage* const* layers, int32_t size);
+
+/// Reads one item of section 1: the steps, the pixels, the texture. In the demo document the
+/// texture gets a mip chain.
+/// Fatal: more than kTextureSteps steps; a combiner of a layer that the document does not have.
+/// @param record   a ProceduralTexture
+/// Sets: the texture bound to GL_TEXTURE_2D. Leaves: it bound.
+void ReadProceduralTextureItem(const TiXmlElement* item, void* record, uint32_t index,
+                               LoadContext* context);

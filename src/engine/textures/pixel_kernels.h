@@ -1,0 +1,108 @@
+// The loops over pixels, compiled once for every x86-64 processor and once for those with AVX2.
+//
+// All forms give the same bytes: each is the same source (pixel_kernels.inc), every loop keeps the
+// order of operations of its rule, and nothing is fused or reordered. Which form runs is decided
+// once, from the processor.
+//
+// Lengths are in bytes, three a pixel, unless said otherwise. Arrays do not overlap, and nothing is
+// written behind the end of an output. "Padded" rows can be read one pixel before their start and
+// one behind their end: the row's last pixel and its first.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+/// The middle row of a 3x3 neighbourhood and its neighbours, all padded.
+struct ByteRows
+{
+    const uint8_t* above;
+    const uint8_t* row;
+    const uint8_t* below;
+};
+
+/// The same as floats.
+struct FloatRows
+{
+    const float* above;
+    const float* row;
+    const float* below;
+};
+
+/// Ripple's look at one row: where each output pixel samples, and with what weights.
+struct RippleSamples
+{
+    uint32_t* pixel[4]; // numbers of the four pixels: the nearest, right, below, below right
+    float* weight[4];   // their shares
+};
+
+/// What a row of Ripple is displaced by.
+struct RippleRow
+{
+    int32_t size;               // side of the image, pixels
+    float rowNumber;            // y
+    float alongX;               // this row's displacement along x, pixels
+    const float* alongY;        // [x], each column's displacement along y
+    const uint8_t* source;      // the image before, RGB and a byte unused for each pixel
+    const RippleSamples* space; // room for size samples
+};
+
+/// What makes a pixel of Radial colors out of its distance.
+struct RadialRamp
+{
+    double inverseRadian;
+    double offset;
+    float divisor; // half the side less the offset
+    float half;    // half the side
+    float margin[3];
+    float center[3];
+};
+
+struct PixelKernels
+{
+    const char* name;
+
+    // Combiners and point filters, in place.
+    void (*add)(uint8_t* image, const uint8_t* layer, size_t count, float scale1, float scale2);
+    void (*multiply)(uint8_t* image, const uint8_t* layer, size_t count, float scale);
+    void (*maximum)(uint8_t* image, const uint8_t* layer, size_t count, float scale1, float scale2);
+    void (*minimum)(uint8_t* image, const uint8_t* layer, size_t count, float scale1, float scale2);
+    void (*invert)(uint8_t* image, size_t count);
+    void (*scale)(uint8_t* image, size_t count, float scale);
+
+    // Spatial filters, a row at a time.
+    /// @param sums   room for count + 6 numbers
+    void (*blurRow)(ByteRows rows, size_t count, uint16_t* sums, uint8_t* out);
+    /// @param kernel   nine small weights, row-major
+    void (*embossRow)(ByteRows rows, size_t count, const int16_t* kernel, uint8_t* out);
+    void (*widenRow)(const uint8_t* row, size_t count, float* out);
+    /// @param kernel   nine weights, row-major
+    void (*convolveRow)(FloatRows rows, size_t count, const float* kernel, uint8_t* out);
+    /// Four bytes a pixel out of three, the fourth zero.
+    void (*spreadPixels)(const uint8_t* rgb, size_t pixelCount, uint8_t* out);
+    void (*rippleRow)(const RippleRow* row, uint8_t* out);
+
+    // Generators.
+    /// The pixels at distance sqrt(x * x + y * y) for x from 0 to count - 1.
+    /// @param out   count pixels, 0x00BBGGRR
+    void (*radialRow)(const RadialRamp* ramp, int32_t y, size_t count, uint32_t* out);
+    /// One pixel for each seed; then every seed becomes seed * factor + addend.
+    /// @param color   three channels, already times 255
+    /// @param out     count pixels, 0x00BBGGRR
+    void (*noiseRow)(uint32_t* seeds, uint32_t factor, uint32_t addend, const float* color,
+                     size_t count, uint32_t* out);
+
+    // Mip chain: one row of half the width out of two rows, each channel the truncated mean of
+    // four.
+    /// @param width   pixels of the output
+    void (*halveRows3)(const uint8_t* upper, const uint8_t* lower, size_t width, uint8_t* out);
+    void (*halveRows4)(const uint8_t* upper, const uint8_t* lower, size_t width, uint8_t* out);
+};
+
+/// The form in use; the best that this processor can run until SetPixelKernels says otherwise.
+const PixelKernels* GetPixelKernels();
+
+/// @param kernels   one that ListPixelKernels gives; null for the best
+void SetPixelKernels(const PixelKernels* kernels);
+
+/// @return the n-th form that this processor can run, slowest first; null behind the last
+const PixelKernels* ListPixelKernels(uint32_t n);

@@ -1,0 +1,230 @@
+#include "engine/textures/texture_steps.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+#include "engine/data/cos_table.h"
+#include "engine/data/numeric.h"
+#include "engine/textures/pixel_block.h"
+#include "engine/textures/pixel_kernels.h"
+
+static size_t RowBytes(int32_t size)
+{
+    return static_cast<size_t>(size) * 3;
+}
+
+/// The number from 0 to size - 1 that differs from value by a multiple of size.
+static int32_t WrapIndex(int64_t value, int32_t size)
+{
+    const int64_t remainder = value % size;
+    return static_cast<int32_t>(remainder < 0 ? remainder + size : remainder);
+}
+
+static void Offset(const float* params, int32_t size, uint8_t* pixels)
+{
+    // Offsets below -size have no pixel by rights; they wrap as often as it takes.
+    const int32_t down = WrapIndex(TruncateToInt(params[0]), size);
+    const size_t right = static_cast<size_t>(WrapIndex(TruncateToInt(params[1]), size)) * 3;
+
+    const size_t rowBytes = RowBytes(size);
+    const size_t bytes = static_cast<size_t>(size) * rowBytes;
+    uint8_t* before = AllocateBlock<uint8_t>(bytes, "an image to move");
+    memcpy(before, pixels, bytes);
+    for (int32_t y = 0; y < size; ++y)
+    {
+        const uint8_t* source =
+            before + static_cast<size_t>(WrapIndex(y + int64_t{down}, size)) * rowBytes;
+        uint8_t* out = pixels + static_cast<size_t>(y) * rowBytes;
+        memcpy(out, source + right, rowBytes - right);
+        memcpy(out + rowBytes - right, source, right);
+    }
+    free(before);
+}
+
+/// The number of waves across the image, the size of a truncated parameter. -2147483648 has no
+/// positive counterpart as an integer, but it has one as a float.
+static float WaveCount(float param)
+{
+    return fabsf(static_cast<float>(TruncateToInt(param)));
+}
+
+/// The displacement of one row or column.
+static float RippleDisplacement(int32_t coordinate, float side, float waves, float amplitude)
+{
+    const float steps = static_cast<float>(coordinate) / side * 4096.0F * waves;
+    return side * cosLookup(TruncateToInt(steps)) * amplitude;
+}
+
+static void Ripple(const float* params, int32_t size, uint8_t* pixels)
+{
+    const PixelKernels* kernels = GetPixelKernels();
+    const float side = static_cast<float>(size);
+    const size_t count = static_cast<size_t>(size);
+    // The wave along x runs over y and takes "Y wavelength", and the other way round.
+    const float wavesAlongX = WaveCount(params[3]);
+    const float wavesAlongY = WaveCount(params[2]);
+
+    uint8_t* before = AllocateBlock<uint8_t>(count * count * 4, "an image to ripple");
+    kernels->spreadPixels(pixels, count * count, before);
+
+    // One block for the displacements of the columns and for the samples of a row.
+    float* space = AllocateBlock<float>(count * 9, "a rippled row");
+    uint32_t* numbers = reinterpret_cast<uint32_t*>(space + 5 * count);
+    const RippleSamples samples = {
+        {numbers, numbers + count, numbers + 2 * count, numbers + 3 * count},
+        {space + count, space + 2 * count, space + 3 * count, space + 4 * count},
+    };
+    float* alongY = space;
+    for (int32_t x = 0; x < size; ++x)
+    {
+        alongY[x] = RippleDisplacement(x, side, wavesAlongY, params[1]);
+    }
+
+    RippleRow row = {size, 0.0F, 0.0F, alongY, before, &samples};
+    for (int32_t y = 0; y < size; ++y)
+    {
+        row.rowNumber = static_cast<float>(y);
+        row.alongX = RippleDisplacement(y, side, wavesAlongX, params[0]);
+        kernels->rippleRow(&row, pixels + static_cast<size_t>(y) * RowBytes(size));
+    }
+    free(space);
+    free(before);
+}
+
+/// Runs a 3x3 filter over an image in place. The rows that later rows still look at are kept as
+/// padded copies: a row's neighbours at its ends are those on the opposite edge, and so are the
+/// neighbours of the first and the last row.
+/// @param load     copies count bytes of a row into Elements
+/// @param filter   makes an output row from three padded rows: above, the row itself, below
+template <typename Element, typename Load, typename Filter>
+static void FilterRows(int32_t size, uint8_t* pixels, Load load, Filter filter)
+{
+    const size_t count = RowBytes(size);
+    const size_t padded = count + 6;
+    Element* copies = AllocateBlock<Element>(4 * padded, "rows to filter");
+    const auto loadPadded = [&](int32_t y, Element* copy)
+    {
+        load(pixels + static_cast<size_t>(y) * count, count, copy + 3);
+        for (size_t channel = 0; channel < 3; ++channel)
+        {
+            copy[channel] = copy[count + channel];
+            copy[count + 3 + channel] = copy[3 + channel];
+        }
+    };
+
+    // The first copy is the first row's, to the end; the other rows take turns in the other three.
+    Element* first = copies;
+    const auto copyOf = [&](int32_t y)
+    {
+        return copies + static_cast<size_t>(1 + y % 3) * padded;
+    };
+    Element* above = copyOf(2); // where row -1 would lie
+    Element* row = first;
+    loadPadded(size - 1, above);
+    loadPadded(0, first);
+    for (int32_t y = 0; y < size; ++y)
+    {
+        Element* below = first;
+        if (y + 1 < size)
+        {
+            below = copyOf(y + 1);
+            loadPadded(y + 1, below);
+        }
+        filter(above + 3, row + 3, below + 3, count, pixels + static_cast<size_t>(y) * count);
+        above = row;
+        row = below;
+    }
+    free(copies);
+}
+
+static void CopyRow(const uint8_t* row, size_t count, uint8_t* out)
+{
+    memcpy(out, row, count);
+}
+
+static void Blur(int32_t size, uint8_t* pixels)
+{
+    const PixelKernels* kernels = GetPixelKernels();
+    uint16_t* sums = AllocateBlock<uint16_t>(RowBytes(size) + 6, "a row to blur");
+    FilterRows<uint8_t>(size, pixels, CopyRow,
+                        [&](const uint8_t* above, const uint8_t* row, const uint8_t* below,
+                            size_t count, uint8_t* out) {
+                            kernels->blurRow({above, row, below}, count, sums, out);
+                        });
+    free(sums);
+}
+
+static constexpr int16_t kEmbossKernels[4][9] = {
+    {-2, -1, 0, -1, 1, 1, 0, 1, 2},
+    {0, -1, -2, 1, 1, -1, 2, 1, 0},
+    {2, 1, 0, 1, 1, -1, 0, -1, -2},
+    {0, 1, 2, -1, 1, 1, -2, -1, 0},
+};
+
+static void Emboss(const float* params, int32_t size, uint8_t* pixels)
+{
+    const PixelKernels* kernels = GetPixelKernels();
+    const int32_t direction = TruncateToInt(params[0]);
+    const int16_t* kernel = kEmbossKernels[direction < 1 ? 0 : (direction > 4 ? 3 : direction - 1)];
+    FilterRows<uint8_t>(size, pixels, CopyRow,
+                        [&](const uint8_t* above, const uint8_t* row, const uint8_t* below,
+                            size_t count, uint8_t* out) {
+                            kernels->embossRow({above, row, below}, count, kernel, out);
+                        });
+}
+
+static void Convolve(const float* params, int32_t size, uint8_t* pixels)
+{
+    const PixelKernels* kernels = GetPixelKernels();
+    FilterRows<float>(
+        size, pixels, kernels->widenRow,
+        [&](const float* above, const float* row, const float* below, size_t count, uint8_t* out) {
+            kernels->convolveRow({above, row, below}, count, params, out);
+        });
+}
+
+void ApplyTextureStep(int32_t stepType, const float* params, const uint8_t* layer, int32_t size,
+                      uint8_t* pixels)
+{
+    const PixelKernels* kernels = GetPixelKernels();
+    const size_t bytes = static_cast<size_t>(size) * RowBytes(size);
+    switch (stepType)
+    {
+    case kStepAdd:
+        kernels->add(pixels, layer, bytes, params[0], params[1]);
+        break;
+    case kStepMultiply:
+        kernels->multiply(pixels, layer, bytes, params[0]);
+        break;
+    case kStepMaximum:
+        kernels->maximum(pixels, layer, bytes, params[0], params[1]);
+        break;
+    case kStepMinimum:
+        kernels->minimum(pixels, layer, bytes, params[0], params[1]);
+        break;
+    case kStepInvert:
+        kernels->invert(pixels, bytes);
+        break;
+    case kStepScale:
+        kernels->scale(pixels, bytes, params[0]);
+        break;
+    case kStepOffset:
+        Offset(params, size, pixels);
+        break;
+    case kStepRipple:
+        Ripple(params, size, pixels);
+        break;
+    case kStepBlur:
+        Blur(size, pixels);
+        break;
+    case kStepEmboss:
+        Emboss(params, size, pixels);
+        break;
+    case kStepConvolution:
+        Convolve(params, size, pixels);
+        break;
+    default:
+        break;
+    }
+}
