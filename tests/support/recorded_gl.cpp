@@ -683,12 +683,12 @@ void BindBufferTo(GLenum target, GLuint buffer)
     *binding = buffer;
 }
 
+/// @return null where none is bound
 Buffer* BoundBuffer(GLenum target)
 {
     GLuint* binding = BufferBinding(target);
     if (binding == nullptr || *binding == 0)
     {
-        Refuse();
         return nullptr;
     }
     return &gl.buffers[*binding];
@@ -699,6 +699,7 @@ void StoreBufferData(GLenum target, GLsizeiptr size, const void* data)
     Buffer* buffer = BoundBuffer(target);
     if (buffer == nullptr || size < 0)
     {
+        Refuse();
         return;
     }
     size_t bytes = static_cast<size_t>(size);
