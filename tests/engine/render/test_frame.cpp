@@ -367,10 +367,11 @@ TEST_F(FogTest, FogIsOnForEveryModeAboveZero)
 {
     timeline->fogMode[0][0] = 127;
     EXPECT_EQ(Render(50), FrameWithFog("1 1 1 1", kFogConstants));
+    const std::string withoutFog = kWindow + kPlainClip + kFrameEnd;
     for (int8_t mode : {0, -1, -128})
     {
         timeline->fogMode[0][0] = mode;
-        EXPECT_EQ(Render(50), kWindow + kPlainClip + kFrameEnd);
+        EXPECT_EQ(Render(50), withoutFog) << +mode;
     }
 }
 
