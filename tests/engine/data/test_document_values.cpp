@@ -71,6 +71,25 @@ TEST_F(DocumentValues, TextIsTheValueOfTheFirstChild)
     EXPECT_EQ(ReadFloatAttribute(Parse("<p n=\"1.5\"/>"), "n"), 1.5f);
 }
 
+TEST_F(DocumentValues, ChildrenAreTakenOneBehindTheOther)
+{
+    const TiXmlNode* node = Parse("<a><b/><c/></a>")->FirstChild();
+    EXPECT_STREQ(TakeElement(&node, "the first")->Value(), "b");
+    EXPECT_STREQ(TakeElement(&node, "the second")->Value(), "c");
+    EXPECT_EQ(node, nullptr);
+}
+
+TEST_F(DocumentValuesDeathTest, TakingAChildThatIsNotThereEndsTheProgram)
+{
+    const TiXmlNode* node = Parse("<a><b/>text</a>")->FirstChild();
+    TakeElement(&node, "the first");
+    EXPECT_EXIT(TakeElement(&node, "the second"), testing::ExitedWithCode(1),
+                "the second is not an element");
+    node = nullptr;
+    EXPECT_EXIT(TakeElement(&node, "the third"), testing::ExitedWithCode(1),
+                "the third is missing");
+}
+
 TEST_F(DocumentValuesDeathTest, WhatIsMissingEndsTheProgramAtThePlace)
 {
     CurrentPlace = {"demo.xmlz", 4, 9, 0};
