@@ -145,9 +145,10 @@ static bool ListSources(const std::string& folder, const std::string& package,
 /// A mistake in a document is best met here: the player dies of it.
 static bool CheckDocument(const std::string& path, const Bytes& text)
 {
+    static constexpr unsigned char kNothing = 0; // an empty text is a text still
     TiXmlDocument document;
-    if (LoadFromString(&document, text.data(), static_cast<long>(text.size()),
-                       TIXML_ENCODING_UNKNOWN))
+    if (LoadFromString(&document, text.empty() ? &kNothing : text.data(),
+                       static_cast<long>(text.size()), TIXML_ENCODING_UNKNOWN))
     {
         return true;
     }
@@ -248,12 +249,12 @@ bool BuildFolder(const std::string& folder, const std::string& package, const Bu
         return false;
     }
 
-    const char* temporaryRoot = getenv("TMPDIR");
-    std::string workshop =
-        std::string(temporaryRoot == nullptr ? "/tmp" : temporaryRoot) + "/dpk-XXXXXX";
+    const char* chosenRoot = getenv("TMPDIR");
+    std::string root = chosenRoot == nullptr ? "/tmp" : chosenRoot;
+    std::string workshop = root + "/dpk-XXXXXX";
     if (mkdtemp(workshop.data()) == nullptr)
     {
-        ReportError("%s: %s", Printable(workshop).c_str(), strerror(errno));
+        ReportError("%s: %s", Printable(root).c_str(), strerror(errno));
         return false;
     }
 

@@ -1,11 +1,10 @@
 #include "tools/package_commands.h"
 
-#include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <set>
+#include <sys/stat.h>
 
 #include "engine/data/package_file.h"
 #include "tools/files.h"
@@ -162,12 +161,23 @@ static bool HoldsSameBytes(const PlannedEntry& planned, const ListedPackage* sou
     return same;
 }
 
+/// Where the last entry ends.
+static uint64_t PlannedSize(const std::vector<PlannedEntry>& plan)
+{
+    return plan.empty() ? kPackageHeaderSize + kPackageNameSize
+                        : plan.back().start + plan.back().size;
+}
+
 /// The writers report nothing, a full disk included, so what they wrote is read back.
 static bool IsWrittenAsPlanned(const std::vector<PlannedEntry>& plan, const ListedPackage* source,
-                               const std::string& path)
+                               const Replacement& replacement)
 {
+    // The size first, so that the usual fault is not reported as a damaged package.
+    struct stat status;
     ListedPackage written;
-    if (!OpenPackage(path, PackageUse::Rewriting, &written))
+    if (fstat(replacement.file, &status) != 0 ||
+        static_cast<uint64_t>(status.st_size) != PlannedSize(plan) ||
+        !OpenPackage(replacement.temporary, PackageUse::Rewriting, &written))
     {
         return false;
     }
@@ -194,7 +204,7 @@ bool WriteCheckedPackage(const PendingEntry* list, const ListedPackage* source,
 
     WritePackageCopy(list, replacement.temporary.c_str(),
                      source == nullptr ? nullptr : source->stream);
-    if (!IsWrittenAsPlanned(plan, source, replacement.temporary))
+    if (!IsWrittenAsPlanned(plan, source, replacement))
     {
         ReportError("%s: could not be written; is the disk full?", Printable(path).c_str());
         AbandonReplacement(&replacement);

@@ -1,0 +1,145 @@
+#include "tools/container.h"
+
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include "support/package_builder.h"
+#include "tools/dpk_run.h"
+
+static Bytes BytesOf(const std::string& text)
+{
+    return Bytes(text.begin(), text.end());
+}
+
+TEST(Container, IsTheSizeWordAndAStreamOfLevel9)
+{
+    Bytes container;
+    ASSERT_TRUE(PackContainer(BytesOf(std::string(258, 'a')), &container));
+    ASSERT_GT(container.size(), 6u);
+    EXPECT_EQ(container[0], 2); // 258, little-endian
+    EXPECT_EQ(container[1], 1);
+    EXPECT_EQ(container[2], 0);
+    EXPECT_EQ(container[3], 0);
+    EXPECT_EQ(container[4], 0x78); // zlib, window of 32 KiB
+    EXPECT_EQ(container[5], 0xDA); // the highest level
+
+    char data[300];
+    uLongf length = sizeof(data);
+    ASSERT_EQ(uncompress(reinterpret_cast<Bytef*>(data), &length, container.data() + 4,
+                         container.size() - 4),
+              Z_OK);
+    EXPECT_EQ(std::string(data, length), std::string(258, 'a'));
+}
+
+TEST(Container, UnpacksWhatItPacked)
+{
+    for (size_t size : {0u, 1u, 65535u, 65536u, 65537u, 200000u})
+    {
+        Bytes data(size);
+        for (size_t i = 0; i < size; ++i)
+        {
+            data[i] = static_cast<unsigned char>(i * i >> 3);
+        }
+        Bytes container;
+        Bytes unpacked;
+        ASSERT_TRUE(PackContainer(data, &container));
+        EXPECT_EQ(UnpackContainer(container, &unpacked), nullptr);
+        EXPECT_EQ(unpacked, data) << size;
+    }
+}
+
+TEST(Container, SaysWhatIsWrong)
+{
+    std::string whole = MakeContainer("some text");
+    std::string wrongSum = whole;
+    wrongSum.back() = static_cast<char>(wrongSum.back() + 1);
+    const struct
+    {
+        std::string bytes;
+        const char* fault;
+    } cases[] = {
+        {"", "shorter than its size word"},
+        {"abc", "shorter than its size word"},
+        {Raw("\0\0\0\0"), "the compressed data is damaged"},
+        {"\x09" + Raw("\0\0\0") + "no stream", "the compressed data is damaged"},
+        {whole.substr(0, whole.size() - 1), "the compressed data is damaged"},
+        {wrongSum, "the compressed data is damaged"},
+        {"\x08" + whole.substr(1), "its size word is not the size of its data"},
+        {"\x0A" + whole.substr(1), "its size word is not the size of its data"},
+        {"\xFF\xFF\xFF\xFF" + whole.substr(4), "its size word is not the size of its data"},
+    };
+    for (const auto& c : cases)
+    {
+        Bytes data;
+        EXPECT_STREQ(UnpackContainer(BytesOf(c.bytes), &data), c.fault) << c.bytes.size();
+    }
+}
+
+TEST(Container, BytesBehindTheStreamDoNotMatter)
+{
+    Bytes data;
+    EXPECT_EQ(UnpackContainer(BytesOf(MakeContainer("text") + "more"), &data), nullptr);
+    EXPECT_EQ(data, BytesOf("text"));
+}
+
+TEST(DpkCompress, GoesThereAndBack)
+{
+    TemporaryFolder folder;
+    std::string text = "<?xml version=\"1.0\"?>\n<s0/>\r\n" + Raw("a\0b");
+    folder.Write("demo.xml", text);
+    DpkRun run = RunDpk(folder, {"compress", "demo.xml", "demo.xmlz"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out + run.err, "");
+    Bytes unpacked;
+    EXPECT_EQ(UnpackContainer(BytesOf(folder.Read("demo.xmlz")), &unpacked), nullptr);
+    EXPECT_EQ(unpacked, BytesOf(text));
+
+    run = RunDpk(folder, {"decompress", "demo.xmlz", "back.xml"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out + run.err, "");
+    EXPECT_EQ(folder.Read("back.xml"), text);
+    EXPECT_EQ(PermissionsOf(folder, "back.xml"), 0644u);
+    EXPECT_EQ(FilesIn(folder), "back.xml demo.xml demo.xmlz");
+}
+
+TEST(DpkCompress, GivesTheSameBytesEachTime)
+{
+    TemporaryFolder folder;
+    folder.Write("a", std::string(5000, 'x') + "tail");
+    EXPECT_EQ(RunDpk(folder, {"compress", "a", "one"}).exitCode, 0);
+    EXPECT_EQ(RunDpk(folder, {"compress", "a", "two"}).exitCode, 0);
+    EXPECT_EQ(folder.Read("one"), folder.Read("two"));
+}
+
+TEST(DpkCompress, MayReplaceItsSource)
+{
+    TemporaryFolder folder;
+    folder.Write("a", "text");
+    EXPECT_EQ(RunDpk(folder, {"compress", "a", "a"}).exitCode, 0);
+    EXPECT_EQ(RunDpk(folder, {"decompress", "a", "a"}).exitCode, 0);
+    EXPECT_EQ(folder.Read("a"), "text");
+}
+
+TEST(DpkDecompress, LeavesTheOldFileWhenItFails)
+{
+    TemporaryFolder folder;
+    folder.Write("bad", "\x09" + Raw("\0\0\0") + "no stream");
+    folder.Write("out", "old");
+    DpkRun run = RunDpk(folder, {"decompress", "bad", "out"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "dpk: bad: the compressed data is damaged\n");
+
+    run = RunDpk(folder, {"decompress", "nowhere", "out"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "dpk: nowhere: No such file or directory\n");
+
+    folder.Write("good", MakeContainer(std::string(500, 'x')));
+    DpkSurroundings tight = kOrdinary;
+    tight.fileSizeLimit = 100;
+    run = RunDpk(folder, {"decompress", "good", "out"}, tight);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "dpk: out: File too large\n");
+
+    EXPECT_EQ(folder.Read("out"), "old");
+    EXPECT_EQ(FilesIn(folder), "bad good out");
+}
