@@ -1,0 +1,585 @@
+#include "engine/textures/layer_generator.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "engine/data/fault.h"
+#include "engine/textures/compare_bytes.h"
+#include "engine/textures/guarded_block.h"
+#include "engine/textures/pixel_kernels.h"
+#include "engine/textures/plain_textures.h"
+#include "engine/textures/random_values.h"
+
+using Bytes = std::vector<uint8_t>;
+
+static size_t ImageBytes(int32_t size)
+{
+    return static_cast<size_t>(size) * static_cast<size_t>(size) * 3;
+}
+
+/// The pixels of a generated layer; what the generator leaves alone is 0xEE.
+static Bytes Generate(uint32_t type, const std::vector<float>& params, int32_t size = 256)
+{
+    LayerImage layer = {};
+    layer.type = type;
+    std::copy(params.begin(), params.end(), layer.params);
+    GuardedBlock block(ImageBytes(size), 0xEE);
+    layer.pixels = block.data();
+    GenerateLayer(&layer, size);
+    EXPECT_TRUE(block.intact());
+    return block.content();
+}
+
+static Bytes GeneratePlain(uint32_t type, const std::vector<float>& params, int32_t size = 256)
+{
+    float all[kLayerParams] = {};
+    std::copy(params.begin(), params.end(), all);
+    Bytes pixels(ImageBytes(size), 0xEE);
+    PlainGenerateLayer(type, all, size, pixels.data());
+    return pixels;
+}
+
+/// A pixel's red.
+static int At(const Bytes& pixels, size_t x, size_t y, size_t size = 256)
+{
+    return pixels[(y * size + x) * 3];
+}
+
+static std::string Describe(uint32_t type, int32_t size, const std::vector<float>& params)
+{
+    std::string text = std::string(GetPixelKernels()->name) + ", type " + std::to_string(type) +
+                       ", side " + std::to_string(size) + ", params";
+    for (const float param : params)
+    {
+        text += " " + std::to_string(param);
+    }
+    return text;
+}
+
+class LayerGenerator : public testing::Test
+{
+  protected:
+    void SetUp() override
+    {
+        BuildCornerMasks();
+    }
+
+    void TearDown() override
+    {
+        SetPixelKernels(nullptr);
+    }
+};
+
+/// Holds generators of random parameters to their plain form, with every form of the pixel loops.
+/// @param makeParams   fills the parameters
+static void CompareRandomLayers(uint32_t type, int runs, const std::vector<int32_t>& sides,
+                                void (*makeParams)(RandomSource&, std::vector<float>&))
+{
+    for (uint32_t n = 0; ListPixelKernels(n) != nullptr; ++n)
+    {
+        SetPixelKernels(ListPixelKernels(n));
+        RandomSource random;
+        for (int run = 0; run < runs; ++run)
+        {
+            const int32_t size = sides[NextBelow(random, static_cast<uint32_t>(sides.size()))];
+            std::vector<float> params(kLayerParams);
+            makeParams(random, params);
+            ASSERT_EQ(CompareBytes(Generate(type, params, size), GeneratePlain(type, params, size)),
+                      "same")
+                << Describe(type, size, params);
+        }
+    }
+}
+
+static void AnyParams(RandomSource& random, std::vector<float>& params)
+{
+    for (float& param : params)
+    {
+        param = NextParam(random);
+    }
+}
+
+TEST_F(LayerGenerator, ColorEqualsThePlainForm)
+{
+    CompareRandomLayers(0, 1000, {1, 2, 5, 16, 33}, AnyParams);
+}
+
+TEST_F(LayerGenerator, SinusPlasmaEqualsThePlainFormOnTheSameMachine)
+{
+    // Sines differ in their last bit between processors, so only this comparison holds everywhere.
+    CompareRandomLayers(1, 1000, {1, 2, 5, 16, 33}, AnyParams);
+    CompareRandomLayers(1, 20, {256},
+                        [](RandomSource& random, std::vector<float>& params)
+                        {
+                            for (float& param : params)
+                            {
+                                param = NextWithin(random, 3.0F);
+                            }
+                        });
+}
+
+TEST_F(LayerGenerator, RadialColorsEqualThePlainForm)
+{
+    CompareRandomLayers(2, 1000, {1, 2, 5, 16, 33, 64}, AnyParams);
+    CompareRandomLayers(2, 60, {256},
+                        [](RandomSource& random, std::vector<float>& params)
+                        {
+                            for (size_t i = 0; i < 6; ++i)
+                            {
+                                params[i] = NextWithin(random, 1.2F);
+                            }
+                            params[6] = NextUnit(random) * 3.0F;
+                            params[7] = NextUnit(random) * 140.0F - 6.0F;
+                        });
+}
+
+TEST_F(LayerGenerator, MazesEqualThePlainForm)
+{
+    CompareRandomLayers(3, 1000, {1, 2, 5, 16, 33, 64}, AnyParams);
+    CompareRandomLayers(3, 60, {256},
+                        [](RandomSource& random, std::vector<float>& params)
+                        {
+                            AnyParams(random, params);
+                            params[3] = static_cast<float>(NextBelow(random, 8));
+                            params[4] = static_cast<float>(NextBelow(random, 100000));
+                            params[5] = NextUnit(random);
+                        });
+}
+
+TEST_F(LayerGenerator, BricksEqualThePlainForm)
+{
+    // Counts to a few thousand: the plain form takes every pitch off one by one.
+    CompareRandomLayers(4, 1000, {1, 2, 5, 16, 33, 64, 256},
+                        [](RandomSource& random, std::vector<float>& params)
+                        {
+                            AnyParams(random, params);
+                            const float reach = NextBelow(random, 4) == 0 ? 4000.0F : 40.0F;
+                            params[6] = NextUnit(random) * reach;
+                            params[7] = NextUnit(random) * reach;
+                            if (NextBelow(random, 2) == 0)
+                            {
+                                params[8] = NextWithin(random, 8.0F);
+                                params[9] = NextWithin(random, 8.0F);
+                            }
+                        });
+}
+
+TEST_F(LayerGenerator, NoiseEqualsThePlainForm)
+{
+    CompareRandomLayers(5, 1000, {1, 2, 5, 16, 33, 64}, AnyParams);
+    CompareRandomLayers(5, 20, {256}, AnyParams);
+}
+
+TEST_F(LayerGenerator, AColorAboveOneWrapsRound)
+{
+    const Bytes pixels = Generate(0, {1.5F, 1.0F, -0.25F}); // 382.5, 255, -63.75
+    ASSERT_EQ(pixels.size(), 196608U);
+    for (size_t i = 0; i < pixels.size(); i += 3)
+    {
+        ASSERT_EQ(pixels[i], 126);
+        ASSERT_EQ(pixels[i + 1], 255);
+        ASSERT_EQ(pixels[i + 2], 193);
+    }
+}
+
+TEST_F(LayerGenerator, SinusPlasmaWithoutRepeatsIs127Everywhere)
+{
+    EXPECT_EQ(Generate(1, {1.0F, 1.0F, 1.0F, 0.0F, 0.0F}), Bytes(ImageBytes(256), 127));
+    EXPECT_EQ(Generate(1, {0.5F, 0.5F, 0.5F, 0.0F, 0.0F}), Bytes(ImageBytes(256), 63));
+}
+
+TEST_F(LayerGenerator, SinusPlasmaSwingsOnceAcrossTheImageForARepeatOfOne)
+{
+    const Bytes pixels = Generate(1, {1.0F, 1.0F, 1.0F, 1.0F, 0.0F});
+    EXPECT_EQ(At(pixels, 0, 0), 127);
+    EXPECT_EQ(At(pixels, 64, 0), 190); // 127 + 63.5
+    EXPECT_EQ(At(pixels, 192, 0), 63); // 127 - 63.5
+    EXPECT_EQ(At(pixels, 64, 200), 190);
+    const Bytes turned = Generate(1, {1.0F, 1.0F, 1.0F, 0.0F, 1.0F});
+    EXPECT_EQ(At(turned, 0, 64), 190);
+    EXPECT_EQ(At(turned, 200, 192), 63);
+    const Bytes both = Generate(1, {1.0F, 1.0F, 1.0F, 1.0F, 1.0F});
+    EXPECT_EQ(At(both, 64, 64), 253); // the step is a float, so the sine falls just short of 1
+    EXPECT_EQ(At(both, 192, 192), 0);
+}
+
+TEST_F(LayerGenerator, SinusPlasmaOfAnInfiniteRepeatIsBlack)
+{
+    // No number, so -2147483648, of which the low 8 bits of the float product stay: 0.
+    EXPECT_EQ(Generate(1, {1.0F, 1.0F, 1.0F, INFINITY, 1.0F}), Bytes(ImageBytes(256), 0));
+}
+
+TEST_F(LayerGenerator, RadialColorsReachTheMarginWhereTheRampPasses127)
+{
+    // Inverse radian 1, offset 0: q is the distance. Margin 200 / 255, center 1.
+    const float margin = 200.0F / 255.0F;
+    const Bytes pixels = Generate(2, {1, 1, 1, margin, margin, margin, 1.0F, 0.0F});
+    EXPECT_EQ(At(pixels, 128, 128), 255); // the center color at the very center
+    EXPECT_EQ(At(pixels, 0, 128), static_cast<int>(255.0F * margin)); // distance 128
+    EXPECT_EQ(At(pixels, 128, 0), static_cast<int>(255.0F * margin));
+    // Distance 127 is not past 127: a is 254 and b 1.
+    EXPECT_EQ(At(pixels, 1, 128), static_cast<int>(254.0F * margin + 1.0F));
+    EXPECT_EQ(At(pixels, 255, 128), static_cast<int>(254.0F * margin + 1.0F));
+    EXPECT_EQ(At(pixels, 138, 128), static_cast<int>(20.0F * margin + 235.0F));
+}
+
+TEST_F(LayerGenerator, RadialColorsOffsetKeepsTheCenterAndSteepensTheRest)
+{
+    // Offset 127 leaves a divisor of 1: one pixel past the offset the ramp has run out.
+    const Bytes pixels = Generate(2, {0, 0, 0, 1, 1, 1, 1.0F, 127.0F});
+    EXPECT_EQ(At(pixels, 1, 128), 0);   // distance 127: t is 0
+    EXPECT_EQ(At(pixels, 0, 128), 255); // distance 128: q is 128
+    EXPECT_EQ(At(pixels, 128, 128), 0);
+    EXPECT_EQ(At(pixels, 0, 0), 255);
+    // Offsets are cut to 0..127.
+    EXPECT_EQ(Generate(2, {0, 0, 0, 1, 1, 1, 1.0F, 128.0F}), pixels);
+    EXPECT_EQ(Generate(2, {0, 0, 0, 1, 1, 1, 1.0F, 127.9F}), pixels);
+    EXPECT_EQ(Generate(2, {0, 0, 0, 1, 1, 1, 1.0F, -5.0F}),
+              Generate(2, {0, 0, 0, 1, 1, 1, 1.0F, 0.0F}));
+}
+
+TEST_F(LayerGenerator, MazeSizesAreRoundedToEvenAndClamped)
+{
+    const auto maze = [](float size)
+    {
+        return Generate(3, {1, 1, 1, size, 77.0F, 0.5F});
+    };
+    EXPECT_EQ(maze(0.0F), maze(1.0F));
+    EXPECT_EQ(maze(-3.0F), maze(1.0F));
+    EXPECT_EQ(maze(8.0F), maze(7.0F));
+    EXPECT_EQ(maze(1e9F), maze(7.0F));
+    EXPECT_EQ(maze(1.5F), maze(2.0F));
+    EXPECT_EQ(maze(2.5F), maze(2.0F));
+    EXPECT_EQ(maze(3.5F), maze(4.0F));
+    EXPECT_NE(maze(1.0F), maze(2.0F));
+    EXPECT_NE(maze(6.0F), maze(7.0F));
+}
+
+TEST_F(LayerGenerator, MazeFullnessZeroIsBlackAndOneIsFlat)
+{
+    for (float size = 1.0F; size <= 7.0F; size += 1.0F)
+    {
+        EXPECT_EQ(Generate(3, {1, 1, 1, size, 5.0F, 0.0F}), Bytes(ImageBytes(256), 0));
+        EXPECT_EQ(Generate(3, {1.5F, 1.5F, 1.5F, size, 5.0F, 1.0F}), Bytes(ImageBytes(256), 126));
+    }
+    EXPECT_EQ(Generate(3, {1, 1, 1, 3.0F, 5.0F, -1.0F}), Bytes(ImageBytes(256), 0));
+    EXPECT_EQ(Generate(3, {1, 1, 1, 3.0F, 5.0F, 2.0F}), Bytes(ImageBytes(256), 255));
+}
+
+/// The corner grid's cell 0 for a seed: r of the generator's first step.
+static float FirstRandom(uint32_t seed)
+{
+    seed = seed * 1103515245U + 12345U;
+    return static_cast<float>((seed >> 16) & 0x7FFF) / 32768.0F;
+}
+
+TEST_F(LayerGenerator, AMazeCellIsSetOnlyAboveOneHalf)
+{
+    // Seeds whose first random number is exactly one half, and the next one above it. The upper
+    // left pixel of the image is its cell's upper left corner, and a mask's corner is 253 or 0.
+    int halves = 0;
+    int above = 0;
+    for (uint32_t seed = 0; seed < 400000 && (halves == 0 || above == 0); ++seed)
+    {
+        const float r = FirstRandom(seed);
+        const bool isHalf = r == 0.5F;
+        const bool isNext = r == 16385.0F / 32768.0F;
+        if (isHalf || isNext)
+        {
+            const Bytes pixels = Generate(3, {1, 1, 1, 7.0F, static_cast<float>(seed), 0.5F});
+            EXPECT_EQ(At(pixels, 0, 0) > 250, isNext) << seed;
+            halves += isHalf ? 1 : 0;
+            above += isNext ? 1 : 0;
+        }
+    }
+    EXPECT_GT(halves, 0);
+    EXPECT_GT(above, 0);
+}
+
+TEST_F(LayerGenerator, AMazeTiles)
+{
+    // Cells of 2x2: a corner's value stands in the pixel at that corner, black or not, so the last
+    // column's right corners must be those of the first column, and rows alike.
+    const Bytes pixels = Generate(3, {1, 1, 1, 1.0F, 9.0F, 0.5F});
+    const auto lit = [&](size_t x, size_t y)
+    {
+        return At(pixels, x, y) != 0;
+    };
+    int changes = 0;
+    for (size_t i = 0; i < 256; ++i)
+    {
+        EXPECT_EQ(lit(255, i), lit(0, i)) << i;
+        EXPECT_EQ(lit(i, 255), lit(i, 0)) << i;
+        changes += lit(0, i) != lit(0, (i + 1) % 256) ? 1 : 0;
+    }
+    EXPECT_GT(changes, 20);
+}
+
+TEST_F(LayerGenerator, MazeSeedsKeepTheLow32BitsOfA64BitInteger)
+{
+    const auto maze = [](float seed)
+    {
+        return Generate(3, {1, 1, 1, 2.0F, seed, 0.5F});
+    };
+    EXPECT_EQ(maze(4294967296.0F), maze(0.0F));
+    EXPECT_EQ(maze(0.9F), maze(0.0F));
+    EXPECT_NE(maze(-1.0F), maze(0.0F));                   // 0xFFFFFFFF
+    EXPECT_EQ(maze(-1073741824.0F), maze(3221225472.0F)); // both 0xC0000000
+    EXPECT_NE(maze(-1073741824.0F), maze(0.0F));
+    EXPECT_EQ(maze(1e30F), maze(0.0F)); // past 64 bits: 0x8000000000000000
+}
+
+/// Two bricks of 128 pixels a course, two courses, no mortar but what is given; bricks are 255 and
+/// mortar 0.
+static std::vector<float> Wall(float courses, float bricks, float rowMargin, float columnMargin,
+                               float offset)
+{
+    return {1, 1, 1, 0, 0, 0, courses, bricks, rowMargin, columnMargin, offset};
+}
+
+TEST_F(LayerGenerator, ABrickEndsWhereThePixelEqualsItsWidth)
+{
+    // 128 is not above 128, so it still lies in the first brick, at its very end.
+    const Bytes pixels = Generate(4, Wall(1, 2, 0, 1, 0));
+    EXPECT_EQ(At(pixels, 0, 0), 0); // the margin at the start: 1 > 0
+    EXPECT_EQ(At(pixels, 1, 0), 255);
+    EXPECT_EQ(At(pixels, 127, 0), 255); // 1 > 128 - 127 is false
+    EXPECT_EQ(At(pixels, 128, 0), 0);   // 1 > 0
+    EXPECT_EQ(At(pixels, 129, 0), 255); // t is 1
+    EXPECT_EQ(At(pixels, 255, 0), 255); // t is 127
+}
+
+TEST_F(LayerGenerator, HorizontalNumberCountsCoursesAndVerticalNumberBricks)
+{
+    const Bytes courses = Generate(4, Wall(4, 1, 2, 0, 0));
+    EXPECT_EQ(At(courses, 100, 0), 0);
+    EXPECT_EQ(At(courses, 100, 1), 0);
+    EXPECT_EQ(At(courses, 100, 2), 255);
+    EXPECT_EQ(At(courses, 100, 62), 255);
+    EXPECT_EQ(At(courses, 100, 63), 0); // 2 > 64 - 63
+    EXPECT_EQ(At(courses, 100, 64), 0);
+    EXPECT_EQ(At(courses, 100, 65), 0); // t is 1
+    EXPECT_EQ(At(courses, 100, 66), 255);
+    const Bytes bricks = Generate(4, Wall(1, 4, 0, 2, 0));
+    EXPECT_EQ(At(bricks, 62, 100), 255);
+    EXPECT_EQ(At(bricks, 63, 100), 0);
+    EXPECT_EQ(At(bricks, 65, 100), 0);
+    EXPECT_EQ(At(bricks, 66, 100), 255);
+}
+
+TEST_F(LayerGenerator, EverySecondCourseIsRotatedLeft)
+{
+    const Bytes pixels = Generate(4, Wall(2, 2, 0, 1, 10));
+    EXPECT_EQ(At(pixels, 128, 0), 0);
+    EXPECT_EQ(At(pixels, 118, 0), 255);
+    EXPECT_EQ(At(pixels, 128, 128), 0); // row 128 still belongs to course 0
+    EXPECT_EQ(At(pixels, 118, 129), 0);
+    EXPECT_EQ(At(pixels, 128, 129), 255);
+    EXPECT_EQ(At(pixels, 246, 255), 0); // where the row's start went
+}
+
+TEST_F(LayerGenerator, ASecondLineOffsetOfZeroOrTheWholeSideRotatesNothing)
+{
+    const Bytes none = Generate(4, Wall(8, 4, 1, 1, 0));
+    EXPECT_EQ(Generate(4, Wall(8, 4, 1, 1, 256)), none);
+    EXPECT_EQ(Generate(4, Wall(8, 4, 1, 1, 512)), none);
+    EXPECT_EQ(Generate(4, Wall(8, 4, 1, 1, -256)), none);
+    for (size_t x = 0; x < 256; ++x)
+    {
+        EXPECT_EQ(At(none, x, 10), At(none, x, 42));
+    }
+    EXPECT_NE(Generate(4, Wall(8, 4, 1, 1, 5)), none);
+}
+
+TEST_F(LayerGenerator, ANegativeSecondLineOffsetStaysInsideTheRow)
+{
+    // Remainder -10 becomes 256 + 10, which wraps to a rotation by 10.
+    EXPECT_EQ(Generate(4, Wall(8, 4, 1, 1, -10)), Generate(4, Wall(8, 4, 1, 1, 10)));
+    EXPECT_EQ(Generate(4, Wall(8, 4, 1, 1, -266)), Generate(4, Wall(8, 4, 1, 1, 10)));
+    EXPECT_EQ(Generate(4, Wall(8, 4, 1, 1, 266)), Generate(4, Wall(8, 4, 1, 1, 10)));
+}
+
+TEST_F(LayerGenerator, ANumberOfZeroIsOneBrickWithoutEnd)
+{
+    const Bytes pixels = Generate(4, Wall(0, 0, 3, 2, 0));
+    for (size_t y = 0; y < 256; ++y)
+    {
+        for (size_t x = 0; x < 256; ++x)
+        {
+            ASSERT_EQ(At(pixels, x, y), x < 2 || y < 3 ? 0 : 255) << x << " " << y;
+        }
+    }
+    // So is a number below zero, and one that is no number.
+    EXPECT_EQ(Generate(4, Wall(-1, -1000, 3, 2, 0)), pixels);
+    EXPECT_EQ(Generate(4, Wall(NAN, -3e30F, 3, 2, 0)), pixels);
+    EXPECT_EQ(Generate(4, Wall(0.9F, -0.9F, 3, 2, 0)), pixels);
+}
+
+TEST_F(LayerGenerator, ThinCoursesAreCountedAsTheirSubtractionRounds)
+{
+    // Courses far below a pixel: which of the two rows shows depends on how many were taken off,
+    // one by one, each rounded. 1,000,000 courses take a million steps for the last row.
+    for (const float courses : {1000.0F, 4097.0F, 30001.0F, 123457.0F, 1000000.0F})
+    {
+        const std::vector<float> params = Wall(courses, 2, 0, 9, 60);
+        ASSERT_EQ(CompareBytes(Generate(4, params), GeneratePlain(4, params)), "same") << courses;
+    }
+}
+
+TEST_F(LayerGenerator, CoursesTooThinForAnyRowEndAtOnce)
+{
+    // From 33,554,432 on a step below row 129 changes nothing; 2,147,483,520 is the most that a
+    // float and an integer hold. Mortar of 1 is wider than such a course, none is not.
+    for (const float count : {33554430.0F, 33554432.0F, 100000000.0F, 2147483520.0F})
+    {
+        EXPECT_EQ(Generate(4, Wall(count, count, 1, 0, 0)), Bytes(ImageBytes(256), 0));
+        EXPECT_EQ(Generate(4, Wall(count, count, 0, 1, 0)), Bytes(ImageBytes(256), 0));
+        EXPECT_EQ(Generate(4, Wall(count, count, 0, 0, 0)), Bytes(ImageBytes(256), 255));
+    }
+}
+
+TEST_F(LayerGenerator, NoiseIsOneRandomNumberForAllThreeChannels)
+{
+    const Bytes pixels = Generate(5, {1.0F, 0.5F, 0.0F, 1.0F});
+    // Seed 1: 1103527590 >> 16 is 16838, 255 * 16838 / 32768 = 131.03; the channel at 0.5 is 65.5.
+    EXPECT_EQ(pixels[0], 131);
+    EXPECT_EQ(pixels[1], 65);
+    EXPECT_EQ(pixels[2], 0);
+    // Its next step: 2524885223, of which bits 16 to 30 are 5758; 44.8.
+    EXPECT_EQ(pixels[3], 44);
+    EXPECT_EQ(pixels[4], 22);
+}
+
+TEST_F(LayerGenerator, AnUnknownTypeLeavesThePixelsAlone)
+{
+    EXPECT_EQ(Generate(6, {1, 1, 1}), Bytes(ImageBytes(256), 0xEE));
+    EXPECT_EQ(Generate(0xFFFFFFFFU, {1, 1, 1}), Bytes(ImageBytes(256), 0xEE));
+}
+
+TEST_F(LayerGenerator, RandomParametersTakeOneRandForEachEntry)
+{
+    static constexpr float kUnit = 1.0F / 2147483648.0F;
+    for (uint32_t type = 0; type < 7; ++type)
+    {
+        LayerImage layer = {};
+        layer.type = type;
+        for (float& param : layer.params)
+        {
+            param = 99.0F;
+        }
+        srand(11);
+        RandomizeLayerParams(&layer);
+
+        srand(11);
+        float expected[kLayerParams];
+        for (float& param : expected)
+        {
+            param = 99.0F;
+        }
+        const int colors = type == 2 ? 6 : (type < 2 ? 3 : 0);
+        for (int i = 0; i < colors; ++i)
+        {
+            expected[i] = static_cast<float>(rand()) * kUnit;
+        }
+        if (type == 1)
+        {
+            expected[3] = 3.0F * (static_cast<float>(rand()) * kUnit);
+            expected[4] = 3.0F * (static_cast<float>(rand()) * kUnit);
+        }
+        if (type == 2)
+        {
+            expected[6] = 2.0F * (static_cast<float>(rand()) * kUnit) + 1.0F;
+        }
+        EXPECT_EQ(memcmp(layer.params, expected, sizeof(expected)), 0) << type;
+    }
+}
+
+/// Reads layers from XML text as section 0 of a document.
+static void ReadLayers(const char* items, LoadContext* context)
+{
+    TiXmlDocument document;
+    document.Parse(items);
+    uint32_t index = 0;
+    for (const TiXmlNode* node = document.FirstChild(); node != nullptr; node = node->NextSibling())
+    {
+        CurrentPlace = {"demo.xmlz", 0, index + 1, 0};
+        ReadLayerItem(node->ToElement(), nullptr, index, context);
+        ++index;
+    }
+    CurrentPlace = {nullptr, kNoSection, 0, 0};
+}
+
+TEST_F(LayerGenerator, ALayerIsReadWithItsParametersWhateverTheyAreCalled)
+{
+    LoadContext context = {};
+    ReadLayers("<any type=\"0\"><a>0.5</a><b>1.0</b><c>-0.25x</c></any>"
+               "<layer type=\"6\"><p>1</p></layer>",
+               &context);
+    ASSERT_EQ(context.layerCount, 2U);
+    const LayerImage* color = context.layers[0];
+    EXPECT_EQ(color->type, 0U);
+    EXPECT_EQ(color->params[0], 0.5F);
+    EXPECT_EQ(color->params[2], -0.25F);
+    EXPECT_EQ(color->params[3], 0.0F); // not given
+    EXPECT_EQ(color->pixels[0], 127);
+    EXPECT_EQ(color->pixels[1], 255);
+    EXPECT_EQ(color->pixels[196607], 193);
+
+    // A generator that is not there: black, as allocated.
+    EXPECT_EQ(context.layers[1]->type, 6U);
+    EXPECT_EQ(Bytes(context.layers[1]->pixels, context.layers[1]->pixels + 196608),
+              Bytes(196608, 0));
+
+    FreeLayers(&context);
+    EXPECT_EQ(context.layerCount, 0U);
+    EXPECT_EQ(context.layers[0], nullptr);
+    FreeLayers(&context); // nothing is left to free
+}
+
+static std::string RepeatText(const char* text, int count)
+{
+    std::string all;
+    for (int i = 0; i < count; ++i)
+    {
+        all += text;
+    }
+    return all;
+}
+
+TEST_F(LayerGenerator, TwentyFourParametersAreReadAndATwentyFifthIsFatal)
+{
+    LoadContext context = {};
+    const std::string full = "<l type=\"9\">" + RepeatText("<p>7</p>", 24) + "</l>";
+    ReadLayers(full.c_str(), &context);
+    EXPECT_EQ(context.layers[0]->params[23], 7.0F);
+    FreeLayers(&context);
+
+    const std::string more = "<l type=\"9\"/><l type=\"9\">" + RepeatText("<p>7</p>", 25) + "</l>";
+    EXPECT_EXIT(ReadLayers(more.c_str(), &context), testing::ExitedWithCode(1),
+                "quorvale: demo.xmlz, section 0 \\(layers\\), item 2, parameter 25: more than 24 "
+                "parameters");
+}
+
+TEST_F(LayerGenerator, TwoHundredAndFortyEightLayersAreReadAndTheNextIsFatal)
+{
+    LoadContext context = {};
+    ReadLayers(RepeatText("<l type=\"9\"/>", 248).c_str(), &context);
+    EXPECT_EQ(context.layerCount, 248U);
+    FreeLayers(&context);
+
+    EXPECT_EXIT(ReadLayers(RepeatText("<l type=\"9\"/>", 249).c_str(), &context),
+                testing::ExitedWithCode(1),
+                "quorvale: demo.xmlz, section 0 \\(layers\\), item 249: more than 248 layers");
+}
+
+TEST_F(LayerGenerator, ALayerWithoutATypeOrWithAnEmptyParameterIsFatal)
+{
+    LoadContext context = {};
+    EXPECT_EXIT(ReadLayers("<l/>", &context), testing::ExitedWithCode(1), "item 1: .*type");
+    EXPECT_EXIT(ReadLayers("<l type=\"0\"><p>1</p><p/></l>", &context), testing::ExitedWithCode(1),
+                "item 1, parameter 2: ");
+}

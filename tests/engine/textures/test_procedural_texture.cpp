@@ -1,0 +1,318 @@
+#include "engine/textures/procedural_texture.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "engine/data/cos_table.h"
+#include "engine/data/document_values.h"
+#include "engine/data/fault.h"
+#include "engine/textures/compare_bytes.h"
+#include "engine/textures/guarded_block.h"
+#include "engine/textures/layer_generator.h"
+#include "engine/textures/pixel_kernels.h"
+#include "engine/textures/plain_textures.h"
+#include "support/recorded_gl.h"
+
+using Bytes = std::vector<uint8_t>;
+
+static constexpr size_t kImageBytes = 256 * 256 * 3;
+
+class ProceduralTextureTest : public testing::Test
+{
+  protected:
+    void SetUp() override
+    {
+        BuildCosTable();
+        BuildCornerMasks();
+        ResetGl();
+        context.isDemo = true;
+    }
+
+    void TearDown() override
+    {
+        FreeLayers(&context);
+        SetPixelKernels(nullptr);
+        CurrentPlace = {nullptr, kNoSection, 0, 0};
+    }
+
+    void ReadLayers(const char* items)
+    {
+        TiXmlDocument document;
+        document.Parse(items);
+        uint32_t index = 0;
+        for (const TiXmlNode* node = document.FirstChild(); node != nullptr;
+             node = node->NextSibling())
+        {
+            CurrentPlace = {"demo.xmlz", 0, index + 1, 0};
+            ReadLayerItem(node->ToElement(), nullptr, index, &context);
+            ++index;
+        }
+    }
+
+    ProceduralTexture Read(const std::string& item)
+    {
+        TiXmlDocument document;
+        document.Parse(item.c_str());
+        ProceduralTexture texture;
+        memset(static_cast<void*>(&texture), 0xEE, sizeof(texture));
+        CurrentPlace = {"demo.xmlz", 1, 1, 0};
+        ReadProceduralTextureItem(document.FirstChild()->ToElement(), &texture, 0, &context);
+        return texture;
+    }
+
+    LoadContext context = {};
+};
+
+TEST_F(ProceduralTextureTest, ATextureOfTheLoadingDocumentHasOneLevel)
+{
+    context.isDemo = false;
+    const ProceduralTexture texture = Read("<t/>");
+    EXPECT_EQ(TakeGlCalls(), "GenTextures 1 1\n"
+                             "BindTexture TEXTURE_2D 1\n"
+                             "TexImage2D TEXTURE_2D 0 3 256 256 0 RGB UNSIGNED_BYTE ?\n"
+                             "TexParameteri TEXTURE_2D TEXTURE_MAG_FILTER LINEAR\n"
+                             "TexParameteri TEXTURE_2D TEXTURE_MIN_FILTER LINEAR\n");
+    EXPECT_EQ(texture.glTexture, 1U);
+    EXPECT_EQ(texture.job.pixels, nullptr);
+}
+
+TEST_F(ProceduralTextureTest, ATextureOfTheDemoDocumentHasAMipChain)
+{
+    const ProceduralTexture texture = Read("<t/>");
+    const auto upload = [](int level, int side)
+    {
+        return "TexImage2D TEXTURE_2D " + std::to_string(level) + " 3 " + std::to_string(side) +
+               " " + std::to_string(side) + " 0 RGB UNSIGNED_BYTE ?\n";
+    };
+    EXPECT_EQ(TakeGlCalls(), "GenTextures 1 1\nBindTexture TEXTURE_2D 1\n" + upload(0, 256) +
+                                 "TexParameteri TEXTURE_2D TEXTURE_MAG_FILTER LINEAR\n"
+                                 "TexParameteri TEXTURE_2D TEXTURE_MIN_FILTER "
+                                 "LINEAR_MIPMAP_LINEAR\n" +
+                                 upload(1, 128) + upload(2, 64) + upload(3, 32) + upload(4, 16) +
+                                 upload(5, 8) + upload(6, 4) + "PixelStorei UNPACK_ALIGNMENT 2\n" +
+                                 upload(7, 2) + "PixelStorei UNPACK_ALIGNMENT 1\n" + upload(8, 1) +
+                                 "PixelStorei UNPACK_ALIGNMENT 4\n");
+    EXPECT_EQ(texture.job.pixels, nullptr);
+    EXPECT_EQ(GlRefusedCalls(), 0U);
+}
+
+TEST_F(ProceduralTextureTest, ATextureWithoutStepsIsBlack)
+{
+    const ProceduralTexture texture = Read("<t/>");
+    EXPECT_EQ(texture.stepCount, 0);
+    EXPECT_EQ(GlTextureLevel(1, 0)->bytes, Bytes(kImageBytes, 0));
+}
+
+TEST_F(ProceduralTextureTest, ParametersThatNoChildGivesAreOne)
+{
+    const ProceduralTexture texture =
+        Read("<t><a type=\"201\"/><b type=\"203\"><p>2.5</p></b>"
+             "<c type=\"207\"><p>1</p><p>2</p><p>3</p><p>4</p><p>5</p><p>6</p><p>7</p><p>8</p>"
+             "<p>9x</p><p/><q>11</q></c></t>");
+    ASSERT_EQ(texture.stepCount, 3);
+    EXPECT_EQ(texture.stepType[0], 201);
+    EXPECT_EQ(texture.stepType[2], 207);
+    for (size_t i = 0; i < kStepParams; ++i)
+    {
+        EXPECT_EQ(texture.stepParams[0][i], 1.0F);
+        EXPECT_EQ(texture.stepParams[1][i], i == 0 ? 2.5F : 1.0F);
+        EXPECT_EQ(texture.stepParams[2][i],
+                  static_cast<float>(i + 1)); // the tenth is not looked at
+    }
+}
+
+TEST_F(ProceduralTextureTest, OnlyANameThatBeginsWithLayerReadsAnId)
+{
+    ReadLayers("<l type=\"0\"><p>0.1</p></l><l type=\"0\"><p>0.5</p></l>");
+    const ProceduralTexture texture =
+        Read("<t><layer type=\"101\" id=\"1\"/><layer2 type=\"103\" id=\"1\"/>"
+             "<Layer type=\"104\" id=\"1\"/><lay type=\"101\" id=\"1\"/>"
+             "<layer type=\"201\" id=\"77\"/></t>");
+    EXPECT_EQ(texture.stepLayer[0], 1);
+    EXPECT_EQ(texture.stepLayer[1], 1);
+    EXPECT_EQ(texture.stepLayer[2], 0);
+    EXPECT_EQ(texture.stepLayer[3], 0);
+    EXPECT_EQ(texture.stepLayer[4], 77); // a filter ignores it
+    // 127 + 0; max 127; min with 25; 25 + 25; the complement.
+    EXPECT_EQ(GlTextureLevel(1, 0)->bytes[0], 205);
+}
+
+TEST_F(ProceduralTextureTest, UnknownStepsAreSkippedAndTheNextOnesRun)
+{
+    Read("<t><a type=\"201\"/><a type=\"150\"/><a type=\"0\"/><a type=\"208\"/><a type=\"202\">"
+         "<p>0.5</p></a></t>");
+    EXPECT_EQ(GlTextureLevel(1, 0)->bytes, Bytes(kImageBytes, 127));
+}
+
+TEST_F(ProceduralTextureTest, ThirtyTwoStepsAreReadAndTheNextIsFatal)
+{
+    std::string steps;
+    for (int i = 0; i < 32; ++i)
+    {
+        steps += "<s type=\"201\"/>";
+    }
+    const ProceduralTexture texture = Read("<t>" + steps + "</t>");
+    EXPECT_EQ(texture.stepCount, 32);
+    EXPECT_EXIT(
+        Read("<t>" + steps + "<s type=\"201\"/></t>"), testing::ExitedWithCode(1),
+        "quorvale: demo.xmlz, section 1 \\(procedural textures\\), item 1, step 33: more than "
+        "32 steps");
+}
+
+TEST_F(ProceduralTextureTest, ACombinerOfALayerOutsideTheListIsFatal)
+{
+    EXPECT_EXIT(Read("<t><a type=\"201\"/><a type=\"102\"/></t>"), testing::ExitedWithCode(1),
+                "item 1, step 2: there is no layer 0, the document has 0");
+    ReadLayers("<l type=\"0\"/>");
+    EXPECT_EXIT(Read("<t><layer type=\"101\" id=\"1\"/></t>"), testing::ExitedWithCode(1),
+                "item 1, step 1: there is no layer 1, the document has 1");
+    EXPECT_EXIT(Read("<t><layer type=\"104\" id=\"-1\"/></t>"), testing::ExitedWithCode(1),
+                "there is no layer -1");
+    EXPECT_EXIT(Read("<t><layer type=\"101\"/></t>"), testing::ExitedWithCode(1), "step 1: .*id");
+    EXPECT_EXIT(Read("<t><s/></t>"), testing::ExitedWithCode(1), "step 1: .*type");
+}
+
+TEST_F(ProceduralTextureTest, StepsRunInOrderOverABlackImage)
+{
+    ReadLayers("<l type=\"0\"><p>0.2</p><p>0.4</p><p>0.6</p></l>"); // 51, 102, 153
+    ProceduralTexture texture = {};
+    texture.stepCount = 3;
+    texture.stepType[0] = 101;
+    texture.stepParams[0][0] = 9.0F;
+    texture.stepParams[0][1] = 0.5F; // 25, 51, 76
+    texture.stepType[1] = 201;       // 230, 204, 179
+    texture.stepType[2] = 104;
+    texture.stepParams[2][0] = 0.5F; // 115, 102, 89
+    texture.stepParams[2][1] = 1.0F; // against 51, 102, 153
+    GuardedBlock image(kImageBytes, 0xEE);
+    texture.job = {&texture, image.data()};
+    BuildProceduralTexture(&texture.job, context.layers, 256);
+    EXPECT_TRUE(image.intact());
+    for (size_t i = 0; i < kImageBytes; i += 3)
+    {
+        ASSERT_EQ(image.data()[i], 51);
+        ASSERT_EQ(image.data()[i + 1], 102);
+        ASSERT_EQ(image.data()[i + 2], 89);
+    }
+}
+
+// Whole textures. The layers use every generator, the stacks every step. The repeats of the plasma
+// are such that no sum of sines comes near an integer, where the last bit of a sine would show.
+static constexpr const char* kLayers =
+    "<l type=\"0\"><p>0.8</p><p>0.45</p><p>1.3</p></l>"
+    "<l type=\"1\"><p>1</p><p>0.6</p><p>0.3</p><p>1.37</p><p>2.61</p></l>"
+    "<l type=\"2\"><p>1</p><p>0.9</p><p>0.2</p><p>0</p><p>0.1</p><p>0.5</p><p>1.2</p><p>20</p></l>"
+    "<l type=\"3\"><p>0.9</p><p>0.5</p><p>0.7</p><p>3</p><p>1234</p><p>0.55</p></l>"
+    "<l type=\"3\"><p>1</p><p>1</p><p>1</p><p>5</p><p>99</p><p>0.45</p></l>"
+    "<l type=\"4\"><p>0.7</p><p>0.3</p><p>0.2</p><p>0.6</p><p>0.6</p><p>0.55</p><p>9</p><p>5</p>"
+    "<p>2</p><p>3</p><p>26</p></l>"
+    "<l type=\"5\"><p>1</p><p>0.8</p><p>0.6</p><p>4711</p></l>"
+    "<l type=\"2\"><p>0</p><p>0</p><p>0</p><p>1.1</p><p>1</p><p>0.9</p><p>0.7</p><p>0</p></l>";
+
+struct Stack
+{
+    const char* steps;
+    uint64_t hash; // of level 0
+};
+
+static constexpr Stack kStacks[] = {
+    {"<layer type=\"101\" id=\"6\"/><s type=\"205\"/><s type=\"205\"/><s type=\"206\"><p>1</p></s>",
+     0xF553C056080780B3U},
+    {"<layer type=\"101\" id=\"1\"/><layer type=\"102\" id=\"4\"><p>0.005</p></layer>"
+     "<s type=\"204\"><p>0.05</p><p>0.03</p><p>3</p><p>2</p></s>",
+     0x404D254EA5298E01U},
+    {"<layer type=\"101\" id=\"5\"/><s type=\"206\"><p>2</p></s><layer type=\"103\" id=\"3\">"
+     "<p>0.6</p><p>0.9</p></layer>",
+     0x7D659F559F2A492BU},
+    {"<layer type=\"101\" id=\"2\"><p>1</p><p>0.8</p></layer><layer type=\"104\" "
+     "id=\"6\"><p>1.5</p>"
+     "<p>0.7</p></layer><s type=\"207\"><p>0.1</p><p>0.2</p><p>0.1</p><p>0.05</p><p>0.3</p>"
+     "<p>0.05</p><p>-0.1</p><p>0.2</p><p>0.1</p></s>",
+     0xAFB756344DA338F5U},
+    {"<layer type=\"101\" id=\"3\"/><s type=\"201\"/><s type=\"203\"><p>17</p><p>-40</p></s>"
+     "<layer type=\"101\" id=\"0\"><p>0.5</p><p>0.5</p></layer>",
+     0xF814A391F0A0DF39U},
+    {"<layer type=\"101\" id=\"6\"/><s type=\"202\"><p>-1.7</p></s><s type=\"205\"/>"
+     "<s type=\"206\"><p>3</p></s><s type=\"202\"><p>1.9</p></s>",
+     0xDC934552D5CDDC6AU},
+    {"<layer type=\"101\" id=\"7\"/><layer type=\"102\" id=\"1\"><p>0.00392157</p></layer>"
+     "<s type=\"204\"/><s type=\"205\"/>",
+     0x18D8357CBA0C0C3AU},
+    {"<layer type=\"101\" id=\"5\"/><s type=\"204\"><p>0.1</p><p>-0.2</p><p>1</p><p>5</p></s>"
+     "<s type=\"206\"><p>4</p></s><s type=\"207\"/>",
+     0x560386DA83BD0013U},
+    {"<layer type=\"103\" id=\"4\"/><layer type=\"104\" id=\"3\"><p>-0.4</p><p>1.1</p></layer>"
+     "<s type=\"203\"/><s type=\"177\"/><s type=\"205\"/>",
+     0xFA859B588F41C46AU},
+    {"<layer type=\"101\" id=\"2\"/><layer type=\"101\" id=\"7\"><p>-0.5</p><p>0.9</p></layer>"
+     "<s type=\"207\"><p>-1</p><p>-1</p><p>-1</p><p>-1</p><p>9</p><p>-1</p><p>-1</p><p>-1</p>"
+     "<p>-1</p></s>",
+     0xCE0B56E123E30C4EU},
+    {"<combiner type=\"101\"/><layer type=\"102\" id=\"6\"><p>0.01</p></layer><s type=\"201\"/>"
+     "<layer type=\"103\" id=\"5\"><p>0.4</p><p>0.7</p></layer>"
+     "<s type=\"204\"><p>0.31</p><p>0.27</p><p>7</p><p>4</p></s>",
+     0x8F2E23B0EA312271U},
+    {"<layer type=\"101\" id=\"6\"/><s type=\"205\"/><s type=\"205\"/><s type=\"205\"/>"
+     "<s type=\"205\"/><s type=\"202\"><p>3.3</p></s><layer type=\"104\" id=\"1\"/>"
+     "<s type=\"206\"><p>0</p></s><s type=\"203\"><p>255</p><p>1</p></s>",
+     0xB964CC659E4321B0U},
+};
+
+/// The same stack in the plain form, from the record that was read.
+static Bytes BuildPlain(const ProceduralTexture& texture, const LayerImage* const* layers)
+{
+    Bytes image(kImageBytes, 0);
+    for (uint32_t i = 0; i < texture.stepCount; ++i)
+    {
+        Bytes layer;
+        if (texture.stepType[i] <= 104)
+        {
+            const LayerImage* source = layers[texture.stepLayer[i]];
+            layer.resize(kImageBytes);
+            PlainGenerateLayer(source->type, source->params, 256, layer.data());
+        }
+        PlainTextureStep(texture.stepType[i], texture.stepParams[i], layer.data(), 256,
+                         image.data());
+    }
+    return image;
+}
+
+TEST_F(ProceduralTextureTest, WholeTexturesAreTheSameBytesOnEveryMachine)
+{
+    for (uint32_t n = 0; ListPixelKernels(n) != nullptr; ++n)
+    {
+        SetPixelKernels(ListPixelKernels(n));
+        ResetGl();
+        FreeLayers(&context);
+        ReadLayers(kLayers);
+        uint32_t name = 0;
+        for (const Stack& stack : kStacks)
+        {
+            ++name;
+            const ProceduralTexture texture = Read(std::string("<t>") + stack.steps + "</t>");
+            ASSERT_EQ(texture.glTexture, name);
+            const Bytes& pixels = GlTextureLevel(name, 0)->bytes;
+            EXPECT_EQ(HashBytes(pixels.data(), pixels.size()), stack.hash)
+                << name << ", " << GetPixelKernels()->name;
+            EXPECT_EQ(CompareBytes(pixels, BuildPlain(texture, context.layers)), "same") << name;
+        }
+    }
+}
+
+TEST_F(ProceduralTextureTest, TheFormOfThePixelLoopsIsTheLastOneListedUnlessSet)
+{
+    uint32_t count = 0;
+    while (ListPixelKernels(count) != nullptr)
+    {
+        ++count;
+    }
+    ASSERT_GE(count, 1U);
+    EXPECT_EQ(GetPixelKernels(), ListPixelKernels(count - 1));
+    EXPECT_STREQ(ListPixelKernels(0)->name, "baseline");
+    SetPixelKernels(ListPixelKernels(0));
+    EXPECT_EQ(GetPixelKernels(), ListPixelKernels(0));
+    SetPixelKernels(nullptr);
+    EXPECT_EQ(GetPixelKernels(), ListPixelKernels(count - 1));
+}
