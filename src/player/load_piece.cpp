@@ -13,6 +13,7 @@
 #include "engine/render/scene.h"
 #include "engine/render/timeline.h"
 #include "engine/textures/bitmap_texture.h"
+#include "engine/textures/layer_generator.h"
 #include "engine/textures/procedural_texture.h"
 
 static constexpr uint32_t kTickMs = 50;              // the least time between two loading frames
@@ -22,15 +23,16 @@ static constexpr uint32_t kLoadingTimelineEnd = 100; // ticks, what a loading ti
 /// A row's place is the section's number.
 static constexpr SectionReader kSectionReaders[kSectionCount] = {
     // table, recordSize, itemLimit, begin, readItem, end
-    {nullptr, 0, 0, nullptr, nullptr, nullptr}, // layers
-    {&DemoDocument::textures, sizeof(ProceduralTexture), 0, nullptr, nullptr, nullptr},
+    {nullptr, 0, 0, nullptr, ReadLayerItem, nullptr},
+    {&DemoDocument::textures, sizeof(ProceduralTexture), 0, nullptr, ReadProceduralTextureItem,
+     FreeLayers},
     {&DemoDocument::models, sizeof(ModelData), 0, nullptr, ReadModelItem, nullptr},
     {&DemoDocument::envelopes, sizeof(Envelope), 0, nullptr, ReadEnvelopeItem, nullptr},
     {&DemoDocument::lights, sizeof(Light), 0, nullptr, ReadLightItem, nullptr},
-    {&DemoDocument::effects, sizeof(Effect2D), 0, nullptr, nullptr, nullptr},
-    {&DemoDocument::bitmaps, sizeof(BitmapTexture), 0, nullptr, nullptr, nullptr},
+    {&DemoDocument::effects, sizeof(Effect2D), 0, nullptr, ReadEffect2DItem, nullptr},
+    {&DemoDocument::bitmaps, sizeof(BitmapTexture), 0, nullptr, ReadBitmapItem, nullptr},
     {&DemoDocument::materials, sizeof(Material), 0, nullptr, ReadMaterialItem, nullptr},
-    {&DemoDocument::genMeshes, sizeof(GenMesh), 0, nullptr, nullptr, nullptr},
+    {&DemoDocument::genMeshes, sizeof(GenMesh), 0, nullptr, ReadGenMeshItem, nullptr},
     {&DemoDocument::scenes, sizeof(Scene), 0, nullptr, ReadSceneItem, nullptr},
     {nullptr, 0, kTimelineRows, BeginTimeline, ReadTimelineRow, EndTimeline},
 };
