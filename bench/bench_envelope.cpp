@@ -50,7 +50,7 @@ static void EvaluateMisses(benchmark::State& state, Evaluate evaluate)
     }
 
     uint32_t i = 0;
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
     {
         benchmark::DoNotOptimize(evaluate(&envelope, times[i]));
         i = (i + 1) % std::size(times);
@@ -77,7 +77,7 @@ static void BM_PlainEvaluateEnvelope(benchmark::State& state)
 static void BM_EvaluateEnvelopeCached(benchmark::State& state)
 {
     Envelope envelope = MakeFunction(state.range(0));
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
     {
         benchmark::DoNotOptimize(EvaluateEnvelope(&envelope, 500));
     }
@@ -107,7 +107,7 @@ static void EvaluateTable(benchmark::State& state, Evaluate evaluate)
     }
 
     uint32_t time = 1700; // inside the splines, and on
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
     {
         for (Envelope& envelope : envelopes)
         {

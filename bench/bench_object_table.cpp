@@ -24,7 +24,7 @@ static void BM_GetObject(benchmark::State& state)
     }
 
     uint32_t id = 1;
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
     {
         benchmark::DoNotOptimize(*GetRecord<uint32_t>(id, table));
         id = (id + 1234) % kObjectTableCapacity + 1;
@@ -39,7 +39,7 @@ static void BM_GetObjectPointer(benchmark::State& state)
     ObjectTable* table = CreateFullTable();
     const int32_t ids[] = {1, 4096, 0, -1, 17, 4097, 2048, 3};
     uint32_t i = 0;
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
     {
         benchmark::DoNotOptimize(GetObject(ids[i % 8], table));
         i += 1;
@@ -54,7 +54,7 @@ static void BM_ArrayRead(benchmark::State& state)
     ObjectTable* table = CreateFullTable();
     const int32_t ids[] = {1, 4096, 5, 6, 17, 4000, 2048, 3};
     uint32_t i = 0;
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
     {
         benchmark::DoNotOptimize(table->records[ids[i % 8] - 1]);
         i += 1;
@@ -65,7 +65,7 @@ static void BM_ArrayRead(benchmark::State& state)
 
 static void BM_FillTable(benchmark::State& state)
 {
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
     {
         FreeObjectTable(CreateFullTable());
     }

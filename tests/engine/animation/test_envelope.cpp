@@ -35,7 +35,7 @@ static void CheckValues(Envelope* envelope, const TimeCase (&cases)[count])
 TEST(Envelope, WithoutPiecesIsOneAtEveryTimeAndLeavesTheCacheAlone)
 {
     Envelope envelope = MakeEnvelope();
-    CheckValues(&envelope, {{0, 1.0f}, {1, 1.0f}, {100000, 1.0f}, {0xFFFFFFFF, 1.0f}});
+    CheckValues(&envelope, {{0xFFFFFFFF, 1.0f}, {0, 1.0f}, {1, 1.0f}, {100000, 1.0f}});
     EXPECT_EQ(envelope.lastTime, 0xFFFFFFFFu);
     EXPECT_EQ(envelope.lastValue, 0.0f);
 }
@@ -462,6 +462,22 @@ TEST(EnvelopeSpline, HoldsTheFirstValueUpToATickBeforeTheFirstPoint)
                                {18, 11.0f}, // 0.5 * (6 + 16/2 + 48/4 - 32/8)
                                {26, 19.0f},
                            });
+}
+
+TEST(EnvelopeSpline, HasNoValueWhereItsEndMeetsTheSentinelBehindIt)
+{
+    // The last point at 9000000 puts the knot behind it on 9999999, where the last sentinel lies:
+    // the slope between the two is 0 / 0. A tick earlier there is one.
+    Envelope meets = MakeSpline(
+        {0, 1, 10, 1, 20, 1, 30, 1, 40, 1, 50, 1, 60, 1, 70, 1, 80, 1, 90, 1, 100, 1, 9000000, 1});
+    EXPECT_EQ(EvaluateEnvelope(&meets, 9000000), 1.0f);
+    EXPECT_TRUE(std::isnan(EvaluateEnvelope(&meets, 9000001)));
+    EXPECT_EQ(EvaluateEnvelope(&meets, 10000000), 1.0f); // held
+
+    Envelope misses = meets;
+    misses.splinesReady = false;
+    misses.pieceParams[0][22] = 8999999.0f;
+    EXPECT_EQ(EvaluateEnvelope(&misses, 9000001), 1.0f);
 }
 
 TEST(EnvelopeSpline, EachPieceHasItsOwn)
