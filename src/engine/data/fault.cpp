@@ -55,7 +55,7 @@ static void PrintPlace()
     fprintf(stderr, ": ");
 }
 
-[[noreturn]] static void End(const char* format, va_list arguments)
+[[noreturn, gnu::format(printf, 1, 0)]] static void End(const char* format, va_list arguments)
 {
     vfprintf(stderr, format, arguments);
     fprintf(stderr, "\n");

@@ -149,6 +149,7 @@ static void FillMazeGrid(uint32_t seed, float fullness, size_t cells, uint8_t* g
 {
     const size_t side = cells + 1;
     const float offset = 2.0F * ClampToUnit(fullness) - 1.0F;
+    memset(grid, 0, side * side);
     for (size_t i = 0; i < side * side; ++i)
     {
         seed = seed * kSeedFactor + kSeedAddend;

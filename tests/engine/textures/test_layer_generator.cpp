@@ -9,10 +9,10 @@
 
 #include "engine/data/fault.h"
 #include "engine/textures/compare_bytes.h"
-#include "engine/textures/guarded_block.h"
 #include "engine/textures/pixel_kernels.h"
 #include "engine/textures/plain_textures.h"
 #include "engine/textures/random_values.h"
+#include "support/guarded_bytes.h"
 
 using Bytes = std::vector<uint8_t>;
 
@@ -27,11 +27,11 @@ static Bytes Generate(uint32_t type, const std::vector<float>& params, int32_t s
     LayerImage layer = {};
     layer.type = type;
     std::copy(params.begin(), params.end(), layer.params);
-    GuardedBlock block(ImageBytes(size), 0xEE);
-    layer.pixels = block.data();
+    GuardedBytes block(ImageBytes(size), 0xEE);
+    layer.pixels = block.Data();
     GenerateLayer(&layer, size);
-    EXPECT_TRUE(block.intact());
-    return block.content();
+    EXPECT_TRUE(block.GuardsAreWhole());
+    return block.Bytes();
 }
 
 static Bytes GeneratePlain(uint32_t type, const std::vector<float>& params, int32_t size = 256)

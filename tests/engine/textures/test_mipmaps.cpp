@@ -7,10 +7,10 @@
 
 #include "engine/data/fault.h"
 #include "engine/textures/compare_bytes.h"
-#include "engine/textures/guarded_block.h"
 #include "engine/textures/pixel_kernels.h"
 #include "engine/textures/plain_textures.h"
 #include "engine/textures/random_values.h"
+#include "support/guarded_bytes.h"
 #include "support/recorded_gl.h"
 
 using Bytes = std::vector<uint8_t>;
@@ -30,10 +30,10 @@ static std::vector<Bytes> MakeChain(int32_t width, int32_t height, const Bytes& 
     MipSize level = FirstMipSize(width, height);
     while (true)
     {
-        GuardedBlock block(LevelBytes(level, components), 0xEE);
-        FillMipLevel(source.data(), level, components, block.data());
-        EXPECT_TRUE(block.intact());
-        chain.push_back(block.content());
+        GuardedBytes block(LevelBytes(level, components), 0xEE);
+        FillMipLevel(source.data(), level, components, block.Data());
+        EXPECT_TRUE(block.GuardsAreWhole());
+        chain.push_back(block.Bytes());
         if (level.width == 1 && level.height == 1)
         {
             return chain;

@@ -9,10 +9,10 @@
 #include "engine/data/document_values.h"
 #include "engine/data/fault.h"
 #include "engine/textures/compare_bytes.h"
-#include "engine/textures/guarded_block.h"
 #include "engine/textures/layer_generator.h"
 #include "engine/textures/pixel_kernels.h"
 #include "engine/textures/plain_textures.h"
+#include "support/guarded_bytes.h"
 #include "support/recorded_gl.h"
 
 using Bytes = std::vector<uint8_t>;
@@ -186,15 +186,15 @@ TEST_F(ProceduralTextureTest, StepsRunInOrderOverABlackImage)
     texture.stepType[2] = 104;
     texture.stepParams[2][0] = 0.5F; // 115, 102, 89
     texture.stepParams[2][1] = 1.0F; // against 51, 102, 153
-    GuardedBlock image(kImageBytes, 0xEE);
-    texture.job = {&texture, image.data()};
+    GuardedBytes image(kImageBytes, 0xEE);
+    texture.job = {&texture, image.Data()};
     BuildProceduralTexture(&texture.job, context.layers, 256);
-    EXPECT_TRUE(image.intact());
+    EXPECT_TRUE(image.GuardsAreWhole());
     for (size_t i = 0; i < kImageBytes; i += 3)
     {
-        ASSERT_EQ(image.data()[i], 51);
-        ASSERT_EQ(image.data()[i + 1], 102);
-        ASSERT_EQ(image.data()[i + 2], 89);
+        ASSERT_EQ(image.Data()[i], 51);
+        ASSERT_EQ(image.Data()[i + 1], 102);
+        ASSERT_EQ(image.Data()[i + 2], 89);
     }
 }
 

@@ -6,15 +6,14 @@
 
 #include "engine/data/cos_table.h"
 #include "engine/textures/compare_bytes.h"
-#include "engine/textures/guarded_block.h"
 #include "engine/textures/pixel_kernels.h"
 #include "engine/textures/plain_textures.h"
 #include "engine/textures/random_values.h"
+#include "support/guarded_bytes.h"
 
 using Bytes = std::vector<uint8_t>;
 
 static constexpr int32_t kStepTypes[] = {101, 102, 103, 104, 201, 202, 203, 204, 205, 206, 207};
-static constexpr float kOnes[9] = {1, 1, 1, 1, 1, 1, 1, 1, 1};
 
 static size_t ImageBytes(int32_t size)
 {
@@ -85,19 +84,19 @@ class TextureSteps : public testing::Test
 static std::string CompareStep(int32_t type, const float* params, const Bytes& layer, int32_t size,
                                const Bytes& image)
 {
-    GuardedBlock block(image.size());
-    std::copy(image.begin(), image.end(), block.data());
-    GuardedBlock layerBlock(layer.size());
-    std::copy(layer.begin(), layer.end(), layerBlock.data());
-    ApplyTextureStep(type, params, layerBlock.data(), size, block.data());
-    if (!block.intact() || !layerBlock.intact() || layerBlock.content() != layer)
+    GuardedBytes block(image.size());
+    std::copy(image.begin(), image.end(), block.Data());
+    GuardedBytes layerBlock(layer.size());
+    std::copy(layer.begin(), layer.end(), layerBlock.Data());
+    ApplyTextureStep(type, params, layerBlock.Data(), size, block.Data());
+    if (!block.GuardsAreWhole() || !layerBlock.GuardsAreWhole() || layerBlock.Bytes() != layer)
     {
         return "wrote outside";
     }
 
     Bytes expected = image;
     PlainTextureStep(type, params, layer.data(), size, expected.data());
-    return CompareBytes(block.content(), expected);
+    return CompareBytes(block.Bytes(), expected);
 }
 
 static std::string Describe(const PixelKernels* kernels, int32_t type, int32_t size,
