@@ -12,6 +12,7 @@ find_package(Python3 REQUIRED COMPONENTS Interpreter)
 pkg_check_modules(SDL REQUIRED IMPORTED_TARGET sdl)
 pkg_check_modules(TINYXML REQUIRED IMPORTED_TARGET tinyxml)
 pkg_check_modules(MODPLUG REQUIRED IMPORTED_TARGET libmodplug)
+pkg_check_modules(X11 REQUIRED IMPORTED_TARGET x11)
 
 # The engine is compiled against the OpenGL headers only. Which OpenGL it talks to is the choice of
 # the program that links it: the player takes the driver, tests take a recording one.

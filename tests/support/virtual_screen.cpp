@@ -1,0 +1,278 @@
+#include "support/virtual_screen.h"
+
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#define STB_IMAGE_STATIC
+#define STB_IMAGE_IMPLEMENTATION
+#define STBI_ONLY_PNG
+#define STB_IMAGE_WRITE_STATIC
+#define STB_IMAGE_WRITE_IMPLEMENTATION
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wunused-function"
+#pragma GCC diagnostic ignored "-Wunused-but-set-variable"
+#include <stb_image.h>
+#include <stb_image_write.h>
+#pragma GCC diagnostic pop
+
+static constexpr int kOutlierDifference = 32;
+
+/// A test can't go on without its screen.
+[[noreturn]] static void Fail(const char* what)
+{
+    fprintf(stderr, "virtual screen: %s\n", what);
+    abort();
+}
+
+/// Starts a program with its standard streams on /dev/null.
+/// @return its pid
+static pid_t Start(const std::vector<std::string>& words)
+{
+    std::vector<char*> argv;
+    argv.reserve(words.size() + 1);
+    for (const std::string& word : words)
+    {
+        argv.push_back(const_cast<char*>(word.c_str()));
+    }
+    argv.push_back(nullptr);
+
+    fflush(nullptr);
+    pid_t child = fork();
+    if (child < 0)
+    {
+        Fail("can't fork");
+    }
+    if (child == 0)
+    {
+        int nowhere = open("/dev/null", O_RDWR);
+        for (int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        {
+            dup2(nowhere, stream);
+        }
+        execvp(argv[0], argv.data());
+        _exit(127);
+    }
+    return child;
+}
+
+static Display* Connection(const VirtualScreen& screen)
+{
+    return static_cast<Display*>(screen.connection);
+}
+
+VirtualScreen::VirtualScreen(int32_t width, int32_t height)
+{
+    int ends[2];
+    if (pipe(ends) != 0)
+    {
+        Fail("can't make a pipe");
+    }
+    std::string size = std::to_string(width) + "x" + std::to_string(height) + "x24";
+    server = Start({"Xvfb", "-displayfd", std::to_string(ends[1]), "-screen", "0", size});
+    close(ends[1]);
+
+    // The server writes its number when it takes connections, and nothing if it dies.
+    char number[16] = {};
+    size_t length = 0;
+    while (length < sizeof(number) - 1 && read(ends[0], number + length, 1) == 1 &&
+           number[length] != '\n')
+    {
+        ++length;
+    }
+    close(ends[0]);
+    number[length] = 0;
+    name = std::string(":") + number;
+    connection = length == 0 ? nullptr : XOpenDisplay(name.c_str());
+    if (connection == nullptr)
+    {
+        Fail("Xvfb does not start");
+    }
+}
+
+VirtualScreen::~VirtualScreen()
+{
+    XCloseDisplay(Connection(*this));
+    kill(server, SIGTERM);
+    waitpid(server, nullptr, 0);
+}
+
+Picture CaptureScreen(const VirtualScreen& screen)
+{
+    Display* display = Connection(screen);
+    int number = DefaultScreen(display);
+    int width = DisplayWidth(display, number);
+    int height = DisplayHeight(display, number);
+    XImage* image =
+        XGetImage(display, RootWindow(display, number), 0, 0, static_cast<unsigned int>(width),
+                  static_cast<unsigned int>(height), AllPlanes, ZPixmap);
+    if (image == nullptr)
+    {
+        Fail("can't be captured");
+    }
+
+    if (image->bits_per_pixel != 32 || image->byte_order != LSBFirst)
+    {
+        Fail("its pixels are not blue, green, red and a spare byte");
+    }
+
+    Picture picture = {width, height, {}};
+    picture.rgb.resize(static_cast<size_t>(width) * static_cast<size_t>(height) * 3);
+    uint8_t* out = picture.rgb.data();
+    for (int y = 0; y < height; ++y)
+    {
+        const char* row = image->data + static_cast<ptrdiff_t>(y) * image->bytes_per_line;
+        for (int x = 0; x < width; ++x, row += 4, out += 3)
+        {
+            out[0] = static_cast<uint8_t>(row[2]);
+            out[1] = static_cast<uint8_t>(row[1]);
+            out[2] = static_cast<uint8_t>(row[0]);
+        }
+    }
+    XDestroyImage(image);
+    return picture;
+}
+
+static void RunXdotool(const VirtualScreen& screen, const char* action, const std::string& key)
+{
+    setenv("DISPLAY", screen.name.c_str(), 1);
+    pid_t tool = Start({"xdotool", action, key});
+    int status = 0;
+    if (waitpid(tool, &status, 0) != tool || status != 0)
+    {
+        Fail("xdotool does not press keys");
+    }
+}
+
+void PressKey(const VirtualScreen& screen, const std::string& key)
+{
+    RunXdotool(screen, "keydown", key);
+}
+
+void ReleaseKey(const VirtualScreen& screen, const std::string& key)
+{
+    RunXdotool(screen, "keyup", key);
+}
+
+/// @return the window below `parent` that has this title; 0 for none
+static Window FindWindow(Display* display, Window parent, const std::string& title)
+{
+    Window root = 0;
+    Window above = 0;
+    Window* children = nullptr;
+    unsigned int count = 0;
+    if (XQueryTree(display, parent, &root, &above, &children, &count) == 0)
+    {
+        return 0;
+    }
+    Window found = 0;
+    for (unsigned int i = 0; i < count && found == 0; ++i)
+    {
+        char* name = nullptr;
+        if (XFetchName(display, children[i], &name) != 0 && title == name)
+        {
+            found = children[i];
+        }
+        XFree(name);
+    }
+    XFree(children);
+    return found;
+}
+
+bool CloseWindow(const VirtualScreen& screen, const std::string& title)
+{
+    Display* display = Connection(screen);
+    Window window = FindWindow(display, DefaultRootWindow(display), title);
+    if (window == 0)
+    {
+        return false;
+    }
+    XEvent event = {};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = window;
+    event.xclient.message_type = XInternAtom(display, "WM_PROTOCOLS", False);
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = static_cast<long>(XInternAtom(display, "WM_DELETE_WINDOW", False));
+    event.xclient.data.l[1] = CurrentTime;
+    XSendEvent(display, window, False, NoEventMask, &event);
+    XSync(display, False);
+    return true;
+}
+
+Picture ShrinkPicture(const Picture& picture, int32_t factor)
+{
+    Picture small = {picture.width / factor, picture.height / factor, {}};
+    for (int32_t y = 0; y < small.height; ++y)
+    {
+        for (int32_t x = 0; x < small.width; ++x)
+        {
+            for (int32_t channel = 0; channel < 3; ++channel)
+            {
+                int32_t sum = 0;
+                for (int32_t i = 0; i < factor * factor; ++i)
+                {
+                    int32_t row = y * factor + i / factor;
+                    int32_t column = x * factor + i % factor;
+                    int32_t at = (row * picture.width + column) * 3 + channel;
+                    sum += picture.rgb[static_cast<size_t>(at)];
+                }
+                small.rgb.push_back(static_cast<uint8_t>(sum / (factor * factor)));
+            }
+        }
+    }
+    return small;
+}
+
+Picture ReadPicture(const std::string& path)
+{
+    int width = 0;
+    int height = 0;
+    int components = 0;
+    stbi_uc* pixels = stbi_load(path.c_str(), &width, &height, &components, 3);
+    if (pixels == nullptr)
+    {
+        return {0, 0, {}};
+    }
+    size_t size = static_cast<size_t>(width) * static_cast<size_t>(height) * 3;
+    Picture picture = {width, height, std::vector<uint8_t>(pixels, pixels + size)};
+    stbi_image_free(pixels);
+    return picture;
+}
+
+void WritePicture(const std::string& path, const Picture& picture)
+{
+    if (stbi_write_png(path.c_str(), picture.width, picture.height, 3, picture.rgb.data(),
+                       picture.width * 3) == 0)
+    {
+        Fail("a picture can't be written");
+    }
+}
+
+PictureDistance ComparePictures(const Picture& a, const Picture& b)
+{
+    if (a.width != b.width || a.height != b.height || a.rgb.empty())
+    {
+        return {false, 255.0, 1.0};
+    }
+    double sum = 0.0;
+    size_t outliers = 0;
+    for (size_t i = 0; i < a.rgb.size(); i += 3)
+    {
+        int worst = 0;
+        for (size_t channel = 0; channel < 3; ++channel)
+        {
+            int difference = abs(a.rgb[i + channel] - b.rgb[i + channel]);
+            sum += difference;
+            worst = std::max(worst, difference);
+        }
+        outliers += worst > kOutlierDifference ? 1 : 0;
+    }
+    double channels = static_cast<double>(a.rgb.size());
+    return {true, sum / channels, static_cast<double>(outliers) * 3.0 / channels};
+}

@@ -1,0 +1,60 @@
+// An X server of a test's own, with a screen that nobody sees: what the real program shows on it
+// can be looked at, and keys pressed.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+/// 8-bit RGB, rows from the top, no padding.
+struct Picture
+{
+    int32_t width; // pixels
+    int32_t height;
+    std::vector<uint8_t> rgb;
+};
+
+/// Xvfb, started by the constructor and ended by the destructor. A server that does not start ends
+/// the test program.
+struct VirtualScreen
+{
+    VirtualScreen(int32_t width, int32_t height);
+    ~VirtualScreen();
+    VirtualScreen(const VirtualScreen&) = delete;
+    VirtualScreen& operator=(const VirtualScreen&) = delete;
+
+    std::string name; // for DISPLAY, such as ":3"
+    pid_t server;
+    void* connection; // Xlib's Display
+};
+
+/// @return what the screen shows
+Picture CaptureScreen(const VirtualScreen& screen);
+
+/// Presses a key, by its X name, until ReleaseKey.
+void PressKey(const VirtualScreen& screen, const std::string& key);
+void ReleaseKey(const VirtualScreen& screen, const std::string& key);
+
+/// Asks the window with this title to close, as its close button does.
+/// @return false if there is none
+bool CloseWindow(const VirtualScreen& screen, const std::string& title);
+
+/// @return the picture in `factor` times smaller sides, each pixel the mean of a square
+Picture ShrinkPicture(const Picture& picture, int32_t factor);
+
+/// Reads a PNG file. One that can't be read gives a picture without pixels.
+Picture ReadPicture(const std::string& path);
+
+/// Writes a PNG file.
+void WritePicture(const std::string& path, const Picture& picture);
+
+/// How far two pictures are apart.
+struct PictureDistance
+{
+    bool sameSize;
+    double mean;     // of all channels' differences, 0 to 255
+    double outliers; // share of pixels with a channel that is off by more than 32
+};
+
+PictureDistance ComparePictures(const Picture& a, const Picture& b);
