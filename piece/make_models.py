@@ -1,0 +1,802 @@
+#!/usr/bin/env python3
+"""Makes the models of the piece: OBJ files, for dpk to import.
+
+    make_models.py [folder]      the folder defaults to that of this script
+
+Every file comes out with the same bytes on every machine; see exact_math.py.
+
+A bitmap's first row lies at v = 0, so v runs downward here. Faces wind counter-clockwise seen from
+where their normals point to, though nothing counts on it.
+"""
+
+import math
+import os
+import sys
+
+from exact_math import Noise, cos_degrees, cos_turns, power, sin_degrees, sin_turns
+
+# ---------------------------------------------------------------------------------------------
+# Vectors
+
+
+def add(a, b):
+    return (a[0] + b[0], a[1] + b[1], a[2] + b[2])
+
+
+def subtract(a, b):
+    return (a[0] - b[0], a[1] - b[1], a[2] - b[2])
+
+
+def scale(a, k):
+    return (a[0] * k, a[1] * k, a[2] * k)
+
+
+def dot(a, b):
+    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]
+
+
+def cross(a, b):
+    return (a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0])
+
+
+def unit(a):
+    length = math.sqrt(dot(a, a))
+    return scale(a, 1.0 / length) if length > 0.0 else (0.0, 0.0, 0.0)
+
+
+def mix(a, b, k):
+    return tuple(x + (y - x) * k for x, y in zip(a, b))
+
+
+# ---------------------------------------------------------------------------------------------
+# Meshes
+
+
+def decimals(values, places):
+    texts = []
+    for value in values:
+        text = "%.*f" % (places, value)
+        text = text.rstrip("0").rstrip(".")
+        texts.append("0" if text == "-0" else text)
+    return " ".join(texts)
+
+
+class Mesh:
+    """Polygons with normals and texture coordinates, each written once."""
+
+    def __init__(self):
+        self.lists = ([], [], [])  # texts of positions, coordinates, normals
+        self.places = ({}, {}, {})
+        self.faces = []
+
+    def place(self, kind, text):
+        found = self.places[kind].get(text)
+        if found is None:
+            self.lists[kind].append(text)
+            found = len(self.lists[kind])
+            self.places[kind][text] = found
+        return found
+
+    def face(self, corners):
+        """A convex polygon of corners (position, (u, v), normal), turned to face its normals."""
+        area = (0.0, 0.0, 0.0)
+        for i in range(1, len(corners) - 1):
+            area = add(area, cross(subtract(corners[i][0], corners[0][0]),
+                                   subtract(corners[i + 1][0], corners[0][0])))
+        if dot(area, corners[0][2]) < 0.0:
+            corners = corners[::-1]
+        face = []
+        for position, coordinates, normal in corners:
+            corner = (self.place(0, decimals(position, 5)), self.place(1, decimals(coordinates, 4)),
+                      self.place(2, decimals(unit(normal), 4)))
+            face.append(corner)
+        positions = [corner[0] for corner in face]
+        kept = [corner for i, corner in enumerate(face) if positions[i] != positions[i - 1]]
+        if len(kept) >= 3:
+            self.faces.append(kept)
+
+    def flat(self, positions, coordinates=None):
+        """A flat polygon."""
+        normal = (0.0, 0.0, 0.0)
+        for i in range(1, len(positions) - 1):
+            normal = add(normal, cross(subtract(positions[i], positions[0]),
+                                       subtract(positions[i + 1], positions[0])))
+        if coordinates is None:
+            coordinates = [(0.0, 1.0), (1.0, 1.0), (1.0, 0.0), (0.0, 0.0)]
+            if len(positions) != 4:
+                coordinates = [(0.5 + 0.5 * cos_turns(k / len(positions)),
+                                0.5 - 0.5 * sin_turns(k / len(positions)))
+                               for k in range(len(positions))]
+        self.face([(p, c, normal) for p, c in zip(positions, coordinates)])
+
+    def surface(self, function, columns, rows, tiles=(1.0, 1.0), normal_of=None):
+        """function(u, v) over the unit square, as a smooth grid."""
+        step = 0.0005
+
+        def numeric_normal(u, v):
+            along_u = subtract(function(u + step, v), function(u - step, v))
+            along_v = subtract(function(u, v + step), function(u, v - step))
+            return unit(cross(along_u, along_v))
+
+        normal_of = normal_of or numeric_normal
+        corners = [[(function(i / columns, j / rows), (tiles[0] * i / columns, tiles[1] * j / rows),
+                     normal_of(i / columns, j / rows)) for i in range(columns + 1)]
+                   for j in range(rows + 1)]
+        for j in range(rows):
+            for i in range(columns):
+                self.face([corners[j][i], corners[j][i + 1], corners[j + 1][i + 1],
+                           corners[j + 1][i]])
+
+    def write(self, path):
+        lines = ["# %s: made by make_models.py" % os.path.basename(path)]
+        for prefix, texts in zip(("v ", "vt ", "vn "), self.lists):
+            lines += [prefix + text for text in texts]
+        for face in self.faces:
+            lines.append("f " + " ".join("%d/%d/%d" % corner for corner in face))
+        with open(path, "w", encoding="ascii", newline="\n") as stream:
+            stream.write("\n".join(lines) + "\n")
+
+
+def box(mesh, low, high):
+    x0, y0, z0 = low
+    x1, y1, z1 = high
+    mesh.flat([(x0, y0, z1), (x1, y0, z1), (x1, y1, z1), (x0, y1, z1)])
+    mesh.flat([(x1, y0, z0), (x0, y0, z0), (x0, y1, z0), (x1, y1, z0)])
+    mesh.flat([(x1, y0, z1), (x1, y0, z0), (x1, y1, z0), (x1, y1, z1)])
+    mesh.flat([(x0, y0, z0), (x0, y0, z1), (x0, y1, z1), (x0, y1, z0)])
+    mesh.flat([(x0, y1, z1), (x1, y1, z1), (x1, y1, z0), (x0, y1, z0)])
+    mesh.flat([(x0, y0, z0), (x1, y0, z0), (x1, y0, z1), (x0, y0, z1)])
+
+
+def beam(mesh, a, b, width):
+    """A square bar from a to b, open at its ends."""
+    along = unit(subtract(b, a))
+    side = unit(cross(along, (0.31, 0.89, 0.33)))
+    up = cross(side, along)
+    corners = []
+    for s, u in ((-1.0, -1.0), (1.0, -1.0), (1.0, 1.0), (-1.0, 1.0)):
+        corners.append(add(scale(side, s * width), scale(up, u * width)))
+    for k in range(4):
+        c0 = corners[k]
+        c1 = corners[(k + 1) % 4]
+        mesh.flat([add(a, c0), add(b, c0), add(b, c1), add(a, c1)])
+
+
+def lathe(mesh, profile, segments, flutes=0, flute_depth=0.0, centre=(0.0, 0.0, 0.0)):
+    """A profile of (radius, y) points, bottom first, turned about the y axis; corners stay sharp."""
+    for (r0, y0), (r1, y1) in zip(profile, profile[1:]):
+        slope = unit((y1 - y0, r0 - r1, 0.0))
+        fluted = flutes if r0 > 0.0 and y1 - y0 > 1.0 else 0
+
+        def corner(r, y, k, height):
+            turn = k / segments
+            hollow = 1.0 - flute_depth * abs(sin_turns(turn * fluted / 2.0)) if fluted else 1.0
+            position = add(centre, (r * hollow * cos_turns(turn), y, -r * hollow * sin_turns(turn)))
+            normal = (slope[0] * cos_turns(turn), slope[1], -slope[0] * sin_turns(turn))
+            return (position, (4.0 * turn, height), normal)
+
+        for k in range(segments):
+            mesh.face([corner(r0, y0, k, 1.0), corner(r0, y0, k + 1, 1.0),
+                       corner(r1, y1, k + 1, 0.0), corner(r1, y1, k, 0.0)])
+
+
+# ---------------------------------------------------------------------------------------------
+# Models
+
+
+def make_knot():
+    """A torus knot, its tube swelling six times."""
+    mesh = Mesh()
+
+    def centre(t):
+        r = 1.0 + 0.42 * cos_turns(3.0 * t)
+        return (r * cos_turns(2.0 * t), r * sin_turns(2.0 * t), 0.55 * sin_turns(3.0 * t))
+
+    def tube(u, v):
+        along = unit(subtract(centre(u + 0.001), centre(u - 0.001)))
+        out = unit(cross(along, cross(centre(u), along)))
+        side = cross(along, out)
+        radius = 0.17 + 0.05 * cos_turns(12.0 * u)
+        return add(centre(u), add(scale(out, radius * cos_turns(v)),
+                                  scale(side, radius * sin_turns(v))))
+
+    mesh.surface(tube, 240, 14, tiles=(24.0, 2.0))
+    return mesh
+
+
+def make_crystal():
+    """A bevelled star of seven points, drawn out to both sides and twisted."""
+    mesh = Mesh()
+    levels = [(-1.0, 0.0), (-0.86, 0.34)]
+    levels += [(-0.86 + 1.72 * k / 16, 0.34 + 0.16 * sin_turns(k / 32)) for k in range(1, 16)]
+    levels += [(0.86, 0.34), (1.0, 0.0)]
+
+    def ring(level):
+        y, radius = level
+        points = []
+        for k in range(14):
+            turn = k / 14 + 0.22 * y
+            r = radius * (1.0 if k % 2 == 0 else 0.62)
+            points.append((r * cos_turns(turn), y, r * sin_turns(turn)))
+        return points
+
+    rings = [ring(level) for level in levels]
+    for j in range(len(rings) - 1):
+        for k in range(14):
+            n = (k + 1) % 14
+            quad = [rings[j][n], rings[j][k], rings[j + 1][k], rings[j + 1][n]]
+            across = (k / 2.0, (k + 1) / 2.0)
+            down = (1.0 - j / 18.0, 1.0 - (j + 1) / 18.0)
+            mesh.flat(quad, [(across[1], down[0]), (across[0], down[0]), (across[0], down[1]),
+                             (across[1], down[1])])
+    return mesh
+
+
+def make_shard():
+    """A plain crystal of six sides, for where there are many."""
+    mesh = Mesh()
+
+    def corner(k, y):
+        return (0.5 * cos_turns(k / 6), y, 0.5 * sin_turns(k / 6))
+
+    for k in range(6):
+        mesh.flat([corner(k + 1, -0.7), corner(k, -0.7), corner(k, 0.6), corner(k + 1, 0.6)])
+        mesh.flat([corner(k + 1, 0.6), corner(k, 0.6), (0.0, 1.0, 0.0)])
+        mesh.flat([corner(k, -0.7), corner(k + 1, -0.7), (0.0, -1.0, 0.0)])
+    return mesh
+
+
+def superformula(turn, m, n1, n2, n3):
+    a = power(abs(cos_turns(m * turn / 4.0)), n2)
+    b = power(abs(sin_turns(m * turn / 4.0)), n3)
+    return power(a + b, -1.0 / n1)
+
+
+def make_blossom():
+    """Two superformulas multiplied: a body with six soft ribs."""
+    mesh = Mesh()
+
+    def point(u, v):
+        latitude = (v - 0.5) * 0.4999
+        r1 = superformula(u, 6.0, 1.6, 1.1, 1.3)
+        r2 = superformula(latitude, 4.0, 2.4, 1.5, 1.5)
+        flat = r1 * cos_turns(latitude) * r2
+        return (flat * cos_turns(u), r2 * sin_turns(latitude), -flat * sin_turns(u))
+
+    mesh.surface(point, 96, 36, tiles=(6.0, 3.0))
+    return mesh
+
+
+def make_gear():
+    """A wheel of 24 teeth in the plane z = 0, with six spokes and a hub."""
+    mesh = Mesh()
+    teeth = 24
+    outline = []
+    for k in range(teeth):
+        for part, radius in ((0.0, 0.86), (0.30, 0.86), (0.40, 1.0), (0.74, 1.0), (0.84, 0.86)):
+            outline.append((radius, (k + part) / teeth))
+
+    def at(radius, turn, z):
+        return (radius * cos_turns(turn), radius * sin_turns(turn), z)
+
+    def rim(outer, inner, half, bevel):
+        """A ring between two outlines of (radius, turn)."""
+        count = len(outer)
+        for k in range(count):
+            (r0, t0), (r1, t1) = outer[k], outer[(k + 1) % count]
+            (s0, q0), (s1, q1) = inner[k], inner[(k + 1) % count]
+            t1 += 1.0 if t1 < t0 else 0.0
+            q1 += 1.0 if q1 < q0 else 0.0
+            for z in (half, -half):
+                edge = half - bevel if z > 0.0 else bevel - half
+                mesh.flat([at(s0, q0, z), at(r0 - bevel, t0, z), at(r1 - bevel, t1, z),
+                           at(s1, q1, z)][:: 1 if z > 0.0 else -1])
+                mesh.flat([at(r0 - bevel, t0, z), at(r0, t0, edge), at(r1, t1, edge),
+                           at(r1 - bevel, t1, z)][:: 1 if z > 0.0 else -1])
+            mesh.flat([at(r0, t0, half - bevel), at(r0, t0, bevel - half),
+                       at(r1, t1, bevel - half), at(r1, t1, half - bevel)])
+            mesh.flat([at(s1, q1, half), at(s1, q1, -half), at(s0, q0, -half), at(s0, q0, half)])
+
+    rim(outline, [(0.68, turn) for _, turn in outline], 0.12, 0.025)
+    rim([(0.26, k / 36) for k in range(36)], [(0.11, k / 36) for k in range(36)], 0.17, 0.03)
+    for k in range(6):
+        turn = k / 6
+        along = (cos_turns(turn), sin_turns(turn), 0.0)
+        side = (-along[1], along[0], 0.0)
+
+        def spoke(r, w, z):
+            return add(add(scale(along, r), scale(side, w)), (0.0, 0.0, z))
+
+        for z in (0.08, -0.08):
+            mesh.flat([spoke(0.24, -0.09, z), spoke(0.70, -0.055, z), spoke(0.70, 0.055, z),
+                       spoke(0.24, 0.09, z)][:: 1 if z > 0.0 else -1])
+        mesh.flat([spoke(0.24, 0.09, 0.08), spoke(0.70, 0.055, 0.08), spoke(0.70, 0.055, -0.08),
+                   spoke(0.24, 0.09, -0.08)])
+        mesh.flat([spoke(0.24, -0.09, -0.08), spoke(0.70, -0.055, -0.08), spoke(0.70, -0.055, 0.08),
+                   spoke(0.24, -0.09, 0.08)])
+    return mesh
+
+
+def make_arcade():
+    """One bay of an arcade: two fluted columns 6 apart and the round arch on them, 4 deep."""
+    mesh = Mesh()
+    column = [(0.62, 0.0), (0.62, 0.22), (0.54, 0.30), (0.46, 0.42), (0.40, 4.0), (0.46, 4.06),
+              (0.46, 4.14), (0.60, 4.42)]
+    for x in (-3.0, 3.0):
+        lathe(mesh, column, 24, flutes=12, flute_depth=0.14, centre=(x, 0.0, 0.0))
+        box(mesh, (x - 0.66, 4.42, -0.66), (x + 0.66, 4.72, 0.66))
+        box(mesh, (x - 0.72, -0.25, -0.72), (x + 0.72, 0.0, 0.72))
+
+    def at(radius, k, z):
+        return (radius * cos_turns(k / 48.0), 4.72 + radius * sin_turns(k / 48.0), z)
+
+    for k in range(24):
+        for r, z in ((2.5, 0.5), (2.62, 0.58)):
+            top = 2.62 if r == 2.5 else 3.5
+            mesh.flat([at(r, k, z), at(top, k, z), at(top, k + 1, z), at(r, k + 1, z)])
+            mesh.flat([at(r, k + 1, -z), at(top, k + 1, -z), at(top, k, -z), at(r, k, -z)])
+        mesh.flat([at(2.5, k, -0.5), at(2.5, k, 0.5), at(2.5, k + 1, 0.5), at(2.5, k + 1, -0.5)])
+        mesh.flat([at(2.62, k, 0.5), at(2.62, k, 0.58), at(2.62, k + 1, 0.58),
+                   at(2.62, k + 1, 0.5)])
+        mesh.flat([at(3.5, k, 0.58), at(3.5, k, -0.58), at(3.5, k + 1, -0.58),
+                   at(3.5, k + 1, 0.58)])
+    box(mesh, (-0.3, 7.2, 0.58), (0.3, 8.3, 0.74))
+    box(mesh, (-0.3, 7.2, -0.74), (0.3, 8.3, -0.58))
+    for x in (-3.0, 3.0):
+        box(mesh, (x - 0.3, 4.72, -2.0), (x + 0.3, 5.05, 2.0))
+    return mesh
+
+
+def make_tower():
+    """A lattice mast, 8 high and 2 wide at its foot, on four legs."""
+    mesh = Mesh()
+
+    def half(level):
+        return 1.0 - 0.74 * power(level / 7.0, 0.8)
+
+    def node(level, k):
+        x, z = ((-1.0, -1.0), (1.0, -1.0), (1.0, 1.0), (-1.0, 1.0))[k % 4]
+        return (x * half(level), 8.0 * level / 7.0 * 0.86, z * half(level))
+
+    for level in range(7):
+        width = 0.055 - 0.004 * level
+        for k in range(4):
+            beam(mesh, node(level, k), node(level + 1, k), width)
+            beam(mesh, node(level + 1, k), node(level + 1, k + 1), 0.6 * width)
+            beam(mesh, node(level, k), node(level + 1, k + 1), 0.45 * width)
+            beam(mesh, node(level, k + 1), node(level + 1, k), 0.45 * width)
+    for k in range(4):
+        beam(mesh, node(7, k), (0.0, 8.4, 0.0), 0.02)
+    beam(mesh, (0.0, 6.88, 0.0), (0.0, 9.4, 0.0), 0.025)
+    box(mesh, (-0.34, 6.82, -0.34), (0.34, 6.9, 0.34))
+    return mesh
+
+
+def make_terrain():
+    """A valley 64 wide, hills on both sides; its length of 32 joins to itself."""
+    mesh = Mesh()
+    noise = Noise(20011)
+    period = 32
+    lattice = [[noise.next() for _ in range(period)] for _ in range(2 * period)]
+
+    def smooth(t):
+        return t * t * (3.0 - 2.0 * t)
+
+    def value(x, z, cells):
+        """Value noise that repeats after `cells` along z."""
+        i = math.floor(x)
+        j = math.floor(z)
+        fx = smooth(x - i)
+        fz = smooth(z - j)
+
+        def knot(a, b):
+            return lattice[(a + 512) % (2 * period)][b % cells]
+
+        near = knot(i, j) + (knot(i + 1, j) - knot(i, j)) * fx
+        far = knot(i, j + 1) + (knot(i + 1, j + 1) - knot(i, j + 1)) * fx
+        return near + (far - near) * fz
+
+    def height(x, z):
+        ridge = 0.0
+        size = 1.0
+        for cells in (4, 8, 16, 32):
+            k = cells / 32.0
+            ridge += size * (1.0 - abs(2.0 * value(x * k + cells, z * k, cells) - 1.0))
+            size *= 0.5
+        side = min(abs(x) / 32.0, 1.0)
+        rise = smooth(min(max((side - 0.10) / 0.55, 0.0), 1.0))
+        return rise * (3.2 * ridge - 1.6) + 0.22 * ridge * (1.0 - rise) - 0.4
+
+    def point(u, v):
+        bent = 2.0 * u - 1.0
+        x = 32.0 * bent * (0.45 + 0.55 * abs(bent))
+        return (x, height(x, 32.0 * v), 32.0 * v - 32.0)
+
+    def normal(u, v):
+        x = point(u, v)[0]
+        z = 32.0 * v
+        d = 0.25
+        return (height(x - d, z) - height(x + d, z), 2.0 * d, height(x, z - d) - height(x, z + d))
+
+    mesh.surface(point, 64, 40, tiles=(16.0, 8.0), normal_of=normal)
+    return mesh
+
+
+def icosahedron():
+    g = (1.0 + math.sqrt(5.0)) / 2.0
+    points = [unit(p) for p in ((-1.0, g, 0.0), (1.0, g, 0.0), (-1.0, -g, 0.0), (1.0, -g, 0.0),
+                                (0.0, -1.0, g), (0.0, 1.0, g), (0.0, -1.0, -g), (0.0, 1.0, -g),
+                                (g, 0.0, -1.0), (g, 0.0, 1.0), (-g, 0.0, -1.0), (-g, 0.0, 1.0))]
+    faces = [(0, 11, 5), (0, 5, 1), (0, 1, 7), (0, 7, 10), (0, 10, 11), (1, 5, 9), (5, 11, 4),
+             (11, 10, 2), (10, 7, 6), (7, 1, 8), (3, 9, 4), (3, 4, 2), (3, 2, 6), (3, 6, 8),
+             (3, 8, 9), (4, 9, 5), (2, 4, 11), (6, 2, 10), (8, 6, 7), (9, 8, 1)]
+    return points, faces
+
+
+def icosphere(levels):
+    points, faces = icosahedron()
+    for _ in range(levels):
+        middles = {}
+
+        def middle(a, b):
+            key = (min(a, b), max(a, b))
+            if key not in middles:
+                points.append(unit(add(points[a], points[b])))
+                middles[key] = len(points) - 1
+            return middles[key]
+
+        finer = []
+        for a, b, c in faces:
+            ab, bc, ca = middle(a, b), middle(b, c), middle(c, a)
+            finer += [(a, ab, ca), (b, bc, ab), (c, ca, bc), (ab, bc, ca)]
+        faces = finer
+    return points, faces
+
+
+def sphere_coordinates(p):
+    """Texture coordinates without a seam: those of a picture seen from above and from below."""
+    return (0.5 + 0.5 * p[0], 0.5 - 0.5 * p[1])
+
+
+def make_ember():
+    """A sphere with slight hollows, smooth."""
+    mesh = Mesh()
+    points, faces = icosphere(3)
+
+    def radius(p):
+        return 1.0 + 0.035 * sin_turns(1.9 * p[0] + 0.7 * p[1]) * sin_turns(1.7 * p[1] + p[2])
+
+    sums = [(0.0, 0.0, 0.0)] * len(points)
+    moved = [scale(p, radius(p)) for p in points]
+    for a, b, c in faces:
+        normal = cross(subtract(moved[b], moved[a]), subtract(moved[c], moved[a]))
+        for k in (a, b, c):
+            sums[k] = add(sums[k], normal)
+    for face in faces:
+        mesh.face([(moved[k], sphere_coordinates(points[k]), sums[k]) for k in face])
+    return mesh
+
+
+def make_shell():
+    """A ball of 162 cells, pentagons and hexagons, each a thick frame about a hole."""
+    mesh = Mesh()
+    points, faces = icosphere(2)
+    centres = [unit(add(add(points[a], points[b]), points[c])) for a, b, c in faces]
+    around = [[] for _ in points]
+    for number, face in enumerate(faces):
+        for corner in range(3):
+            around[face[corner]].append((number, face[(corner + 1) % 3], face[(corner + 2) % 3]))
+
+    noise = Noise(7)
+    for cell, point in enumerate(points):
+        chain = [around[cell][0]]
+        while len(chain) < len(around[cell]):
+            chain.append(next(f for f in around[cell] if f[1] == chain[-1][2]))
+        outline = [centres[f[0]] for f in chain]
+        hole = 0.58 + 0.22 * noise.next()
+        high = 1.03 + 0.05 * noise.next()
+        count = len(outline)
+        for k in range(count):
+            a, b = outline[k], outline[(k + 1) % count]
+            gap_a, gap_b = mix(point, a, 0.95), mix(point, b, 0.95)
+            ridge_a, ridge_b = mix(point, a, 0.86), mix(point, b, 0.86)
+            hole_a, hole_b = mix(point, a, hole), mix(point, b, hole)
+            rows = [(scale(gap_a, 0.94), scale(gap_b, 0.94)), (gap_a, gap_b),
+                    (scale(ridge_a, high), scale(ridge_b, high)),
+                    (scale(hole_a, high), scale(hole_b, high)),
+                    (scale(hole_a, 0.94), scale(hole_b, 0.94)),
+                    (scale(gap_a, 0.94), scale(gap_b, 0.94))]
+            for (p, q), (r, s) in zip(rows, rows[1:]):
+                quad = [p, q, s, r]
+                mesh.flat(quad, [sphere_coordinates(unit(corner)) for corner in quad])
+    return mesh
+
+
+def make_dust():
+    """Small tetrahedra strewn in a ball of radius 1, empty in the middle."""
+    mesh = Mesh()
+    noise = Noise(4711)
+    made = 0
+    while made < 420:
+        p = (noise.between(-1.0, 1.0), noise.between(-1.0, 1.0), noise.between(-1.0, 1.0))
+        if not 0.04 < dot(p, p) < 1.0:
+            continue
+        size = 0.0012 + 0.0028 * power(noise.next(), 3.0)
+        a, b, c, d = (add(p, scale(corner, size)) for corner in
+                      ((1.0, 1.0, 1.0), (-1.0, -1.0, 1.0), (-1.0, 1.0, -1.0), (1.0, -1.0, -1.0)))
+        for corners in ((a, b, d), (a, c, b), (a, d, c), (b, c, d)):
+            mesh.flat(list(corners))
+        made += 1
+    return mesh
+
+
+def make_tread():
+    """A step of a winding stair about the y axis: from 0.5 to 2.4 along x, thinner outside."""
+    mesh = Mesh()
+
+    def section(x, half_width, thick):
+        return [(x, -thick, -half_width), (x, -thick, half_width), (x, 0.0, half_width + 0.03),
+                (x, 0.06, half_width), (x, 0.06, -half_width), (x, 0.0, -half_width - 0.03)]
+
+    sections = [section(0.5, 0.10, 0.10), section(0.6, 0.13, 0.12), section(2.3, 0.34, 0.05),
+                section(2.4, 0.31, 0.03)]
+    for a, b in zip(sections, sections[1:]):
+        for k in range(6):
+            mesh.flat([a[k], b[k], b[(k + 1) % 6], a[(k + 1) % 6]])
+    mesh.flat(sections[0])
+    mesh.flat(sections[-1][::-1])
+    return mesh
+
+
+def make_ring():
+    """A flat hoop of radius 1 in the plane y = 0, its edge notched 48 times."""
+    mesh = Mesh()
+    for k in range(96):
+        notched = k % 2
+        inner = 0.955 if notched else 0.94
+        half = 0.012 if notched else 0.022
+
+        def at(r, y, turn):
+            return (r * cos_turns(turn / 96), y, -r * sin_turns(turn / 96))
+
+        section = [(inner, -half), (1.0, -half), (1.0, half), (inner, half)]
+        for j in range(4):
+            (r0, y0), (r1, y1) = section[j], section[(j + 1) % 4]
+            mesh.flat([at(r0, y0, k + 1), at(r1, y1, k + 1), at(r1, y1, k), at(r0, y0, k)])
+        mesh.flat([at(r, y, k) for r, y in section[::-1]])
+        mesh.flat([at(r, y, k + 1) for r, y in section])
+    return mesh
+
+
+def make_halo():
+    """Discs one on the other: added up they shine like a light in mist."""
+    mesh = Mesh()
+    for k in range(24):
+        radius = power((k + 1) / 24.0, 1.7)
+        for j in range(40):
+            mesh.face([((0.0, 0.0, 0.0), (0.5, 0.5), (0.0, 0.0, 1.0))] +
+                      [((radius * cos_turns(i / 40), radius * sin_turns(i / 40), 0.0),
+                        (0.5 + 0.5 * radius * cos_turns(i / 40),
+                         0.5 - 0.5 * radius * sin_turns(i / 40)), (0.0, 0.0, 1.0))
+                       for i in (j, j + 1)])
+    return mesh
+
+
+def make_dome():
+    """A sphere seen from inside."""
+    mesh = Mesh()
+
+    def point(u, v):
+        latitude = 0.25 - 0.5 * v
+        return (cos_turns(latitude) * cos_turns(u), sin_turns(latitude),
+                cos_turns(latitude) * sin_turns(u))
+
+    mesh.surface(point, 48, 24, tiles=(4.0, 1.0), normal_of=lambda u, v: scale(point(u, v), -1.0))
+    return mesh
+
+
+def make_floor():
+    """The square from -1 to 1 in the plane y = 0, fine enough to be lit."""
+    mesh = Mesh()
+    mesh.surface(lambda u, v: (2.0 * u - 1.0, 0.0, 2.0 * v - 1.0), 32, 32, tiles=(8.0, 8.0),
+                 normal_of=lambda u, v: (0.0, 1.0, 0.0))
+    return mesh
+
+
+def make_square():
+    """The square from -0.5 to 0.5 in the plane z = 0."""
+    mesh = Mesh()
+    mesh.flat([(-0.5, -0.5, 0.0), (0.5, -0.5, 0.0), (0.5, 0.5, 0.0), (-0.5, 0.5, 0.0)])
+    return mesh
+
+
+def make_wedge():
+    """A mark at the top of a dial of radius 1; five degrees, with a gap beside the next one."""
+    mesh = Mesh()
+    corners = [(0.86, 1.7), (0.86, -1.7), (1.0, -1.7), (1.0, 1.7)]
+    mesh.flat([(r * sin_degrees(a), r * cos_degrees(a), 0.0) for r, a in corners])
+    return mesh
+
+
+# ---------------------------------------------------------------------------------------------
+# Letters: strokes about a middle line, 1 high
+
+WEIGHT = 0.068  # half a stroke's width
+
+
+def arc(cx, cy, rx, ry, start, end, steps):
+    return [(cx + rx * cos_degrees(start + (end - start) * k / steps),
+             cy + ry * sin_degrees(start + (end - start) * k / steps)) for k in range(steps + 1)]
+
+
+LOW = WEIGHT
+HIGH = 1.0 - WEIGHT
+BOWL = arc(0.45, 0.70, 0.33, 0.232, 90.0, -90.0, 12)
+OVAL = arc(0.50, 0.50, 0.43, HIGH - 0.5, 90.0, 450.0, 40)[:-1]
+
+# letter: (width, [(closed, points), ...])
+LETTERS = {
+    "A": (0.96, [(False, [(0.02, 0.0), (0.48, 0.86), (0.94, 0.0)]),
+                 (False, [(0.20, 0.27), (0.76, 0.27)])]),
+    "C": (0.92, [(False, arc(0.50, 0.50, 0.43, HIGH - 0.5, 48.0, 312.0, 28))]),
+    "D": (0.92, [(True, [(0.10, LOW), (0.10, HIGH), (0.42, HIGH)] +
+                  arc(0.42, 0.50, 0.43, HIGH - 0.5, 80.0, -80.0, 16) + [(0.42, LOW)])]),
+    "E": (0.78, [(False, [(0.76, HIGH), (0.10, HIGH), (0.10, LOW), (0.76, LOW)]),
+                 (False, [(0.12, 0.51), (0.66, 0.51)])]),
+    "G": (0.98, [(False, arc(0.50, 0.50, 0.43, HIGH - 0.5, 48.0, 352.0, 32)),
+                 (False, [(0.56, 0.46), (0.92, 0.46)])]),
+    "H": (0.90, [(False, [(0.10, 0.0), (0.10, 1.0)]), (False, [(0.80, 0.0), (0.80, 1.0)]),
+                 (False, [(0.10, 0.51), (0.80, 0.51)])]),
+    "I": (0.28, [(False, [(0.14, 0.0), (0.14, 1.0)])]),
+    "L": (0.74, [(False, [(0.10, 1.0), (0.10, LOW), (0.72, LOW)])]),
+    "M": (1.10, [(False, [(0.10, 0.0), (0.10, 1.0)]), (False, [(1.00, 0.0), (1.00, 1.0)]),
+                 (False, [(0.10, 0.93), (0.55, 0.25), (1.00, 0.93)])]),
+    "N": (0.94, [(False, [(0.10, 0.0), (0.10, 1.0)]), (False, [(0.84, 0.0), (0.84, 1.0)]),
+                 (False, [(0.10, 0.93), (0.84, 0.07)])]),
+    "O": (1.00, [(True, OVAL)]),
+    "P": (0.82, [(False, [(0.10, 0.0), (0.10, HIGH), (0.45, HIGH)] + BOWL[1:] + [(0.12, 0.468)])]),
+    "Q": (1.00, [(True, OVAL), (False, [(0.56, 0.30), (0.96, -0.07)])]),
+    "R": (0.86, [(False, [(0.10, 0.0), (0.10, HIGH), (0.45, HIGH)] + BOWL[1:] + [(0.12, 0.468)]),
+                 (False, [(0.44, 0.46), (0.80, 0.0)])]),
+    "S": (0.84, [(False, arc(0.42, 0.716, 0.32, 0.216, 30.0, 262.0, 18) +
+                  arc(0.42, 0.284, 0.32, 0.216, 82.0, -150.0, 18))]),
+    "T": (0.88, [(False, [(0.02, HIGH), (0.86, HIGH)]), (False, [(0.44, HIGH), (0.44, 0.0)])]),
+    "U": (0.92, [(False, [(0.10, 1.0), (0.10, 0.43)] +
+                  arc(0.46, 0.43, 0.36, 0.362, 180.0, 360.0, 20) + [(0.82, 1.0)])]),
+    "V": (0.96, [(False, [(0.02, 1.0), (0.48, 0.14), (0.94, 1.0)])]),
+    "Y": (0.92, [(False, [(0.02, 1.0), (0.46, 0.48), (0.90, 1.0)]),
+                 (False, [(0.46, 0.52), (0.46, 0.0)])]),
+    " ": (0.46, []),
+}
+SPACING = 0.26
+
+
+def stroke_sides(points, closed, width):
+    """The two edges of a stroke, mitred."""
+    count = len(points)
+
+    def normal(i, j):
+        dx = points[j][0] - points[i][0]
+        dy = points[j][1] - points[i][1]
+        length = math.sqrt(dx * dx + dy * dy)
+        return (-dy / length, dx / length)
+
+    kept = [p for i, p in enumerate(points)
+            if i == 0 or abs(p[0] - points[i - 1][0]) + abs(p[1] - points[i - 1][1]) > 1e-6]
+    points = kept
+    count = len(points)
+    left = []
+    right = []
+    for i in range(count):
+        before = normal(i - 1, i) if closed or i > 0 else normal(i, i + 1)
+        after = normal(i, (i + 1) % count) if closed or i < count - 1 else before
+        k = width / (1.0 + before[0] * after[0] + before[1] * after[1])
+        offset = ((before[0] + after[0]) * k, (before[1] + after[1]) * k)
+        left.append((points[i][0] + offset[0], points[i][1] + offset[1]))
+        right.append((points[i][0] - offset[0], points[i][1] - offset[1]))
+    return left, right
+
+
+def solid_stroke(mesh, points, closed, origin, depth):
+    bevel = 0.028
+    left, right = stroke_sides(points, closed, WEIGHT)
+    left_in, right_in = stroke_sides(points, closed, WEIGHT - bevel)
+    count = len(left)
+    front = depth / 2.0
+    edge = front - bevel
+
+    def at(p, z):
+        return (p[0] - origin, p[1] - 0.5, z)
+
+    def section(i):
+        return [at(right_in[i], front), at(right[i], edge), at(right[i], -edge),
+                at(right_in[i], -front), at(left_in[i], -front), at(left[i], -edge),
+                at(left[i], edge), at(left_in[i], front)]
+
+    def coordinates(p):
+        return (p[0] + 0.5 + 0.3 * p[2], 0.5 - p[1] + 0.3 * p[2])
+
+    sections = [section(i) for i in range(count)]
+    for i in range(count if closed else count - 1):
+        a = sections[i]
+        b = sections[(i + 1) % count]
+        for k in range(8):
+            quad = [a[k], a[(k + 1) % 8], b[(k + 1) % 8], b[k]]
+            mesh.flat(quad, [coordinates(p) for p in quad])
+    if not closed:
+        for end in (sections[0][::-1], sections[-1]):
+            mesh.flat(end, [coordinates(p) for p in end])
+
+
+def make_letter(letter):
+    """A solid letter 1 high, its middle in the origin, facing z."""
+    mesh = Mesh()
+    width, strokes = LETTERS[letter]
+    for closed, points in strokes:
+        solid_stroke(mesh, points, closed, width / 2.0, 0.26)
+    return mesh
+
+
+def text_width(text):
+    return math.fsum(LETTERS[letter][0] for letter in text) + SPACING * (len(text) - 1)
+
+
+def make_words(text):
+    """A line of flat letters 1 high about the origin, facing z."""
+    mesh = Mesh()
+    x = -text_width(text) / 2.0
+    whole = -2.0 * x
+    for letter in text:
+        width, strokes = LETTERS[letter]
+        for closed, points in strokes:
+            left, right = stroke_sides(points, closed, WEIGHT * 0.8)
+            count = len(left)
+            for i in range(count if closed else count - 1):
+                n = (i + 1) % count
+                quad = [(p[0] + x, p[1] - 0.5, 0.0) for p in (left[i], right[i], right[n], left[n])]
+                mesh.flat(quad, [(p[0] / whole + 0.5, 0.5 - p[1]) for p in quad])
+        x += width + SPACING
+    return mesh
+
+
+TITLE = "QUORVALE"
+LINES = {
+    "words_real_time": "A PIECE IN REAL TIME",
+    "words_no_shaders": "NO SHADERS",
+    "words_only_light": "ONLY LIGHT",
+}
+
+MODELS = {
+    "knot": make_knot,
+    "crystal": make_crystal,
+    "shard": make_shard,
+    "blossom": make_blossom,
+    "gear": make_gear,
+    "arcade": make_arcade,
+    "tower": make_tower,
+    "terrain": make_terrain,
+    "ember": make_ember,
+    "shell": make_shell,
+    "dust": make_dust,
+    "tread": make_tread,
+    "ring": make_ring,
+    "halo": make_halo,
+    "dome": make_dome,
+    "floor": make_floor,
+    "square": make_square,
+    "wedge": make_wedge,
+}
+
+
+def main():
+    folder = sys.argv[1] if len(sys.argv) > 1 else os.path.dirname(os.path.abspath(__file__))
+    for name, make in MODELS.items():
+        make().write(os.path.join(folder, name + ".obj"))
+    for letter in TITLE:
+        make_letter(letter).write(os.path.join(folder, "letter_" + letter.lower() + ".obj"))
+    for name, text in LINES.items():
+        make_words(text).write(os.path.join(folder, name + ".obj"))
+
+
+if __name__ == "__main__":
+    main()

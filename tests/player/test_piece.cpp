@@ -1,0 +1,388 @@
+// The sample piece: its generators still write what is kept, the player reads and draws all of it
+// without a fault, and it shows what the engine can do.
+#include <GL/glew.h>
+#include <bit>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <set>
+#include <string>
+
+#include "engine/animation/envelope.h"
+#include "engine/animation/light.h"
+#include "engine/data/cos_table.h"
+#include "engine/render/material.h"
+#include "engine/render/scene.h"
+#include "engine/render/timeline.h"
+#include "engine/textures/corner_masks.h"
+#include "player/display.h"
+#include "player/load_piece.h"
+#include "support/recorded_gl.h"
+#include "support/recorded_sdl.h"
+#include "support/temporary_folder.h"
+
+static constexpr uint32_t kEnd = 9600; // ticks: the music's length
+static constexpr View kView = {1024, 768, 1.3333334f};
+static constexpr GlFeatures kAllFeatures = {1, 1, 1, 1};
+
+/// The piece, loaded once for all tests: what is in it does not change while it plays.
+class Piece : public testing::Test
+{
+  protected:
+    static void SetUpTestSuite()
+    {
+        ResetGl();
+        glewInit();
+        ResetSdl();
+        MuteGl(true);
+        BuildCosTable();
+        BuildCornerMasks();
+
+        loading.name = "loading.xmlz";
+        loading.document = new TiXmlDocument;
+        loading.timeline = CreateTimeline();
+        InitializeTimeline(loading.timeline);
+        demo.name = "demo.xmlz";
+        demo.document = new TiXmlDocument;
+        demo.timeline = CreateTimeline();
+        FILE* package = fopen(PACKAGE, "rb");
+        ASSERT_NE(package, nullptr);
+        last = LoadPiece(package, &kView, kAllFeatures, &loading, &demo);
+        fclose(package);
+    }
+
+    static uint32_t DrawDemo(uint32_t time)
+    {
+        return DrawDocument(&demo, &kView, kAllFeatures, time);
+    }
+
+    static DemoDocument loading;
+    static DemoDocument demo;
+    static const DemoDocument* last;
+};
+
+DemoDocument Piece::loading = {};
+DemoDocument Piece::demo = {};
+const DemoDocument* Piece::last = nullptr;
+
+/// Calls `use` for every record of a table.
+template <typename Record, typename Use>
+static void ForEach(const ObjectTable* table, Use use)
+{
+    for (uint32_t position = 1; position <= table->count; ++position)
+    {
+        use(GetRecord<const Record>(table->order[position - 1], table));
+    }
+}
+
+/// Calls `use` for every object of every scene.
+template <typename Use>
+static void ForEachObject(const DemoDocument& document, Use use)
+{
+    ForEach<Scene>(document.scenes,
+                   [&](const Scene* scene)
+                   {
+                       for (uint32_t n = 0; n < scene->objectCount; ++n)
+                       {
+                           use(scene, n);
+                       }
+                   });
+}
+
+/// Calls `use` for every clip.
+template <typename Use>
+static void ForEachClip(const DemoDocument& document, Use use)
+{
+    for (uint32_t row = 0; row < kTimelineRows; ++row)
+    {
+        for (uint32_t clip = 0; clip < document.timeline->clipCount[row]; ++clip)
+        {
+            use(document.timeline, row, clip);
+        }
+    }
+}
+
+static std::set<uint32_t> UpTo(uint32_t last)
+{
+    std::set<uint32_t> numbers;
+    for (uint32_t number = 0; number <= last; ++number)
+    {
+        numbers.insert(number);
+    }
+    return numbers;
+}
+
+static void ExpectWritten(const char* generator, const std::vector<std::string>& files)
+{
+    TemporaryFolder folder;
+    std::string command = std::string("\"" PYTHON "\" -B \"" PIECE_DIR "/") + generator + "\" \"" +
+                          folder.path + "\"";
+    ASSERT_EQ(system(command.c_str()), 0);
+
+    for (const std::string& file : files)
+    {
+        std::string compare =
+            "cmp -s \"" + folder.path + "/" + file + "\" \"" PIECE_DIR "/" + file + "\"";
+        EXPECT_EQ(system(compare.c_str()), 0) << file;
+    }
+    std::string count = "test $(ls \"" + folder.path + "\" | wc -l) -eq ";
+    EXPECT_EQ(system((count + std::to_string(files.size())).c_str()), 0) << generator;
+}
+
+TEST(PieceSources, ModelsAreByteForByteWhatTheirGeneratorWrites)
+{
+    ExpectWritten("make_models.py", {"arcade.obj",
+                                     "blossom.obj",
+                                     "crystal.obj",
+                                     "dome.obj",
+                                     "dust.obj",
+                                     "ember.obj",
+                                     "floor.obj",
+                                     "gear.obj",
+                                     "halo.obj",
+                                     "knot.obj",
+                                     "letter_a.obj",
+                                     "letter_e.obj",
+                                     "letter_l.obj",
+                                     "letter_o.obj",
+                                     "letter_q.obj",
+                                     "letter_r.obj",
+                                     "letter_u.obj",
+                                     "letter_v.obj",
+                                     "ring.obj",
+                                     "shard.obj",
+                                     "shell.obj",
+                                     "square.obj",
+                                     "terrain.obj",
+                                     "tower.obj",
+                                     "tread.obj",
+                                     "wedge.obj",
+                                     "words_no_shaders.obj",
+                                     "words_only_light.obj",
+                                     "words_real_time.obj"});
+}
+
+TEST(PieceSources, DocumentsAreByteForByteWhatTheirGeneratorWrites)
+{
+    ExpectWritten("make_documents.py", {"demo.xml", "loading.xml"});
+}
+
+TEST_F(Piece, TheMusicIsTheOneBesideThePackage)
+{
+    EXPECT_EQ(last, &demo);
+    EXPECT_STREQ(last->musicNode->ToElement()->Attribute("file"), "quorvale.xm");
+}
+
+TEST_F(Piece, DrawsSomethingUpToTheEndOfTheMusicAndNothingFromThereOn)
+{
+    for (uint32_t time = 0; time < kEnd; time += 10)
+    {
+        ASSERT_GT(DrawDemo(time), 0u) << time;
+        ASSERT_EQ(GlModelviewDepth(), 1u) << time;
+    }
+    EXPECT_GT(DrawDemo(kEnd - 1), 0u);
+    EXPECT_EQ(DrawDemo(kEnd), 0u);
+    EXPECT_EQ(DrawDemo(kEnd + 100), 0u);
+}
+
+TEST_F(Piece, NothingThatItDrawsIsRefusedByOpenGl)
+{
+    MuteGl(false);
+    for (uint32_t time = 0; time < kEnd; time += 50)
+    {
+        DrawDemo(time);
+        TakeGlCalls();
+        ASSERT_EQ(GlRefusedCalls(), 0u) << time;
+    }
+    MuteGl(true);
+}
+
+TEST_F(Piece, IsTheSameTwiceAtOneMomentWhateverWasDrawnBetween)
+{
+    MuteGl(false);
+    TakeGlCalls();
+    DrawDemo(3300);
+    std::string first = TakeGlCalls();
+    DrawDemo(6500);
+    TakeGlCalls();
+    DrawDemo(3300);
+    EXPECT_EQ(TakeGlCalls(), first);
+    MuteGl(true);
+}
+
+TEST_F(Piece, ProgressIsShownAtEveryPlaceOfTheLoadingDocument)
+{
+    const GlFeatures features = {0, 0, 0, 1};
+    for (uint32_t time = 0; time <= 100; ++time)
+    {
+        EXPECT_EQ(DrawDocument(&loading, &kView, features, time), 3u) << time;
+    }
+}
+
+TEST_F(Piece, UsesEveryFunctionOfEnvelopes)
+{
+    std::set<uint32_t> functions;
+    ForEach<Envelope>(
+        demo.envelopes, [&](const Envelope* envelope)
+        { functions.insert(envelope->pieceType, envelope->pieceType + envelope->pieceCount); });
+    EXPECT_EQ(functions, UpTo(5));
+}
+
+TEST_F(Piece, UsesEveryWayToLoopAnEnvelope)
+{
+    std::set<uint32_t> modes;
+    ForEach<Envelope>(demo.envelopes,
+                      [&](const Envelope* envelope) { modes.insert(envelope->loopType); });
+    EXPECT_EQ(modes, UpTo(2));
+}
+
+TEST_F(Piece, HasSplinesWithUnevenKnots)
+{
+    uint32_t uneven = 0;
+    ForEach<Envelope>(demo.envelopes,
+                      [&](const Envelope* envelope)
+                      {
+                          const float* p = envelope->pieceParams[0];
+                          uneven += envelope->pieceType[0] == kFunctionSpline && p[4] > 0.0f &&
+                                            p[4] - p[2] != p[2] - p[0]
+                                        ? 1
+                                        : 0;
+                      });
+    EXPECT_GE(uneven, 5u);
+}
+
+TEST_F(Piece, HasEnvelopesOfSeveralPieces)
+{
+    uint32_t longest = 0;
+    ForEach<Envelope>(demo.envelopes, [&](const Envelope* envelope)
+                      { longest = std::max<uint32_t>(longest, envelope->pieceCount); });
+    EXPECT_EQ(longest, 16u);
+}
+
+TEST_F(Piece, MovesItsLightsAndTheirColours)
+{
+    uint32_t moving = 0;
+    uint32_t pulsing = 0;
+    uint32_t still = 0;
+    ForEach<Light>(demo.lights,
+                   [&](const Light* light)
+                   {
+                       moving += light->flagsB != 0 ? 1 : 0;
+                       pulsing += light->flagsA != 0 ? 1 : 0;
+                       still += light->flagsA == 0 && light->flagsB == 0 ? 1 : 0;
+                   });
+    EXPECT_GE(moving, 5u);
+    EXPECT_GE(pulsing, 5u);
+    EXPECT_GE(still, 5u);
+}
+
+TEST_F(Piece, UsesEveryPassKindOfItsTimeline)
+{
+    std::set<uint32_t> kinds;
+    ForEachClip(demo, [&](const Timeline* timeline, uint32_t row, uint32_t clip)
+                { kinds.insert(static_cast<uint32_t>(timeline->passKind[row][clip])); });
+    EXPECT_EQ(kinds, (std::set<uint32_t>{kPassSimple, kPassLink, kPassClearDepth}));
+}
+
+TEST_F(Piece, UsesEveryProjection)
+{
+    std::set<uint32_t> projections;
+    ForEachClip(demo, [&](const Timeline* timeline, uint32_t row, uint32_t clip)
+                { projections.insert(timeline->projectionKind[row][clip]); });
+    EXPECT_EQ(projections, UpTo(kProjectionAnimatedFov));
+}
+
+TEST_F(Piece, UsesWhatClipsOffer)
+{
+    uint32_t gaps = 0;
+    uint32_t offsets = 0;
+    uint32_t empty = 0;
+    uint32_t fogs = 0;
+    uint32_t stillCameras = 0;
+    uint32_t movingCameras = 0;
+    std::set<uint32_t> rows;
+    ForEachClip(demo,
+                [&](const Timeline* timeline, uint32_t row, uint32_t clip)
+                {
+                    rows.insert(row);
+                    gaps += timeline->spaceBefore[row][clip] > 0 ? 1 : 0;
+                    offsets += timeline->offset[row][clip] > 0 ? 1 : 0;
+                    empty += timeline->sceneId[row][clip] == 0 ? 1 : 0;
+                    fogs += timeline->fogMode[row][clip] > 0 ? 1 : 0;
+                    (timeline->cameraX.dynamic[row][clip] != 0 ? movingCameras : stillCameras) += 1;
+                });
+    EXPECT_GE(rows.size(), 7u);
+    EXPECT_GE(gaps, 10u);
+    EXPECT_GE(offsets, 10u);
+    EXPECT_GE(empty, 1u);
+    EXPECT_GE(fogs, 20u);
+    EXPECT_GE(stillCameras, 10u);
+    EXPECT_GE(movingCameras, 20u);
+}
+
+TEST_F(Piece, UsesWhatObjectsOffer)
+{
+    uint32_t shifted = 0;
+    uint32_t switched = 0;
+    uint32_t still = 0;
+    uint32_t moving = 0;
+    ForEachObject(demo,
+                  [&](const Scene* scene, uint32_t n)
+                  {
+                      const uint8_t bit = static_cast<uint8_t>(0x80 >> (n % 8));
+                      bool turns = (scene->rotationY.dynamicMask[n / 8] & bit) != 0;
+                      (turns ? moving : still) += 1;
+                      shifted += scene->timeShift[n] != 0.0f ? 1 : 0;
+                      switched += scene->visibilityEnvelope[n] != 0 ? 1 : 0;
+                  });
+    EXPECT_GE(shifted, 7u);
+    EXPECT_GE(switched, 8u);
+    EXPECT_GE(still, 20u);
+    EXPECT_GE(moving, 20u);
+}
+
+TEST_F(Piece, UsesTheseManipulators)
+{
+    std::set<uint32_t> types;
+    ForEachObject(demo,
+                  [&](const Scene* scene, uint32_t n)
+                  {
+                      for (uint32_t i = 0; i < scene->manipulatorCount[n]; ++i)
+                      {
+                          types.insert(static_cast<uint32_t>(scene->manipulators[n][i].type));
+                      }
+                  });
+    EXPECT_EQ(types, (std::set<uint32_t>{kManipulatorXyzMultiplier, kManipulatorXMultiplier}));
+}
+
+TEST_F(Piece, UsesTheseRecipes)
+{
+    std::set<uint32_t> types;
+    ForEachObject(
+        demo, [&](const Scene* scene, uint32_t n)
+        { types.insert(GetRecord<const Material>(scene->materialId[n], demo.materials)->type); });
+    EXPECT_EQ(types, (std::set<uint32_t>{0, 1, 14, 19, 21, 23}));
+}
+
+/// Triangles of all that a frame draws.
+static uint64_t Triangles(const std::string& calls)
+{
+    uint64_t corners = 0;
+    const std::string name = "DrawElements TRIANGLES ";
+    for (size_t at = calls.find(name); at != std::string::npos; at = calls.find(name, at + 1))
+    {
+        corners += strtoul(calls.c_str() + at + name.size(), nullptr, 10);
+    }
+    return corners / 3;
+}
+
+TEST_F(Piece, NoFrameHasMoreTrianglesThanASlowMachineDraws)
+{
+    MuteGl(false);
+    for (uint32_t time = 0; time < kEnd; time += 50)
+    {
+        TakeGlCalls();
+        DrawDemo(time);
+        EXPECT_LE(Triangles(TakeGlCalls()), 150000u) << time;
+    }
+    MuteGl(true);
+}
