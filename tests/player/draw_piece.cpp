@@ -1,0 +1,53 @@
+// Draws moments of a piece into PNG files, for whoever works on it:
+//
+//   draw_piece PACKAGE FOLDER RESOLUTION TIME...
+//
+// RESOLUTION is a row of the launcher's table, 0 to 15; a TIME is in ticks, or FIRST-LAST-STEP,
+// with an "l" in front for the loading document. The pictures are named after the ticks. Beside
+// each it prints the milliseconds that the drawing took.
+#include <SDL.h>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "player/drawn_piece.h"
+
+static void DrawRange(const DrawnPiece* piece, const std::string& folder, const char* range)
+{
+    const bool loading = *range == 'l';
+    const DemoDocument* document = loading ? &piece->loading : &piece->demo;
+    char* rest = nullptr;
+    unsigned long first = strtoul(range + (loading ? 1 : 0), &rest, 10);
+    unsigned long last = *rest == '-' ? strtoul(rest + 1, &rest, 10) : first;
+    unsigned long step = *rest == '-' ? strtoul(rest + 1, &rest, 10) : 1;
+    for (unsigned long time = first; time <= last; time += step)
+    {
+        Picture picture;
+        clock_t start = clock();
+        uint32_t drawn = DrawMoment(piece, document, static_cast<uint32_t>(time), &picture);
+        clock_t end = clock();
+
+        char name[32];
+        snprintf(name, sizeof(name), "/%s%05lu.png", loading ? "loading-" : "", time);
+        WritePicture(folder + name, picture);
+        printf("%lu: %u scenes, %ld ms\n", time, drawn,
+               static_cast<long>((end - start) * 1000 / CLOCKS_PER_SEC));
+    }
+}
+
+int main(int argc, char** argv)
+{
+    if (argc < 5)
+    {
+        fprintf(stderr, "draw_piece PACKAGE FOLDER RESOLUTION TIME...\n");
+        return 2;
+    }
+    static DrawnPiece piece;
+    OpenDrawnPiece(argv[1], atoi(argv[3]), &piece);
+    for (int i = 4; i < argc; ++i)
+    {
+        DrawRange(&piece, argv[2], argv[i]);
+    }
+    return 0;
+}
