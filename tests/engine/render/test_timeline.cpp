@@ -387,6 +387,7 @@ static void ReadDocument(const std::vector<std::string>& rows, TiXmlDocument* tr
         text += "<row>" + row + "</row>";
     }
     text += "</s><m/>";
+    tree->Clear();
     tree->Parse(text.c_str());
     ASSERT_FALSE(tree->Error()) << tree->ErrorDesc();
 
@@ -413,10 +414,10 @@ TEST_F(TimelineTest, ARowPastTheLastIsNotRead)
 
 TEST_F(TimelineDeathTest, ATimelineWithoutARowEndsTheProgram)
 {
-    EXPECT_EXIT(ReadDocument({}, &tree, &context), testing::ExitedWithCode(1),
-                "^quorvale: demo.xmlz, section 10 \\(timeline\\): the timeline has no row\n$");
     ReadDocument({""}, &tree, &context); // one without clips will do
     EXPECT_EQ(timeline->clipCount[0], 0u);
+    EXPECT_EXIT(ReadDocument({}, &tree, &context), testing::ExitedWithCode(1),
+                "^quorvale: demo.xmlz, section 10 \\(timeline\\): the timeline has no row\n$");
 }
 
 TEST_F(TimelineDeathTest, AClipTooManyEndsTheProgram)
