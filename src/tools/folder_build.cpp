@@ -98,9 +98,11 @@ static std::string EntryName(const std::string& fileName, SourceKind kind)
     }
 }
 
-/// Whether this is a regular file, and not the package that is being built.
-static bool IsSource(const std::string& path, const struct stat* package)
+/// Whether a name of the folder `path` is a regular file, and not the package that is being built.
+static bool IsSource(std::string path, const std::string& name, const struct stat* package)
 {
+    path += "/";
+    path += name;
     struct stat status;
     if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
     {
@@ -127,7 +129,7 @@ static bool ListSources(const std::string& folder, const std::string& package,
         std::string name = item->d_name;
         SourceKind kind = KindOf(name, options);
         if (kind != SourceKind::LeftOut &&
-            IsSource(folder + "/" + name, packageExists ? &packageStatus : nullptr))
+            IsSource(folder, name, packageExists ? &packageStatus : nullptr))
         {
             sources->push_back({name, EntryName(name, kind), kind});
         }

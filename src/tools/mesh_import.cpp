@@ -187,6 +187,14 @@ static void PrintLacking(const std::string& label, const ImportNotes& notes, int
     }
 }
 
+static std::string PointText(const float* point)
+{
+    char text[64];
+    snprintf(text, sizeof(text), "(%g, %g, %g)", static_cast<double>(point[0]),
+             static_cast<double>(point[1]), static_cast<double>(point[2]));
+    return text;
+}
+
 static void PrintSummary(const std::string& label, const TriangleMesh& mesh)
 {
     MeshVertex low = mesh.vertices[0];
@@ -199,11 +207,9 @@ static void PrintSummary(const std::string& label, const TriangleMesh& mesh)
             high.position[k] = fmaxf(high.position[k], vertex.position[k]);
         }
     }
-    printf("%s: vertices %zu, triangles %zu, texture coordinate sets %u, from (%g, %g, %g) to "
-           "(%g, %g, %g)\n",
+    printf("%s: vertices %zu, triangles %zu, texture coordinate sets %u, from %s to %s\n",
            label.c_str(), mesh.vertices.size(), mesh.indices.size() / 3, mesh.texCoordSets,
-           double{low.position[0]}, double{low.position[1]}, double{low.position[2]},
-           double{high.position[0]}, double{high.position[1]}, double{high.position[2]});
+           PointText(low.position).c_str(), PointText(high.position).c_str());
 }
 
 static void PrintNotes(const std::string& label, const ImportNotes& notes, uint32_t texCoordSets)

@@ -33,8 +33,8 @@ static Sum TriangleNormal(const float* a, const float* b, const float* c)
     double v[3];
     for (int k = 0; k < 3; ++k)
     {
-        u[k] = double{b[k]} - double{a[k]};
-        v[k] = double{c[k]} - double{a[k]};
+        u[k] = static_cast<double>(b[k]) - static_cast<double>(a[k]);
+        v[k] = static_cast<double>(c[k]) - static_cast<double>(a[k]);
     }
     return {u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2], u[0] * v[1] - u[1] * v[0]};
 }

@@ -15,12 +15,11 @@ static void Execute(const TemporaryFolder& folder, std::vector<std::string> argu
                     const DpkSurroundings& surroundings, int out, int err)
 {
     arguments.insert(arguments.begin(), "dpk");
-    std::vector<char*> argv;
-    for (std::string& argument : arguments)
+    std::vector<char*> argv(arguments.size() + 1, nullptr);
+    for (size_t i = 0; i < arguments.size(); ++i)
     {
-        argv.push_back(argument.data());
+        argv[i] = arguments[i].data();
     }
-    argv.push_back(nullptr);
 
     if (!surroundings.output.empty())
     {

@@ -23,7 +23,7 @@ struct DpkSurroundings
     unsigned mask;          // umask
 };
 
-inline constexpr DpkSurroundings kOrdinary = {{}, {}, 0, 022};
+inline const DpkSurroundings kOrdinary = {{}, {}, 0, 022};
 
 /// Runs dpk with the folder as the working directory.
 DpkRun RunDpk(const TemporaryFolder& folder, const std::vector<std::string>& arguments,
