@@ -5,6 +5,7 @@
 #include <assimp/postprocess.h>
 #include <assimp/scene.h>
 #include <cmath>
+#include <string_view>
 
 #include "tools/container.h"
 #include "tools/report.h"
@@ -252,16 +253,43 @@ static const char* TakeScene(const aiScene* scene, const MeshOptions& options, T
     return IsFinite(*mesh) ? nullptr : "a vertex holds a number that is not finite";
 }
 
-bool ImportMesh(const std::string& path, const MeshOptions& options, const std::string& label,
-                TriangleMesh* mesh)
+/// Whether a PLY file's header ends, with a line of its own. Where it does not, Assimp reads on and
+/// on. Other files have no such header.
+static bool HasHeaderEnd(const Bytes& file)
 {
-    uint64_t size = 0;
-    FILE* stream = OpenForReading(path, &size);
-    if (stream == nullptr)
+    std::string_view text(reinterpret_cast<const char*>(file.data()), file.size());
+    if (!text.starts_with("ply"))
+    {
+        return true;
+    }
+    return text.find("\nend_header\n") != std::string_view::npos ||
+           text.find("\nend_header\r") != std::string_view::npos ||
+           text.find("\rend_header\r") != std::string_view::npos;
+}
+
+/// @return false after an error line
+static bool CheckSource(const std::string& path)
+{
+    Bytes file;
+    if (!ReadWholeFile(path, &file))
     {
         return false;
     }
-    fclose(stream);
+    if (!HasHeaderEnd(file))
+    {
+        ReportError("%s: its header has no end", Printable(path).c_str());
+        return false;
+    }
+    return true;
+}
+
+bool ImportMesh(const std::string& path, const MeshOptions& options, const std::string& label,
+                TriangleMesh* mesh)
+{
+    if (!CheckSource(path))
+    {
+        return false;
+    }
 
     const aiScene* scene =
         aiImportFile(path.c_str(), aiProcess_ValidateDataStructure | aiProcess_Triangulate);
