@@ -219,6 +219,37 @@ TEST(LoadPiece, AFaultBehindATickIsTheDemosOwn)
     EXPECT_EQ(run.record.substr(run.record.size() - 9), "SDL_Quit\n");
 }
 
+TEST(LoadPiece, EachSectionHasItsReader)
+{
+    // An item of which the reader misses something of its own.
+    const struct
+    {
+        size_t section;
+        const char* item;
+        const char* fault;
+    } cases[] = {
+        {2, "<x/>", "section 2 (models), item 1: attribute \"filename\" of <x> is missing"},
+        {3, "<x/>", "section 3 (envelopes), item 1: "},
+        {4, "<x/>", "section 4 (lights), item 1: "},
+        {7, "<x/>", "section 7 (materials), item 1: "},
+        {9, "<x><y/></x>", "section 9 (scenes), item 1, object 1: "},
+        {10, "<x><y/></x>", "section 10 (timeline), row 1, clip 1: "},
+        {10, "", "section 10 (timeline): the timeline has no row"},
+    };
+    for (const auto& c : cases)
+    {
+        DocumentSource demo = DemoSource();
+        demo.sections[c.section] = c.item;
+
+        ChildRun run = PlayPackage(PieceOf(LoadingSource(), demo), LoadingScript({}));
+
+        EXPECT_EQ(run.exitCode, 1);
+        std::string begin = "! quorvale: demo.xmlz, ";
+        begin += c.fault;
+        EXPECT_EQ(LinesWith(run.record, {"! "}).substr(0, begin.size()), begin);
+    }
+}
+
 TEST(LoadPiece, WithoutADemoTheMusicIsTheLoadingDocumentsAndThePieceEndsAtOnce)
 {
     DocumentSource loading = LoadingSource();
