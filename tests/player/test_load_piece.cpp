@@ -228,10 +228,15 @@ TEST(LoadPiece, EachSectionHasItsReader)
         const char* item;
         const char* fault;
     } cases[] = {
+        {0, "<x/>", "section 0 (layers), item 1: "},
+        {1, "<x><y/></x>", "section 1 (procedural textures), item 1, step 1: "},
         {2, "<x/>", "section 2 (models), item 1: attribute \"filename\" of <x> is missing"},
         {3, "<x/>", "section 3 (envelopes), item 1: "},
         {4, "<x/>", "section 4 (lights), item 1: "},
+        {5, "<x/>", "section 5 (2D effects), item 1: "},
+        {6, "<x/>", "section 6 (bitmaps), item 1: "},
         {7, "<x/>", "section 7 (materials), item 1: "},
+        {8, "<x/>", "section 8 (generated meshes), item 1: "},
         {9, "<x><y/></x>", "section 9 (scenes), item 1, object 1: "},
         {10, "<x><y/></x>", "section 10 (timeline), row 1, clip 1: "},
         {10, "", "section 10 (timeline): the timeline has no row"},
