@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <new>
 
+#include "engine/data/fault.h"
 #include "tools/command_line.h"
 #include "tools/report.h"
 
@@ -14,6 +15,7 @@
 
 int main(int argc, char** argv)
 {
+    SetProgramName("dpk");
     std::set_new_handler(EndWithoutMemory);
     // A limit on file sizes is then an error of the write like any other, and can be cleaned up.
     signal(SIGXFSZ, SIG_IGN);

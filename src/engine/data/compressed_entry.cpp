@@ -22,7 +22,9 @@ bool InflatePackageEntry(FILE* package, const char* name, uint32_t lead, Inflate
     }
 
     uint32_t storedSize = LoadLittleEndian32(container);
-    void* block = calloc(static_cast<size_t>(storedSize) + 2 * kAlignment, 1);
+    void* block = storedSize > kLargestInflatedSize
+                      ? nullptr
+                      : calloc(static_cast<size_t>(storedSize) + 2 * kAlignment, 1);
     if (block == nullptr)
     {
         FatalFault("\"%s\": its size of %u bytes can't be allocated", name, storedSize);

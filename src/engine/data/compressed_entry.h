@@ -8,6 +8,10 @@
 #include <cstdint>
 #include <cstdio>
 
+/// Bytes. What claims to be larger is damaged, and reading it would drive the machine into
+/// swapping.
+inline constexpr uint32_t kLargestInflatedSize = 1u << 30;
+
 /// An uncompressed entry, for FreeInflatedEntry.
 struct InflatedEntry
 {
@@ -21,8 +25,8 @@ struct InflatedEntry
 /// stream holds cuts the data there; one that is larger leaves zeros at the end.
 /// @param lead    the data begins so that data + lead lies on a 16-byte boundary
 /// @return false, with `entry` untouched, if the package has no such entry; the lookup has printed
-///         its line then. A stream that does not inflate and a size that can't be allocated are
-///         fatal.
+///         its line then. A stream that does not inflate and a size that can't be allocated or is
+///         above kLargestInflatedSize are fatal.
 bool InflatePackageEntry(FILE* package, const char* name, uint32_t lead, InflatedEntry* entry);
 
 void FreeInflatedEntry(InflatedEntry* entry);

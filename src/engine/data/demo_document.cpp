@@ -5,6 +5,9 @@
 #include "engine/data/document_values.h"
 #include "engine/data/fault.h"
 
+/// Bytes of text. The tree takes many times that.
+static constexpr uint32_t kLargestDocument = 1u << 28;
+
 bool LoadDocument(FILE* package, const char* name, TiXmlDocument* document)
 {
     CurrentPlace = {name, kNoSection, 0, 0};
@@ -13,6 +16,10 @@ bool LoadDocument(FILE* package, const char* name, TiXmlDocument* document)
     if (!InflatePackageEntry(package, name, 0, &entry))
     {
         return false;
+    }
+    if (entry.length > kLargestDocument)
+    {
+        FatalFault("a text of %u bytes is larger than any document", entry.length);
     }
     bool parsed = LoadFromString(document, entry.data, static_cast<long>(entry.length),
                                  TIXML_ENCODING_UNKNOWN);
@@ -46,11 +53,11 @@ uint32_t CountItems(const TiXmlDocument* document)
 static void ReadItem(const SectionReader* reader, ObjectTable* table, const TiXmlNode* item,
                      uint32_t index, LoadContext* context)
 {
-    void* record = nullptr;
     if (reader->readItem == nullptr)
     {
         return;
     }
+    void* record = nullptr;
     if (table != nullptr)
     {
         uint32_t id = AllocateObject(table);

@@ -55,12 +55,12 @@ struct LoadContext
 struct SectionReader
 {
     ObjectTable* DemoDocument::*table; // null for sections that keep their records elsewhere
-    uint32_t recordSize;               // bytes; 0 walks the items and makes no record of them
-    uint32_t itemLimit;                // items behind it are not read and not counted; 0 for none
+    uint32_t recordSize;               // bytes of a record of the table
+    uint32_t itemLimit;                // items behind it are not read; 0 for no limit
 
     /// Runs before the items; may be null.
     void (*begin)(LoadContext* context);
-    /// Fills one record from its item; null makes no record.
+    /// Fills one record from its item; null walks the items and makes no records.
     /// @param record   uninitialised; null where the reader has no table
     /// @param index    the item's place in the section, from 0
     void (*readItem)(const TiXmlElement* item, void* record, uint32_t index, LoadContext* context);

@@ -1,6 +1,7 @@
 #include "engine/data/document_text.h"
 
 #include <cassert>
+#include <cctype>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -16,6 +17,90 @@ struct LocationAccess : TiXmlDocument
         (document->*location).Clear();
     }
 };
+
+/// Where a walk through the text of a document stands.
+struct NestingWalk
+{
+    const char* at;
+    uint32_t depth;      // open elements
+    uint32_t attributes; // of the tag that is being read
+};
+
+/// @return behind the next `end`, or the end of the text
+static const char* SkipPast(const char* at, const char* end)
+{
+    const char* found = strstr(at, end);
+    return found == nullptr ? at + strlen(at) : found + strlen(end);
+}
+
+/// Reads a start tag from behind its name on.
+static void WalkTag(NestingWalk* walk)
+{
+    walk->attributes = 0;
+    while (*walk->at != 0 && walk->attributes <= kMostAttributes)
+    {
+        char c = *walk->at++;
+        if (c == '"' || c == '\'')
+        {
+            const char quote[2] = {c, 0};
+            walk->at = SkipPast(walk->at, quote);
+        }
+        else if (c == '=')
+        {
+            walk->attributes += 1;
+        }
+        else if (c == '/' && *walk->at == '>')
+        {
+            walk->at += 1;
+            walk->depth -= 1;
+            return;
+        }
+        else if (c == '>')
+        {
+            return;
+        }
+    }
+}
+
+/// Whether the parser can take the text. It goes one call deeper with each open element, and
+/// compares each attribute of an element with all those before, so a small text could use up the
+/// stack or hang for hours. What no document needs is refused before it.
+static bool IsParsable(const char* text)
+{
+    NestingWalk walk = {text, 0, 0};
+    while (walk.depth <= kDeepestNesting && walk.attributes <= kMostAttributes)
+    {
+        walk.at = strchr(walk.at, '<');
+        if (walk.at == nullptr)
+        {
+            return true;
+        }
+        walk.at += 1;
+        unsigned char c = static_cast<unsigned char>(*walk.at);
+        if (strncmp(walk.at, "!--", 3) == 0)
+        {
+            walk.at = SkipPast(walk.at + 3, "-->");
+        }
+        else if (strncmp(walk.at, "![CDATA[", 8) == 0)
+        {
+            walk.at = SkipPast(walk.at, "]]>");
+        }
+        else if (c == '?' || c == '!')
+        {
+            walk.at = SkipPast(walk.at, ">");
+        }
+        else if (c == '/')
+        {
+            walk.depth -= walk.depth == 0 ? 0 : 1;
+        }
+        else if (isalpha(c) != 0 || c == '_' || c >= 0x7F)
+        {
+            walk.depth += 1;
+            WalkTag(&walk);
+        }
+    }
+    return false;
+}
 
 bool LoadFromString(TiXmlDocument* document, const unsigned char* data, long length,
                     TiXmlEncoding encoding)
@@ -69,6 +154,13 @@ bool LoadFromString(TiXmlDocument* document, const unsigned char* data, long len
     assert(p <= (buf + length));
     free(buf);
 
+    if (!IsParsable(text.c_str()))
+    {
+        document->ClearError();
+        document->SetError(TiXmlBase::TIXML_ERROR_PARSING_ELEMENT, nullptr, nullptr,
+                           TIXML_ENCODING_UNKNOWN);
+        return false;
+    }
     document->Parse(text.c_str(), nullptr, encoding);
     return !document->Error();
 }

@@ -1,7 +1,7 @@
 // The one way out for documents and packages that can't be played.
 //
-// Loaders and drawing keep FaultPlace up to date, so that the routine that meets the fault need not
-// know where it is: it says what is wrong, and the line says where.
+// Loaders and drawing keep CurrentPlace up to date, so that the routine that meets the fault need
+// not know where it is: it says what is wrong, and the line says where.
 #pragma once
 
 #include <cstdint>
@@ -23,6 +23,7 @@ extern FaultPlace CurrentPlace;
 
 /// Ends the program: one line on standard error, the display given back, exit code 1.
 ///   "quorvale: demo.xmlz, section 3 (envelopes), item 2, piece 1: attribute "length" is missing"
+/// Control characters that a document brought in are printed as \xNN.
 /// @param format   printf format of what is wrong, without a newline
 [[noreturn, gnu::format(printf, 1, 2)]] void FatalFault(const char* format, ...);
 
@@ -32,3 +33,7 @@ extern FaultPlace CurrentPlace;
 
 /// Sets what gives the display back on a fault; null for nothing. It runs once, after the line.
 void SetDisplayRestorer(void (*restore)());
+
+/// Sets what lines begin with, "quorvale" at first.
+/// @param name   borrowed to the end of the run
+void SetProgramName(const char* name);

@@ -4,7 +4,7 @@
 // Two numberings stand side by side. The id (1 to 4096) is a record's name and never changes while
 // the record lives. The position (1 to count) is its place in an ordered list. The player allocates
 // by id, reads by id and frees whole tables; where nothing was ever removed, the n-th record has
-// id n and position n, and documents rely on that.
+// id n and position n, and documents rely on that. So the player has no use for positions.
 #pragma once
 
 #include <cstdint>

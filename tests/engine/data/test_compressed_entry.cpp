@@ -106,3 +106,12 @@ TEST(CompressedEntryDeathTest, AStreamThatDoesNotInflateIsFatal)
     EXPECT_EXIT(Inflate(Container({17, 0, 0, 0}, {})), testing::ExitedWithCode(1), line);
     EXPECT_EXIT(Inflate({17}), testing::ExitedWithCode(1), line);
 }
+
+TEST(CompressedEntryDeathTest, ASizeThatNoPieceNeedsIsFatal)
+{
+    EXPECT_EXIT(Inflate(Container({1, 0, 0, 0x40}, kHelloStream)), testing::ExitedWithCode(1),
+                "\"e\": its size of 1073741825 bytes can't be allocated");
+    InflatedEntry entry = Inflate(Container({0, 0, 0, 0x04}, kHelloStream)); // 64 MiB of zeros
+    EXPECT_EQ(entry.storedSize, 67108864u);
+    FreeInflatedEntry(&entry);
+}

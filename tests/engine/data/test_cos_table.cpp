@@ -25,7 +25,7 @@ TEST_F(CosTableTest, HoldsTwoTurnsOf4096Steps)
 
 TEST_F(CosTableTest, EntriesAreDoublesOfTheShortPiNarrowedOnce)
 {
-    // cos(1000 * 3.14159265 / 2048) and cos(7000 * 3.14159265 / 2048), narrowed.
+    // cos(1000 * 3.14159265 / 2048), narrowed.
     EXPECT_EQ(CosTable[1000], static_cast<float>(0.036807225)) << CosTable[1000];
     for (int k = 0; k < kCosTableSize; ++k)
     {

@@ -154,6 +154,13 @@ TEST_F(DemoDocumentTest, AllChildrenOfAllSectionsAndOfTheMusicNodeCountAsItems)
     EXPECT_EQ(CountItems(&tree), 2u + 2u + 1u + 1u + 1u);
 }
 
+TEST_F(DemoDocumentTest, NodesBehindTheMusicCountToo)
+{
+    Read(kFourSections + kRestOfSections + "<rows/><music/><more><x/><x/></more>");
+    EXPECT_EQ(CountItems(&tree), 2u + 2u + 1u + 2u);
+    EXPECT_STREQ(demo.musicNode->Value(), "music");
+}
+
 TEST_F(DemoDocumentTest, WithoutAMusicNodeThereIsNone)
 {
     Read(kFourSections + kRestOfSections + "<rows/>");
@@ -238,6 +245,20 @@ TEST(LoadDocumentDeathTest, TextThatDoesNotParseIsFatal)
     EXPECT_EXIT(
         LoadDocument(package, "demo.xmlz", &tree), testing::ExitedWithCode(1),
         "^quorvale: demo.xmlz: the text does not parse \\(line [0-9]+, column [0-9]+\\)\n$");
+    fclose(package);
+}
+
+TEST(LoadDocumentDeathTest, TextThatNestsWithoutEndIsFatal)
+{
+    std::string text;
+    for (int i = 0; i < 20000; ++i)
+    {
+        text += "<a>";
+    }
+    FILE* package = PackageWith(text, static_cast<uint32_t>(text.size()));
+    TiXmlDocument tree;
+    EXPECT_EXIT(LoadDocument(package, "demo.xmlz", &tree), testing::ExitedWithCode(1),
+                "^quorvale: demo.xmlz: the text does not parse");
     fclose(package);
 }
 

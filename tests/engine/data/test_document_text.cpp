@@ -107,3 +107,64 @@ TEST(DocumentText, TextThatDoesNotParseIsAnError)
     EXPECT_TRUE(Load(&document, "<a/>")); // and the next load starts afresh
     EXPECT_FALSE(document.Error());
 }
+
+static std::string Nested(int depth)
+{
+    std::string text;
+    for (int i = 0; i < depth; ++i)
+    {
+        text += "<a>";
+    }
+    for (int i = 0; i < depth; ++i)
+    {
+        text += "</a>";
+    }
+    return text;
+}
+
+TEST(DocumentText, NestingThatWouldUseUpTheStackIsAnError)
+{
+    TiXmlDocument document;
+    EXPECT_TRUE(Load(&document, Nested(1000)));
+    EXPECT_FALSE(Load(&document, Nested(1001)));
+    EXPECT_EQ(document.ErrorId(), TiXmlBase::TIXML_ERROR_PARSING_ELEMENT);
+    EXPECT_FALSE(Load(&document, Nested(1000000)));
+    EXPECT_TRUE(Load(&document, "<a/>"));
+}
+
+TEST(DocumentText, WhatLooksLikeAnEndInsideTextHidesNoNesting)
+{
+    std::string text;
+    for (int i = 0; i < 100000; ++i)
+    {
+        text += "<a b=\"/></a>\">/>";
+    }
+    TiXmlDocument document;
+    EXPECT_FALSE(Load(&document, text));
+}
+
+TEST(DocumentText, ManyElementsSideBySideAreNoNesting)
+{
+    std::string text;
+    for (int i = 0; i < 5000; ++i)
+    {
+        text += "<a b='1/2'/><c>&lt;</c><!-- <d> --><![CDATA[<e>]]><?f <g>?>";
+    }
+    TiXmlDocument document;
+    EXPECT_TRUE(Load(&document, text)) << document.ErrorDesc();
+}
+
+TEST(DocumentText, AttributesWithoutEndAreAnError)
+{
+    std::string few = "<a";
+    std::string many = "<a";
+    for (int i = 0; i < 200000; ++i)
+    {
+        many += " a" + std::to_string(i) + "=''";
+        few += i < 1000 ? " a" + std::to_string(i) + "='='" : "";
+    }
+    TiXmlDocument document;
+    EXPECT_TRUE(Load(&document, few + "/>"));
+    EXPECT_FALSE(Load(&document, many + "/>"));
+    EXPECT_EQ(document.ErrorId(), TiXmlBase::TIXML_ERROR_PARSING_ELEMENT);
+}

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 static void PrintRestored()
 {
@@ -51,4 +52,51 @@ TEST(FaultDeathTest, AnErrorOutsideDocumentsNamesNoPlace)
     EXPECT_EXIT(FatalError("no %s", "display"), testing::ExitedWithCode(1),
                 "^quorvale: no display\n$");
     CurrentPlace = {nullptr, kNoSection, 0, 0};
+}
+
+static void FaultAgain()
+{
+    fprintf(stderr, "restored\n");
+    FatalFault("again");
+}
+
+TEST(FaultDeathTest, AFaultWhileTheDisplayIsGivenBackDoesNotComeRoundAgain)
+{
+    CurrentPlace = {nullptr, kNoSection, 0, 0};
+    SetDisplayRestorer(FaultAgain);
+    EXPECT_EXIT(FatalFault("first"), testing::ExitedWithCode(1),
+                "^quorvale: first\nrestored\nquorvale: again\n$");
+    SetDisplayRestorer(nullptr);
+}
+
+TEST(FaultDeathTest, TextFromDocumentsStaysOnOneLine)
+{
+    CurrentPlace = {nullptr, kNoSection, 0, 0};
+    EXPECT_EXIT(FatalFault("no model \"%s\"", "a\nb\x1b[2J\x7f"), testing::ExitedWithCode(1),
+                "^quorvale: no model \"a\\\\x0Ab\\\\x1B\\[2J\\\\x7F\"\n$");
+}
+
+TEST(FaultDeathTest, WhatWasPrintedBeforeComesBeforeTheLine)
+{
+    CurrentPlace = {nullptr, kNoSection, 0, 0};
+    EXPECT_EXIT(
+        {
+            // Both streams into one file, as a shell's 2>&1 does; this one buffers.
+            dup2(fileno(stderr), fileno(stdout));
+            setvbuf(stdout, nullptr, _IOFBF, 4096);
+            printf("a line\n");
+            FatalFault("the end");
+        },
+        testing::ExitedWithCode(1), "^a line\nquorvale: the end\n$");
+}
+
+TEST(FaultDeathTest, AnotherProgramHasAnotherName)
+{
+    CurrentPlace = {nullptr, kNoSection, 0, 0};
+    EXPECT_EXIT(
+        {
+            SetProgramName("dpk");
+            FatalFault("no");
+        },
+        testing::ExitedWithCode(1), "^dpk: no\n$");
 }

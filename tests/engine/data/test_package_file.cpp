@@ -208,6 +208,26 @@ TEST(PackageFile, OffsetsPastTheEndOfTheFileReadAsZeros)
     EXPECT_EQ(lookup.printed, "");
 }
 
+/// A package of one entry, "a", with these eight bytes as its start and end, and one byte of data.
+static Bytes OneEntry(const Bytes& startAndEnd)
+{
+    Bytes bytes = {0x44, 0x50, 0x01};
+    AppendEntry(&bytes, "a", startAndEnd);
+    bytes.insert(bytes.end(), kTerminator, 0);
+    bytes.push_back('!');
+    return bytes;
+}
+
+TEST(PackageFile, OffsetsAreUnsigned32Bit)
+{
+    // From 2 GiB on, past the end of the file.
+    Lookup high = Find(OneEntry({0x80, 0, 0, 0, 0x80, 0, 0, 2}), "a");
+    EXPECT_EQ(high.data, std::string(3, '\0'));
+    // The last offset that there is, and one more: the size wraps to 0.
+    EXPECT_EQ(Find(OneEntry({0, 0, 0, 0, 0xff, 0xff, 0xff, 0xff}), "a").size, 0);
+    EXPECT_EQ(Find(OneEntry({0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff}), "a").size, 1);
+}
+
 TEST(PackageFile, PaddingBehindTheEntryIsReadable)
 {
     FILE* stream = OpenBytes(ThreeEntries());
@@ -337,6 +357,34 @@ TEST_F(FindPackageTest, TakesTheFirstThatTheDirectoryGives)
     std::string printed;
     EXPECT_EQ(Found(&printed), first);
     EXPECT_EQ(printed, "Found " + first + ".\n");
+}
+
+TEST_F(FindPackageTest, TakesAFolderOfThatNameToo)
+{
+    fs::create_directory("folder.dpk");
+    testing::internal::CaptureStdout();
+    FILE* stream = FindPackage();
+    ASSERT_NE(stream, nullptr);
+    int32_t size = 0;
+    EXPECT_EQ(ReadPackageEntry(stream, "demo.xmlz", &size), nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "Found folder.dpk.\nunexpected error\nEnd of object table reached!\n");
+    fclose(stream);
+}
+
+TEST_F(FindPackageTest, LeavesNothingOpenButThePackage)
+{
+    Write("piece.dpk", "here");
+    auto openFiles = []
+    {
+        return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+    };
+    testing::internal::CaptureStdout();
+    std::ptrdiff_t before = openFiles();
+    FILE* stream = FindPackage();
+    EXPECT_EQ(openFiles(), before + 1);
+    fclose(stream);
+    testing::internal::GetCapturedStdout();
 }
 
 TEST_F(FindPackageTest, AFileThatCannotBeOpenedGivesNull)
