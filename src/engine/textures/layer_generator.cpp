@@ -20,8 +20,32 @@ enum GeneratorType : uint32_t
     kGeneratorNoise,
 };
 
+// The generators' own random numbers: a step is seed * kSeedFactor + kSeedAddend modulo 2^32, and
+// bits 16 to 30 are the number.
 static constexpr uint32_t kSeedFactor = 1103515245;
 static constexpr uint32_t kSeedAddend = 12345;
+
+/// A step that is many steps of the generator in one; these are again a factor and an addend.
+struct SeedJump
+{
+    uint32_t factor;
+    uint32_t addend;
+};
+
+/// Fills a row with the seeds of the first count steps.
+/// @return the step that leads from every seed to the one a row further
+static SeedJump StartSeedRow(uint32_t seed, size_t count, uint32_t* seeds)
+{
+    SeedJump jump = {1, 0};
+    for (size_t i = 0; i < count; ++i)
+    {
+        seed = seed * kSeedFactor + kSeedAddend;
+        seeds[i] = seed;
+        jump.factor *= kSeedFactor;
+        jump.addend = jump.addend * kSeedFactor + kSeedAddend;
+    }
+    return jump;
+}
 
 static float ClampToUnit(float value)
 {
@@ -49,24 +73,26 @@ static size_t RowBytes(int32_t size)
     return static_cast<size_t>(size) * 3;
 }
 
+/// A row of whole pixels or seeds with slack, zero.
 static uint32_t* AllocatePixelRow(int32_t size)
 {
-    return AllocateBlock<uint32_t>(static_cast<size_t>(size), "a row of pixels");
+    const size_t count = static_cast<size_t>(size) + kRowSlack;
+    uint32_t* row = AllocateBlock<uint32_t>(count, "a row of pixels");
+    memset(row, 0, count * sizeof(uint32_t));
+    return row;
 }
 
 static void GenerateColor(const float* params, int32_t size, uint8_t* pixels)
 {
-    uint32_t* row = AllocatePixelRow(size);
+    const uint32_t pixel = MakePixel(255.0F, params);
     for (int32_t x = 0; x < size; ++x)
     {
-        row[x] = MakePixel(255.0F, params);
+        StorePixels(&pixel, 1, pixels + 3 * static_cast<size_t>(x));
     }
-    for (int32_t y = 0; y < size; ++y)
+    for (int32_t y = 1; y < size; ++y)
     {
-        StorePixels(row, static_cast<size_t>(size),
-                    pixels + static_cast<size_t>(y) * RowBytes(size));
+        memcpy(pixels + static_cast<size_t>(y) * RowBytes(size), pixels, RowBytes(size));
     }
-    free(row);
 }
 
 static void GeneratePlasma(const float* params, int32_t size, uint8_t* pixels)
@@ -76,7 +102,9 @@ static void GeneratePlasma(const float* params, int32_t size, uint8_t* pixels)
     const float stepY = params[4] * step;
 
     // The double sum goes from left to right, and its first two terms depend on the column alone.
-    double* columns = AllocateBlock<double>(static_cast<size_t>(size), "a row of sines");
+    double* columns =
+        AllocateBlock<double>(static_cast<size_t>(size) + kRowSlack, "a row of sines");
+    memset(columns, 0, (static_cast<size_t>(size) + kRowSlack) * sizeof(double));
     for (int32_t x = 0; x < size; ++x)
     {
         columns[x] = sin(static_cast<double>(static_cast<float>(x) * stepX)) * 63.5 + 127.0;
@@ -91,19 +119,20 @@ static void GeneratePlasma(const float* params, int32_t size, uint8_t* pixels)
     }
     ramp[255] = MakePixel(-2147483648.0F, params);
 
-    uint32_t* row = AllocatePixelRow(size);
+    uint32_t* values = AllocatePixelRow(size);
     for (int32_t y = 0; y < size; ++y)
     {
         const double rowTerm = sin(static_cast<double>(static_cast<float>(y) * stepY)) * 63.5;
-        for (int32_t x = 0; x < size; ++x)
+        GetPixelKernels()->plasmaRow(columns, rowTerm, static_cast<size_t>(size), values);
+        uint8_t* out = pixels + static_cast<size_t>(y) * RowBytes(size);
+        // The spare byte of a pixel falls where the next one goes.
+        for (int32_t x = 0; x + 1 < size; ++x)
         {
-            const int32_t v = TruncateToInt(columns[x] + rowTerm);
-            row[x] = ramp[v < 0 ? 255 : v];
+            memcpy(out + 3 * static_cast<size_t>(x), ramp + values[x], 4);
         }
-        StorePixels(row, static_cast<size_t>(size),
-                    pixels + static_cast<size_t>(y) * RowBytes(size));
+        StorePixels(ramp + values[size - 1], 1, out + 3 * static_cast<size_t>(size - 1));
     }
-    free(row);
+    free(values);
     free(columns);
 }
 
@@ -149,13 +178,20 @@ static void FillMazeGrid(uint32_t seed, float fullness, size_t cells, uint8_t* g
 {
     const size_t side = cells + 1;
     const float offset = 2.0F * ClampToUnit(fullness) - 1.0F;
-    memset(grid, 0, side * side);
-    for (size_t i = 0; i < side * side; ++i)
+    uint32_t* seeds = AllocateBlock<uint32_t>(side, "a row of a maze");
+    const SeedJump jump = StartSeedRow(seed, side, seeds);
+    for (size_t row = 0; row < side; ++row)
     {
-        seed = seed * kSeedFactor + kSeedAddend;
-        const float random = static_cast<float>((seed >> 16) & 0x7FFF) * (1.0F / 32768.0F) + offset;
-        grid[i] = TruncateToByte(rintf(ClampToUnit(random)));
+        for (size_t column = 0; column < side; ++column)
+        {
+            const int32_t bits = static_cast<int32_t>((seeds[column] >> 16) & 0x7FFF);
+            const float random = static_cast<float>(bits) * (1.0F / 32768.0F) + offset;
+            // Clamped to 0..1 and rounded, of two equally near ones to the even one: 0.5 gives 0.
+            grid[row * side + column] = random > 0.5F ? 1 : 0;
+            seeds[column] = seeds[column] * jump.factor + jump.addend;
+        }
     }
+    free(seeds);
 
     // The last cell first: the corner is that of cell 0 whichever edge is copied later.
     grid[side * side - 1] = grid[0];
@@ -195,33 +231,90 @@ static constexpr MazeCase kMazeCases[16] = {
     {},                       // all: the plain color
 };
 
-/// Renders the block of one case, side * side pixels as 0x00BBGGRR.
-/// @param ramp   the pixel of each mask value
+/// Renders the block of one case, side * side RGB pixels.
+/// @param ramp    the pixel of each mask value
+/// @param pitch   bytes from row to row of the block
 static void RenderMazeBlock(uint32_t corners, uint32_t sizeIndex, const uint32_t* ramp,
-                            uint32_t* block)
+                            size_t pitch, uint8_t* block)
 {
     const size_t side = static_cast<size_t>(2) << sizeIndex;
+    // Four bytes a pixel: the spare one falls where the next pixel goes, or behind the row.
     if (corners == 0 || corners == 15)
     {
-        for (size_t i = 0; i < side * side; ++i)
+        const uint32_t pixel = corners == 0 ? 0 : ramp[255];
+        for (size_t j = 0; j < side; ++j)
         {
-            block[i] = corners == 0 ? 0 : ramp[255];
+            for (size_t i = 0; i < side; ++i)
+            {
+                memcpy(block + j * pitch + 3 * i, &pixel, 4);
+            }
         }
         return;
     }
 
+    // A walk over the mask: from its start by one step from column to column of the block, and by
+    // another from row to row.
     const MazeCase& rule = kMazeCases[corners];
-    const uint8_t* mask = GetCornerMask(sizeIndex, rule.shape);
+    const ptrdiff_t wide = static_cast<ptrdiff_t>(side);
+    const uint8_t* start = GetCornerMask(sizeIndex, rule.shape);
+    start += rule.mirroredColumn ? wide - 1 : 0;
+    start += rule.mirroredRow ? (wide - 1) * wide : 0;
+    const ptrdiff_t alongColumns = rule.mirroredColumn ? -1 : 1;
+    const ptrdiff_t alongRows = rule.mirroredRow ? -wide : wide;
+    const ptrdiff_t step = rule.swapped ? alongRows : alongColumns;
+    const ptrdiff_t lineStep = rule.swapped ? alongColumns : alongRows;
     for (size_t j = 0; j < side; ++j)
     {
+        const uint8_t* mask = start + static_cast<ptrdiff_t>(j) * lineStep;
+        uint8_t* out = block + j * pitch;
         for (size_t i = 0; i < side; ++i)
         {
-            size_t column = rule.swapped ? j : i;
-            size_t row = rule.swapped ? i : j;
-            column = rule.mirroredColumn ? side - 1 - column : column;
-            row = rule.mirroredRow ? side - 1 - row : row;
-            block[j * side + i] = ramp[mask[row * side + column]];
+            memcpy(out + 3 * i, ramp + *mask, 4);
+            mask += step;
         }
+    }
+}
+
+/// Puts one image row together from a row of each cell's block, in words of eight bytes; what is
+/// too much of a word falls where the next cell goes.
+template <size_t kSide>
+static void CopyShortCells(const uint8_t* const* blocks, size_t offset, size_t cells, uint8_t* out)
+{
+    static constexpr size_t kBytes = kSide * 3;
+    for (size_t cell = 0; cell < cells; ++cell)
+    {
+        const uint8_t* source = blocks[cell] + offset;
+        for (size_t i = 0; i < kBytes; i += 8)
+        {
+            memcpy(out + cell * kBytes + i, source + i, 8);
+        }
+    }
+}
+
+/// Puts one image row together.
+/// @param blocks   each cell's block
+/// @param offset   where the row starts in all of them
+/// @param out      room for cells * side * 3 bytes and 8 more
+static void CopyMazeRow(const uint8_t* const* blocks, size_t offset, size_t cells, size_t side,
+                        uint8_t* out)
+{
+    switch (side)
+    {
+    case 2:
+        CopyShortCells<2>(blocks, offset, cells, out);
+        break;
+    case 4:
+        CopyShortCells<4>(blocks, offset, cells, out);
+        break;
+    case 8:
+        CopyShortCells<8>(blocks, offset, cells, out);
+        break;
+    default:
+        for (size_t cell = 0; cell < cells; ++cell)
+        {
+            memcpy(out + cell * side * 3, blocks[cell] + offset, side * 3);
+        }
+        break;
     }
 }
 
@@ -244,35 +337,42 @@ static void GenerateMaze(const float* params, int32_t size, uint8_t* pixels)
 
     // Cells with the same corners look the same: each case's block is rendered when it first
     // occurs.
-    uint32_t* blocks = AllocateBlock<uint32_t>(16 * side * side, "the cells of a maze");
+    const size_t pitch = side * 3 + 8; // copies of a row take words of eight bytes
+    uint8_t* blocks = AllocateBlock<uint8_t>(16 * side * pitch, "the cells of a maze");
+    memset(blocks, 0, 16 * side * pitch);
     bool rendered[16] = {};
+    const uint8_t** cellBlocks = AllocateBlock<const uint8_t*>(cells, "a row of a maze");
+    const size_t rowBytes = cells * side * 3;
+    uint8_t* row = AllocateBlock<uint8_t>(rowBytes + 8, "a row of a maze");
     for (size_t cellY = 0; cellY < cells; ++cellY)
     {
         const uint8_t* upper = grid + cellY * (cells + 1);
         const uint8_t* lower = upper + cells + 1;
         for (size_t cellX = 0; cellX < cells; ++cellX)
         {
-            const uint32_t corners =
+            uint32_t corners =
                 8U * upper[cellX] + 4U * upper[cellX + 1] + 2U * lower[cellX] + lower[cellX + 1];
             if (corners > 15)
             {
-                printf("WTF?\n"); // corners are 0 or 1, so this is never seen
-                continue;
+                printf("WTF?\n"); // never seen: the grid holds 0 and 1
+                corners = 0;      // black, as layers are allocated
             }
-
-            uint32_t* block = blocks + corners * side * side;
+            uint8_t* block = blocks + corners * side * pitch;
             if (!rendered[corners])
             {
-                RenderMazeBlock(corners, sizeIndex, ramp, block);
+                RenderMazeBlock(corners, sizeIndex, ramp, pitch, block);
                 rendered[corners] = true;
             }
-            uint8_t* out = pixels + cellY * side * RowBytes(size) + cellX * side * 3;
-            for (size_t j = 0; j < side; ++j)
-            {
-                StorePixels(block + j * side, side, out + j * RowBytes(size));
-            }
+            cellBlocks[cellX] = block;
+        }
+        for (size_t j = 0; j < side; ++j)
+        {
+            CopyMazeRow(cellBlocks, j * pitch, cells, side, row);
+            memcpy(pixels + (cellY * side + j) * RowBytes(size), row, rowBytes);
         }
     }
+    free(row);
+    free(cellBlocks);
     free(blocks);
     free(grid);
 }
@@ -360,56 +460,47 @@ static void GenerateBricks(const float* params, int32_t size, uint8_t* pixels)
         offset = size - offset; // above size, as pieces have it; wrapped where it is used
     }
 
-    uint32_t* wallRow = AllocatePixelRow(size);
-    uint32_t* evenRow = AllocatePixelRow(size);
-    uint32_t* oddRow = AllocatePixelRow(size);
+    uint8_t* rows = AllocateBlock<uint8_t>(3 * RowBytes(size), "rows of bricks");
+    uint8_t* wallRow = rows;
+    uint8_t* evenRow = rows + RowBytes(size);
+    uint8_t* oddRow = evenRow + RowBytes(size);
     for (int32_t x = 0; x < size; ++x)
     {
+        const size_t at = 3 * static_cast<size_t>(x);
         const float t = WrapAtPitch(x, columnPitch).rest;
         const bool inMargin = columnMargin > t || columnMargin > columnPitch - t;
-        wallRow[x] = wall;
-        evenRow[x] = inMargin ? wall : brick;
+        StorePixels(&wall, 1, wallRow + at);
+        StorePixels(inMargin ? &wall : &brick, 1, evenRow + at);
     }
-    for (int32_t x = 0; x < size; ++x)
-    {
-        oddRow[x] = evenRow[(x + offset) % size];
-    }
+    const size_t rotated = 3 * static_cast<size_t>(offset % size);
+    memcpy(oddRow, evenRow + rotated, RowBytes(size) - rotated);
+    memcpy(oddRow + RowBytes(size) - rotated, evenRow, rotated);
 
     for (int32_t y = 0; y < size; ++y)
     {
         const Wrapped course = WrapAtPitch(y, rowPitch);
         const bool inMargin = rowMargin > course.rest || rowMargin > rowPitch - course.rest;
-        const uint32_t* brickRow = course.count % 2 == 0 ? evenRow : oddRow;
-        StorePixels(inMargin ? wallRow : brickRow, static_cast<size_t>(size),
-                    pixels + static_cast<size_t>(y) * RowBytes(size));
+        const uint8_t* brickRow = course.count % 2 == 0 ? evenRow : oddRow;
+        memcpy(pixels + static_cast<size_t>(y) * RowBytes(size), inMargin ? wallRow : brickRow,
+               RowBytes(size));
     }
-    free(oddRow);
-    free(evenRow);
-    free(wallRow);
+    free(rows);
 }
 
 static void GenerateNoise(const float* params, int32_t size, uint8_t* pixels)
 {
     const float color[3] = {255.0F * params[0], 255.0F * params[1], 255.0F * params[2]};
 
-    // The generator jumps: a row's worth of its steps is again a factor and an addend, so each
-    // column steps on its own.
+    // Each column steps on its own, a row of steps at a time.
     uint32_t* seeds = AllocatePixelRow(size);
-    uint32_t seed = TruncateToUnsigned(params[3]);
-    uint32_t factor = 1;
-    uint32_t addend = 0;
-    for (int32_t x = 0; x < size; ++x)
-    {
-        seed = seed * kSeedFactor + kSeedAddend;
-        seeds[x] = seed;
-        factor *= kSeedFactor;
-        addend = addend * kSeedFactor + kSeedAddend;
-    }
+    const SeedJump jump =
+        StartSeedRow(TruncateToUnsigned(params[3]), static_cast<size_t>(size), seeds);
 
     uint32_t* row = AllocatePixelRow(size);
     for (int32_t y = 0; y < size; ++y)
     {
-        GetPixelKernels()->noiseRow(seeds, factor, addend, color, static_cast<size_t>(size), row);
+        GetPixelKernels()->noiseRow(seeds, jump.factor, jump.addend, color,
+                                    static_cast<size_t>(size), row);
         StorePixels(row, static_cast<size_t>(size),
                     pixels + static_cast<size_t>(y) * RowBytes(size));
     }

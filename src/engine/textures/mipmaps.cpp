@@ -54,11 +54,13 @@ void FillMipLevel(const uint8_t* source, MipSize level, int32_t components, uint
     const PixelKernels* kernels = GetPixelKernels();
     const auto halveRows = components == 3 ? kernels->halveRows3 : kernels->halveRows4;
     const size_t sourceRow = 2 * width * pixel; // whatever the source's rows really measure
+    uint8_t* space = AllocateBlock<uint8_t>(6 * width, "a mip level");
     for (size_t y = 0; y < height; ++y)
     {
         const uint8_t* upper = source + 2 * y * sourceRow;
-        halveRows(upper, upper + sourceRow, width, out + y * width * pixel);
+        halveRows(upper, upper + sourceRow, width, space, out + y * width * pixel);
     }
+    free(space);
 }
 
 /// Uploads one level. A level below four pixels gets its shorter side as the unpack alignment, 3

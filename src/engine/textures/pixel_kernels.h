@@ -6,11 +6,14 @@
 //
 // Lengths are in bytes, three a pixel, unless said otherwise. Arrays do not overlap, and nothing is
 // written behind the end of an output. "Padded" rows can be read one pixel before their start and
-// one behind their end: the row's last pixel and its first.
+// one behind their end: the row's last pixel and its first. Arrays of floats and whole pixels that
+// loops walk in groups have room for kRowSlack elements behind their end, which hold anything.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+
+inline constexpr size_t kRowSlack = 32;
 
 /// The middle row of a 3x3 neighbourhood and its neighbours, all padded.
 struct ByteRows
@@ -20,7 +23,7 @@ struct ByteRows
     const uint8_t* below;
 };
 
-/// The same as floats.
+/// The same as floats, with slack.
 struct FloatRows
 {
     const float* above;
@@ -31,8 +34,8 @@ struct FloatRows
 /// Ripple's look at one row: where each output pixel samples, and with what weights.
 struct RippleSamples
 {
-    uint32_t* pixel[4]; // numbers of the four pixels: the nearest, right, below, below right
-    float* weight[4];   // their shares
+    uint32_t* pixel[4]; // numbers of the four pixels: the nearest, right, below, below right; slack
+    float* weight[4];   // their shares; slack
 };
 
 /// What a row of Ripple is displaced by.
@@ -41,7 +44,7 @@ struct RippleRow
     int32_t size;               // side of the image, pixels
     float rowNumber;            // y
     float alongX;               // this row's displacement along x, pixels
-    const float* alongY;        // [x], each column's displacement along y
+    const float* alongY;        // [x], each column's displacement along y; slack
     const uint8_t* source;      // the image before, RGB and a byte unused for each pixel
     const RippleSamples* space; // room for size samples
 };
@@ -72,8 +75,10 @@ struct PixelKernels
     // Spatial filters, a row at a time.
     /// @param sums   room for count + 6 numbers
     void (*blurRow)(ByteRows rows, size_t count, uint16_t* sums, uint8_t* out);
-    /// @param kernel   nine small weights, row-major
-    void (*embossRow)(ByteRows rows, size_t count, const int16_t* kernel, uint8_t* out);
+    /// One kernel in four positions: the lower neighbours less the upper ones, those of the side
+    /// less the opposite ones, and the pixel itself; the corner between counts twice.
+    /// @param side   3 for the right, -3 for the left
+    void (*embossRow)(ByteRows rows, size_t count, ptrdiff_t side, uint8_t* out);
     void (*widenRow)(const uint8_t* row, size_t count, float* out);
     /// @param kernel   nine weights, row-major
     void (*convolveRow)(FloatRows rows, size_t count, const float* kernel, uint8_t* out);
@@ -82,20 +87,28 @@ struct PixelKernels
     void (*rippleRow)(const RippleRow* row, uint8_t* out);
 
     // Generators.
+    /// Sums of 0 to 254 cut to integers; a sum that is no number gives 255.
+    /// @param columns   the sums' part of each column, count of them; slack
+    /// @param values    count numbers; slack
+    void (*plasmaRow)(const double* columns, double rowTerm, size_t count, uint32_t* values);
     /// The pixels at distance sqrt(x * x + y * y) for x from 0 to count - 1.
-    /// @param out   count pixels, 0x00BBGGRR
+    /// @param out   count pixels, 0x00BBGGRR; slack
     void (*radialRow)(const RadialRamp* ramp, int32_t y, size_t count, uint32_t* out);
     /// One pixel for each seed; then every seed becomes seed * factor + addend.
     /// @param color   three channels, already times 255
-    /// @param out     count pixels, 0x00BBGGRR
+    /// @param seeds   slack
+    /// @param out     count pixels, 0x00BBGGRR; slack
     void (*noiseRow)(uint32_t* seeds, uint32_t factor, uint32_t addend, const float* color,
                      size_t count, uint32_t* out);
 
     // Mip chain: one row of half the width out of two rows, each channel the truncated mean of
     // four.
-    /// @param width   pixels of the output
-    void (*halveRows3)(const uint8_t* upper, const uint8_t* lower, size_t width, uint8_t* out);
-    void (*halveRows4)(const uint8_t* upper, const uint8_t* lower, size_t width, uint8_t* out);
+    /// @param width   pixels of the output, 1 or more
+    /// @param space   room for width * 6 bytes
+    void (*halveRows3)(const uint8_t* upper, const uint8_t* lower, size_t width, uint8_t* space,
+                       uint8_t* out);
+    void (*halveRows4)(const uint8_t* upper, const uint8_t* lower, size_t width, uint8_t* space,
+                       uint8_t* out);
 };
 
 /// The form in use; the best that this processor can run until SetPixelKernels says otherwise.

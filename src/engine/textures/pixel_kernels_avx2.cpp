@@ -3,14 +3,19 @@
 // and the linker might hand those to the rest of the program.
 #include "engine/textures/pixel_kernels.h"
 
-#include <cmath>
 #include <cstring>
-#include <emmintrin.h>
+#include <immintrin.h>
 
-#include "engine/data/numeric.h"
-
-#define KERNEL_TARGET [[gnu::target("avx2")]]
-#define KERNEL_TABLE Avx2PixelKernels
+#define KERNEL [[gnu::target("avx2")]] static
+#define KERNEL_HELPER [[gnu::target("avx2")]] [[gnu::always_inline]] static inline
 #define KERNEL_NAME "avx2"
 
+namespace
+{
+#include "engine/textures/pixel_vectors_avx2.inc"
+
 #include "engine/textures/pixel_kernels.inc"
+} // namespace
+
+extern const PixelKernels Avx2PixelKernels;
+const PixelKernels Avx2PixelKernels = kTable;

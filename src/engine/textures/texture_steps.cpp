@@ -68,14 +68,15 @@ static void Ripple(const float* params, int32_t size, uint8_t* pixels)
     uint8_t* before = AllocateBlock<uint8_t>(count * count * 4, "an image to ripple");
     kernels->spreadPixels(pixels, count * count, before);
 
-    // One block for the displacements of the columns and for the samples of a row.
-    float* space = AllocateBlock<float>(count * 9, "a rippled row");
-    uint32_t* numbers = reinterpret_cast<uint32_t*>(space + 5 * count);
+    const size_t room = count + kRowSlack;
+    float* space = AllocateBlock<float>(room * 5, "a rippled row");
+    uint32_t* numbers = AllocateBlock<uint32_t>(room * 4, "a rippled row");
     const RippleSamples samples = {
-        {numbers, numbers + count, numbers + 2 * count, numbers + 3 * count},
-        {space + count, space + 2 * count, space + 3 * count, space + 4 * count},
+        {numbers, numbers + room, numbers + 2 * room, numbers + 3 * room},
+        {space + room, space + 2 * room, space + 3 * room, space + 4 * room},
     };
     float* alongY = space;
+    memset(alongY, 0, room * sizeof(float));
     for (int32_t x = 0; x < size; ++x)
     {
         alongY[x] = RippleDisplacement(x, side, wavesAlongY, params[1]);
@@ -88,6 +89,7 @@ static void Ripple(const float* params, int32_t size, uint8_t* pixels)
         row.alongX = RippleDisplacement(y, side, wavesAlongX, params[0]);
         kernels->rippleRow(&row, pixels + static_cast<size_t>(y) * RowBytes(size));
     }
+    free(numbers);
     free(space);
     free(before);
 }
@@ -101,8 +103,9 @@ template <typename Element, typename Load, typename Filter>
 static void FilterRows(int32_t size, uint8_t* pixels, Load load, Filter filter)
 {
     const size_t count = RowBytes(size);
-    const size_t padded = count + 6;
+    const size_t padded = count + 6 + kRowSlack;
     Element* copies = AllocateBlock<Element>(4 * padded, "rows to filter");
+    memset(copies, 0, 4 * padded * sizeof(Element));
     const auto loadPadded = [&](int32_t y, Element* copy)
     {
         load(pixels + static_cast<size_t>(y) * count, count, copy + 3);
@@ -155,23 +158,29 @@ static void Blur(int32_t size, uint8_t* pixels)
     free(sums);
 }
 
-static constexpr int16_t kEmbossKernels[4][9] = {
-    {-2, -1, 0, -1, 1, 1, 0, 1, 2},
-    {0, -1, -2, 1, 1, -1, 2, 1, 0},
-    {2, 1, 0, 1, 1, -1, 0, -1, -2},
-    {0, 1, 2, -1, 1, 1, -2, -1, 0},
-};
-
+// The kernels of the four directions:
+//
+//   1  -2 -1  0     2   0 -1 -2     3   2  1  0     4   0  1  2
+//      -1  1  1         1  1 -1         1  1 -1        -1  1  1
+//       0  1  2         2  1  0         0 -1 -2        -2 -1  0
+//
+// They are one kernel, mirrored: 2 and 3 have the left where 1 and 4 have the right, 3 and 4 the
+// row above where 1 and 2 have the one below.
 static void Emboss(const float* params, int32_t size, uint8_t* pixels)
 {
     const PixelKernels* kernels = GetPixelKernels();
-    const int32_t direction = TruncateToInt(params[0]);
-    const int16_t* kernel = kEmbossKernels[direction < 1 ? 0 : (direction > 4 ? 3 : direction - 1)];
-    FilterRows<uint8_t>(size, pixels, CopyRow,
-                        [&](const uint8_t* above, const uint8_t* row, const uint8_t* below,
-                            size_t count, uint8_t* out) {
-                            kernels->embossRow({above, row, below}, count, kernel, out);
-                        });
+    const int32_t given = TruncateToInt(params[0]);
+    const int32_t direction = given < 1 ? 1 : (given > 4 ? 4 : given);
+    const ptrdiff_t side = direction == 1 || direction == 4 ? 3 : -3;
+    const bool upsideDown = direction >= 3;
+    FilterRows<uint8_t>(
+        size, pixels, CopyRow,
+        [&](const uint8_t* above, const uint8_t* row, const uint8_t* below, size_t count,
+            uint8_t* out)
+        {
+            const ByteRows rows = {upsideDown ? below : above, row, upsideDown ? above : below};
+            kernels->embossRow(rows, count, side, out);
+        });
 }
 
 static void Convolve(const float* params, int32_t size, uint8_t* pixels)

@@ -246,7 +246,7 @@ static void Maze(const float* params, int size, uint8_t* pixels)
     }
     const auto at = [&](int row, int column) -> uint8_t&
     {
-        return grid[static_cast<size_t>(row * (n + 1) + column)];
+        return grid.data()[row * (n + 1) + column];
     };
     at(n, n) = at(0, 0);
     for (int i = 0; i <= n; ++i)
@@ -316,17 +316,16 @@ static void Bricks(const float* params, int size, uint8_t* pixels)
         const bool isWall = static_cast<float>(mv) > t || static_cast<float>(mv) > rest;
         for (int channel = 0; channel < 3; ++channel)
         {
-            const size_t i = static_cast<size_t>(3 * x + channel);
-            wallRow[i] = TruncateToByte(wall[channel] * 255.0F);
-            rowA[i] = TruncateToByte((isWall ? wall : brick)[channel] * 255.0F);
+            const int i = 3 * x + channel;
+            wallRow.data()[i] = TruncateToByte(wall[channel] * 255.0F);
+            rowA.data()[i] = TruncateToByte((isWall ? wall : brick)[channel] * 255.0F);
         }
     }
     for (int x = 0; x < size; ++x)
     {
         for (int channel = 0; channel < 3; ++channel)
         {
-            rowB[static_cast<size_t>(3 * x + channel)] =
-                rowA[static_cast<size_t>(3 * ((x + o) % size) + channel)];
+            rowB.data()[3 * x + channel] = rowA.data()[3 * ((x + o) % size) + channel];
         }
     }
     for (int y = 0; y < size; ++y)
@@ -647,14 +646,16 @@ void PlainMipChain(int width, int height, const uint8_t* pixels, int components,
                    void (*take)(void* user, int width, int height, const uint8_t* pixels),
                    void* user)
 {
-    const size_t bytes = static_cast<size_t>(width * height * components);
+    const size_t pixel = static_cast<size_t>(components);
+    const size_t bytes = static_cast<size_t>(width) * static_cast<size_t>(height) * pixel;
     uint8_t* work = static_cast<uint8_t*>(malloc(bytes));
     memcpy(work, pixels, bytes);
     int w = width / 2;
     int h = height / 2;
     while (true)
     {
-        uint8_t* block = static_cast<uint8_t*>(malloc(static_cast<size_t>(w * h * components)));
+        uint8_t* block =
+            static_cast<uint8_t*>(malloc(static_cast<size_t>(w) * static_cast<size_t>(h) * pixel));
         if (w == 1 || h == 1)
         {
             const int count = w == 1 ? h : w;

@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
@@ -494,7 +493,10 @@ TEST_F(LayerGenerator, RandomParametersTakeOneRandForEachEntry)
         {
             expected[6] = 2.0F * (static_cast<float>(rand()) * kUnit) + 1.0F;
         }
-        EXPECT_EQ(memcmp(layer.params, expected, sizeof(expected)), 0) << type;
+        for (size_t i = 0; i < kLayerParams; ++i)
+        {
+            EXPECT_EQ(layer.params[i], expected[i]) << type << ", " << i;
+        }
     }
 }
 

@@ -49,7 +49,11 @@ static Bytes NumberedImage(int32_t size)
 static Bytes Step(int32_t type, std::vector<float> params, Bytes image, Bytes layer = {})
 {
     params.resize(9, 1.0F);
-    const int32_t size = static_cast<int32_t>(lround(sqrt(static_cast<double>(image.size() / 3))));
+    int32_t size = 1;
+    while (ImageBytes(size) < image.size())
+    {
+        ++size;
+    }
     ApplyTextureStep(type, params.data(), layer.empty() ? nullptr : layer.data(), size,
                      image.data());
     return image;
