@@ -29,8 +29,19 @@ struct MatrixStack
 
 struct Buffer
 {
-    std::vector<uint8_t> bytes;
+    std::vector<uint8_t> bytes; // empty if it was filled while muted
+    size_t size;
     bool mapped;
+};
+
+/// An array of floats that drawing takes vertices from.
+struct ClientArray
+{
+    bool enabled;
+    GLint floats; // of a vertex
+    GLsizei stride;
+    GLuint buffer;
+    const void* pointer;
 };
 
 struct Label
@@ -66,6 +77,12 @@ struct Context
     GLuint unpackBuffer = 0;
     GLuint nextBuffer = 1;
     std::map<GLuint, Buffer> buffers;
+
+    uint32_t clientUnit = 0;
+    ClientArray vertices = {};
+    ClientArray normals = {};
+    ClientArray texCoords[kUnits] = {};
+    uint8_t bytesRead = 0; // all together, so that no read is for nothing
 
     GlExtensions offer = {true, true, true, true, true};
 
@@ -703,13 +720,11 @@ void StoreBufferData(GLenum target, GLsizeiptr size, const void* data)
         return;
     }
     size_t bytes = static_cast<size_t>(size);
+    buffer->size = bytes;
     buffer->mapped = false;
     if (gl.muted)
     {
-        if (data == nullptr)
-        {
-            buffer->bytes.resize(bytes); // for the mapping that is to come
-        }
+        buffer->bytes.resize(data == nullptr ? bytes : 0); // for the mapping that is to come
         return;
     }
     // A block of exactly this size: a sanitizer sees writes behind its end.
@@ -719,6 +734,122 @@ void StoreBufferData(GLenum target, GLsizeiptr size, const void* data)
         memcpy(fresh.data(), data, bytes);
     }
     buffer->bytes.swap(fresh);
+}
+
+// Vertices.
+
+/// @return null for an array that the engine does not use
+ClientArray* FindClientArray(GLenum array)
+{
+    switch (array)
+    {
+    case GL_VERTEX_ARRAY:
+        return &gl.vertices;
+    case GL_NORMAL_ARRAY:
+        return &gl.normals;
+    case GL_TEXTURE_COORD_ARRAY:
+        return &gl.texCoords[gl.clientUnit];
+    default:
+        return nullptr;
+    }
+}
+
+void EnableClientArray(GLenum name, bool enabled)
+{
+    ClientArray* array = FindClientArray(name);
+    if (array != nullptr)
+    {
+        array->enabled = enabled;
+    }
+}
+
+void PointClientArray(GLenum name, GLint floats, GLenum type, GLsizei stride, const void* pointer)
+{
+    if (type != GL_FLOAT || stride < 0)
+    {
+        Refuse(); // the stand-in knows no other
+        return;
+    }
+    ClientArray* array = FindClientArray(name);
+    array->floats = floats;
+    array->stride = stride;
+    array->buffer = gl.arrayBuffer;
+    array->pointer = pointer;
+}
+
+/// Looks for a range of bytes in a buffer or, for buffer 0, in memory.
+/// @param pointer   an offset if there is a buffer
+/// @param bytes     receives where they lie; null if they are known to be there and nothing more
+/// @return false if they are not there
+bool FindDrawnBytes(GLuint buffer, const void* pointer, size_t size, const uint8_t** bytes)
+{
+    if (buffer == 0)
+    {
+        *bytes = static_cast<const uint8_t*>(pointer);
+        return pointer != nullptr;
+    }
+
+    auto found = gl.buffers.find(buffer);
+    uintptr_t offset = reinterpret_cast<uintptr_t>(pointer);
+    if (found == gl.buffers.end() || found->second.mapped || offset > found->second.size ||
+        size > found->second.size - offset)
+    {
+        return false;
+    }
+    *bytes = found->second.bytes.empty() ? nullptr : found->second.bytes.data() + offset;
+    return true;
+}
+
+/// Reads the vertices of an array from the first to the `last`.
+/// @return false if they are not there
+bool ReadClientArray(const ClientArray& array, uint32_t last)
+{
+    size_t vertex = static_cast<size_t>(array.floats) * sizeof(float);
+    size_t step = array.stride == 0 ? vertex : static_cast<size_t>(array.stride);
+    size_t size = last * step + vertex;
+    const uint8_t* bytes = nullptr;
+    if (!FindDrawnBytes(array.buffer, array.pointer, size, &bytes))
+    {
+        return false;
+    }
+    for (size_t i = 0; bytes != nullptr && i < size; ++i)
+    {
+        gl.bytesRead = static_cast<uint8_t>(gl.bytesRead + bytes[i]);
+    }
+    return true;
+}
+
+/// Reads all that a draw reads.
+/// @return false if something of it is not there
+bool ReadDrawnArrays(size_t count, const void* indices)
+{
+    const uint8_t* bytes = nullptr;
+    if (!FindDrawnBytes(gl.elementBuffer, indices, count * sizeof(uint32_t), &bytes))
+    {
+        return false;
+    }
+    if (bytes == nullptr)
+    {
+        return true;
+    }
+    uint32_t last = 0;
+    for (size_t i = 0; i < count; ++i)
+    {
+        uint32_t index;
+        memcpy(&index, bytes + i * sizeof index, sizeof index);
+        last = index > last ? index : last;
+    }
+
+    bool whole = true;
+    for (const ClientArray* array : {&gl.vertices, &gl.normals})
+    {
+        whole = (!array->enabled || ReadClientArray(*array, last)) && whole;
+    }
+    for (const ClientArray& array : gl.texCoords)
+    {
+        whole = (!array.enabled || ReadClientArray(array, last)) && whole;
+    }
+    return whole;
 }
 
 } // namespace
@@ -837,11 +968,13 @@ void GLAPIENTRY glDisable(GLenum cap)
 void GLAPIENTRY glEnableClientState(GLenum array)
 {
     Record("EnableClientState", Enum{array});
+    EnableClientArray(array, true);
 }
 
 void GLAPIENTRY glDisableClientState(GLenum array)
 {
     Record("DisableClientState", Enum{array});
+    EnableClientArray(array, false);
 }
 
 void GLAPIENTRY glPolygonMode(GLenum face, GLenum mode)
@@ -924,21 +1057,33 @@ void GLAPIENTRY glFogfv(GLenum pname, const GLfloat* params)
 void GLAPIENTRY glVertexPointer(GLint size, GLenum type, GLsizei stride, const void* pointer)
 {
     Record("VertexPointer", size, Enum{type}, stride, pointer);
+    PointClientArray(GL_VERTEX_ARRAY, size, type, stride, pointer);
 }
 
 void GLAPIENTRY glNormalPointer(GLenum type, GLsizei stride, const void* pointer)
 {
     Record("NormalPointer", Enum{type}, stride, pointer);
+    PointClientArray(GL_NORMAL_ARRAY, 3, type, stride, pointer);
 }
 
 void GLAPIENTRY glTexCoordPointer(GLint size, GLenum type, GLsizei stride, const void* pointer)
 {
     Record("TexCoordPointer", size, Enum{type}, stride, pointer);
+    PointClientArray(GL_TEXTURE_COORD_ARRAY, size, type, stride, pointer);
 }
 
 void GLAPIENTRY glDrawElements(GLenum mode, GLsizei count, GLenum type, const void* indices)
 {
     Record("DrawElements", Primitive{mode}, count, Enum{type}, indices);
+    if (gl.muted || count == 0)
+    {
+        return;
+    }
+    if (count < 0 || type != GL_UNSIGNED_INT ||
+        !ReadDrawnArrays(static_cast<size_t>(count), indices))
+    {
+        Refuse();
+    }
 }
 
 // Matrices.
@@ -1247,6 +1392,12 @@ static void GLAPIENTRY ActiveTextureARB(GLenum texture)
 static void GLAPIENTRY ClientActiveTextureARB(GLenum texture)
 {
     Record("ClientActiveTextureARB", Enum{texture});
+    if (texture < GL_TEXTURE0 || texture >= GL_TEXTURE0 + kUnits)
+    {
+        Refuse();
+        return;
+    }
+    gl.clientUnit = texture - GL_TEXTURE0;
 }
 
 static void GLAPIENTRY GenBuffers(GLsizei n, GLuint* buffers)

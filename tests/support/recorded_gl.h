@@ -30,11 +30,14 @@
 // name is never handed out twice between two calls of ResetGl.
 //
 // State. Kept as OpenGL would: the matrix stacks, the selected unit and its bound texture, the
-// images of textures, buffer bindings and the contents of buffers, the unpack alignment. Of memory
-// that it is handed the stand-in reads exactly the bytes that a driver reads, the padding of rows
-// to the unpack alignment included, so that a sanitizer sees a caller that hands over too little. A
-// call that OpenGL refuses is recorded, changes nothing and raises GlRefusedCalls.
-// glCopyTexSubImage2D is only recorded: there is no framebuffer to copy from.
+// images of textures, buffer bindings and the contents of buffers, the unpack alignment, the client
+// arrays. Of memory that it is handed the stand-in reads exactly the bytes that a driver reads, so
+// that a sanitizer sees a caller that hands over too little: of an upload the pixels and the
+// padding of rows to the unpack alignment, of a draw the indices and each enabled array up to the
+// highest of them. A call that OpenGL refuses is recorded, changes nothing and raises
+// GlRefusedCalls; so is a draw that reads past the end of a buffer or where there is no array,
+// which a driver may not survive. glCopyTexSubImage2D is only recorded: there is no framebuffer to
+// copy from.
 //
 // Main thread only.
 #pragma once
@@ -62,15 +65,17 @@ void ResetGl();
 /// @param bytes   addresses from pointer up to pointer + bytes - 1 are the label and an offset
 void NameGlPointer(const void* pointer, const char* name, size_t bytes = 1);
 
-/// While muted nothing is written down and no image or array is kept: a null OpenGL to measure the
-/// engine's own time with. It allocates for new names of buffers and for stores to be mapped, and
-/// for nothing else. Matrices stay right.
+/// While muted nothing is written down, no image or array is kept and none is read: a null OpenGL
+/// to measure the engine's own time with. It allocates for new names of buffers and for stores to
+/// be mapped, and for nothing else. Matrices stay right. Of buffers that were filled while muted
+/// later draws check the size alone.
 void MuteGl(bool muted);
 
 /// Calls since ResetGl, muted ones included.
 uint64_t GlCallCount();
 
-/// Calls since ResetGl that OpenGL would have refused with an error. Not counted while muted.
+/// Calls since ResetGl that OpenGL would have refused with an error, and draws of what is not
+/// there. Not counted while muted.
 uint64_t GlRefusedCalls();
 
 /// @return what glBufferData* put into a buffer, as a mapping may have changed it since; bytes that

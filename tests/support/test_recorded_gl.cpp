@@ -5,6 +5,8 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <limits>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include "support/gl_state.h"
 
@@ -309,6 +311,121 @@ TEST_F(RecordedGl, StacksHaveABottomAndATop)
     glPushMatrix();
     EXPECT_EQ(GlRefusedCalls(), 2u);
     EXPECT_EQ(GlModelviewDepth(), 32u);
+}
+
+/// A new buffer of so many bytes, bound to a target.
+static GLuint AddBuffer(GLenum target, size_t size, const void* bytes)
+{
+    GLuint buffer;
+    glGenBuffers(1, &buffer);
+    glBindBuffer(target, buffer);
+    glBufferData(target, static_cast<GLsizeiptr>(size), bytes, GL_STATIC_DRAW);
+    return buffer;
+}
+
+/// Whether OpenGL would take a draw of so many indices from the bound element buffer.
+static bool Draws(GLsizei count, uintptr_t offset = 0)
+{
+    const uint64_t before = GlRefusedCalls();
+    glDrawElements(GL_TRIANGLES, count, GL_UNSIGNED_INT, std::bit_cast<const void*>(offset));
+    return GlRefusedCalls() == before;
+}
+
+static const float kTwelveFloats[12] = {};
+
+TEST_F(RecordedGl, ADrawReadsBuffersUpToTheHighestIndexAndNotFurther)
+{
+    const uint32_t indices[6] = {0, 1, 2, 0, 1, 3};
+    AddBuffer(GL_ELEMENT_ARRAY_BUFFER, sizeof indices, indices);
+    AddBuffer(GL_ARRAY_BUFFER, 9 * sizeof(float), kTwelveFloats); // three vertices
+    glVertexPointer(3, GL_FLOAT, 0, nullptr);
+    EXPECT_TRUE(Draws(6)); // the array is off
+    glEnableClientState(GL_VERTEX_ARRAY);
+    EXPECT_TRUE(Draws(3));
+    EXPECT_FALSE(Draws(6)); // vertex 3 of three
+    EXPECT_FALSE(Draws(3, 12));
+    EXPECT_FALSE(Draws(7)); // indices that there are none of
+    EXPECT_FALSE(Draws(3, 24));
+    EXPECT_TRUE(Draws(0, 24));
+
+    const GLuint normals = AddBuffer(GL_ARRAY_BUFFER, 12 * sizeof(float), kTwelveFloats);
+    glVertexPointer(3, GL_FLOAT, 0, nullptr);
+    EXPECT_TRUE(Draws(6));
+    glEnableClientState(GL_NORMAL_ARRAY);
+    EXPECT_FALSE(Draws(3)); // on, but pointing nowhere
+    glNormalPointer(GL_FLOAT, 0, nullptr);
+    EXPECT_TRUE(Draws(6));
+    glDeleteBuffersARB(1, &normals);
+    EXPECT_FALSE(Draws(3));
+    EXPECT_EQ(GlRefusedCalls(), 6u);
+}
+
+TEST_F(RecordedGl, EachClientUnitHasItsCoordinates)
+{
+    const uint32_t indices[3] = {0, 1, 5};
+    AddBuffer(GL_ELEMENT_ARRAY_BUFFER, sizeof indices, indices);
+    AddBuffer(GL_ARRAY_BUFFER, 12 * sizeof(float), kTwelveFloats); // six vertices
+    glTexCoordPointer(2, GL_FLOAT, 0, nullptr);
+    glEnableClientState(GL_TEXTURE_COORD_ARRAY);
+    glClientActiveTextureARB(GL_TEXTURE1);
+    glTexCoordPointer(2, GL_FLOAT, 4, nullptr);
+    EXPECT_TRUE(Draws(3));
+    AddBuffer(GL_ARRAY_BUFFER, 11 * sizeof(float), kTwelveFloats);
+    glTexCoordPointer(2, GL_FLOAT, 0, nullptr);
+    EXPECT_TRUE(Draws(3)); // unit 1 is off
+    glEnableClientState(GL_TEXTURE_COORD_ARRAY);
+    EXPECT_FALSE(Draws(3));
+    glTexCoordPointer(2, GL_FLOAT, 4, nullptr); // from one float to the next
+    EXPECT_TRUE(Draws(3));
+    glDisableClientState(GL_TEXTURE_COORD_ARRAY);
+    glClientActiveTextureARB(GL_TEXTURE0);
+    glTexCoordPointer(2, GL_FLOAT, 0, nullptr);
+    EXPECT_FALSE(Draws(3));
+}
+
+TEST_F(RecordedGl, OfBuffersThatWereFilledWhileMutedTheSizeCounts)
+{
+    const uint32_t indices[3] = {0, 1, 2};
+    MuteGl(true);
+    AddBuffer(GL_ELEMENT_ARRAY_BUFFER, sizeof indices, indices);
+    MuteGl(false);
+    EXPECT_TRUE(Draws(3));
+    EXPECT_FALSE(Draws(4));
+
+    AddBuffer(GL_ELEMENT_ARRAY_BUFFER, sizeof indices, indices);
+    MuteGl(true);
+    AddBuffer(GL_ARRAY_BUFFER, 9 * sizeof(float), kTwelveFloats);
+    MuteGl(false);
+    glEnableClientState(GL_VERTEX_ARRAY);
+    glVertexPointer(3, GL_FLOAT, 0, nullptr);
+    EXPECT_TRUE(Draws(3));
+    glVertexPointer(3, GL_FLOAT, 0, std::bit_cast<const void*>(uintptr_t{12}));
+    EXPECT_FALSE(Draws(3));
+}
+
+TEST_F(RecordedGl, ADrawReadsMemoryUpToTheHighestIndexAndNotFurther)
+{
+    // A page, and behind it one that nobody may read.
+    const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    uint8_t* memory = static_cast<uint8_t*>(
+        mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    ASSERT_NE(memory, MAP_FAILED);
+    ASSERT_EQ(mprotect(memory + page, page, PROT_NONE), 0);
+    const uint8_t* end = memory + page;
+
+    const uint32_t indices[3] = {0, 1, 2};
+    glEnableClientState(GL_VERTEX_ARRAY);
+    glVertexPointer(3, GL_FLOAT, 0, end - 36);
+    glDrawElements(GL_TRIANGLES, 3, GL_UNSIGNED_INT, indices);
+    glDrawElements(GL_TRIANGLES, 3, GL_UNSIGNED_INT, end - 12); // zeros
+    EXPECT_EQ(GlRefusedCalls(), 0u);
+    EXPECT_DEATH(glDrawElements(GL_TRIANGLES, 3, GL_UNSIGNED_INT, end - 8), "");
+    glVertexPointer(3, GL_FLOAT, 0, end - 32);
+    EXPECT_DEATH(glDrawElements(GL_TRIANGLES, 3, GL_UNSIGNED_INT, indices), "");
+    glVertexPointer(3, GL_FLOAT, 0, nullptr);
+    glDrawElements(GL_TRIANGLES, 3, GL_UNSIGNED_INT, indices);
+    EXPECT_EQ(GlRefusedCalls(), 1u);
+    munmap(memory, 2 * page);
 }
 
 TEST_F(RecordedGl, MutedItOnlyCounts)

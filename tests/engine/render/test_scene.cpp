@@ -11,6 +11,7 @@
 #include "engine/render/material_stand_in.h"
 #include "support/piece_tables.h"
 #include "support/recorded_gl.h"
+#include "support/scene_builder.h"
 
 // Reading.
 
@@ -254,16 +255,6 @@ TEST_F(SceneReaderDeathTest, AMissingAttributeEndsTheProgram)
 
 // Drawing.
 
-/// The arrays of one mesh of 3 vertices and 3 indices.
-struct Triangle
-{
-    float vertices[9] = {0, 0, 0, 1, 0, 0, 0, 1, 0};
-    float texCoords1[6] = {0, 0, 1, 0, 0, 1};
-    float texCoords2[6] = {0, 0, 2, 0, 0, 2};
-    float normals[9] = {0, 0, 1, 0, 0, 1, 0, 0, 1};
-    uint32_t indices[3] = {0, 1, 2};
-};
-
 class SceneTest : public testing::Test
 {
   protected:
@@ -274,8 +265,8 @@ class SceneTest : public testing::Test
         tables = MakePieceTables();
         scene = AddRecord<Scene>(tables.scenes);
         CurrentPlace = {"demo.xmlz", 9, 1, 0};
-        NamePointers(triangle, "model");
-        NamePointers(grid, "grid");
+        NameMeshArrays(triangle, "model");
+        NameMeshArrays(grid, "grid");
     }
 
     void TearDown() override
@@ -284,36 +275,10 @@ class SceneTest : public testing::Test
         CurrentPlace = {nullptr, kNoSection, 0, 0};
     }
 
-    static void NamePointers(const Triangle& mesh, const std::string& name)
+    /// Model 1, a triangle with buffers 1 to 5.
+    ModelData* AddTriangle(uint8_t sets = 1)
     {
-        NameGlPointer(mesh.vertices, (name + ".vertices").c_str());
-        NameGlPointer(mesh.normals, (name + ".normals").c_str());
-        NameGlPointer(mesh.indices, (name + ".indices").c_str());
-    }
-
-    static Mesh MakeMesh(Triangle* arrays, uint8_t sets)
-    {
-        return {3,
-                3,
-                arrays->vertices,
-                arrays->texCoords1,
-                sets == 2 ? arrays->texCoords2 : nullptr,
-                sets,
-                arrays->normals,
-                arrays->indices};
-    }
-
-    /// Model 1, with buffers 11 to 15.
-    ModelData* AddModel(uint8_t sets = 1)
-    {
-        ModelData* model = AddRecord<ModelData>(tables.models);
-        model->mesh = MakeMesh(&triangle, sets);
-        model->vertexBuffer = 11;
-        model->texCoordBuffer1 = 12;
-        model->texCoordBuffer2 = 13;
-        model->normalBuffer = 14;
-        model->indexBuffer = 15;
-        return model;
+        return AddModel(&tables, &triangle, sets);
     }
 
     /// A generated mesh of a type that nothing moves.
@@ -328,15 +293,7 @@ class SceneTest : public testing::Test
     /// An object at the origin, in material 5.
     uint32_t AddObject(uint8_t kind, uint32_t id)
     {
-        const uint32_t n = scene->objectCount;
-        scene->objectCount += 1;
-        scene->objectKind[n] = kind;
-        scene->objectId[n] = id;
-        scene->materialId[n] = 5;
-        scene->scaleX.slot[n] = FloatSlot(1.0f);
-        scene->scaleY.slot[n] = FloatSlot(1.0f);
-        scene->scaleZ.slot[n] = FloatSlot(1.0f);
-        return n;
+        return ::AddObject(scene, kind, id, 5);
     }
 
     Manipulator* AddManipulator(uint32_t n, int32_t type, std::initializer_list<float> params)
@@ -380,8 +337,8 @@ class SceneTest : public testing::Test
 
     PieceTables tables = {};
     Scene* scene = nullptr;
-    Triangle triangle;
-    Triangle grid;
+    MeshArrays triangle = MakeMeshArrays(3);
+    MeshArrays grid = MakeMeshArrays(3);
 };
 
 using SceneDeathTest = SceneTest;
@@ -397,7 +354,7 @@ TEST_F(SceneTest, AnEmptySceneCallsNothing)
 
 TEST_F(SceneTest, AModelIsDrawnFromClientMemoryWithoutBuffers)
 {
-    AddModel();
+    AddTriangle();
     const uint32_t n = AddObject(kObjectModel, 1);
     scene->positionX.slot[n] = FloatSlot(1.0f);
     scene->positionY.slot[n] = FloatSlot(2.0f);
@@ -435,12 +392,12 @@ static const char* const kInstanceAtOrigin = "PushMatrix\n"
 static const std::string kBufferedModel =
     std::string("EnableClientState NORMAL_ARRAY\n"
                 "EnableClientState VERTEX_ARRAY\n"
-                "BindBufferARB ARRAY_BUFFER 11\n"
+                "BindBufferARB ARRAY_BUFFER 1\n"
                 "VertexPointer 3 FLOAT 0 0\n"
-                "BindBufferARB ARRAY_BUFFER 14\n"
+                "BindBufferARB ARRAY_BUFFER 4\n"
                 "NormalPointer FLOAT 0 0\n"
                 "SetMaterial 5 at 7 vbo 1 pbo 0 dot3 1 heading 45\n"
-                "BindBufferARB ELEMENT_ARRAY_BUFFER 15\n") +
+                "BindBufferARB ELEMENT_ARRAY_BUFFER 5\n") +
     kInstanceAtOrigin +
     "DrawElements TRIANGLES 3 UNSIGNED_INT 0\n"
     "PopMatrix\n"
@@ -462,14 +419,14 @@ static const std::string kDrawnGrid = std::string("EnableClientState NORMAL_ARRA
 
 TEST_F(SceneTest, AModelIsDrawnFromItsBuffersWhereTheyAreInUse)
 {
-    AddModel();
+    AddTriangle();
     AddObject(kObjectModel, 1);
     EXPECT_EQ(Draw(7, 1), kBufferedModel);
 }
 
 TEST_F(SceneTest, AGeneratedMeshBehindABufferedModelFindsBothBindingsCleared)
 {
-    AddModel();
+    AddTriangle();
     AddGenMesh();
     AddObject(kObjectModel, 1);
     AddObject(kObjectGenMesh, 1);
@@ -511,33 +468,33 @@ TEST_F(SceneTest, AMissingMeshOrAnUnknownKindSkipsTheObjectAndNoOther)
 
 TEST_F(SceneTest, BothUnitsGetTheSameCoordinatesFromAMeshWithOneSet)
 {
-    AddModel(1);
+    AddTriangle(1);
     AddObject(kObjectModel, 1);
     Draw(0, 0);
     Draw(0, 1);
     ASSERT_EQ(texCoordsSeen.size(), 2u);
-    EXPECT_EQ(texCoordsSeen[0].texcoord0Array, triangle.texCoords1);
-    EXPECT_EQ(texCoordsSeen[0].texcoord1Array, triangle.texCoords1);
-    EXPECT_EQ(texCoordsSeen[1].texcoord0Buffer, 12u);
-    EXPECT_EQ(texCoordsSeen[1].texcoord1Buffer, 12u);
+    EXPECT_EQ(texCoordsSeen[0].texcoord0Array, triangle.texCoords1.data());
+    EXPECT_EQ(texCoordsSeen[0].texcoord1Array, triangle.texCoords1.data());
+    EXPECT_EQ(texCoordsSeen[1].texcoord0Buffer, 2u);
+    EXPECT_EQ(texCoordsSeen[1].texcoord1Buffer, 2u);
 }
 
 TEST_F(SceneTest, TheSecondUnitGetsTheSecondSetOfAMeshWithTwo)
 {
-    AddModel(2);
+    AddTriangle(2);
     AddObject(kObjectModel, 1);
     Draw(0, 0);
     Draw(0, 1);
     ASSERT_EQ(texCoordsSeen.size(), 2u);
-    EXPECT_EQ(texCoordsSeen[0].texcoord0Array, triangle.texCoords1);
-    EXPECT_EQ(texCoordsSeen[0].texcoord1Array, triangle.texCoords2);
-    EXPECT_EQ(texCoordsSeen[1].texcoord0Buffer, 12u);
-    EXPECT_EQ(texCoordsSeen[1].texcoord1Buffer, 13u);
+    EXPECT_EQ(texCoordsSeen[0].texcoord0Array, triangle.texCoords1.data());
+    EXPECT_EQ(texCoordsSeen[0].texcoord1Array, triangle.texCoords2.data());
+    EXPECT_EQ(texCoordsSeen[1].texcoord0Buffer, 2u);
+    EXPECT_EQ(texCoordsSeen[1].texcoord1Buffer, 3u);
 }
 
 TEST_F(SceneTest, TheMaterialGetsTheTablesInTheirOrder)
 {
-    AddModel();
+    AddTriangle();
     AddObject(kObjectModel, 1);
     Draw(0);
     EXPECT_EQ(materialTables,
@@ -547,7 +504,7 @@ TEST_F(SceneTest, TheMaterialGetsTheTablesInTheirOrder)
 
 TEST_F(SceneTest, AnObjectWithoutAVisibilityEnvelopeIsAlwaysDrawn)
 {
-    AddModel();
+    AddTriangle();
     AddObject(kObjectModel, 1);
     EXPECT_EQ(DrawnTimes(0), " 0");
     EXPECT_EQ(DrawnTimes(4000000000u), " 4000000000");
@@ -555,7 +512,7 @@ TEST_F(SceneTest, AnObjectWithoutAVisibilityEnvelopeIsAlwaysDrawn)
 
 TEST_F(SceneTest, AValueBelowOneHidesAnObject)
 {
-    AddModel();
+    AddTriangle();
     // timeShift tells the objects apart.
     const float values[] = {0.999f, 1.0f, 0.0f, 2.0f, -1.0f, NAN};
     for (float value : values)
@@ -569,7 +526,7 @@ TEST_F(SceneTest, AValueBelowOneHidesAnObject)
 
 TEST_F(SceneTest, VisibilityIsTakenAtTheObjectsTime)
 {
-    AddModel();
+    AddTriangle();
     const uint32_t n = AddObject(kObjectModel, 1);
     scene->visibilityEnvelope[n] = AddLinearEnvelope(&tables, 0.01f, 0.0f); // 1 from tick 100 on
     scene->timeShift[n] = 50.0f;
@@ -579,7 +536,7 @@ TEST_F(SceneTest, VisibilityIsTakenAtTheObjectsTime)
 
 TEST_F(SceneTest, ATimeShiftIsAddedAndTruncated)
 {
-    AddModel();
+    AddTriangle();
     const struct
     {
         float shift;
@@ -605,7 +562,7 @@ TEST_F(SceneTest, ATimeShiftIsAddedAndTruncated)
 
 TEST_F(SceneTest, PlacementValuesMoveWithTheObjectsTime)
 {
-    AddModel();
+    AddTriangle();
     AddObject(kObjectModel, 1);
     const uint32_t n = AddObject(kObjectModel, 1);
     scene->positionY.slot[n] = AddLinearEnvelope(&tables, 0.5f, 1.0f);
@@ -644,7 +601,7 @@ static std::string InstanceAt(const std::string& position)
 
 TEST_F(SceneTest, AChainOfManipulatorsDrawsOneCopyForEachInstance)
 {
-    AddModel();
+    AddTriangle();
     const uint32_t n = AddObject(kObjectModel, 1);
     AddManipulator(n, kManipulatorXMultiplier, {2, 10, 0, 0, 0, 0, 0, 0, 0, 0});
     AddManipulator(n, kManipulatorXyzMultiplier, {1, 2, 1, 0, 5, 0, 0, 0, 0, 0, 0, 0});
@@ -654,7 +611,7 @@ TEST_F(SceneTest, AChainOfManipulatorsDrawsOneCopyForEachInstance)
 
 TEST_F(SceneTest, AnEmptyListStillSetsTheMaterial)
 {
-    AddModel();
+    AddTriangle();
     const uint32_t n = AddObject(kObjectModel, 1);
     AddManipulator(n, kManipulatorXMultiplier, {0, 10, 0, 0, 0, 0, 0, 0, 0, 0});
     EXPECT_EQ(Draw(7), kSetArrays + kArraysOff);
@@ -662,7 +619,7 @@ TEST_F(SceneTest, AnEmptyListStillSetsTheMaterial)
 
 TEST_F(SceneTest, TheNumberOfCopiesMovesWithTheObjectsTime)
 {
-    AddModel();
+    AddTriangle();
     const uint32_t n = AddObject(kObjectModel, 1);
     Manipulator* manipulator =
         AddManipulator(n, kManipulatorXMultiplier, {0, 1, 0, 0, 0, 0, 0, 0, 0, 0});
@@ -678,7 +635,7 @@ TEST_F(SceneTest, TheNumberOfCopiesMovesWithTheObjectsTime)
 
 TEST_F(SceneTest, EveryParameterOfATypeIsResolved)
 {
-    AddModel();
+    AddTriangle();
     const uint32_t n = AddObject(kObjectModel, 1);
     Manipulator* manipulator =
         AddManipulator(n, kManipulatorXyzMultiplier, {1, 1, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0});
@@ -690,7 +647,7 @@ TEST_F(SceneTest, EveryParameterOfATypeIsResolved)
 
 TEST_F(SceneTest, ParametersBehindThoseOfTheTypeAreNotLookedAt)
 {
-    AddModel();
+    AddTriangle();
     const uint32_t n = AddObject(kObjectModel, 1);
     Manipulator* manipulator =
         AddManipulator(n, kManipulatorXMultiplier, {1, 0, 0, 0, 0, 0, 0, 0, 0, 0});
@@ -701,7 +658,7 @@ TEST_F(SceneTest, ParametersBehindThoseOfTheTypeAreNotLookedAt)
 
 TEST_F(SceneTest, AnUnknownManipulatorDrawsTheObjectAsItIs)
 {
-    AddModel();
+    AddTriangle();
     const uint32_t n = AddObject(kObjectModel, 1);
     AddManipulator(n, 4, {9, 9, 9});
     EXPECT_EQ(Draw(7), kSetArrays + InstanceAt("0 0 0") + kArraysOff);
@@ -709,7 +666,7 @@ TEST_F(SceneTest, AnUnknownManipulatorDrawsTheObjectAsItIs)
 
 TEST_F(SceneTest, AModelPlacerWithoutAMeshDrawsTheObjectAsItIs)
 {
-    AddModel();
+    AddTriangle();
     const uint32_t n = AddObject(kObjectModel, 1);
     AddManipulator(n, kManipulatorModelPlacer, {0, 0, 0, 0, 0, 0, 1, 1, 1});
     AddManipulator(n, kManipulatorModelPlacer, {0, 0, 0, 0, 0, 0, 1, 1, 1})->placementId = 44;
@@ -718,7 +675,7 @@ TEST_F(SceneTest, AModelPlacerWithoutAMeshDrawsTheObjectAsItIs)
 
 TEST_F(SceneTest, AGeneratedMeshToPlaceOnIsUpdatedAtTheObjectsTime)
 {
-    AddModel();
+    AddTriangle();
     GenMesh* genMesh = AddGenMesh();
     genMesh->params[0] = static_cast<int32_t>(AddLinearEnvelope(&tables, 1.0f, 0.0f));
     const uint32_t n = AddObject(kObjectModel, 1);
@@ -733,7 +690,7 @@ TEST_F(SceneTest, AGeneratedMeshToPlaceOnIsUpdatedAtTheObjectsTime)
 
 TEST_F(SceneTest, OnlyAModelPlacerLooksForAMeshToPlaceOn)
 {
-    AddModel();
+    AddTriangle();
     const uint32_t n = AddObject(kObjectModel, 1);
     Manipulator* manipulator =
         AddManipulator(n, kManipulatorXMultiplier, {1, 0, 0, 0, 0, 0, 0, 0, 0, 0});
@@ -751,7 +708,7 @@ static const std::string kModelInstance = std::string(kInstanceAtOrigin) +
 
 TEST_F(SceneTest, DeformedArraysExistForOneObjectOnly)
 {
-    AddModel();
+    AddTriangle();
     const uint32_t n = AddObject(kObjectModel, 1);
     AddManipulator(n, kManipulatorRippler, {0, 0, 1});
     AddObject(kObjectModel, 1);
@@ -778,26 +735,26 @@ static std::string UploadDeformed(int vertices, int normals)
 
 TEST_F(SceneTest, ADeformedModelIsDrawnFromBuffersOfItsOwn)
 {
-    AddModel();
+    AddTriangle();
     const uint32_t n = AddObject(kObjectModel, 1);
     AddManipulator(n, kManipulatorRippler, {0, 0, 1});
     AddObject(kObjectModel, 1);
-    EXPECT_EQ(Draw(7, 1), UploadDeformed(1, 2) +
+    EXPECT_EQ(Draw(7, 1), UploadDeformed(6, 7) +
                               "EnableClientState NORMAL_ARRAY\n"
                               "EnableClientState VERTEX_ARRAY\n"
-                              "BindBufferARB ARRAY_BUFFER 1\n"
+                              "BindBufferARB ARRAY_BUFFER 6\n"
                               "VertexPointer 3 FLOAT 0 0\n"
-                              "BindBufferARB ARRAY_BUFFER 2\n"
+                              "BindBufferARB ARRAY_BUFFER 7\n"
                               "NormalPointer FLOAT 0 0\n"
                               "SetMaterial 5 at 7 vbo 1 pbo 0 dot3 1 heading 45\n"
-                              "BindBufferARB ELEMENT_ARRAY_BUFFER 15\n" +
+                              "BindBufferARB ELEMENT_ARRAY_BUFFER 5\n" +
                               kInstanceAtOrigin +
                               "DrawElements TRIANGLES 3 UNSIGNED_INT 0\n"
                               "PopMatrix\n"
-                              "DeleteBuffersARB 1 1\n"
-                              "DeleteBuffersARB 1 2\n" +
+                              "DeleteBuffersARB 1 6\n"
+                              "DeleteBuffersARB 1 7\n" +
                               kArraysOff + kBufferedModel);
-    EXPECT_EQ(GlLiveBuffers(), 0u);
+    EXPECT_EQ(GlLiveBuffers(), 5u);
 }
 
 TEST_F(SceneTest, ADeformedGeneratedMeshIsDrawnFromClientMemoryEvenWithBuffers)
@@ -824,21 +781,21 @@ TEST_F(SceneTest, ADeformedGeneratedMeshIsDrawnFromClientMemoryEvenWithBuffers)
 
 TEST_F(SceneTest, AModelPlacerPlacesOnTheModelThatItNames)
 {
-    AddModel();
+    AddTriangle();
     const uint32_t n = AddObject(kObjectModel, 1);
     AddManipulator(n, kManipulatorModelPlacer, {0, 0, 5, 0, 0, 0, 2, 2, 2})->placementId = 1;
     const std::string calls = Draw(7);
     const size_t end = calls.find(kSetArrays); // behind the transformation of the vertices
     ASSERT_NE(end, std::string::npos);
-    EXPECT_EQ(calls.substr(end), kSetArrays + InstanceAt("0 0 5") + InstanceAt("2 0 5") +
-                                     InstanceAt("0 2 5") + kArraysOff);
+    EXPECT_EQ(calls.substr(end), kSetArrays + InstanceAt("0 0 5") + InstanceAt("2 2 5") +
+                                     InstanceAt("4 4 5") + kArraysOff);
 }
 
 // Faults.
 
 TEST_F(SceneDeathTest, AMissingEnvelopeEndsTheProgram)
 {
-    AddModel();
+    AddTriangle();
     AddObject(kObjectModel, 1);
     const uint32_t n = AddObject(kObjectModel, 1);
     scene->visibilityEnvelope[n] = 3;
@@ -860,7 +817,7 @@ TEST_F(SceneDeathTest, AMissingEnvelopeEndsTheProgram)
 
 TEST_F(SceneDeathTest, AMissingGeneratedMeshToPlaceOnEndsTheProgram)
 {
-    AddModel();
+    AddTriangle();
     const uint32_t n = AddObject(kObjectModel, 1);
     Manipulator* manipulator =
         AddManipulator(n, kManipulatorModelPlacer, {0, 0, 0, 0, 0, 0, 1, 1, 1});
