@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "engine/animation/envelope.h"
+#include "engine/animation/light.h"
 #include "engine/data/model_data.h"
 #include "engine/data/object_table.h"
 #include "engine/geometry/gen_mesh.h"
@@ -33,7 +34,7 @@ inline PieceTables MakePieceTables()
     return {CreateObjectTable(sizeof(ProceduralTexture)),
             CreateObjectTable(sizeof(ModelData)),
             CreateObjectTable(sizeof(Envelope)),
-            CreateObjectTable(64),
+            CreateObjectTable(sizeof(Light)),
             CreateObjectTable(sizeof(Effect2D)),
             CreateObjectTable(sizeof(BitmapTexture)),
             CreateObjectTable(sizeof(Material)),

@@ -11,6 +11,7 @@
 #include "engine/geometry/deformed_mesh.h"
 #include "engine/geometry/gen_mesh.h"
 #include "engine/render/set_material.h"
+#include "engine/render/tex_coord_arrays.h"
 
 /// The nine placement values in the order of documents and instances.
 static constexpr ObjectValues Scene::*kPlacementValues[kInstanceFloats] = {
@@ -273,6 +274,7 @@ void DrawSceneObjects(const Scene* scene, ObjectTable* materials, ObjectTable* l
 
         // The material comes before the first instance: lights and generated coordinates see the
         // camera's matrix.
+        CurrentTexCoords.vertexCount = mesh->vertexCount;
         if (buffered != nullptr)
         {
             SetBufferArrays(buffered);
@@ -287,7 +289,9 @@ void DrawSceneObjects(const Scene* scene, ObjectTable* materials, ObjectTable* l
         {
             glBindBufferARB(GL_ELEMENT_ARRAY_BUFFER, buffered->indexBuffer);
         }
+        const uint32_t hidden = HideShortTexCoords(mesh->vertexCount);
         DrawInstances(list, mesh->indexCount, buffered != nullptr ? nullptr : mesh->indices);
+        ShowTexCoords(hidden);
 
         FreeInstanceList(list);
         ReleaseDeformedMesh(vbo != 0);

@@ -7,10 +7,9 @@
 #include "engine/data/fault.h"
 #include "engine/render/effect2d.h"
 #include "engine/render/material.h"
+#include "engine/render/tex_coord_arrays.h"
 #include "engine/textures/bitmap_texture.h"
 #include "engine/textures/procedural_texture.h"
-
-TexCoordSource CurrentTexCoords = {nullptr, nullptr, 0, 0};
 
 /// What a recipe is given: the material and the arguments of SetMaterial.
 struct MaterialSetup
@@ -100,26 +99,20 @@ static void SetLight(const MaterialSetup& setup)
     ApplyLight(id, setup.lights, setup.envelopes, setup.time);
 }
 
-static void SelectUnit(GLenum unit)
-{
-    glActiveTextureARB(unit);
-    glClientActiveTextureARB(unit);
-}
-
 /// Sets: coordinate array and texturing of unit 1 off. Leaves: unit 0 selected.
 static void TurnUnit1Off()
 {
-    SelectUnit(GL_TEXTURE1);
-    glDisableClientState(GL_TEXTURE_COORD_ARRAY);
+    SelectTextureUnit(1);
+    DisableTexCoords();
     glDisable(GL_TEXTURE_2D);
-    SelectUnit(GL_TEXTURE0);
+    SelectTextureUnit(0);
 }
 
 /// Sets: coordinate arrays and texturing of both units off. Leaves: unit 0 selected.
 static void TurnUnitsOff()
 {
     TurnUnit1Off();
-    glDisableClientState(GL_TEXTURE_COORD_ARRAY);
+    DisableTexCoords();
     glDisable(GL_TEXTURE_2D);
 }
 
@@ -163,29 +156,6 @@ static void SetWrap(GLenum wrap)
     glTexParameterf(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, static_cast<float>(wrap));
 }
 
-static void SetTexCoords(int32_t vbo, const float* array, uint32_t buffer)
-{
-    if (vbo != 0)
-    {
-        glBindBufferARB(GL_ARRAY_BUFFER, buffer);
-        glTexCoordPointer(2, GL_FLOAT, 0, nullptr);
-    }
-    else
-    {
-        glTexCoordPointer(2, GL_FLOAT, 0, array);
-    }
-}
-
-static void SetFirstTexCoords(const MaterialSetup& setup)
-{
-    SetTexCoords(setup.vbo, CurrentTexCoords.texcoord0Array, CurrentTexCoords.texcoord0Buffer);
-}
-
-static void SetSecondTexCoords(const MaterialSetup& setup)
-{
-    SetTexCoords(setup.vbo, CurrentTexCoords.texcoord1Array, CurrentTexCoords.texcoord1Buffer);
-}
-
 static void TurnTexGenOff()
 {
     glDisable(GL_TEXTURE_GEN_S);
@@ -211,8 +181,8 @@ static void SetFlatTexture(const MaterialSetup& setup, uint32_t glTexture, GLenu
 {
     glBindTexture(GL_TEXTURE_2D, glTexture);
     SetWrap(wrap);
-    SetFirstTexCoords(setup);
-    glEnableClientState(GL_TEXTURE_COORD_ARRAY);
+    SetFirstTexCoords(setup.vbo);
+    EnableTexCoords();
     glEnable(GL_TEXTURE_2D);
     TurnTexGenOff();
     ResetTextureMatrix();
@@ -222,7 +192,7 @@ static void SetFlatTexture(const MaterialSetup& setup, uint32_t glTexture, GLenu
 static void BindWithoutTexCoords(uint32_t glTexture)
 {
     glBindTexture(GL_TEXTURE_2D, glTexture);
-    glDisableClientState(GL_TEXTURE_COORD_ARRAY);
+    DisableTexCoords();
     glEnable(GL_TEXTURE_2D);
 }
 
@@ -366,10 +336,10 @@ static void ApplyWireframe(const MaterialSetup& setup, const Recipe& recipe)
 static void ApplyLitPlain(const MaterialSetup& setup, const Recipe& recipe)
 {
     // Unlike TurnUnitsOff this leaves the coordinate array of unit 1 as it is.
-    SelectUnit(GL_TEXTURE1);
+    SelectTextureUnit(1);
     glDisable(GL_TEXTURE_2D);
-    SelectUnit(GL_TEXTURE0);
-    glDisableClientState(GL_TEXTURE_COORD_ARRAY);
+    SelectTextureUnit(0);
+    DisableTexCoords();
     glDisable(GL_TEXTURE_2D);
 
     ApplyColourAndBlend(setup, recipe);
@@ -475,22 +445,22 @@ static bool FindBitmapPair(const MaterialSetup& setup, uint32_t first, BitmapPai
 /// Unit 0 takes the first bitmap, texturing not yet on. Leaves: unit 0 selected.
 static void BindFirstBitmap(const MaterialSetup& setup, const BitmapPair& pair)
 {
-    SelectUnit(GL_TEXTURE0);
-    glEnableClientState(GL_TEXTURE_COORD_ARRAY);
+    SelectTextureUnit(0);
+    EnableTexCoords();
     glBindTexture(GL_TEXTURE_2D, pair.glTexture[0]);
     SetWrap(GL_REPEAT);
-    SetFirstTexCoords(setup);
+    SetFirstTexCoords(setup.vbo);
 }
 
 /// Unit 1 takes the second bitmap. Leaves: unit 1 selected, which the next TurnUnit1Off puts right.
 static void BindSecondBitmap(const MaterialSetup& setup, const BitmapPair& pair)
 {
-    SelectUnit(GL_TEXTURE1);
-    glEnableClientState(GL_TEXTURE_COORD_ARRAY);
+    SelectTextureUnit(1);
+    EnableTexCoords();
     glEnable(GL_TEXTURE_2D);
     glBindTexture(GL_TEXTURE_2D, pair.glTexture[1]);
     SetWrap(GL_REPEAT);
-    SetSecondTexCoords(setup);
+    SetSecondTexCoords(setup.vbo);
 }
 
 /// Colour of the vertex times colour of the texture; of alpha nothing is said.

@@ -5,21 +5,9 @@
 
 #include "engine/data/object_table.h"
 
-/// Texture coordinates of the object that is being drawn; DrawSceneObjects sets them. With buffer
-/// objects the names count, otherwise the arrays.
-struct TexCoordSource
-{
-    const float* texcoord0Array; // [vertexCount][2], borrowed
-    const float* texcoord1Array; // [vertexCount][2], borrowed
-    uint32_t texcoord0Buffer;    // OpenGL buffer names
-    uint32_t texcoord1Buffer;
-};
-
-/// Main thread only.
-extern TexCoordSource CurrentTexCoords;
-
 /// Sets all OpenGL state of a material. What a recipe does not set it inherits from the one before;
 /// nothing is restored. A material without a record, or of a type above 23, changes nothing.
+/// Relies on: CurrentTexCoords.
 /// @param time         object time in ticks
 /// @param cameraRotY   degrees, for recipes whose reflection turns with the camera
 /// Fatal: a reference or envelope id, other than 0, that its table lacks.

@@ -4,8 +4,6 @@
 
 #include "support/recorded_gl.h"
 
-TexCoordSource CurrentTexCoords;
-
 std::vector<TexCoordSource> texCoordsSeen;
 std::vector<const ObjectTable*> materialTables;
 

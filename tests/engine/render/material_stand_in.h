@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "engine/render/set_material.h"
+#include "engine/render/tex_coord_arrays.h"
 
 /// The texture coordinates that each call found, for the test to clear.
 extern std::vector<TexCoordSource> texCoordsSeen;

@@ -261,6 +261,7 @@ class SceneTest : public testing::Test
     void SetUp() override
     {
         ResetGl();
+        CurrentTexCoordArrays = {};
         texCoordsSeen.clear();
         tables = MakePieceTables();
         scene = AddRecord<Scene>(tables.scenes);

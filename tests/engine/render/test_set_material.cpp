@@ -13,9 +13,11 @@
 #include "engine/data/fault.h"
 #include "engine/render/effect2d.h"
 #include "engine/render/material.h"
+#include "engine/render/tex_coord_arrays.h"
 #include "engine/textures/bitmap_texture.h"
 #include "engine/textures/procedural_texture.h"
 #include "support/gl_state.h"
+#include "support/piece_tables.h"
 #include "support/recorded_gl.h"
 
 // In the place of the effects, whose own calls are no matter of the recipes.
@@ -191,7 +193,9 @@ class SetMaterialTest : public testing::Test
         CurrentPlace = {"demo.xmlz", 10, 3, 4};
         NameGlPointer(firstTexCoords, "first");
         NameGlPointer(secondTexCoords, "second");
-        CurrentTexCoords = {firstTexCoords, secondTexCoords, 41, 42};
+        CurrentTexCoords = {firstTexCoords, secondTexCoords, 41, 42, 1};
+        CurrentTexCoordArrays = {};
+        tables = MakePieceTables();
 
         for (int i = 0; i < 2; ++i)
         {
@@ -200,8 +204,8 @@ class SetMaterialTest : public testing::Test
         }
         for (uint32_t i = 0; i < 5; ++i)
         {
-            Add<ProceduralTexture>(textures)->glTexture = 11 + i;
-            Add<BitmapTexture>(bitmaps)->glTexture = 21 + i;
+            AddRecord<ProceduralTexture>(tables.textures)->glTexture = 11 + i;
+            AddRecord<BitmapTexture>(tables.bitmaps)->glTexture = 21 + i;
         }
         for (uint32_t type = 0; type < kMaterialTypes; ++type)
         {
@@ -211,27 +215,17 @@ class SetMaterialTest : public testing::Test
 
     void TearDown() override
     {
-        for (ObjectTable* table : {materials, lights, textures, envelopes, effects, bitmaps})
-        {
-            FreeObjectTable(table);
-        }
+        FreePieceTables(&tables);
         CurrentPlace = {nullptr, kNoSection, 0, 0};
-        CurrentTexCoords = {nullptr, nullptr, 0, 0};
+        CurrentTexCoords = {};
+        CurrentTexCoordArrays = {};
         ResetGl();
-    }
-
-    template <typename Record>
-    static Record* Add(ObjectTable* table)
-    {
-        Record* record = GetRecord<Record>(AllocateObject(table), table);
-        memset(static_cast<void*>(record), 0, sizeof(Record));
-        return record;
     }
 
     void AddLight()
     {
-        Light* light = Add<Light>(lights);
-        bool isSecond = lights->count == 2;
+        Light* light = AddRecord<Light>(tables.lights);
+        bool isSecond = tables.lights->count == 2;
         for (uint32_t i = 0; i < 3 && isSecond; ++i)
         {
             light->position[i] = FloatSlot(static_cast<float>(i + 1));
@@ -242,28 +236,14 @@ class SetMaterialTest : public testing::Test
 
     void AddEffect(uint32_t glTexture)
     {
-        Effect2D* effect = Add<Effect2D>(effects);
+        Effect2D* effect = AddRecord<Effect2D>(tables.effects);
         effect->glTexture = glTexture;
         effect->lastUpdate = kEffectNeverUpdated;
     }
 
-    /// An envelope of the value a * time + b.
-    /// @return its id
-    uint32_t AddEnvelope(float a, float b)
-    {
-        Envelope* envelope = Add<Envelope>(envelopes);
-        envelope->pieceCount = 1;
-        envelope->pieceType[0] = kFunctionLinear;
-        envelope->pieceLength[0] = 0xFFFFFFFF;
-        envelope->pieceParams[0][0] = a;
-        envelope->pieceParams[0][1] = b;
-        envelope->lastTime = kNothingCached;
-        return envelopes->count;
-    }
-
     void AddMaterial(uint32_t type)
     {
-        Material* material = Add<Material>(materials);
+        Material* material = AddRecord<Material>(tables.materials);
         material->type = type;
         material->params[0] = FloatSlot(0.25f);
         material->params[1] = FloatSlot(0.5f);
@@ -280,13 +260,13 @@ class SetMaterialTest : public testing::Test
     /// The material of a recipe, to be changed.
     Material* Of(uint32_t type)
     {
-        return GetRecord<Material>(type + 1, materials);
+        return GetRecord<Material>(type + 1, tables.materials);
     }
 
     void Set(uint32_t id)
     {
-        SetMaterial(id, materials, lights, textures, envelopes, effects, bitmaps, time, vbo, pbo,
-                    dot3, cameraRotY);
+        SetMaterial(id, tables.materials, tables.lights, tables.textures, tables.envelopes,
+                    tables.effects, tables.bitmaps, time, vbo, pbo, dot3, cameraRotY);
     }
 
     /// Sets the material of a recipe.
@@ -309,12 +289,7 @@ class SetMaterialTest : public testing::Test
         return state;
     }
 
-    ObjectTable* materials = CreateObjectTable(sizeof(Material));
-    ObjectTable* lights = CreateObjectTable(sizeof(Light));
-    ObjectTable* textures = CreateObjectTable(sizeof(ProceduralTexture));
-    ObjectTable* envelopes = CreateObjectTable(sizeof(Envelope));
-    ObjectTable* effects = CreateObjectTable(sizeof(Effect2D));
-    ObjectTable* bitmaps = CreateObjectTable(sizeof(BitmapTexture));
+    PieceTables tables = {};
     uint32_t time = 100;
     int32_t vbo = 0;
     int32_t pbo = 0;
@@ -417,12 +392,12 @@ TEST_F(SetMaterialTest, Type6IsAnEffectThatIsUpdatedBeforeUnit1GoesOff)
 
     ASSERT_EQ(effectUpdates.size(), 1u);
     EXPECT_EQ(effectUpdates[0].id, 2u);
-    EXPECT_EQ(effectUpdates[0].effects, effects);
-    EXPECT_EQ(effectUpdates[0].envelopes, envelopes);
+    EXPECT_EQ(effectUpdates[0].effects, tables.effects);
+    EXPECT_EQ(effectUpdates[0].envelopes, tables.envelopes);
     EXPECT_EQ(effectUpdates[0].time, 100u);
     EXPECT_EQ(effectUpdates[0].useBuffer, 1);
     EXPECT_EQ(effectUpdates[0].callsBefore, 6u); // polygon mode to blend function
-    EXPECT_EQ(GetRecord<Effect2D>(2, effects)->lastUpdate, 100);
+    EXPECT_EQ(GetRecord<Effect2D>(2, tables.effects)->lastUpdate, 100);
 }
 
 TEST_F(SetMaterialTest, Type7IsABitmap)
@@ -903,7 +878,7 @@ TEST_F(SetMaterialTest, DynamicParametersAreTheirEnvelopesAtTheTime)
     Material* material = Of(0);
     for (uint32_t i = 0; i < 4; ++i)
     {
-        material->params[i] = AddEnvelope(0.5f, static_cast<float>(i));
+        material->params[i] = AddLinearEnvelope(&tables, 0.5f, static_cast<float>(i));
     }
     struct Case
     {
@@ -930,7 +905,7 @@ TEST_F(SetMaterialTest, DynamicParametersAreTheirEnvelopesAtTheTime)
 
 TEST_F(SetMaterialTest, EveryRecipeResolvesItsColour)
 {
-    uint32_t envelope = AddEnvelope(1.0f, 0.5f);
+    uint32_t envelope = AddLinearEnvelope(&tables, 1.0f, 0.5f);
     time = 2;
     for (uint32_t type = 0; type < kMaterialTypes; ++type)
     {
@@ -979,7 +954,7 @@ TEST_F(SetMaterialTest, Type21IsOpaqueWhateverSlot3Holds)
 
 TEST_F(SetMaterialTest, TheLineWidthMayBeAnEnvelope)
 {
-    Of(23)->params[4] = AddEnvelope(0.25f, 1.0f);
+    Of(23)->params[4] = AddLinearEnvelope(&tables, 0.25f, 1.0f);
     Of(23)->dynamicMask[0] = 0x08;
     time = 6;
     EXPECT_EQ(GlValue(StateAfter({23}), "LineWidth"), "2.5");
@@ -993,8 +968,8 @@ TEST_F(SetMaterialTest, TheLineWidthMayBeAnEnvelope)
 
 TEST_F(SetMaterialTest, TheLightIsResolvedAtTheTimeOfTheMaterial)
 {
-    Light* light = GetRecord<Light>(2, lights);
-    light->position[0] = AddEnvelope(2.0f, 0.0f);
+    Light* light = GetRecord<Light>(2, tables.lights);
+    light->position[0] = AddLinearEnvelope(&tables, 2.0f, 0.0f);
     light->flagsB = 0x80;
     for (uint32_t type : {1u, 3u, 5u, 9u, 12u, 14u})
     {
@@ -1047,7 +1022,7 @@ TEST_F(SetMaterialTest, AnyOtherValueTurnsTheReflectionByTheHeadingAboutTheTextu
 
 TEST_F(SetMaterialTest, ADynamicRotateValueIsNotEvaluatedAndTurnsTheReflection)
 {
-    uint32_t zero = AddEnvelope(0.0f, 0.0f);
+    uint32_t zero = AddLinearEnvelope(&tables, 0.0f, 0.0f);
     for (uint32_t type : {11u, 12u, 16u})
     {
         Of(type)->dynamicMask[0] = 0x08;
@@ -1086,11 +1061,11 @@ TEST_F(SetMaterialTest, AnEffectOfTwoMaterialsIsUpdatedOnce)
 {
     AddMaterial(6);
     Set(7);
-    Set(materials->count);
+    Set(tables.materials->count);
     EXPECT_EQ(effectUpdates.size(), 1u);
 
-    GetRecord<Material>(materials->count, materials)->effectRefs[0] = 1;
-    Set(materials->count);
+    GetRecord<Material>(tables.materials->count, tables.materials)->effectRefs[0] = 1;
+    Set(tables.materials->count);
     EXPECT_EQ(effectUpdates.size(), 2u);
     EXPECT_EQ(effectUpdates[1].id, 1u);
 }
@@ -1116,7 +1091,7 @@ TEST_F(SetMaterialTest, TimesPast2To31AreKeptWhole)
     Calls(6);
     ASSERT_EQ(effectUpdates.size(), 1u);
     EXPECT_EQ(effectUpdates[0].time, 0xFFFFFF00u);
-    EXPECT_EQ(GetRecord<Effect2D>(2, effects)->lastUpdate, -256);
+    EXPECT_EQ(GetRecord<Effect2D>(2, tables.effects)->lastUpdate, -256);
 }
 
 // Without DOT3.
