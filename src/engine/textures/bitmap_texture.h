@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 
 #include "engine/data/demo_document.h"
 
@@ -13,6 +14,13 @@ struct BitmapTexture
     uint32_t glTexture; // OpenGL texture name
     uint8_t* pixels;    // owned; null but while loading and after a target was resized
 };
+
+/// Fills a record from an image file of the package, without OpenGL: glTexture is 0.
+/// Fatal: no such entry; an entry that is no image or does not fit memory.
+/// @param filename   an entry of the package
+/// @param bitmap     receives the pixels, which are for the caller to free: components bytes each,
+///                   first row first, no padding
+void DecodeBitmap(FILE* package, const char* filename, BitmapTexture* bitmap);
 
 /// Reads one item of section 6: decodes the image file that "filename" names and makes a texture
 /// with a mip chain of it, in both documents alike. An image of one or two components gets level 0

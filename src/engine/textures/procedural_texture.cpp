@@ -1,14 +1,10 @@
 #include "engine/textures/procedural_texture.h"
 
-#include <GL/glew.h>
-#include <cstdlib>
 #include <cstring>
 
 #include "engine/data/document_values.h"
 #include "engine/data/fault.h"
 #include "engine/textures/layer_generator.h"
-#include "engine/textures/mipmaps.h"
-#include "engine/textures/pixel_block.h"
 #include "engine/textures/texture_steps.h"
 
 void BuildProceduralTexture(const TextureJob* job, const LayerImage* const* layers, int32_t size)
@@ -49,29 +45,9 @@ static void ReadStep(const TiXmlElement* element, uint32_t i, uint32_t layerCoun
     }
 }
 
-/// Sets: the texture bound, its level 0 and filters, and its mip chain where there is one.
-static void UploadWorkImage(const ProceduralTexture* texture, bool mipmapped)
+void ReadTextureSteps(const TiXmlElement* item, uint32_t layerCount, ProceduralTexture* texture)
 {
-    glBindTexture(GL_TEXTURE_2D, texture->glTexture);
-    glTexImage2D(GL_TEXTURE_2D, 0, 3, kTextureSize, kTextureSize, 0, GL_RGB, GL_UNSIGNED_BYTE,
-                 texture->job.pixels);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER,
-                    mipmapped ? GL_LINEAR_MIPMAP_LINEAR : GL_LINEAR);
-    if (mipmapped)
-    {
-        BuildMipmaps(kTextureSize, kTextureSize, texture->job.pixels, 3);
-    }
-}
-
-void ReadProceduralTextureItem(const TiXmlElement* item, void* record, uint32_t /*index*/,
-                               LoadContext* context)
-{
-    ProceduralTexture* texture = static_cast<ProceduralTexture*>(record);
     *texture = {};
-    const size_t bytes = static_cast<size_t>(kTextureSize) * kTextureSize * 3;
-    uint8_t* pixels = AllocateBlock<uint8_t>(bytes, "a work image");
-
     uint32_t count = 0;
     for (const TiXmlNode* child = item->FirstChild(); child != nullptr;
          child = child->NextSibling())
@@ -81,17 +57,9 @@ void ReadProceduralTextureItem(const TiXmlElement* item, void* record, uint32_t 
         {
             FatalFault("more than %u steps", kTextureSteps);
         }
-        ReadStep(RequireElement(child, "step"), count, context->layerCount, texture);
+        ReadStep(RequireElement(child, "step"), count, layerCount, texture);
         count += 1;
     }
     CurrentPlace.part = 0;
     texture->stepCount = static_cast<uint8_t>(count);
-
-    texture->job = {texture, pixels};
-    glGenTextures(1, &texture->glTexture);
-    BuildProceduralTexture(&texture->job, context->layers, kTextureSize);
-
-    UploadWorkImage(texture, context->isDemo);
-    free(texture->job.pixels);
-    texture->job.pixels = nullptr;
 }

@@ -35,6 +35,11 @@ struct ProceduralTexture
 /// @param size     side of the work image and of the layers, 256 in every document
 void BuildProceduralTexture(const TextureJob* job, const LayerImage* const* layers, int32_t size);
 
+/// Reads the steps of one item of section 1, without OpenGL: glTexture is 0 and the job empty.
+/// Fatal: more than kTextureSteps steps; a combiner of a layer that the document does not have.
+/// @param layerCount   layers of the document
+void ReadTextureSteps(const TiXmlElement* item, uint32_t layerCount, ProceduralTexture* texture);
+
 /// Reads one item of section 1: the steps, the pixels, the texture. In the demo document the
 /// texture gets a mip chain.
 /// Fatal: more than kTextureSteps steps; a combiner of a layer that the document does not have.
