@@ -87,6 +87,7 @@ inline ModelData* AddModel(PieceTables* tables, MeshArrays* arrays, uint8_t sets
     model->texCoordBuffer2 = MakeBuffer(arrays->texCoords2);
     model->normalBuffer = MakeBuffer(arrays->normals);
     model->indexBuffer = MakeBuffer(arrays->indices);
+    model->bufferIndexCount = model->mesh.indexCount;
     TakeGlCalls();
     return model;
 }

@@ -1,6 +1,7 @@
 #include "engine/data/model_data.h"
 
 #include <GL/glew.h>
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -71,6 +72,7 @@ static void UploadIndices(ModelData* model, uint32_t storedSize)
     uint64_t perVertex = t < 2 ? 32 : 40;
     uint64_t used = kModelHeaderSize + perVertex * v;
     uint32_t told = used > storedSize ? 0 : static_cast<uint32_t>(storedSize - used);
+    model->bufferIndexCount = std::min(told / 4, model->mesh.indexCount);
 
     uint64_t present = storedSize - (kModelHeaderSize + uint64_t{8} * (3 + t) * v);
     if (told <= present)

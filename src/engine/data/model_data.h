@@ -41,6 +41,8 @@ struct ModelData
     uint32_t texCoordBuffer2; // only if the file has 2 sets or more
     uint32_t normalBuffer;
     uint32_t indexBuffer;
+    uint32_t bufferIndexCount; // indices to draw from indexBuffer: mesh.indexCount, or fewer if the
+                               // file has no texture coordinates
 };
 
 /// Section 2: reads the model that the item's "filename" names, and uploads it to buffer objects if

@@ -290,7 +290,14 @@ void DrawSceneObjects(const Scene* scene, ObjectTable* materials, ObjectTable* l
             glBindBufferARB(GL_ELEMENT_ARRAY_BUFFER, buffered->indexBuffer);
         }
         const uint32_t hidden = HideShortTexCoords(mesh->vertexCount);
-        DrawInstances(list, mesh->indexCount, buffered != nullptr ? nullptr : mesh->indices);
+        if (buffered != nullptr)
+        {
+            DrawInstances(list, buffered->bufferIndexCount, nullptr);
+        }
+        else
+        {
+            DrawInstances(list, mesh->indexCount, mesh->indices);
+        }
         ShowTexCoords(hidden);
 
         FreeInstanceList(list);

@@ -211,6 +211,7 @@ TEST_F(ModelDataTest, TheDemoUploadsFourBuffersOfAModelWithOneSet)
     EXPECT_EQ(model.texCoordBuffer2, 0u);
     EXPECT_EQ(model.normalBuffer, 3u);
     EXPECT_EQ(model.indexBuffer, 4u);
+    EXPECT_EQ(model.bufferIndexCount, 3u);
 
     const Bytes file = Triangle(1);
     EXPECT_EQ(GlBufferBytes(1), Bytes(file.begin() + 5, file.begin() + 41));
@@ -229,6 +230,7 @@ TEST_F(ModelDataTest, ASecondSetGetsABufferBetweenTheFirstAndTheNormals)
     const Bytes file = Triangle(2);
     EXPECT_EQ(GlBufferBytes(3), Bytes(file.begin() + 65, file.begin() + 89));
     EXPECT_EQ(GlBufferBytes(5).size(), 12u);
+    EXPECT_EQ(model.bufferIndexCount, 3u);
 }
 
 TEST_F(ModelDataTest, TheIndexBufferGoesByOneOrTwoSetsWhateverTheFileHas)
@@ -236,6 +238,7 @@ TEST_F(ModelDataTest, TheIndexBufferGoesByOneOrTwoSetsWhateverTheFileHas)
     // Without sets it is 8 * 3 bytes too small: 12 - 24 is below nothing, so nothing is uploaded.
     ReadInDemo(Triangle(0));
     EXPECT_EQ(GlBufferBytes(model.indexBuffer).size(), 0u);
+    EXPECT_EQ(model.bufferIndexCount, 0u);
     free(model.block - 11);
 
     // With three sets it reaches 8 * 3 bytes behind the file, and zeros stand there.
@@ -246,6 +249,21 @@ TEST_F(ModelDataTest, TheIndexBufferGoesByOneOrTwoSetsWhateverTheFileHas)
         AppendLittle(&expected, index);
     }
     EXPECT_EQ(GlBufferBytes(model.indexBuffer), expected);
+    EXPECT_EQ(model.bufferIndexCount, 3u); // the zeros are not drawn
+}
+
+TEST_F(ModelDataTest, NoMoreIndicesAreDrawnFromABufferThanItHolds)
+{
+    Bytes file = Triangle(0);
+    for (uint32_t index : {2u, 1u, 0u, 0u, 2u, 1u})
+    {
+        AppendLittle(&file, index);
+    }
+    AppendBytes(&file, {0, 0, 0});
+    ReadInDemo(file); // 39 bytes behind the arrays, of which 8 * 3 are left out
+    EXPECT_EQ(model.mesh.indexCount, 9u);
+    EXPECT_EQ(GlBufferBytes(model.indexBuffer).size(), 15u);
+    EXPECT_EQ(model.bufferIndexCount, 3u);
 }
 
 TEST_F(ModelDataTest, WithoutTheVboSwitchNothingIsUploaded)
@@ -255,6 +273,7 @@ TEST_F(ModelDataTest, WithoutTheVboSwitchNothingIsUploaded)
     Read(Triangle(1));
     EXPECT_EQ(TakeGlCalls(), "");
     EXPECT_EQ(model.vertexBuffer, 0u);
+    EXPECT_EQ(model.bufferIndexCount, 0u);
     EXPECT_EQ(model.mesh.indexCount, 3u);
 }
 

@@ -425,6 +425,20 @@ TEST_F(SceneTest, AModelIsDrawnFromItsBuffersWhereTheyAreInUse)
     EXPECT_EQ(Draw(7, 1), kBufferedModel);
 }
 
+TEST_F(SceneTest, FromBuffersAsManyIndicesAreDrawnAsTheyHold)
+{
+    ModelData* model = AddTriangle();
+    glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, model->indexBuffer); // as of a file without coordinates
+    glBufferData(GL_ELEMENT_ARRAY_BUFFER, 8, triangle.indices.data(), GL_STATIC_DRAW);
+    glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0);
+    TakeGlCalls();
+    model->bufferIndexCount = 2;
+    AddObject(kObjectModel, 1);
+    EXPECT_NE(Draw(7, 0).find("DrawElements TRIANGLES 3 UNSIGNED_INT model.indices\n"),
+              std::string::npos);
+    EXPECT_NE(Draw(7, 1).find("DrawElements TRIANGLES 2 UNSIGNED_INT 0\n"), std::string::npos);
+}
+
 TEST_F(SceneTest, AGeneratedMeshBehindABufferedModelFindsBothBindingsCleared)
 {
     AddTriangle();
