@@ -28,7 +28,7 @@ struct Camera
 static bool FindClip(const Timeline* timeline, uint32_t row, uint32_t second, uint32_t time,
                      uint32_t* clip, uint32_t* local)
 {
-    const uint32_t count = timeline->clipCount[row];
+    uint32_t count = timeline->clipCount[row];
     uint32_t i = timeline->slotIndex[row][second];
     while (i < count && time > timeline->clipEnd[row][i])
     {
@@ -39,8 +39,8 @@ static bool FindClip(const Timeline* timeline, uint32_t row, uint32_t second, ui
         return false;
     }
 
-    const uint32_t previousEnd = i == 0 ? 0 : timeline->clipEnd[row][i - 1];
-    const uint32_t space = timeline->spaceBefore[row][i];
+    uint32_t previousEnd = i == 0 ? 0 : timeline->clipEnd[row][i - 1];
+    uint32_t space = timeline->spaceBefore[row][i];
     if (time < previousEnd + space)
     {
         return false;
@@ -100,7 +100,7 @@ static void ApplyPassKind(int32_t kind, float targetId, int32_t width, int32_t h
 static void SetClipProjection(const Timeline* timeline, uint32_t row, uint32_t clip, float aspect,
                               const ObjectTable* envelopes, uint32_t time)
 {
-    const uint8_t kind = timeline->projectionKind[row][clip];
+    uint8_t kind = timeline->projectionKind[row][clip];
     if (kind == kProjectionOrthographic)
     {
         // One unit square from the upper left, whatever the window's shape.
@@ -112,11 +112,11 @@ static void SetClipProjection(const Timeline* timeline, uint32_t row, uint32_t c
     }
 
     glEnable(GL_DEPTH_TEST);
-    const float fov =
+    float fov =
         ResolveValue(timeline->fov[row][clip], kind == kProjectionAnimatedFov, envelopes, time);
     glMatrixMode(GL_PROJECTION);
     glLoadIdentity();
-    const bool wide = timeline->passKind[row][clip] == kPassTextureWide;
+    bool wide = timeline->passKind[row][clip] == kPassTextureWide;
     LoadPerspective(fov, wide ? kForcedAspect : aspect, kNearPlane, kFarPlane);
 }
 
@@ -206,7 +206,7 @@ uint32_t RenderFrame(Timeline* timeline, ObjectTable* scenes, ObjectTable* mater
     }
 
     // A frame of one document is also drawn in the middle of reading another.
-    const FaultPlace callersPlace = CurrentPlace;
+    FaultPlace callersPlace = CurrentPlace;
     RenderTarget target = {false, 0};
     uint32_t drawn = 0;
     for (uint32_t row = 0; row < kTimelineRows; ++row)
@@ -221,13 +221,13 @@ uint32_t RenderFrame(Timeline* timeline, ObjectTable* scenes, ObjectTable* mater
         CurrentPlace = {callersPlace.document, 10, row + 1, clip + 1};
         ApplyPassKind(timeline->passKind[row][clip], timeline->passParams[row][clip][0], width,
                       height, npot, bitmaps, &target);
-        const uint32_t at = local + timeline->offset[row][clip];
-        const Camera camera = ResolveCamera(timeline, row, clip, envelopes, at);
+        uint32_t at = local + timeline->offset[row][clip];
+        Camera camera = ResolveCamera(timeline, row, clip, envelopes, at);
         SetClipProjection(timeline, row, clip, aspect, envelopes, at);
         SetClipFog(timeline, row, clip, materials, envelopes, at);
         SetCameraMatrix(&camera);
 
-        const uint32_t sceneId = timeline->sceneId[row][clip];
+        uint32_t sceneId = timeline->sceneId[row][clip];
         if (sceneId == 0)
         {
             continue;

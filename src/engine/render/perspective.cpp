@@ -8,8 +8,8 @@ void LoadPerspective(float fov, float aspect, float nearPlane, float farPlane)
 {
     // Double from the product with pi to the tangent, float before and behind; the last bit of the
     // matrix shows it.
-    const double half = static_cast<double>(fov / 360.0f) * std::numbers::pi;
-    const float c = 1.0f / static_cast<float>(tan(half));
+    double half = static_cast<double>(fov / 360.0f) * std::numbers::pi;
+    float c = 1.0f / static_cast<float>(tan(half));
 
     const float matrix[16] = {
         // clang-format off

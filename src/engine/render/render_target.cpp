@@ -91,12 +91,12 @@ void OpenTarget(RenderTarget* target, float id, bool quarter, int32_t halfWidth,
         return;
     }
 
-    const int32_t bitmapId = TruncateToInt(id);
+    int32_t bitmapId = TruncateToInt(id);
     BitmapTexture* bitmap = RequireBitmap(bitmapId, bitmaps);
     if (quarter)
     {
-        const int32_t width = npot != 0 ? halfWidth : PowerOfTwoSide(halfWidth);
-        const int32_t height = npot != 0 ? halfHeight : PowerOfTwoSide(halfHeight);
+        int32_t width = npot != 0 ? halfWidth : PowerOfTwoSide(halfWidth);
+        int32_t height = npot != 0 ? halfHeight : PowerOfTwoSide(halfHeight);
         if (bitmap->width != width || bitmap->height != height)
         {
             ResizeTarget(bitmap, width, height);

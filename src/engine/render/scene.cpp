@@ -40,24 +40,24 @@ static void ReadObject(const TiXmlElement* item, uint32_t n, Scene* scene)
         }
     }
     scene->visibilityEnvelope[n] =
-        static_cast<uint32_t>(ReadIntAttribute(TakeElement(&child, "the visibility"), "value"));
-    scene->timeShift[n] = ReadFloatAttribute(TakeElement(&child, "the time shift"), "value");
+        static_cast<uint32_t>(ReadIntAttribute(TakeElement(&child, "visibility"), "value"));
+    scene->timeShift[n] = ReadFloatAttribute(TakeElement(&child, "time shift"), "value");
 
     scene->manipulatorCount[n] = 0;
     for (; child != nullptr; child = child->NextSibling())
     {
-        const uint8_t count = scene->manipulatorCount[n];
+        uint8_t count = scene->manipulatorCount[n];
         if (count == kSceneManipulators)
         {
             FatalFault("the object has more than %u manipulators", kSceneManipulators);
         }
-        ReadManipulator(RequireElement(child, "a manipulator"), &scene->manipulators[n][count]);
+        ReadManipulator(RequireElement(child, "manipulator"), &scene->manipulators[n][count]);
         scene->manipulatorCount[n] = static_cast<uint8_t>(count + 1);
     }
 }
 
-void ReadSceneItem(const TiXmlElement* item, void* record, [[maybe_unused]] uint32_t index,
-                   [[maybe_unused]] LoadContext* context)
+void ReadSceneItem(const TiXmlElement* item, void* record, uint32_t /*index*/,
+                   LoadContext* /*context*/)
 {
     // The masks are all that an object doesn't write whole. The block is large and mostly empty, so
     // the rest stays untouched.
@@ -76,7 +76,7 @@ void ReadSceneItem(const TiXmlElement* item, void* record, [[maybe_unused]] uint
         {
             FatalFault("the scene has more than %u objects", kSceneObjects);
         }
-        ReadObject(RequireElement(child, "the object"), scene->objectCount, scene);
+        ReadObject(RequireElement(child, "object"), scene->objectCount, scene);
         scene->objectCount += 1;
     }
     CurrentPlace.part = 0;
@@ -91,7 +91,7 @@ static uint32_t ObjectTime(const Scene* scene, uint32_t n, uint32_t time)
 
 static bool IsHidden(const Scene* scene, uint32_t n, const ObjectTable* envelopes, uint32_t time)
 {
-    const uint32_t id = scene->visibilityEnvelope[n];
+    uint32_t id = scene->visibilityEnvelope[n];
     if (id == 0)
     {
         return false;
@@ -108,24 +108,28 @@ static const Mesh* FindGenMesh(uint32_t id, const ObjectTable* genMeshes,
     return genMesh == nullptr ? nullptr : &genMesh->mesh;
 }
 
-static const Mesh* FindModelMesh(uint32_t id, const ObjectTable* models)
+/// What an object is drawn from.
+struct ObjectMesh
 {
-    const ModelData* model = GetRecord<ModelData>(id, models);
-    return model == nullptr ? nullptr : &model->mesh;
-}
+    const Mesh* mesh;       // null if there is none: the object draws nothing
+    const ModelData* model; // null for a generated mesh
+};
 
-static const Mesh* FindObjectMesh(const Scene* scene, uint32_t n, const ObjectTable* models,
-                                  const ObjectTable* genMeshes, const ObjectTable* envelopes,
-                                  uint32_t time)
+static ObjectMesh FindObjectMesh(const Scene* scene, uint32_t n, const ObjectTable* models,
+                                 const ObjectTable* genMeshes, const ObjectTable* envelopes,
+                                 uint32_t time)
 {
     switch (scene->objectKind[n])
     {
     case kObjectModel:
-        return FindModelMesh(scene->objectId[n], models);
+    {
+        const ModelData* model = GetRecord<ModelData>(scene->objectId[n], models);
+        return {model == nullptr ? nullptr : &model->mesh, model};
+    }
     case kObjectGenMesh:
-        return FindGenMesh(scene->objectId[n], genMeshes, envelopes, time);
+        return {FindGenMesh(scene->objectId[n], genMeshes, envelopes, time), nullptr};
     default:
-        return nullptr;
+        return {nullptr, nullptr};
     }
 }
 
@@ -153,10 +157,11 @@ static const Mesh* FindPlacementMesh(const Manipulator* manipulator, const Objec
         return nullptr;
     }
 
-    const uint32_t id = static_cast<uint32_t>(manipulator->placementId);
+    uint32_t id = static_cast<uint32_t>(manipulator->placementId);
     if (manipulator->placementKind == 0)
     {
-        return FindModelMesh(id, models);
+        const ModelData* model = GetRecord<ModelData>(id, models);
+        return model == nullptr ? nullptr : &model->mesh;
     }
     const Mesh* mesh = FindGenMesh(id, genMeshes, envelopes, time);
     if (mesh == nullptr)
@@ -177,7 +182,7 @@ static InstanceList* ApplyManipulators(InstanceList* list, const Scene* scene, u
     {
         const Manipulator* manipulator = &scene->manipulators[n][i];
         float params[kManipulatorUsedParams] = {};
-        const uint32_t count = ManipulatorParamCount(manipulator->type);
+        uint32_t count = ManipulatorParamCount(manipulator->type);
         for (uint32_t k = 0; k < count; ++k)
         {
             params[k] = ResolveValue(manipulator->params[k], MaskBit(manipulator->dynamicMask, k),
@@ -194,9 +199,10 @@ static InstanceList* ApplyManipulators(InstanceList* list, const Scene* scene, u
 static void SetClientArrays(const Mesh* mesh)
 {
     const DeformedMesh* deformed = &CurrentDeformedMesh;
-    const bool bent = deformed->vertices != nullptr;
+    bool bent = deformed->vertices != nullptr;
     glVertexPointer(3, GL_FLOAT, 0, bent ? deformed->vertices : mesh->vertices);
     glNormalPointer(GL_FLOAT, 0, bent ? deformed->normals : mesh->normals);
+    CurrentTexCoords.vertexCount = mesh->vertexCount;
     CurrentTexCoords.texcoord0Array = mesh->texCoords1;
     CurrentTexCoords.texcoord1Array = mesh->texCoordSets == 2 ? mesh->texCoords2 : mesh->texCoords1;
 }
@@ -206,11 +212,12 @@ static void SetClientArrays(const Mesh* mesh)
 static void SetBufferArrays(const ModelData* model)
 {
     const DeformedMesh* deformed = &CurrentDeformedMesh;
-    const bool bent = deformed->vertices != nullptr;
+    bool bent = deformed->vertices != nullptr;
     glBindBufferARB(GL_ARRAY_BUFFER, bent ? deformed->vertexBuffer : model->vertexBuffer);
     glVertexPointer(3, GL_FLOAT, 0, nullptr);
     glBindBufferARB(GL_ARRAY_BUFFER, bent ? deformed->normalBuffer : model->normalBuffer);
     glNormalPointer(GL_FLOAT, 0, nullptr);
+    CurrentTexCoords.vertexCount = model->mesh.vertexCount;
     CurrentTexCoords.texcoord0Buffer = model->texCoordBuffer1;
     CurrentTexCoords.texcoord1Buffer =
         model->mesh.texCoordSets == 2 ? model->texCoordBuffer2 : model->texCoordBuffer1;
@@ -243,12 +250,13 @@ void DrawSceneObjects(const Scene* scene, ObjectTable* materials, ObjectTable* l
     for (uint32_t n = 0; n < scene->objectCount; ++n)
     {
         CurrentPlace.part = n + 1;
-        const uint32_t objectTime = ObjectTime(scene, n, time);
+        uint32_t objectTime = ObjectTime(scene, n, time);
         if (IsHidden(scene, n, envelopes, objectTime))
         {
             continue;
         }
-        const Mesh* mesh = FindObjectMesh(scene, n, models, genMeshes, envelopes, objectTime);
+        ObjectMesh found = FindObjectMesh(scene, n, models, genMeshes, envelopes, objectTime);
+        const Mesh* mesh = found.mesh;
         if (mesh == nullptr)
         {
             continue;
@@ -259,12 +267,8 @@ void DrawSceneObjects(const Scene* scene, ObjectTable* materials, ObjectTable* l
 
         // A generated mesh changes on the processor and is drawn from client memory even where
         // models lie in buffers.
-        const ModelData* buffered = nullptr;
-        if (vbo != 0 && scene->objectKind[n] == kObjectModel)
-        {
-            buffered = GetRecord<ModelData>(scene->objectId[n], models);
-        }
-        else if (vbo != 0)
+        const ModelData* buffers = vbo != 0 ? found.model : nullptr;
+        if (vbo != 0 && buffers == nullptr)
         {
             glBindBufferARB(GL_ARRAY_BUFFER, 0);
             glBindBufferARB(GL_ELEMENT_ARRAY_BUFFER, 0);
@@ -274,25 +278,22 @@ void DrawSceneObjects(const Scene* scene, ObjectTable* materials, ObjectTable* l
 
         // The material comes before the first instance: lights and generated coordinates see the
         // camera's matrix.
-        CurrentTexCoords.vertexCount = mesh->vertexCount;
-        if (buffered != nullptr)
+        if (buffers != nullptr)
         {
-            SetBufferArrays(buffered);
+            SetBufferArrays(buffers);
         }
         else
         {
             SetClientArrays(mesh);
         }
         SetMaterial(scene->materialId[n], materials, lights, textures, envelopes, effects, bitmaps,
-                    objectTime, buffered != nullptr ? 1 : 0, pbo, dot3, cameraRotY);
-        if (buffered != nullptr)
+                    objectTime, buffers != nullptr ? 1 : 0, pbo, dot3, cameraRotY);
+
+        uint32_t hidden = HideShortTexCoords(mesh->vertexCount);
+        if (buffers != nullptr)
         {
-            glBindBufferARB(GL_ELEMENT_ARRAY_BUFFER, buffered->indexBuffer);
-        }
-        const uint32_t hidden = HideShortTexCoords(mesh->vertexCount);
-        if (buffered != nullptr)
-        {
-            DrawInstances(list, buffered->bufferIndexCount, nullptr);
+            glBindBufferARB(GL_ELEMENT_ARRAY_BUFFER, buffers->indexBuffer);
+            DrawInstances(list, buffers->bufferIndexCount, nullptr);
         }
         else
         {

@@ -657,8 +657,8 @@ void SetMaterial(uint32_t id, ObjectTable* materials, ObjectTable* lights, Objec
     CurrentPlace.item = id;
     CurrentPlace.part = 0;
 
-    const MaterialSetup setup = {material, lights, textures, envelopes, effects,   bitmaps,
-                                 time,     vbo,    pbo,      dot3,      cameraRotY};
+    MaterialSetup setup = {material, lights, textures, envelopes, effects,   bitmaps,
+                           time,     vbo,    pbo,      dot3,      cameraRotY};
     const Recipe& recipe = kRecipes[material->type];
     glPolygonMode(GL_FRONT_AND_BACK, recipe.polygonMode);
     SetEnabled(GL_DEPTH_TEST, recipe.depthTest);

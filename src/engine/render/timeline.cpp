@@ -95,7 +95,7 @@ static void ReadProjection(const TiXmlElement* element, uint32_t row, uint32_t c
 
 static void ReadFog(const TiXmlElement* element, uint32_t row, uint32_t clip, Timeline* timeline)
 {
-    const int8_t mode = static_cast<int8_t>(ReadIntAttribute(element, "type"));
+    int8_t mode = static_cast<int8_t>(ReadIntAttribute(element, "type"));
     timeline->fogMode[row][clip] = mode;
     if (mode <= 0)
     {
@@ -131,11 +131,11 @@ static void ReadClip(const TiXmlElement* item, uint32_t row, uint32_t clip, Time
 
     const TiXmlNode* child = item->FirstChild();
     ReadCamera(&child, row, clip, timeline);
-    ReadProjection(TakeElement(&child, "the field of view"), row, clip, timeline);
-    ReadFog(TakeElement(&child, "the fog"), row, clip, timeline);
+    ReadProjection(TakeElement(&child, "field of view"), row, clip, timeline);
+    ReadFog(TakeElement(&child, "fog"), row, clip, timeline);
 }
 
-void ReadTimelineRow(const TiXmlElement* item, [[maybe_unused]] void* record, uint32_t index,
+void ReadTimelineRow(const TiXmlElement* item, void* /*record*/, uint32_t index,
                      LoadContext* context)
 {
     rowsRead += 1;
@@ -155,7 +155,7 @@ void ReadTimelineRow(const TiXmlElement* item, [[maybe_unused]] void* record, ui
         {
             FatalFault("the row has more than %u clips", kTimelineClips);
         }
-        ReadClip(RequireElement(child, "the clip"), index, clip, timeline);
+        ReadClip(RequireElement(child, "clip"), index, clip, timeline);
 
         uint32_t end = time + timeline->length[index][clip] + timeline->spaceBefore[index][clip];
         AddClipToIndex(time, end, clip, index, timeline);
@@ -175,7 +175,7 @@ void BeginTimeline(LoadContext* context)
     }
 }
 
-void EndTimeline([[maybe_unused]] LoadContext* context)
+void EndTimeline(LoadContext* /*context*/)
 {
     if (rowsRead == 0)
     {

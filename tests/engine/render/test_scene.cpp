@@ -230,10 +230,10 @@ TEST_F(SceneReaderDeathTest, AMissingChildEndsTheProgram)
     } cases[] = {
         {"", "position x is missing"},
         {Repeat(Value("static", "1"), 8), "scale z is missing"},
-        {Placement("1"), "the visibility is missing"},
-        {Placement("1") + "<v value=\"0\"/>", "the time shift is missing"},
+        {Placement("1"), "visibility is missing"},
+        {Placement("1") + "<v value=\"0\"/>", "time shift is missing"},
         {Placement("1") + "<v/>", "attribute \"value\" of <v> is missing"},
-        {Placement("1") + kTail + "text", "a manipulator is not an element"},
+        {Placement("1") + kTail + "text", "manipulator is not an element"},
     };
     for (const auto& c : cases)
     {
@@ -250,7 +250,7 @@ TEST_F(SceneReaderDeathTest, AMissingAttributeEndsTheProgram)
                 "item 1, object 1: attribute \"object\" of <o> is missing");
     EXPECT_EXIT(Read("<o type=\"1\" object=\"1\"/>"), testing::ExitedWithCode(1),
                 "item 1, object 1: attribute \"material\" of <o> is missing");
-    EXPECT_EXIT(Read("text"), testing::ExitedWithCode(1), "the object is not an element");
+    EXPECT_EXIT(Read("text"), testing::ExitedWithCode(1), "object is not an element");
 }
 
 // Drawing.

@@ -460,13 +460,13 @@ TEST_F(TimelineDeathTest, AMissingChildEndsTheProgram)
     } cases[] = {
         {"", "camera x is missing"},
         {Value("static", "1") + Value("static", "1"), "camera z is missing"},
-        {Camera(), "the field of view is missing"},
-        {Camera() + Value("static", "60"), "the fog is missing"},
+        {Camera(), "field of view is missing"},
+        {Camera() + Value("static", "60"), "fog is missing"},
         {Camera() + Value("static", "60") + "<f type=\"1\"/>", "fog density is missing"},
         {Camera() + Value("static", "60") + "<f type=\"1\">" + Value("static", "1") +
              Value("static", "1") + Value("static", "1") + "</f>",
          "fog colour is missing"},
-        {Camera() + "text" + Value("static", "60"), "the field of view is not an element"},
+        {Camera() + "text" + Value("static", "60"), "field of view is not an element"},
         {Camera() + "<v type=\"static\"/>", "attribute \"value\" of <v> is missing"},
     };
     for (const auto& c : cases)
@@ -479,5 +479,5 @@ TEST_F(TimelineDeathTest, AMissingChildEndsTheProgram)
 TEST_F(TimelineDeathTest, TextBetweenClipsEndsTheProgram)
 {
     EXPECT_EXIT(ReadRow(PlainClip(0, 100) + "text"), testing::ExitedWithCode(1),
-                "row 1, clip 2: the clip is not an element\n$");
+                "row 1, clip 2: clip is not an element\n$");
 }
