@@ -85,16 +85,16 @@ static void ReadSection(const SectionReader* reader, const TiXmlNode* section, i
         reader->begin(context);
     }
 
-    uint32_t index = 0;
+    context->itemCount = 0;
     for (const TiXmlNode* item = section->FirstChild(); item != nullptr; item = item->NextSibling())
     {
-        if (reader->itemLimit != 0 && index == reader->itemLimit)
+        if (reader->itemLimit != 0 && context->itemCount == reader->itemLimit)
         {
             break;
         }
-        CurrentPlace = {context->document->name, number, index + 1, 0};
-        ReadItem(reader, table, item, index, context);
-        ++index;
+        CurrentPlace = {context->document->name, number, context->itemCount + 1, 0};
+        ReadItem(reader, table, item, context->itemCount, context);
+        context->itemCount += 1;
         if (context->itemDone != nullptr)
         {
             context->itemDone(context->user);

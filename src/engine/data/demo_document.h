@@ -47,6 +47,8 @@ struct LoadContext
     LayerImage* layers[kLayerCapacity]; // section 0, owned; alive while section 1 is read
     uint32_t layerCount;
 
+    uint32_t itemCount; // items of the section that were read so far
+
     void (*itemDone)(void* user); // runs after each item of each section; null for none
     void* user;                   // borrowed, handed to itemDone
 };
@@ -64,7 +66,7 @@ struct SectionReader
     /// @param record   uninitialised; null where the reader has no table
     /// @param index    the item's place in the section, from 0
     void (*readItem)(const TiXmlElement* item, void* record, uint32_t index, LoadContext* context);
-    /// Runs behind the last item; may be null.
+    /// Runs behind the last item, with itemCount final; may be null.
     void (*end)(LoadContext* context);
 };
 

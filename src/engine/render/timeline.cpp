@@ -8,9 +8,6 @@
 #include "engine/data/document_values.h"
 #include "engine/data/fault.h"
 
-/// Rows of the section that is being read, so that a section without any is seen at its end.
-static uint32_t rowsRead;
-
 Timeline* CreateTimeline()
 {
     Timeline* timeline = static_cast<Timeline*>(calloc(1, sizeof(Timeline)));
@@ -138,12 +135,7 @@ static void ReadClip(const TiXmlElement* item, uint32_t row, uint32_t clip, Time
 void ReadTimelineRow(const TiXmlElement* item, void* /*record*/, uint32_t index,
                      LoadContext* context)
 {
-    rowsRead += 1;
-    if (index >= kTimelineRows)
-    {
-        return;
-    }
-
+    assert(index < kTimelineRows); // the section's reader stops there
     Timeline* timeline = context->document->timeline;
     uint32_t time = 0;
     uint32_t clip = 0;
@@ -168,16 +160,15 @@ void ReadTimelineRow(const TiXmlElement* item, void* /*record*/, uint32_t index,
 
 void BeginTimeline(LoadContext* context)
 {
-    rowsRead = 0;
     if (context->isDemo)
     {
         InitializeTimeline(context->document->timeline);
     }
 }
 
-void EndTimeline(LoadContext* /*context*/)
+void EndTimeline(LoadContext* context)
 {
-    if (rowsRead == 0)
+    if (context->itemCount == 0)
     {
         FatalFault("the timeline has no row");
     }

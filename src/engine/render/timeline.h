@@ -74,6 +74,7 @@ void AddClipToIndex(uint32_t start, uint32_t end, uint32_t clip, uint32_t row, T
 
 /// Section 10, one row: reads all its clips. Fatal: more than 1024 clips, a missing attribute or
 /// child.
+/// @param index   the row, below kTimelineRows: those behind are not read
 void ReadTimelineRow(const TiXmlElement* item, void* record, uint32_t index, LoadContext* context);
 
 /// Section 10, before its rows: clears the block of demo.xmlz (that of loading.xmlz is cleared when

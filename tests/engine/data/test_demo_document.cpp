@@ -16,6 +16,7 @@ struct Note
 };
 
 static std::string journal; // what the readers did, in order
+static uint32_t itemsAtEnd; // of the last section that ended
 
 static void ReadNote(const TiXmlElement* item, void* record, uint32_t index, LoadContext* context)
 {
@@ -32,9 +33,10 @@ static void BeginNotes(LoadContext* /*context*/)
     journal += "begin " + std::to_string(CurrentPlace.section) + "\n";
 }
 
-static void EndNotes(LoadContext* /*context*/)
+static void EndNotes(LoadContext* context)
 {
     journal += "end " + std::to_string(CurrentPlace.section) + "\n";
+    itemsAtEnd = context->itemCount;
 }
 
 static void CountDone(void* user)
@@ -63,6 +65,11 @@ class DemoDocumentTest : public testing::Test
 
     void TearDown() override
     {
+        FreeTables();
+    }
+
+    void FreeTables()
+    {
         for (ObjectTable* table : {demo.textures, demo.models, demo.envelopes})
         {
             if (table != nullptr)
@@ -70,6 +77,7 @@ class DemoDocumentTest : public testing::Test
                 FreeObjectTable(table);
             }
         }
+        demo = {};
     }
 
     void Read(const std::string& text)
@@ -146,6 +154,20 @@ TEST_F(DemoDocumentTest, ItemsBehindALimitAreNeitherReadNorReported)
     context.user = &done;
     Read("<?xml?><s0/><s1/><s2/><s3/>" + kRestOfSections + "<rows><r/><r/><r/></rows><music/>");
     EXPECT_EQ(done, 2);
+}
+
+TEST_F(DemoDocumentTest, TheEndOfASectionSeesHowManyItemsWereRead)
+{
+    Read("<?xml?><s0/><s1/><s2><m/><m/><m/></s2><s3/>" + kRestOfSections + "<rows/><music/>");
+    EXPECT_EQ(itemsAtEnd, 0u);
+    FreeTables();
+    tree.Clear();
+    Read("<?xml?><s0/><s1/><s2/><s3/>" + kRestOfSections + "<rows><r/></rows><music/>");
+    EXPECT_EQ(itemsAtEnd, 1u);
+    FreeTables();
+    tree.Clear();
+    Read("<?xml?><s0/><s1/><s2/><s3/>" + kRestOfSections + "<rows><r/><r/><r/></rows><music/>");
+    EXPECT_EQ(itemsAtEnd, 2u); // up to the limit
 }
 
 TEST_F(DemoDocumentTest, AllChildrenOfAllSectionsAndOfTheMusicNodeCountAsItems)

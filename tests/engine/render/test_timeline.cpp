@@ -406,12 +406,6 @@ TEST_F(TimelineTest, RowsPastTheThirtySecondAreIgnored)
     EXPECT_EQ(timeline->clipEnd[31][0], 100u);
 }
 
-TEST_F(TimelineTest, ARowPastTheLastIsNotRead)
-{
-    ReadRow(PlainClip(0, 100), 32);
-    EXPECT_TRUE(IsAllZero(timeline));
-}
-
 TEST_F(TimelineDeathTest, ATimelineWithoutARowEndsTheProgram)
 {
     ReadDocument({""}, &tree, &context); // one without clips will do
