@@ -49,6 +49,13 @@ void StartAudioClock()
     DemoClock = TruncateToUnsigned(SDL_GetTicks() + 0.0 - blockTicks);
 }
 
+// The audio thread writes AudioClock while the main thread reads it, and plain loads are right for
+// that. Each field is an aligned word of 32 bits, which x86-64 loads and stores whole, so no value
+// is ever half of two. SDL_GetTicks is a call that the compiler can't see through: it can neither
+// keep a field from one reading to the next nor move a load across it. What is left is a block that
+// comes in between two loads, one of the old block and one of the new; that costs one block's jump
+// for one frame. A lock could keep the audio thread waiting for the main one, and sound has no time
+// to wait.
 static void UpdateAudioClock()
 {
     // The block's time is taken before anything else: read behind SDL_GetTicks, it could belong to
