@@ -78,6 +78,56 @@ TEST(DemoClock, WithoutAnyBlockThePieceStandsAt0)
     EXPECT_EQ(DemoClock, 0u);
 }
 
+TEST(DemoClock, ABlockAtTick0IsNone)
+{
+    ResetClock({0, 5000, 5000});
+    LauncherChoice choice = kStartChoice;
+    DemoClock = 77;
+    CountAudioBlock(32768);
+    EXPECT_EQ(AudioClock.lastBlockTicks, 0u);
+
+    UpdateDemoClock(&choice);
+
+    EXPECT_EQ(DemoClock, 0u);
+    DemoClock = 77;
+    StartAudioClock();
+    EXPECT_EQ(DemoClock, 0u);
+    EXPECT_EQ(TakeGlCalls(), "SDL_GetTicks 0\n"); // the block's, and none for the readings
+}
+
+TEST(DemoClock, ABlockDuringAReadingNeverGivesATimeBelow0)
+{
+    // The reading takes 1190 when the next block comes, stamped 1195.
+    ResetClock({1190, 1195, 1200});
+    AudioClock = {0, 32768, 1000, 1};
+    Sdl.duringTicks = []
+    {
+        CountAudioBlock(32768);
+    };
+    LauncherChoice choice = kStartChoice;
+
+    UpdateDemoClock(&choice);
+    EXPECT_EQ(DemoClock, 190u); // the old block throughout
+
+    UpdateDemoClock(&choice);
+    EXPECT_EQ(DemoClock, 190u); // the new one: 32768 / 176.4 + 5 = 190.76
+}
+
+TEST(DemoClock, ABlockDuringTheFirstReadingNeverGivesATimeBelow0)
+{
+    ResetClock({510, 515});
+    AudioClock = {0, 32768, 500, 1};
+    Sdl.duringTicks = []
+    {
+        CountAudioBlock(32768);
+    };
+
+    StartAudioClock();
+
+    EXPECT_EQ(DemoClock, 10u);
+    EXPECT_EQ(AudioClock.bytesDelivered, 32768u); // counted from the start of audio on
+}
+
 TEST(DemoClock, BytesGoThroughAFloatFirst)
 {
     // 16777227 is no float: it becomes 16777228, which is worth 95109.0 ms and not 95108.99.

@@ -1,6 +1,8 @@
 #include "player/music.h"
 
+#include <SDL.h>
 #include <cstdio>
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <tinyxml.h>
 #include <unistd.h>
@@ -27,7 +29,25 @@ static std::string Loaded(const std::string& module)
            "ModPlug_SetMasterVolume 512\n" + kSettings + "SDL_OpenAudio 44100 S16LSB 2 8192\n";
 }
 
-/// Starts the music of a document that ends with this music node.
+/// Starts the music of a document that ends with this music node, in the folder.
+static bool StartIn(const TemporaryFolder& folder, const std::string& musicNode,
+                    LauncherChoice* choice)
+{
+    if (chdir(folder.path.c_str()) != 0)
+    {
+        perror("test_music: chdir");
+        abort();
+    }
+    setvbuf(stdout, nullptr, _IOLBF, 0); // as the program does
+    TiXmlDocument tree;
+    tree.Parse(musicNode.c_str());
+    DemoDocument document = {};
+    document.name = "demo.xmlz";
+    document.document = &tree;
+    document.musicNode = tree.FirstChild();
+    return StartMusic(&document, choice);
+}
+
 /// @return exit code 0 with music, 1 if the device did not open, 2 for the silent clock
 static ChildRun Start(const TemporaryFolder& folder, const std::string& musicNode,
                       int32_t music = kSwitchOn)
@@ -35,20 +55,9 @@ static ChildRun Start(const TemporaryFolder& folder, const std::string& musicNod
     return RunInChild(
         [&folder, &musicNode, music]()
         {
-            if (chdir(folder.path.c_str()) != 0)
-            {
-                return 99;
-            }
-            setvbuf(stdout, nullptr, _IOLBF, 0); // as the program does
-            TiXmlDocument tree;
-            tree.Parse(musicNode.c_str());
-            DemoDocument document = {};
-            document.name = "demo.xmlz";
-            document.document = &tree;
-            document.musicNode = tree.FirstChild();
             LauncherChoice choice = kStartChoice;
             choice.music = music;
-            if (!StartMusic(&document, &choice))
+            if (!StartIn(folder, musicNode, &choice))
             {
                 return 1;
             }
@@ -57,6 +66,42 @@ static ChildRun Start(const TemporaryFolder& folder, const std::string& musicNod
                 return 98;
             }
             return choice.music == kSwitchOn ? 0 : 2;
+        });
+}
+
+/// Starts the music of "a.xm", then lets the device ask for blocks of these lengths.
+/// @return exit code 0 if each of them was counted and flagged; the record of the blocks alone
+static ChildRun FillBlocks(const TemporaryFolder& folder, const std::vector<uint32_t>& lengths)
+{
+    return RunInChild(
+        [&folder, &lengths]()
+        {
+            LauncherChoice choice = kStartChoice;
+            if (!StartIn(folder, "<music file=\"a.xm\"/>", &choice) || AudioClock.audioStarted != 0)
+            {
+                return 98;
+            }
+            TakeGlCalls();
+            Sdl.polls.assign(lengths.size(), {1, false, false, false});
+            uint32_t delivered = 0;
+            for (uint32_t length : lengths)
+            {
+                Sdl.blockBytes = length;
+                AudioClock.audioStarted = 0;
+                SDL_Event event;
+                SDL_PollEvent(&event);
+                if (AudioClock.audioStarted != 1)
+                {
+                    return 97;
+                }
+                if (AudioClock.bytesBeforeBlock != delivered ||
+                    AudioClock.bytesDelivered != delivered + length)
+                {
+                    return 96;
+                }
+                delivered += length;
+            }
+            return 0;
         });
 }
 
@@ -102,6 +147,17 @@ TEST_F(Music, AFileThatNamesAFolderIsPutBehindTheMusicFolderAsItStands)
 
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.record, Loaded("far below") + "SDL_PauseAudio 0\n");
+}
+
+TEST_F(Music, AFileInAFolderIsPlayedFromThereFirst)
+{
+    folder.Write("sub/a.xm", "beside");
+    folder.Write("music/sub/a.xm", "below");
+
+    ChildRun run = Start(folder, "<music file=\"sub/a.xm\"/>");
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.record, Loaded("beside") + "SDL_PauseAudio 0\n");
 }
 
 TEST_F(Music, AModuleInNeitherPlaceIsReportedAndTheClockIsSilent)
@@ -174,8 +230,68 @@ TEST_F(Music, TheFirstBlockIsCountedStampedAndThenRendered)
                                              "AudioBlock 32768\n"
                                              "SDL_GetTicks 686\n"
                                              "ModPlug_Read 32768\n"
-                                             "AudioBlock filled\n"
+                                             "AudioBlock filled to 7232\n"
                                              "SDL_GetTicks 700\n"); // the first reading
+}
+
+TEST_F(Music, EveryBlockSetsAudioStarted)
+{
+    folder.Write("a.xm", "module");
+    for (bool loadFails : {false, true})
+    {
+        ModPlug.loadFails = loadFails;
+        ModPlug.moduleBytes = 32768; // the second block comes behind the module's end
+
+        EXPECT_EQ(FillBlocks(folder, {32768, 32768, 32768}).exitCode, 0);
+    }
+}
+
+TEST_F(Music, ABlockOfAnyLengthIsCountedAndFilledWhole)
+{
+    folder.Write("a.xm", "module");
+    ModPlug.moduleBytes = 100000;
+
+    ChildRun run = FillBlocks(folder, {4096, 1, 65536, 1002});
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.record, "SDL_PollEvent\n"
+                          "AudioBlock 4096\n"
+                          "SDL_GetTicks 0\n"
+                          "ModPlug_Read 4096\n"
+                          "AudioBlock filled\n"
+                          "SDL_PollEvent\n"
+                          "AudioBlock 1\n"
+                          "SDL_GetTicks 0\n"
+                          "ModPlug_Read 1\n"
+                          "AudioBlock filled\n"
+                          "SDL_PollEvent\n"
+                          "AudioBlock 65536\n"
+                          "SDL_GetTicks 0\n"
+                          "ModPlug_Read 65536\n"
+                          "AudioBlock filled\n"
+                          "SDL_PollEvent\n"
+                          "AudioBlock 1002\n"
+                          "SDL_GetTicks 0\n"
+                          "ModPlug_Read 1002\n"
+                          "AudioBlock filled\n");
+}
+
+TEST_F(Music, AFileThatIsNoModuleFillsABlockOfAnyLengthWithSilence)
+{
+    folder.Write("a.xm", "no module");
+    ModPlug.loadFails = true;
+
+    ChildRun run = FillBlocks(folder, {65536, 1});
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.record, "SDL_PollEvent\n"
+                          "AudioBlock 65536\n"
+                          "SDL_GetTicks 0\n"
+                          "AudioBlock silent\n"
+                          "SDL_PollEvent\n"
+                          "AudioBlock 1\n"
+                          "SDL_GetTicks 0\n"
+                          "AudioBlock silent\n");
 }
 
 TEST_F(Music, AModuleThatHasEndedLeavesTheBlockAlone)

@@ -84,9 +84,9 @@ uint32_t NextTicks()
     return Sdl.ticks[place];
 }
 
-bool IsAll(const std::vector<uint8_t>& block, uint8_t value)
+bool IsSilent(const std::vector<uint8_t>& block)
 {
-    return std::all_of(block.begin(), block.end(), [value](uint8_t b) { return b == value; });
+    return std::all_of(block.begin(), block.end(), [](uint8_t byte) { return byte == 0; });
 }
 
 void RunAudioBlock()
@@ -96,13 +96,22 @@ void RunAudioBlock()
                                kUnwritten);
     RecordCall("AudioBlock " + std::to_string(block.size()));
     audio.callback(audio.userdata, block.data(), static_cast<int>(block.size()));
-    if (IsAll(block, kUnwritten))
+    size_t filled = block.size();
+    while (filled > 0 && block[filled - 1] == kUnwritten)
+    {
+        --filled;
+    }
+    if (filled == 0)
     {
         RecordCall("AudioBlock untouched");
     }
+    else if (filled < block.size())
+    {
+        RecordCall("AudioBlock filled to " + std::to_string(filled));
+    }
     else
     {
-        RecordCall(IsAll(block, 0) ? "AudioBlock silent" : "AudioBlock filled");
+        RecordCall(IsSilent(block) ? "AudioBlock silent" : "AudioBlock filled");
     }
 }
 
@@ -188,6 +197,12 @@ extern "C"
     {
         uint32_t ticks = NextTicks();
         RecordCall("SDL_GetTicks " + std::to_string(ticks));
+        std::function<void()> meanwhile;
+        meanwhile.swap(Sdl.duringTicks);
+        if (meanwhile)
+        {
+            meanwhile();
+        }
         return ticks;
     }
 

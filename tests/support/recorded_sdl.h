@@ -13,10 +13,12 @@
 //
 // An audio block is a run of the callback on the calling thread. It is written down as
 // "AudioBlock 32768", then the calls of the callback, then what became of the block, which held
-// 0xEE in every byte: "AudioBlock untouched", "AudioBlock silent" (all 0), or "AudioBlock filled".
+// 0xEE in every byte: "AudioBlock untouched", "AudioBlock silent" (all 0), "AudioBlock filled", or
+// "AudioBlock filled to 7232" if 0xEE stands from there to its end.
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -41,6 +43,10 @@ struct SdlScript
     std::vector<ScriptedPoll> polls; // one a call of SDL_PollEvent, behind them nothing happens
     uint32_t blocksAtStart;          // audio blocks that SDL_PauseAudio(0) lets through at once
     uint32_t blockBytes;             // length of a block; 0 for 32768
+
+    /// Runs once, inside the next SDL_GetTicks, when that has its reading: what another thread does
+    /// in the meantime. May be empty.
+    std::function<void()> duringTicks;
 };
 
 /// The script in force. A test writes it before it runs what it tests.
