@@ -1,5 +1,6 @@
 #include "player/played_piece.h"
 
+#include <GL/glew.h>
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
@@ -18,6 +19,7 @@
 #include "engine/textures/bitmap_texture.h"
 #include "engine/textures/corner_masks.h"
 #include "engine/textures/procedural_texture.h"
+#include "player/inner_calls.h"
 #include "player/run_demo.h"
 
 static PlayScript running;
@@ -29,6 +31,20 @@ LauncherResult RunLauncher(const char* title, LauncherChoice* choice, int* exitC
     *choice = running.choice;
     *exitCode = running.launcherExitCode;
     return running.launcherQuits ? LauncherResult::kQuit : LauncherResult::kStart;
+}
+
+// Put in the place of recorded_gl's by the linker's --wrap.
+GLenum RealGlewInit() asm("__real_glewInit");
+GLenum WrappedGlewInit() asm("__wrap_glewInit");
+
+GLenum WrappedGlewInit()
+{
+    if (running.glewFails)
+    {
+        RecordCall("glewInit fails");
+        return GLEW_ERROR_NO_GL_VERSION;
+    }
+    return RealGlewInit();
 }
 
 static bool IsTableOf(const ObjectTable* table, size_t recordSize)
@@ -124,6 +140,10 @@ ChildRun Play(const TemporaryFolder& folder, const PlayScript& script)
             Sdl = script.sdl;
             ModPlug = script.modplug;
             OfferGlExtensions(script.gl);
+            if (script.innerCalls)
+            {
+                FollowInnerCalls();
+            }
             if (chdir(folder.path.c_str()) != 0)
             {
                 perror("played piece: chdir");

@@ -40,9 +40,11 @@ struct PlayScript
     bool launcherQuits = false;
     int launcherExitCode = 0;
     GlExtensions gl = {true, true, true, true, true};
+    bool glewFails = false; // "glewInit fails" stands in the record, and nothing was found
     SdlScript sdl = {};
     ModPlugScript modplug = {};
     uint32_t demoFrames = 0; // frames of the demo that draw something
+    bool innerCalls = false; // the calls of inner_calls.h stand in the record as well
 };
 
 /// Runs the program in `folder`.

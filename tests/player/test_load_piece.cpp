@@ -106,6 +106,40 @@ TEST(LoadPiece, ItemsThatTakeLessThan50MillisecondsShowFramesAsOftenAsThoseHaveB
               "npot 0 dot3 1\n");
 }
 
+TEST(LoadPiece, NoTickRunsBeforeTheFirstItemIsFinished)
+{
+    // All of the first item's time and the document's own has passed when the clock is first asked.
+    DocumentSource demo = DemoSource();
+    demo.sections[10] = Rows(4);
+    PlayScript script = LoadingScript({0, 10000, 10000, 10001});
+    script.innerCalls = true;
+
+    ChildRun run = PlayPackage(PieceOf(LoadingSource(), demo), script);
+
+    EXPECT_EQ(LinesWith(run.record, {"LoadDocument demo", "SDL_GetTicks", "RenderFrame loading"}),
+              "SDL_GetTicks 0\n"
+              "LoadDocument demo.xmlz\n"
+              "SDL_GetTicks 10000\n"
+              "RenderFrame loading.xmlz scene 7 time 25 1024x768 aspect 1.33333337 vbo 0 pbo 0 "
+              "npot 0 dot3 1\n"
+              "SDL_GetTicks 10000\n"
+              "SDL_GetTicks 10001\n"
+              "SDL_GetTicks 10001\n"
+              "SDL_GetTicks 10001\n"
+              "SDL_GetTicks 10001\n"); // the silent start
+}
+
+TEST(LoadPiece, TimeIsTakenBeforeTheEntryIsLookedUp)
+{
+    ChildRun run = PlayPackage(MakePackage({{"loading.xmlz", MakeDocument(LoadingSource())}}),
+                               LoadingScript({5, 1000}));
+
+    EXPECT_EQ(LinesWith(run.record, {"> End", "SDL_GetTicks"}),
+              "SDL_GetTicks 5\n"
+              "> End of object table reached!\n"
+              "SDL_GetTicks 1000\n"); // the silent start
+}
+
 TEST(LoadPiece, TheTimeBetweenTicksWraps)
 {
     ChildRun run = PlayPackage(PieceOf(LoadingSource(), DemoSource()),
@@ -217,6 +251,111 @@ TEST(LoadPiece, AFaultBehindATickIsTheDemosOwn)
         "! quorvale: demo.xmlz, section 10 (timeline), row 2, clip 1: attribute \"id\" of "
         "<clip> is missing\n");
     EXPECT_EQ(run.record.substr(run.record.size() - 9), "SDL_Quit\n");
+}
+
+/// One of everything that a document brings to OpenGL, and two textures of two layers.
+static DocumentSource SourceWithPixels()
+{
+    DocumentSource source = DemoSource();
+    source.sections[0] = "<l type=\"0\"><p>1</p></l><l type=\"0\"><p>0</p></l>";
+    source.sections[1] =
+        "<t><layer type=\"101\" id=\"1\"/></t><t><layer type=\"101\" id=\"0\"/></t>";
+    source.sections[2] = "<m filename=\"triangle\"/>";
+    source.sections[5] = "<e name=\"\" type=\"3\" resolution=\"64x64\" bpp=\"8\"><p>0</p></e>";
+    source.sections[6] = "<b filename=\"a.tga\"/>";
+    return source;
+}
+
+static std::string Level(int level, int components, int side, const char* format,
+                         const char* pixels)
+{
+    std::string size = std::to_string(side);
+    return "TexImage2D TEXTURE_2D " + std::to_string(level) + " " + std::to_string(components) +
+           " " + size + " " + size + " 0 " + format + " UNSIGNED_BYTE " + pixels + "\n";
+}
+
+static std::string Filters(const char* minification)
+{
+    return std::string("TexParameteri TEXTURE_2D TEXTURE_MAG_FILTER LINEAR\n") +
+           "TexParameteri TEXTURE_2D TEXTURE_MIN_FILTER " + minification + "\n";
+}
+
+/// A new texture and its level 0.
+static std::string NewTexture(int name, const std::string& level)
+{
+    std::string text = std::to_string(name) + "\n";
+    return "GenTextures 1 " + text + "BindTexture TEXTURE_2D " + text + level;
+}
+
+/// A procedural texture of the demo.
+static std::string MippedTexture(int name)
+{
+    std::string calls = NewTexture(name, Level(0, 3, 256, "RGB", "?"));
+    calls += Filters("LINEAR_MIPMAP_LINEAR");
+    for (int level = 1; level <= 8; ++level)
+    {
+        calls += Level(level, 3, 256 >> level, "RGB", "?");
+    }
+    return calls;
+}
+
+/// An image file of 2x2 pixels, the same in both documents.
+static std::string Bitmap(int name)
+{
+    return NewTexture(name, Level(0, 3, 2, "RGB", "?")) + Filters("LINEAR_MIPMAP_LINEAR") +
+           Level(1, 3, 1, "RGB", "?");
+}
+
+TEST(LoadPiece, OnlyTheDemoGetsBuffersMipChainsAndUnpackBuffers)
+{
+    // An uncompressed TGA file of 2x2 pixels in three colors.
+    std::string image = {0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 0, 2, 0, 24, 0x20};
+    image.append(2 * 2 * 3, '\x40');
+    ModelSource model = {std::vector<float>(9, 1.0f),
+                         {std::vector<float>(6, 1.0f)},
+                         std::vector<float>(9, 1.0f),
+                         {0, 1, 2}};
+    std::string package = MakePackage({{"loading.xmlz", MakeDocument(SourceWithPixels())},
+                                       {"demo.xmlz", MakeDocument(SourceWithPixels())},
+                                       {"triangle", MakeModel(model)},
+                                       {"a.tga", image}});
+    PlayScript script = LoadingScript({});
+    script.innerCalls = true;
+
+    ChildRun run = PlayPackage(package, script);
+
+    EXPECT_EQ(run.exitCode, 0);
+    const std::string flat = Level(0, 3, 256, "RGB", "?") + Filters("LINEAR");
+    const std::string buffers = "GenBuffers 1 1\n"
+                                "BindBuffer ARRAY_BUFFER 1\n"
+                                "BufferData ARRAY_BUFFER 36 ? STATIC_DRAW\n"
+                                "GenBuffers 1 2\n"
+                                "BindBuffer ARRAY_BUFFER 2\n"
+                                "BufferData ARRAY_BUFFER 24 ? STATIC_DRAW\n"
+                                "GenBuffers 1 3\n"
+                                "BindBuffer ARRAY_BUFFER 3\n"
+                                "BufferData ARRAY_BUFFER 36 ? STATIC_DRAW\n"
+                                "GenBuffers 1 4\n"
+                                "BindBuffer ELEMENT_ARRAY_BUFFER 4\n"
+                                "BufferData ELEMENT_ARRAY_BUFFER 12 ? STATIC_DRAW\n"
+                                "BindBuffer ARRAY_BUFFER 0\n"
+                                "BindBuffer ELEMENT_ARRAY_BUFFER 0\n";
+    EXPECT_EQ(LinesWith(run.record, {"LoadDocument", "FreeLayers", "Gen", "Bind", "Buffer", "Map",
+                                     "Unmap", "TexImage2D", "TexParameteri"}),
+              "LoadDocument loading.xmlz\n" + NewTexture(1, flat) + NewTexture(2, flat) +
+                  "FreeLayers loading.xmlz 2\n" + // and no buffers for the model
+                  NewTexture(3, Level(0, 1, 64, "LUMINANCE", "?")) + Filters("LINEAR") + Bitmap(4) +
+                  "LoadDocument demo.xmlz\n" + MippedTexture(5) + MippedTexture(6) +
+                  "FreeLayers demo.xmlz 2\n" + buffers +
+                  "GenTextures 1 7\n"
+                  "GenBuffers 1 5\n"
+                  "BindBuffer PIXEL_UNPACK_BUFFER 5\n"
+                  "BufferData PIXEL_UNPACK_BUFFER 4096 0 STREAM_DRAW\n"
+                  "MapBuffer PIXEL_UNPACK_BUFFER WRITE_ONLY\n"
+                  "UnmapBuffer PIXEL_UNPACK_BUFFER\n"
+                  "BindTexture TEXTURE_2D 7\n" +
+                  Level(0, 1, 64, "LUMINANCE", "0") + Filters("LINEAR") +
+                  "BindBuffer PIXEL_UNPACK_BUFFER 0\n" + Bitmap(8));
 }
 
 TEST(LoadPiece, EachSectionHasItsReader)

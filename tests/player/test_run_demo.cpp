@@ -20,6 +20,7 @@ static PlayScript SilentScript(std::vector<uint32_t> ticks, uint32_t frames)
 TEST(RunDemo, AWholeRunGoesInThisOrder)
 {
     PlayScript script;
+    script.innerCalls = true;
     script.demoFrames = 2;
     script.modplug.moduleBytes = 1000000;
     // The two of loading, the block at the start, the first reading, the two frames.
@@ -33,6 +34,7 @@ TEST(RunDemo, AWholeRunGoesInThisOrder)
                           "RunLauncher Quorvale Engine v0.232\n"
                           "> Found piece.dpk.\n"
                           "> Starting the demo.\n"
+                          "BuildCosTable\n"
                           "SDL_GL_SetAttribute RED_SIZE 8\n"
                           "SDL_GL_SetAttribute GREEN_SIZE 8\n"
                           "SDL_GL_SetAttribute BLUE_SIZE 8\n"
@@ -62,8 +64,13 @@ TEST(RunDemo, AWholeRunGoesInThisOrder)
                           "Enable COLOR_MATERIAL\n"
                           "ColorMaterial FRONT AMBIENT_AND_DIFFUSE\n"
                           "SDL_GL_SwapBuffers\n"
+                          "BuildCornerMasks\n"
                           "SDL_ShowCursor 0\n"
+                          "LoadDocument loading.xmlz\n"
+                          "FreeLayers loading.xmlz 0\n"
                           "SDL_GetTicks 100\n"
+                          "LoadDocument demo.xmlz\n"
+                          "FreeLayers demo.xmlz 0\n"
                           "SDL_GetTicks 120\n"
                           "ModPlug_Load 6 \"module\"\n"
                           "ModPlug_SetMasterVolume 512\n"
@@ -77,7 +84,12 @@ TEST(RunDemo, AWholeRunGoesInThisOrder)
                           "SDL_GetTicks 500\n"
                           "ModPlug_Read 32768\n"
                           "AudioBlock filled\n"
-                          "SDL_GetTicks 504\n" +
+                          "SDL_GetTicks 504\n"
+                          "FreeTimeline loading.xmlz\n"
+                          "FreeObjectTable loading.xmlz section 9\n"
+                          "FreeObjectTable loading.xmlz section 3\n"
+                          "FreeObjectTable loading.xmlz section 7\n"
+                          "FreeObjectTable loading.xmlz section 4\n" +
                               kFrame + "0" + kFrameEnd + // 4 ms
                               "SDL_GetKeyState\n"
                               "SDL_PollEvent\n"
@@ -91,9 +103,88 @@ TEST(RunDemo, AWholeRunGoesInThisOrder)
                               "Clear COLOR_BUFFER_BIT|DEPTH_BUFFER_BIT\n"
                               "SDL_GetTicks 540\n" +
                               kFrame + "4" + kFrameEnd + // 40 ms, and nothing drawn
+                              "ClosePackage\n"
                               "> Benchmark result: 50.00 fps\n"
                               "> Bye!\n"
+                              "FreeTimeline demo.xmlz\n"
+                              "FreeObjectTable demo.xmlz section 9\n"
+                              "FreeObjectTable demo.xmlz section 3\n"
+                              "FreeObjectTable demo.xmlz section 7\n"
+                              "FreeObjectTable demo.xmlz section 4\n"
                               "SDL_Quit\n");
+}
+
+TEST(RunDemo, TheCosineTableIsCompleteBeforeAnySectionIsReadAndTheMasksBehindTheSecondSwap)
+{
+    PlayScript script = SilentScript({}, 0);
+    script.innerCalls = true;
+
+    ChildRun run = PlayUsualPiece(script);
+
+    EXPECT_EQ(LinesWith(run.record, {"> Starting", "Build", "SDL_SetVideoMode",
+                                     "SDL_GL_SwapBuffers", "SDL_ShowCursor", "LoadDocument"}),
+              "> Starting the demo.\n"
+              "BuildCosTable\n"
+              "SDL_SetVideoMode 1024 768 24 HWSURFACE|ASYNCBLIT|OPENGL|FULLSCREEN\n"
+              "SDL_GL_SwapBuffers\n"
+              "SDL_GL_SwapBuffers\n"
+              "BuildCornerMasks\n"
+              "SDL_ShowCursor 0\n"
+              "LoadDocument loading.xmlz\n"
+              "LoadDocument demo.xmlz\n");
+}
+
+TEST(RunDemo, FourTablesOfEachDocumentAreFreedInOrder)
+{
+    PlayScript script;
+    script.innerCalls = true;
+
+    ChildRun run = PlayUsualPiece(script);
+
+    // The timeline, then scenes, envelopes, materials and lights. The other five tables stay.
+    EXPECT_EQ(LinesWith(run.record, {"SDL_PauseAudio", "Free", "RenderFrame", "> Bye", "SDL_Quit"}),
+              "FreeLayers loading.xmlz 0\n"
+              "FreeLayers demo.xmlz 0\n"
+              "SDL_PauseAudio 0\n"
+              "FreeTimeline loading.xmlz\n"
+              "FreeObjectTable loading.xmlz section 9\n"
+              "FreeObjectTable loading.xmlz section 3\n"
+              "FreeObjectTable loading.xmlz section 7\n"
+              "FreeObjectTable loading.xmlz section 4\n" +
+                  kFrame + "0" + kFrameEnd +
+                  "> Bye!\n"
+                  "FreeTimeline demo.xmlz\n"
+                  "FreeObjectTable demo.xmlz section 9\n"
+                  "FreeObjectTable demo.xmlz section 3\n"
+                  "FreeObjectTable demo.xmlz section 7\n"
+                  "FreeObjectTable demo.xmlz section 4\n"
+                  "SDL_Quit\n");
+}
+
+TEST(RunDemo, ThePackageIsOpenToTheEndAndThenClosed)
+{
+    PlayScript script = SilentScript({}, 2);
+    script.innerCalls = true;
+
+    ChildRun run = PlayUsualPiece(script);
+
+    const std::string frame = kFrame + "0" + kFrameEnd;
+    EXPECT_EQ(LinesWith(run.record, {"> Found", "RenderFrame", "ClosePackage", "> B"}),
+              "> Found piece.dpk.\n" + frame + frame + frame +
+                  "ClosePackage\n"
+                  "> Benchmark result: inf fps\n"
+                  "> Bye!\n");
+}
+
+TEST(RunDemo, ThePackageIsLookedForBehindTheLauncherAndBeforeTheStart)
+{
+    ChildRun run = PlayUsualPiece(SilentScript({}, 0));
+
+    std::string begin = "> Quorvale Engine v0.232\n"
+                        "RunLauncher Quorvale Engine v0.232\n"
+                        "> Found piece.dpk.\n"
+                        "> Starting the demo.\n";
+    EXPECT_EQ(run.record.substr(0, begin.size()), begin);
 }
 
 TEST(RunDemo, WithoutAntialiasingNoAttributeIsSetAndSdlsDefaultDepthStands)
@@ -234,6 +325,71 @@ TEST(RunDemo, FeaturesAreReportedAndPassedOnAsTheyWereFound)
     }
 }
 
+TEST(RunDemo, AGlewThatFailsIsNotReported)
+{
+    PlayScript script = SilentScript({}, 1);
+    script.glewFails = true;
+
+    ChildRun run = PlayUsualPiece(script);
+
+    EXPECT_EQ(run.exitCode, 0);
+    std::string opening = "glewInit fails\n"
+                          "> ========================================\n"
+                          "> No VBO support.\n"
+                          "> No PBO support.\n"
+                          "> No NPOT texture support.\n"
+                          "> No DOT3 bump mapping support.\n"
+                          "> ========================================\n"
+                          "Clear COLOR_BUFFER_BIT|DEPTH_BUFFER_BIT\n";
+    EXPECT_NE(run.record.find(opening), std::string::npos) << run.record;
+    EXPECT_EQ(LinesWith(run.record, {"! ", "> Bye"}), "> Bye!\n");
+}
+
+TEST(RunDemo, AnAudioInitThatFailsEndsNothing)
+{
+    DocumentSource demo = DemoSource();
+    demo.music = "<music/>"; // so that the device is never opened
+    TemporaryFolder folder;
+    folder.Write("piece.dpk", PieceOf(LoadingSource(), demo));
+    PlayScript script;
+    script.sdl.audioFails = true;
+    script.sdl.error = "No available audio device";
+    script.sdl.ticks = {0, 0, 1000, 1010};
+    script.demoFrames = 1;
+
+    ChildRun run = Play(folder, script);
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(LinesWith(run.record, {"SDL_Init", "! ", "> B"}), "SDL_Init AUDIO\n"
+                                                                "SDL_Init TIMER\n"
+                                                                "> Benchmark result: 100.00 fps\n"
+                                                                "> Bye!\n");
+}
+
+TEST(RunDemo, TheOptionCountsInFirstPlaceAloneWhateverFollowsIt)
+{
+    const struct
+    {
+        std::vector<std::string> arguments;
+        const char* line;
+    } cases[] = {
+        {{"-forcepbo"}, "> PBO support detected.\n"},
+        {{"-forcepbonow"}, "> PBO support detected.\n"},
+        {{"-forcepbo", "-x"}, "> PBO support detected.\n"},
+        {{"-x", "-forcepbo"},
+         "> PBO support detected, but it may be slow (opengl version is lower than 2.1), so i "
+         "disable it. Use -forcepbo to enable it.\n"},
+    };
+    for (const auto& c : cases)
+    {
+        PlayScript script = SilentScript({}, 0);
+        script.gl.version21 = false;
+        script.arguments = c.arguments;
+
+        EXPECT_EQ(LinesWith(PlayUsualPiece(script).record, {"> PBO"}), c.line);
+    }
+}
+
 TEST(RunDemo, EachResolutionOpensItsWindow)
 {
     const char* sizes[] = {"320x240",  "400x300",   "512x384",   "640x480",
@@ -333,6 +489,53 @@ TEST(RunDemo, EscapeEndsTheDemoWithoutShowingTheFrameAndWithoutABenchmark)
                       "> Bye!\n"
                       "SDL_Quit\n";
     EXPECT_EQ(run.record.substr(run.record.size() - end.size()), end);
+}
+
+TEST(RunDemo, EscapeCountsWithoutAnEvent)
+{
+    PlayScript script = SilentScript({0, 0, 1000, 1010, 1020}, 10);
+    script.sdl.polls = {{0, false, false, false}, {0, true, false, false}};
+
+    ChildRun run = PlayUsualPiece(script);
+
+    EXPECT_EQ(run.exitCode, 0);
+    std::string end = kFrame + "1" + kFrameEnd +
+                      "SDL_GetKeyState\n"
+                      "SDL_PollEvent\n"
+                      "> Bye!\n"
+                      "SDL_Quit\n";
+    EXPECT_EQ(run.record.substr(run.record.size() - end.size()), end);
+}
+
+TEST(RunDemo, AnotherKeyGoesOn)
+{
+    PlayScript script = SilentScript({}, 2);
+    script.sdl.polls = {{0, false, false, true}};
+
+    ChildRun run = PlayUsualPiece(script);
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(LinesWith(run.record, {"SDL_PollEvent", "RenderFrame", "> B"}),
+              kFrame + "0" + kFrameEnd + "SDL_PollEvent KEYDOWN\n" + kFrame + "0" + kFrameEnd +
+                  "SDL_PollEvent\n" + kFrame + "0" + kFrameEnd +
+                  "> Benchmark result: inf fps\n"
+                  "> Bye!\n");
+}
+
+TEST(RunDemo, AnEventThatIsNoQuitGoesOn)
+{
+    // One event a frame is read: of two that wait, the second takes the next frame.
+    PlayScript script = SilentScript({}, 10);
+    script.sdl.polls = {{0, false, false, true}, {0, false, true, false}};
+
+    ChildRun run = PlayUsualPiece(script);
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(LinesWith(run.record, {"SDL_PollEvent", "SDL_GL_Swap", "RenderFrame", "> B"}),
+              "SDL_GL_SwapBuffers\n" // the two of the empty window
+              "SDL_GL_SwapBuffers\n" +
+                  kFrame + "0" + kFrameEnd + "SDL_PollEvent KEYDOWN\nSDL_GL_SwapBuffers\n" +
+                  kFrame + "0" + kFrameEnd + "SDL_PollEvent QUIT\n");
 }
 
 TEST(RunDemo, AClosedWindowEndsTheProcessAtOnceWithCode0)
