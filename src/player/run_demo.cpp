@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <tinyxml.h>
 
 #include "engine/data/cos_table.h"
@@ -21,6 +22,13 @@
 static constexpr int kVersion = 232;
 static constexpr const char kForcePboOption[] = "-forcepbo";
 static constexpr uint32_t kMsPerTick = 10;
+
+/// Where `new` finds no memory it would throw, into code that is built without exceptions: strings
+/// and the trees of documents allocate that way. The display is given back first, as on any fault.
+static void EndOutOfMemory()
+{
+    FatalError("out of memory");
+}
 
 /// Whether the first argument begins with the option. Nothing else on the command line counts.
 static bool WantsForcedPbo(int argc, char** argv)
@@ -94,6 +102,7 @@ int RunDemo(int argc, char** argv)
     // Line by line, so that whoever reads a pipe sees a line when it is printed.
     setvbuf(stdout, nullptr, _IOLBF, 0);
     SetDisplayRestorer(SDL_Quit);
+    std::set_new_handler(EndOutOfMemory);
 
     char title[64];
     snprintf(title, sizeof(title), "Quorvale Engine v0.%d", kVersion);
