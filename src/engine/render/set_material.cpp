@@ -213,8 +213,9 @@ static void SetLightDirection()
 /// wants it. Leaves: matrix mode GL_TEXTURE.
 static void LoadTurningMatrix(const MaterialSetup& setup)
 {
-    // The raw slot: of a dynamic value it is the envelope's id, which as a float is tiny but not 0.
-    bool turns = SlotFloat(setup.material->params[kParamExtra]) != 0.0f;
+    // The slot as a float, whatever its flag says: an envelope's id counts as a tiny number that is
+    // not 0. It is tested by its bits, since a processor may be set to take such numbers for 0.
+    bool turns = (setup.material->params[kParamExtra] & 0x7FFFFFFF) != 0;
     LoadTextureIdentity();
     if (turns)
     {

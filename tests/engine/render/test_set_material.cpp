@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <gtest/gtest.h>
+#include <immintrin.h>
 #include <initializer_list>
 #include <limits>
 #include <string>
@@ -1037,6 +1038,17 @@ TEST_F(SetMaterialTest, ADynamicRotateValueIsNotEvaluatedAndTurnsTheReflection)
         Of(type)->params[4] = 0;
         EXPECT_EQ(GlValue(StateAfter({type}), "unit0 matrix"), "") << type;
     }
+}
+
+TEST_F(SetMaterialTest, TinyValuesTurnTheReflectionWhateverTheProcessorTakesThemFor)
+{
+    Of(11)->params[4] = 1; // the id of an envelope, or 1.4e-45
+    const uint32_t control = _mm_getcsr();
+    _mm_setcsr(control | 0x8040); // denormal operands and results are 0
+    const GlState state = StateAfter({11});
+    _mm_setcsr(control);
+    EXPECT_EQ(GlValue(state, "unit0 matrix"),
+              "Translatef 0.5 0.5 0, Rotatef -30 0 0 1, Translatef -0.5 -0.5 0");
 }
 
 // 2D effects.
