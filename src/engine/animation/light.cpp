@@ -59,21 +59,27 @@ void ApplyLight(uint32_t id, const ObjectTable* lights, const ObjectTable* envel
     glEnable(GL_LIGHTING);
     glEnable(GL_LIGHT1);
 
-    // What is wrong from here on is wrong with the light and not with what it shines on.
-    FaultPlace caller = CurrentPlace;
-    CurrentPlace.section = 4;
-    CurrentPlace.item = id;
-    CurrentPlace.part = 0;
-
     const Light* light = GetRecord<Light>(id, lights);
     if (light == nullptr)
     {
         FatalFault("light %d does not exist", static_cast<int32_t>(id));
     }
 
+    // What is wrong from here on is wrong with the light and not with the material that names it.
+    FaultPlace caller = CurrentPlace;
+    CurrentPlace.section = 4;
+    CurrentPlace.item = id;
+    CurrentPlace.part = 0;
+
     SetLightGroup(GL_POSITION, 7, light->position, light->flagsB, 0x80, envelopes, time);
     SetLightGroup(GL_AMBIENT, 1, light->ambient, light->flagsA, 0x80, envelopes, time);
     SetLightGroup(GL_DIFFUSE, 4, light->diffuse, light->flagsA, 0x10, envelopes, time);
 
     CurrentPlace = caller;
+}
+
+void SetLightAlongZ()
+{
+    static constexpr float kAlongZ[4] = {0.0f, 0.0f, 1.0f, 0.0f};
+    glLightfv(GL_LIGHT1, GL_POSITION, kAlongZ);
 }

@@ -20,6 +20,11 @@ void ReadLightItem(const TiXmlElement* item, void* record, uint32_t index, LoadC
 
 /// Lights what is drawn next. Sets: GL_LIGHTING and GL_LIGHT1 on; position, ambient and diffuse of
 /// GL_LIGHT1, in this order, at `time` ticks. The position goes through the current modelview
-/// matrix. Fatal: no such light, or a dynamic value without its envelope.
+/// matrix. Fatal: no such light, at CurrentPlace; a dynamic value without its envelope, at the
+/// light.
 void ApplyLight(uint32_t id, const ObjectTable* lights, const ObjectTable* envelopes,
                 uint32_t time);
+
+/// Makes GL_LIGHT1 a direction: the z axis of what the current modelview matrix transforms. Under a
+/// clip's camera that is the scene's. Sets: GL_POSITION of GL_LIGHT1.
+void SetLightAlongZ();

@@ -3,6 +3,7 @@
 #include <GL/glew.h>
 
 #include "engine/animation/animated_value.h"
+#include "engine/animation/light.h"
 #include "engine/data/fault.h"
 #include "engine/render/material.h"
 #include "engine/render/perspective.h"
@@ -244,7 +245,6 @@ uint32_t RenderFrame(Timeline* timeline, ObjectTable* scenes, ObjectTable* mater
     }
     CurrentPlace = callersPlace;
 
-    static constexpr float kTowardsViewer[4] = {0.0f, 0.0f, 1.0f, 0.0f};
-    glLightfv(GL_LIGHT1, GL_POSITION, kTowardsViewer);
+    SetLightAlongZ(); // of the last clip's scene
     return drawn;
 }

@@ -95,7 +95,6 @@ static void SetLight(const MaterialSetup& setup)
         glDisable(GL_LIGHTING);
         return;
     }
-    RequireRecord<Light>(id, setup.lights, "light"); // so that the fault names this material
     ApplyLight(id, setup.lights, setup.envelopes, setup.time);
 }
 
@@ -121,9 +120,8 @@ static void SetCombiner(GLenum name, GLint value)
     glTexEnvi(GL_TEXTURE_ENV, name, value);
 }
 
-/// Colour of the vertex times colour of the texture. The alpha is the product of `alphaSource` and
-/// the texture's alpha.
-static void CombineColours(GLint alphaSource)
+/// Colour of the vertex times colour of the texture; of alpha nothing is said.
+static void CombineColours()
 {
     SetCombiner(GL_TEXTURE_ENV_MODE, GL_COMBINE);
     SetCombiner(GL_COMBINE_RGB, GL_MODULATE);
@@ -131,6 +129,12 @@ static void CombineColours(GLint alphaSource)
     SetCombiner(GL_OPERAND0_RGB, GL_SRC_COLOR);
     SetCombiner(GL_SOURCE1_RGB, GL_TEXTURE);
     SetCombiner(GL_OPERAND1_RGB, GL_SRC_COLOR);
+}
+
+/// The same, and the alpha of `alphaSource` times the texture's.
+static void CombineColourAndAlpha(GLint alphaSource)
+{
+    CombineColours();
     SetCombiner(GL_COMBINE_ALPHA, GL_MODULATE);
     SetCombiner(GL_SOURCE0_ALPHA, alphaSource);
     SetCombiner(GL_OPERAND0_ALPHA, GL_SRC_ALPHA);
@@ -140,14 +144,14 @@ static void CombineColours(GLint alphaSource)
 
 static void CombineModulate()
 {
-    CombineColours(GL_PRIMARY_COLOR);
+    CombineColourAndAlpha(GL_PRIMARY_COLOR);
 }
 
 /// The texture's alpha times itself: cut-outs get a sharper edge, and the alpha of the colour plays
 /// no part. Meant, although it looks like a slip.
 static void CombineSquared()
 {
-    CombineColours(GL_TEXTURE);
+    CombineColourAndAlpha(GL_TEXTURE);
 }
 
 static void SetWrap(GLenum wrap)
@@ -202,13 +206,6 @@ static void TurnTexGenOn()
     glEnable(GL_TEXTURE_GEN_T);
 }
 
-/// GL_LIGHT1 becomes a direction, the scene's z axis.
-static void SetLightDirection()
-{
-    static const float direction[4] = {0.0f, 0.0f, 1.0f, 0.0f};
-    glLightfv(GL_LIGHT1, GL_POSITION, direction);
-}
-
 /// Turns a reflection with the camera's heading, about the centre of the texture, if the material
 /// wants it. Leaves: matrix mode GL_TEXTURE.
 static void LoadTurningMatrix(const MaterialSetup& setup)
@@ -234,7 +231,7 @@ static void EndReset(const MaterialSetup& /*setup*/)
 
 static void EndDirectAndReset(const MaterialSetup& /*setup*/)
 {
-    SetLightDirection();
+    SetLightAlongZ();
     ResetTextureMatrix();
 }
 
@@ -247,7 +244,7 @@ static void EndTurn(const MaterialSetup& setup)
 static void EndTurnAndDirect(const MaterialSetup& setup)
 {
     LoadTurningMatrix(setup);
-    SetLightDirection();
+    SetLightAlongZ();
     glMatrixMode(GL_MODELVIEW);
 }
 
@@ -396,7 +393,7 @@ static void ApplyLateUnlitSphere(const MaterialSetup& setup, const Recipe& recip
     TurnUnit1Off();
     BindWithoutTexCoords(glTexture);
     glDisable(GL_LIGHTING);
-    SetLightDirection();
+    SetLightAlongZ();
     TurnTexGenOn();
     ResetTextureMatrix();
 }
@@ -464,17 +461,6 @@ static void BindSecondBitmap(const MaterialSetup& setup, const BitmapPair& pair)
     SetSecondTexCoords(setup.vbo);
 }
 
-/// Colour of the vertex times colour of the texture; of alpha nothing is said.
-static void CombineFirstColours()
-{
-    SetCombiner(GL_TEXTURE_ENV_MODE, GL_COMBINE);
-    SetCombiner(GL_COMBINE_RGB, GL_MODULATE);
-    SetCombiner(GL_SOURCE0_RGB, GL_PRIMARY_COLOR);
-    SetCombiner(GL_OPERAND0_RGB, GL_SRC_COLOR);
-    SetCombiner(GL_SOURCE1_RGB, GL_TEXTURE);
-    SetCombiner(GL_OPERAND1_RGB, GL_SRC_COLOR);
-}
-
 /// Vertex colour times first bitmap times second.
 static void ApplyMultiplied(const MaterialSetup& setup, const Recipe& recipe)
 {
@@ -487,7 +473,7 @@ static void ApplyMultiplied(const MaterialSetup& setup, const Recipe& recipe)
     }
 
     BindFirstBitmap(setup, pair);
-    CombineFirstColours();
+    CombineColours();
     // The other alpha source and the operands stay as the recipe before left them.
     SetCombiner(GL_COMBINE_ALPHA, GL_MODULATE);
     SetCombiner(GL_SOURCE0_ALPHA, GL_PRIMARY_COLOR);
@@ -516,7 +502,7 @@ static void ApplyFaded(const MaterialSetup& setup, const Recipe& recipe)
     }
 
     BindFirstBitmap(setup, pair);
-    CombineFirstColours();
+    CombineColours();
     glEnable(GL_TEXTURE_2D);
     TurnTexGenOff();
     ResetTextureMatrix();

@@ -188,15 +188,22 @@ TEST_F(LightTest, TheCallersPlaceIsTheSameAfterwards)
     EXPECT_EQ(CurrentPlace.part, 2u);
 }
 
+TEST_F(LightTest, WithoutARecordTheLightIsADirectionAlongZ)
+{
+    SetLightAlongZ();
+    EXPECT_EQ(TakeGlCalls(), "Lightfv LIGHT1 POSITION 0 0 1 0\n");
+}
+
 using LightDeathTest = LightTest;
 
-TEST_F(LightDeathTest, AnIdWithoutLightIsFatal)
+TEST_F(LightDeathTest, AnIdWithoutLightIsAFaultOfWhatNamesIt)
 {
     AddLight(0.0f, 0.0f, 0.0f);
     EXPECT_EXIT(ApplyLight(2, lights, envelopes, 0), testing::ExitedWithCode(1),
-                "^quorvale: demo.xmlz, section 4 \\(lights\\), item 2: light 2 does not exist\n$");
+                "^quorvale: demo.xmlz, section 9 \\(scenes\\), item 4, object 2: light 2 does not "
+                "exist\n$");
     EXPECT_EXIT(ApplyLight(5000, lights, envelopes, 0), testing::ExitedWithCode(1),
-                "section 4 \\(lights\\), item 5000: light 5000 does not exist\n$");
+                "object 2: light 5000 does not exist\n$");
 }
 
 TEST_F(LightDeathTest, ADynamicValueWithoutEnvelopeIsFatal)
