@@ -6,16 +6,6 @@
 #include "engine/data/document_values.h"
 #include "engine/data/fault.h"
 
-MaterialMaskBit FindMaterialMaskBit(uint32_t parameter)
-{
-    uint32_t byte = parameter / 8;
-    if (byte >= 2)
-    {
-        byte = parameter < kMaterialParams ? 2 : 3; // 16 to 31 share eight bits; byte 3 stays clear
-    }
-    return {byte, static_cast<uint8_t>(0x80u >> (parameter % 8))};
-}
-
 static bool IsNamed(const TiXmlElement* element, const char* name)
 {
     return strcmp(element->Value(), name) == 0;
@@ -35,9 +25,7 @@ static void ReadParameter(const TiXmlElement* element, uint32_t n, Material* mat
         return;
     }
 
-    MaterialMaskBit bit = FindMaterialMaskBit(n);
-    material->dynamicMask[bit.byte] =
-        static_cast<uint8_t>(material->dynamicMask[bit.byte] | bit.bit);
+    SetMaskBit(material->dynamicMask, n < 16 ? n : 16 + n % 8);
     material->params[n] = static_cast<uint32_t>(ReadIntAttribute(element, "value"));
 }
 

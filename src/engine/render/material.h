@@ -12,20 +12,15 @@ inline constexpr uint32_t kMaterialRefs = 16;
 struct Material
 {
     uint32_t type;                      // the recipe, 0 to 23
-    uint8_t dynamicMask[4];             // see MaterialMaskBit
+    uint8_t dynamicMask[4];             // which params are envelope ids, see below
     uint32_t params[kMaterialParams];   // animated slots: red, green, blue, alpha, extra
     uint32_t refs[kMaterialRefs];       // ids of "texture" and "light" children, in order; 0 none
     uint32_t effectRefs[kMaterialRefs]; // ids of "effect2d" children
 };
 
-/// Where the dynamic bit of parameter n lies: bytes 0 and 1 hold 0 to 15, and 16 to 31 all fall
-/// into byte 2, so 16 and 24 share a bit. No recipe goes past parameter 4.
-struct MaterialMaskBit
-{
-    uint32_t byte;
-    uint8_t bit;
-};
-MaterialMaskBit FindMaterialMaskBit(uint32_t parameter);
+// Of dynamicMask bytes 0 and 1 hold the bits of parameters 0 to 15, from the top of each byte, as
+// MaskBit reads them. Parameters 16 to 31 all fall into byte 2, so 16 and 24 share a bit, and byte
+// 3 stays 0. No recipe goes past parameter 4.
 
 /// Section 7: one material. Fatal: no child at all, more than 32 parameters or 16 references, a
 /// missing attribute.

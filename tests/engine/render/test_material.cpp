@@ -148,22 +148,12 @@ TEST_F(MaterialTest, Parameters16To31ShareTheBitsOfByte2)
 {
     for (uint32_t n = 0; n < kMaterialParams; ++n)
     {
-        MaterialMaskBit bit = FindMaterialMaskBit(n);
-        EXPECT_EQ(bit.byte, n < 8 ? 0u : n < 16 ? 1u : 2u) << n;
-        EXPECT_EQ(bit.bit, 0x80 >> (n % 8)) << n;
+        Read("<m type=\"0\">" + Children("p", "static", static_cast<int>(n)) +
+             "<p type=\"dynamic\" value=\"9\"/></m>");
+        const uint8_t bit = static_cast<uint8_t>(0x80 >> (n % 8));
+        EXPECT_EQ(material.params[n], 9u) << n;
+        ExpectMask(n < 8 ? bit : 0, n >= 8 && n < 16 ? bit : 0, n >= 16 ? bit : 0);
     }
-    EXPECT_EQ(FindMaterialMaskBit(16).bit, FindMaterialMaskBit(24).bit);
-    EXPECT_EQ(FindMaterialMaskBit(17).bit, FindMaterialMaskBit(25).bit);
-    // Byte 3 is for what no material has.
-    EXPECT_EQ(FindMaterialMaskBit(32).byte, 3u);
-    EXPECT_EQ(FindMaterialMaskBit(32).bit, 0x80);
-
-    Read("<m type=\"0\">" + Children("p", "static", 8) + "<p type=\"dynamic\" value=\"9\"/></m>");
-    ExpectMask(0, 0x80, 0);
-    Read("<m type=\"0\">" + Children("p", "static", 16) + "<p type=\"dynamic\" value=\"9\"/></m>");
-    ExpectMask(0, 0, 0x80);
-    Read("<m type=\"0\">" + Children("p", "static", 25) + "<p type=\"dynamic\" value=\"9\"/></m>");
-    ExpectMask(0, 0, 0x40);
     Read("<m type=\"0\">" + Children("p", "dynamic", 32) + "</m>");
     ExpectMask(0xFF, 0xFF, 0xFF);
     EXPECT_EQ(material.params[31], 32u);
