@@ -70,8 +70,9 @@ static Camera ResolveCamera(const Timeline* timeline, uint32_t row, uint32_t cli
     return camera;
 }
 
-/// Decides where the clip is drawn. Sets: the viewport, except for kPassLink, for kinds that are
-/// none, and for a target of 0.0; what closing the open target sets.
+/// Decides where the clip is drawn. Sets: what CloseTarget or OpenTarget sets; of passes to the
+/// window the viewport, and kPassClearDepth clears the depth. kPassLink and kinds that are none set
+/// nothing.
 static void ApplyPassKind(int32_t kind, float targetId, int32_t width, int32_t height, int32_t npot,
                           const ObjectTable* bitmaps, RenderTarget* target)
 {

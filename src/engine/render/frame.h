@@ -8,7 +8,8 @@
 
 /// Draws all rows of a timeline at one time.
 /// Relies on: colour and depth cleared by the caller. Leaves: whatever the last clip set, except
-/// GL_POSITION of GL_LIGHT1, which becomes the direction (0, 0, 1).
+/// GL_POSITION of GL_LIGHT1, which becomes the z axis of the space that its camera looks at. Where
+/// row 0 has no clips, or kEmptySlot for this second, nothing is touched.
 /// @param aspect          width by height of the picture as the viewer sees it
 /// @param time            ticks of 10 ms
 /// @param width, height   pixels of the window

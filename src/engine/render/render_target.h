@@ -20,7 +20,8 @@ struct RenderTarget
 void CloseTarget(RenderTarget* target, const ObjectTable* bitmaps);
 
 /// Copies the picture of the open target, if there is one, and opens another.
-/// Sets: for the copy what CloseTarget does, except the filters; then the viewport.
+/// Sets: for the copy what CloseTarget does, except the filters; for a resize a new texture, bound,
+/// with both filters GL_LINEAR; then the viewport.
 /// @param id              of the new bitmap, as clips hold it. 0.0 opens nothing: the viewport and
 ///                        the old target stay, and the next pass copies to that once more.
 /// @param quarter         resize the bitmap to half the window's width and height

@@ -43,9 +43,11 @@ struct Scene
 /// attribute or child.
 void ReadSceneItem(const TiXmlElement* item, void* record, uint32_t index, LoadContext* context);
 
-/// Draws all objects of a scene in order, under the current projection and modelview matrix.
-/// Leaves: vertex and normal arrays off, buffer bindings as the last object set them, and the state
-/// of the last material.
+/// Draws all objects of a scene in order, under the current projection and modelview matrix. The
+/// generated meshes that they draw or place on, and the 2D effects that they wear, move to their
+/// object's time.
+/// Relies on: matrix mode GL_MODELVIEW. Leaves: vertex and normal arrays off, buffer bindings as
+/// the last object set them, and the state of the last material.
 /// @param time         animation time of the clip in ticks
 /// @param cameraRotY   degrees, handed on to SetMaterial
 /// Fatal: an envelope, light or texture that its table lacks. A missing mesh skips the object.

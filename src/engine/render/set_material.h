@@ -10,7 +10,9 @@
 /// Relies on: CurrentTexCoords.
 /// @param time         object time in ticks
 /// @param cameraRotY   degrees, for recipes whose reflection turns with the camera
-/// Fatal: a reference or envelope id, other than 0, that its table lacks.
+/// Refreshes the 2D effect of its material if that is not at `time`.
+/// Fatal: a reference, other than 0, that its table lacks; a dynamic parameter without its
+/// envelope, an id of 0 included.
 void SetMaterial(uint32_t id, ObjectTable* materials, ObjectTable* lights, ObjectTable* textures,
                  ObjectTable* envelopes, ObjectTable* effects, ObjectTable* bitmaps, uint32_t time,
                  int32_t vbo, int32_t pbo, int32_t dot3, float cameraRotY);
