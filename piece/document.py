@@ -152,6 +152,18 @@ class Camera:
         self.fov = fov
 
 
+    def later(self, ticks):
+        """The same for a clip whose offset is `ticks`."""
+
+        def shifted(value):
+            if not isinstance(value, Curve) or ticks == 0:
+                return value
+            return Curve([(CONSTANT, ticks, [sampled(value, 0)])] + value.pieces, value.loop)
+
+        return Camera(tuple(shifted(v) for v in self.position),
+                      tuple(shifted(v) for v in self.rotation), shifted(self.fov))
+
+
 FLAT = Camera((0.0, 0.0, 0.0), (0.0, 0.0, 0.0), None)
 
 
@@ -343,6 +355,37 @@ class Document:
 
     # Items
 
+    def layer(self, name, generator, parameters):
+        return self.put("layers", name, Element("layer", [("type", generator), ("name", name)],
+                                                [Element("p", text=number(float(p)))
+                                                 for p in parameters]))
+
+    def texture(self, name, steps):
+        """steps: (type, layer, parameters) for those that take a layer in, (type, parameters)."""
+        elements = []
+        for step in steps:
+            attributes = [("type", step[0])]
+            if len(step) == 3:
+                attributes.append(("id", self.id("layers", step[1]) - 1))
+            elements.append(Element("layer" if len(step) == 3 else "filter", attributes,
+                                    [Element("p", text=number(float(p))) for p in step[-1]]))
+        return self.put("textures", name, Element("texture", [("name", name)], elements))
+
+    def effect(self, name, kind, side, bits, curves):
+        """A 2D effect, driven by its curves."""
+        return self.put("effects", name, Element(
+            "effect", [("name", name), ("type", kind), ("resolution", "%dx%d" % (side, side)),
+                       ("bpp", bits)],
+            [Element("p", text=number(self.envelope(curve))) for curve in curves]))
+
+    def bitmap(self, name):
+        return self.put("bitmaps", name, Element("bitmap", [("filename", name + ".png")]))
+
+    def mesh(self, name, kind, curve):
+        """A generated mesh: water."""
+        return self.put("meshes", name, Element("mesh", [("type", kind), ("name", name)],
+                                                [Element("p", text=number(self.envelope(curve)))]))
+
     def model(self, name):
         return self.put("models", name, Element("model", [("filename", name + ".model")]))
 
@@ -353,10 +396,13 @@ class Document:
         return self.put("lights", name, Element("light", [("name", name)], groups))
 
     def material(self, name, recipe, colour, alpha=1.0, extra=None, refs=()):
-        """refs: ("light" | "texture" | "effect2d", id) in the recipe's order."""
+        """refs: (section, name) of lights, textures, effects and bitmaps, in the recipe's order."""
         values = list(colour) + [alpha] + ([] if extra is None else [extra])
         children = [self.value("p", value) for value in values]
-        children += [Element(tag, [("value", reference)]) for tag, reference in refs]
+        for section, reference in refs:
+            tag = {"lights": "light", "effects": "effect2d"}.get(section, "texture")
+            children.append(Element(tag, [("value", 0 if reference is None else
+                                           self.id(section, reference))]))
         return self.put("materials", name,
                         Element("material", [("type", recipe), ("name", name)], children))
 
@@ -401,7 +447,7 @@ class Document:
                           ("space_before", start - running), ("length", end - start),
                           ("offset", offset), ("type", kind)]
             if target is not None:
-                attributes.append(("rtex", target))
+                attributes.append(("rtex", self.id("bitmaps", target)))
             children = [self.value(tag, v) for tag, v in
                         zip(("x", "y", "z", "rx", "ry", "rz"), camera.position + camera.rotation)]
             if camera.fov is None:

@@ -149,16 +149,15 @@ def box(mesh, low, high):
 
 
 def beam(mesh, a, b, width):
-    """A square bar from a to b, open at its ends."""
+    """A bar of three sides from a to b, open at its ends."""
     along = unit(subtract(b, a))
     side = unit(cross(along, (0.31, 0.89, 0.33)))
     up = cross(side, along)
-    corners = []
-    for s, u in ((-1.0, -1.0), (1.0, -1.0), (1.0, 1.0), (-1.0, 1.0)):
-        corners.append(add(scale(side, s * width), scale(up, u * width)))
-    for k in range(4):
+    corners = [add(scale(side, width * s), scale(up, width * u))
+               for s, u in ((-1.2, -0.7), (1.2, -0.7), (0.0, 1.4))]
+    for k in range(3):
         c0 = corners[k]
-        c1 = corners[(k + 1) % 4]
+        c1 = corners[(k + 1) % 3]
         mesh.flat([add(a, c0), add(b, c0), add(b, c1), add(a, c1)])
 
 
@@ -351,22 +350,24 @@ def make_tower():
     """A lattice mast, 8 high and 2 wide at its foot, on four legs."""
     mesh = Mesh()
 
+    levels = 6
+
     def half(level):
-        return 1.0 - 0.74 * power(level / 7.0, 0.8)
+        return 1.0 - 0.74 * power(level / levels, 0.8)
 
     def node(level, k):
         x, z = ((-1.0, -1.0), (1.0, -1.0), (1.0, 1.0), (-1.0, 1.0))[k % 4]
-        return (x * half(level), 8.0 * level / 7.0 * 0.86, z * half(level))
+        return (x * half(level), 6.88 * level / levels, z * half(level))
 
-    for level in range(7):
-        width = 0.055 - 0.004 * level
+    for level in range(levels):
+        width = 0.056 - 0.005 * level
         for k in range(4):
             beam(mesh, node(level, k), node(level + 1, k), width)
             beam(mesh, node(level + 1, k), node(level + 1, k + 1), 0.6 * width)
             beam(mesh, node(level, k), node(level + 1, k + 1), 0.45 * width)
             beam(mesh, node(level, k + 1), node(level + 1, k), 0.45 * width)
     for k in range(4):
-        beam(mesh, node(7, k), (0.0, 8.4, 0.0), 0.02)
+        beam(mesh, node(levels, k), (0.0, 8.4, 0.0), 0.02)
     beam(mesh, (0.0, 6.88, 0.0), (0.0, 9.4, 0.0), 0.025)
     box(mesh, (-0.34, 6.82, -0.34), (0.34, 6.9, 0.34))
     return mesh
@@ -418,7 +419,7 @@ def make_terrain():
         d = 0.25
         return (height(x - d, z) - height(x + d, z), 2.0 * d, height(x, z - d) - height(x, z + d))
 
-    mesh.surface(point, 64, 40, tiles=(16.0, 8.0), normal_of=normal)
+    mesh.surface(point, 56, 32, tiles=(16.0, 8.0), normal_of=normal)
     return mesh
 
 
@@ -461,7 +462,7 @@ def sphere_coordinates(p):
 def make_ember():
     """A sphere with slight hollows, smooth."""
     mesh = Mesh()
-    points, faces = icosphere(3)
+    points, faces = icosphere(4)
 
     def radius(p):
         return 1.0 + 0.035 * sin_turns(1.9 * p[0] + 0.7 * p[1]) * sin_turns(1.7 * p[1] + p[2])
@@ -501,7 +502,7 @@ def make_shell():
             gap_a, gap_b = mix(point, a, 0.95), mix(point, b, 0.95)
             ridge_a, ridge_b = mix(point, a, 0.86), mix(point, b, 0.86)
             hole_a, hole_b = mix(point, a, hole), mix(point, b, hole)
-            rows = [(scale(gap_a, 0.94), scale(gap_b, 0.94)), (gap_a, gap_b),
+            rows = [(scale(gap_a, 0.97), scale(gap_b, 0.97)),
                     (scale(ridge_a, high), scale(ridge_b, high)),
                     (scale(hole_a, high), scale(hole_b, high)),
                     (scale(hole_a, 0.94), scale(hole_b, 0.94)),
@@ -513,15 +514,15 @@ def make_shell():
 
 
 def make_dust():
-    """Small tetrahedra strewn in a ball of radius 1, empty in the middle."""
+    """Small tetrahedra strewn in the outer half of a ball of radius 1."""
     mesh = Mesh()
     noise = Noise(4711)
     made = 0
     while made < 420:
         p = (noise.between(-1.0, 1.0), noise.between(-1.0, 1.0), noise.between(-1.0, 1.0))
-        if not 0.04 < dot(p, p) < 1.0:
+        if not 0.25 < dot(p, p) < 1.0:
             continue
-        size = 0.0012 + 0.0028 * power(noise.next(), 3.0)
+        size = 0.0009 + 0.0020 * power(noise.next(), 3.0)
         a, b, c, d = (add(p, scale(corner, size)) for corner in
                       ((1.0, 1.0, 1.0), (-1.0, -1.0, 1.0), (-1.0, 1.0, -1.0), (1.0, -1.0, -1.0)))
         for corners in ((a, b, d), (a, c, b), (a, d, c), (b, c, d)):
@@ -565,20 +566,6 @@ def make_ring():
             mesh.flat([at(r0, y0, k + 1), at(r1, y1, k + 1), at(r1, y1, k), at(r0, y0, k)])
         mesh.flat([at(r, y, k) for r, y in section[::-1]])
         mesh.flat([at(r, y, k + 1) for r, y in section])
-    return mesh
-
-
-def make_halo():
-    """Discs one on the other: added up they shine like a light in mist."""
-    mesh = Mesh()
-    for k in range(24):
-        radius = power((k + 1) / 24.0, 1.7)
-        for j in range(40):
-            mesh.face([((0.0, 0.0, 0.0), (0.5, 0.5), (0.0, 0.0, 1.0))] +
-                      [((radius * cos_turns(i / 40), radius * sin_turns(i / 40), 0.0),
-                        (0.5 + 0.5 * radius * cos_turns(i / 40),
-                         0.5 - 0.5 * radius * sin_turns(i / 40)), (0.0, 0.0, 1.0))
-                       for i in (j, j + 1)])
     return mesh
 
 
@@ -780,7 +767,6 @@ MODELS = {
     "dust": make_dust,
     "tread": make_tread,
     "ring": make_ring,
-    "halo": make_halo,
     "dome": make_dome,
     "floor": make_floor,
     "square": make_square,

@@ -3,11 +3,12 @@
 //   draw_piece PACKAGE FOLDER RESOLUTION TIME...
 //
 // RESOLUTION is a row of the launcher's table, 0 to 15; a TIME is in ticks, or FIRST-LAST-STEP,
-// with an "l" in front for the loading document. The pictures are named after the ticks. Beside
-// each it prints the milliseconds that the drawing took.
-#include <SDL.h>
+// with an "l" in front for the loading document. The pictures are named after the ticks. Of each
+// it prints how long all processors together worked on it.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -21,7 +22,7 @@ static void DrawRange(const DrawnPiece* piece, const std::string& folder, const 
     unsigned long first = strtoul(range + (loading ? 1 : 0), &rest, 10);
     unsigned long last = *rest == '-' ? strtoul(rest + 1, &rest, 10) : first;
     unsigned long step = *rest == '-' ? strtoul(rest + 1, &rest, 10) : 1;
-    for (unsigned long time = first; time <= last; time += step)
+    for (unsigned long time = first; time <= last; time += std::max(step, 1ul))
     {
         Picture picture;
         clock_t start = clock();

@@ -76,6 +76,9 @@ uint32_t DrawMoment(const DrawnPiece* piece, const DemoDocument* document, uint3
         features.vbo = 0;
         features.pbo = 0;
         features.npot = 0;
+        // The player draws this document before any frame that binds buffers.
+        glBindBuffer(GL_ARRAY_BUFFER, 0);
+        glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0);
     }
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     uint32_t drawn = DrawDocument(document, &piece->view, features, time);
