@@ -41,12 +41,28 @@ static void ApplyMatrixCall(const std::string& call, const std::vector<std::stri
 {
     std::string mode = Or(*state, "MatrixMode", "MODELVIEW");
     std::string name = mode == "TEXTURE" ? unit + " matrix" : mode + " matrix";
+    std::string& matrix = (*state)[name];
+    std::string& stack = (*state)[name + " stack"]; // each behind a semicolon
     if (call == "LoadIdentity")
     {
-        (*state)[name] = "";
+        matrix = "";
         return;
     }
-    std::string& matrix = (*state)[name];
+    if (call == "PushMatrix")
+    {
+        stack += ";" + matrix;
+        return;
+    }
+    if (call == "PopMatrix")
+    {
+        const size_t last = stack.rfind(';');
+        if (last != std::string::npos)
+        {
+            matrix = stack.substr(last + 1);
+            stack.resize(last);
+        }
+        return;
+    }
     matrix += (matrix.empty() ? "" : ", ") + JoinFrom(words, 0);
 }
 
@@ -101,7 +117,8 @@ static void ApplyCall(const std::vector<std::string>& words, GlState* state)
         (*state)[words[1] + " " + words[2]] = JoinFrom(words, 3);
     }
     else if (call == "LoadIdentity" || call == "Translatef" || call == "Rotatef" ||
-             call == "Scalef" || call == "LoadMatrixf" || call == "Ortho")
+             call == "Scalef" || call == "LoadMatrixf" || call == "Ortho" || call == "PushMatrix" ||
+             call == "PopMatrix")
     {
         ApplyMatrixCall(call, words, unit, state);
     }

@@ -12,7 +12,7 @@
 ///   unit0 TEXTURE_2D, TEXTURE_GEN_S ... "on" or "off", of each texture unit; so for unit1
 ///   unit0 COMBINE_RGB, SOURCE0_RGB ...  glTexEnvi
 ///   unit0 texture                       name of the bound texture
-///   unit0 matrix                        the calls since glLoadIdentity, joined by ", "
+///   unit0 matrix, MODELVIEW matrix ...  the calls since glLoadIdentity, joined by ", "
 ///   client0 TEXTURE_COORD_ARRAY         "on" or "off"
 ///   client0 TexCoordPointer             pointer, or "buffer 5" if a buffer was bound
 ///   texture 7 TEXTURE_WRAP_S ...        glTexParameter*

@@ -512,6 +512,21 @@ TEST(GlStateTest, StateFollowsTheSelectedUnits)
     EXPECT_EQ(GlValue(state, "client1 TexCoordPointer"), "second");
 }
 
+TEST(GlStateTest, AMatrixComesBackWhenItIsPopped)
+{
+    GlState state;
+    ApplyGlCalls("PushMatrix\n"
+                 "Translatef 1 2 3\n"
+                 "PushMatrix\n"
+                 "Scalef 4 5 6\n",
+                 &state);
+    EXPECT_EQ(GlValue(state, "MODELVIEW matrix"), "Translatef 1 2 3, Scalef 4 5 6");
+    ApplyGlCalls("PopMatrix\n", &state);
+    EXPECT_EQ(GlValue(state, "MODELVIEW matrix"), "Translatef 1 2 3");
+    ApplyGlCalls("PopMatrix\n", &state);
+    EXPECT_EQ(GlValue(state, "MODELVIEW matrix"), "");
+}
+
 TEST(GlStateTest, WrapGoesToTheBoundTextureAndMatricesToTheMode)
 {
     GlState state;
