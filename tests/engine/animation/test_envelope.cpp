@@ -622,6 +622,15 @@ TEST(EnvelopeReading, ElementNamesSayNothing)
     EXPECT_EQ(EvaluateEnvelope(&envelope, 6), 8.0f);
 }
 
+TEST(EnvelopeReading, ACommentAsAFirstChildStandsInTheTextsPlace)
+{
+    Envelope envelope = ReadEnvelope("<e type='0' loop_type='0' loop_begin='0' loop_end='0'>"
+                                     "<p type='1' length='9'><a><!--x-->5</a><b><!--6-->7</b></p>"
+                                     "</e>");
+    EXPECT_EQ(envelope.pieceParams[0][0], 0.0f);
+    EXPECT_EQ(envelope.pieceParams[0][1], 6.0f);
+}
+
 TEST(EnvelopeReading, TypesKeepTheirLowEightBits)
 {
     Envelope envelope = ReadEnvelope("<e type='259' loop_type='258' loop_begin='0' loop_end='0'/>");

@@ -104,6 +104,7 @@ static void FillSpline(Random* random, float* params)
 static void FillEnvelope(Random* random, Envelope* envelope)
 {
     *envelope = Envelope{};
+    envelope->valueType = static_cast<uint8_t>(Pick(random, 256)); // nothing may look at it
     envelope->lastTime = kNothingCached;
     envelope->pieceCount = static_cast<uint8_t>(Pick(random, 17));
     bool splinesOnly = Pick(random, 2) == 0;
@@ -216,6 +217,7 @@ TEST(EnvelopePlain, EveryTickOfRandomSplinesIsBitForBitThatOfThePlainForm)
     for (uint32_t run = 0; run < 500; ++run)
     {
         Envelope envelope = {};
+        envelope.valueType = static_cast<uint8_t>(run);
         envelope.lastTime = kNothingCached;
         envelope.pieceCount = 1;
         envelope.pieceType[0] = kFunctionSpline;
