@@ -703,6 +703,22 @@ TEST_F(SetMaterialTest, NoRecordAndTypesFrom24OnChangeNothing)
     EXPECT_EQ(effectUpdates.size(), 0u);
 }
 
+TEST_F(SetMaterialTest, ReferencesThatARecipeDoesNotUseAreNotLookedUp)
+{
+    for (uint32_t type = 0; type < kMaterialTypes; ++type)
+    {
+        const std::string calls = Calls(type);
+        Material* material = Of(type);
+        for (uint32_t i = 0; i < kMaterialRefs; ++i)
+        {
+            const bool used = i < 3 && kRefs[type][i] != 0;
+            material->refs[i] = used ? kRefs[type][i] : 99;
+            material->effectRefs[i] = type == 6 && i == 0 ? 2 : 99;
+        }
+        EXPECT_EQ(Calls(type), calls) << type;
+    }
+}
+
 // Buffer objects.
 
 /// Replaces the one pointer by the binding and the offset of the buffer path.
@@ -1463,4 +1479,37 @@ TEST_F(SetMaterialDeathTest, AnEnvelopeWithoutARecordIsFatalAndNamesTheMaterial)
     EXPECT_EXIT(Set(24), testing::ExitedWithCode(1),
                 "^quorvale: demo.xmlz, section 7 \\(materials\\), item 24: envelope 0 does not "
                 "exist\n$");
+}
+
+TEST_F(SetMaterialDeathTest, TheColourIsResolvedFirstThenTheLineWidth)
+{
+    Material* material = Of(23);
+    for (uint32_t i = 0; i < 5; ++i)
+    {
+        material->params[i] = 70 + i;
+    }
+    material->dynamicMask[0] = 0xF8;
+    for (uint32_t i = 0; i < 5; ++i)
+    {
+        EXPECT_EXIT(Set(24), testing::ExitedWithCode(1),
+                    "item 24: envelope " + std::to_string(70 + i) + " does not exist\n$");
+        material->dynamicMask[0] = static_cast<uint8_t>(0xF8 & (0x7F >> i));
+    }
+}
+
+TEST_F(SetMaterialDeathTest, BehindTheColourComesTheLightAndThenTheTexture)
+{
+    for (uint32_t type : {3u, 5u, 9u, 12u, 14u})
+    {
+        Material* material = Of(type);
+        material->params[3] = 73;
+        material->dynamicMask[0] = 0x10;
+        material->refs[0] = 74;
+        material->refs[1] = 75;
+        EXPECT_EXIT(Set(type + 1), testing::ExitedWithCode(1), ": envelope 73 does not exist\n$");
+        material->dynamicMask[0] = 0;
+        EXPECT_EXIT(Set(type + 1), testing::ExitedWithCode(1), ": light 74 does not exist\n$");
+        material->refs[0] = 2;
+        EXPECT_EXIT(Set(type + 1), testing::ExitedWithCode(1), " 75 does not exist\n$");
+    }
 }
