@@ -9,6 +9,7 @@
 
 #include "engine/data/fault.h"
 #include "engine/render/frame.h"
+#include "engine/render/tex_coord_arrays.h"
 #include "support/piece_tables.h"
 #include "support/recorded_gl.h"
 #include "support/timeline_builder.h"
@@ -19,6 +20,7 @@ class FrameTest : public testing::Test
     void SetUp() override
     {
         ResetGl();
+        CurrentTexCoordArrays = {};
         timeline = CreateTimeline();
         tables = MakePieceTables();
         // Three scenes without objects, so that a frame's calls are the frame's own.

@@ -12,6 +12,9 @@
 /// The texture coordinates that each call found, for the test to clear.
 extern std::vector<TexCoordSource> texCoordsSeen;
 
+/// The deformed vertices that each call found, empty where there were none; for the test to clear.
+extern std::vector<std::vector<float>> deformedVerticesSeen;
+
 /// The tables that the last call was given: materials, lights, textures, envelopes, effects,
 /// bitmaps.
 extern std::vector<const ObjectTable*> materialTables;

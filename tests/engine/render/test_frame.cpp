@@ -5,6 +5,7 @@
 
 #include "engine/render/frame_test.h"
 #include "engine/render/material_stand_in.h"
+#include "support/scene_builder.h"
 
 /// The camera's x of each clip that was set, in order, each behind a space: what tells clips apart.
 static std::string CamerasSeen(const std::string& calls)
@@ -200,6 +201,16 @@ TEST_F(FrameTest, AFieldOfViewMayMove)
     EXPECT_EQ(Render(110), kWindow + kPlainClip + kFrameEnd);        // 90
 }
 
+TEST_F(FrameTest, AFieldOfViewMovesWithTheClipsOwnTimeAndItsOffset)
+{
+    const uint32_t clip = AddClip(timeline, 0, 30, 500, 1);
+    timeline->offset[0][clip] = 1000;
+    timeline->projectionKind[0][clip] = kProjectionAnimatedFov;
+    timeline->fov[0][clip] = AddLinearEnvelope(&tables, 0.0625f, 24.375f);
+    EXPECT_EQ(Render(80), kWindow + kPlainClip + kFrameEnd); // 90 degrees at 1050
+    EXPECT_EQ(GetRecord<Envelope>(1, tables.envelopes)->lastTime, 1050u);
+}
+
 TEST_F(FrameTest, TheAspectIsTheCallers)
 {
     AddClip(timeline, 0, 0, 100, 1);
@@ -377,6 +388,71 @@ TEST_F(FogTest, FogIsOnForEveryModeAboveZero)
 
 // Scenes.
 
+TEST_F(FrameTest, AnObjectIsDrawnBehindProjectionFogAndCamera)
+{
+    MeshArrays triangle = MakeMeshArrays(3);
+    NameMeshArrays(triangle, "model");
+    AddModel(&tables, &triangle, 1);
+    const uint32_t n = AddObject(GetRecord<Scene>(2, tables.scenes), kObjectModel, 1, 77);
+    GetRecord<Scene>(2, tables.scenes)->positionX.slot[n] = FloatSlot(5.0f);
+    const uint32_t clip = AddClip(timeline, 0, 0, 100, 2);
+    SetConstant(&timeline->cameraZ, 0, clip, -9.0f);
+    SetConstant(&timeline->cameraRotY, 0, clip, 45.25f);
+    EXPECT_EQ(Render(50), kWindow + kPerspective + kNoFog +
+                              "MatrixMode MODELVIEW\n"
+                              "LoadIdentity\n"
+                              "Rotatef 0 0 0 1\n"
+                              "Rotatef 0 1 0 0\n"
+                              "Rotatef 45.25 0 1 0\n"
+                              "Translatef 0 0 -9\n"
+                              "EnableClientState NORMAL_ARRAY\n"
+                              "EnableClientState VERTEX_ARRAY\n"
+                              "VertexPointer 3 FLOAT 0 model.vertices\n"
+                              "NormalPointer FLOAT 0 model.normals\n"
+                              "SetMaterial 77 at 50 vbo 0 pbo 0 dot3 0 heading 45.25\n"
+                              "PushMatrix\n"
+                              "Translatef 5 0 0\n"
+                              "Rotatef 0 1 0 0\n"
+                              "Rotatef 0 0 1 0\n"
+                              "Rotatef 0 0 0 1\n"
+                              "Scalef 1 1 1\n"
+                              "DrawElements TRIANGLES 3 UNSIGNED_INT model.indices\n"
+                              "PopMatrix\n"
+                              "DisableClientState NORMAL_ARRAY\n"
+                              "DisableClientState VERTEX_ARRAY\n" +
+                              kFrameEnd);
+    EXPECT_EQ(drawn, 1u);
+}
+
+TEST_F(FrameTest, EachFlagReachesItsPlace)
+{
+    MeshArrays triangle = MakeMeshArrays(3);
+    AddModel(&tables, &triangle, 1);
+    AddObject(GetRecord<Scene>(2, tables.scenes), kObjectModel, 1, 77);
+    SetTarget(0, AddClip(timeline, 0, 0, 100, 2), kPassTextureQuarter, AddBitmap(32, 32));
+    for (int32_t flags = 0; flags < 16; ++flags)
+    {
+        const int32_t vbo = flags & 1;
+        const int32_t pbo = flags >> 1 & 1;
+        const int32_t npot = flags >> 2 & 1;
+        const int32_t dot3 = flags >> 3;
+        RenderFrame(timeline, tables.scenes, tables.materials, tables.lights, tables.textures,
+                    tables.envelopes, 1.0f, tables.effects, tables.models, tables.bitmaps,
+                    tables.genMeshes, 50, 640, 480, vbo, pbo, npot, dot3);
+        const std::string calls = TakeGlCalls();
+        char material[64];
+        snprintf(material, sizeof(material), "SetMaterial 77 at 50 vbo %d pbo %d dot3 %d ", vbo,
+                 pbo, dot3);
+        EXPECT_NE(calls.find(material), std::string::npos) << calls;
+        const char* viewport = npot != 0 ? "Viewport 0 0 320 240\n" : "Viewport 0 0 256 128\n";
+        EXPECT_NE(calls.find(viewport), std::string::npos) << calls;
+        EXPECT_EQ(GlRefusedCalls(), 0u);
+        // In a run buffer objects are in use or they are not.
+        glBindBuffer(GL_ARRAY_BUFFER, 0);
+        glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0);
+    }
+}
+
 TEST_F(FrameTest, AnObjectGetsTheClipsTimeFlagsAndHeading)
 {
     GenMesh* genMesh = AddRecord<GenMesh>(tables.genMeshes);
@@ -483,6 +559,68 @@ TEST_F(FaultyClipDeathTest, AFogMaterialWithoutARecordEndsTheProgram)
     timeline->fogColourMaterial[2][1] = 6;
     EXPECT_EXIT(Render(200), testing::ExitedWithCode(1),
                 kFaultAtClip + "material 6, the colour of the fog, does not exist\n$");
+}
+
+TEST_F(FaultyClipDeathTest, AFogColourWithoutAnEnvelopeEndsTheProgram)
+{
+    Material* material = AddRecord<Material>(tables.materials);
+    material->params[2] = 5;
+    material->dynamicMask[0] = 0x20;
+    timeline->fogMode[2][1] = 1;
+    timeline->fogColourMaterial[2][1] = 1;
+    EXPECT_EXIT(Render(200), testing::ExitedWithCode(1),
+                kFaultAtClip + "envelope 5 does not exist\n$");
+    material->type = 1; // then it is white, whatever the parameters are
+    Render(200);
+}
+
+TEST_F(FaultyClipDeathTest, TheCameraIsResolvedFirstThenFieldOfViewAndFog)
+{
+    Material* material = AddRecord<Material>(tables.materials);
+    ClipValues* camera[] = {&timeline->cameraX,    &timeline->cameraY,    &timeline->cameraZ,
+                            &timeline->cameraRotX, &timeline->cameraRotY, &timeline->cameraRotZ};
+    ClipValues* fog[] = {&timeline->fogDensity, &timeline->fogStart, &timeline->fogEnd};
+    for (uint32_t i = 0; i < 6; ++i)
+    {
+        SetEnvelope(camera[i], 2, 1, 70 + i);
+    }
+    timeline->projectionKind[2][1] = kProjectionAnimatedFov;
+    timeline->fov[2][1] = 76;
+    timeline->fogMode[2][1] = 1;
+    timeline->fogColourMaterial[2][1] = 1;
+    material->dynamicMask[0] = 0xF0;
+    for (uint32_t i = 0; i < 4; ++i)
+    {
+        material->params[i] = 77 + i;
+    }
+    for (uint32_t i = 0; i < 3; ++i)
+    {
+        SetEnvelope(fog[i], 2, 1, 81 + i);
+    }
+
+    const auto expectFault = [this](uint32_t envelope)
+    {
+        EXPECT_EXIT(Render(200), testing::ExitedWithCode(1),
+                    kFaultAtClip + "envelope " + std::to_string(envelope) + " does not exist\n$");
+    };
+    for (uint32_t i = 0; i < 6; ++i)
+    {
+        expectFault(70 + i);
+        SetConstant(camera[i], 2, 1, 0.0f);
+    }
+    expectFault(76);
+    timeline->projectionKind[2][1] = kProjectionOrthographic;
+    for (uint32_t i = 0; i < 4; ++i)
+    {
+        expectFault(77 + i);
+        material->dynamicMask[0] = static_cast<uint8_t>(0x7F >> i);
+    }
+    for (uint32_t i = 0; i < 3; ++i)
+    {
+        expectFault(81 + i);
+        SetConstant(fog[i], 2, 1, 0.0f);
+    }
+    Render(200);
 }
 
 TEST_F(FaultyClipDeathTest, AFaultInASceneNamesTheSceneAndItsObject)

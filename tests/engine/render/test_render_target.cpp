@@ -62,16 +62,45 @@ TEST_F(RenderTargetTest, ATexturePassCopiesTheTargetWithoutTouchingItsFilters)
                               kFrameEnd);
 }
 
+static const std::string kWideClip =
+    "Enable DEPTH_TEST\n"
+    "MatrixMode PROJECTION\n"
+    "LoadIdentity\n"
+    "LoadMatrixf 0.625 0 0 0 0 1 0 0 0 0 -1.0001999 -1 0 0 -0.20002 0\n" +
+    kNoFog + kCameraAtOrigin;
+
 TEST_F(RenderTargetTest, AWidePassDiffersInItsAspectOnly)
 {
     AddBitmap(256, 64);
     SetTarget(0, AddClip(timeline, 0, 0, 100, 1), kPassTextureWide, 1);
-    EXPECT_EQ(Render(10), Viewport(256, 64) +
-                              "Enable DEPTH_TEST\n"
-                              "MatrixMode PROJECTION\n"
-                              "LoadIdentity\n"
-                              "LoadMatrixf 0.625 0 0 0 0 1 0 0 0 0 -1.0001999 -1 0 0 -0.20002 0\n" +
-                              kNoFog + kCameraAtOrigin + kFrameEnd);
+    EXPECT_EQ(Render(10), Viewport(256, 64) + kWideClip + kFrameEnd);
+}
+
+TEST_F(RenderTargetTest, AWidePassHasItsAspectWithAMovingFieldOfViewAsWell)
+{
+    AddBitmap(256, 64);
+    SetTarget(0, AddClip(timeline, 0, 0, 100, 1), kPassTextureWide, 1);
+    timeline->projectionKind[0][0] = kProjectionAnimatedFov;
+    timeline->fov[0][0] = AddLinearEnvelope(&tables, 0.0f, 90.0f);
+    EXPECT_EQ(Render(10), Viewport(256, 64) + kWideClip + kFrameEnd);
+}
+
+TEST_F(RenderTargetTest, AWidePassToATextureOfZeroKeepsTheViewportAndHasItsAspect)
+{
+    SetTarget(0, AddClip(timeline, 0, 0, 100, 1), kPassTextureWide, 0);
+    AddClip(timeline, 1, 0, 100, 1);
+    EXPECT_EQ(Render(10), kWideClip + kWindow + kPlainClip + kFrameEnd);
+}
+
+TEST_F(RenderTargetTest, ATargetsIdIsTruncated)
+{
+    AddBitmap(256, 64);
+    AddBitmap(128, 128);
+    SetTarget(0, AddClip(timeline, 0, 0, 100, 1), kPassTexture, 0);
+    timeline->passParams[0][0][0] = 1.9f;
+    AddClip(timeline, 1, 0, 100, 1);
+    EXPECT_EQ(Render(10), Viewport(256, 64) + kPlainClip + Filters(1) + Copy(1, 256, 64) + kWindow +
+                              kPlainClip + kFrameEnd);
 }
 
 TEST_F(RenderTargetTest, ALinkedPassDrawsIntoTheTargetThatIsOpen)
@@ -117,6 +146,17 @@ TEST_F(RenderTargetTest, ATargetThatIsOpenWhenTheFrameEndsIsLost)
     AddClip(timeline, 0, 0, 100, 1);
     EXPECT_EQ(Render(150), Viewport(256, 64) + kPlainClip + kFrameEnd);
     EXPECT_EQ(Render(151), kWindow + kPlainClip + kFrameEnd); // nothing is open any more
+}
+
+TEST_F(RenderTargetTest, TheViewportOfATargetThatIsLostStaysSetInTheNextFrame)
+{
+    AddBitmap(256, 64);
+    SetTarget(0, AddClip(timeline, 0, 0, 150, 1), kPassTexture, 1);
+    timeline->passKind[0][AddClip(timeline, 0, 0, 100, 1)] = kPassLink;
+    AddClip(timeline, 0, 0, 100, 1);
+    EXPECT_EQ(Render(150), Viewport(256, 64) + kPlainClip + kFrameEnd);
+    EXPECT_EQ(Render(151), kPlainClip + kFrameEnd);
+    EXPECT_EQ(Render(251), kWindow + kPlainClip + kFrameEnd);
 }
 
 TEST_F(RenderTargetTest, ATargetIsOpenedAnewByEachPassThatNamesIt)

@@ -263,6 +263,7 @@ class SceneTest : public testing::Test
         ResetGl();
         CurrentTexCoordArrays = {};
         texCoordsSeen.clear();
+        deformedVerticesSeen.clear();
         tables = MakePieceTables();
         scene = AddRecord<Scene>(tables.scenes);
         CurrentPlace = {"demo.xmlz", 9, 1, 0};
@@ -311,11 +312,11 @@ class SceneTest : public testing::Test
         return manipulator;
     }
 
-    std::string Draw(uint32_t time, int32_t vbo = 0)
+    std::string Draw(uint32_t time, int32_t vbo = 0, float cameraRotY = 45.0f)
     {
         DrawSceneObjects(scene, tables.materials, tables.lights, tables.textures, tables.envelopes,
                          tables.effects, tables.models, tables.bitmaps, tables.genMeshes, time, vbo,
-                         0, 1, 45.0f);
+                         0, 1, cameraRotY);
         EXPECT_EQ(GlRefusedCalls(), 0u);
         EXPECT_EQ(GlModelviewDepth(), 1u);
         EXPECT_EQ(CurrentDeformedMesh.vertices, nullptr);
@@ -469,6 +470,37 @@ TEST_F(SceneTest, AGeneratedMeshIsUpdatedAtTheObjectsTime)
     EXPECT_EQ(GetRecord<Envelope>(1, tables.envelopes)->lastTime, 130u);
 }
 
+TEST_F(SceneTest, AHiddenGeneratedMeshIsNotUpdated)
+{
+    GenMesh* genMesh = AddGenMesh();
+    genMesh->params[0] = static_cast<int32_t>(AddLinearEnvelope(&tables, 1.0f, 0.0f));
+    const uint32_t n = AddObject(kObjectGenMesh, 1);
+    scene->visibilityEnvelope[n] = AddLinearEnvelope(&tables, 0.0f, 0.5f);
+    EXPECT_EQ(Draw(100), "");
+    EXPECT_EQ(GetRecord<Envelope>(1, tables.envelopes)->lastTime, kNothingCached);
+}
+
+TEST_F(SceneTest, AnObjectThatIsSkippedResolvesNothing)
+{
+    AddTriangle();
+    AddGenMesh();
+    AddObject(kObjectModel, 9);   // no such model
+    AddObject(kObjectGenMesh, 9); // no such mesh
+    AddObject(7, 1);              // no such kind
+    scene->visibilityEnvelope[AddObject(kObjectModel, 1)] =
+        AddLinearEnvelope(&tables, 0.0f, 0.0f); // hidden
+    for (uint32_t n = 0; n < scene->objectCount; ++n)
+    {
+        scene->positionX.slot[n] = 4000; // no such envelope
+        SetMaskBit(scene->positionX.dynamicMask, n);
+        Manipulator* manipulator = AddManipulator(n, kManipulatorModelPlacer, {});
+        manipulator->placementKind = 1;
+        manipulator->placementId = 4000; // no such mesh
+    }
+    EXPECT_EQ(Draw(0, 0), "");
+    EXPECT_EQ(Draw(0, 1), "");
+}
+
 TEST_F(SceneTest, AMissingMeshOrAnUnknownKindSkipsTheObjectAndNoOther)
 {
     AddGenMesh();
@@ -505,6 +537,53 @@ TEST_F(SceneTest, TheSecondUnitGetsTheSecondSetOfAMeshWithTwo)
     EXPECT_EQ(texCoordsSeen[0].texcoord1Array, triangle.texCoords2.data());
     EXPECT_EQ(texCoordsSeen[1].texcoord0Buffer, 2u);
     EXPECT_EQ(texCoordsSeen[1].texcoord1Buffer, 3u);
+}
+
+TEST_F(SceneTest, AGeneratedMeshGivesItsCoordinatesInClientMemoryEvenWithBuffers)
+{
+    GenMesh* genMesh = AddGenMesh();
+    AddObject(kObjectGenMesh, 1);
+    for (uint8_t sets : {1, 2})
+    {
+        genMesh->mesh = MakeMesh(&grid, sets);
+        for (int32_t vbo : {0, 1})
+        {
+            texCoordsSeen.clear();
+            Draw(0, vbo);
+            ASSERT_EQ(texCoordsSeen.size(), 1u);
+            EXPECT_EQ(texCoordsSeen[0].texcoord0Array, grid.texCoords1.data());
+            EXPECT_EQ(texCoordsSeen[0].texcoord1Array,
+                      sets == 2 ? grid.texCoords2.data() : grid.texCoords1.data());
+            EXPECT_EQ(texCoordsSeen[0].vertexCount, 3u);
+        }
+    }
+}
+
+TEST_F(SceneTest, ADeformedMeshKeepsItsCoordinates)
+{
+    AddTriangle(2);
+    AddManipulator(AddObject(kObjectModel, 1), kManipulatorRippler, {0, 0, 1});
+    Draw(0, 0);
+    Draw(0, 1);
+    ASSERT_EQ(texCoordsSeen.size(), 2u);
+    EXPECT_EQ(texCoordsSeen[0].texcoord0Array, triangle.texCoords1.data());
+    EXPECT_EQ(texCoordsSeen[0].texcoord1Array, triangle.texCoords2.data());
+    EXPECT_EQ(texCoordsSeen[1].texcoord0Buffer, 2u);
+    EXPECT_EQ(texCoordsSeen[1].texcoord1Buffer, 3u);
+    EXPECT_EQ(texCoordsSeen[1].vertexCount, 3u);
+}
+
+TEST_F(SceneTest, TheHeadingIsHandedOnUnchanged)
+{
+    AddTriangle();
+    AddObject(kObjectModel, 1);
+    for (float heading : {45.25f, -0.001953125f, 720.5f})
+    {
+        char expected[64];
+        snprintf(expected, sizeof(expected), " dot3 1 heading %.9g\n",
+                 static_cast<double>(heading));
+        EXPECT_NE(Draw(0, 0, heading).find(expected), std::string::npos) << heading;
+    }
 }
 
 TEST_F(SceneTest, TheMaterialGetsTheTablesInTheirOrder)
@@ -588,6 +667,33 @@ TEST_F(SceneTest, PlacementValuesMoveWithTheObjectsTime)
     const std::string calls = Draw(6);
     EXPECT_NE(calls.find("Translatef 0 6 0\n"), std::string::npos) << calls;
     EXPECT_NE(calls.find("Scalef 1 1 -10\n"), std::string::npos) << calls;
+}
+
+TEST_F(SceneTest, EachPlacementValueMayMove)
+{
+    AddTriangle();
+    const uint32_t n = AddObject(kObjectModel, 1);
+    AddLinearEnvelope(&tables, 1.0f, 0.0f);
+    const struct
+    {
+        ObjectValues* values;
+        const char* call;
+    } cases[] = {
+        {&scene->positionX, "Translatef 8 0 0\n"}, {&scene->positionY, "Translatef 0 8 0\n"},
+        {&scene->positionZ, "Translatef 0 0 8\n"}, {&scene->rotationX, "Rotatef 8 1 0 0\n"},
+        {&scene->rotationY, "Rotatef 8 0 1 0\n"},  {&scene->rotationZ, "Rotatef 8 0 0 1\n"},
+        {&scene->scaleX, "Scalef 8 1 1\n"},        {&scene->scaleY, "Scalef 1 8 1\n"},
+        {&scene->scaleZ, "Scalef 1 1 8\n"},
+    };
+    for (const auto& c : cases)
+    {
+        const uint32_t constant = c.values->slot[n];
+        c.values->slot[n] = 1;
+        SetMaskBit(c.values->dynamicMask, n);
+        EXPECT_NE(Draw(8).find(c.call), std::string::npos) << c.call;
+        c.values->slot[n] = constant;
+        c.values->dynamicMask[0] = 0;
+    }
 }
 
 // Manipulators.
@@ -736,6 +842,34 @@ TEST_F(SceneTest, DeformedArraysExistForOneObjectOnly)
     EXPECT_EQ(CurrentDeformedMesh.normals, nullptr);
 }
 
+TEST_F(SceneTest, ManipulatorsWorkOnTheObjectsOwnMesh)
+{
+    MeshArrays six = MakeMeshArrays(6);
+    MeshArrays nine = MakeMeshArrays(9);
+    AddTriangle();
+    AddModel(&tables, &six, 1);
+    AddGenMesh();
+    AddGenMesh()->mesh = MakeMesh(&nine, 1);
+    for (const auto& [kind, id] : {std::pair(kObjectModel, 2u), {kObjectGenMesh, 2u}})
+    {
+        AddManipulator(AddObject(kind, id), kManipulatorRippler, {0, 0, 1});
+    }
+    Draw(7);
+    EXPECT_EQ(deformedVerticesSeen, (std::vector<std::vector<float>>{six.vertices, nine.vertices}));
+}
+
+TEST_F(SceneTest, ADeformedObjectWithoutInstancesIsReleased)
+{
+    AddTriangle();
+    const uint32_t n = AddObject(kObjectModel, 1);
+    AddManipulator(n, kManipulatorRippler, {0, 0, 1});
+    AddManipulator(n, kManipulatorXMultiplier, {0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
+    const std::string calls = Draw(7, 1); // which sees that nothing deformed is left
+    EXPECT_EQ(deformedVerticesSeen, (std::vector<std::vector<float>>{triangle.vertices}));
+    EXPECT_EQ(calls.find("DrawElements"), std::string::npos);
+    EXPECT_EQ(GlLiveBuffers(), 5u); // the model's own
+}
+
 /// What a rippler does with the next two buffers.
 static std::string UploadDeformed(int vertices, int normals)
 {
@@ -828,6 +962,35 @@ TEST_F(SceneDeathTest, AMissingEnvelopeEndsTheProgram)
     manipulator->params[2] = 5;
     SetMaskBit(manipulator->dynamicMask, 2);
     EXPECT_EXIT(Draw(0), testing::ExitedWithCode(1), "object 2: envelope 5 does not exist\n$");
+}
+
+TEST_F(SceneDeathTest, VisibilityComesFirstThenPositionRotationScaleAndManipulators)
+{
+    AddTriangle();
+    const uint32_t n = AddObject(kObjectModel, 1);
+    Manipulator* manipulator = AddManipulator(n, kManipulatorRippler, {0, 0, 0});
+    manipulator->params[0] = 79;
+    SetMaskBit(manipulator->dynamicMask, 0);
+    ObjectValues* values[] = {&scene->positionX, &scene->positionY, &scene->positionZ,
+                              &scene->rotationX, &scene->rotationY, &scene->rotationZ,
+                              &scene->scaleX,    &scene->scaleY,    &scene->scaleZ};
+    for (uint32_t i = 0; i < 9; ++i)
+    {
+        values[i]->slot[n] = 70 + i;
+        SetMaskBit(values[i]->dynamicMask, n);
+    }
+    scene->visibilityEnvelope[n] = 69;
+    scene->objectId[n] = 2; // no such model, but it is looked for later
+    EXPECT_EXIT(Draw(0), testing::ExitedWithCode(1), ": envelope 69 does not exist\n$");
+    scene->visibilityEnvelope[n] = 0;
+    scene->objectId[n] = 1;
+    for (uint32_t i = 0; i < 9; ++i)
+    {
+        EXPECT_EXIT(Draw(0), testing::ExitedWithCode(1),
+                    ": envelope " + std::to_string(70 + i) + " does not exist\n$");
+        values[i]->dynamicMask[0] = 0;
+    }
+    EXPECT_EXIT(Draw(0), testing::ExitedWithCode(1), ": envelope 79 does not exist\n$");
 }
 
 TEST_F(SceneDeathTest, AMissingGeneratedMeshToPlaceOnEndsTheProgram)
