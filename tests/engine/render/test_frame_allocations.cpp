@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "engine/render/frame_test.h"
+#include "engine/render/set_material.h"
 
 // The linker sends every allocation of the engine through here.
 extern "C"
@@ -90,6 +91,70 @@ TEST_F(FrameAllocationsTest, ClipsAllocateNothing)
     Count(50);
     EXPECT_EQ(allocations, 0);
     EXPECT_EQ(frees, 0);
+}
+
+TEST_F(FrameAllocationsTest, SplinesAndLoopsAllocateNothing)
+{
+    const uint32_t clip = AddClip(timeline, 0, 0, 5000, 1);
+    ClipValues* values[] = {&timeline->cameraX, &timeline->cameraY, &timeline->cameraZ};
+    for (uint8_t loopType : {kLoopOff, kLoopLoop, kLoopPingPong})
+    {
+        const uint32_t id = AddLinearEnvelope(&tables, 1.0f, 0.0f);
+        SetEnvelope(values[loopType], 0, clip, id);
+        Envelope* envelope = GetRecord<Envelope>(id, tables.envelopes);
+        envelope->pieceType[0] = kFunctionSpline;
+        envelope->loopType = loopType;
+        envelope->loopEnd = 100.0f;
+    }
+    for (uint32_t time : {10u, 50u, 150u, 4000u}) // the first makes the splines ready
+    {
+        Count(time);
+        EXPECT_EQ(allocations, 0) << time;
+        EXPECT_EQ(frees, 0) << time;
+    }
+    EXPECT_TRUE(GetRecord<Envelope>(3, tables.envelopes)->splinesReady);
+}
+
+TEST_F(FrameAllocationsTest, EveryRecipeAllocatesNothing)
+{
+    const uint32_t envelope = AddLinearEnvelope(&tables, 1.0f, 0.0f);
+    AddRecord<Light>(tables.lights)->flagsB = 0xE0;
+    for (uint32_t& slot : GetRecord<Light>(1, tables.lights)->position)
+    {
+        slot = envelope;
+    }
+    AddRecord<ProceduralTexture>(tables.textures);
+    AddRecord<BitmapTexture>(tables.bitmaps);
+    AddRecord<Effect2D>(tables.effects)->lastUpdate = 50; // what a refresh takes is its own
+    for (uint32_t type = 0; type < kMaterialTypes; ++type)
+    {
+        Material* material = AddRecord<Material>(tables.materials);
+        material->type = type;
+        material->dynamicMask[0] = 0xF8;
+        for (uint32_t i = 0; i < 5; ++i)
+        {
+            material->params[i] = envelope;
+        }
+        material->refs[0] = 1;
+        material->refs[1] = 1;
+        material->refs[2] = 1;
+        material->effectRefs[0] = 1;
+    }
+
+    for (uint32_t type = 0; type < kMaterialTypes; ++type)
+    {
+        for (int32_t vbo : {0, 1})
+        {
+            const uint64_t callsBefore = GlCallCount();
+            allocations = 0;
+            frees = 0;
+            SetMaterial(type + 1, tables.materials, tables.lights, tables.textures,
+                        tables.envelopes, tables.effects, tables.bitmaps, 50, vbo, 1, 1, 30.0f);
+            EXPECT_EQ(allocations, 0) << type;
+            EXPECT_EQ(frees, 0) << type;
+            EXPECT_GT(GlCallCount(), callsBefore + 10) << type;
+        }
+    }
 }
 
 TEST_F(FrameAllocationsTest, AnObjectTakesAListAndItsInstancesAndGivesThemBack)
