@@ -87,6 +87,10 @@ uint32_t RenderFrame(Timeline* timeline, ObjectTable* scenes, ObjectTable* mater
         call += " start-up tables are not built";
     }
     RecordCall(call);
+    if (CurrentPlace.document == running.faultyFrames)
+    {
+        FatalFault("a frame is at fault");
+    }
 
     bool isDemo = CurrentPlace.document == std::string("demo.xmlz");
     if (timeline->clipCount[0] == 0 || (isDemo && demoFramesDrawn == running.demoFrames))

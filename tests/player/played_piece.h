@@ -43,8 +43,9 @@ struct PlayScript
     bool glewFails = false; // "glewInit fails" stands in the record, and nothing was found
     SdlScript sdl = {};
     ModPlugScript modplug = {};
-    uint32_t demoFrames = 0; // frames of the demo that draw something
-    bool innerCalls = false; // the calls of inner_calls.h stand in the record as well
+    uint32_t demoFrames = 0;  // frames of the demo that draw something
+    std::string faultyFrames; // a document of which every frame ends in a fault
+    bool innerCalls = false;  // the calls of inner_calls.h stand in the record as well
 };
 
 /// Runs the program in `folder`.

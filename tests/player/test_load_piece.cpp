@@ -236,6 +236,23 @@ TEST(LoadPiece, ALoadingTimelineThatIsOverEndsNothing)
         "npot 0 dot3 1\n");
 }
 
+TEST(LoadPiece, AFaultInATickIsTheLoadingDocuments)
+{
+    DocumentSource demo = DemoSource();
+    demo.sections[10] = Rows(2);
+    PlayScript script = LoadingScript({0, 0, 100});
+    script.faultyFrames = "loading.xmlz";
+
+    ChildRun run = PlayPackage(PieceOf(LoadingSource(), demo), script);
+
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(
+        LinesWith(run.record, {"! ", "RenderFrame"}),
+        "RenderFrame loading.xmlz scene 7 time 100 1024x768 aspect 1.33333337 vbo 0 pbo 0 npot "
+        "0 dot3 1\n"
+        "! quorvale: loading.xmlz: a frame is at fault\n");
+}
+
 TEST(LoadPiece, AFaultBehindATickIsTheDemosOwn)
 {
     DocumentSource demo = DemoSource();
