@@ -9,6 +9,8 @@
 /// nothing to its vertices but counts in their means. A vertex that no triangle uses gets 0, 0, 0.
 /// @param mesh   vertexCount, indexCount, vertices, normals and indices are used; up to two indices
 ///               behind the last whole triangle are not
-/// Linear in vertices and triangles, with one temporary block of 16 bytes a vertex; fatal at
-/// CurrentPlace if there is no memory for it.
+/// Linear in vertices and triangles, with one temporary block of 16 bytes for each of both. Which
+/// triangles lie around each vertex is found at the first call with an index list and kept for the
+/// next ones: indices that change in place are noticed. Fatal at CurrentPlace if there is no
+/// memory.
 void RecomputeNormals(const Mesh* mesh);

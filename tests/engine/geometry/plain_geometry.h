@@ -6,10 +6,22 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <emmintrin.h>
 #include <vector>
 
 #include "engine/data/cos_table.h"
-#include "engine/data/numeric.h"
+
+/// The machine's own conversion. (gcc folds it wrongly for constants out of range; here it meets
+/// none.)
+inline int32_t PlainTruncate(float value)
+{
+    return _mm_cvttss_si32(_mm_set_ss(value));
+}
+
+inline int32_t PlainTruncate(double value)
+{
+    return _mm_cvttsd_si32(_mm_set_sd(value));
+}
 
 inline void PlainNormals(uint32_t vertexCount, uint32_t indexCount, const float* vertices,
                          float* normals, const uint32_t* indices)
@@ -80,7 +92,7 @@ inline void PlainRipple(float* coordinates, size_t count, float time, float ampl
     {
         float c = coordinates[i];
         float scaled = c * w;
-        int32_t n = TruncateToInt(scaled + t0);
+        int32_t n = PlainTruncate(scaled + t0);
         float wave = CosTable[4096 + n % 4096] * amplitude;
         coordinates[i] = wave + c;
     }
@@ -110,12 +122,12 @@ std::vector<float> PlainLakeHeights(PlainLake* lake, float v, Random random)
 {
     if (v >= static_cast<float>(lake->lastStep + 2) || v <= static_cast<float>(lake->lastStep - 2))
     {
-        lake->lastStep = TruncateToInt(v);
+        lake->lastStep = PlainTruncate(v);
     }
     if (v >= static_cast<float>(lake->lastStep + 1))
     {
         lake->older = lake->current;
-        lake->lastStep = TruncateToInt(v);
+        lake->lastStep = PlainTruncate(v);
         std::vector<int32_t> before = lake->current;
         lake->current = lake->next;
         lake->next = before;
@@ -145,14 +157,14 @@ std::vector<float> PlainLakeHeights(PlainLake* lake, float v, Random random)
         {
             float r = static_cast<float>(random()) * (1.0f / 2147483648.0f);
             float index = r * 900.0f;
-            lake->current[static_cast<size_t>(TruncateToInt(index))] = drop;
+            lake->current[static_cast<size_t>(PlainTruncate(index))] = drop;
         }
     }
 
     float f = fabsf(v - static_cast<float>(lake->lastStep));
     if (f > 1.0f)
     {
-        f = f - static_cast<float>(TruncateToInt(f));
+        f = f - static_cast<float>(PlainTruncate(f));
     }
     float wo = (1.0f - f) * 0.5f;
     float wn = f * 0.5f;
@@ -180,7 +192,7 @@ inline std::vector<float> PlainCenterwaveHeights(float v)
         if (d <= 14.0f)
         {
             float difference = d - v;
-            int32_t n = TruncateToInt(static_cast<double>(difference) * 651.8986469);
+            int32_t n = PlainTruncate(static_cast<double>(difference) * 651.8986469);
             float fall = (14.0f - d) / 10.0f;
             y = fall * CosTable[4096 + n % 4096];
         }
@@ -193,7 +205,7 @@ inline std::vector<float> PlainCenterwaveHeights(float v)
 inline std::vector<float> PlainMultiplyX(const std::vector<float>& list, const float* params)
 {
     std::vector<float> result;
-    int32_t n = TruncateToInt(params[0]);
+    int32_t n = PlainTruncate(params[0]);
     for (size_t s = 0; s < list.size() / 9; ++s)
     {
         for (int32_t i = 0; i < n; ++i)
@@ -215,11 +227,11 @@ inline std::vector<float> PlainMultiplyXyz(const std::vector<float>& list, const
     std::vector<float> result;
     for (size_t s = 0; s < list.size() / 9; ++s)
     {
-        for (int32_t ix = 0; ix < TruncateToInt(params[0]); ++ix)
+        for (int32_t ix = 0; ix < PlainTruncate(params[0]); ++ix)
         {
-            for (int32_t iy = 0; iy < TruncateToInt(params[1]); ++iy)
+            for (int32_t iy = 0; iy < PlainTruncate(params[1]); ++iy)
             {
-                for (int32_t iz = 0; iz < TruncateToInt(params[2]); ++iz)
+                for (int32_t iz = 0; iz < PlainTruncate(params[2]); ++iz)
                 {
                     const float* source = &list[s * 9];
                     const float x = static_cast<float>(ix);

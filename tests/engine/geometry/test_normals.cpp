@@ -3,6 +3,7 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include "engine/geometry/gen_mesh.h"
@@ -188,6 +189,58 @@ TEST(Normals, OfOneVertexThatThousandsOfFacesShareSumInTriangleOrder)
         indices.insert(indices.end(), {0, i, i + 1});
     }
     ExpectPlainNormals(vertices, indices);
+}
+
+TEST(Normals, FollowIndicesThatChangeWhereTheyAre)
+{
+    float vertices[] = {0, 0, 0, 2, 0, 0, 0, 3, 0};
+    float normals[9] = {};
+    uint32_t indices[] = {0, 1, 2};
+    Mesh mesh = {};
+    mesh.vertexCount = 3;
+    mesh.indexCount = 3;
+    mesh.vertices = vertices;
+    mesh.normals = normals;
+    mesh.indices = indices;
+    RecomputeNormals(&mesh);
+    EXPECT_EQ(normals[2], 1.0f);
+
+    std::swap(indices[1], indices[2]); // the other winding
+    RecomputeNormals(&mesh);
+    EXPECT_EQ(normals[2], -1.0f);
+    std::swap(indices[1], indices[2]);
+    RecomputeNormals(&mesh);
+    EXPECT_EQ(normals[2], 1.0f);
+}
+
+TEST(Normals, OfMoreMeshesInTurnThanAnyoneRemembersAreThePlainOnes)
+{
+    // All of one size, so that nothing but their indices tells them apart.
+    std::mt19937 random(5);
+    std::vector<std::vector<uint32_t>> meshes(80);
+    std::vector<float> vertices(3 * 12);
+    for (float& v : vertices)
+    {
+        v = static_cast<float>(random() % 1000) * 0.01f;
+    }
+    for (std::vector<uint32_t>& indices : meshes)
+    {
+        for (int i = 0; i < 30; ++i)
+        {
+            indices.push_back(random() % 12);
+        }
+    }
+    for (int round = 0; round < 3; ++round)
+    {
+        for (const std::vector<uint32_t>& indices : meshes)
+        {
+            ExpectPlainNormals(vertices, indices);
+        }
+        for (int i = 0; i < 200; ++i)
+        {
+            ExpectPlainNormals(vertices, meshes[random() % meshes.size()]);
+        }
+    }
 }
 
 TEST(Normals, OfCoordinatesPastAllBoundsHurtNobodyElse)

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "engine/data/cos_table.h"
+#include "engine/data/numeric.h"
 #include "engine/geometry/gen_mesh.h"
 #include "engine/geometry/plain_geometry.h"
 
