@@ -1,10 +1,11 @@
 #include "engine/render/effect_kernels.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <emmintrin.h>
+#include <immintrin.h>
 
 #include "engine/data/cos_table.h"
 #include "engine/data/numeric.h"
@@ -65,35 +66,62 @@ static WaveGains MakeWaveGains(float h, float evenSwing, float oddSwing)
     return gains;
 }
 
-/// The places in CosTable of four angles, as cosLookup has them: the low 12 bits, and the table's
-/// upper half for angles that are not negative. A negative whole turn goes to entry 0 instead of
-/// 4096; both are 1.
-static inline __m128i CosPlaces(__m128i n)
+/// CosTable + 1 with its halves exchanged: entries 0 to 4095 for angles that are not negative, the
+/// others for negative ones. The low 12 bits of an angle are the place in its half; a negative
+/// whole turn goes to an entry 0 where cosLookup has 4096, and both are 1. The pad is for LoadFour.
+static constexpr int32_t kLowerHalf = kCosTurn;
+alignas(16) static float RaisedCosTable[kCosTableSize + 4];
+
+static void PrepareRaisedCosTable()
 {
-    __m128i inTurn = _mm_and_si128(n, _mm_set1_epi32(kCosTurn - 1));
-    __m128i upper = _mm_andnot_si128(_mm_srli_epi32(n, 31 - 12), _mm_set1_epi32(kCosTurn));
-    return _mm_or_si128(inTurn, upper);
+    // Entry 0 tells whether this was made from the CosTable that stands there now.
+    if (RaisedCosTable[0] == CosTable[kCosTurn] + 1.0f)
+    {
+        return;
+    }
+    for (int32_t i = 0; i < kCosTurn; ++i)
+    {
+        RaisedCosTable[i] = CosTable[kCosTurn + i] + 1.0f;
+        RaisedCosTable[kLowerHalf + i] = CosTable[i] + 1.0f;
+    }
 }
 
-/// Four entries of a table of floats.
-static inline __m128 LoadFour(const float* table, __m128i places)
+/// The places of four angles in a half of RaisedCosTable.
+static inline __m128i PlacesInHalf(__m128i angles)
 {
-    uint64_t low = static_cast<uint64_t>(_mm_cvtsi128_si64(places));
-    uint64_t high = static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(places, places)));
-    __m128 a = _mm_load_ss(table + static_cast<uint32_t>(low));
-    __m128 b = _mm_load_ss(table + (low >> 32));
-    __m128 c = _mm_load_ss(table + static_cast<uint32_t>(high));
-    __m128 d = _mm_load_ss(table + (high >> 32));
-    return _mm_movelh_ps(_mm_unpacklo_ps(a, b), _mm_unpacklo_ps(c, d));
+    return _mm_and_si128(angles, _mm_set1_epi32(kCosTurn - 1));
 }
 
-/// Four raised cosines, of one row of WaveTable.
-static inline __m128 RaisedCos(const WaveGains& gains, int row, __m128 coordinate)
+/// The places of four angles in RaisedCosTable, whatever their signs.
+static inline __m128i PlacesInTable(__m128i angles)
 {
-    const __m128 angle = _mm_add_ps(_mm_mul_ps(coordinate, _mm_set1_ps(gains.gain[row])),
-                                    _mm_set1_ps(gains.phase[row]));
-    const __m128 cosine = LoadFour(CosTable, CosPlaces(_mm_cvttps_epi32(angle)));
-    return _mm_add_ps(cosine, _mm_set1_ps(1.0f));
+    const __m128i half = _mm_and_si128(_mm_srli_epi32(angles, 31 - 12), _mm_set1_epi32(kLowerHalf));
+    return _mm_or_si128(PlacesInHalf(angles), half);
+}
+
+/// Four floats of a table. Each read takes its neighbour along, so the table has a float more.
+static inline __m128 LoadFour(const float* table, const uint32_t* places)
+{
+    // Places come in pairs: reading the table is what a processor is short of, and each place that
+    // is read by itself counts as much.
+    uint64_t low;
+    uint64_t high;
+    memcpy(&low, places, sizeof(low));
+    memcpy(&high, places + 2, sizeof(high));
+    const float* a = table + static_cast<uint32_t>(low);
+    const float* b = table + (low >> 32);
+    const float* c = table + static_cast<uint32_t>(high);
+    const float* d = table + (high >> 32);
+    __m128 ab = _mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(a)));
+    __m128 cd = _mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(c)));
+    ab = _mm_loadh_pi(ab, reinterpret_cast<const __m64*>(b));
+    cd = _mm_loadh_pi(cd, reinterpret_cast<const __m64*>(d));
+    return _mm_shuffle_ps(ab, cd, _MM_SHUFFLE(2, 0, 2, 0));
+}
+
+static inline __m128i Angles(__m128 coordinates, __m128 gain, __m128 phase)
+{
+    return _mm_cvttps_epi32(_mm_add_ps(_mm_mul_ps(coordinates, gain), phase));
 }
 
 /// Four bytes of a channel, one in each lane: the product of two raised cosines, 0 to 252.
@@ -102,41 +130,56 @@ static inline __m128i WaveBytes(__m128 first, __m128 second)
     return _mm_cvttps_epi32(_mm_mul_ps(_mm_mul_ps(first, second), _mm_set1_ps(63.0f)));
 }
 
-/// Stores the low three bytes of each lane, 12 in all.
-static inline void StoreThreeBytes(__m128i pixels, uint8_t* out)
-{
-    uint64_t first = static_cast<uint64_t>(_mm_cvtsi128_si64(pixels));
-    uint64_t second = static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(pixels, pixels)));
-    first = (first & 0xFFFFFF) | (first >> 32 << 24);
-    second = (second & 0xFFFFFF) | (second >> 32 << 24);
-    uint64_t head = first | (second << 48);
-    uint32_t tail = static_cast<uint32_t>(second >> 16);
-    memcpy(out, &head, 8);
-    memcpy(out + 8, &tail, 4);
-}
-
 /// Stores the low byte of each lane, 4 in all. Lanes are 0 to 255.
-static inline void StoreOneByte(__m128i pixels, uint8_t* out)
+static inline void StoreGrey(__m128i pixels, uint8_t* out)
 {
     __m128i words = _mm_packs_epi32(pixels, pixels);
     int32_t bytes = _mm_cvtsi128_si32(_mm_packus_epi16(words, words));
     memcpy(out, &bytes, 4);
 }
 
+/// Stores the low three bytes of each lane, 12 in all, and a 0 behind them, which the pixel that
+/// comes next overwrites.
+static inline void StoreColoursAndOneByte(__m128i pixels, uint8_t* out)
+{
+    for (int pixel = 0; pixel < 4; ++pixel)
+    {
+        int32_t bytes = _mm_cvtsi128_si32(pixels);
+        memcpy(out + 3 * pixel, &bytes, 4);
+        pixels = _mm_srli_si128(pixels, 4);
+    }
+}
+
+/// Stores the low three bytes of each lane, 12 in all.
+static inline void StoreColours(__m128i pixels, uint8_t* out)
+{
+    uint8_t bytes[16];
+    StoreColoursAndOneByte(pixels, bytes);
+    memcpy(out, bytes, 12);
+}
+
+/// Whether places are found eight at a time. Reading them gains nothing from it.
+static bool wideEffectKernels = __builtin_cpu_supports("avx2") != 0;
+
+void SetWideEffectKernels(bool wide)
+{
+    wideEffectKernels = wide && __builtin_cpu_supports("avx2") != 0;
+}
+
+/// Pixels whose places in the tables are computed together, before they are read.
+static constexpr int32_t kChunk = 128;
+
 // ---- "Effect 1"
 
-/// What one image of "Effect 1" is made of. The coordinates are u = mc * X + ms * Y and
-/// v = ms * X + m1 * Y; the products stand here.
-struct Effect1Image
+/// One of the two coordinates of "Effect 1" over an image: column + row.
+struct PlasmaAxis
 {
-    WaveGains gains;
-    alignas(16) float uColumn[kRowLimit];
-    alignas(16) float vColumn[kRowLimit];
-    float uRow[kRowLimit];
-    float vRow[kRowLimit];
+    alignas(32) float column[kRowLimit];
+    float row[kRowLimit];
+    int firstFactor; // of WaveTable: 0 for u, 1 for v
 };
 
-static void PrepareEffect1(int32_t side, float step, Effect1Image* image)
+static WaveGains PreparePlasma(int32_t side, float step, PlasmaAxis* u, PlasmaAxis* v)
 {
     const float h = 0.5f * step;
     const double d = static_cast<double>(h);
@@ -153,68 +196,221 @@ static void PrepareEffect1(int32_t side, float step, Effect1Image* image)
     const double c0 = static_cast<double>(static_cast<float>(cos(0.11 * d)));
     const float kx = static_cast<float>((0.3 * c0 + 0.7) / 67.0205866 * kCosStepsPerRadian);
     const float ky = static_cast<float>((0.2 * c0 + 0.8) / 50.26544 * kCosStepsPerRadian);
-    image->gains = MakeWaveGains(h, static_cast<float>(cos(0.13 * d + 6.0)),
-                                 static_cast<float>(cos(0.17 * d + 8.0)));
 
+    u->firstFactor = 0;
+    v->firstFactor = 1;
     for (int32_t i = 0; i < side; ++i)
     {
         const float place = static_cast<float>(i);
         const float x = (1.0f - cosLookup(TruncateToInt(place * kx))) * 63.0f + offX;
         const float y = (1.0f - cosLookup(TruncateToInt(place * ky))) * 63.0f + offY;
-        image->uColumn[i] = mc * x;
-        image->vColumn[i] = ms * x;
-        image->uRow[i] = ms * y;
-        image->vRow[i] = m1 * y;
+        u->column[i] = mc * x;
+        u->row[i] = ms * y;
+        v->column[i] = ms * x;
+        v->row[i] = m1 * y;
+    }
+    return MakeWaveGains(h, static_cast<float>(cos(0.13 * d + 6.0)),
+                         static_cast<float>(cos(0.17 * d + 8.0)));
+}
+
+/// Where the factors of an image are read: the table of each, and the places in it for the chunk of
+/// pixels that is at hand.
+struct PlasmaReads
+{
+    const float* table[6];
+    alignas(32) uint32_t place[6][kChunk];
+};
+
+/// Chooses the tables of an axis. Where all angles of a factor have one sign, which is the rule,
+/// its places count from the start of a half of RaisedCosTable, and finding them costs less.
+/// @return false if the places have to count from the start of the whole table
+static bool ChooseHalves(const PlasmaAxis& axis, int32_t side, const WaveGains& gains,
+                         PlasmaReads* reads)
+{
+    // Angles grow with column and row, rounding included, so the extremes tell for all. One too
+    // great for an integer counts as negative, as its conversion does.
+    const auto [columnMin, columnMax] = std::minmax_element(axis.column, axis.column + side);
+    const auto [rowMin, rowMax] = std::minmax_element(axis.row, axis.row + side);
+    bool halves = true;
+    for (int factor = axis.firstFactor; factor < 6; factor += 2)
+    {
+        const float least = (*columnMin + *rowMin) * gains.gain[factor] + gains.phase[factor];
+        const float most = (*columnMax + *rowMax) * gains.gain[factor] + gains.phase[factor];
+        const bool negative = least <= -1.0f && most <= -1.0f;
+        const bool positive =
+            least > -1.0f && most > -1.0f && least < 2147483648.0f && most < 2147483648.0f;
+        halves = halves && (negative || positive);
+        reads->table[factor] = RaisedCosTable + (negative ? kLowerHalf : 0);
+    }
+    return halves;
+}
+
+/// Finds the places of a chunk of pixels on one axis.
+/// @param begin   first column of the chunk
+using FindPlaces = void(const PlasmaAxis& axis, float row, const WaveGains& gains, int32_t begin,
+                        int32_t count, PlasmaReads* reads);
+
+template <int channels, bool halves>
+static void FindPlacesByFour(const PlasmaAxis& axis, float row, const WaveGains& gains,
+                             int32_t begin, int32_t count, PlasmaReads* reads)
+{
+    __m128 gain[channels];
+    __m128 phase[channels];
+    for (int channel = 0; channel < channels; ++channel)
+    {
+        gain[channel] = _mm_set1_ps(gains.gain[axis.firstFactor + 2 * channel]);
+        phase[channel] = _mm_set1_ps(gains.phase[axis.firstFactor + 2 * channel]);
+    }
+    const float* column = axis.column + begin;
+    uint32_t(*place)[kChunk] = reads->place + axis.firstFactor;
+    for (int32_t x = 0; x < count; x += 4)
+    {
+        const __m128 coordinates = _mm_add_ps(_mm_load_ps(column + x), _mm_set1_ps(row));
+        for (int channel = 0; channel < channels; ++channel)
+        {
+            const __m128i angles = Angles(coordinates, gain[channel], phase[channel]);
+            _mm_store_si128(reinterpret_cast<__m128i*>(place[2 * channel] + x),
+                            halves ? PlacesInHalf(angles) : PlacesInTable(angles));
+        }
     }
 }
 
-/// One channel of four pixels.
-static inline __m128i Effect1Channel(const WaveGains& gains, int row, __m128 u, __m128 v)
+/// The same with AVX2.
+template <int channels, bool halves>
+[[gnu::target("avx2")]] static void FindPlacesByEight(const PlasmaAxis& axis, float row,
+                                                      const WaveGains& gains, int32_t begin,
+                                                      int32_t count, PlasmaReads* reads)
 {
-    return WaveBytes(RaisedCos(gains, row, u), RaisedCos(gains, row + 1, v));
+    __m256 gain[channels];
+    __m256 phase[channels];
+    for (int channel = 0; channel < channels; ++channel)
+    {
+        gain[channel] = _mm256_set1_ps(gains.gain[axis.firstFactor + 2 * channel]);
+        phase[channel] = _mm256_set1_ps(gains.phase[axis.firstFactor + 2 * channel]);
+    }
+    const float* column = axis.column + begin;
+    uint32_t(*place)[kChunk] = reads->place + axis.firstFactor;
+    const __m256i inHalf = _mm256_set1_epi32(kCosTurn - 1);
+    const __m256i lowerHalf = _mm256_set1_epi32(kLowerHalf);
+    for (int32_t x = 0; x < count; x += 8)
+    {
+        const __m256 coordinates = _mm256_add_ps(_mm256_load_ps(column + x), _mm256_set1_ps(row));
+        for (int channel = 0; channel < channels; ++channel)
+        {
+            const __m256 scaled = _mm256_mul_ps(coordinates, gain[channel]);
+            const __m256i angles = _mm256_cvttps_epi32(_mm256_add_ps(scaled, phase[channel]));
+            __m256i places = _mm256_and_si256(angles, inHalf);
+            if (!halves)
+            {
+                const __m256i half =
+                    _mm256_and_si256(_mm256_srli_epi32(angles, 31 - 12), lowerHalf);
+                places = _mm256_or_si256(places, half);
+            }
+            _mm256_store_si256(reinterpret_cast<__m256i*>(place[2 * channel] + x), places);
+        }
+    }
+}
+
+template <int channels>
+static FindPlaces* ChooseFindPlaces(bool halves)
+{
+    if (wideEffectKernels)
+    {
+        return halves ? FindPlacesByEight<channels, true> : FindPlacesByEight<channels, false>;
+    }
+    return halves ? FindPlacesByFour<channels, true> : FindPlacesByFour<channels, false>;
+}
+
+/// One channel of four pixels, x pixels into the chunk.
+static inline __m128i ReadChannel(const PlasmaReads& reads, int channel, int32_t x)
+{
+    const int factor = 2 * channel;
+    return WaveBytes(LoadFour(reads.table[factor], reads.place[factor] + x),
+                     LoadFour(reads.table[factor + 1], reads.place[factor + 1] + x));
+}
+
+static inline __m128i ReadColours(const PlasmaReads& reads, int32_t x)
+{
+    const __m128i red = ReadChannel(reads, 0, x);
+    const __m128i green = _mm_slli_epi32(ReadChannel(reads, 1, x), 8);
+    const __m128i blue = _mm_slli_epi32(ReadChannel(reads, 2, x), 16);
+    return _mm_or_si128(_mm_or_si128(red, green), blue);
+}
+
+template <int channels>
+static void WriteChunk(const PlasmaReads& reads, int32_t count, uint8_t* __restrict out)
+{
+    if (channels == 1)
+    {
+        for (int32_t x = 0; x < count; x += 4)
+        {
+            StoreGrey(ReadChannel(reads, 0, x), out + x);
+        }
+        return;
+    }
+    for (int32_t x = 0; x < count - 4; x += 4)
+    {
+        StoreColoursAndOneByte(ReadColours(reads, x), out + 3 * x);
+    }
+    StoreColours(ReadColours(reads, count - 4), out + 3 * (count - 4));
+}
+
+template <int channels>
+static void RenderPlasma(int32_t side, float step, uint8_t* out)
+{
+    PlasmaAxis u;
+    PlasmaAxis v;
+    PlasmaReads reads;
+    const WaveGains gains = PreparePlasma(side, step, &u, &v);
+    PrepareRaisedCosTable();
+    const bool halves =
+        ChooseHalves(u, side, gains, &reads) && ChooseHalves(v, side, gains, &reads);
+    if (!halves)
+    {
+        std::fill_n(reads.table, 6, RaisedCosTable);
+    }
+
+    // All places of a chunk come before all its reads, so that neither waits for the other.
+    FindPlaces* findPlaces = ChooseFindPlaces<channels>(halves);
+    for (int32_t y = 0; y < side; ++y)
+    {
+        for (int32_t begin = 0; begin < side; begin += kChunk)
+        {
+            const int32_t count = std::min(kChunk, side - begin);
+            findPlaces(u, u.row[y], gains, begin, count, &reads);
+            findPlaces(v, v.row[y], gains, begin, count, &reads);
+            WriteChunk<channels>(reads, count, out);
+            out += channels * count;
+        }
+    }
 }
 
 void RenderEffect1(int32_t side, uint8_t bpp, float step, uint8_t* out)
 {
-    Effect1Image image;
-    PrepareEffect1(side, step, &image);
-    for (int32_t y = 0; y < side; ++y)
+    if (bpp == 8)
     {
-        const __m128 uRow = _mm_set1_ps(image.uRow[y]);
-        const __m128 vRow = _mm_set1_ps(image.vRow[y]);
-        for (int32_t x = 0; x < side; x += 4)
-        {
-            const __m128 u = _mm_add_ps(_mm_load_ps(image.uColumn + x), uRow);
-            const __m128 v = _mm_add_ps(_mm_load_ps(image.vColumn + x), vRow);
-            const __m128i red = Effect1Channel(image.gains, 0, u, v);
-            if (bpp == 8)
-            {
-                StoreOneByte(red, out);
-                out += 4;
-                continue;
-            }
-            const __m128i green = Effect1Channel(image.gains, 2, u, v);
-            const __m128i blue = Effect1Channel(image.gains, 4, u, v);
-            StoreThreeBytes(
-                _mm_or_si128(red, _mm_or_si128(_mm_slli_epi32(green, 8), _mm_slli_epi32(blue, 16))),
-                out);
-            out += 12;
-        }
+        RenderPlasma<1>(side, step, out);
+    }
+    else
+    {
+        RenderPlasma<3>(side, step, out);
     }
 }
 
 // ---- "Rotate"
 //
-// u depends on the entry of CosTable that i falls on and on nothing else, and v on that of j. So
-// the raised cosines of every entry that an image can meet are computed once, and a pixel is one
-// row of each of two tables, multiplied.
+// u depends on the angle i and on nothing else, and v on j. So the raised cosines that each angle
+// of an image leads to are computed once, and a pixel is one row of each of two tables, multiplied.
 
-/// Raised cosines by entry of CosTable: of red, green and blue, or of the one channel at 8 bits. An
-/// image fills the entries that it can meet.
+/// Angles that an axis can span. At 512 pixels i spans 511 * sqrt(2) * 8.0008 at most, which is
+/// 5782, and j spans 511 * (1 + sqrt(2)) * 6.0001, which is 7402.
+static constexpr int32_t kFactorRows = 8192;
+
+/// Raised cosines by angle, counted from the least of the image.
 struct FactorTable
 {
-    alignas(16) float colour[kCosTableSize][4]; // red, green, blue, 0
-    alignas(16) float single[kCosTableSize];
+    alignas(16) float colour[kFactorRows * 4]; // red, green, blue and one to fill up
+    alignas(16) float grey[kFactorRows + 4];
 };
 
 static FactorTable uFactors;
@@ -223,101 +419,32 @@ static FactorTable vFactors;
 /// One of the two angles of "Rotate" over an image, and what follows from it.
 struct RotateAxis
 {
-    alignas(16) float column[kRowLimit]; // angle = (column + row) * scale, truncated
+    alignas(32) float column[kRowLimit]; // angle = (column + row) * scale, truncated
     float row[kRowLimit];
     float scale;
+    int32_t firstAngle; // the least and the greatest of the image
+    int32_t lastAngle;
     float amplitude; // coordinate = (1 - cosine of the angle) * amplitude + offset
     float offset;
     int firstRow; // of WaveTable: 0 for u, 1 for v
 };
 
-struct EntryRange
+/// Every step from x and y to an angle is monotonous, its rounding included, so the extremes lie in
+/// the corners. Where a step is no number, all angles are one.
+static void FindAngleRange(int32_t side, RotateAxis* axis)
 {
-    int32_t begin; // multiples of 4
-    int32_t end;
-};
-
-/// The entries that the angles from first to last fall on in one half of CosTable, in one or two
-/// ranges. Both angles have the same sign.
-static EntryRange* AddHalf(int32_t first, int32_t last, int32_t half, EntryRange* out)
-{
-    const int32_t begin = half + (first & (kCosTurn - 4));
-    const int32_t end = half + (last & (kCosTurn - 4)) + 4;
-    if (static_cast<int64_t>(last) - first >= kCosTurn - 1)
-    {
-        *out++ = {half, half + kCosTurn};
-    }
-    else if ((first & (kCosTurn - 1)) <= (last & (kCosTurn - 1)))
-    {
-        *out++ = {begin, end};
-    }
-    else
-    {
-        *out++ = {half, end};
-        *out++ = {begin, half + kCosTurn};
-    }
-    return out;
-}
-
-/// The entries that an image can meet on one axis. Every step from x and y to the angle is
-/// monotonous, its rounding included, so the extremes lie in the corners.
-/// @param ranges   [4]
-/// @return the end of the ranges; they may overlap
-static EntryRange* FindEntries(const RotateAxis& axis, int32_t side, EntryRange* ranges)
-{
-    int32_t first = INT32_MAX;
-    int32_t last = INT32_MIN;
+    axis->firstAngle = INT32_MAX;
+    axis->lastAngle = INT32_MIN;
     for (int32_t x : {0, side - 1})
     {
         for (int32_t y : {0, side - 1})
         {
-            int32_t angle = TruncateToInt((axis.column[x] + axis.row[y]) * axis.scale);
-            first = std::min(first, angle);
-            last = std::max(last, angle);
+            const int32_t angle = TruncateToInt((axis->column[x] + axis->row[y]) * axis->scale);
+            axis->firstAngle = std::min(axis->firstAngle, angle);
+            axis->lastAngle = std::max(axis->lastAngle, angle);
         }
     }
-
-    EntryRange* end = ranges;
-    if (first < 0)
-    {
-        end = AddHalf(first, std::min(last, -1), 0, end);
-    }
-    if (last >= 0)
-    {
-        end = AddHalf(std::max(first, 0), last, kCosTurn, end);
-    }
-    return end;
-}
-
-static void FillFactors(const RotateAxis& axis, int32_t side, uint8_t bpp, const WaveGains& gains,
-                        FactorTable* table)
-{
-    EntryRange ranges[4];
-    const EntryRange* rangesEnd = FindEntries(axis, side, ranges);
-    const int row = axis.firstRow;
-    for (const EntryRange* range = ranges; range != rangesEnd; ++range)
-    {
-        for (int32_t entry = range->begin; entry < range->end; entry += 4)
-        {
-            const __m128 fall = _mm_sub_ps(_mm_set1_ps(1.0f), _mm_loadu_ps(CosTable + entry));
-            const __m128 coordinate =
-                _mm_add_ps(_mm_mul_ps(fall, _mm_set1_ps(axis.amplitude)), _mm_set1_ps(axis.offset));
-            __m128 red = RaisedCos(gains, row, coordinate);
-            if (bpp == 8)
-            {
-                _mm_store_ps(table->single + entry, red);
-                continue;
-            }
-            __m128 green = RaisedCos(gains, row + 2, coordinate);
-            __m128 blue = RaisedCos(gains, row + 4, coordinate);
-            __m128 none = _mm_setzero_ps();
-            _MM_TRANSPOSE4_PS(red, green, blue, none);
-            _mm_store_ps(table->colour[entry], red);
-            _mm_store_ps(table->colour[entry + 1], green);
-            _mm_store_ps(table->colour[entry + 2], blue);
-            _mm_store_ps(table->colour[entry + 3], none);
-        }
-    }
+    assert(axis->lastAngle - axis->firstAngle < kFactorRows);
 }
 
 static WaveGains PrepareRotate(int32_t side, float step, RotateAxis* u, RotateAxis* v)
@@ -344,6 +471,8 @@ static WaveGains PrepareRotate(int32_t side, float step, RotateAxis* u, RotateAx
     u->scale = static_cast<float>((0.0024543671875 * c0 + 0.00981746875) * kCosStepsPerRadian);
     v->scale =
         static_cast<float>((c0 * 0.0027611630859375 + 0.0064427138671875) * kCosStepsPerRadian);
+    FindAngleRange(side, u);
+    FindAngleRange(side, v);
     u->amplitude = a * 63.0f;
     v->amplitude = a * 63.0f;
     u->offset = static_cast<float>(d * 0.08 * static_cast<double>(a));
@@ -356,74 +485,161 @@ static WaveGains PrepareRotate(int32_t side, float step, RotateAxis* u, RotateAx
                          static_cast<float>(cos(0.17 * d) + 8.0));
 }
 
-/// The entries of CosTable that four pixels fall on.
-static inline __m128i AxisPlaces(const RotateAxis& axis, int32_t x, __m128 row)
+/// Four raised cosines of one row of WaveTable.
+static inline __m128 RaisedCos(const WaveGains& gains, int row, __m128 coordinates)
 {
-    const __m128 angle =
-        _mm_mul_ps(_mm_add_ps(_mm_load_ps(axis.column + x), row), _mm_set1_ps(axis.scale));
-    return CosPlaces(_mm_cvttps_epi32(angle));
+    const __m128i angles =
+        Angles(coordinates, _mm_set1_ps(gains.gain[row]), _mm_set1_ps(gains.phase[row]));
+    alignas(16) uint32_t places[4];
+    _mm_store_si128(reinterpret_cast<__m128i*>(places), PlacesInTable(angles));
+    return LoadFour(RaisedCosTable, places);
+}
+
+/// Fills what an image can read, and up to three rows behind it.
+template <int channels>
+static void FillFactors(const RotateAxis& axis, const WaveGains& gains, FactorTable* table)
+{
+    for (int32_t row = 0; row <= axis.lastAngle - axis.firstAngle; row += 4)
+    {
+        const int32_t angle = axis.firstAngle + row;
+        const __m128 cosines = _mm_setr_ps(cosLookup(angle), cosLookup(angle + 1),
+                                           cosLookup(angle + 2), cosLookup(angle + 3));
+        const __m128 falls = _mm_sub_ps(_mm_set1_ps(1.0f), cosines);
+        const __m128 coordinates =
+            _mm_add_ps(_mm_mul_ps(falls, _mm_set1_ps(axis.amplitude)), _mm_set1_ps(axis.offset));
+        __m128 red = RaisedCos(gains, axis.firstRow, coordinates);
+        if (channels == 1)
+        {
+            _mm_store_ps(table->grey + row, red);
+            continue;
+        }
+        __m128 green = RaisedCos(gains, axis.firstRow + 2, coordinates);
+        __m128 blue = RaisedCos(gains, axis.firstRow + 4, coordinates);
+        __m128 filler = _mm_setzero_ps();
+        _MM_TRANSPOSE4_PS(red, green, blue, filler);
+        _mm_store_ps(table->colour + 4 * row, red);
+        _mm_store_ps(table->colour + 4 * row + 4, green);
+        _mm_store_ps(table->colour + 4 * row + 8, blue);
+        _mm_store_ps(table->colour + 4 * row + 12, filler);
+    }
+}
+
+/// Where a chunk of pixels reads the factor tables, counted in floats.
+struct RotateReads
+{
+    alignas(32) uint32_t u[kChunk];
+    alignas(32) uint32_t v[kChunk];
+};
+
+/// Finds where a chunk of pixels reads the factors of one axis.
+/// @param begin   first column of the chunk
+using FindRows = void(const RotateAxis& axis, float row, int32_t begin, int32_t count,
+                      uint32_t* places);
+
+template <int channels>
+static void FindRowsByFour(const RotateAxis& axis, float row, int32_t begin, int32_t count,
+                           uint32_t* places)
+{
+    const float* column = axis.column + begin;
+    const __m128 scale = _mm_set1_ps(axis.scale);
+    const __m128i firstAngle = _mm_set1_epi32(axis.firstAngle);
+    for (int32_t x = 0; x < count; x += 4)
+    {
+        const __m128 turned = _mm_add_ps(_mm_load_ps(column + x), _mm_set1_ps(row));
+        const __m128i angles = _mm_cvttps_epi32(_mm_mul_ps(turned, scale));
+        const __m128i rows = _mm_sub_epi32(angles, firstAngle);
+        _mm_store_si128(reinterpret_cast<__m128i*>(places + x),
+                        channels == 1 ? rows : _mm_slli_epi32(rows, 2));
+    }
+}
+
+/// The same with AVX2.
+template <int channels>
+[[gnu::target("avx2")]] static void FindRowsByEight(const RotateAxis& axis, float row,
+                                                    int32_t begin, int32_t count, uint32_t* places)
+{
+    const float* column = axis.column + begin;
+    const __m256 scale = _mm256_set1_ps(axis.scale);
+    const __m256i firstAngle = _mm256_set1_epi32(axis.firstAngle);
+    for (int32_t x = 0; x < count; x += 8)
+    {
+        const __m256 turned = _mm256_add_ps(_mm256_load_ps(column + x), _mm256_set1_ps(row));
+        const __m256i angles = _mm256_cvttps_epi32(_mm256_mul_ps(turned, scale));
+        const __m256i rows = _mm256_sub_epi32(angles, firstAngle);
+        _mm256_store_si256(reinterpret_cast<__m256i*>(places + x),
+                           channels == 1 ? rows : _mm256_slli_epi32(rows, 2));
+    }
 }
 
 /// Red, green and blue of a pixel, in a lane each.
-static inline __m128i ColourPixel(uint32_t uPlace, uint32_t vPlace)
+static inline __m128i ReadPixel(const RotateReads& reads, int32_t x)
 {
-    return WaveBytes(_mm_load_ps(uFactors.colour[uPlace]), _mm_load_ps(vFactors.colour[vPlace]));
+    return WaveBytes(_mm_load_ps(uFactors.colour + reads.u[x]),
+                     _mm_load_ps(vFactors.colour + reads.v[x]));
 }
 
-/// Four pixels at 24 bits.
-static inline void StoreColourPixels(__m128i uPlaces, __m128i vPlaces, uint8_t* out)
+static inline __m128i ReadFourPixels(const RotateReads& reads, int32_t x)
 {
-    const uint64_t u01 = static_cast<uint64_t>(_mm_cvtsi128_si64(uPlaces));
-    const uint64_t v01 = static_cast<uint64_t>(_mm_cvtsi128_si64(vPlaces));
-    const uint64_t u23 =
-        static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(uPlaces, uPlaces)));
-    const uint64_t v23 =
-        static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(vPlaces, vPlaces)));
-    const __m128i first = ColourPixel(static_cast<uint32_t>(u01), static_cast<uint32_t>(v01));
-    const __m128i second =
-        ColourPixel(static_cast<uint32_t>(u01 >> 32), static_cast<uint32_t>(v01 >> 32));
-    const __m128i third = ColourPixel(static_cast<uint32_t>(u23), static_cast<uint32_t>(v23));
-    const __m128i fourth =
-        ColourPixel(static_cast<uint32_t>(u23 >> 32), static_cast<uint32_t>(v23 >> 32));
-    StoreThreeBytes(
-        _mm_packus_epi16(_mm_packs_epi32(first, second), _mm_packs_epi32(third, fourth)), out);
+    const __m128i first = _mm_packs_epi32(ReadPixel(reads, x), ReadPixel(reads, x + 1));
+    const __m128i second = _mm_packs_epi32(ReadPixel(reads, x + 2), ReadPixel(reads, x + 3));
+    return _mm_packus_epi16(first, second);
 }
 
-/// The image is walked in strips of this many columns: along a whole row the angles run far through
+template <int channels>
+static void WriteRotated(const RotateReads& reads, int32_t count, uint8_t* __restrict out)
+{
+    if (channels == 1)
+    {
+        for (int32_t x = 0; x < count; x += 4)
+        {
+            StoreGrey(WaveBytes(LoadFour(uFactors.grey, reads.u + x),
+                                LoadFour(vFactors.grey, reads.v + x)),
+                      out + x);
+        }
+        return;
+    }
+    for (int32_t x = 0; x < count - 4; x += 4)
+    {
+        StoreColoursAndOneByte(ReadFourPixels(reads, x), out + 3 * x);
+    }
+    StoreColours(ReadFourPixels(reads, count - 4), out + 3 * (count - 4));
+}
+
+/// The image is walked in strips of a chunk's width: along whole rows the angles run far through
 /// the factor tables at some steps and hardly at others, and in a strip they stay near.
-static constexpr int32_t kStripWidth = 64;
-
-void RenderRotate(int32_t side, uint8_t bpp, float step, uint8_t* out)
+template <int channels>
+static void RenderRotated(int32_t side, float step, uint8_t* out)
 {
     RotateAxis u;
     RotateAxis v;
+    RotateReads reads;
     const WaveGains gains = PrepareRotate(side, step, &u, &v);
-    FillFactors(u, side, bpp, gains, &uFactors);
-    FillFactors(v, side, bpp, gains, &vFactors);
+    PrepareRaisedCosTable();
+    FillFactors<channels>(u, gains, &uFactors);
+    FillFactors<channels>(v, gains, &vFactors);
+    FindRows* findRows = wideEffectKernels ? FindRowsByEight<channels> : FindRowsByFour<channels>;
 
-    for (int32_t strip = 0; strip < side; strip += kStripWidth)
+    for (int32_t begin = 0; begin < side; begin += kChunk)
     {
-        const int32_t stripEnd = std::min(strip + kStripWidth, side);
+        const int32_t count = std::min(kChunk, side - begin);
         for (int32_t y = 0; y < side; ++y)
         {
-            const __m128 uRow = _mm_set1_ps(u.row[y]);
-            const __m128 vRow = _mm_set1_ps(v.row[y]);
-            for (int32_t x = strip; x < stripEnd; x += 4)
-            {
-                const __m128i uPlaces = AxisPlaces(u, x, uRow);
-                const __m128i vPlaces = AxisPlaces(v, x, vRow);
-                if (bpp == 8)
-                {
-                    StoreOneByte(WaveBytes(LoadFour(uFactors.single, uPlaces),
-                                           LoadFour(vFactors.single, vPlaces)),
-                                 out + y * side + x);
-                }
-                else
-                {
-                    StoreColourPixels(uPlaces, vPlaces, out + (y * side + x) * 3);
-                }
-            }
+            findRows(u, u.row[y], begin, count, reads.u);
+            findRows(v, v.row[y], begin, count, reads.v);
+            WriteRotated<channels>(reads, count, out + channels * (y * side + begin));
         }
+    }
+}
+
+void RenderRotate(int32_t side, uint8_t bpp, float step, uint8_t* out)
+{
+    if (bpp == 8)
+    {
+        RenderRotated<1>(side, step, out);
+    }
+    else
+    {
+        RenderRotated<3>(side, step, out);
     }
 }
 

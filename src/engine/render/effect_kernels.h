@@ -1,8 +1,8 @@
 // The pixel loops of 2D effects. Images are square, row-major and without padding: one byte a pixel
 // at 8 bits, R, G, B at 24.
 //
-// CosTable must be built. Main thread only: "Rotate" keeps its tables from call to call to save the
-// allocation.
+// A side is a multiple of 8, at most 512. CosTable must be built. Main thread only: "Rotate" keeps
+// its tables from call to call to save the allocation.
 #pragma once
 
 #include <cstdint>
@@ -38,5 +38,8 @@ void SeedAmoba(int32_t side, uint8_t bpp, uint8_t* cells);
 
 /// "Amoba": one step of growth. Side * side / 8 cells are picked with the library's rand, and a
 /// live one paints its four neighbours; later picks see it.
-/// @param side   4 or more
 void GrowAmoba(int32_t side, uint8_t bpp, uint8_t* cells);
+
+/// "Effect 1" and "Rotate" work with AVX2 where the processor has it, to the same image. Tests
+/// choose the other form with false.
+void SetWideEffectKernels(bool wide);

@@ -8,7 +8,12 @@
 #include <vector>
 
 #include "engine/data/cos_table.h"
-#include "engine/data/numeric.h"
+#include "engine/geometry/plain_geometry.h"
+
+inline uint8_t PlainByte(float value)
+{
+    return static_cast<uint8_t>(PlainTruncate(value));
+}
 
 inline float PlainCos(int32_t n)
 {
@@ -19,7 +24,7 @@ inline void PlainTestEffect(uint32_t side, uint32_t bpp, const float* params, ui
 {
     if (bpp == 24)
     {
-        uint32_t k = static_cast<uint32_t>(TruncateToInt(params[0] + params[1]));
+        uint32_t k = static_cast<uint32_t>(PlainTruncate(params[0] + params[1]));
         for (uint32_t y = 0; y < side; ++y)
         {
             for (uint32_t x = 0; x < side; ++x)
@@ -32,7 +37,7 @@ inline void PlainTestEffect(uint32_t side, uint32_t bpp, const float* params, ui
         }
         return;
     }
-    uint32_t k = static_cast<uint32_t>(TruncateToInt(params[0] + params[2]));
+    uint32_t k = static_cast<uint32_t>(PlainTruncate(params[0] + params[2]));
     for (uint32_t y = 0; y < side; ++y)
     {
         for (uint32_t x = 0; x < side; ++x)
@@ -67,9 +72,9 @@ inline PlainGains MakePlainGains(float h, float c1, float c2)
 
 inline uint8_t PlainWave(const PlainGains& gains, int a, int b, float u, float v)
 {
-    float first = PlainCos(TruncateToInt(u * gains.gain[a] + gains.phase[a])) + 1.0f;
-    float second = PlainCos(TruncateToInt(v * gains.gain[b] + gains.phase[b])) + 1.0f;
-    return TruncateToByte(first * second * 63.0f);
+    float first = PlainCos(PlainTruncate(u * gains.gain[a] + gains.phase[a])) + 1.0f;
+    float second = PlainCos(PlainTruncate(v * gains.gain[b] + gains.phase[b])) + 1.0f;
+    return PlainByte(first * second * 63.0f);
 }
 
 inline uint8_t* PlainPixel(const PlainGains& gains, uint32_t bpp, float u, float v, uint8_t* out)
@@ -105,11 +110,11 @@ inline void PlainEffect1(uint32_t side, uint32_t bpp, float p0, uint8_t* out)
     std::vector<float> columns(side);
     for (uint32_t x = 0; x < side; ++x)
     {
-        columns[x] = (1.0f - PlainCos(TruncateToInt(static_cast<float>(x) * kx))) * 63.0f + offX;
+        columns[x] = (1.0f - PlainCos(PlainTruncate(static_cast<float>(x) * kx))) * 63.0f + offX;
     }
     for (uint32_t y = 0; y < side; ++y)
     {
-        float yy = (1.0f - PlainCos(TruncateToInt(static_cast<float>(y) * ky))) * 63.0f + offY;
+        float yy = (1.0f - PlainCos(PlainTruncate(static_cast<float>(y) * ky))) * 63.0f + offY;
         for (uint32_t x = 0; x < side; ++x)
         {
             float u = mc * columns[x] + ms * yy;
@@ -150,8 +155,8 @@ inline void PlainRotate(uint32_t side, uint32_t bpp, float p0, uint8_t* out)
     {
         for (uint32_t x = 0; x < side; ++x)
         {
-            int32_t i = TruncateToInt((xc[x] + static_cast<float>(y) * s) * k1);
-            int32_t j = TruncateToInt((xs[x] + static_cast<float>(y) * m1) * k2);
+            int32_t i = PlainTruncate((xc[x] + static_cast<float>(y) * s) * k1);
+            int32_t j = PlainTruncate((xs[x] + static_cast<float>(y) * m1) * k2);
             float u = (1.0f - PlainCos(i)) * amp + off1;
             float v = (1.0f - PlainCos(j)) * amp + off2;
             out = PlainPixel(gains, bpp, u, v, out);
@@ -183,15 +188,15 @@ PlainAmoba MakePlainAmoba(uint32_t side, uint32_t bpp, Random random)
         {
             float r1 = Unit();
             float r2 = Unit();
-            amoba.cells[static_cast<size_t>(TruncateToInt(r1 * size))] =
-                TruncateToByte(r2 * 192.0f + 64.0f);
+            amoba.cells[static_cast<size_t>(PlainTruncate(r1 * size))] =
+                PlainByte(r2 * 192.0f + 64.0f);
         }
         else
         {
-            size_t pixel = static_cast<size_t>(TruncateToInt(Unit() * size));
-            amoba.cells[3 * pixel] = TruncateToByte(Unit() * 256.0f);
-            amoba.cells[3 * pixel + 1] = TruncateToByte(Unit() * 256.0f);
-            amoba.cells[3 * pixel + 2] = TruncateToByte(Unit() * 256.0f);
+            size_t pixel = static_cast<size_t>(PlainTruncate(Unit() * size));
+            amoba.cells[3 * pixel] = PlainByte(Unit() * 256.0f);
+            amoba.cells[3 * pixel + 1] = PlainByte(Unit() * 256.0f);
+            amoba.cells[3 * pixel + 2] = PlainByte(Unit() * 256.0f);
         }
     }
     return amoba;
@@ -200,11 +205,11 @@ PlainAmoba MakePlainAmoba(uint32_t side, uint32_t bpp, Random random)
 template <typename Random>
 void PlainAmobaRender(PlainAmoba* amoba, float p0, Random random)
 {
-    if (TruncateToInt(amoba->lastStep) == TruncateToInt(p0))
+    if (PlainTruncate(amoba->lastStep) == PlainTruncate(p0))
     {
         return;
     }
-    amoba->lastStep = static_cast<float>(TruncateToInt(p0));
+    amoba->lastStep = static_cast<float>(PlainTruncate(p0));
 
     auto Unit = [&random]
     {
@@ -215,9 +220,9 @@ void PlainAmobaRender(PlainAmoba* amoba, float p0, Random random)
     for (uint32_t n = 0; n < side * side / 8; ++n)
     {
         size_t row =
-            static_cast<size_t>(TruncateToInt(Unit() * static_cast<float>(side - 3) + 1.0f));
+            static_cast<size_t>(PlainTruncate(Unit() * static_cast<float>(side - 3) + 1.0f));
         size_t column =
-            static_cast<size_t>(TruncateToInt(Unit() * static_cast<float>(side - 3) + 1.0f));
+            static_cast<size_t>(PlainTruncate(Unit() * static_cast<float>(side - 3) + 1.0f));
         size_t cell = row * side + column;
         const size_t neighbours[4] = {cell + 1, cell + side, cell - 1, cell - side};
         if (amoba->bpp == 8)
