@@ -814,8 +814,10 @@ def add_montage(piece):
              (8700, 8750, "arcade", still((0.0, 7.0, -4.0), (0.0, 1.0, -14.0), 70.0), 900),
              (8750, 8800, "racing", still((0.3, 0.2, 3.0), (0.0, 0.0, 0.0), 60.0), 300)]
     for start, end, scene, camera, offset in shots:
-        piece.backdrop(start, end, "nebula", camera)
-        document.clip(STAGE, start, end, scene, camera, CLEAR_DEPTH, offset, fog)
+        closing = Camera(camera.position, camera.rotation,
+                         line(camera.fov + 3.0, camera.fov - 5.0, end - start))
+        piece.backdrop(start, end, "nebula", closing)
+        document.clip(STAGE, start, end, scene, closing.later(offset), CLEAR_DEPTH, offset, fog)
 
 
 def add_ending(piece):
@@ -899,7 +901,7 @@ def add_overlays(piece):
                               (8700, 8800, "bars close"), (8800, END, "bars")):
         document.clip(BARS, start, end, scene, FLAT, LINK)
 
-    piece.wear("flash", ADD_ON_TOP, tinted(ease_out(1.0, 0.0, 70), (1.0, 0.86, 0.66)))
+    piece.wear("flash", ADD_ON_TOP, tinted(ease_out(0.85, 0.0, 70), (1.0, 0.86, 0.66)))
     piece.wear("soft flash", ADD_ON_TOP, tinted(ease_out(0.5, 0.0, 110), (1.0, 0.62, 0.34)))
     piece.wear("white in", ADD_ON_TOP, tinted(ease_in(0.0, 1.0, 100), (0.9, 0.8, 0.66)))
     piece.wear("fade in", COLOUR_ON_TOP, (0.0, 0.0, 0.0), alpha=line(1.0, 0.0, 300))
