@@ -21,6 +21,11 @@ inline FILE* OpenBytes(const Bytes& bytes)
     return stream;
 }
 
+inline FILE* OpenBytes(const std::string& bytes)
+{
+    return OpenBytes(Bytes(bytes.begin(), bytes.end()));
+}
+
 /// Appends text without a terminator, padded with zeros to `size` bytes (0: not padded).
 inline void AppendText(Bytes* bytes, const std::string& text, size_t size = 0)
 {

@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
-#include <zlib.h>
 
 #include "engine/data/fault.h"
 #include "support/byte_file.h"
+#include "support/package_builder.h"
 
 /// A record of these tests: what the reader saw.
 struct Note
@@ -213,28 +213,22 @@ TEST_F(DemoDocumentDeathTest, MoreItemsThanATableHoldsAreFatal)
 }
 
 /// A package whose only entry, "demo.xmlz", holds the text.
-static FILE* PackageWith(const std::string& text, uint32_t sizeWord)
+static FILE* PackageWith(const std::string& text)
 {
-    uLongf size = compressBound(text.size());
-    Bytes stream(size);
-    compress(stream.data(), &size, reinterpret_cast<const Bytef*>(text.data()), text.size());
-    stream.resize(size);
+    return OpenBytes(MakePackage({{"demo.xmlz", MakeContainer(text)}}));
+}
 
-    Bytes bytes = {0x44, 0x50, 0x01};
-    AppendText(&bytes, "demo.xmlz", 32);
-    uint32_t end = 75 + 4 + static_cast<uint32_t>(size) - 1;
-    AppendBytes(&bytes,
-                {0, 0, 0, 75, 0, 0, static_cast<uint8_t>(end >> 8), static_cast<uint8_t>(end)});
-    bytes.insert(bytes.end(), 32, 0);
-    AppendBytes(&bytes,
-                {static_cast<uint8_t>(sizeWord), static_cast<uint8_t>(sizeWord >> 8), 0, 0});
-    AppendBytes(&bytes, stream);
-    return OpenBytes(bytes);
+/// The same with another size word.
+static FILE* PackageWith(const std::string& text, uint8_t sizeWord)
+{
+    std::string container = MakeContainer(text);
+    container.replace(0, 4, std::string{static_cast<char>(sizeWord), 0, 0, 0});
+    return OpenBytes(MakePackage({{"demo.xmlz", container}}));
 }
 
 TEST(LoadDocument, ReadsTheTreeOutOfThePackage)
 {
-    FILE* package = PackageWith("<?xml?><a/>\r\n<b/>", 17);
+    FILE* package = PackageWith("<?xml?><a/>\r\n<b/>");
     TiXmlDocument tree;
     EXPECT_TRUE(LoadDocument(package, "demo.xmlz", &tree));
     EXPECT_STREQ(tree.LastChild()->Value(), "b");
@@ -243,7 +237,7 @@ TEST(LoadDocument, ReadsTheTreeOutOfThePackage)
 
 TEST(LoadDocument, IsFalseForAMissingEntry)
 {
-    FILE* package = PackageWith("<a/>", 4);
+    FILE* package = PackageWith("<a/>");
     TiXmlDocument tree;
     testing::internal::CaptureStdout();
     EXPECT_FALSE(LoadDocument(package, "loading.xmlz", &tree));
@@ -262,7 +256,7 @@ TEST(LoadDocument, ASizeWordThatIsTooSmallCutsTheText)
 
 TEST(LoadDocumentDeathTest, TextThatDoesNotParseIsFatal)
 {
-    FILE* package = PackageWith("<a>\n<b></a>", 11);
+    FILE* package = PackageWith("<a>\n<b></a>");
     TiXmlDocument tree;
     EXPECT_EXIT(
         LoadDocument(package, "demo.xmlz", &tree), testing::ExitedWithCode(1),
@@ -277,7 +271,7 @@ TEST(LoadDocumentDeathTest, TextThatNestsWithoutEndIsFatal)
     {
         text += "<a>";
     }
-    FILE* package = PackageWith(text, static_cast<uint32_t>(text.size()));
+    FILE* package = PackageWith(text);
     TiXmlDocument tree;
     EXPECT_EXIT(LoadDocument(package, "demo.xmlz", &tree), testing::ExitedWithCode(1),
                 "^quorvale: demo.xmlz: the text does not parse");

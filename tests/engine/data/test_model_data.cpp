@@ -6,10 +6,10 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <string>
-#include <zlib.h>
 
 #include "engine/data/fault.h"
 #include "support/byte_file.h"
+#include "support/package_builder.h"
 #include "support/recorded_gl.h"
 
 static void AppendLittle(Bytes* bytes, uint32_t value)
@@ -41,23 +41,9 @@ static Bytes Triangle(uint8_t sets)
     return file;
 }
 
-/// A package whose only entry, "triangle", holds the file in its container.
-static FILE* PackageWith(const Bytes& file)
+static std::string Container(const Bytes& file)
 {
-    uLongf size = compressBound(file.size());
-    Bytes stream(size);
-    compress(stream.data(), &size, file.data(), file.size());
-    stream.resize(size);
-
-    Bytes bytes = {0x44, 0x50, 0x01};
-    AppendText(&bytes, "triangle", 32);
-    uint32_t end = 75 + 4 + static_cast<uint32_t>(size) - 1;
-    AppendBytes(&bytes,
-                {0, 0, 0, 75, 0, 0, static_cast<uint8_t>(end >> 8), static_cast<uint8_t>(end)});
-    bytes.insert(bytes.end(), 32, 0);
-    AppendLittle(&bytes, static_cast<uint32_t>(file.size()));
-    AppendBytes(&bytes, stream);
-    return OpenBytes(bytes);
+    return MakeContainer(std::string(file.begin(), file.end()));
 }
 
 class ModelDataTest : public testing::Test
@@ -85,12 +71,26 @@ class ModelDataTest : public testing::Test
 
     void Read(const Bytes& file, const char* item = "<m filename=\"triangle\"/>")
     {
-        context.package = PackageWith(file);
+        ReadContainer(Container(file), item);
+    }
+
+    /// Reads from a package whose only entry, "triangle", is this.
+    void ReadContainer(const std::string& container, const char* item)
+    {
+        context.package = OpenBytes(MakePackage({{"triangle", container}}));
         TiXmlDocument tree;
         tree.Parse(item);
         memset(static_cast<void*>(&model), 0xA5, sizeof model); // as the table leaves it
         ReadModelItem(tree.FirstChildElement(), &model, 0, &context);
         fclose(context.package);
+    }
+
+    /// Reads the file behind another size word.
+    void ReadWithSize(const Bytes& file, uint8_t sizeWord)
+    {
+        std::string container = Container(file);
+        container.replace(0, 4, std::string{static_cast<char>(sizeWord), 0, 0, 0});
+        ReadContainer(container, "<m filename=\"triangle\"/>");
     }
 
     void ReadInDemo(const Bytes& file)
@@ -178,6 +178,21 @@ TEST_F(ModelDataTest, BytesBehindTheLastWholeIndexAreNoIndex)
     EXPECT_EQ(model.mesh.indexCount, 3u);
 }
 
+TEST_F(ModelDataTest, TheIndexCountGoesByTheSizeWord)
+{
+    // The stream gives 113 bytes, the last 12 of them indices 0, 1, 2.
+    ReadWithSize(Triangle(1), 113 - 4);
+    EXPECT_EQ(model.mesh.indexCount, 2u);
+    EXPECT_EQ(model.mesh.indices[1], 1u);
+    free(model.block - 11);
+
+    ReadWithSize(Triangle(1), 113 + 8); // what the stream does not give is zeros
+    ASSERT_EQ(model.mesh.indexCount, 5u);
+    EXPECT_EQ(model.mesh.indices[2], 2u);
+    EXPECT_EQ(model.mesh.indices[3], 0u);
+    EXPECT_EQ(model.mesh.indices[4], 0u);
+}
+
 TEST_F(ModelDataTest, ArraysAreAligned)
 {
     Read(Triangle(1));
@@ -252,6 +267,15 @@ TEST_F(ModelDataTest, TheIndexBufferGoesByOneOrTwoSetsWhateverTheFileHas)
     EXPECT_EQ(model.bufferIndexCount, 3u); // the zeros are not drawn
 }
 
+TEST_F(ModelDataTest, WithoutSetsTheIndexBufferIs8VBytesShort)
+{
+    Bytes file = {1, 0, 0, 0, 0};
+    file.insert(file.end(), 24 + 12 * 4, 0); // one vertex, its normal, twelve times index 0
+    ReadInDemo(file);
+    EXPECT_EQ(model.mesh.indexCount, 12u);
+    EXPECT_EQ(GlBufferBytes(model.indexBuffer).size(), 40u); // and not 48
+}
+
 TEST_F(ModelDataTest, NoMoreIndicesAreDrawnFromABufferThanItHolds)
 {
     Bytes file = Triangle(0);
@@ -302,6 +326,12 @@ TEST_F(ModelDataDeathTest, WhatTheFileDoesNotHoldIsFatal)
     Bytes index = Triangle(1);
     index[101 + 8] = 3;
     EXPECT_EXIT(Read(index), testing::ExitedWithCode(1), "index 2 names vertex 3 of 3");
+}
+
+TEST_F(ModelDataDeathTest, AnIndexIntoNoVerticesIsFatal)
+{
+    EXPECT_EXIT(Read({0, 0, 0, 0, 1, 0, 0, 0, 0}), testing::ExitedWithCode(1),
+                "model \"triangle\": index 0 names vertex 0 of 0");
 }
 
 TEST_F(ModelDataDeathTest, AMissingNameOrEntryIsFatal)

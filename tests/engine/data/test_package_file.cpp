@@ -3,12 +3,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <string>
 
 #include "engine/data/fault.h"
 #include "support/byte_file.h"
+#include "support/temporary_folder.h"
 
 namespace fs = std::filesystem;
 
@@ -274,21 +274,18 @@ class FindPackageTest : public testing::Test
   protected:
     void SetUp() override
     {
-        char name[] = "/tmp/quorvale-package-XXXXXX";
-        folder = mkdtemp(name);
         previous = fs::current_path();
-        fs::current_path(folder);
+        fs::current_path(folder.path);
     }
 
     void TearDown() override
     {
         fs::current_path(previous);
-        fs::remove_all(folder);
     }
 
-    static void Write(const char* name, const char* text)
+    void Write(const char* name, const char* text) const
     {
-        std::ofstream(name) << text;
+        folder.Write(name, text);
     }
 
     /// The whole of the file that FindPackage opened, "(null)" for none.
@@ -307,7 +304,7 @@ class FindPackageTest : public testing::Test
         return std::string(text, got);
     }
 
-    fs::path folder;
+    TemporaryFolder folder;
     fs::path previous;
 };
 
