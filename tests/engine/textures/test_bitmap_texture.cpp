@@ -188,3 +188,23 @@ TEST_F(BitmapTextureTest, AnImageTooSmallForAChainIsFatal)
                 "item 1: an image of 1x2 pixels is too small for a mip chain");
     EXPECT_EXIT(Read(MakeTga(2, 1, 4, "abcdefgh")), testing::ExitedWithCode(1), "2x1 pixels");
 }
+
+TEST_F(BitmapTextureTest, ABitmapIsDecodedWithoutOpenGl)
+{
+    const std::string package =
+        MakePackage({{"a.tga", MakeTga(1, 2, 3, std::string("\x03\x02\x01\x06\x05\x04"))}});
+    FILE* stream = OpenBytes(Bytes(package.begin(), package.end()));
+    BitmapTexture bitmap;
+    memset(static_cast<void*>(&bitmap), 0xEE, sizeof(bitmap));
+    DecodeBitmap(stream, "a.tga", &bitmap);
+    fclose(stream);
+
+    EXPECT_EQ(TakeGlCalls(), "");
+    EXPECT_EQ(bitmap.width, 1);
+    EXPECT_EQ(bitmap.height, 2);
+    EXPECT_EQ(bitmap.components, 3);
+    EXPECT_EQ(bitmap.glTexture, 0U);
+    const uint8_t expected[6] = {1, 2, 3, 4, 5, 6}; // stored blue first
+    EXPECT_EQ(memcmp(bitmap.pixels, expected, sizeof(expected)), 0);
+    free(bitmap.pixels);
+}

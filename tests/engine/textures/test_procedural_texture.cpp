@@ -316,3 +316,24 @@ TEST_F(ProceduralTextureTest, TheFormOfThePixelLoopsIsTheLastOneListedUnlessSet)
     SetPixelKernels(nullptr);
     EXPECT_EQ(GetPixelKernels(), ListPixelKernels(count - 1));
 }
+
+TEST_F(ProceduralTextureTest, StepsAreReadWithoutOpenGlAndWithoutPixels)
+{
+    TiXmlDocument document;
+    document.Parse("<t><layer type=\"104\" id=\"6\"><p>0.5</p></layer><x type=\"206\"/></t>");
+    ProceduralTexture texture;
+    memset(static_cast<void*>(&texture), 0xEE, sizeof(texture));
+    ReadTextureSteps(document.RootElement(), 7, &texture);
+
+    EXPECT_EQ(TakeGlCalls(), "");
+    EXPECT_EQ(texture.stepCount, 2);
+    EXPECT_EQ(texture.stepType[0], 104);
+    EXPECT_EQ(texture.stepLayer[0], 6);
+    EXPECT_EQ(texture.stepParams[0][0], 0.5F);
+    EXPECT_EQ(texture.stepParams[0][1], 1.0F);
+    EXPECT_EQ(texture.stepType[1], 206);
+    EXPECT_EQ(texture.stepLayer[1], 0);
+    EXPECT_EQ(texture.glTexture, 0U);
+    EXPECT_EQ(texture.job.pixels, nullptr);
+    EXPECT_EQ(CurrentPlace.part, 0U);
+}
