@@ -10,6 +10,7 @@
 #include "tools/mesh_import.h"
 #include "tools/package_commands.h"
 #include "tools/report.h"
+#include "tools/textures_command.h"
 
 /// What the arguments say. Each command uses some of it.
 struct Arguments
@@ -117,6 +118,17 @@ static CLI::App* AddDecompress(CLI::App* app, Arguments* arguments)
     return command;
 }
 
+static CLI::App* AddTextures(CLI::App* app, Arguments* arguments)
+{
+    CLI::App* command =
+        app->add_subcommand("textures", "Write all layers, textures and bitmaps as PNG files");
+    AddArgument(command, "PACKAGE", &arguments->file, "The package")->required();
+    command->add_option("-o,--output", arguments->out, "The folder to write to")
+        ->type_name("DIR")
+        ->required();
+    return command;
+}
+
 static bool RunList(const Arguments& arguments)
 {
     return ListPackage(arguments.file);
@@ -162,6 +174,11 @@ static bool RunDecompress(const Arguments& arguments)
     return DecompressFile(arguments.file, arguments.out);
 }
 
+static bool RunTextures(const Arguments& arguments)
+{
+    return WriteTextures(arguments.file, arguments.out);
+}
+
 struct CommandRow
 {
     CLI::App* (*add)(CLI::App* app, Arguments* arguments);
@@ -169,9 +186,10 @@ struct CommandRow
 };
 
 static constexpr CommandRow kCommands[] = {
-    {AddList, RunList},     {AddExtract, RunExtract},   {AddAdd, RunAdd},
-    {AddRemove, RunRemove}, {AddCreate, RunCreate},     {AddBuild, RunBuild},
-    {AddModel, RunModel},   {AddCompress, RunCompress}, {AddDecompress, RunDecompress},
+    {AddList, RunList},         {AddExtract, RunExtract},   {AddAdd, RunAdd},
+    {AddRemove, RunRemove},     {AddCreate, RunCreate},     {AddBuild, RunBuild},
+    {AddModel, RunModel},       {AddCompress, RunCompress}, {AddDecompress, RunDecompress},
+    {AddTextures, RunTextures},
 };
 
 /// The library takes "[a,b]" for a list and "{}" and "%%" for more of the kind, and what stands

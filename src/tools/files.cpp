@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -78,6 +79,18 @@ bool SameBytes(FILE* a, uint64_t offsetA, FILE* b, uint64_t offsetB, uint64_t si
             return false;
         }
         left -= step;
+    }
+    return true;
+}
+
+bool MakeFolder(const std::string& folder)
+{
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    if (error)
+    {
+        ReportError("%s: %s", Printable(folder).c_str(), error.message().c_str());
+        return false;
     }
     return true;
 }

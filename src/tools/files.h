@@ -20,6 +20,9 @@ bool ReadWholeFile(const std::string& path, Bytes* bytes);
 /// Whether two streams give the same `size` bytes from these offsets on. Prints nothing.
 bool SameBytes(FILE* a, uint64_t offsetA, FILE* b, uint64_t offsetB, uint64_t size);
 
+/// Makes a folder, with those above it that are missing. One that is there is fine.
+bool MakeFolder(const std::string& folder);
+
 /// A file that is written beside the one that it will replace.
 struct Replacement
 {

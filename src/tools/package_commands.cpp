@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <set>
 #include <sys/stat.h>
 
@@ -299,18 +298,6 @@ static bool PlanExtraction(const PendingEntry* list, const ListedPackage* packag
             return false;
         }
         plan->push_back(planned);
-    }
-    return true;
-}
-
-static bool MakeFolder(const std::string& folder)
-{
-    std::error_code error;
-    std::filesystem::create_directories(folder, error);
-    if (error)
-    {
-        ReportError("%s: %s", Printable(folder).c_str(), error.message().c_str());
-        return false;
     }
     return true;
 }

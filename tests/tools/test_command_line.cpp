@@ -3,8 +3,8 @@
 
 #include "tools/dpk_run.h"
 
-static const char* const kCommands[] = {"list",  "extract", "add",      "remove",    "create",
-                                        "build", "model",   "compress", "decompress"};
+static const char* const kCommands[] = {"list",  "extract", "add",      "remove",     "create",
+                                        "build", "model",   "compress", "decompress", "textures"};
 
 TEST(CommandLine, TellsItsVersion)
 {
@@ -68,6 +68,8 @@ TEST(CommandLine, ArgumentsThatMakeNoSenseEndWithCode2)
         {{"model", "a"}, "OUT is required"},
         {{"compress", "a"}, "OUT is required"},
         {{"decompress", "a"}, "OUT is required"},
+        {{"textures"}, "PACKAGE is required"},
+        {{"textures", "a"}, "--output is required"},
         {{"--", "list", "a"}, "The following arguments were not expected: a list"},
         {{"[x]\n"}, "The following argument was not expected: [x]\\x0A"},
     };

@@ -1,0 +1,20 @@
+// Pictures as PNG files.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+/// Rows of pixels, first row first, without padding.
+struct Picture
+{
+    int32_t width;         // pixels, 1 or more
+    int32_t height;        // pixels, 1 or more
+    int32_t channels;      // 1 grey, 2 grey and alpha, 3 RGB, 4 RGB and alpha; 8 bits each
+    const uint8_t* pixels; // borrowed
+};
+
+/// Writes a picture, over an old file, which is replaced in one step. The same picture gives the
+/// same bytes.
+/// @param picture   of less than 2 GiB
+/// @return false after an error line; the old file is untouched then
+bool WritePng(const std::string& path, const Picture& picture);
