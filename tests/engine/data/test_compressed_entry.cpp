@@ -71,6 +71,17 @@ TEST(CompressedEntry, ASizeWordThatIsTooLargeLeavesZeros)
     FreeInflatedEntry(&entry);
 }
 
+TEST(CompressedEntry, TheSourceCountsTheSizeWordThatItDoesNotHold)
+{
+    // The byte 0xff, stored, and its checksum 0x01000100. The last zero is cut off, and the padding
+    // behind the entry stands in for it. The size word is one more, or the data would pass as cut.
+    const Bytes stream = {0x78, 0x01, 0x01, 0x01, 0x00, 0xfe, 0xff, 0xff, 0x01, 0x00, 0x01};
+    InflatedEntry entry = Inflate(Container({2, 0, 0, 0}, stream));
+    EXPECT_EQ(entry.length, 1u);
+    EXPECT_EQ(entry.data[0], 0xff);
+    FreeInflatedEntry(&entry);
+}
+
 TEST(CompressedEntry, TheLeadFallsOnA16ByteBoundary)
 {
     for (uint32_t lead : {0u, 1u, 5u, 15u, 16u, 21u})
