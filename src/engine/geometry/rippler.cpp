@@ -77,15 +77,19 @@ static size_t ArrayBytes(const Mesh* mesh)
     return static_cast<size_t>(mesh->vertexCount) * 3 * sizeof(float);
 }
 
+/// @return a block, not null even for no bytes: that there are arrays says who is drawn
+static float* AllocateArray(size_t size)
+{
+    return static_cast<float*>(size == 0 ? calloc(1, sizeof(float)) : malloc(size));
+}
+
 /// Starts CurrentDeformedMesh with the mesh's own vertices.
 static void BeginDeformedMesh(const Mesh* mesh, int32_t vbo)
 {
     DeformedMesh* deformed = &CurrentDeformedMesh;
     size_t size = ArrayBytes(mesh);
-
-    // Not null even for a mesh without vertices: that the arrays are there says who draws.
-    deformed->vertices = static_cast<float*>(malloc(size == 0 ? sizeof(float) : size));
-    deformed->normals = static_cast<float*>(malloc(size == 0 ? sizeof(float) : size));
+    deformed->vertices = AllocateArray(size);
+    deformed->normals = AllocateArray(size);
     if (deformed->vertices == nullptr || deformed->normals == nullptr)
     {
         FatalFault("there is no memory to bend %u vertices", mesh->vertexCount);

@@ -358,9 +358,9 @@ static void WriteChunk(const PlasmaReads& reads, int32_t count, uint8_t* __restr
 template <int channels>
 static void RenderPlasma(int32_t side, float step, uint8_t* out)
 {
-    PlasmaAxis u;
-    PlasmaAxis v;
-    PlasmaReads reads;
+    PlasmaAxis u = {};
+    PlasmaAxis v = {};
+    PlasmaReads reads = {};
     const WaveGains gains = PreparePlasma(side, step, &u, &v);
     PrepareRaisedCosTable();
     const bool halves =
@@ -610,9 +610,9 @@ static void WriteRotated(const RotateReads& reads, int32_t count, uint8_t* __res
 template <int channels>
 static void RenderRotated(int32_t side, float step, uint8_t* out)
 {
-    RotateAxis u;
-    RotateAxis v;
-    RotateReads reads;
+    RotateAxis u = {};
+    RotateAxis v = {};
+    RotateReads reads = {};
     const WaveGains gains = PrepareRotate(side, step, &u, &v);
     PrepareRaisedCosTable();
     FillFactors<channels>(u, gains, &uFactors);

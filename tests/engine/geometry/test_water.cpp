@@ -73,6 +73,7 @@ static std::vector<size_t> DropCells(unsigned seed)
 {
     srand(seed);
     std::vector<size_t> cells;
+    cells.reserve(4);
     for (int i = 0; i < 4; ++i)
     {
         cells.push_back(
