@@ -15,8 +15,7 @@
 /// DOCUMENT is "loading" or "demo". Every file replaces an old one in one step; what else the
 /// folder holds stays. The rest of a document is not looked at, but its sections have to be there.
 /// What the readers of these sections refuse ends the program as it ends the player, after the
-/// pictures of what came before; so does a file that can't be written. Images that are too small
-/// for a mip chain are refused by the upload alone, and are written here.
+/// pictures of what came before; so does a file that can't be written.
 /// @param path     the package; a document that it lacks is noted, and it has to hold one of both
 /// @param folder   made if it does not exist
 /// @return false after an error line

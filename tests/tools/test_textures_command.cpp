@@ -126,10 +126,11 @@ static std::vector<uint8_t> BuiltPixels(const std::vector<Step>& steps)
     return pixels;
 }
 
-/// An uncompressed TGA file of 2x1 pixels, upper row first.
-static std::string TgaFile(char kind, char bits, const std::string& pixels)
+/// An uncompressed TGA file of two rows, the upper one first.
+static std::string TgaFile(char kind, char width, char bits, const std::string& pixels)
 {
-    return Raw("\0\0") + kind + Raw("\0\0\0\0\0\0\0\0\0\x02\0\x01\0") + bits + "\x20" + pixels;
+    return Raw("\0\0") + kind + Raw("\0\0\0\0\0\0\0\0\0") + width + Raw("\0\x02\0") + bits +
+           "\x20" + pixels;
 }
 
 static std::string PackageOf(const DocumentSource& demo)
@@ -177,27 +178,28 @@ TEST(TexturesCommand, BitmapsKeepSizeAndChannelsOfTheirFiles)
     demo.sections[6] = "<b filename=\"1.tga\"/><b filename=\"2.tga\"/><b filename=\"3.tga\"/>"
                        "<b filename=\"4.tga\"/>";
     TemporaryFolder folder;
-    folder.Write("a.dpk", MakePackage({
-                              {"demo.xmlz", MakeDocument(demo)},
-                              {"1.tga", TgaFile(3, 8, "\x11\x22")},
-                              {"2.tga", TgaFile(3, 16, Raw("\x11\0\x22\xFF"))},
-                              {"3.tga", TgaFile(2, 24, "\x03\x02\x01\x06\x05\x04")},
-                              {"4.tga", TgaFile(2, 32, Raw("\x03\x02\x01\0\x07\x06\x05\x08"))},
-                          }));
+    folder.Write("a.dpk",
+                 MakePackage({
+                     {"demo.xmlz", MakeDocument(demo)},
+                     {"1.tga", TgaFile(3, 2, 8, "\x11\x22\x33\x44")},
+                     {"2.tga", TgaFile(3, 2, 16, Raw("\x11\0\x22\xFF\x33\1\x44\2"))},
+                     {"3.tga", TgaFile(2, 2, 24, Raw("\3\2\1\6\5\4\0\0\0\xFF\0\0"))},
+                     {"4.tga", TgaFile(2, 2, 32, Raw("\3\2\1\0\7\6\5\4\0\0\0\0\xFF\0\0\xFF"))},
+                 }));
     DpkRun run = RunDpk(folder, {"textures", "a.dpk", "-o", "."});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.err, "");
     const std::vector<uint8_t> expected[] = {
-        {0x11, 0x22},
-        {0x11, 0, 0x22, 0xFF},
-        {1, 2, 3, 4, 5, 6}, // blue comes first in the file
-        {1, 2, 3, 0, 5, 6, 7, 8},
+        {0x11, 0x22, 0x33, 0x44},
+        {0x11, 0, 0x22, 0xFF, 0x33, 1, 0x44, 2},
+        {1, 2, 3, 4, 5, 6, 0, 0, 0, 0, 0, 255}, // blue comes first in the file
+        {1, 2, 3, 0, 5, 6, 7, 4, 0, 0, 0, 0, 0, 0, 255, 255},
     };
     for (int i = 0; i < 4; ++i)
     {
         DecodedPng png = DecodePng(folder.Read("demo-bitmap-00" + std::to_string(i + 1) + ".png"));
         EXPECT_EQ(png.width, 2);
-        EXPECT_EQ(png.height, 1);
+        EXPECT_EQ(png.height, 2);
         EXPECT_EQ(png.channels, i + 1);
         EXPECT_EQ(png.pixels, expected[i]) << i;
     }
@@ -209,7 +211,7 @@ TEST(TexturesCommand, NamesFilesByDocumentKindAndNumber)
     loading.sections[6] = "<b filename=\"3.tga\"/>";
     TemporaryFolder folder;
     folder.Write("a.dpk", MakePackage({
-                              {"3.tga", TgaFile(2, 24, "\x03\x02\x01\x06\x05\x04")},
+                              {"3.tga", TgaFile(2, 2, 24, std::string(12, 'a'))},
                               {"demo.xmlz", MakeDocument(FullSource())},
                               {"loading.xmlz", MakeDocument(loading)},
                           }));
@@ -259,9 +261,11 @@ TEST(TexturesCommand, TheSheetShowsEveryImageInGroups)
     }
     demo.sections[1] = "<t><layer type=\"101\" id=\"8\"/><filter type=\"201\"/></t>";
     demo.sections[6] = "<b filename=\"4.tga\"/>";
+    const std::string row = Raw("\3\2\1\0\3\2\1\0\7\6\5\xFF\7\6\5\xFF");
+    const std::string pixels = row + row;
     TemporaryFolder folder;
     folder.Write("a.dpk", MakePackage({
-                              {"4.tga", TgaFile(2, 32, Raw("\x03\x02\x01\0\x07\x06\x05\xFF"))},
+                              {"4.tga", TgaFile(2, 4, 32, pixels)},
                               {"demo.xmlz", MakeDocument(demo)},
                               {"loading.xmlz", MakeDocument(SmallSource())},
                           }));
@@ -280,8 +284,8 @@ TEST(TexturesCommand, TheSheetShowsEveryImageInGroups)
     EXPECT_EQ(PixelAt(sheet, 8, 496), 0xE50000u);    // 0.9
     EXPECT_EQ(PixelAt(sheet, 8, 700), 0x1AFFFFu);    // 0.9, inverted
     EXPECT_EQ(PixelAt(sheet, 8, 935), 0x303030u);    // above a flat bitmap
-    EXPECT_EQ(PixelAt(sheet, 8, 936), 0x666666u);    // its transparent pixel
-    EXPECT_EQ(PixelAt(sheet, 135, 999), 0x050607u);  // its other one
+    EXPECT_EQ(PixelAt(sheet, 8, 936), 0x666666u);    // its transparent half
+    EXPECT_EQ(PixelAt(sheet, 135, 999), 0x050607u);  // its other half
 
     // Something is written in each heading and under each tile.
     const struct
@@ -412,15 +416,13 @@ TEST(TexturesCommand, FaultsOfADocumentEndWithTheirPlace)
         {1, "<t>" + steps + "</t>",
          "section 1 (procedural textures), item 1, step 33: more than 32 steps"},
         {6, "<b/>", "section 6 (bitmaps), item 1: attribute \"filename\" of <b> is missing"},
-        {6, "<b filename=\"text\"/>",
-         "section 6 (bitmaps), item 1: the image file \"text\" can't be read: unknown image type"},
     };
     for (const auto& c : cases)
     {
         DocumentSource demo;
         demo.sections[c.section] = c.items;
         TemporaryFolder folder;
-        folder.Write("a.dpk", MakePackage({{"demo.xmlz", MakeDocument(demo)}, {"text", "text"}}));
+        folder.Write("a.dpk", PackageOf(demo));
         DpkRun run = RunDpk(folder, {"textures", "a.dpk", "-o", "."});
         EXPECT_EQ(run.exitCode, 1);
         EXPECT_EQ(run.err, std::string("dpk: demo.xmlz, ") + c.what + "\n");
@@ -438,6 +440,20 @@ TEST(TexturesCommand, AnImageFileThatIsMissingIsAFault)
     EXPECT_EQ(run.out, "loading.xmlz: not in the package\nEnd of object table reached!\n");
     EXPECT_EQ(run.err, "dpk: demo.xmlz, section 6 (bitmaps), item 1: the package has no image file "
                        "\"none\"\n");
+}
+
+TEST(TexturesCommand, AnImageFileThatIsNoneIsAFault)
+{
+    DocumentSource demo;
+    demo.sections[6] = "<b filename=\"text\"/>";
+    TemporaryFolder folder;
+    folder.Write("a.dpk", MakePackage({{"demo.xmlz", MakeDocument(demo)}, {"text", "text"}}));
+    DpkRun run = RunDpk(folder, {"textures", "a.dpk", "-o", "."});
+    EXPECT_EQ(run.exitCode, 1);
+    // The decoder's reason follows, in its own words.
+    const std::string begin =
+        "dpk: demo.xmlz, section 6 (bitmaps), item 1: the image file \"text\" can't be read: ";
+    EXPECT_EQ(run.err.substr(0, begin.size()), begin);
 }
 
 TEST(TexturesCommand, ADocumentThatCantBeReadIsAFault)
