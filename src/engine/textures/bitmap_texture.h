@@ -16,7 +16,8 @@ struct BitmapTexture
 };
 
 /// Fills a record from an image file of the package, without OpenGL: glTexture is 0.
-/// Fatal: no such entry; an entry that is no image or does not fit memory.
+/// Fatal: no such entry; an entry that is no image, wider or higher than 16384 pixels, narrower or
+/// lower than two, or does not fit memory.
 /// @param filename   an entry of the package
 /// @param bitmap     receives the pixels, which are for the caller to free: components bytes each,
 ///                   first row first, no padding
@@ -25,8 +26,7 @@ void DecodeBitmap(FILE* package, const char* filename, BitmapTexture* bitmap);
 /// Reads one item of section 6: decodes the image file that "filename" names and makes a texture
 /// with a mip chain of it, in both documents alike. An image of one or two components gets level 0
 /// only, with a filter that asks for more levels.
-/// Fatal: no such entry; an entry that is no image or does not fit memory; an image of three or
-/// four components that is narrower or lower than two pixels.
+/// Fatal: what DecodeBitmap ends on.
 /// @param record   a BitmapTexture
 /// Sets: the texture bound to GL_TEXTURE_2D. Leaves: it bound, and an unpack alignment of 4.
 void ReadBitmapItem(const TiXmlElement* item, void* record, uint32_t index, LoadContext* context);

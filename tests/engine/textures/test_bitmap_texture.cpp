@@ -1,5 +1,6 @@
 #include "engine/textures/bitmap_texture.h"
 
+#include <algorithm>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <string>
@@ -133,11 +134,12 @@ TEST_F(BitmapTextureTest, TwoComponentsGetLevel0AloneToo)
                                  kFilters + "PixelStorei UNPACK_ALIGNMENT 4\n");
 }
 
-TEST_F(BitmapTextureTest, ASinglePixelOfOneComponentNeedsNoChainAndIsRead)
+TEST_F(BitmapTextureTest, AnImageOfOneOrTwoComponentsBelowTwoPixelsIsFatalToo)
 {
-    const BitmapTexture bitmap = Read(MakeTga(1, 1, 1, "a"));
-    EXPECT_EQ(bitmap.width, 1);
-    EXPECT_EQ(GlTextureLevel(1, 0)->bytes, (Bytes{'a', 0, 0, 0}));
+    EXPECT_EXIT(Read(MakeTga(1, 1, 1, "a")), testing::ExitedWithCode(1),
+                "has 1x1 pixels, and a bitmap at least 2x2");
+    EXPECT_EXIT(Read(MakeTga(4, 1, 1, "abcd")), testing::ExitedWithCode(1), "has 4x1 pixels");
+    EXPECT_EQ(TakeGlCalls(), ""); // before a texture is made
 }
 
 TEST_F(BitmapTextureTest, RowsThatAreNoMultipleOfTheAlignmentAreReadInsideTheBlock)
@@ -175,6 +177,30 @@ TEST_F(BitmapTextureTest, AFileThatIsNoImageIsFatal)
     EXPECT_EXIT(Read(""), testing::ExitedWithCode(1), "can't be read: ");
 }
 
+TEST_F(BitmapTextureTest, ARadianceFileThatIsCutShortIsFatalAndDoesNotHang)
+{
+    const std::string head = "#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y 2 +X 8\n";
+    const std::string row("\x02\x02\x00\x08\x88\x40\x88\x40\x88\x40\x88\x81", 12);
+    const BitmapTexture whole = Read(head + row + row);
+    EXPECT_EQ(whole.width, 8);
+    EXPECT_EQ(whole.height, 2);
+    EXPECT_EXIT(Read(head + row + row.substr(0, 6)), testing::ExitedWithCode(1),
+                "can't be read: .*RLE");
+    EXPECT_EXIT(Read(head + row.substr(0, 4)), testing::ExitedWithCode(1), "can't be read: .*RLE");
+}
+
+TEST_F(BitmapTextureTest, AJpegFileWithoutItsTablesIsGrey)
+{
+    // 8x8, one component: the frame and the scan, no quantisation and no Huffman tables.
+    const unsigned char file[] = {0xFF, 0xD8, 0xFF, 0xC0, 0,    11,   8,    0,    8,    0,    8,
+                                  1,    1,    0x11, 0,    0xFF, 0xDA, 0,    8,    1,    1,    0,
+                                  0,    63,   0,    0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC, 0xFF, 0xD9};
+    Read(std::string(reinterpret_cast<const char*>(file), sizeof(file)));
+    Bytes expected(8 * 8 * 4, 0); // taken for four components, of which there is one
+    std::fill(expected.begin(), expected.begin() + 64, uint8_t{128});
+    EXPECT_EQ(GlTextureLevel(1, 0)->bytes, expected);
+}
+
 TEST_F(BitmapTextureTest, AnImageTooLargeForMemoryIsFatal)
 {
     // A portable pixmap of 10^9 pixels a side, by its head.
@@ -185,14 +211,15 @@ TEST_F(BitmapTextureTest, AnImageTooLargeForMemoryIsFatal)
 TEST_F(BitmapTextureTest, AnImageTooSmallForAChainIsFatal)
 {
     EXPECT_EXIT(Read(MakeTga(1, 2, 3, "abcdef")), testing::ExitedWithCode(1),
-                "item 1: an image of 1x2 pixels is too small for a mip chain");
+                "item 1: the image file \"a.tga\" has 1x2 pixels, and a bitmap at least 2x2");
     EXPECT_EXIT(Read(MakeTga(2, 1, 4, "abcdefgh")), testing::ExitedWithCode(1), "2x1 pixels");
 }
 
 TEST_F(BitmapTextureTest, ABitmapIsDecodedWithoutOpenGl)
 {
-    const std::string package =
-        MakePackage({{"a.tga", MakeTga(1, 2, 3, std::string("\x03\x02\x01\x06\x05\x04"))}});
+    const std::string package = MakePackage(
+        {{"a.tga",
+          MakeTga(2, 2, 3, std::string("\x03\x02\x01\x06\x05\x04\x09\x08\x07\x0c\x0b\x0a"))}});
     FILE* stream = OpenBytes(Bytes(package.begin(), package.end()));
     BitmapTexture bitmap;
     memset(static_cast<void*>(&bitmap), 0xEE, sizeof(bitmap));
@@ -200,11 +227,11 @@ TEST_F(BitmapTextureTest, ABitmapIsDecodedWithoutOpenGl)
     fclose(stream);
 
     EXPECT_EQ(TakeGlCalls(), "");
-    EXPECT_EQ(bitmap.width, 1);
+    EXPECT_EQ(bitmap.width, 2);
     EXPECT_EQ(bitmap.height, 2);
     EXPECT_EQ(bitmap.components, 3);
     EXPECT_EQ(bitmap.glTexture, 0U);
-    const uint8_t expected[6] = {1, 2, 3, 4, 5, 6}; // stored blue first
+    const uint8_t expected[12] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}; // stored blue first
     EXPECT_EQ(memcmp(bitmap.pixels, expected, sizeof(expected)), 0);
     free(bitmap.pixels);
 }
