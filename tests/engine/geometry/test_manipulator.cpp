@@ -298,10 +298,15 @@ TEST(Manipulator, LargeNumbersBesideAZeroAreAnEmptyList)
               0u);
 }
 
+TEST(Manipulator, AMillionInstancesAreNotTooMany)
+{
+    EXPECT_EQ(CountCopies(kManipulatorXMultiplier, {1048576, 0, 0, 0, 0, 0, 0, 0, 0, 0}), 1048576u);
+}
+
 TEST_F(ManipulatorDeathTest, MoreInstancesThanCouldBeDrawnEndTheProgram)
 {
     const char* fault = "^quorvale: demo.xmlz, section 9 \\(scenes\\), item 2, object 5: a "
-                        "manipulator makes more than 16777216 instances\n$";
+                        "manipulator makes more than 1048576 instances\n$";
     // 65536 * 65536 would wrap to 0.
     EXPECT_EXIT(
         CountCopies(kManipulatorXyzMultiplier, {65536, 65536, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0}),
@@ -309,7 +314,7 @@ TEST_F(ManipulatorDeathTest, MoreInstancesThanCouldBeDrawnEndTheProgram)
     EXPECT_EXIT(
         CountCopies(kManipulatorXyzMultiplier, {2e9f, 2e9f, 2e9f, 0, 0, 0, 0, 0, 0, 0, 0, 0}),
         testing::ExitedWithCode(1), fault);
-    EXPECT_EXIT(CountCopies(kManipulatorXMultiplier, {16777218, 0, 0, 0, 0, 0, 0, 0, 0, 0}),
+    EXPECT_EXIT(CountCopies(kManipulatorXMultiplier, {1048577, 0, 0, 0, 0, 0, 0, 0, 0, 0}),
                 testing::ExitedWithCode(1), fault);
 }
 

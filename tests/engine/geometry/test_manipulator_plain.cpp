@@ -197,6 +197,6 @@ TEST(ModelPlacerDeathTest, MoreInstancesThanMemoryIsMeantForAreFatalWithTheirPla
     EXPECT_EXIT(Apply(list, kManipulatorModelPlacer, kNoMove, &placement),
                 testing::ExitedWithCode(1),
                 "demo.xmlz, section 9 \\(scenes\\), item 2, object 3: a manipulator makes more "
-                "than 16777216 instances");
+                "than 1048576 instances");
     CurrentPlace = {nullptr, kNoSection, 0, 0};
 }
