@@ -1,4 +1,7 @@
-// What the viewer chooses before the piece starts.
+// What the viewer chooses before the piece starts, and the window for it.
+//
+// The window is one picture with a list of resolutions, three aspects, a start button and four
+// switches; launcher_state.h tells how the mouse works it. There are no keys.
 #pragma once
 
 #include <cstdint>
@@ -39,8 +42,13 @@ enum class LauncherResult
     kQuit,  // the program ends with exitCode, SDL already closed where it has to be
 };
 
-/// Settles the viewer's choice. Starts SDL's video and leaves it open, with the window captioned.
+/// Settles the viewer's choice. Starts SDL's video and leaves it open, with the captioned window,
+/// which the next SDL_SetVideoMode replaces, and with mouse motion ignored for the rest of the run.
+/// Prints "Bye!" if the viewer closes the window, which quits SDL and gives exit code 0, and
+/// "error creating surface :-S" if an image that it can't do without does not load: exit code 1,
+/// SDL left as it is.
 /// @param title      text of the window's caption and icon
-/// @param choice     start values; receives the choice
+/// @param choice     what is chosen at first, indices in range; receives the choice
 /// @param exitCode   receives the exit code when the result is kQuit
+/// Ends the program through FatalError if SDL can't start its video or open the window.
 LauncherResult RunLauncher(const char* title, LauncherChoice* choice, int* exitCode);

@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "support/launcher_pointer.h"
 #include "support/package_builder.h"
 #include "support/player_process.h"
 #include "support/tone_module.h"
@@ -224,6 +225,7 @@ TEST_F(RealPlayer, AShortPieceIsPlayedToItsEndWithItsMusic)
     folder.Write("piece.dpk", PieceOf(LoadingSource(), DemoSource(200)));
 
     PlayerProcess player(setting);
+    ASSERT_TRUE(ClickStart(screen));
     ASSERT_TRUE(WaitForEnd(&player));
 
     EXPECT_EQ(player.exitCode, 0);
@@ -254,6 +256,7 @@ TEST_F(RealPlayer, AShortPieceIsPlayedToItsEndWithItsMusic)
 TEST_F(RealPlayer, TheDemoIsShownInTheWholeWindowUntilEscape)
 {
     PlayerProcess player(setting);
+    ASSERT_TRUE(ClickStart(screen));
     ExpectPicture("demo");
     EXPECT_EQ(StandardOutput(player), kStart); // each line is out as soon as it is printed
 
@@ -268,6 +271,7 @@ TEST_F(RealPlayer, TheDemoIsShownInTheWholeWindowUntilEscape)
 TEST_F(RealPlayer, AClosedWindowEndsItAtOnceWithoutAWord)
 {
     PlayerProcess player(setting);
+    ASSERT_TRUE(ClickStart(screen));
     ExpectPicture("demo");
 
     EXPECT_TRUE(CloseWindow(screen, kTitle));
@@ -297,6 +301,7 @@ TEST_F(RealPlayer, TheLoadingScreenIsShownWhileTheDemoIsBuilt)
     ASSERT_EQ(mkfifo(pipePath.c_str(), 0600), 0);
 
     PlayerProcess player(setting);
+    ASSERT_TRUE(ClickStart(screen));
     ExpectPicture("loading");
 
     // A pipe has no size of its own: the piece plays in silence.
@@ -321,6 +326,7 @@ TEST_F(RealPlayer, WithoutAPackageItEndsWithCode1)
     folder.Write("empty/readme", "no package here");
 
     PlayerProcess player(setting);
+    ASSERT_TRUE(ClickStart(screen));
     ASSERT_TRUE(WaitForEnd(&player));
 
     EXPECT_EQ(player.exitCode, 1);
@@ -334,6 +340,7 @@ TEST_F(RealPlayer, WithoutItsModuleAPiecePlaysInSilence)
     folder.Write("piece.dpk", PieceOf(LoadingSource(), demo));
 
     PlayerProcess player(setting);
+    ASSERT_TRUE(ClickStart(screen));
     ASSERT_TRUE(WaitForEnd(&player));
 
     EXPECT_EQ(player.exitCode, 0);
@@ -348,6 +355,7 @@ TEST_F(RealPlayer, WithoutASoundDeviceItEndsWithCode1)
     setting.environment = {{"SDL_AUDIODRIVER", "none of them"}};
 
     PlayerProcess player(setting);
+    ASSERT_TRUE(ClickStart(screen));
     ASSERT_TRUE(WaitForEnd(&player));
 
     EXPECT_EQ(player.exitCode, 1);
@@ -361,6 +369,7 @@ TEST_F(RealPlayer, BelowOpenGl21PixelBuffersAreUsedOnlyIfForced)
     setting.environment.push_back({"MESA_GL_VERSION_OVERRIDE", "2.0"});
 
     PlayerProcess careful(setting);
+    ASSERT_TRUE(ClickStart(screen));
     ASSERT_TRUE(WaitForEnd(&careful));
     EXPECT_EQ(careful.exitCode, 0);
     EXPECT_NE(StandardOutput(careful).find(
@@ -370,6 +379,7 @@ TEST_F(RealPlayer, BelowOpenGl21PixelBuffersAreUsedOnlyIfForced)
 
     setting.arguments = {"-forcepbo"};
     PlayerProcess forced(setting);
+    ASSERT_TRUE(ClickStart(screen));
     ASSERT_TRUE(WaitForEnd(&forced));
     EXPECT_EQ(forced.exitCode, 0);
     EXPECT_EQ(StandardOutput(forced).substr(0, kStart.size()), kStart);
@@ -381,6 +391,7 @@ TEST_F(RealPlayer, AScreenTooSmallForTheWindowIsReported)
     setting.display = small.name;
 
     PlayerProcess player(setting);
+    ASSERT_TRUE(ClickStart(small));
     ASSERT_TRUE(WaitForEnd(&player));
 
     EXPECT_EQ(player.exitCode, 1);
@@ -432,6 +443,7 @@ TEST_F(RealPlayer, ADamagedDocumentEndsItWithOneLineThatSaysWhere)
                                                {"square", SquareModel()}}));
 
         PlayerProcess player(setting);
+        ASSERT_TRUE(ClickStart(screen));
         ASSERT_TRUE(WaitForEnd(&player)) << c.line;
 
         EXPECT_EQ(player.exitCode, 1) << c.line;

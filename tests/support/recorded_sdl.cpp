@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <deque>
 #include <iterator>
 
 #include "support/recorded_gl.h"
@@ -48,6 +50,11 @@ constexpr Flag kAttributes[] = {
 
 size_t ticksRead;
 size_t pollsMade;
+size_t mouseLooks;
+uint32_t imagesLoaded;
+SDL_Surface window;
+std::deque<SDL_Surface> images;
+std::deque<SDL_RWops> streams; // closed ones have no type
 Uint8 keyState[SDLK_LAST];
 SDL_AudioSpec audio; // as the player wished it
 
@@ -82,6 +89,26 @@ uint32_t NextTicks()
     size_t place = std::min(ticksRead, Sdl.ticks.size() - 1);
     ticksRead += 1;
     return Sdl.ticks[place];
+}
+
+std::string SizeName(int width, int height)
+{
+    return std::to_string(width) + "x" + std::to_string(height);
+}
+
+std::string SurfaceName(const SDL_Surface* surface)
+{
+    if (surface == nullptr)
+    {
+        return "null";
+    }
+    return surface == &window ? "window" : SizeName(surface->w, surface->h);
+}
+
+std::string RectangleName(const SDL_Rect& rectangle)
+{
+    return "[" + std::to_string(rectangle.x) + " " + std::to_string(rectangle.y) + " " +
+           std::to_string(rectangle.w) + " " + std::to_string(rectangle.h) + "]";
 }
 
 bool IsSilent(const std::vector<uint8_t>& block)
@@ -130,6 +157,10 @@ void ResetSdl()
     Sdl = {};
     ticksRead = 0;
     pollsMade = 0;
+    mouseLooks = 0;
+    imagesLoaded = 0;
+    images.clear();
+    streams.clear();
     keyState[SDLK_ESCAPE] = 0;
     audio = {};
 }
@@ -176,10 +207,117 @@ extern "C"
 
     SDL_Surface* SDL_SetVideoMode(int width, int height, int bpp, Uint32 flags)
     {
-        static SDL_Surface surface;
+        window = {};
+        window.w = width;
+        window.h = height;
         RecordCall("SDL_SetVideoMode " + std::to_string(width) + " " + std::to_string(height) +
                    " " + std::to_string(bpp) + " " + FlagNames(flags, kVideoFlags));
-        return Sdl.windowFails ? nullptr : &surface;
+        return Sdl.windowFails ? nullptr : &window;
+    }
+
+    SDL_RWops* SDL_RWFromMem(void* memory, int size)
+    {
+        RecordCall("SDL_RWFromMem");
+        SDL_RWops stream = {};
+        stream.type = 1;
+        stream.hidden.mem.base = static_cast<Uint8*>(memory);
+        stream.hidden.mem.here = stream.hidden.mem.base;
+        stream.hidden.mem.stop = stream.hidden.mem.base + size;
+        streams.push_back(stream);
+        return &streams.back();
+    }
+
+    SDL_Surface* SDL_LoadBMP_RW(SDL_RWops* stream, int freeStream)
+    {
+        // The image header's width and height; a positive height says that rows come from below.
+        SDL_Surface image = {};
+        if (stream->type == 1 && stream->hidden.mem.stop - stream->hidden.mem.base >= 26)
+        {
+            memcpy(&image.w, stream->hidden.mem.base + 18, 4);
+            memcpy(&image.h, stream->hidden.mem.base + 22, 4);
+        }
+        bool fails = (Sdl.imagesToFail >> imagesLoaded & 1) != 0;
+        imagesLoaded += 1;
+        RecordCall("SDL_LoadBMP_RW " + SizeName(image.w, image.h) +
+                   (freeStream != 0 ? " free" : "") + (fails ? " fails" : ""));
+        stream->type = freeStream != 0 ? 0 : stream->type;
+        images.push_back(image);
+        return fails ? nullptr : &images.back();
+    }
+
+    int SDL_SetColorKey(SDL_Surface* surface, Uint32 flag, Uint32 key)
+    {
+        RecordCall("SDL_SetColorKey " + SurfaceName(surface) + " " +
+                   (flag == SDL_SRCCOLORKEY ? "SRCCOLORKEY" : std::to_string(flag)) + " " +
+                   std::to_string(key));
+        return surface == nullptr ? -1 : 0;
+    }
+
+    int SDL_UpperBlit(SDL_Surface* source, SDL_Rect* part, SDL_Surface* target, SDL_Rect* place)
+    {
+        RecordCall(
+            "SDL_UpperBlit " + SurfaceName(source) +
+            (part == nullptr ? "" : " " + RectangleName(*part)) + " to " + SurfaceName(target) +
+            " " +
+            (place == nullptr ? "0 0" : std::to_string(place->x) + " " + std::to_string(place->y)));
+        if (source == nullptr || target == nullptr)
+        {
+            return -1;
+        }
+        if (place != nullptr)
+        {
+            // What the blit covered, as SDL tells it.
+            place->w = static_cast<Uint16>(source->w);
+            place->h = static_cast<Uint16>(source->h);
+        }
+        return 0;
+    }
+
+    int SDL_FillRect(SDL_Surface* target, SDL_Rect* rectangle, Uint32 colour)
+    {
+        RecordCall("SDL_FillRect " + SurfaceName(target) + " " +
+                   (rectangle == nullptr ? "all" : RectangleName(*rectangle)) + " " +
+                   std::to_string(colour));
+        return 0;
+    }
+
+    void SDL_UpdateRects(SDL_Surface* target, int count, SDL_Rect* rectangles)
+    {
+        std::string call = "SDL_UpdateRects " + SurfaceName(target);
+        for (int i = 0; i < count; ++i)
+        {
+            call += " " + RectangleName(rectangles[i]);
+        }
+        RecordCall(call);
+    }
+
+    Uint8 SDL_EventState(Uint8 type, int state)
+    {
+        RecordCall("SDL_EventState " +
+                   (type == SDL_MOUSEMOTION ? "MOUSEMOTION" : std::to_string(type)) + " " +
+                   (state == SDL_IGNORE ? "IGNORE" : std::to_string(state)));
+        return SDL_ENABLE;
+    }
+
+    Uint8 SDL_GetMouseState(int* x, int* y)
+    {
+        ScriptedMouse mouse = {};
+        if (!Sdl.mouse.empty())
+        {
+            mouse = Sdl.mouse[std::min(mouseLooks, Sdl.mouse.size() - 1)];
+        }
+        mouseLooks += 1;
+        RecordCall("SDL_GetMouseState " + std::to_string(mouse.x) + " " + std::to_string(mouse.y) +
+                   (mouse.left ? " left" : "") + (mouse.right ? " right" : ""));
+        *x = mouse.x;
+        *y = mouse.y;
+        return static_cast<Uint8>((mouse.left ? SDL_BUTTON(SDL_BUTTON_LEFT) : 0) |
+                                  (mouse.right ? SDL_BUTTON(SDL_BUTTON_RIGHT) : 0));
+    }
+
+    void SDL_Delay(Uint32 ms)
+    {
+        RecordCall("SDL_Delay " + std::to_string(ms));
     }
 
     void SDL_GL_SwapBuffers(void)

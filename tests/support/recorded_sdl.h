@@ -8,6 +8,14 @@
 //   SDL_GetTicks() that returns 1000                   SDL_GetTicks 1000
 //   SDL_PollEvent(&event) that finds SDL_QUIT          SDL_PollEvent QUIT
 //   SDL_OpenAudio(&wish, &reply)                       SDL_OpenAudio 44100 S16LSB 2 8192
+//   SDL_LoadBMP_RW(stream, 1) of a 61x22 image         SDL_LoadBMP_RW 61x22 free
+//   SDL_UpperBlit(image, nullptr, window, &place)      SDL_UpperBlit 61x22 to window 194 17
+//   SDL_FillRect(window, nullptr, 0)                   SDL_FillRect window all 0
+//   SDL_UpdateRects(window, 1, &rectangle)             SDL_UpdateRects window [0 0 313 384]
+//   SDL_GetMouseState(&x, &y) with the left button     SDL_GetMouseState 70 30 left
+//
+// Surfaces are named by their size, but for the window. An image has no pixels: of its file only
+// the size is read.
 //
 // The flags of SDL_SetVideoMode come in the order HWSURFACE, ASYNCBLIT, OPENGL, FULLSCREEN.
 //
@@ -31,6 +39,15 @@ struct ScriptedPoll
     bool key;        // the call returns SDL_KEYDOWN
 };
 
+/// What one SDL_GetMouseState finds.
+struct ScriptedMouse
+{
+    int x; // in the window
+    int y;
+    bool left; // buttons, whether they are down
+    bool right;
+};
+
 struct SdlScript
 {
     bool videoFails;     // SDL_Init(SDL_INIT_VIDEO)
@@ -39,10 +56,12 @@ struct SdlScript
     bool windowFails;    // SDL_SetVideoMode
     std::string error;   // text of SDL_GetError
 
-    std::vector<uint32_t> ticks;     // ms; one a call of SDL_GetTicks, the last one stays
-    std::vector<ScriptedPoll> polls; // one a call of SDL_PollEvent, behind them nothing happens
-    uint32_t blocksAtStart;          // audio blocks that SDL_PauseAudio(0) lets through at once
-    uint32_t blockBytes;             // length of a block; 0 for 32768
+    std::vector<uint32_t> ticks;      // ms; one a call of SDL_GetTicks, the last one stays
+    std::vector<ScriptedPoll> polls;  // one a call of SDL_PollEvent, behind them nothing happens
+    std::vector<ScriptedMouse> mouse; // one a call of SDL_GetMouseState, the last one stays
+    uint32_t imagesToFail;            // bit i: the i-th SDL_LoadBMP_RW gives null
+    uint32_t blocksAtStart;           // audio blocks that SDL_PauseAudio(0) lets through at once
+    uint32_t blockBytes;              // length of a block; 0 for 32768
 
     /// Runs once, inside the next SDL_GetTicks, when that has its reading: what another thread does
     /// in the meantime. May be empty.

@@ -139,25 +139,41 @@ Picture CaptureScreen(const VirtualScreen& screen)
     return picture;
 }
 
-static void RunXdotool(const VirtualScreen& screen, const char* action, const std::string& key)
+static void RunXdotool(const VirtualScreen& screen, std::vector<std::string> words)
 {
     setenv("DISPLAY", screen.name.c_str(), 1);
-    pid_t tool = Start({"xdotool", action, key});
+    words.insert(words.begin(), "xdotool");
+    pid_t tool = Start(words);
     int status = 0;
     if (waitpid(tool, &status, 0) != tool || status != 0)
     {
-        Fail("xdotool does not press keys");
+        Fail("xdotool does not do its work");
     }
 }
 
 void PressKey(const VirtualScreen& screen, const std::string& key)
 {
-    RunXdotool(screen, "keydown", key);
+    RunXdotool(screen, {"keydown", key});
 }
 
 void ReleaseKey(const VirtualScreen& screen, const std::string& key)
 {
-    RunXdotool(screen, "keyup", key);
+    RunXdotool(screen, {"keyup", key});
+}
+
+void MovePointer(const VirtualScreen& screen, int32_t x, int32_t y)
+{
+    RunXdotool(screen, {"mousemove", std::to_string(x), std::to_string(y)});
+}
+
+void PressButton(const VirtualScreen& screen)
+{
+    RunXdotool(screen, {"mousedown", "1"});
+}
+
+void ReleaseButton(const VirtualScreen& screen)
+{
+    RunXdotool(screen, {"mouseup", "1"});
 }
 
 /// @return the window below `parent` that has this title; 0 for none
@@ -185,6 +201,32 @@ static Window FindWindow(Display* display, Window parent, const std::string& tit
     return found;
 }
 
+/// A window that is gone by now is no fault of the test's.
+static int IgnoreError(Display* /*display*/, XErrorEvent* /*error*/)
+{
+    return 0;
+}
+
+WindowPlace FindWindowPlace(const VirtualScreen& screen, const std::string& title)
+{
+    Display* display = Connection(screen);
+    XErrorHandler handler = XSetErrorHandler(IgnoreError);
+    WindowPlace place = {};
+    Window root = DefaultRootWindow(display);
+    Window window = FindWindow(display, root, title);
+    XWindowAttributes attributes = {};
+    if (window != 0 && XGetWindowAttributes(display, window, &attributes) != 0 &&
+        attributes.map_state == IsViewable)
+    {
+        Window child = 0;
+        XTranslateCoordinates(display, window, root, 0, 0, &place.left, &place.top, &child);
+        place.width = attributes.width;
+        place.height = attributes.height;
+    }
+    XSetErrorHandler(handler);
+    return place;
+}
+
 bool CloseWindow(const VirtualScreen& screen, const std::string& title)
 {
     Display* display = Connection(screen);
@@ -203,6 +245,22 @@ bool CloseWindow(const VirtualScreen& screen, const std::string& title)
     XSendEvent(display, window, False, NoEventMask, &event);
     XSync(display, False);
     return true;
+}
+
+Picture CutPicture(const Picture& picture, const WindowPlace& part)
+{
+    static constexpr uint8_t kBlack[] = {0, 0, 0};
+    Picture cut = {part.width, part.height, {}};
+    for (int32_t y = part.top; y < part.top + part.height; ++y)
+    {
+        for (int32_t x = part.left; x < part.left + part.width; ++x)
+        {
+            bool inside = 0 <= x && x < picture.width && 0 <= y && y < picture.height;
+            const uint8_t* pixel = inside ? PixelAt(picture, x, y) : kBlack;
+            cut.rgb.insert(cut.rgb.end(), pixel, pixel + 3);
+        }
+    }
+    return cut;
 }
 
 Picture ShrinkPicture(const Picture& picture, int32_t factor)

@@ -1,7 +1,8 @@
 // An X server of a test's own, with a screen that nobody sees: what the real program shows on it
-// can be looked at, and keys pressed.
+// can be looked at, keys pressed and the pointer moved.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <sys/types.h>
@@ -14,6 +15,13 @@ struct Picture
     int32_t height;
     std::vector<uint8_t> rgb;
 };
+
+/// @return red, green and blue of a pixel that the picture has
+inline const uint8_t* PixelAt(const Picture& picture, int32_t x, int32_t y)
+{
+    size_t row = static_cast<size_t>(y) * static_cast<size_t>(picture.width);
+    return &picture.rgb[(row + static_cast<size_t>(x)) * 3];
+}
 
 /// Xvfb, started by the constructor and ended by the destructor. A server that does not start ends
 /// the test program.
@@ -36,9 +44,31 @@ Picture CaptureScreen(const VirtualScreen& screen);
 void PressKey(const VirtualScreen& screen, const std::string& key);
 void ReleaseKey(const VirtualScreen& screen, const std::string& key);
 
+/// Puts the pointer on a pixel of the screen.
+void MovePointer(const VirtualScreen& screen, int32_t x, int32_t y);
+
+/// Presses the pointer's left button, until ReleaseButton.
+void PressButton(const VirtualScreen& screen);
+void ReleaseButton(const VirtualScreen& screen);
+
+/// Where a window lies on the screen; all 0 if there is none.
+struct WindowPlace
+{
+    int32_t left; // pixels
+    int32_t top;
+    int32_t width;
+    int32_t height;
+};
+
+/// @return the place of the window with this title that is shown
+WindowPlace FindWindowPlace(const VirtualScreen& screen, const std::string& title);
+
 /// Asks the window with this title to close, as its close button does.
 /// @return false if there is none
 bool CloseWindow(const VirtualScreen& screen, const std::string& title);
+
+/// @return a part of a picture; black where that lies outside
+Picture CutPicture(const Picture& picture, const WindowPlace& part);
 
 /// @return the picture in `factor` times smaller sides, each pixel the mean of a square
 Picture ShrinkPicture(const Picture& picture, int32_t factor);
