@@ -318,6 +318,21 @@ static void CopyMazeRow(const uint8_t* const* blocks, size_t offset, size_t cell
     }
 }
 
+/// Stores one image row of a maze, leaving out the cells that have no block.
+/// @param blocks   each cell's block
+/// @param none     the block of the cells that stay as they are in the image
+static void StoreWrittenCells(const uint8_t* row, const uint8_t* const* blocks, const uint8_t* none,
+                              size_t cells, size_t cellBytes, uint8_t* out)
+{
+    for (size_t cell = 0; cell < cells; ++cell)
+    {
+        if (blocks[cell] != none)
+        {
+            memcpy(out + cell * cellBytes, row + cell * cellBytes, cellBytes);
+        }
+    }
+}
+
 static void GenerateMaze(const float* params, int32_t size, uint8_t* pixels)
 {
     const int32_t mazeSize = ClampInt(TruncateToInt(rintf(params[3])), 1, 7);
@@ -336,11 +351,13 @@ static void GenerateMaze(const float* params, int32_t size, uint8_t* pixels)
     }
 
     // Cells with the same corners look the same: each case's block is rendered when it first
-    // occurs.
+    // occurs. One block more stands for the cells that are not written.
+    static constexpr uint32_t kNoCase = 16;
     const size_t pitch = side * 3 + 8; // copies of a row take words of eight bytes
-    uint8_t* blocks = AllocateBlock<uint8_t>(16 * side * pitch, "the cells of a maze");
-    memset(blocks, 0, 16 * side * pitch);
-    bool rendered[16] = {};
+    uint8_t* blocks = AllocateBlock<uint8_t>((kNoCase + 1) * side * pitch, "the cells of a maze");
+    memset(blocks, 0, (kNoCase + 1) * side * pitch);
+    const uint8_t* none = blocks + kNoCase * side * pitch;
+    bool rendered[kNoCase] = {};
     const uint8_t** cellBlocks = AllocateBlock<const uint8_t*>(cells, "a row of a maze");
     const size_t rowBytes = cells * side * 3;
     uint8_t* row = AllocateBlock<uint8_t>(rowBytes + 8, "a row of a maze");
@@ -348,14 +365,17 @@ static void GenerateMaze(const float* params, int32_t size, uint8_t* pixels)
     {
         const uint8_t* upper = grid + cellY * (cells + 1);
         const uint8_t* lower = upper + cells + 1;
+        bool allWritten = true;
         for (size_t cellX = 0; cellX < cells; ++cellX)
         {
-            uint32_t corners =
+            const uint32_t corners =
                 8U * upper[cellX] + 4U * upper[cellX + 1] + 2U * lower[cellX] + lower[cellX + 1];
             if (corners > 15)
             {
                 printf("WTF?\n"); // never seen: the grid holds 0 and 1
-                corners = 0;      // black, as layers are allocated
+                cellBlocks[cellX] = none;
+                allWritten = false;
+                continue;
             }
             uint8_t* block = blocks + corners * side * pitch;
             if (!rendered[corners])
@@ -368,7 +388,15 @@ static void GenerateMaze(const float* params, int32_t size, uint8_t* pixels)
         for (size_t j = 0; j < side; ++j)
         {
             CopyMazeRow(cellBlocks, j * pitch, cells, side, row);
-            memcpy(pixels + (cellY * side + j) * RowBytes(size), row, rowBytes);
+            uint8_t* out = pixels + (cellY * side + j) * RowBytes(size);
+            if (allWritten)
+            {
+                memcpy(out, row, rowBytes);
+            }
+            else
+            {
+                StoreWrittenCells(row, cellBlocks, none, cells, side * 3, out);
+            }
         }
     }
     free(row);
@@ -394,7 +422,8 @@ static void TakeEqualSteps(float pitch, Wrapped* wrapped)
     const float second = start - pitch;
     const float third = second - pitch;
     const float step = start - second;
-    if (third < powerOfTwo || second - third != step)
+    // A step of nothing would never get there, and be divided by.
+    if (step <= 0.0F || third < powerOfTwo || second - third != step)
     {
         return;
     }

@@ -36,9 +36,7 @@ size_t UploadBytes(int32_t width, int32_t height, int32_t components);
 ///   else                the mean of 2x2 pixels, a source row being taken as 2 * width pixels. A
 ///                       source of odd width has longer rows, and the level comes out slanted.
 /// @param level        size of the level to make, both sides at least 1
-/// @param source       at least width * height * 2 pixels where a side is 1, else four times as
-/// many
-///                     as the level
+/// @param source       twice the level's pixels at least where a side is 1, else four times
 /// @param components   3 or 4 bytes a pixel
 /// @param out          width * height * components bytes
 void FillMipLevel(const uint8_t* source, MipSize level, int32_t components, uint8_t* out);
