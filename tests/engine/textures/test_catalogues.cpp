@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <string>
 
 /// The names of a row, separated by bars, until the first empty one; fails on text behind that.
@@ -34,7 +35,7 @@ static int CountNames(const char (&names)[kCount][32])
     return count;
 }
 
-/// Behind a name all bytes are zero, and one at least is.
+/// Behind a text all bytes are zero, and one at least is.
 template <size_t kSize>
 static bool IsZeroFilled(const char (&text)[kSize])
 {
@@ -47,6 +48,19 @@ static bool IsZeroFilled(const char (&text)[kSize])
         }
     }
     return length < kSize;
+}
+
+template <size_t kCount>
+static bool AreZeroFilled(const char (&names)[kCount][32])
+{
+    for (const char(&name)[32] : names)
+    {
+        if (!IsZeroFilled(name))
+        {
+            return false;
+        }
+    }
+    return true;
 }
 
 TEST(Catalogues, RowsHaveTheWidthsOfTheFormat)
@@ -83,14 +97,12 @@ TEST(Catalogues, CountsAreTheNumbersOfNames)
     for (const EnvelopeFunctionRow& row : EnvelopeFunctionCatalogue)
     {
         EXPECT_EQ(CountNames(row.params), row.paramCount) << row.name;
-        EXPECT_TRUE(IsZeroFilled(row.formula));
     }
     for (const MaterialRow& row : MaterialCatalogue)
     {
         EXPECT_EQ(CountNames(row.params), row.colorCount + row.scalarCount + row.lightCount +
                                               row.textureCount + row.effectCount + row.bitmapCount)
             << row.name;
-        EXPECT_TRUE(IsZeroFilled(row.name));
     }
     for (const Effect2DRow& row : Effect2DCatalogue)
     {
@@ -103,7 +115,6 @@ TEST(Catalogues, CountsAreTheNumbersOfNames)
     for (const PassKindRow& row : PassKindCatalogue)
     {
         EXPECT_EQ(CountNames(row.params), row.paramCount) << row.name;
-        EXPECT_TRUE(IsZeroFilled(row.name));
     }
     for (const GenMeshRow& row : GenMeshCatalogue)
     {
@@ -111,64 +122,152 @@ TEST(Catalogues, CountsAreTheNumbersOfNames)
     }
 }
 
+template <typename Row, size_t kRows>
+static void ExpectZeroFilledRows(const Row (&rows)[kRows])
+{
+    for (const Row& row : rows)
+    {
+        EXPECT_TRUE(IsZeroFilled(row.name)) << row.name;
+        EXPECT_TRUE(AreZeroFilled(row.params)) << row.name;
+    }
+}
+
+template <size_t kRows>
+static void ExpectZeroFilledNames(const NameRow (&rows)[kRows])
+{
+    for (const NameRow& row : rows)
+    {
+        EXPECT_TRUE(IsZeroFilled(row.name)) << row.name;
+    }
+}
+
+TEST(Catalogues, EveryArrayIsZeroBehindItsText)
+{
+    ExpectZeroFilledRows(GeneratorCatalogue);
+    ExpectZeroFilledRows(FilterCatalogue);
+    ExpectZeroFilledRows(CombinerCatalogue);
+    ExpectZeroFilledNames(LoopModeCatalogue);
+    ExpectZeroFilledRows(EnvelopeFunctionCatalogue);
+    for (const EnvelopeFunctionRow& row : EnvelopeFunctionCatalogue)
+    {
+        EXPECT_TRUE(IsZeroFilled(row.formula)) << row.name;
+    }
+    ExpectZeroFilledNames(ValueKindCatalogue);
+    ExpectZeroFilledRows(MaterialCatalogue);
+    ExpectZeroFilledRows(Effect2DCatalogue);
+    ExpectZeroFilledNames(ObjectKindCatalogue);
+    ExpectZeroFilledRows(ManipulatorCatalogue);
+    ExpectZeroFilledRows(PassKindCatalogue);
+    ExpectZeroFilledRows(GenMeshCatalogue);
+    ExpectZeroFilledNames(FogModeCatalogue);
+}
+
+/// A row that has one count for all its parameters.
+struct ExpectedRow
+{
+    const char* name;
+    int paramCount;
+    const char* params; // separated by bars
+};
+
+template <typename Row, size_t kRows>
+static void ExpectRows(const Row (&rows)[kRows], const ExpectedRow (&expected)[kRows])
+{
+    for (size_t i = 0; i < kRows; ++i)
+    {
+        EXPECT_STREQ(rows[i].name, expected[i].name);
+        EXPECT_EQ(rows[i].paramCount, expected[i].paramCount) << expected[i].name;
+        EXPECT_EQ(Names(rows[i].params), expected[i].params) << expected[i].name;
+    }
+}
+
 TEST(Catalogues, AnEffectOfType0HasTwoParametersAndTheOthersHaveOne)
 {
-    EXPECT_EQ(Effect2DCatalogue[0].paramCount, 2);
-    EXPECT_EQ(Effect2DCatalogue[1].paramCount, 1);
-    EXPECT_EQ(Effect2DCatalogue[2].paramCount, 1);
-    EXPECT_EQ(Effect2DCatalogue[3].paramCount, 1);
-    EXPECT_STREQ(Effect2DCatalogue[0].name, "Test 2d effect");
-    EXPECT_STREQ(Effect2DCatalogue[1].name, "Effect 1");
-    EXPECT_STREQ(Effect2DCatalogue[2].name, "Amoba");
-    EXPECT_STREQ(Effect2DCatalogue[3].name, "Rotate");
-    EXPECT_EQ(Names(Effect2DCatalogue[0].params), "Test parameter1|Test parameter2");
-    EXPECT_EQ(Names(Effect2DCatalogue[2].params), "Update");
+    static constexpr ExpectedRow kExpected[] = {
+        {"Test 2d effect", 2, "Test parameter1|Test parameter2"},
+        {"Effect 1", 1, "Step"},
+        {"Amoba", 1, "Update"},
+        {"Rotate", 1, "Step"},
+    };
+    ExpectRows(Effect2DCatalogue, kExpected);
 }
 
 TEST(Catalogues, GeneratorsListColorsBeforeScalars)
 {
-    EXPECT_STREQ(GeneratorCatalogue[2].name, "Radial colors");
-    EXPECT_EQ(GeneratorCatalogue[2].colorCount, 2);
-    EXPECT_EQ(GeneratorCatalogue[2].scalarCount, 2);
-    EXPECT_EQ(Names(GeneratorCatalogue[2].params),
-              "Center color|Margin color|Inverse radian|Color offset (0-127)");
-    EXPECT_EQ(Names(GeneratorCatalogue[3].params),
-              "Color|Maze size (1 - 7 integer)|Maze field (integer)|Maze fullness (0 - 1 float)");
-    EXPECT_EQ(Names(GeneratorCatalogue[4].params),
-              "Brick color|Wall color|Horizontal number|Vertical number|Horizontal margin|Vertical "
-              "margin|Second line offset");
-    EXPECT_EQ(Names(GeneratorCatalogue[5].params), "Color|Random seed");
+    struct ExpectedGenerator
+    {
+        const char* name;
+        int colorCount;
+        int scalarCount;
+        const char* params;
+    };
+    static constexpr ExpectedGenerator kExpected[] = {
+        {"Color", 1, 0, "Color"},
+        {"Sinus plasma", 1, 2, "Plasma color|Repeat x|Repeat y"},
+        {"Radial colors", 2, 2, "Center color|Margin color|Inverse radian|Color offset (0-127)"},
+        {"Maze", 1, 3,
+         "Color|Maze size (1 - 7 integer)|Maze field (integer)|Maze fullness (0 - 1 float)"},
+        {"Bricks", 2, 5,
+         "Brick color|Wall color|Horizontal number|Vertical number|Horizontal margin|Vertical "
+         "margin|Second line offset"},
+        {"Noise", 1, 1, "Color|Random seed"},
+    };
+    static_assert(std::size(kExpected) == kGeneratorRows);
+    for (size_t i = 0; i < kGeneratorRows; ++i)
+    {
+        const GeneratorRow& row = GeneratorCatalogue[i];
+        EXPECT_STREQ(row.name, kExpected[i].name);
+        EXPECT_EQ(row.colorCount, kExpected[i].colorCount) << row.name;
+        EXPECT_EQ(row.scalarCount, kExpected[i].scalarCount) << row.name;
+        EXPECT_EQ(Names(row.params), kExpected[i].params) << row.name;
+    }
 }
 
 TEST(Catalogues, StepsAreInTheOrderOfTheirNumbers)
 {
-    static const char* const kFilters[] = {"Invert", "Multiply", "Offset",     "Ripple",
-                                           "Blur",   "Emboss",   "Convolution"};
-    for (size_t i = 0; i < 7; ++i)
-    {
-        EXPECT_STREQ(FilterCatalogue[i].name, kFilters[i]);
-    }
-    static const char* const kCombiners[] = {"Add", "Multiply", "Maximum", "Minimum"};
-    for (size_t i = 0; i < 4; ++i)
-    {
-        EXPECT_STREQ(CombinerCatalogue[i].name, kCombiners[i]);
-    }
-    EXPECT_EQ(Names(FilterCatalogue[3].params),
-              "X amplitude|Y amplitude|X wavelength|Y wavelength");
-    EXPECT_EQ(Names(FilterCatalogue[6].params), "m11|m12|m13|m21|m22|m23|m31|m32|m33");
-    EXPECT_EQ(Names(CombinerCatalogue[1].params), "Scale");
+    static constexpr ExpectedRow kFilters[] = {
+        {"Invert", 0, ""},
+        {"Multiply", 1, "Scale"},
+        {"Offset", 2, "X offset|Y offset"},
+        {"Ripple", 4, "X amplitude|Y amplitude|X wavelength|Y wavelength"},
+        {"Blur", 0, ""},
+        {"Emboss", 1, "Direction (1-4)"},
+        {"Convolution", 9, "m11|m12|m13|m21|m22|m23|m31|m32|m33"},
+    };
+    static constexpr ExpectedRow kCombiners[] = {
+        {"Add", 2, "1. scale|2. scale"},
+        {"Multiply", 1, "Scale"},
+        {"Maximum", 2, "1. scale|2. scale"},
+        {"Minimum", 2, "1. scale|2. scale"},
+    };
+    ExpectRows(FilterCatalogue, kFilters);
+    ExpectRows(CombinerCatalogue, kCombiners);
 }
 
 TEST(Catalogues, EnvelopeFunctionsTellTheirFormulas)
 {
-    EXPECT_STREQ(EnvelopeFunctionCatalogue[2].formula, "f(x) = a * (x - b)^2 + c");
-    EXPECT_STREQ(EnvelopeFunctionCatalogue[3].formula, "f(x) = a * sin(x * b - c) + d");
-    EXPECT_STREQ(EnvelopeFunctionCatalogue[4].formula, "Catmull-Rom Spline");
-    EXPECT_STREQ(EnvelopeFunctionCatalogue[5].formula, "f(x) = (a * x + e) * sin(x * b - c) + d");
-    EXPECT_EQ(EnvelopeFunctionCatalogue[4].paramCount, 24);
-    EXPECT_STREQ(EnvelopeFunctionCatalogue[4].params[0], "x1");
-    EXPECT_STREQ(EnvelopeFunctionCatalogue[4].params[1], "y1");
-    EXPECT_STREQ(EnvelopeFunctionCatalogue[4].params[23], "y12");
+    static constexpr ExpectedRow kExpected[] = {
+        {"Constant", 1, "a"},
+        {"Linear", 2, "a|b"},
+        {"Quadratic", 3, "a|b|c"},
+        {"Sinus", 4, "a|b|c|d"},
+        {"Catmull-Rom Spline", 24,
+         "x1|y1|x2|y2|x3|y3|x4|y4|x5|y5|x6|y6|x7|y7|x8|y8|x9|y9|x10|y10|x11|y11|x12|y12"},
+        {"Sinus * x", 5, "a|b|c|d|e"},
+    };
+    ExpectRows(EnvelopeFunctionCatalogue, kExpected);
+    static const char* const kFormulas[] = {
+        "f(x) = a",
+        "f(x) = a * x + b",
+        "f(x) = a * (x - b)^2 + c",
+        "f(x) = a * sin(x * b - c) + d",
+        "Catmull-Rom Spline",
+        "f(x) = (a * x + e) * sin(x * b - c) + d",
+    };
+    for (size_t i = 0; i < kEnvelopeFunctionRows; ++i)
+    {
+        EXPECT_STREQ(EnvelopeFunctionCatalogue[i].formula, kFormulas[i]);
+    }
 }
 
 struct ExpectedMaterial
@@ -243,47 +342,57 @@ TEST(Catalogues, OnlyTheModelPlacerPlacesOnAMesh)
 
 TEST(Catalogues, ManipulatorsHaveTheCountsThatTheirChainUses)
 {
-    EXPECT_EQ(ManipulatorCatalogue[0].paramCount, 12);
-    EXPECT_EQ(ManipulatorCatalogue[1].paramCount, 10);
-    EXPECT_EQ(ManipulatorCatalogue[2].paramCount, 3);
-    EXPECT_EQ(ManipulatorCatalogue[3].paramCount, 9);
-    EXPECT_STREQ(ManipulatorCatalogue[0].params[2], "Z number");
-    EXPECT_STREQ(ManipulatorCatalogue[0].params[11], "Scale Z step");
-    EXPECT_STREQ(ManipulatorCatalogue[1].params[1], "Position X step");
-    EXPECT_EQ(Names(ManipulatorCatalogue[2].params), "Time|Amplitude|Wavelength");
-    EXPECT_STREQ(ManipulatorCatalogue[3].params[8], "Scale Z");
+    static constexpr ExpectedRow kExpected[] = {
+        {"XYZ Multiplier", 12,
+         "X number|Y number|Z number|Position X step|Position Y step|Position Z step|Rotate X "
+         "step|Rotate Y step|Rotate Z step|Scale X step|Scale Y step|Scale Z step"},
+        {"X Multiplier", 10,
+         "X number|Position X step|Position Y step|Position Z step|Rotate X step|Rotate Y "
+         "step|Rotate Z step|Scale X step|Scale Y step|Scale Z step"},
+        {"Rippler", 3, "Time|Amplitude|Wavelength"},
+        {"Model placer", 9,
+         "Position X|Position Y|Position Z|Rotate X|Rotate Y|Rotate Z|Scale X|Scale Y|Scale Z"},
+    };
+    ExpectRows(ManipulatorCatalogue, kExpected);
+}
+
+template <size_t kRows>
+static std::string RowNames(const NameRow (&rows)[kRows])
+{
+    std::string text;
+    for (const NameRow& row : rows)
+    {
+        text += std::string(text.empty() ? "" : "|") + row.name;
+    }
+    return text;
 }
 
 TEST(Catalogues, ShortListsAreComplete)
 {
-    EXPECT_STREQ(LoopModeCatalogue[0].name, "Off");
-    EXPECT_STREQ(LoopModeCatalogue[1].name, "Loop");
-    EXPECT_STREQ(LoopModeCatalogue[2].name, "Ping-pong");
-    EXPECT_STREQ(ValueKindCatalogue[0].name, "Float");
-    EXPECT_STREQ(ValueKindCatalogue[1].name, "Integer");
-    EXPECT_STREQ(ObjectKindCatalogue[0].name, "Model");
-    EXPECT_STREQ(ObjectKindCatalogue[1].name, "Genmesh");
-    EXPECT_STREQ(FogModeCatalogue[0].name, "Off");
-    EXPECT_STREQ(FogModeCatalogue[1].name, "Linear");
-    EXPECT_STREQ(GenMeshCatalogue[0].name, "Lake water");
-    EXPECT_STREQ(GenMeshCatalogue[1].name, "Centerwave water");
-    EXPECT_STREQ(GenMeshCatalogue[1].params[0], "Time");
+    EXPECT_EQ(RowNames(LoopModeCatalogue), "Off|Loop|Ping-pong");
+    EXPECT_EQ(RowNames(ValueKindCatalogue), "Float|Integer");
+    EXPECT_EQ(RowNames(ObjectKindCatalogue), "Model|Genmesh");
+    EXPECT_EQ(RowNames(FogModeCatalogue), "Off|Linear");
+}
+
+TEST(Catalogues, MeshGeneratorsTakeTheTime)
+{
+    static constexpr ExpectedRow kExpected[] = {
+        {"Lake water", 1, "Time"},
+        {"Centerwave water", 1, "Time"},
+    };
+    ExpectRows(GenMeshCatalogue, kExpected);
 }
 
 TEST(Catalogues, PassKindsThatDrawIntoATextureNameIt)
 {
-    static const char* const kNames[] = {
-        "Simple render",
-        "Render to texture",
-        "Link with previous",
-        "Clear Z-buffer and render",
-        "Render to texture, force 16:9",
-        "Render to quarter screen texture",
+    static constexpr ExpectedRow kExpected[] = {
+        {"Simple render", 0, ""},
+        {"Render to texture", 1, "Texture"},
+        {"Link with previous", 0, ""},
+        {"Clear Z-buffer and render", 0, ""},
+        {"Render to texture, force 16:9", 1, "Texture"},
+        {"Render to quarter screen texture", 1, "Texture"},
     };
-    for (size_t i = 0; i < 6; ++i)
-    {
-        EXPECT_STREQ(PassKindCatalogue[i].name, kNames[i]);
-        EXPECT_EQ(PassKindCatalogue[i].paramCount, i == 1 || i >= 4 ? 1 : 0);
-    }
-    EXPECT_STREQ(PassKindCatalogue[5].params[0], "Texture");
+    ExpectRows(PassKindCatalogue, kExpected);
 }
