@@ -59,11 +59,13 @@ static std::string Describe(uint32_t type, int32_t size, const std::vector<float
     return text;
 }
 
-class LayerGenerator : public testing::Test
+/// Every test runs with each form of the pixel loops that this processor has.
+class LayerGenerator : public testing::TestWithParam<const PixelKernels*>
 {
   protected:
     void SetUp() override
     {
+        SetPixelKernels(GetParam());
         BuildCornerMasks();
     }
 
@@ -73,24 +75,34 @@ class LayerGenerator : public testing::Test
     }
 };
 
-/// Holds generators of random parameters to their plain form, with every form of the pixel loops.
+static std::vector<const PixelKernels*> ListForms()
+{
+    std::vector<const PixelKernels*> forms;
+    for (uint32_t n = 0; ListPixelKernels(n) != nullptr; ++n)
+    {
+        forms.push_back(ListPixelKernels(n));
+    }
+    return forms;
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryForm, LayerGenerator, testing::ValuesIn(ListForms()),
+                         [](const testing::TestParamInfo<const PixelKernels*>& form)
+                         { return std::string(form.param->name); });
+
+/// Holds generators of random parameters to their plain form.
 /// @param makeParams   fills the parameters
 static void CompareRandomLayers(uint32_t type, int runs, const std::vector<int32_t>& sides,
                                 void (*makeParams)(RandomSource&, std::vector<float>&))
 {
-    for (uint32_t n = 0; ListPixelKernels(n) != nullptr; ++n)
+    RandomSource random;
+    for (int run = 0; run < runs; ++run)
     {
-        SetPixelKernels(ListPixelKernels(n));
-        RandomSource random;
-        for (int run = 0; run < runs; ++run)
-        {
-            const int32_t size = sides[NextBelow(random, static_cast<uint32_t>(sides.size()))];
-            std::vector<float> params(kLayerParams);
-            makeParams(random, params);
-            ASSERT_EQ(CompareBytes(Generate(type, params, size), GeneratePlain(type, params, size)),
-                      "same")
-                << Describe(type, size, params);
-        }
+        const int32_t size = sides[NextBelow(random, static_cast<uint32_t>(sides.size()))];
+        std::vector<float> params(kLayerParams);
+        makeParams(random, params);
+        ASSERT_EQ(CompareBytes(Generate(type, params, size), GeneratePlain(type, params, size)),
+                  "same")
+            << Describe(type, size, params);
     }
 }
 
@@ -102,12 +114,12 @@ static void AnyParams(RandomSource& random, std::vector<float>& params)
     }
 }
 
-TEST_F(LayerGenerator, ColorEqualsThePlainForm)
+TEST_P(LayerGenerator, ColorEqualsThePlainForm)
 {
     CompareRandomLayers(0, 1000, {1, 2, 5, 16, 33}, AnyParams);
 }
 
-TEST_F(LayerGenerator, SinusPlasmaEqualsThePlainFormOnTheSameMachine)
+TEST_P(LayerGenerator, SinusPlasmaEqualsThePlainFormOnTheSameMachine)
 {
     // Sines differ in their last bit between processors, so only this comparison holds everywhere.
     CompareRandomLayers(1, 1000, {1, 2, 5, 16, 33}, AnyParams);
@@ -121,7 +133,7 @@ TEST_F(LayerGenerator, SinusPlasmaEqualsThePlainFormOnTheSameMachine)
                         });
 }
 
-TEST_F(LayerGenerator, RadialColorsEqualThePlainForm)
+TEST_P(LayerGenerator, RadialColorsEqualThePlainForm)
 {
     CompareRandomLayers(2, 1000, {1, 2, 5, 16, 33, 64}, AnyParams);
     CompareRandomLayers(2, 60, {256},
@@ -136,7 +148,7 @@ TEST_F(LayerGenerator, RadialColorsEqualThePlainForm)
                         });
 }
 
-TEST_F(LayerGenerator, MazesEqualThePlainForm)
+TEST_P(LayerGenerator, MazesEqualThePlainForm)
 {
     CompareRandomLayers(3, 1000, {1, 2, 5, 16, 33, 64}, AnyParams);
     CompareRandomLayers(3, 60, {256},
@@ -149,7 +161,7 @@ TEST_F(LayerGenerator, MazesEqualThePlainForm)
                         });
 }
 
-TEST_F(LayerGenerator, BricksEqualThePlainForm)
+TEST_P(LayerGenerator, BricksEqualThePlainForm)
 {
     // Counts to a few thousand: the plain form takes every pitch off one by one.
     CompareRandomLayers(4, 1000, {1, 2, 5, 16, 33, 64, 256},
@@ -167,13 +179,13 @@ TEST_F(LayerGenerator, BricksEqualThePlainForm)
                         });
 }
 
-TEST_F(LayerGenerator, NoiseEqualsThePlainForm)
+TEST_P(LayerGenerator, NoiseEqualsThePlainForm)
 {
     CompareRandomLayers(5, 1000, {1, 2, 5, 16, 33, 64}, AnyParams);
     CompareRandomLayers(5, 20, {256}, AnyParams);
 }
 
-TEST_F(LayerGenerator, AColorAboveOneWrapsRound)
+TEST_P(LayerGenerator, AColorAboveOneWrapsRound)
 {
     const Bytes pixels = Generate(0, {1.5F, 1.0F, -0.25F}); // 382.5, 255, -63.75
     ASSERT_EQ(pixels.size(), 196608U);
@@ -185,13 +197,13 @@ TEST_F(LayerGenerator, AColorAboveOneWrapsRound)
     }
 }
 
-TEST_F(LayerGenerator, SinusPlasmaWithoutRepeatsIs127Everywhere)
+TEST_P(LayerGenerator, SinusPlasmaWithoutRepeatsIs127Everywhere)
 {
     EXPECT_EQ(Generate(1, {1.0F, 1.0F, 1.0F, 0.0F, 0.0F}), Bytes(ImageBytes(256), 127));
     EXPECT_EQ(Generate(1, {0.5F, 0.5F, 0.5F, 0.0F, 0.0F}), Bytes(ImageBytes(256), 63));
 }
 
-TEST_F(LayerGenerator, SinusPlasmaSwingsOnceAcrossTheImageForARepeatOfOne)
+TEST_P(LayerGenerator, SinusPlasmaSwingsOnceAcrossTheImageForARepeatOfOne)
 {
     const Bytes pixels = Generate(1, {1.0F, 1.0F, 1.0F, 1.0F, 0.0F});
     EXPECT_EQ(At(pixels, 0, 0), 127);
@@ -206,13 +218,13 @@ TEST_F(LayerGenerator, SinusPlasmaSwingsOnceAcrossTheImageForARepeatOfOne)
     EXPECT_EQ(At(both, 192, 192), 0);
 }
 
-TEST_F(LayerGenerator, SinusPlasmaOfAnInfiniteRepeatIsBlack)
+TEST_P(LayerGenerator, SinusPlasmaOfAnInfiniteRepeatIsBlack)
 {
     // No number, so -2147483648, of which the low 8 bits of the float product stay: 0.
     EXPECT_EQ(Generate(1, {1.0F, 1.0F, 1.0F, INFINITY, 1.0F}), Bytes(ImageBytes(256), 0));
 }
 
-TEST_F(LayerGenerator, RadialColorsReachTheMarginWhereTheRampPasses127)
+TEST_P(LayerGenerator, RadialColorsReachTheMarginWhereTheRampPasses127)
 {
     // Inverse radian 1, offset 0: q is the distance. Margin 200 / 255, center 1.
     const float margin = 200.0F / 255.0F;
@@ -226,7 +238,7 @@ TEST_F(LayerGenerator, RadialColorsReachTheMarginWhereTheRampPasses127)
     EXPECT_EQ(At(pixels, 138, 128), static_cast<int>(20.0F * margin + 235.0F));
 }
 
-TEST_F(LayerGenerator, RadialColorsOffsetKeepsTheCenterAndSteepensTheRest)
+TEST_P(LayerGenerator, RadialColorsOffsetKeepsTheCenterAndSteepensTheRest)
 {
     // Offset 127 leaves a divisor of 1: one pixel past the offset the ramp has run out.
     const Bytes pixels = Generate(2, {0, 0, 0, 1, 1, 1, 1.0F, 127.0F});
@@ -241,7 +253,7 @@ TEST_F(LayerGenerator, RadialColorsOffsetKeepsTheCenterAndSteepensTheRest)
               Generate(2, {0, 0, 0, 1, 1, 1, 1.0F, 0.0F}));
 }
 
-TEST_F(LayerGenerator, MazeSizesAreRoundedToEvenAndClamped)
+TEST_P(LayerGenerator, MazeSizesAreRoundedToEvenAndClamped)
 {
     const auto maze = [](float size)
     {
@@ -258,7 +270,7 @@ TEST_F(LayerGenerator, MazeSizesAreRoundedToEvenAndClamped)
     EXPECT_NE(maze(6.0F), maze(7.0F));
 }
 
-TEST_F(LayerGenerator, MazeFullnessZeroIsBlackAndOneIsFlat)
+TEST_P(LayerGenerator, MazeFullnessZeroIsBlackAndOneIsFlat)
 {
     for (float size = 1.0F; size <= 7.0F; size += 1.0F)
     {
@@ -276,7 +288,7 @@ static float FirstRandom(uint32_t seed)
     return static_cast<float>((seed >> 16) & 0x7FFF) / 32768.0F;
 }
 
-TEST_F(LayerGenerator, AMazeCellIsSetOnlyAboveOneHalf)
+TEST_P(LayerGenerator, AMazeCellIsSetOnlyAboveOneHalf)
 {
     // Seeds whose first random number is exactly one half, and the next one above it. The upper
     // left pixel of the image is its cell's upper left corner, and a mask's corner is 253 or 0.
@@ -299,7 +311,7 @@ TEST_F(LayerGenerator, AMazeCellIsSetOnlyAboveOneHalf)
     EXPECT_GT(above, 0);
 }
 
-TEST_F(LayerGenerator, AMazeTiles)
+TEST_P(LayerGenerator, AMazeTiles)
 {
     // Cells of 2x2: a corner's value stands in the pixel at that corner, black or not, so the last
     // column's right corners must be those of the first column, and rows alike.
@@ -318,7 +330,7 @@ TEST_F(LayerGenerator, AMazeTiles)
     EXPECT_GT(changes, 20);
 }
 
-TEST_F(LayerGenerator, MazeSeedsKeepTheLow32BitsOfA64BitInteger)
+TEST_P(LayerGenerator, MazeSeedsKeepTheLow32BitsOfA64BitInteger)
 {
     const auto maze = [](float seed)
     {
@@ -340,7 +352,7 @@ static std::vector<float> Wall(float courses, float bricks, float rowMargin, flo
     return {1, 1, 1, 0, 0, 0, courses, bricks, rowMargin, columnMargin, offset};
 }
 
-TEST_F(LayerGenerator, ABrickEndsWhereThePixelEqualsItsWidth)
+TEST_P(LayerGenerator, ABrickEndsWhereThePixelEqualsItsWidth)
 {
     // 128 is not above 128, so it still lies in the first brick, at its very end.
     const Bytes pixels = Generate(4, Wall(1, 2, 0, 1, 0));
@@ -352,7 +364,7 @@ TEST_F(LayerGenerator, ABrickEndsWhereThePixelEqualsItsWidth)
     EXPECT_EQ(At(pixels, 255, 0), 255); // t is 127
 }
 
-TEST_F(LayerGenerator, HorizontalNumberCountsCoursesAndVerticalNumberBricks)
+TEST_P(LayerGenerator, HorizontalNumberCountsCoursesAndVerticalNumberBricks)
 {
     const Bytes courses = Generate(4, Wall(4, 1, 2, 0, 0));
     EXPECT_EQ(At(courses, 100, 0), 0);
@@ -370,7 +382,7 @@ TEST_F(LayerGenerator, HorizontalNumberCountsCoursesAndVerticalNumberBricks)
     EXPECT_EQ(At(bricks, 66, 100), 255);
 }
 
-TEST_F(LayerGenerator, EverySecondCourseIsRotatedLeft)
+TEST_P(LayerGenerator, EverySecondCourseIsRotatedLeft)
 {
     const Bytes pixels = Generate(4, Wall(2, 2, 0, 1, 10));
     EXPECT_EQ(At(pixels, 128, 0), 0);
@@ -381,7 +393,7 @@ TEST_F(LayerGenerator, EverySecondCourseIsRotatedLeft)
     EXPECT_EQ(At(pixels, 246, 255), 0); // where the row's start went
 }
 
-TEST_F(LayerGenerator, ASecondLineOffsetOfZeroOrTheWholeSideRotatesNothing)
+TEST_P(LayerGenerator, ASecondLineOffsetOfZeroOrTheWholeSideRotatesNothing)
 {
     const Bytes none = Generate(4, Wall(8, 4, 1, 1, 0));
     EXPECT_EQ(Generate(4, Wall(8, 4, 1, 1, 256)), none);
@@ -394,7 +406,7 @@ TEST_F(LayerGenerator, ASecondLineOffsetOfZeroOrTheWholeSideRotatesNothing)
     EXPECT_NE(Generate(4, Wall(8, 4, 1, 1, 5)), none);
 }
 
-TEST_F(LayerGenerator, ANegativeSecondLineOffsetStaysInsideTheRow)
+TEST_P(LayerGenerator, ANegativeSecondLineOffsetStaysInsideTheRow)
 {
     // Remainder -10 becomes 256 + 10, which wraps to a rotation by 10.
     EXPECT_EQ(Generate(4, Wall(8, 4, 1, 1, -10)), Generate(4, Wall(8, 4, 1, 1, 10)));
@@ -402,7 +414,7 @@ TEST_F(LayerGenerator, ANegativeSecondLineOffsetStaysInsideTheRow)
     EXPECT_EQ(Generate(4, Wall(8, 4, 1, 1, 266)), Generate(4, Wall(8, 4, 1, 1, 10)));
 }
 
-TEST_F(LayerGenerator, ANumberOfZeroIsOneBrickWithoutEnd)
+TEST_P(LayerGenerator, ANumberOfZeroIsOneBrickWithoutEnd)
 {
     const Bytes pixels = Generate(4, Wall(0, 0, 3, 2, 0));
     for (size_t y = 0; y < 256; ++y)
@@ -418,7 +430,7 @@ TEST_F(LayerGenerator, ANumberOfZeroIsOneBrickWithoutEnd)
     EXPECT_EQ(Generate(4, Wall(0.9F, -0.9F, 3, 2, 0)), pixels);
 }
 
-TEST_F(LayerGenerator, ThinCoursesAreCountedAsTheirSubtractionRounds)
+TEST_P(LayerGenerator, ThinCoursesAreCountedAsTheirSubtractionRounds)
 {
     // Courses far below a pixel: which of the two rows shows depends on how many were taken off,
     // one by one, each rounded. 1,000,000 courses take a million steps for the last row.
@@ -429,7 +441,7 @@ TEST_F(LayerGenerator, ThinCoursesAreCountedAsTheirSubtractionRounds)
     }
 }
 
-TEST_F(LayerGenerator, CoursesTooThinForAnyRowEndAtOnce)
+TEST_P(LayerGenerator, CoursesTooThinForAnyRowEndAtOnce)
 {
     // From 33,554,432 on a step below row 129 changes nothing; 2,147,483,520 is the most that a
     // float and an integer hold. Mortar of 1 is wider than such a course, none is not.
@@ -441,7 +453,7 @@ TEST_F(LayerGenerator, CoursesTooThinForAnyRowEndAtOnce)
     }
 }
 
-TEST_F(LayerGenerator, NoiseIsOneRandomNumberForAllThreeChannels)
+TEST_P(LayerGenerator, NoiseIsOneRandomNumberForAllThreeChannels)
 {
     const Bytes pixels = Generate(5, {1.0F, 0.5F, 0.0F, 1.0F});
     // Seed 1: 1103527590 >> 16 is 16838, 255 * 16838 / 32768 = 131.03; the channel at 0.5 is 65.5.
@@ -453,13 +465,13 @@ TEST_F(LayerGenerator, NoiseIsOneRandomNumberForAllThreeChannels)
     EXPECT_EQ(pixels[4], 22);
 }
 
-TEST_F(LayerGenerator, AnUnknownTypeLeavesThePixelsAlone)
+TEST_P(LayerGenerator, AnUnknownTypeLeavesThePixelsAlone)
 {
     EXPECT_EQ(Generate(6, {1, 1, 1}), Bytes(ImageBytes(256), 0xEE));
     EXPECT_EQ(Generate(0xFFFFFFFFU, {1, 1, 1}), Bytes(ImageBytes(256), 0xEE));
 }
 
-TEST_F(LayerGenerator, RandomParametersTakeOneRandForEachEntry)
+TEST_P(LayerGenerator, RandomParametersTakeOneRandForEachEntry)
 {
     static constexpr float kUnit = 1.0F / 2147483648.0F;
     for (uint32_t type = 0; type < 7; ++type)
@@ -515,7 +527,7 @@ static void ReadLayers(const char* items, LoadContext* context)
     CurrentPlace = {nullptr, kNoSection, 0, 0};
 }
 
-TEST_F(LayerGenerator, ALayerIsReadWithItsParametersWhateverTheyAreCalled)
+TEST_P(LayerGenerator, ALayerIsReadWithItsParametersWhateverTheyAreCalled)
 {
     LoadContext context = {};
     ReadLayers("<any type=\"0\"><a>0.5</a><b>1.0</b><c>-0.25x</c></any>"
@@ -552,7 +564,7 @@ static std::string RepeatText(const char* text, int count)
     return all;
 }
 
-TEST_F(LayerGenerator, TwentyFourParametersAreReadAndATwentyFifthIsFatal)
+TEST_P(LayerGenerator, TwentyFourParametersAreReadAndATwentyFifthIsFatal)
 {
     LoadContext context = {};
     const std::string full = "<l type=\"9\">" + RepeatText("<p>7</p>", 24) + "</l>";
@@ -566,7 +578,7 @@ TEST_F(LayerGenerator, TwentyFourParametersAreReadAndATwentyFifthIsFatal)
                 "parameters");
 }
 
-TEST_F(LayerGenerator, TwoHundredAndFortyEightLayersAreReadAndTheNextIsFatal)
+TEST_P(LayerGenerator, TwoHundredAndFortyEightLayersAreReadAndTheNextIsFatal)
 {
     LoadContext context = {};
     ReadLayers(RepeatText("<l type=\"9\"/>", 248).c_str(), &context);
@@ -578,7 +590,7 @@ TEST_F(LayerGenerator, TwoHundredAndFortyEightLayersAreReadAndTheNextIsFatal)
                 "quorvale: demo.xmlz, section 0 \\(layers\\), item 249: more than 248 layers");
 }
 
-TEST_F(LayerGenerator, ALayerWithoutATypeOrWithAnEmptyParameterIsFatal)
+TEST_P(LayerGenerator, ALayerWithoutATypeOrWithAnEmptyParameterIsFatal)
 {
     LoadContext context = {};
     EXPECT_EXIT(ReadLayers("<l/>", &context), testing::ExitedWithCode(1), "item 1: .*type");
