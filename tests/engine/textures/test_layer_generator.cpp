@@ -253,6 +253,19 @@ TEST_P(LayerGenerator, RadialColorsOffsetKeepsTheCenterAndSteepensTheRest)
               Generate(2, {0, 0, 0, 1, 1, 1, 1.0F, 0.0F}));
 }
 
+TEST_P(LayerGenerator, RadialColorsOfANegativeInverseRadianAreTheCenterColor)
+{
+    // Every distance gives a negative ramp, which counts as 0: 255 * 0.5 and 255 * 1.5 - 256.
+    const Bytes pixels = Generate(2, {0.5F, 1.0F, 1.5F, 0.25F, 0.25F, 0.25F, -1.0F, 0.0F});
+    for (size_t i = 0; i < pixels.size(); i += 3)
+    {
+        ASSERT_EQ(pixels[i], 127);
+        ASSERT_EQ(pixels[i + 1], 255);
+        ASSERT_EQ(pixels[i + 2], 126);
+    }
+    EXPECT_EQ(Generate(2, {0.5F, 1.0F, 1.5F, 0.25F, 0.25F, 0.25F, -0.001F, 90.0F}), pixels);
+}
+
 TEST_P(LayerGenerator, MazeSizesAreRoundedToEvenAndClamped)
 {
     const auto maze = [](float size)
@@ -330,6 +343,107 @@ TEST_P(LayerGenerator, AMazeTiles)
     EXPECT_GT(changes, 20);
 }
 
+/// The cases of a maze's cells, made from its seed and a fullness of one half; row by row.
+static std::vector<uint32_t> MazeCases(uint32_t seed, size_t cells)
+{
+    std::vector<uint32_t> grid((cells + 1) * (cells + 1));
+    for (uint32_t& cell : grid)
+    {
+        seed = seed * 1103515245U + 12345U;
+        cell = ((seed >> 16) & 0x7FFF) > 16384 ? 1 : 0;
+    }
+    std::vector<uint32_t> cases;
+    for (size_t y = 0; y < cells; ++y)
+    {
+        for (size_t x = 0; x < cells; ++x)
+        {
+            // The last column and row are the first ones.
+            const auto corner = [&](size_t right, size_t down)
+            {
+                return grid[(y + down) % cells * (cells + 1) + (x + right) % cells];
+            };
+            cases.push_back(8 * corner(0, 0) + 4 * corner(1, 0) + 2 * corner(0, 1) + corner(1, 1));
+        }
+    }
+    return cases;
+}
+
+TEST_P(LayerGenerator, MazeCellsOfTwoCornersAreTurnedByTheirCase)
+{
+    // Cells of 4x4, the mask's ramp of 0, 85, 170 and 255 eased to 0, 34, 127 and 253; between two
+    // opposite corners 113 and 141 stand too, eased to 59 and 90.
+    struct ExpectedCell
+    {
+        uint32_t corners;
+        int pixels[16];
+    };
+    static constexpr ExpectedCell kExpected[] = {
+        {5, {0, 34, 127, 253, 0, 34, 127, 253, 0, 34, 127, 253, 0, 34, 127, 253}},  // right
+        {10, {253, 127, 34, 0, 253, 127, 34, 0, 253, 127, 34, 0, 253, 127, 34, 0}}, // left
+        {6, {0, 34, 127, 253, 34, 59, 90, 127, 127, 90, 59, 34, 253, 127, 34, 0}},
+        {9, {253, 127, 34, 0, 127, 90, 59, 34, 34, 59, 90, 127, 0, 34, 127, 253}},
+    };
+    const Bytes pixels = Generate(3, {1, 1, 1, 2.0F, 77.0F, 0.5F});
+    const std::vector<uint32_t> cases = MazeCases(77, 64);
+    for (const ExpectedCell& expected : kExpected)
+    {
+        int cells = 0;
+        for (size_t cell = 0; cell < cases.size(); ++cell)
+        {
+            for (size_t i = 0; cases[cell] == expected.corners && i < 16; ++i)
+            {
+                ASSERT_EQ(At(pixels, cell % 64 * 4 + i % 4, cell / 64 * 4 + i / 4),
+                          expected.pixels[i])
+                    << expected.corners << ", " << i;
+            }
+            cells += cases[cell] == expected.corners ? 1 : 0;
+        }
+        EXPECT_GT(cells, 50) << expected.corners;
+    }
+}
+
+TEST_P(LayerGenerator, MazeCellsOfTwoCornersReadTheirMask)
+{
+    // Cells of 16x16: masks of index 3, 16 bytes a row.
+    const uint8_t* edge = GetCornerMask(3, 1);
+    const uint8_t* opposite = GetCornerMask(3, 2);
+    const Bytes pixels = Generate(3, {1, 1, 1, 4.0F, 5.0F, 0.5F});
+    const std::vector<uint32_t> cases = MazeCases(5, 16);
+    int checked[16] = {};
+    for (size_t cell = 0; cell < cases.size(); ++cell)
+    {
+        for (size_t j = 0; j < 16; ++j)
+        {
+            for (size_t i = 0; i < 16; ++i)
+            {
+                const int value = At(pixels, cell % 16 * 16 + i, cell / 16 * 16 + j);
+                switch (cases[cell])
+                {
+                case 5:
+                    ASSERT_EQ(value, edge[i * 16 + j]);
+                    break;
+                case 6:
+                    ASSERT_EQ(value, opposite[j * 16 + i]);
+                    break;
+                case 9:
+                    ASSERT_EQ(value, opposite[j * 16 + 15 - i]);
+                    break;
+                case 10:
+                    ASSERT_EQ(value, edge[(15 - i) * 16 + j]);
+                    break;
+                default:
+                    break;
+                }
+            }
+        }
+        checked[cases[cell]] += 1;
+    }
+    for (const int corners : {5, 6, 9, 10})
+    {
+        EXPECT_GT(checked[corners], 0) << corners;
+    }
+}
+
 TEST_P(LayerGenerator, MazeSeedsKeepTheLow32BitsOfA64BitInteger)
 {
     const auto maze = [](float seed)
@@ -380,6 +494,41 @@ TEST_P(LayerGenerator, HorizontalNumberCountsCoursesAndVerticalNumberBricks)
     EXPECT_EQ(At(bricks, 63, 100), 0);
     EXPECT_EQ(At(bricks, 65, 100), 0);
     EXPECT_EQ(At(bricks, 66, 100), 255);
+}
+
+TEST_P(LayerGenerator, BrickAndWallColorsAreThreeChannelsEach)
+{
+    // Bricks 255, 127.5 and 382.5; mortar 51, 0 and -63.75.
+    const Bytes pixels = Generate(4, {1.0F, 0.5F, 1.5F, 0.2F, 0.0F, -0.25F, 1, 1, 2, 3, 0});
+    static constexpr int kBrick[3] = {255, 127, 126};
+    static constexpr int kWall[3] = {51, 0, 193};
+    for (size_t y = 0; y < 256; ++y)
+    {
+        for (size_t x = 0; x < 256; ++x)
+        {
+            // The far margin is a pixel less: it ends where the next brick would start.
+            const bool isWall = y < 2 || y > 254 || x < 3 || x > 253;
+            for (size_t channel = 0; channel < 3; ++channel)
+            {
+                ASSERT_EQ(pixels[(y * 256 + x) * 3 + channel],
+                          isWall ? kWall[channel] : kBrick[channel])
+                    << x << " " << y;
+            }
+        }
+    }
+}
+
+TEST_P(LayerGenerator, BricksDropTheFractionsOfNumbersMarginsAndOffset)
+{
+    const Bytes pixels = Generate(4, Wall(4.9F, 2.9F, 1.9F, 2.9F, 10.9F));
+    EXPECT_EQ(pixels, Generate(4, Wall(4, 2, 1, 2, 10)));
+    EXPECT_EQ(At(pixels, 50, 0), 0);   // course margin of 1
+    EXPECT_EQ(At(pixels, 50, 1), 255); // 1 > 1 is false, where 1.9 would be above
+    EXPECT_EQ(At(pixels, 1, 30), 0);   // brick margin of 2
+    EXPECT_EQ(At(pixels, 2, 30), 255);
+    EXPECT_EQ(At(pixels, 117, 70), 0); // 127 of the row, rotated by 10
+    EXPECT_EQ(At(pixels, 116, 70), 255);
+    EXPECT_EQ(Generate(4, Wall(1, 1, 0.9F, -0.9F, 0)), Bytes(ImageBytes(256), 255));
 }
 
 TEST_P(LayerGenerator, EverySecondCourseIsRotatedLeft)
@@ -463,6 +612,29 @@ TEST_P(LayerGenerator, NoiseIsOneRandomNumberForAllThreeChannels)
     // Its next step: 2524885223, of which bits 16 to 30 are 5758; 44.8.
     EXPECT_EQ(pixels[3], 44);
     EXPECT_EQ(pixels[4], 22);
+}
+
+TEST_P(LayerGenerator, NoiseSeedsKeepTheLow32BitsOfA64BitInteger)
+{
+    const auto noise = [](float seed)
+    {
+        return Generate(5, {1, 1, 1, seed});
+    };
+    // -1 is 0xFFFFFFFF: 3191464396, of which bits 16 to 30 are 15929, 123.96; then 288979989, 4409.
+    const Bytes minusOne = noise(-1.0F);
+    EXPECT_EQ(At(minusOne, 0, 0), 123);
+    EXPECT_EQ(At(minusOne, 1, 0), 34);
+    EXPECT_EQ(noise(-1.9F), minusOne);
+    // 2^32 + 512 is 512: 2359102009, 3229, 25.1; then 420538494, 6416, 49.9.
+    const Bytes past = noise(4294967808.0F);
+    EXPECT_EQ(At(past, 0, 0), 25);
+    EXPECT_EQ(At(past, 1, 0), 49);
+    EXPECT_EQ(noise(512.0F), past);
+    // 2^32 is 0: 12345, 0; then 3554416254, 21468, 167.06.
+    const Bytes zero = noise(4294967296.0F);
+    EXPECT_EQ(At(zero, 0, 0), 0);
+    EXPECT_EQ(At(zero, 1, 0), 167);
+    EXPECT_EQ(noise(-4294967296.0F), zero);
 }
 
 TEST_P(LayerGenerator, AnUnknownTypeLeavesThePixelsAlone)

@@ -219,6 +219,31 @@ TEST_P(TextureSteps, MultiplyMaximumAndMinimumKeepTheLowBitsOfNegativeResults)
     EXPECT_EQ(Point(202, {-0.5F}, 1), 0);              // -0.5 drops to 0
 }
 
+TEST_P(TextureSteps, TheFilterMultiplyStopsAt255)
+{
+    EXPECT_EQ(Point(202, {2.0F}, 100), 200);
+    EXPECT_EQ(Point(202, {2.0F}, 127), 254);
+    EXPECT_EQ(Point(202, {2.0F}, 128), 255); // 256
+    EXPECT_EQ(Point(202, {3.0F}, 200), 255); // 600, whose low 8 bits are 88
+    EXPECT_EQ(Point(202, {1e6F}, 255), 255); // 255,000,000 still is an integer
+}
+
+TEST_P(TextureSteps, ProductsPastTheIntegersCountAsTheLowestOne)
+{
+    // -2147483648, whose low 8 bits are 0.
+    EXPECT_EQ(Point(102, {1e8F}, 100, 1), 0);
+    EXPECT_EQ(Point(102, {-1e8F}, 100, 1), 0);
+    EXPECT_EQ(Point(102, {33025.0F}, 255, 255), 255); // 2147450625 fits
+    EXPECT_EQ(Point(102, {33026.0F}, 255, 255), 0);   // 2147515650 does not
+    // The lowest integer loses against any other as a maximum and wins as a minimum.
+    EXPECT_EQ(Point(103, {1e10F, 1.0F}, 1, 7), 7);
+    EXPECT_EQ(Point(103, {1.0F, 1e10F}, 9, 1), 9);
+    EXPECT_EQ(Point(103, {1e10F, 1e10F}, 1, 1), 0);
+    EXPECT_EQ(Point(104, {1e10F, 1.0F}, 1, 7), 0);
+    EXPECT_EQ(Point(104, {1.0F, 1e10F}, 9, 1), 0);
+    EXPECT_EQ(Point(104, {1e10F, 1.0F}, 0, 7), 0); // 0 times a large number is 0
+}
+
 TEST_P(TextureSteps, MultiplyDoesNotDivideBy255)
 {
     EXPECT_EQ(Point(102, {1.0F}, 16, 15), 240);
@@ -340,6 +365,36 @@ TEST_P(TextureSteps, RippleMovesAlongXWithTheCountOfTheYWavelength)
     // Not displaced, column 1 does.
     EXPECT_EQ(result[(1 * 4 + 1) * 3], 160);
     EXPECT_EQ(result[(1 * 4 + 3) * 3], 0);
+}
+
+TEST_P(TextureSteps, RippleMovesAlongYWithTheCountOfTheXWavelength)
+{
+    // Columns 0 and 2 of 4 stand at cosine 1 and -1: half the side down, half the side up, which is
+    // the same row. Columns 1 and 3 stand still. Row 2 is lit.
+    const int32_t size = 4;
+    Bytes image(ImageBytes(size), 0);
+    for (size_t x = 0; x < 4; ++x)
+    {
+        image[(2 * 4 + x) * 3] = 240;
+    }
+    const Bytes result = Step(204, {0.0F, 0.5F, 1.0F, 0.0F}, image);
+    // Displaced by 2, row 3 sees rows 1 and 2: the lower one, lower right: two thirds.
+    EXPECT_EQ(result[(3 * 4 + 0) * 3], 160);
+    EXPECT_EQ(result[(3 * 4 + 2) * 3], 160);
+    EXPECT_EQ(result[(0 * 4 + 0) * 3], 80); // row 2 itself: the one to the right counts a third
+    EXPECT_EQ(result[(0 * 4 + 2) * 3], 80);
+    EXPECT_EQ(result[(1 * 4 + 0) * 3], 0);
+    // Not displaced, row 1 does.
+    EXPECT_EQ(result[(1 * 4 + 1) * 3], 160);
+    EXPECT_EQ(result[(3 * 4 + 1) * 3], 0);
+
+    // The other count leaves every column at cosine 1.
+    const Bytes still = Step(204, {0.0F, 0.5F, 0.0F, 1.0F}, image);
+    for (size_t x = 0; x < 4; ++x)
+    {
+        EXPECT_EQ(still[(3 * 4 + x) * 3], 160);
+        EXPECT_EQ(still[(1 * 4 + x) * 3], 0);
+    }
 }
 
 TEST_P(TextureSteps, RippleWithNoParametersDisplacesByOneSideTimesTheCosineWithOneCycle)
