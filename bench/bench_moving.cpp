@@ -45,7 +45,7 @@ static void Compare(benchmark::State& state, const Form& plain, const Form& engi
     double plainTime = 1e30;
     double engineTime = 1e30;
     double readsTime = 1e30;
-    for (auto _ : state)
+    while (state.KeepRunning())
     {
         TimeForm(plain, &plainTime);
         TimeForm(engine, &engineTime);
@@ -74,7 +74,8 @@ struct ReadPlan
     {
         for (uint32_t i = 0; i < places.size(); ++i)
         {
-            const double speed = 0.01 + 0.002 * static_cast<double>(i / side);
+            const uint32_t read = i / side;
+            const double speed = 0.01 + 0.002 * static_cast<double>(read);
             const double share = 0.5 + 0.49 * cos(static_cast<double>(i % side) * speed);
             places[i] = static_cast<uint32_t>(share * static_cast<double>(entries));
         }
@@ -203,7 +204,7 @@ static void BenchFrameOfEightEffects(benchmark::State& state)
     std::vector<uint8_t> image(512 * 512 * 3);
     float step = 0.0f;
     double shortest = 1e30;
-    for (auto _ : state)
+    while (state.KeepRunning())
     {
         TimeForm(
             [&]
