@@ -157,7 +157,8 @@ static float DriveGenMesh(uint32_t id, uint32_t envelope, const ObjectTable* env
     CurrentPlace.item = id;
     CurrentPlace.part = 1;
 
-    // By way of a float: above 2^24 ticks the low bits are lost, and envelopes see the rounded time.
+    // By way of a float: above 2^24 ticks the low bits are lost, and envelopes see the rounded
+    // time.
     uint32_t rounded = TruncateToUnsigned(static_cast<float>(time));
     float v = EvaluateEnvelopeId(envelope, envelopes, rounded);
 
