@@ -34,7 +34,7 @@ static void ReadPackageEntryOf(benchmark::State& state)
     }
     FILE* package = OpenPackage(entries);
     std::string name = EntryName(state.range(0) / 2);
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
     {
         int32_t size = 0;
         unsigned char* data = ReadPackageEntry(package, name.c_str(), &size);
@@ -68,7 +68,7 @@ static void InflateDocument(benchmark::State& state)
 {
     std::string text = LargeDocument();
     FILE* package = OpenPackage({{"demo.xmlz", MakeContainer(text)}});
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
     {
         InflatedEntry entry;
         InflatePackageEntry(package, "demo.xmlz", 0, &entry);
@@ -82,7 +82,7 @@ BENCHMARK(InflateDocument)->Unit(benchmark::kMillisecond);
 static void ParseDocument(benchmark::State& state)
 {
     std::string text = LargeDocument();
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
     {
         TiXmlDocument tree;
         LoadFromString(&tree, reinterpret_cast<const unsigned char*>(text.data()),
@@ -100,7 +100,7 @@ static void LoadWholeDocument(benchmark::State& state)
     std::vector<SectionReader> readers(kSectionCount);
     readers[3] = {&DemoDocument::envelopes, sizeof(Envelope), 0, nullptr,
                   ReadEnvelopeItem,         nullptr};
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
     {
         TiXmlDocument tree;
         LoadDocument(package, "demo.xmlz", &tree);
