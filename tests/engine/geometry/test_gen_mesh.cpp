@@ -95,6 +95,42 @@ TEST(GenMesh, Vertex31IsAt1And1WithAThirtiethOfTheTexture)
     FreeGenMesh(kLakeWater, &state, &mesh);
 }
 
+TEST(GenMesh, EveryVertexCoordinateAndIndexFollowsTheGrid)
+{
+    void* state = nullptr;
+    Mesh mesh = {};
+    BuildGenMesh(kCenterwaveWater, &state, &mesh);
+    uint32_t first = 0;
+    uint32_t second = 2523;
+    for (uint32_t i = 0; i < 30; ++i)
+    {
+        for (uint32_t j = 0; j < 30; ++j)
+        {
+            uint32_t a = i * 30 + j;
+            float x = static_cast<float>(i);
+            float z = static_cast<float>(j);
+            ASSERT_EQ(Vertex(mesh, a), (std::vector<float>{x, 0, z}));
+            ASSERT_EQ(mesh.texCoords1[2 * a], x / 30.0f) << a;
+            ASSERT_EQ(mesh.texCoords1[2 * a + 1], z / 30.0f) << a;
+            if (i == 29 || j == 29)
+            {
+                continue;
+            }
+            // The cell of corners a, b, d, e is cut from a to d.
+            uint32_t b = a + 1;
+            uint32_t d = a + 31;
+            uint32_t e = a + 30;
+            ASSERT_EQ(Triple(mesh, first), (std::vector<uint32_t>{a, b, d}));
+            ASSERT_EQ(Triple(mesh, second), (std::vector<uint32_t>{a, d, e}));
+            first += 3;
+            second += 3;
+        }
+    }
+    EXPECT_EQ(first, 2523u);
+    EXPECT_EQ(second, 5046u);
+    FreeGenMesh(kCenterwaveWater, &state, &mesh);
+}
+
 TEST(GenMesh, TrianglesComeInTwoRunsOfAllFirstAndAllSecondHalves)
 {
     void* state = nullptr;
