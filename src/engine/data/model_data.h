@@ -34,7 +34,7 @@ struct Mesh
 
 struct ModelData
 {
-    unsigned char* block;  // owned: the uncompressed file; lives to the end of the run
+    unsigned char* block;  // the uncompressed file, inside an allocation that lives to the end
     Mesh mesh;             // into block
     uint32_t vertexBuffer; // OpenGL buffer names; 0 unless the model was uploaded
     uint32_t texCoordBuffer1;
