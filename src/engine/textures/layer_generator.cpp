@@ -564,12 +564,12 @@ void GenerateLayer(LayerImage* layer, int32_t size)
     }
 }
 
-static float RandomUnit()
+static float RandomUnit(RandomSequence* random)
 {
-    return static_cast<float>(rand()) * 4.656612873077392578125e-10F; // 2^-31
+    return static_cast<float>(NextRandom(random)) * 4.656612873077392578125e-10f; // 2^-31
 }
 
-void RandomizeLayerParams(LayerImage* layer)
+void RandomizeLayerParams(LayerImage* layer, RandomSequence* random)
 {
     float* params = layer->params;
     const uint32_t colors = layer->type == kGeneratorRadial ? 6 : 3;
@@ -580,55 +580,84 @@ void RandomizeLayerParams(LayerImage* layer)
 
     for (uint32_t i = 0; i < colors; ++i)
     {
-        params[i] = RandomUnit();
+        params[i] = RandomUnit(random);
     }
     if (layer->type == kGeneratorPlasma)
     {
-        params[3] = 3.0F * RandomUnit();
-        params[4] = 3.0F * RandomUnit();
+        params[3] = 3.0f * RandomUnit(random);
+        params[4] = 3.0f * RandomUnit(random);
     }
     if (layer->type == kGeneratorRadial)
     {
-        params[6] = 2.0F * RandomUnit() + 1.0F;
+        params[6] = 2.0f * RandomUnit(random) + 1.0f;
     }
 }
 
-void ReadLayerItem(const TiXmlElement* item, void* /*record*/, uint32_t /*index*/,
-                   LoadContext* context)
+/// Reads a layer's parameters in document order.
+static bool ReadLayerParams(const TiXmlElement* item, float* params, FaultList* faults)
 {
-    if (context->layerCount == kLayerCapacity)
-    {
-        FatalFault("more than %u layers", kLayerCapacity);
-    }
-    LayerImage* layer = AllocateBlock<LayerImage>(1, "a layer");
-    *layer = {};
-    context->layers[context->layerCount] = layer;
-    context->layerCount += 1;
-
-    // Black to begin with: an unknown generator leaves it so.
-    const size_t bytes = static_cast<size_t>(kTextureSize) * RowBytes(kTextureSize);
-    layer->pixels = AllocateBlock<uint8_t>(bytes, "the pixels of a layer");
-    memset(layer->pixels, 0, bytes);
-
-    layer->type = static_cast<uint32_t>(ReadIntAttribute(item, "type"));
     uint32_t count = 0;
     for (const TiXmlNode* child = item->FirstChild(); child != nullptr;
          child = child->NextSibling())
     {
-        CurrentPlace.part = count + 1;
+        faults->place.part = count + 1;
         if (count == kLayerParams)
         {
-            FatalFault("more than %u parameters", kLayerParams);
+            AddFaultAt(faults, child, "more than %u parameters", kLayerParams);
+            return false;
         }
-        layer->params[count] = ParseFloat(RequireText(RequireElement(child, "parameter")));
+        if (!ReadFloatChild(child, "parameter", &params[count], faults))
+        {
+            return false;
+        }
         count += 1;
     }
-    CurrentPlace.part = 0;
-
-    GenerateLayer(layer, kTextureSize);
+    faults->place.part = 0;
+    return true;
 }
 
-void FreeLayers(LoadContext* context)
+bool ReadLayerItem(const TiXmlElement* item, void* /*record*/, uint32_t /*index*/,
+                   ReadContext* context)
+{
+    FaultList* faults = context->faults;
+    if (context->layerCount == kLayerCapacity)
+    {
+        AddFaultAt(faults, item, "more than %u layers", kLayerCapacity);
+        return false;
+    }
+    LayerImage* layer = AllocateZeroed<LayerImage>(1, "a layer", faults);
+    if (layer == nullptr)
+    {
+        return false;
+    }
+    context->layers[context->layerCount] = layer;
+    context->layerCount += 1;
+
+    if (context->computePixels)
+    {
+        // Black to begin with: an unknown generator leaves it so.
+        const size_t bytes = static_cast<size_t>(kTextureSize) * RowBytes(kTextureSize);
+        layer->pixels = AllocateZeroed<uint8_t>(bytes, "the pixels of a layer", faults);
+        if (layer->pixels == nullptr)
+        {
+            return false;
+        }
+    }
+
+    layer->type = static_cast<uint32_t>(ReadIntAttribute(item, "type", faults));
+    if (HasFailed(faults) || !ReadLayerParams(item, layer->params, faults))
+    {
+        return false;
+    }
+    if (context->computePixels && !GenerateLayer(layer, kTextureSize))
+    {
+        AddFault(faults, "no memory to generate a layer");
+        return false;
+    }
+    return true;
+}
+
+void FreeLayers(ReadContext* context)
 {
     for (uint32_t i = 0; i < context->layerCount; ++i)
     {
