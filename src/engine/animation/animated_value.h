@@ -6,6 +6,8 @@
 #include <bit>
 #include <cstdint>
 
+#include "engine/animation/envelope.h"
+#include "engine/data/fault.h"
 #include "engine/data/object_table.h"
 
 /// The float that a constant slot holds.
@@ -20,13 +22,21 @@ inline uint32_t FloatSlot(float value)
     return std::bit_cast<uint32_t>(value);
 }
 
-/// Envelope `id` at `time` ticks; fatal at CurrentPlace if the table has no such record.
-float EvaluateEnvelopeId(uint32_t id, const ObjectTable* envelopes, uint32_t time);
-
-/// The value at `time` ticks. Fatal if a dynamic slot names no record.
-inline float ResolveValue(uint32_t slot, bool dynamic, const ObjectTable* envelopes, uint32_t time)
+/// All that a dynamic value is resolved with: the envelopes of a document and their state.
+struct Animation
 {
-    return dynamic ? EvaluateEnvelopeId(slot, envelopes, time) : SlotFloat(slot);
+    const ObjectTable* envelopes; // borrowed
+    EnvelopeCache* caches;        // borrowed; [id - 1], one for each envelope of the table
+    FaultList* faults;            // borrowed
+};
+
+/// Envelope `id` at `time` ticks. Faults: no such envelope, which gives 0.0.
+float EvaluateEnvelopeId(uint32_t id, const Animation* animation, uint32_t time);
+
+/// The value at `time` ticks. Faults: a dynamic slot that names no record, which gives 0.0.
+inline float ResolveValue(uint32_t slot, bool dynamic, const Animation* animation, uint32_t time)
+{
+    return dynamic ? EvaluateEnvelopeId(slot, animation, time) : SlotFloat(slot);
 }
 
 /// The flag of value n in a mask whose bits run from the top of each byte.

@@ -1,30 +1,30 @@
-// Lights: positional, coloured, animated. All share the one OpenGL light GL_LIGHT1, and a light
-// shines only while a material that names it is set.
+// Lights: positional, colored, animated.
 #pragma once
 
 #include <cstdint>
 
 #include "engine/data/demo_document.h"
 
+// The dynamic bits of a light: value i of a group has its group's bit shifted right by i.
+inline constexpr uint32_t kAmbientDynamic = 0x80;  // in flagsA
+inline constexpr uint32_t kDiffuseDynamic = 0x10;  // in flagsA
+inline constexpr uint32_t kPositionDynamic = 0x80; // in flagsB
+
+// The part that a fault names for value i of a group is its group's part plus i.
+inline constexpr uint32_t kAmbientPart = 1;
+inline constexpr uint32_t kDiffusePart = 4;
+inline constexpr uint32_t kPositionPart = 7;
+
 struct Light
 {
     uint32_t ambient[3];  // red, green, blue; animated slots
     uint32_t diffuse[3];  // red, green, blue
     uint32_t position[3]; // x, y, z in the world of the scene
-    uint8_t flagsA;       // dynamic bits of ambient (0x80 on) and diffuse (0x10 on)
-    uint8_t flagsB;       // dynamic bits of position (0x80 on): it begins a new byte
+    uint8_t flagsA;       // dynamic bits of ambient and diffuse
+    uint8_t flagsB;       // dynamic bits of position: it begins a new byte
 };
 
-/// Section 4: one light. Fatal: fewer than three groups of three values, a missing attribute.
-void ReadLightItem(const TiXmlElement* item, void* record, uint32_t index, LoadContext* context);
-
-/// Lights what is drawn next. Sets: GL_LIGHTING and GL_LIGHT1 on; position, ambient and diffuse of
-/// GL_LIGHT1, in this order, at `time` ticks. The position goes through the current modelview
-/// matrix. Fatal: no such light, at CurrentPlace; a dynamic value without its envelope, at the
-/// light.
-void ApplyLight(uint32_t id, const ObjectTable* lights, const ObjectTable* envelopes,
-                uint32_t time);
-
-/// Makes GL_LIGHT1 a direction: the z axis of what the current modelview matrix transforms. Under a
-/// clip's camera that is the scene's. Sets: GL_POSITION of GL_LIGHT1.
-void SetLightAlongZ();
+/// Reads one item of section 4. Faults: fewer than three groups of three values, a missing
+/// attribute.
+/// @param record   a Light
+bool ReadLightItem(const TiXmlElement* item, void* record, uint32_t index, ReadContext* context);

@@ -1,8 +1,7 @@
-// Bitmaps: image files of the package as OpenGL textures, which also serve as render targets.
+// Bitmaps: image files of the package. Documents use them as textures and as render targets.
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 
 #include "engine/data/demo_document.h"
 
@@ -10,23 +9,27 @@ struct BitmapTexture
 {
     int32_t width;      // pixels
     int32_t height;     // pixels
-    int32_t components; // bytes per pixel
-    uint32_t glTexture; // OpenGL texture name
-    uint8_t* pixels;    // owned; null but while loading and after a target was resized
+    int32_t components; // bytes per pixel, 1 to 4
+    uint8_t* pixels;    // owned; first row first, no padding between rows; null once given back
 };
 
-/// Fills a record from an image file of the package, without OpenGL: glTexture is 0.
-/// Fatal: no such entry; an entry that is no image, wider or higher than 16384 pixels, narrower or
-/// lower than two, or does not fit memory.
+/// Fills a record from an image file of the package.
+/// Faults: no such entry; an entry that is no image, is wider or higher than 16384 pixels, or does
+/// not fit memory; an image of three or four components that is narrower or lower than two pixels,
+/// which has no mip chain.
 /// @param filename   an entry of the package
-/// @param bitmap     receives the pixels, which are for the caller to free: components bytes each,
-///                   first row first, no padding
-void DecodeBitmap(FILE* package, const char* filename, BitmapTexture* bitmap);
+/// @param bitmap     receives the image, for FreeBitmap; without pixels after a fault
+bool DecodeBitmap(PackageFile* package, const char* filename, BitmapTexture* bitmap,
+                  FaultList* faults);
 
-/// Reads one item of section 6: decodes the image file that "filename" names and makes a texture
-/// with a mip chain of it, in both documents alike. An image of one or two components gets level 0
-/// only, with a filter that asks for more levels.
-/// Fatal: what DecodeBitmap ends on.
+/// Reads one item of section 6: decodes the image file that "filename" names. Zeros follow the
+/// pixels, as far as OpenGL reads when it is given the image: it takes one or two components for
+/// four, and rows that are no multiple of the unpack alignment for longer ones. A context that
+/// computes no pixels keeps the size alone. The faults are those of DecodeBitmap.
+/// @param record   a BitmapTexture; after a fault too it is for FreeBitmap
+bool ReadBitmapItem(const TiXmlElement* item, void* record, uint32_t index, ReadContext* context);
+
+/// Frees what a record owns, its pixels, and leaves it without. A program that has uploaded a
+/// bitmap calls it early; a second call does nothing.
 /// @param record   a BitmapTexture
-/// Sets: the texture bound to GL_TEXTURE_2D. Leaves: it bound, and an unpack alignment of 4.
-void ReadBitmapItem(const TiXmlElement* item, void* record, uint32_t index, LoadContext* context);
+void FreeBitmap(void* record);

@@ -17,6 +17,7 @@
 #include <cstdint>
 
 #include "engine/data/demo_document.h"
+#include "engine/data/random_sequence.h"
 #include "engine/textures/corner_masks.h"
 
 inline constexpr uint32_t kLayerParams = 24;
@@ -27,22 +28,24 @@ struct LayerImage
 {
     uint32_t type;              // generator, 0 to 5
     float params[kLayerParams]; // in document order; 0 where the document gives none
-    uint8_t* pixels;            // owned; size * size RGB pixels, first row first, no padding
+    uint8_t* pixels;            // owned; size * size RGB pixels, first row first, no padding;
+                                // null where they are not computed
 };
 
 /// Fills layer->pixels from its type and params. A type above 5 leaves the pixels alone.
 /// @param size   side of the image, 256 in every document; pixels has room for size * size * 3
-/// bytes
-void GenerateLayer(LayerImage* layer, int32_t size);
+///               bytes
+/// @return false without memory for the rows that a generator works on
+bool GenerateLayer(LayerImage* layer, int32_t size);
 
-/// Sets colors and scalars of a layer of type 0, 1 or 2 at random, with the library's rand: one
-/// call for each entry, in the order of the entries. Any other type is left alone.
-void RandomizeLayerParams(LayerImage* layer);
+/// Sets colors and scalars of a layer of type 0, 1 or 2 at random: one number of the sequence for
+/// each entry, in the order of the entries. Any other type is left alone.
+void RandomizeLayerParams(LayerImage* layer, RandomSequence* random);
 
-/// Reads one item of section 0 into context->layers and generates its pixels.
-/// Fatal: more than kLayerCapacity layers, more than kLayerParams parameters.
+/// Reads one item of section 0 into context->layers and, if the context computes pixels, generates
+/// its pixels. Faults: more than kLayerCapacity layers, more than kLayerParams parameters.
 /// @param record   not used: layers live in no table
-void ReadLayerItem(const TiXmlElement* item, void* record, uint32_t index, LoadContext* context);
+bool ReadLayerItem(const TiXmlElement* item, void* record, uint32_t index, ReadContext* context);
 
-/// Releases all layers of context, pixels included. Runs behind the last item of section 1.
-void FreeLayers(LoadContext* context);
+/// Frees all layers of context, pixels included. Leaves: no layers.
+void FreeLayers(ReadContext* context);

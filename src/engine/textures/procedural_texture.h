@@ -1,5 +1,4 @@
-// Procedural textures: stacks of steps over a 256x256 work image, made at load time. Only the
-// OpenGL texture stays.
+// Procedural textures: stacks of steps over a 256x256 work image, made while a document is read.
 #pragma once
 
 #include <cstdint>
@@ -10,40 +9,47 @@ inline constexpr uint32_t kTextureSteps = 32;
 inline constexpr uint32_t kStepParams = 9;
 
 struct LayerImage;
-struct ProceduralTexture;
-
-/// What BuildProceduralTexture works on.
-struct TextureJob
-{
-    ProceduralTexture* texture; // borrowed
-    uint8_t* pixels;            // the work image, size * size * 3 bytes; null once released
-};
 
 struct ProceduralTexture
 {
     uint8_t stepCount;                            // 0 to 32
     int32_t stepType[kTextureSteps];              // 101 to 104, 201 to 207
-    int32_t stepLayer[kTextureSteps];             // place in the document's layers, from 0
+    uint32_t stepLayer[kTextureSteps];            // place in the document's layers, from 0
     float stepParams[kTextureSteps][kStepParams]; // 1.0 where the document gives none
-    uint32_t glTexture;                           // OpenGL texture name
-    TextureJob job;
+    uint8_t* pixels; // owned; kTextureSize^2 RGB pixels, first row first; null if not computed
+};
+
+/// What BuildProceduralTexture works on.
+struct TextureJob
+{
+    const ProceduralTexture* texture; // borrowed
+    uint8_t* pixels;                  // borrowed; the work image, size * size * 3 bytes
 };
 
 /// Runs the steps of job->texture over job->pixels, which is black first. A step of an unknown type
 /// changes nothing.
 /// @param layers   the document's layers; holds every layer that a combiner of the steps names
 /// @param size     side of the work image and of the layers, 256 in every document
-void BuildProceduralTexture(const TextureJob* job, const LayerImage* const* layers, int32_t size);
+/// @return false without memory for the rows that a step works on
+bool BuildProceduralTexture(const TextureJob* job, const LayerImage* const* layers, int32_t size);
 
-/// Reads the steps of one item of section 1, without OpenGL: glTexture is 0 and the job empty.
-/// Fatal: more than kTextureSteps steps; a combiner of a layer that the document does not have.
+/// Reads the steps of one item of section 1; pixels is null.
+/// Faults: more than kTextureSteps steps; a combiner of a layer that the document does not have.
 /// @param layerCount   layers of the document
-void ReadTextureSteps(const TiXmlElement* item, uint32_t layerCount, ProceduralTexture* texture);
+bool ReadTextureSteps(const TiXmlElement* item, uint32_t layerCount, ProceduralTexture* texture,
+                      FaultList* faults);
 
-/// Reads one item of section 1: the steps, the pixels, the texture. In the demo document the
-/// texture gets a mip chain.
-/// Fatal: more than kTextureSteps steps; a combiner of a layer that the document does not have.
+/// Reads one item of section 1: the steps and, if the context computes pixels, the pixels. The
+/// faults are those of ReadTextureSteps.
+/// @param record   a ProceduralTexture; after a fault too it is for FreeProceduralTexture
+bool ReadProceduralTextureItem(const TiXmlElement* item, void* record, uint32_t index,
+                               ReadContext* context);
+
+/// Runs after the last item of section 1: frees the layers, which only textures use.
+/// @return true
+bool EndTextureSection(ReadContext* context);
+
+/// Frees what a record owns, its pixels, and leaves it without. A program that has uploaded a
+/// texture calls it early; a second call does nothing.
 /// @param record   a ProceduralTexture
-/// Sets: the texture bound to GL_TEXTURE_2D. Leaves: it bound.
-void ReadProceduralTextureItem(const TiXmlElement* item, void* record, uint32_t index,
-                               LoadContext* context);
+void FreeProceduralTexture(void* record);

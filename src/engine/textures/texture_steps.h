@@ -47,5 +47,6 @@ inline bool IsCombiner(int32_t stepType)
 ///                 only, may be null for the others
 /// @param size     side of both images, pixels, 1 or more
 /// @param pixels   the work image, size * size * 3 bytes
-void ApplyTextureStep(int32_t stepType, const float* params, const uint8_t* layer, int32_t size,
+/// @return false without memory for the rows that a step works on
+bool ApplyTextureStep(int32_t stepType, const float* params, const uint8_t* layer, int32_t size,
                       uint8_t* pixels);

@@ -1,5 +1,5 @@
-// The mip chain, made on the processor. Level after level both sides are halved, down to 1x1, each
-// level from the one before it.
+// The mip chain of an image, made on the processor. Level after level both sides are halved, down
+// to 1x1, each level from the one before it.
 #pragma once
 
 #include <cstddef>
@@ -17,11 +17,18 @@ inline MipSize FirstMipSize(int32_t width, int32_t height)
     return {width / 2, height / 2};
 }
 
-/// @return the size of the level behind one: each side halved unless it is 1
+/// @return the size of the level after one: each side halved unless it is 1
 inline MipSize NextMipSize(MipSize level)
 {
     return {level.width > 1 ? level.width / 2 : level.width,
             level.height >= 2 ? level.height / 2 : level.height};
+}
+
+/// @return bytes of a level's pixels, without padding
+inline size_t LevelBytes(MipSize level, int32_t components)
+{
+    return static_cast<size_t>(level.width) * static_cast<size_t>(level.height) *
+           static_cast<size_t>(components);
 }
 
 /// Bytes that OpenGL may read of an image at any unpack alignment: its rows may be taken to be up
@@ -40,10 +47,3 @@ size_t UploadBytes(int32_t width, int32_t height, int32_t components);
 /// @param components   3 or 4 bytes a pixel
 /// @param out          width * height * components bytes
 void FillMipLevel(const uint8_t* source, MipSize level, int32_t components, uint8_t* out);
-
-/// Uploads levels 1 and up of the texture bound to GL_TEXTURE_2D, whose level 0 is there already.
-/// Nothing but the alignment call happens for components other than 3 and 4.
-/// Fatal: an image narrower or lower than two pixels, whose chain would not end.
-/// @param pixels       level 0, width * height * components bytes; stays the caller's
-/// Sets: levels 1 to the last. Leaves: an unpack alignment of 4.
-void BuildMipmaps(int32_t width, int32_t height, const uint8_t* pixels, int32_t components);

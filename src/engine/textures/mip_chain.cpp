@@ -1,0 +1,54 @@
+#include "engine/textures/mip_chain.h"
+
+#include <cstdlib>
+
+#include "engine/textures/pixel_block.h"
+#include "engine/textures/pixel_kernels.h"
+
+size_t UploadBytes(int32_t width, int32_t height, int32_t components)
+{
+    const size_t rowBytes = static_cast<size_t>(width) * static_cast<size_t>(components);
+    return static_cast<size_t>(height) * ((rowBytes + 7) / 8 * 8);
+}
+
+/// Each of count pixels is the mean of the next two of the source.
+static void MeanOfPairs(const uint8_t* source, size_t count, size_t components, uint8_t* out)
+{
+    for (size_t i = 0; i < count; ++i)
+    {
+        const uint8_t* pair = source + 2 * i * components;
+        for (size_t channel = 0; channel < components; ++channel)
+        {
+            const int32_t sum = pair[channel] + pair[channel + components];
+            out[i * components + channel] = static_cast<uint8_t>(sum >> 1);
+        }
+    }
+}
+
+void FillMipLevel(const uint8_t* source, MipSize level, int32_t components, uint8_t* out)
+{
+    const size_t width = static_cast<size_t>(level.width);
+    const size_t height = static_cast<size_t>(level.height);
+    const size_t pixel = static_cast<size_t>(components);
+    if (level.width == 1)
+    {
+        MeanOfPairs(source, height, pixel, out);
+        return;
+    }
+    if (level.height == 1)
+    {
+        MeanOfPairs(source, width, pixel, out);
+        return;
+    }
+
+    const PixelKernels* kernels = GetPixelKernels();
+    const auto halveRows = components == 3 ? kernels->halveRows3 : kernels->halveRows4;
+    const size_t sourceRow = 2 * width * pixel; // whatever the source's rows really measure
+    uint8_t* space = AllocateBlock<uint8_t>(6 * width, "a mip level");
+    for (size_t y = 0; y < height; ++y)
+    {
+        const uint8_t* upper = source + 2 * y * sourceRow;
+        halveRows(upper, upper + sourceRow, width, space, out + y * width * pixel);
+    }
+    free(space);
+}
