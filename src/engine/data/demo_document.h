@@ -7,23 +7,24 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <tinyxml.h>
 
-#include "engine/data/gl_features.h"
+#include "engine/data/fault.h"
 #include "engine/data/object_table.h"
+#include "engine/data/package_file.h"
+#include "engine/data/section.h"
 
 struct LayerImage;
 struct Timeline;
 
-inline constexpr int32_t kSectionCount = 11;
 inline constexpr uint32_t kLayerCapacity = 248;
 
+/// For FreeDocument, however far reading it got. All null at first, but for the name.
 struct DemoDocument
 {
     const char* name;           // package entry, borrowed
-    TiXmlDocument* document;    // borrowed
-    Timeline* timeline;         // borrowed
+    TiXmlDocument* document;    // owned; null before LoadDocument
+    Timeline* timeline;         // owned, from malloc; null where there is none
     ObjectTable* textures;      // section 1, ProceduralTexture; this and all tables owned or null
     ObjectTable* models;        // section 2, ModelData
     ObjectTable* envelopes;     // section 3, Envelope
@@ -36,52 +37,98 @@ struct DemoDocument
     const TiXmlNode* musicNode; // next sibling of section 10, lent by the tree; may be null
 };
 
-/// What section readers share while one document is read.
-struct LoadContext
+/// Shared by all readers while one document is read.
+struct ReadContext
 {
     DemoDocument* document; // borrowed
-    FILE* package;          // borrowed
-    GlFeatures features;
-    bool isDemo; // demo.xmlz and not loading.xmlz: buffer objects, mip chains, unpack buffers
+    PackageFile* package;   // borrowed
+    bool isDemo;            // demo.xmlz and not loading.xmlz: buffer objects, mip chains
+    bool computePixels;     // textures get their pixels at once, and not their steps alone
 
     LayerImage* layers[kLayerCapacity]; // section 0, owned; alive while section 1 is read
     uint32_t layerCount;
 
-    uint32_t itemCount; // items of the section that were read so far
+    uint32_t sectionItems; // items of the section, as many as will be read
+    uint32_t itemCount;    // items of the section that were read so far
 
-    void (*itemDone)(void* user); // runs after each item of each section; null for none
-    void* user;                   // borrowed, handed to itemDone
+    FaultList* faults; // borrowed; its place is kept up to date
+    void* user;        // borrowed; for a program's own readers
 };
 
-/// How one section's items become records.
+/// How one section's items become records. Every hook returns false after a fault.
 struct SectionReader
 {
     ObjectTable* DemoDocument::*table; // null for sections that keep their records elsewhere
     uint32_t recordSize;               // bytes of a record of the table
-    uint32_t itemLimit;                // items behind it are not read; 0 for no limit
+    uint32_t itemLimit;                // items after that many are not read; 0 for no limit
 
     /// Runs before the items; may be null.
-    void (*begin)(LoadContext* context);
-    /// Fills one record from its item; null walks the items and makes no records.
-    /// @param record   uninitialised; null where the reader has no table
+    bool (*begin)(ReadContext* context);
+    /// Fills one record from its item; null walks the items and leaves records of zeros.
+    /// @param record   zeros; null where the reader has no table
     /// @param index    the item's place in the section, from 0
-    void (*readItem)(const TiXmlElement* item, void* record, uint32_t index, LoadContext* context);
-    /// Runs behind the last item, with itemCount final; may be null.
-    void (*end)(LoadContext* context);
+    bool (*readItem)(const TiXmlElement* item, void* record, uint32_t index, ReadContext* context);
+    /// Runs after the last item, with itemCount final; may be null.
+    bool (*end)(ReadContext* context);
+    /// Frees the blocks of a record, and not the record. It may be one of zeros, or one whose
+    /// reading failed. Null for records without blocks.
+    void (*freeRecord)(void* record);
 };
 
-/// Reads a document out of the package into a tree.
-/// @param document   constructed, usually empty; what it held is deleted
-/// @return false if the package has no such entry, after the lookup's own printed line. A stream
-///         that does not inflate and text that does not parse are fatal.
-bool LoadDocument(FILE* package, const char* name, TiXmlDocument* document);
+/// Reads a document's text out of the package into its tree.
+/// @param document   with its name, and without a tree
+/// @return false without a fault if the package has no such entry. Faults are a stream that does
+/// not
+///         inflate, text that does not parse or is longer than kLargestText, and no memory.
+bool LoadDocument(PackageFile* package, DemoDocument* document, FaultList* faults);
 
-/// The number of children of all top-level nodes from section 0 to the last: what the progress of
-/// loading is counted in.
-uint32_t CountItems(const TiXmlDocument* document);
+/// The number of children of all top-level nodes from section 0 to the last: the unit that the
+/// progress of loading is counted in. 0 without a tree.
+uint32_t CountItems(const DemoDocument* document);
 
-/// Builds all of a document's records: makes the nine tables, walks sections 0 to 10 and notes the
-/// music node. Fatal if there are fewer top-level nodes than sections, or more items in a section
-/// than its table holds.
+/// Where the reading of a document stands.
+struct DocumentReader
+{
+    const SectionReader* readers; // kSectionCount rows, by section; borrowed
+    ReadContext* context;         // borrowed
+    int32_t section;              // number of the section that is read, or comes next
+    bool isInside;                // its table is made and its begin has run
+    const TiXmlNode* sectionNode; // lent by the tree
+    const TiXmlNode* nextItem;    // the same
+};
+
+/// An item that was read.
+struct ItemPlace
+{
+    Section section;
+    uint32_t id;  // counted from 1, a row of the timeline; the record's id where there is a table
+    void* record; // lent by the section's table; null where there is none
+};
+
+enum class ReadStep : uint8_t
+{
+    kItem,   // an item was read
+    kDone,   // all items were read before
+    kFailed, // after a fault
+};
+
+/// Prepares to read a document item by item, so that a program can work with each as it comes.
 /// @param readers   kSectionCount rows, by section
-void ReadSections(const SectionReader* readers, LoadContext* context);
+/// @param context   document (loaded), package, faults and flags set, all else zero
+void BeginReading(const SectionReader* readers, ReadContext* context, DocumentReader* reader);
+
+/// Reads the next item of the document. A section's table is made and its begin runs when the item
+/// before it was the last of its section; its end runs when the next item is asked for. kDone has
+/// noted the music node. Faults are too few top-level nodes for all sections, more items in a
+/// section than its table holds, and those of the readers. The place of the faults stays at the
+/// item until the next call.
+/// @param item   receives the item that was read; untouched for kDone and kFailed
+ReadStep ReadNextItem(DocumentReader* reader, ItemPlace* item);
+
+/// Reads all items of a document.
+/// @return false after a fault; the records up to there belong to the document
+bool ReadSections(const SectionReader* readers, ReadContext* context);
+
+/// Gives back the tables with all records and their blocks, the timeline and the tree. The name
+/// stays.
+void FreeDocument(const SectionReader* readers, DemoDocument* document);

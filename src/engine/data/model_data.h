@@ -34,19 +34,27 @@ struct Mesh
 
 struct ModelData
 {
-    unsigned char* block;  // the uncompressed file, inside an allocation that lives to the end
-    Mesh mesh;             // into block
-    uint32_t vertexBuffer; // OpenGL buffer names; 0 unless the model was uploaded
-    uint32_t texCoordBuffer1;
-    uint32_t texCoordBuffer2; // only if the file has 2 sets or more
-    uint32_t normalBuffer;
-    uint32_t indexBuffer;
-    uint32_t bufferIndexCount; // indices to draw from indexBuffer: mesh.indexCount, or fewer if the
-                               // file has no texture coordinates
+    void* block;         // owned; the uncompressed file lies in it
+    Mesh mesh;           // into block
+    uint32_t storedSize; // bytes of the uncompressed file, as its container tells
+    uint8_t fileSets;    // T as the file has it, which need not be mesh.texCoordSets
 };
 
-/// Section 2: reads the model that the item's "filename" names, and uploads it to buffer objects if
-/// the document is the demo and GlFeatures.vbo is set (sets: both buffer targets bound to 0).
-/// Fatal: a missing entry, a header that claims more than the file holds, an index past the last
-/// vertex.
-void ReadModelItem(const TiXmlElement* item, void* record, uint32_t index, LoadContext* context);
+/// How a model's indices go into a buffer object.
+struct ModelIndexBytes
+{
+    uint32_t size;    // bytes of the buffer
+    uint32_t present; // bytes of it that stand at mesh.indices; zeros follow them
+    uint32_t count;   // whole indices of the mesh that the buffer holds, so many can be drawn
+};
+
+/// The size goes by one or two sets even where the file has none or more. With none it leaves out
+/// the last indices; with more it reaches past the end of the file, and zeros stand there.
+ModelIndexBytes GetModelIndexBytes(const ModelData* model);
+
+/// Section 2: reads the model that the item's "filename" names. Faults are a missing entry, a
+/// header that claims more than the file holds, and an index past the last vertex.
+bool ReadModelItem(const TiXmlElement* item, void* record, uint32_t index, ReadContext* context);
+
+/// Frees the block of a ModelData.
+void FreeModel(void* record);

@@ -26,43 +26,55 @@ struct ObjectTable
 };
 
 /// @param recordSize   bytes of each record
-/// @return a new empty table for FreeObjectTable; ends the program if there is no memory
+/// @return a new empty table for FreeObjectTable; null without memory
 ObjectTable* CreateObjectTable(uint32_t recordSize);
 
 /// Frees each live record, from the last position to the first, then the table. What records point
-/// to is not the table's.
+/// to is not the table's. Null is allowed.
 void FreeObjectTable(ObjectTable* table);
 
 /// Adds an uninitialised record at the end of the order.
-/// @return its id, the lowest free one; 0 if the table is full, and then nothing has changed
+/// @return its id, the lowest free one; 0 if the table is full (count is kObjectTableCapacity) or
+/// there
+///         is no memory, and then nothing has changed
 uint32_t AllocateObject(ObjectTable* table);
 
 /// The first free id above one that is in use, kObjectTableCapacity + 1 if the table is full. What
 /// lowestFree becomes once the lowest free id was handed out: none below it is free.
 uint32_t FindNextFreeId(uint32_t id, const ObjectTable* table);
 
-/// @return the record, lent; null for an id outside 1 to 4096 (a negative one too) and a free id
-inline void* GetObject(int32_t id, const ObjectTable* table)
+/// @return the record, lent; null for an id outside 1 to 4096 (a negative number of a document is
+/// one)
+///         and for a free id
+inline void* GetObject(uint32_t id, ObjectTable* table)
 {
-    if (id < 1 || id > static_cast<int32_t>(kObjectTableCapacity))
-    {
-        return nullptr;
-    }
-    return table->records[id - 1];
+    return id - 1 < kObjectTableCapacity ? table->records[id - 1] : nullptr;
 }
 
-/// The same, as a record of the type that the table holds.
-template <typename Record>
-Record* GetRecord(uint32_t id, const ObjectTable* table)
+inline const void* GetObject(uint32_t id, const ObjectTable* table)
 {
-    return static_cast<Record*>(GetObject(static_cast<int32_t>(id), table));
+    return id - 1 < kObjectTableCapacity ? table->records[id - 1] : nullptr;
+}
+
+/// The same, as a record of the type that the table holds. A table that is const lends records that
+/// are.
+template <typename Record>
+Record* GetRecord(uint32_t id, ObjectTable* table)
+{
+    return static_cast<Record*>(GetObject(id, table));
+}
+
+template <typename Record>
+const Record* GetRecord(uint32_t id, const ObjectTable* table)
+{
+    return static_cast<const Record*>(GetObject(id, table));
 }
 
 /// @return the position of an id from 1 to 4096, 0 if it is free. The id is not checked.
 uint32_t ObjectPosition(uint32_t id, const ObjectTable* table);
 
 /// @return the record at a position, lent; null outside 1 to 4096 and beyond count
-void* GetObjectAtPosition(int32_t position, const ObjectTable* table);
+void* GetObjectAtPosition(int32_t position, ObjectTable* table);
 
 /// @return the id at a position from 1 to 4096, 0 beyond count. The position is not checked.
 uint32_t ObjectIdAtPosition(uint32_t position, const ObjectTable* table);

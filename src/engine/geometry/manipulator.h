@@ -5,7 +5,11 @@
 #include <tinyxml.h>
 
 #include "engine/data/model_data.h"
+#include "engine/geometry/deformed_mesh.h"
 #include "engine/geometry/instance_list.h"
+
+struct Arena;
+struct FaultList;
 
 inline constexpr uint32_t kManipulatorParams = 32;
 
@@ -17,14 +21,20 @@ enum ManipulatorType : int32_t
     kManipulatorModelPlacer = 3,   // a copy on every vertex of another mesh
 };
 
+enum PlacementKind : uint8_t
+{
+    kPlaceOnModel = 0,
+    kPlaceOnGenMesh = 1, // and any other number
+};
+
 /// The most parameters that a manipulator takes.
 inline constexpr uint32_t kManipulatorUsedParams = 12;
 
 struct Manipulator
 {
     int32_t type;                        // ManipulatorType
-    int32_t placementId;                 // mesh to place on; 0 for none
-    uint8_t placementKind;               // 0: a model, anything else: a generated mesh
+    uint32_t placementId;                // mesh to place on; 0 for none
+    uint8_t placementKind;               // PlacementKind
     uint8_t dynamicMask[7];              // bit 0x80 >> (k & 7) of byte k >> 3: param k is dynamic
     uint32_t params[kManipulatorParams]; // animated slots; 0.0 where the document gives none
 };
@@ -32,22 +42,28 @@ struct Manipulator
 /// Reads one manipulator of an object:
 ///   <x type="3"> <manipulator type="1" model="2"/> <p type="static" value="1.5"/> ... </x>
 /// The names count for one thing: a first child called "manipulator" is the mesh to place on. All
-/// others are parameters in order. Fatal: a missing attribute, more than 32 parameters.
-void ReadManipulator(const TiXmlElement* element, Manipulator* manipulator);
+/// others are parameters in order.
+/// @return false after a fault: a missing attribute, more than 32 parameters
+bool ReadManipulator(const TiXmlElement* element, Manipulator* manipulator, FaultList* faults);
 
 /// @return how many parameters a type takes: 12, 10, 3 or 9; 0 for a type outside 0 to 3
 uint32_t ManipulatorParamCount(int32_t type);
 
+/// One manipulator at one moment.
+struct ManipulatorCall
+{
+    int32_t type;           // ManipulatorType; any other leaves the list as it is
+    const float* params;    // [ManipulatorParamCount(type)], resolved
+    const Mesh* mesh;       // the object's own, which "Rippler" bends a copy of
+    const float* placement; // [placementCount][3], the vertices that "Model placer" places on,
+                            // already moved by its parameters; null leaves the list as it is
+    uint32_t placementCount;
+    DeformedMesh* deformed; // of the object; only "Rippler" changes it
+    Arena* arena;           // of the frame: gives the new list and the bent geometry
+    FaultList* faults;
+};
+
 /// Runs one manipulator on an object's instances.
-/// @param list        consumed: only the result may be used after the call
-/// @param type        ManipulatorType; any other leaves the list as it is
-/// @param params      [ManipulatorParamCount(type)], resolved
-/// @param mesh        the object's own, which "Rippler" bends a copy of into CurrentDeformedMesh
-/// @param vbo         0 or 1: the deformed arrays are uploaded to buffers as well
-/// @param placement   the mesh that "Model placer" places on; null leaves the list as it is
-/// @return the new list, for FreeInstanceList
-/// "Model placer" builds its matrix on the modelview stack, which must be the selected one, and
-/// takes it off again. With `vbo` "Rippler" leaves GL_ARRAY_BUFFER bound to the deformed normals.
-/// Fatal at CurrentPlace: more than kInstanceLimit instances.
-InstanceList* ApplyManipulator(InstanceList* list, int32_t type, const float* params,
-                               const Mesh* mesh, int32_t vbo, const Mesh* placement);
+/// @param list   replaced by the new list
+/// @return false after a fault: more than kInstanceLimit instances, or no memory
+bool ApplyManipulator(InstanceList* list, const ManipulatorCall* call);

@@ -1,11 +1,15 @@
-// Vertices moved by the matrix that OpenGL holds.
+// Vertices moved by a matrix.
 #pragma once
 
 #include <cstdint>
 
-/// Multiplies each vertex, as x, y, z, 1, by the current GL_MODELVIEW_MATRIX and drops the
-/// resulting w without any division.
+struct Arena;
+struct FaultList;
+
+/// Multiplies each vertex, as x, y, z, 1, by a matrix and drops the resulting w without any
+/// division.
+/// @param matrix     [16], columns one after another, as OpenGL gives GL_MODELVIEW_MATRIX
 /// @param vertices   [count][3]
-/// @return a new heap array [count][3] for the caller to free, never null; fatal at CurrentPlace if
-///         there is no memory for it
-float* TransformVertices(const float* vertices, uint32_t count);
+/// @return a new array [count][3], lent by the arena; null after a fault if there is no memory
+float* TransformVertices(const float* matrix, const float* vertices, uint32_t count, Arena* arena,
+                         FaultList* faults);

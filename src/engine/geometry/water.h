@@ -7,6 +7,9 @@
 
 #include "engine/data/model_data.h"
 
+struct FaultList;
+struct RandomSequence;
+
 inline constexpr int32_t kWaterSide = 30;
 inline constexpr int32_t kWaterCells = kWaterSide * kWaterSide;
 
@@ -16,13 +19,15 @@ enum GenMeshType : uint32_t
     kCenterwaveWater = 1, // rings that run out from the middle
 };
 
-/// "Lake water". Grids are indexed like the vertices; they change places as the lake steps.
+/// "Lake water". Grids are indexed like the vertices; `current` and `next` change places as the
+/// lake steps.
 struct LakeWaterState
 {
-    int32_t* older;   // [kWaterCells] heights, owned; the state before `current` took its step
-    int32_t* current; // [kWaterCells], owned
-    int32_t* next;    // [kWaterCells], owned
-    int32_t lastStep; // the driving value of the last step, truncated
+    int32_t grids[3][kWaterCells]; // heights
+    uint32_t older;                // in grids; the state before `current` took its step
+    uint32_t current;              // in grids
+    uint32_t next;                 // in grids
+    int32_t lastStep;              // the driving value of the last step, truncated
 };
 
 /// "Centerwave water".
@@ -31,21 +36,40 @@ struct CenterwaveState
     float lastTime; // the driving value that the surface was computed for; -1.0 at first
 };
 
-/// @return a new state of a type, at rest, for FreeWaterState; null for a type above 1. Fatal at
-///         CurrentPlace if there is no memory.
-void* CreateWaterState(uint32_t type);
+/// All of a generated mesh that changes while a piece plays. One of no known type is all zero.
+struct GenMeshState
+{
+    float* vertices;      // [kWaterCells][3], owned; null for a type without a generator
+    float* normals;       // [kWaterCells][3], owned
+    LakeWaterState* lake; // owned; null unless the type is kLakeWater
+    CenterwaveState wave; // counts for kCenterwaveWater only
+};
 
-/// Frees what CreateWaterState gave. A type above 1 frees nothing.
-void FreeWaterState(uint32_t type, void* state);
+/// Starts a state at rest.
+/// @param type    GenMeshType; any other gives an empty state
+/// @param mesh    the grid at rest: kWaterCells vertices
+/// @param state   receives the state, for FreeGenMeshState; empty after a fault
+/// @return false after a fault if there is no memory
+bool StartGenMeshState(uint32_t type, const Mesh* mesh, GenMeshState* state, FaultList* faults);
 
-/// Moves a water surface to a driving value: writes y of all vertices, then the normals.
+/// Makes `to` like `from`, in memory of its own.
+/// @param to   empty, or a state of the same type, whose memory is used again
+/// @return false after a fault if there is no memory; `to` may be freed all the same
+bool CopyGenMeshState(const GenMeshState* from, GenMeshState* to, FaultList* faults);
+
+/// Frees what a state owns and clears it.
+void FreeGenMeshState(GenMeshState* state);
+
+/// Moves a water surface to a driving value: writes y of the state's vertices, then its normals.
 ///
 /// A lake steps once when the value has passed the next whole number, and not at all when it has
-/// run or jumped two or more away; between steps the heights are blended. Drops come from the
-/// library's rand. A centerwave whose value has moved by less than 0.01 is left as it is.
+/// run or jumped two or more away; between steps the heights are blended. Drops come from `random`.
+/// A centerwave whose value has moved by less than 0.01 is left as it is.
 /// @param type    GenMeshType; any other does nothing
 /// @param v       no unit of its own: "Lake water" counts it in steps, "Centerwave water" in
-/// radians
-/// @param state   the cell that holds what CreateWaterState gave for this type
-/// @param mesh    the grid: kWaterCells vertices
-void SimulateWater(uint32_t type, float v, void** state, const Mesh* mesh);
+///                radians
+/// @param state   started for this type
+/// @param mesh    the grid at rest, whose indices say which triangles there are
+/// @return false after a fault if there is no memory
+bool SimulateWater(uint32_t type, float v, GenMeshState* state, const Mesh* mesh,
+                   RandomSequence* random, FaultList* faults);

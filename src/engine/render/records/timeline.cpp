@@ -1,4 +1,4 @@
-#include "engine/render/timeline.h"
+#include "engine/render/records/timeline.h"
 
 #include <cassert>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "engine/render/material.h"
+#include "engine/render/records/material.h"
 
 #include <cstring>
 

@@ -1,4 +1,4 @@
-// Materials: one of 24 recipes of OpenGL state, with a colour, an alpha and references.
+// Materials: one of 24 recipes of OpenGL state, with a color, an alpha and references.
 #pragma once
 
 #include <cstdint>
@@ -22,6 +22,7 @@ struct Material
 // MaskBit reads them. Parameters 16 to 31 all fall into byte 2, so 16 and 24 share a bit, and byte
 // 3 stays 0. No recipe goes past parameter 4.
 
-/// Section 7: one material. Fatal: no child at all, more than 32 parameters or 16 references, a
-/// missing attribute.
-void ReadMaterialItem(const TiXmlElement* item, void* record, uint32_t index, LoadContext* context);
+/// Section 7: one material.
+/// @return false after a fault: no child at all, more than 32 parameters or 16 references, a
+///         missing attribute
+bool ReadMaterialItem(const TiXmlElement* item, void* record, uint32_t index, ReadContext* context);

@@ -39,19 +39,13 @@ struct Scene
     Manipulator manipulators[kSceneObjects][kSceneManipulators];
 };
 
-/// Section 9: one scene. Fatal: more than 512 objects, more than 7 manipulators of one, a missing
-/// attribute or child.
-void ReadSceneItem(const TiXmlElement* item, void* record, uint32_t index, LoadContext* context);
+/// The nine placement values in the order of documents and instances.
+inline constexpr ObjectValues Scene::*kPlacementValues[kInstanceFloats] = {
+    &Scene::positionX, &Scene::positionY, &Scene::positionZ, &Scene::rotationX, &Scene::rotationY,
+    &Scene::rotationZ, &Scene::scaleX,    &Scene::scaleY,    &Scene::scaleZ,
+};
 
-/// Draws all objects of a scene in order, under the current projection and modelview matrix. The
-/// generated meshes that they draw or place on, and the 2D effects that they wear, move to their
-/// object's time.
-/// Relies on: matrix mode GL_MODELVIEW. Leaves: vertex and normal arrays off, buffer bindings as
-/// the last object set them, and the state of the last material.
-/// @param time         animation time of the clip in ticks
-/// @param cameraRotY   degrees, handed on to SetMaterial
-/// Fatal: an envelope, light or texture that its table lacks. A missing mesh skips the object.
-void DrawSceneObjects(const Scene* scene, ObjectTable* materials, ObjectTable* lights,
-                      ObjectTable* textures, ObjectTable* envelopes, ObjectTable* effects,
-                      ObjectTable* models, ObjectTable* bitmaps, ObjectTable* genMeshes,
-                      uint32_t time, int32_t vbo, int32_t pbo, int32_t dot3, float cameraRotY);
+/// Section 9: one scene.
+/// @return false after a fault: more than 512 objects, more than 7 manipulators of one, a missing
+///         attribute or child
+bool ReadSceneItem(const TiXmlElement* item, void* record, uint32_t index, ReadContext* context);

@@ -1,4 +1,4 @@
-#include "engine/render/effect2d.h"
+#include "engine/render/records/effect2d.h"
 
 #include <GL/glew.h>
 #include <cassert>

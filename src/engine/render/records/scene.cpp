@@ -1,4 +1,4 @@
-#include "engine/render/scene.h"
+#include "engine/render/records/scene.h"
 
 #include <GL/glew.h>
 #include <cstring>

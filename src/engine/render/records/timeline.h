@@ -9,6 +9,8 @@
 
 #include "engine/data/demo_document.h"
 
+struct FaultList;
+
 inline constexpr uint32_t kTimelineRows = 32;
 inline constexpr uint32_t kTimelineClips = 1024;
 inline constexpr uint32_t kTimelineSeconds = 1024;
@@ -54,14 +56,14 @@ struct Timeline
     float passParams[kTimelineRows][kTimelineClips][8];    // the first: target bitmap id, 0.0 none
     int8_t fogMode[kTimelineRows][kTimelineClips];         // fog is on above 0
     ClipValues fogDensity, fogStart, fogEnd;               // unset where fog is off
-    uint32_t fogColourMaterial[kTimelineRows][kTimelineClips]; // 0 is white
+    uint32_t fogColorMaterial[kTimelineRows][kTimelineClips]; // 0 is white
     uint32_t slotIndex[kTimelineRows][kTimelineSeconds];
     uint32_t clipEnd[kTimelineRows][kTimelineClips]; // absolute end tick, inclusive
     uint32_t rowEnd[kTimelineRows];                  // largest clipEnd; read by nothing
 };
 
-/// @return a new zeroed block for free()
-Timeline* CreateTimeline();
+/// @return a new zeroed block for free(); null after a fault without a place if there is no memory
+Timeline* CreateTimeline(FaultList* faults);
 
 /// Clears what a reader counts on: clipCount, rowEnd, clipEnd and slotIndex of all rows.
 void InitializeTimeline(Timeline* timeline);
@@ -72,14 +74,14 @@ void InitializeTimeline(Timeline* timeline);
 /// @param clip, row    from 0
 void AddClipToIndex(uint32_t start, uint32_t end, uint32_t clip, uint32_t row, Timeline* timeline);
 
-/// Section 10, one row: reads all its clips. Fatal: more than 1024 clips, a missing attribute or
-/// child.
-/// @param index   the row, below kTimelineRows: those behind are not read
-void ReadTimelineRow(const TiXmlElement* item, void* record, uint32_t index, LoadContext* context);
+/// Section 10, one row: reads all its clips.
+/// @param index   the row, below kTimelineRows: those after are not read
+/// @return false after a fault: more than 1024 clips, a missing attribute or child
+bool ReadTimelineRow(const TiXmlElement* item, void* record, uint32_t index, ReadContext* context);
 
 /// Section 10, before its rows: clears the block of demo.xmlz (that of loading.xmlz is cleared when
 /// it is made).
-void BeginTimeline(LoadContext* context);
+bool BeginTimeline(ReadContext* context);
 
-/// Section 10, behind its rows: fatal if there was none.
-void EndTimeline(LoadContext* context);
+/// Section 10, after its rows: a fault if there was none.
+bool EndTimeline(ReadContext* context);

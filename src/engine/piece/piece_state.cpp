@@ -1,0 +1,1 @@
+#include "engine/piece/piece_state.h"
