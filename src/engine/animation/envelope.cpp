@@ -2,8 +2,6 @@
 
 #include <bit>
 #include <cmath>
-#include <cstddef>
-#include <cstring>
 #include <emmintrin.h>
 #include <limits>
 
@@ -233,7 +231,8 @@ static bool ReadPieceParams(const TiXmlElement* piece, float* params, FaultList*
             AddFaultAt(faults, node, "more than %u parameters", kEnvelopeParams);
             return false;
         }
-        if (!ReadFloatChild(node, "parameter", &params[count], faults))
+        params[count] = ParseFloat(RequireText(RequireElement(node, "parameter", faults), faults));
+        if (HasFailed(faults))
         {
             return false;
         }
@@ -243,6 +242,7 @@ static bool ReadPieceParams(const TiXmlElement* piece, float* params, FaultList*
 }
 
 /// Reads one piece into slot i.
+/// @param element   null after a fault
 static bool ReadPiece(const TiXmlElement* element, uint32_t i, Envelope* envelope,
                       FaultList* faults)
 {
@@ -256,8 +256,6 @@ bool ReadEnvelopeItem(const TiXmlElement* item, void* record, uint32_t /*index*/
 {
     FaultList* faults = context->faults;
     Envelope* envelope = static_cast<Envelope*>(record);
-    memset(envelope, 0, offsetof(Envelope, splines)); // these are most of it, and often stay unused
-
     envelope->valueType = static_cast<uint8_t>(ReadIntAttribute(item, "type", faults));
     envelope->loopType = static_cast<uint8_t>(ReadIntAttribute(item, "loop_type", faults));
     envelope->loopBegin = ReadFloatAttribute(item, "loop_begin", faults);
@@ -276,8 +274,7 @@ bool ReadEnvelopeItem(const TiXmlElement* item, void* record, uint32_t /*index*/
             AddFaultAt(faults, node, "more than %u pieces", kEnvelopePieces);
             return false;
         }
-        const TiXmlElement* element = RequireElement(node, "piece", faults);
-        if (element == nullptr || !ReadPiece(element, piece, envelope, faults))
+        if (!ReadPiece(RequireElement(node, "piece", faults), piece, envelope, faults))
         {
             return false;
         }

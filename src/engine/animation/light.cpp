@@ -26,12 +26,7 @@ static bool ReadGroup(const TiXmlNode* node, const LightGroup* group, FaultList*
     for (uint32_t i = 0; i < kValuesPerGroup; ++i)
     {
         faults->place.part = group->firstPart + i;
-        const TiXmlElement* value = TakeElement(&child, "value", faults);
-        if (value == nullptr)
-        {
-            return false;
-        }
-        if (ReadAnimatedValue(value, &group->slots[i], faults))
+        if (ReadAnimatedValue(TakeElement(&child, "value", faults), &group->slots[i], faults))
         {
             *group->flags = static_cast<uint8_t>(*group->flags | (group->firstDynamic >> i));
         }
@@ -47,7 +42,6 @@ static bool ReadGroup(const TiXmlNode* node, const LightGroup* group, FaultList*
 bool ReadLightItem(const TiXmlElement* item, void* record, uint32_t /*index*/, ReadContext* context)
 {
     Light* light = static_cast<Light*>(record);
-    *light = {};
     const LightGroup groups[] = {
         {"ambient colour", kAmbientPart, kAmbientDynamic, light->ambient, &light->flagsA},
         {"diffuse colour", kDiffusePart, kDiffuseDynamic, light->diffuse, &light->flagsA},

@@ -10,9 +10,6 @@
 #include "engine/textures/decode_image.h"
 #include "engine/textures/mip_chain.h"
 
-/// Bytes of pixels.
-static constexpr uint64_t kLargestBitmap = 1u << 30;
-
 /// Appends bytes to a Radiance file at which its decoder stops. After the end of a file it reads
 /// zeros, and a run of no length for ever: a file that is cut short must end in something else. A
 /// length of 255 runs past the end of any row at last.
@@ -68,21 +65,24 @@ bool DecodeBitmap(PackageFile* package, const char* filename, BitmapTexture* bit
 
     DecodedImage image;
     const char* reason = nullptr;
-    const DecodeResult result = DecodeImage(file, size, kLargestBitmap, &image, &reason);
+    const DecodeResult result = DecodeImage(file, size, package->budget.bytesLeft, &image, &reason);
     free(file);
-    switch (result)
+    if (result == DecodeResult::kRefused)
     {
-    case DecodeResult::kDecoded:
-        break;
-    case DecodeResult::kRefused:
         AddFault(faults, "the image file \"%s\" can't be read: %s", filename, reason);
         return false;
-    case DecodeResult::kTooLarge:
-        AddFault(faults, "the image file \"%s\" has %dx%d pixels, more than a piece may have",
-                 filename, image.width, image.height);
-        return false;
-    case DecodeResult::kDamaged:
+    }
+    if (result == DecodeResult::kDamaged)
+    {
         AddFault(faults, "the image file is damaged");
+        return false;
+    }
+
+    // An image that is too large for the budget is not decoded, and ends here too.
+    const size_t bytes = LevelBytes({image.width, image.height}, image.components);
+    if (!TakeFromBudget(&package->budget, bytes, faults))
+    {
+        free(image.pixels);
         return false;
     }
     if (!HasBitmapSize(&image))
@@ -122,10 +122,8 @@ bool ReadBitmapItem(const TiXmlElement* item, void* record, uint32_t /*index*/,
                     ReadContext* context)
 {
     BitmapTexture* bitmap = static_cast<BitmapTexture*>(record);
-    *bitmap = {};
     const char* filename = RequireAttribute(item, "filename", context->faults);
-    if (filename == nullptr ||
-        !DecodeBitmap(context->package, filename, bitmap, context->faults))
+    if (filename == nullptr || !DecodeBitmap(context->package, filename, bitmap, context->faults))
     {
         return false;
     }

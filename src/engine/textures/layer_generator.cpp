@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <limits>
 
+#include "engine/data/allocate.h"
 #include "engine/data/document_values.h"
 #include "engine/data/numeric.h"
 #include "engine/textures/pixel_block.h"
@@ -537,7 +538,7 @@ static void GenerateNoise(const float* params, int32_t size, uint8_t* pixels)
     free(seeds);
 }
 
-void GenerateLayer(LayerImage* layer, int32_t size)
+bool GenerateLayer(LayerImage* layer, int32_t size)
 {
     switch (layer->type)
     {
@@ -562,6 +563,7 @@ void GenerateLayer(LayerImage* layer, int32_t size)
     default:
         break;
     }
+    return true;
 }
 
 static float RandomUnit(RandomSequence* random)
@@ -606,7 +608,8 @@ static bool ReadLayerParams(const TiXmlElement* item, float* params, FaultList* 
             AddFaultAt(faults, child, "more than %u parameters", kLayerParams);
             return false;
         }
-        if (!ReadFloatChild(child, "parameter", &params[count], faults))
+        params[count] = ParseFloat(RequireText(RequireElement(child, "parameter", faults), faults));
+        if (HasFailed(faults))
         {
             return false;
         }

@@ -6,21 +6,11 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "engine/data/fault.h"
-
-/// @param count   elements
-/// @param what    what the block is for, as a fault calls it
-/// @return a new uninitialised block for free; fatal if there is no memory
 template <typename Element>
-Element* AllocateBlock(size_t count, const char* what)
+Element* AllocateBlock(size_t count, const char* /*what*/)
 {
     const size_t bytes = count * sizeof(Element);
-    void* block = malloc(bytes == 0 ? 1 : bytes);
-    if (block == nullptr)
-    {
-        FatalFault("no memory for %s (%zu bytes)", what, bytes);
-    }
-    return static_cast<Element*>(block);
+    return static_cast<Element*>(malloc(bytes == 0 ? 1 : bytes));
 }
 
 /// Writes RGB pixels that are held as 0x00BBGGRR. Exactly count * 3 bytes are written: the spare

@@ -34,7 +34,8 @@ static bool ReadStepParams(const TiXmlElement* element, float* params, FaultList
         params[i] = 1.0f;
         if (child != nullptr)
         {
-            if (!ReadFloatChild(child, "parameter", &params[i], faults))
+            params[i] = ParseFloat(RequireText(RequireElement(child, "parameter", faults), faults));
+            if (HasFailed(faults))
             {
                 return false;
             }
@@ -110,8 +111,12 @@ bool ReadProceduralTextureItem(const TiXmlElement* item, void* record, uint32_t 
         return true;
     }
 
-    const size_t bytes = static_cast<size_t>(kTextureSize) * kTextureSize * 3;
-    texture->pixels = AllocateBlock<uint8_t>(bytes, "a work image", context->faults);
+    static constexpr size_t kBytes = static_cast<size_t>(kTextureSize) * kTextureSize * 3;
+    if (!TakeFromBudget(&context->package->budget, kBytes, context->faults))
+    {
+        return false;
+    }
+    texture->pixels = AllocateBlock<uint8_t>(kBytes, "a work image", context->faults);
     if (texture->pixels == nullptr)
     {
         return false;

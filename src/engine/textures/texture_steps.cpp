@@ -193,7 +193,7 @@ static void Convolve(const float* params, int32_t size, uint8_t* pixels)
         });
 }
 
-void ApplyTextureStep(int32_t stepType, const float* params, const uint8_t* layer, int32_t size,
+bool ApplyTextureStep(int32_t stepType, const float* params, const uint8_t* layer, int32_t size,
                       uint8_t* pixels)
 {
     const PixelKernels* kernels = GetPixelKernels();
@@ -236,4 +236,5 @@ void ApplyTextureStep(int32_t stepType, const float* params, const uint8_t* laye
     default:
         break;
     }
+    return true;
 }
