@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "engine/data/fault.h"
+#include "engine/render/baseline_state.h"
 #include "engine/render/frame.h"
 
 static constexpr int kBitsPerPixel = 24;
@@ -58,29 +59,25 @@ static void OpenWindow(const LauncherChoice* choice, const View* view)
     }
 }
 
-static int32_t DetectVbo(int32_t vboSwitch)
+/// Prints whether there are buffer objects, if the viewer wants them.
+static int32_t TellVbo(int32_t vboSwitch, int32_t offered)
 {
     if (vboSwitch != kSwitchOn)
     {
         return 0;
     }
-    if (!GLEW_ARB_vertex_buffer_object)
-    {
-        printf("No VBO support.\n");
-        return 0;
-    }
-    printf("VBO support detected.\n");
-    return 1;
+    printf(offered != 0 ? "VBO support detected.\n" : "No VBO support.\n");
+    return offered;
 }
 
-static int32_t DetectPbo(bool forcePbo)
+static int32_t TellPbo(bool forcePbo, int32_t offered)
 {
     if (!GLEW_ARB_pixel_buffer_object)
     {
         printf("No PBO support.\n");
         return 0;
     }
-    if (!GLEW_VERSION_2_1 && !forcePbo)
+    if (offered == 0 && !forcePbo)
     {
         printf("PBO support detected, but it may be slow (opengl version is lower than 2.1), "
                "so i disable it. Use -forcepbo to enable it.\n");
@@ -90,38 +87,15 @@ static int32_t DetectPbo(bool forcePbo)
     return 1;
 }
 
-static int32_t DetectNpot()
+static void TellNpot(int32_t offered)
 {
-    if (!GLEW_ARB_texture_non_power_of_two)
-    {
-        printf("No NPOT texture support.\n");
-        return 0;
-    }
-    printf("NPOT texture support detected.\n");
-    return 1;
+    printf(offered != 0 ? "NPOT texture support detected.\n" : "No NPOT texture support.\n");
 }
 
-static int32_t DetectDot3()
+static void TellDot3(int32_t offered)
 {
-    if (!GLEW_ARB_texture_env_dot3)
-    {
-        printf("No DOT3 bump mapping support.\n");
-        return 0;
-    }
-    printf("DOT3 bump mapping support detected.\n");
-    return 1;
-}
-
-static void SetBaselineState()
-{
-    glEnable(GL_DEPTH_TEST);
-    glDepthFunc(GL_LEQUAL);
-    glShadeModel(GL_SMOOTH);
-    glEnable(GL_BLEND);
-    glTexGeni(GL_S, GL_TEXTURE_GEN_MODE, GL_SPHERE_MAP);
-    glTexGeni(GL_T, GL_TEXTURE_GEN_MODE, GL_SPHERE_MAP);
-    glEnable(GL_COLOR_MATERIAL);
-    glColorMaterial(GL_FRONT, GL_AMBIENT_AND_DIFFUSE);
+    printf(offered != 0 ? "DOT3 bump mapping support detected.\n"
+                        : "No DOT3 bump mapping support.\n");
 }
 
 GlFeatures OpenDisplay(const LauncherChoice* choice, const View* view, bool forcePbo)
@@ -130,11 +104,11 @@ GlFeatures OpenDisplay(const LauncherChoice* choice, const View* view, bool forc
     glewInit();
 
     printf("%s\n", kSeparator);
-    GlFeatures features;
-    features.vbo = DetectVbo(choice->vbo);
-    features.pbo = DetectPbo(forcePbo);
-    features.npot = DetectNpot();
-    features.dot3 = DetectDot3();
+    GlFeatures features = DetectFeatures();
+    features.vbo = TellVbo(choice->vbo, features.vbo);
+    features.pbo = TellPbo(forcePbo, features.pbo);
+    TellNpot(features.npot);
+    TellDot3(features.dot3);
     printf("%s\n", kSeparator);
 
     // The new window shows black at once, not what its memory held.

@@ -20,10 +20,8 @@ struct View
 View ChosenView(const LauncherChoice* choice);
 
 /// Opens the window in place of the launcher's, prints what its OpenGL offers, shows it black and
-/// sets the state that is never restored. Starts SDL's audio, if music is on, and its timer.
-/// Relies on: SDL's video started. Sets: depth test (LEQUAL) and blending on, smooth shading,
-/// sphere mapping as the texture generation of S and T (generation itself off), ambient and diffuse
-/// of front faces following the colour.
+/// sets the baseline state. Starts SDL's audio, if music is on, and its timer.
+/// Relies on: SDL's video started. Sets: what SetBaselineState does.
 /// @param forcePbo   pixel buffer objects even below OpenGL 2.1
 /// Ends the program through FatalError if SDL can't open the window.
 GlFeatures OpenDisplay(const LauncherChoice* choice, const View* view, bool forcePbo);
