@@ -1,17 +1,9 @@
-// Heap blocks for images, and pixels that are made four bytes at a time.
+// Pixels that are made four bytes at a time.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
-
-template <typename Element>
-Element* AllocateBlock(size_t count, const char* /*what*/)
-{
-    const size_t bytes = count * sizeof(Element);
-    return static_cast<Element*>(malloc(bytes == 0 ? 1 : bytes));
-}
 
 /// Writes RGB pixels that are held as 0x00BBGGRR. Exactly count * 3 bytes are written: the spare
 /// byte of each pixel falls where the next one goes, and the last pixel does without.

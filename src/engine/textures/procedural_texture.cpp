@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "engine/data/allocate.h"
+#include "engine/data/arena.h"
 #include "engine/data/document_values.h"
 #include "engine/data/fault.h"
 #include "engine/textures/layer_generator.h"
@@ -13,16 +14,16 @@ bool BuildProceduralTexture(const TextureJob* job, const LayerImage* const* laye
 {
     const ProceduralTexture* texture = job->texture;
     memset(job->pixels, 0, static_cast<size_t>(size) * static_cast<size_t>(size) * 3);
-    for (uint32_t i = 0; i < texture->stepCount; ++i)
+    Arena scratch = {};
+    bool done = true;
+    for (uint32_t i = 0; i < texture->stepCount && done; ++i)
     {
         const int32_t type = texture->stepType[i];
         const uint8_t* layer = IsCombiner(type) ? layers[texture->stepLayer[i]]->pixels : nullptr;
-        if (!ApplyTextureStep(type, texture->stepParams[i], layer, size, job->pixels))
-        {
-            return false;
-        }
+        done = ApplyTextureStep(type, texture->stepParams[i], layer, size, job->pixels, &scratch);
     }
-    return true;
+    FreeArena(&scratch);
+    return done;
 }
 
 /// Reads the parameters of one step; those that the document does not give are 1.

@@ -1,12 +1,11 @@
 #include "engine/textures/texture_steps.h"
 
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
 
+#include "engine/data/arena.h"
 #include "engine/data/cos_table.h"
 #include "engine/data/numeric.h"
-#include "engine/textures/pixel_block.h"
 #include "engine/textures/pixel_kernels.h"
 
 static size_t RowBytes(int32_t size)
@@ -21,15 +20,19 @@ static int32_t WrapIndex(int64_t value, int32_t size)
     return static_cast<int32_t>(remainder < 0 ? remainder + size : remainder);
 }
 
-static void Offset(const float* params, int32_t size, uint8_t* pixels)
+static bool Offset(const float* params, int32_t size, uint8_t* pixels, Arena* scratch)
 {
-    // Offsets below -size have no pixel by rights; they wrap as often as it takes.
+    // Offsets wrap as often as it takes: below -size too, where a single turn finds no pixel.
     const int32_t down = WrapIndex(TruncateToInt(params[0]), size);
     const size_t right = static_cast<size_t>(WrapIndex(TruncateToInt(params[1]), size)) * 3;
 
     const size_t rowBytes = RowBytes(size);
     const size_t bytes = static_cast<size_t>(size) * rowBytes;
-    uint8_t* before = AllocateBlock<uint8_t>(bytes, "an image to move");
+    uint8_t* before = ArenaAllocateArray<uint8_t>(scratch, bytes);
+    if (before == nullptr)
+    {
+        return false;
+    }
     memcpy(before, pixels, bytes);
     for (int32_t y = 0; y < size; ++y)
     {
@@ -39,7 +42,7 @@ static void Offset(const float* params, int32_t size, uint8_t* pixels)
         memcpy(out, source + right, rowBytes - right);
         memcpy(out + rowBytes - right, source, right);
     }
-    free(before);
+    return true;
 }
 
 /// The number of waves across the image, the size of a truncated parameter. -2147483648 has no
@@ -56,7 +59,7 @@ static float RippleDisplacement(int32_t coordinate, float side, float waves, flo
     return side * cosLookup(TruncateToInt(steps)) * amplitude;
 }
 
-static void Ripple(const float* params, int32_t size, uint8_t* pixels)
+static bool Ripple(const float* params, int32_t size, uint8_t* pixels, Arena* scratch)
 {
     const PixelKernels* kernels = GetPixelKernels();
     const float side = static_cast<float>(size);
@@ -65,12 +68,16 @@ static void Ripple(const float* params, int32_t size, uint8_t* pixels)
     const float wavesAlongX = WaveCount(params[3]);
     const float wavesAlongY = WaveCount(params[2]);
 
-    uint8_t* before = AllocateBlock<uint8_t>(count * count * 4, "an image to ripple");
+    const size_t room = count + kRowSlack;
+    uint8_t* before = ArenaAllocateArray<uint8_t>(scratch, count * count * 4);
+    float* space = ArenaAllocateArray<float>(scratch, room * 5);
+    uint32_t* numbers = ArenaAllocateArray<uint32_t>(scratch, room * 4);
+    if (before == nullptr || space == nullptr || numbers == nullptr)
+    {
+        return false;
+    }
     kernels->spreadPixels(pixels, count * count, before);
 
-    const size_t room = count + kRowSlack;
-    float* space = AllocateBlock<float>(room * 5, "a rippled row");
-    uint32_t* numbers = AllocateBlock<uint32_t>(room * 4, "a rippled row");
     const RippleSamples samples = {
         {numbers, numbers + room, numbers + 2 * room, numbers + 3 * room},
         {space + room, space + 2 * room, space + 3 * room, space + 4 * room},
@@ -89,10 +96,16 @@ static void Ripple(const float* params, int32_t size, uint8_t* pixels)
         row.alongX = RippleDisplacement(y, side, wavesAlongX, params[0]);
         kernels->rippleRow(&row, pixels + static_cast<size_t>(y) * RowBytes(size));
     }
-    free(numbers);
-    free(space);
-    free(before);
+    return true;
 }
+
+/// An image, and the memory for working on it.
+struct WorkImage
+{
+    int32_t size;    // side, pixels
+    uint8_t* pixels; // borrowed
+    Arena* scratch;  // borrowed
+};
 
 /// Runs a 3x3 filter over an image in place. Each row is worked up once, and what came of it is
 /// kept for as long as rows still look at it. A row's neighbours at its ends are those on the
@@ -100,13 +113,20 @@ static void Ripple(const float* params, int32_t size, uint8_t* pixels)
 /// @param rowElements   what a row is worked up into
 /// @param load          works a row up: a padded row of count bytes with slack into rowElements
 /// @param filter        makes an output row from three worked-up rows: above, the row itself, below
+/// @return false without memory
 template <typename Element, typename Load, typename Filter>
-static void FilterRows(int32_t size, uint8_t* pixels, size_t rowElements, Load load, Filter filter)
+static bool FilterRows(const WorkImage* image, size_t rowElements, Load load, Filter filter)
 {
+    const int32_t size = image->size;
+    uint8_t* pixels = image->pixels;
     const size_t count = RowBytes(size);
-    uint8_t* padded = AllocateBlock<uint8_t>(count + 6 + kRowSlack, "a row to filter");
+    uint8_t* padded = ArenaAllocateArray<uint8_t>(image->scratch, count + 6 + kRowSlack);
+    Element* rows = ArenaAllocateArray<Element>(image->scratch, 4 * rowElements);
+    if (padded == nullptr || rows == nullptr)
+    {
+        return false;
+    }
     memset(padded, 0, count + 6 + kRowSlack);
-    Element* rows = AllocateBlock<Element>(4 * rowElements, "rows to filter");
     memset(rows, 0, 4 * rowElements * sizeof(Element));
     const auto loadRow = [&](int32_t y, Element* row)
     {
@@ -139,20 +159,19 @@ static void FilterRows(int32_t size, uint8_t* pixels, size_t rowElements, Load l
         above = row;
         row = below;
     }
-    free(rows);
-    free(padded);
+    return true;
 }
 
-static void Blur(int32_t size, uint8_t* pixels)
+static bool Blur(const WorkImage* image)
 {
     const PixelKernels* kernels = GetPixelKernels();
-    FilterRows<uint16_t>(size, pixels, RowBytes(size) + kRowSlack, kernels->sumRow,
-                         [&](const uint16_t* above, const uint16_t* row, const uint16_t* below,
-                             size_t count, uint8_t* out)
-                         {
-                             const WordRows rows = {above, row, below};
-                             kernels->blurRow(&rows, count, out);
-                         });
+    return FilterRows<uint16_t>(image, RowBytes(image->size) + kRowSlack, kernels->sumRow,
+                                [&](const uint16_t* above, const uint16_t* row,
+                                    const uint16_t* below, size_t count, uint8_t* out)
+                                {
+                                    const WordRows rows = {above, row, below};
+                                    kernels->blurRow(&rows, count, out);
+                                });
 }
 
 // The kernels of the four directions:
@@ -163,15 +182,15 @@ static void Blur(int32_t size, uint8_t* pixels)
 //
 // They are one kernel, mirrored: 2 and 3 have the left where 1 and 4 have the right, 3 and 4 the
 // row above where 1 and 2 have the one below.
-static void Emboss(const float* params, int32_t size, uint8_t* pixels)
+static bool Emboss(const float* params, const WorkImage* image)
 {
     const PixelKernels* kernels = GetPixelKernels();
     const int32_t given = TruncateToInt(params[0]);
     const int32_t direction = given < 1 ? 1 : (given > 4 ? 4 : given);
     const ptrdiff_t side = direction == 1 || direction == 4 ? 3 : -3;
     const bool upsideDown = direction >= 3;
-    FilterRows<uint16_t>(
-        size, pixels, kEmbossShares * (RowBytes(size) + kRowSlack),
+    return FilterRows<uint16_t>(
+        image, kEmbossShares * (RowBytes(image->size) + kRowSlack),
         [&](const uint8_t* row, size_t count, uint16_t* shares)
         { kernels->weighRow(row, count, side, shares); },
         [&](const uint16_t* above, const uint16_t* row, const uint16_t* below, size_t count,
@@ -182,11 +201,11 @@ static void Emboss(const float* params, int32_t size, uint8_t* pixels)
         });
 }
 
-static void Convolve(const float* params, int32_t size, uint8_t* pixels)
+static bool Convolve(const float* params, const WorkImage* image)
 {
     const PixelKernels* kernels = GetPixelKernels();
-    FilterRows<float>(
-        size, pixels, RowBytes(size) + 6 + kRowSlack,
+    return FilterRows<float>(
+        image, RowBytes(image->size) + 6 + kRowSlack,
         [&](const uint8_t* row, size_t count, float* out)
         { kernels->widenRow(row - 3, count + 6, out); },
         [&](const float* above, const float* row, const float* below, size_t count, uint8_t* out) {
@@ -195,9 +214,12 @@ static void Convolve(const float* params, int32_t size, uint8_t* pixels)
 }
 
 bool ApplyTextureStep(int32_t stepType, const float* params, const uint8_t* layer, int32_t size,
-                      uint8_t* pixels)
+                      uint8_t* pixels, Arena* scratch)
 {
     const PixelKernels* kernels = GetPixelKernels();
+    const WorkImage image = {size, pixels, scratch};
+    const ArenaMark mark = MarkArena(scratch);
+    bool done = true;
     const size_t bytes = static_cast<size_t>(size) * RowBytes(size);
     switch (stepType)
     {
@@ -220,22 +242,23 @@ bool ApplyTextureStep(int32_t stepType, const float* params, const uint8_t* laye
         kernels->scale(pixels, bytes, params[0]);
         break;
     case kStepOffset:
-        Offset(params, size, pixels);
+        done = Offset(params, size, pixels, scratch);
         break;
     case kStepRipple:
-        Ripple(params, size, pixels);
+        done = Ripple(params, size, pixels, scratch);
         break;
     case kStepBlur:
-        Blur(size, pixels);
+        done = Blur(&image);
         break;
     case kStepEmboss:
-        Emboss(params, size, pixels);
+        done = Emboss(params, &image);
         break;
     case kStepConvolution:
-        Convolve(params, size, pixels);
+        done = Convolve(params, &image);
         break;
     default:
         break;
     }
-    return true;
+    ResetArena(scratch, mark);
+    return done;
 }
