@@ -2,6 +2,16 @@
 
 #include <GL/glew.h>
 
+GlFeatures DetectFeatures()
+{
+    GlFeatures features;
+    features.vbo = GLEW_ARB_vertex_buffer_object ? 1 : 0;
+    features.pbo = GLEW_ARB_pixel_buffer_object && GLEW_VERSION_2_1 ? 1 : 0;
+    features.npot = GLEW_ARB_texture_non_power_of_two ? 1 : 0;
+    features.dot3 = GLEW_ARB_texture_env_dot3 ? 1 : 0;
+    return features;
+}
+
 void SetBaselineState()
 {
     glEnable(GL_DEPTH_TEST);

@@ -1,7 +1,15 @@
-// The OpenGL state that everything drawn builds on. A program sets it once per context.
+// The state of a fresh OpenGL that everything drawn builds on, and what that OpenGL offers.
 #pragma once
 
+#include "engine/data/gl_features.h"
+
+/// @return what the current OpenGL offers. Buffer objects for pixels count from OpenGL 2.1 on:
+///         older drivers offer them and are slow with them.
+/// Relies on: glewInit called.
+GlFeatures DetectFeatures();
+
+/// Sets the state that is never restored.
 /// Sets: depth test (LEQUAL) and blending on, smooth shading, sphere mapping as the texture
 /// generation of S and T (generation itself off), ambient and diffuse of front faces following the
-/// color. Nothing ever sets these back.
+/// color.
 void SetBaselineState();
