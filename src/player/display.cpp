@@ -4,8 +4,7 @@
 #include <SDL.h>
 #include <cstdio>
 
-#include "engine/data/fault.h"
-#include "engine/render/frame.h"
+#include "engine/render/baseline_state.h"
 
 static constexpr int kBitsPerPixel = 24;
 static constexpr const char* kSeparator = "========================================"; // 40
@@ -16,7 +15,7 @@ struct GlAttribute
     int value;
 };
 
-/// What antialiasing asks for. Without it SDL's defaults stand, the depth size among them.
+/// The wishes of antialiasing. Without it SDL's defaults stand, the depth size among them.
 static constexpr GlAttribute kAntialiasingAttributes[] = {
     {SDL_GL_RED_SIZE, 8},           {SDL_GL_GREEN_SIZE, 8},         {SDL_GL_BLUE_SIZE, 8},
     {SDL_GL_ALPHA_SIZE, 8},         {SDL_GL_DEPTH_SIZE, 24},        {SDL_GL_DOUBLEBUFFER, 1},
@@ -29,7 +28,8 @@ View ChosenView(const LauncherChoice* choice)
     return {resolution.width, resolution.height, kAspects[choice->aspectIndex]};
 }
 
-static void OpenWindow(const LauncherChoice* choice, const View* view)
+/// @return false after a fault
+static bool OpenWindow(const LauncherChoice* choice, const View* view, FaultList* faults)
 {
     if (choice->antialiasing == kSwitchOn)
     {
@@ -54,8 +54,11 @@ static void OpenWindow(const LauncherChoice* choice, const View* view)
     // Without a window there is no OpenGL context, and every call from here on would be lost.
     if (SDL_SetVideoMode(view->width, view->height, kBitsPerPixel, flags) == nullptr)
     {
-        FatalError("can't open a window of %d x %d: %s", view->width, view->height, SDL_GetError());
+        AddError(faults, "can't open a window of %d x %d: %s", view->width, view->height,
+                 SDL_GetError());
+        return false;
     }
+    return true;
 }
 
 static int32_t DetectVbo(int32_t vboSwitch)
@@ -112,29 +115,20 @@ static int32_t DetectDot3()
     return 1;
 }
 
-static void SetBaselineState()
+bool OpenDisplay(const LauncherChoice* choice, const View* view, bool forcePbo,
+                 GlFeatures* features, FaultList* faults)
 {
-    glEnable(GL_DEPTH_TEST);
-    glDepthFunc(GL_LEQUAL);
-    glShadeModel(GL_SMOOTH);
-    glEnable(GL_BLEND);
-    glTexGeni(GL_S, GL_TEXTURE_GEN_MODE, GL_SPHERE_MAP);
-    glTexGeni(GL_T, GL_TEXTURE_GEN_MODE, GL_SPHERE_MAP);
-    glEnable(GL_COLOR_MATERIAL);
-    glColorMaterial(GL_FRONT, GL_AMBIENT_AND_DIFFUSE);
-}
-
-GlFeatures OpenDisplay(const LauncherChoice* choice, const View* view, bool forcePbo)
-{
-    OpenWindow(choice, view);
+    if (!OpenWindow(choice, view, faults))
+    {
+        return false;
+    }
     glewInit();
 
     printf("%s\n", kSeparator);
-    GlFeatures features;
-    features.vbo = DetectVbo(choice->vbo);
-    features.pbo = DetectPbo(forcePbo);
-    features.npot = DetectNpot();
-    features.dot3 = DetectDot3();
+    features->vbo = DetectVbo(choice->vbo);
+    features->pbo = DetectPbo(forcePbo);
+    features->npot = DetectNpot();
+    features->dot3 = DetectDot3();
     printf("%s\n", kSeparator);
 
     // The new window shows black at once, not what its memory held.
@@ -142,17 +136,15 @@ GlFeatures OpenDisplay(const LauncherChoice* choice, const View* view, bool forc
     SDL_GL_SwapBuffers();
     SetBaselineState();
     SDL_GL_SwapBuffers();
-    return features;
+    return true;
 }
 
-uint32_t DrawDocument(const DemoDocument* document, const View* view, GlFeatures features,
-                      uint32_t time)
+uint32_t DrawDocument(PieceRun* run, RunDocument document, const View* view, uint32_t time)
 {
-    CurrentPlace = {document->name, kNoSection, 0, 0};
-    return RenderFrame(document->timeline, document->scenes, document->materials, document->lights,
-                       document->textures, document->envelopes, view->aspect, document->effects,
-                       document->models, document->bitmaps, document->genMeshes, time, view->width,
-                       view->height, features.vbo, features.pbo, features.npot, features.dot3);
+    const FrameSources sources = RunSources(run, document);
+    const FrameRequest request = {view->aspect, time, view->width, view->height};
+    run->faults->place = PlaceAt(sources.document->name, Section::kNone);
+    return RenderFrame(&sources, &request);
 }
 
 void ShowFrame()

@@ -1,14 +1,12 @@
 #include "engine/animation/animated_value.h"
 
-#include "engine/animation/envelope.h"
-#include "engine/data/fault.h"
-
-float EvaluateEnvelopeId(uint32_t id, const ObjectTable* envelopes, uint32_t time)
+float EvaluateEnvelopeId(uint32_t id, const Animation* animation, uint32_t time)
 {
-    Envelope* envelope = GetRecord<Envelope>(id, envelopes);
+    const Envelope* envelope = GetRecord<Envelope>(id, animation->envelopes);
     if (envelope == nullptr)
     {
-        FatalFault("envelope %d does not exist", static_cast<int32_t>(id));
+        AddFault(animation->faults, "envelope %d does not exist", static_cast<int32_t>(id));
+        return 0.0f;
     }
-    return EvaluateEnvelope(envelope, time);
+    return EvaluateEnvelope(envelope, &animation->caches[id - 1], time);
 }

@@ -2,8 +2,6 @@
 
 #include <bit>
 #include <cmath>
-#include <cstddef>
-#include <cstring>
 #include <emmintrin.h>
 #include <limits>
 
@@ -32,7 +30,7 @@ static SplineKnots RepairKnots(const float* params)
         knots.y[k + 1] = params[2 * k - 1];
     }
 
-    // A knot less than a tick behind its predecessor moves and takes the predecessor's y. Documents
+    // A knot less than a tick after its predecessor moves and takes the predecessor's y. Documents
     // count on it: they write the points that a curve lacks as zeros, and those end flat.
     for (uint32_t k = 2; k <= 13; ++k)
     {
@@ -62,11 +60,11 @@ static SplineSegment MakeSegment(const SplineKnots* knots, uint32_t j)
 {
     const float* x = knots->x;
     const float* y = knots->y;
-    float dx = x[j] - x[j - 1];
-    float p1 = y[j - 1];
-    float p2 = y[j];
-    float p0 = ((y[j - 1] - y[j - 2]) / (x[j - 2] - x[j - 1])) * dx + p1;
-    float p3 = ((y[j + 1] - y[j]) / (x[j + 1] - x[j])) * dx + p2;
+    const float dx = x[j] - x[j - 1];
+    const float p1 = y[j - 1];
+    const float p2 = y[j];
+    const float p0 = ((y[j - 1] - y[j - 2]) / (x[j - 2] - x[j - 1])) * dx + p1;
+    const float p3 = ((y[j + 1] - y[j]) / (x[j + 1] - x[j])) * dx + p2;
 
     SplineSegment segment;
     segment.dx = dx;
@@ -79,7 +77,7 @@ static SplineSegment MakeSegment(const SplineKnots* knots, uint32_t j)
 
 static void PrepareSpline(const float* params, PreparedSpline* spline)
 {
-    SplineKnots knots = RepairKnots(params);
+    const SplineKnots knots = RepairKnots(params);
     for (uint32_t i = 0; i < kSplineSegments; ++i)
     {
         spline->knots[i] = knots.x[i + 1];
@@ -92,8 +90,7 @@ static void PrepareSpline(const float* params, PreparedSpline* spline)
     spline->lastY = knots.y[14];
 }
 
-/// Out of line because it runs once: inlined, its registers would cost every evaluation a save.
-[[gnu::noinline, gnu::cold]] static void PrepareSplines(Envelope* envelope)
+void PrepareSplines(Envelope* envelope)
 {
     for (uint32_t i = 0; i < envelope->pieceCount; ++i)
     {
@@ -102,26 +99,25 @@ static void PrepareSpline(const float* params, PreparedSpline* spline)
             PrepareSpline(envelope->pieceParams[i], &envelope->splines[i]);
         }
     }
-    envelope->splinesReady = true;
 }
 
 /// The index of the first knot that s has not passed, up to 14, where infinity stands. A knot that
 /// is no number counts as passed. All 16 are compared at once: where s lies is anyone's guess.
 static uint32_t FindKnot(const float* knots, float s)
 {
-    __m128 time = _mm_set1_ps(s);
-    __m128i a = _mm_castps_si128(_mm_cmple_ps(time, _mm_loadu_ps(knots)));
-    __m128i b = _mm_castps_si128(_mm_cmple_ps(time, _mm_loadu_ps(knots + 4)));
-    __m128i c = _mm_castps_si128(_mm_cmple_ps(time, _mm_loadu_ps(knots + 8)));
-    __m128i d = _mm_castps_si128(_mm_cmple_ps(time, _mm_loadu_ps(knots + 12)));
-    __m128i bytes = _mm_packs_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d));
+    const __m128 time = _mm_set1_ps(s);
+    const __m128i a = _mm_castps_si128(_mm_cmple_ps(time, _mm_loadu_ps(knots)));
+    const __m128i b = _mm_castps_si128(_mm_cmple_ps(time, _mm_loadu_ps(knots + 4)));
+    const __m128i c = _mm_castps_si128(_mm_cmple_ps(time, _mm_loadu_ps(knots + 8)));
+    const __m128i d = _mm_castps_si128(_mm_cmple_ps(time, _mm_loadu_ps(knots + 12)));
+    const __m128i bytes = _mm_packs_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d));
     return static_cast<uint32_t>(std::countr_zero(static_cast<uint32_t>(_mm_movemask_epi8(bytes))));
 }
 
 static float EvaluateSpline(const PreparedSpline* spline, float s)
 {
-    uint32_t knot = FindKnot(spline->knots, s);
-    uint32_t i = knot - 1; // wraps in front of the first
+    const uint32_t knot = FindKnot(spline->knots, s);
+    const uint32_t i = knot - 1; // wraps before the first
     if (i >= kSplineSegments)
     {
         return knot == 0 ? spline->firstY : spline->lastY;
@@ -129,7 +125,7 @@ static float EvaluateSpline(const PreparedSpline* spline, float s)
 
     // Multiplying by 1 / dx, or bracketing the powers of u out, would change the last bit.
     const SplineSegment& segment = spline->segments[i];
-    float u = (s - spline->knots[i]) / segment.dx;
+    const float u = (s - spline->knots[i]) / segment.dx;
     return 0.5f * ((segment.constant + segment.linear * u) + segment.square * u * u +
                    (segment.cube * (u * u)) * u);
 }
@@ -142,20 +138,20 @@ static uint32_t FoldLoopTime(const Envelope* envelope, uint32_t time)
     }
 
     // Strictly after the end: the end itself is still played unfolded.
-    uint32_t end = TruncateToUnsigned(envelope->loopEnd);
+    const uint32_t end = TruncateToUnsigned(envelope->loopEnd);
     if (time <= end)
     {
         return time;
     }
 
-    uint32_t begin = TruncateToUnsigned(envelope->loopBegin);
-    uint32_t length = end - begin;
+    const uint32_t begin = TruncateToUnsigned(envelope->loopBegin);
+    const uint32_t length = end - begin;
     if (envelope->loopType == kLoopLoop)
     {
         return length == 0 ? time : (time - begin) % length + begin;
     }
 
-    uint32_t period = 2 * length;
+    const uint32_t period = 2 * length;
     if (period == 0)
     {
         return time;
@@ -163,7 +159,7 @@ static uint32_t FoldLoopTime(const Envelope* envelope, uint32_t time)
 
     // begin is not added back: past the end the swing covers 0 to length, from the envelope's own
     // start. Pieces are timed against that jump, so it stays.
-    uint32_t folded = (time - begin) % period;
+    const uint32_t folded = (time - begin) % period;
     return folded > length ? period - folded : folded;
 }
 
@@ -178,7 +174,7 @@ static float EvaluateFunction(uint32_t function, const float* p, float s, float 
         return s * p[0] + p[1];
     case kFunctionQuadratic:
     {
-        float d = s - p[1];
+        const float d = s - p[1];
         return (p[0] * d) * d + p[2];
     }
     case kFunctionSinus:
@@ -190,17 +186,17 @@ static float EvaluateFunction(uint32_t function, const float* p, float s, float 
     }
 }
 
-float EvaluateEnvelope(Envelope* envelope, uint32_t time)
+float EvaluateEnvelope(const Envelope* envelope, EnvelopeCache* cache, uint32_t time)
 {
     if (envelope->pieceCount == 0)
     {
         return 1.0f;
     }
-    if (time == envelope->lastTime)
+    if (time == cache->lastTime)
     {
-        return envelope->lastValue;
+        return cache->lastValue;
     }
-    envelope->lastTime = time;
+    cache->lastTime = time;
 
     // A time at a piece's very length is the last of that piece, so the next one begins at 1.
     uint32_t x = FoldLoopTime(envelope, time);
@@ -216,64 +212,75 @@ float EvaluateEnvelope(Envelope* envelope, uint32_t time)
         piece += 1;
     }
 
-    float s = static_cast<float>(x);
-    uint32_t function = envelope->pieceType[piece];
-    if (function == kFunctionSpline)
-    {
-        if (!envelope->splinesReady)
-        {
-            PrepareSplines(envelope);
-        }
-        envelope->lastValue = EvaluateSpline(&envelope->splines[piece], s);
-    }
-    else
-    {
-        envelope->lastValue =
-            EvaluateFunction(function, envelope->pieceParams[piece], s, envelope->lastValue);
-    }
-    return envelope->lastValue;
+    const float s = static_cast<float>(x);
+    const uint32_t function = envelope->pieceType[piece];
+    cache->lastValue =
+        function == kFunctionSpline
+            ? EvaluateSpline(&envelope->splines[piece], s)
+            : EvaluateFunction(function, envelope->pieceParams[piece], s, cache->lastValue);
+    return cache->lastValue;
 }
 
-static void ReadPieceParams(const TiXmlElement* piece, float* params)
+static bool ReadPieceParams(const TiXmlElement* piece, float* params, FaultList* faults)
 {
     uint32_t count = 0;
     for (const TiXmlNode* node = piece->FirstChild(); node != nullptr; node = node->NextSibling())
     {
         if (count == kEnvelopeParams)
         {
-            FatalFault("more than %u parameters", kEnvelopeParams);
+            AddFaultAt(faults, node, "more than %u parameters", kEnvelopeParams);
+            return false;
         }
-        params[count] = ParseFloat(RequireText(RequireElement(node, "parameter")));
+        params[count] = ParseFloat(RequireText(RequireElement(node, "parameter", faults), faults));
+        if (HasFailed(faults))
+        {
+            return false;
+        }
         count += 1;
     }
+    return true;
 }
 
-void ReadEnvelopeItem(const TiXmlElement* item, void* record, uint32_t /*index*/,
-                      LoadContext* /*context*/)
+/// Reads one piece into slot i.
+/// @param element   null after a fault
+static bool ReadPiece(const TiXmlElement* element, uint32_t i, Envelope* envelope,
+                      FaultList* faults)
 {
-    Envelope* envelope = static_cast<Envelope*>(record);
-    memset(envelope, 0, offsetof(Envelope, splines)); // these are most of it, and often stay unused
+    envelope->pieceType[i] = static_cast<uint32_t>(ReadIntAttribute(element, "type", faults));
+    envelope->pieceLength[i] = static_cast<uint32_t>(ReadIntAttribute(element, "length", faults));
+    return !HasFailed(faults) && ReadPieceParams(element, envelope->pieceParams[i], faults);
+}
 
-    envelope->valueType = static_cast<uint8_t>(ReadIntAttribute(item, "type"));
-    envelope->loopType = static_cast<uint8_t>(ReadIntAttribute(item, "loop_type"));
-    envelope->loopBegin = ReadFloatAttribute(item, "loop_begin");
-    envelope->loopEnd = ReadFloatAttribute(item, "loop_end");
-    envelope->lastValue = 0.0f;
-    envelope->lastTime = kNothingCached;
+bool ReadEnvelopeItem(const TiXmlElement* item, void* record, uint32_t /*index*/,
+                      ReadContext* context)
+{
+    FaultList* faults = context->faults;
+    Envelope* envelope = static_cast<Envelope*>(record);
+    envelope->valueType = static_cast<uint8_t>(ReadIntAttribute(item, "type", faults));
+    envelope->loopType = static_cast<uint8_t>(ReadIntAttribute(item, "loop_type", faults));
+    envelope->loopBegin = ReadFloatAttribute(item, "loop_begin", faults);
+    envelope->loopEnd = ReadFloatAttribute(item, "loop_end", faults);
+    if (HasFailed(faults))
+    {
+        return false;
+    }
 
     for (const TiXmlNode* node = item->FirstChild(); node != nullptr; node = node->NextSibling())
     {
-        uint32_t piece = envelope->pieceCount;
-        CurrentPlace.part = piece + 1;
+        const uint32_t piece = envelope->pieceCount;
+        faults->place.part = piece + 1;
         if (piece == kEnvelopePieces)
         {
-            FatalFault("more than %u pieces", kEnvelopePieces);
+            AddFaultAt(faults, node, "more than %u pieces", kEnvelopePieces);
+            return false;
         }
-        const TiXmlElement* element = RequireElement(node, "piece");
-        envelope->pieceType[piece] = static_cast<uint32_t>(ReadIntAttribute(element, "type"));
-        envelope->pieceLength[piece] = static_cast<uint32_t>(ReadIntAttribute(element, "length"));
-        ReadPieceParams(element, envelope->pieceParams[piece]);
+        if (!ReadPiece(RequireElement(node, "piece", faults), piece, envelope, faults))
+        {
+            return false;
+        }
         envelope->pieceCount = static_cast<uint8_t>(piece + 1);
     }
-    CurrentPlace.part = 0;
+    faults->place.part = 0;
+    PrepareSplines(envelope);
+    return true;
 }

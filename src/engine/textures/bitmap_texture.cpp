@@ -4,55 +4,140 @@
 #include <cstring>
 #include <stb_image.h>
 
+#include "engine/data/document_values.h"
 #include "engine/data/fault.h"
 #include "engine/data/package_file.h"
+#include "engine/textures/decode_image.h"
+#include "engine/textures/mip_chain.h"
 
-/// Appends bytes to a Radiance file at which its decoder stops. Behind the end of a file it reads
+/// Appends bytes to a Radiance file at which its decoder stops. After the end of a file it reads
 /// zeros, and a run of no length for ever: a file that is cut short must end in something else. A
 /// length of 255 runs past the end of any row at last.
-/// @return the file with the bytes behind it; *size counts them
-static unsigned char* EndRadianceFile(unsigned char* file, int32_t* size)
+/// @param file   its file, which may move; *size counts its bytes, then those after it too
+/// @return false without memory
+static bool EndRadianceFile(unsigned char** file, int32_t* size)
 {
     // Four channels of the widest row, 127 pixels for every two bytes.
-    static constexpr int32_t kEnd = 4 * 2 * (16384 / 127 + 2);
+    static constexpr int32_t kEnd = 4 * 2 * (kLargestImageSide / 127 + 2);
     if (*size > INT32_MAX - kEnd)
     {
-        return file;
+        return true;
     }
-    void* ended = realloc(file, static_cast<size_t>(*size) + kEnd);
+    void* ended = realloc(*file, static_cast<size_t>(*size) + kEnd);
     if (ended == nullptr)
     {
-        FatalFault("no memory for an image file of %d bytes", *size);
+        return false;
     }
-    file = static_cast<unsigned char*>(ended);
-    memset(file + *size, 255, kEnd);
+    *file = static_cast<unsigned char*>(ended);
+    memset(*file + *size, 255, kEnd);
     *size += kEnd;
-    return file;
+    return true;
 }
 
-void DecodeBitmap(FILE* package, const char* filename, BitmapTexture* bitmap)
+/// True if a bitmap can be made of an image of this size. Those of one and two components have no
+/// mip chain, so they may be smaller.
+static bool HasBitmapSize(const DecodedImage* image)
+{
+    const int32_t smallest = image->components < 3 ? 1 : 2;
+    return image->width >= smallest && image->height >= smallest;
+}
+
+bool DecodeBitmap(PackageFile* package, const char* filename, BitmapTexture* bitmap,
+                  FaultList* faults)
 {
     *bitmap = {};
     int32_t size = 0;
-    unsigned char* file = ReadPackageEntry(package, filename, &size);
+    unsigned char* file = ReadPackageEntry(package, filename, &size, faults);
     if (file == nullptr)
     {
-        FatalFault("the package has no image file \"%s\"", filename);
+        if (!HasFailed(faults))
+        {
+            AddFault(faults, "the package has no image file \"%s\"", filename);
+        }
+        return false;
     }
-    if (stbi_is_hdr_from_memory(file, size) != 0)
+    if (stbi_is_hdr_from_memory(file, size) != 0 && !EndRadianceFile(&file, &size))
     {
-        file = EndRadianceFile(file, &size);
+        free(file);
+        AddFault(faults, "no memory for an image file of %d bytes", size);
+        return false;
     }
-    bitmap->pixels =
-        stbi_load_from_memory(file, size, &bitmap->width, &bitmap->height, &bitmap->components, 0);
+
+    DecodedImage image;
+    const char* reason = nullptr;
+    const DecodeResult result = DecodeImage(file, size, package->budget.bytesLeft, &image, &reason);
     free(file);
-    if (bitmap->pixels == nullptr)
+    if (result == DecodeResult::kRefused)
     {
-        FatalFault("the image file \"%s\" can't be read: %s", filename, stbi_failure_reason());
+        AddFault(faults, "the image file \"%s\" can't be read: %s", filename, reason);
+        return false;
     }
-    if (bitmap->width < 2 || bitmap->height < 2)
+    if (result == DecodeResult::kDamaged)
     {
-        FatalFault("the image file \"%s\" has %dx%d pixels, and a bitmap at least 2x2", filename,
-                   bitmap->width, bitmap->height);
+        AddFault(faults, "the image file is damaged");
+        return false;
     }
+
+    // An image that is too large for the budget is not decoded, and ends here too.
+    const size_t bytes = LevelBytes({image.width, image.height}, image.components);
+    if (!TakeFromBudget(&package->budget, bytes, faults))
+    {
+        free(image.pixels);
+        return false;
+    }
+    if (!HasBitmapSize(&image))
+    {
+        free(image.pixels);
+        AddFault(faults, "the image file \"%s\" has %dx%d pixels, and a bitmap at least 2x2",
+                 filename, image.width, image.height);
+        return false;
+    }
+    *bitmap = {image.width, image.height, image.components, image.pixels};
+    return true;
+}
+
+/// Makes the block as long as OpenGL takes it to be. It takes one or two components for four, and
+/// rows that are no multiple of the unpack alignment for longer ones.
+static bool PadForUpload(BitmapTexture* bitmap, FaultList* faults)
+{
+    const size_t bytes = LevelBytes({bitmap->width, bitmap->height}, bitmap->components);
+    const size_t uploaded =
+        UploadBytes(bitmap->width, bitmap->height, bitmap->components == 3 ? 3 : 4);
+    if (uploaded == bytes)
+    {
+        return true;
+    }
+    uint8_t* padded = static_cast<uint8_t*>(realloc(bitmap->pixels, uploaded));
+    if (padded == nullptr)
+    {
+        AddFault(faults, "no memory for an image of %dx%d pixels", bitmap->width, bitmap->height);
+        return false;
+    }
+    memset(padded + bytes, 0, uploaded - bytes);
+    bitmap->pixels = padded;
+    return true;
+}
+
+bool ReadBitmapItem(const TiXmlElement* item, void* record, uint32_t /*index*/,
+                    ReadContext* context)
+{
+    BitmapTexture* bitmap = static_cast<BitmapTexture*>(record);
+    const char* filename = RequireAttribute(item, "filename", context->faults);
+    if (filename == nullptr || !DecodeBitmap(context->package, filename, bitmap, context->faults))
+    {
+        return false;
+    }
+    if (!context->computePixels)
+    {
+        FreeBitmap(bitmap);
+        return true;
+    }
+    return PadForUpload(bitmap, context->faults);
+}
+
+void FreeBitmap(void* record)
+{
+    BitmapTexture* bitmap = static_cast<BitmapTexture*>(record);
+    free(bitmap->pixels);
+    bitmap->pixels = nullptr;
 }

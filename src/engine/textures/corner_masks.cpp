@@ -21,10 +21,10 @@ static void BuildRamps(uint32_t side, uint8_t* masks)
             const float x = static_cast<float>(column);
             // Multiply, divide, multiply, in this order, and the terms from left to right: the
             // terms of a mask do not cancel to a shorter form without other bytes.
-            const float leftTop = (m - x) * a / m * 255.0F;
-            const float leftBottom = (m - x) * b / m * 255.0F;
-            const float rightTop = a * x / m * 255.0F;
-            const float rightBottom = b * x / m * 255.0F;
+            const float leftTop = (m - x) * a / m * 255.0f;
+            const float leftBottom = (m - x) * b / m * 255.0f;
+            const float rightTop = a * x / m * 255.0f;
+            const float rightBottom = b * x / m * 255.0f;
 
             uint8_t* pixel = masks + row * side + column;
             pixel[0] = TruncateToByte(leftTop);
@@ -40,7 +40,7 @@ void BuildCornerMasks()
     uint8_t* masks = CornerMasks;
     for (uint32_t sizeIndex = 0; sizeIndex < kCornerSizes; ++sizeIndex)
     {
-        const uint32_t side = 2U << sizeIndex;
+        const uint32_t side = 2u << sizeIndex;
         BuildRamps(side, masks);
         masks += kCornerShapes * side * side;
     }

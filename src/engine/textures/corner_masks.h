@@ -7,7 +7,7 @@ inline constexpr uint32_t kCornerSizes = 7;  // sides of 2, 4, ... 128 pixels
 inline constexpr uint32_t kCornerShapes = 4; // one, two adjacent, two opposite, three corners
 inline constexpr uint32_t kCornerMaskBytes = 87376;
 
-/// Soft corner masks for the Maze generator, one behind the other: small sizes first, the four
+/// Soft corner masks for the Maze generator, one after the other: small sizes first, the four
 /// shapes of a size in order. Built by BuildCornerMasks, then read-only.
 extern uint8_t CornerMasks[kCornerMaskBytes];
 
@@ -17,7 +17,7 @@ extern uint8_t CornerMasks[kCornerMaskBytes];
 inline const uint8_t* GetCornerMask(uint32_t sizeIndex, uint32_t shape)
 {
     // The sizes before this one take 4 * (4 + 16 + ... ) bytes, a geometric series.
-    const uint32_t side = 2U << sizeIndex;
+    const uint32_t side = 2u << sizeIndex;
     return CornerMasks + (side * side - 4) * 4 / 3 + shape * side * side;
 }
 

@@ -3,8 +3,12 @@
 #include <bit>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <limits>
 
+#include "engine/data/allocate.h"
+#include "engine/data/arena.h"
 #include "engine/data/document_values.h"
 #include "engine/data/numeric.h"
 #include "engine/textures/pixel_block.h"
@@ -49,8 +53,8 @@ static SeedJump StartSeedRow(uint32_t seed, size_t count, uint32_t* seeds)
 
 static float ClampToUnit(float value)
 {
-    const float floor = value > 0.0F ? value : 0.0F; // NaN too
-    return floor < 1.0F ? floor : 1.0F;
+    const float floor = value > 0.0f ? value : 0.0f; // NaN too
+    return floor < 1.0f ? floor : 1.0f;
 }
 
 /// Clamps to low..high.
@@ -73,18 +77,23 @@ static size_t RowBytes(int32_t size)
     return static_cast<size_t>(size) * 3;
 }
 
-/// A row of whole pixels or seeds with slack, zero.
-static uint32_t* AllocatePixelRow(int32_t size)
+/// A row of whole pixels, seeds or sums with slack, zero.
+/// @return null without memory
+template <typename Element>
+static Element* AllocateRow(int32_t size, Arena* scratch)
 {
     const size_t count = static_cast<size_t>(size) + kRowSlack;
-    uint32_t* row = AllocateBlock<uint32_t>(count, "a row of pixels");
-    memset(row, 0, count * sizeof(uint32_t));
+    Element* row = ArenaAllocateArray<Element>(scratch, count);
+    if (row != nullptr)
+    {
+        memset(row, 0, count * sizeof(Element));
+    }
     return row;
 }
 
 static void GenerateColor(const float* params, int32_t size, uint8_t* pixels)
 {
-    const uint32_t pixel = MakePixel(255.0F, params);
+    const uint32_t pixel = MakePixel(255.0f, params);
     for (int32_t x = 0; x < size; ++x)
     {
         StorePixels(&pixel, 1, pixels + 3 * static_cast<size_t>(x));
@@ -95,16 +104,20 @@ static void GenerateColor(const float* params, int32_t size, uint8_t* pixels)
     }
 }
 
-static void GeneratePlasma(const float* params, int32_t size, uint8_t* pixels)
+static bool GeneratePlasma(const float* params, int32_t size, uint8_t* pixels, Arena* scratch)
 {
+    double* columns = AllocateRow<double>(size, scratch);
+    uint32_t* values = AllocateRow<uint32_t>(size, scratch);
+    if (columns == nullptr || values == nullptr)
+    {
+        return false;
+    }
+    const PixelKernels* kernels = GetPixelKernels();
     const float step = static_cast<float>(2.0 * (3.14159265358979323846 / size));
     const float stepX = params[3] * step;
     const float stepY = params[4] * step;
 
     // The double sum goes from left to right, and its first two terms depend on the column alone.
-    double* columns =
-        AllocateBlock<double>(static_cast<size_t>(size) + kRowSlack, "a row of sines");
-    memset(columns, 0, (static_cast<size_t>(size) + kRowSlack) * sizeof(double));
     for (int32_t x = 0; x < size; ++x)
     {
         columns[x] = sin(static_cast<double>(static_cast<float>(x) * stepX)) * 63.5 + 127.0;
@@ -117,13 +130,12 @@ static void GeneratePlasma(const float* params, int32_t size, uint8_t* pixels)
     {
         ramp[v] = MakePixel(static_cast<float>(v), params);
     }
-    ramp[255] = MakePixel(-2147483648.0F, params);
+    ramp[255] = MakePixel(-2147483648.0f, params);
 
-    uint32_t* values = AllocatePixelRow(size);
     for (int32_t y = 0; y < size; ++y)
     {
         const double rowTerm = sin(static_cast<double>(static_cast<float>(y) * stepY)) * 63.5;
-        GetPixelKernels()->plasmaRow(columns, rowTerm, static_cast<size_t>(size), values);
+        kernels->plasmaRow(columns, rowTerm, static_cast<size_t>(size), values);
         uint8_t* out = pixels + static_cast<size_t>(y) * RowBytes(size);
         // The spare byte of a pixel falls where the next one goes.
         for (int32_t x = 0; x + 1 < size; ++x)
@@ -132,12 +144,12 @@ static void GeneratePlasma(const float* params, int32_t size, uint8_t* pixels)
         }
         StorePixels(ramp + values[size - 1], 1, out + 3 * static_cast<size_t>(size - 1));
     }
-    free(values);
-    free(columns);
+    return true;
 }
 
-static void GenerateRadial(const float* params, int32_t size, uint8_t* pixels)
+static bool GenerateRadial(const float* params, int32_t size, uint8_t* pixels, Arena* scratch)
 {
+    const PixelKernels* kernels = GetPixelKernels();
     const int32_t offset = ClampInt(TruncateToInt(params[7]), 0, 127);
     const int32_t half = size / 2;
     const RadialRamp ramp = {
@@ -148,13 +160,17 @@ static void GenerateRadial(const float* params, int32_t size, uint8_t* pixels)
 
     // A pixel depends on the sizes of half - x and half - y alone: each row of distances is made
     // once, mirrored into its row, and copied to the row on the other side.
-    uint32_t* quarter = AllocatePixelRow(half + 1);
-    uint32_t* row = AllocatePixelRow(size);
+    uint32_t* quarter = AllocateRow<uint32_t>(half + 1, scratch);
+    uint32_t* row = AllocateRow<uint32_t>(size, scratch);
+    if (quarter == nullptr || row == nullptr)
+    {
+        return false;
+    }
     for (int32_t dy = 0; dy <= half; ++dy)
     {
         const int32_t upper = half - dy;
         const int32_t lower = half + dy;
-        GetPixelKernels()->radialRow(&ramp, dy, static_cast<size_t>(half) + 1, quarter);
+        kernels->radialRow(&ramp, dy, static_cast<size_t>(half) + 1, quarter);
         for (int32_t x = 0; x < size; ++x)
         {
             row[x] = quarter[x < half ? half - x : x - half];
@@ -169,29 +185,28 @@ static void GenerateRadial(const float* params, int32_t size, uint8_t* pixels)
             memcpy(pixels + static_cast<size_t>(lower) * RowBytes(size), out, RowBytes(size));
         }
     }
-    free(row);
-    free(quarter);
+    return true;
 }
 
 /// Fills the maze's grid of (cells + 1)^2 corners with 0 and 1 and makes it periodic.
-static void FillMazeGrid(uint32_t seed, float fullness, size_t cells, uint8_t* grid)
+/// @param seeds   room for cells + 1 numbers
+static void FillMazeGrid(uint32_t seed, float fullness, size_t cells, uint32_t* seeds,
+                         uint8_t* grid)
 {
     const size_t side = cells + 1;
-    const float offset = 2.0F * ClampToUnit(fullness) - 1.0F;
-    uint32_t* seeds = AllocateBlock<uint32_t>(side, "a row of a maze");
+    const float offset = 2.0f * ClampToUnit(fullness) - 1.0f;
     const SeedJump jump = StartSeedRow(seed, side, seeds);
     for (size_t row = 0; row < side; ++row)
     {
         for (size_t column = 0; column < side; ++column)
         {
             const int32_t bits = static_cast<int32_t>((seeds[column] >> 16) & 0x7FFF);
-            const float random = static_cast<float>(bits) * (1.0F / 32768.0F) + offset;
+            const float random = static_cast<float>(bits) * (1.0f / 32768.0f) + offset;
             // Clamped to 0..1 and rounded, of two equally near ones to the even one: 0.5 gives 0.
-            grid[row * side + column] = random > 0.5F ? 1 : 0;
+            grid[row * side + column] = random > 0.5f ? 1 : 0;
             seeds[column] = seeds[column] * jump.factor + jump.addend;
         }
     }
-    free(seeds);
 
     // The last cell first: the corner is that of cell 0 whichever edge is copied later.
     grid[side * side - 1] = grid[0];
@@ -238,7 +253,7 @@ static void RenderMazeBlock(uint32_t corners, uint32_t sizeIndex, const uint32_t
                             size_t pitch, uint8_t* block)
 {
     const size_t side = static_cast<size_t>(2) << sizeIndex;
-    // Four bytes a pixel: the spare one falls where the next pixel goes, or behind the row.
+    // Four bytes a pixel: the spare one falls where the next pixel goes, or after the row.
     if (corners == 0 || corners == 15)
     {
         const uint32_t pixel = corners == 0 ? 0 : ramp[255];
@@ -333,7 +348,7 @@ static void StoreWrittenCells(const uint8_t* row, const uint8_t* const* blocks, 
     }
 }
 
-static void GenerateMaze(const float* params, int32_t size, uint8_t* pixels)
+static bool GenerateMaze(const float* params, int32_t size, uint8_t* pixels, Arena* scratch)
 {
     const int32_t mazeSize = ClampInt(TruncateToInt(rintf(params[3])), 1, 7);
     const uint32_t sizeIndex = static_cast<uint32_t>(mazeSize - 1);
@@ -341,8 +356,23 @@ static void GenerateMaze(const float* params, int32_t size, uint8_t* pixels)
     const size_t cells = static_cast<size_t>(size) / side;
     const uint32_t seed = TruncateToUnsigned(params[4]);
 
-    uint8_t* grid = AllocateBlock<uint8_t>((cells + 1) * (cells + 1), "a maze");
-    FillMazeGrid(seed, params[5], cells, grid);
+    // Cells with the same corners look the same: each case's block is rendered when it first
+    // occurs. One block more stands for the cells that are not written.
+    static constexpr uint32_t kNoCase = 16;
+    const size_t pitch = side * 3 + 8; // copies of a row take words of eight bytes
+    const size_t blockBytes = (kNoCase + 1) * side * pitch;
+    const size_t rowBytes = cells * side * 3;
+    uint8_t* grid = ArenaAllocateArray<uint8_t>(scratch, (cells + 1) * (cells + 1));
+    uint32_t* seeds = ArenaAllocateArray<uint32_t>(scratch, cells + 1);
+    uint8_t* blocks = ArenaAllocateArray<uint8_t>(scratch, blockBytes);
+    const uint8_t** cellBlocks = ArenaAllocateArray<const uint8_t*>(scratch, cells);
+    uint8_t* row = ArenaAllocateArray<uint8_t>(scratch, rowBytes + 8);
+    if (grid == nullptr || seeds == nullptr || blocks == nullptr || cellBlocks == nullptr ||
+        row == nullptr)
+    {
+        return false;
+    }
+    FillMazeGrid(seed, params[5], cells, seeds, grid);
 
     uint32_t ramp[256];
     for (int32_t w = 0; w < 256; ++w)
@@ -350,17 +380,9 @@ static void GenerateMaze(const float* params, int32_t size, uint8_t* pixels)
         ramp[w] = MakePixel(static_cast<float>(w), params);
     }
 
-    // Cells with the same corners look the same: each case's block is rendered when it first
-    // occurs. One block more stands for the cells that are not written.
-    static constexpr uint32_t kNoCase = 16;
-    const size_t pitch = side * 3 + 8; // copies of a row take words of eight bytes
-    uint8_t* blocks = AllocateBlock<uint8_t>((kNoCase + 1) * side * pitch, "the cells of a maze");
-    memset(blocks, 0, (kNoCase + 1) * side * pitch);
+    memset(blocks, 0, blockBytes);
     const uint8_t* none = blocks + kNoCase * side * pitch;
     bool rendered[kNoCase] = {};
-    const uint8_t** cellBlocks = AllocateBlock<const uint8_t*>(cells, "a row of a maze");
-    const size_t rowBytes = cells * side * 3;
-    uint8_t* row = AllocateBlock<uint8_t>(rowBytes + 8, "a row of a maze");
     for (size_t cellY = 0; cellY < cells; ++cellY)
     {
         const uint8_t* upper = grid + cellY * (cells + 1);
@@ -399,10 +421,7 @@ static void GenerateMaze(const float* params, int32_t size, uint8_t* pixels)
             }
         }
     }
-    free(row);
-    free(cellBlocks);
-    free(blocks);
-    free(grid);
+    return true;
 }
 
 /// Where a pixel lies in a course or brick.
@@ -423,7 +442,7 @@ static void TakeEqualSteps(float pitch, Wrapped* wrapped)
     const float third = second - pitch;
     const float step = start - second;
     // A step of nothing would never get there, and be divided by.
-    if (step <= 0.0F || third < powerOfTwo || second - third != step)
+    if (step <= 0.0f || third < powerOfTwo || second - third != step)
     {
         return;
     }
@@ -444,7 +463,7 @@ static void TakeEqualSteps(float pitch, Wrapped* wrapped)
 /// repeated float subtraction, each rounded; no remainder function gives the same.
 static Wrapped WrapAtPitch(int32_t coordinate, float pitch)
 {
-    static constexpr float kManySteps = 64.0F;
+    static constexpr float kManySteps = 64.0f;
     Wrapped wrapped = {static_cast<float>(coordinate), 0};
     while (wrapped.rest > pitch)
     {
@@ -474,10 +493,10 @@ static float PartPitch(int32_t size, int32_t count)
                      : std::numeric_limits<float>::infinity();
 }
 
-static void GenerateBricks(const float* params, int32_t size, uint8_t* pixels)
+static bool GenerateBricks(const float* params, int32_t size, uint8_t* pixels, Arena* scratch)
 {
-    const uint32_t brick = MakePixel(255.0F, params);
-    const uint32_t wall = MakePixel(255.0F, params + 3);
+    const uint32_t brick = MakePixel(255.0f, params);
+    const uint32_t wall = MakePixel(255.0f, params + 3);
     // Courses are counted by the horizontal number and bricks of a course by the vertical one.
     const float rowPitch = PartPitch(size, TruncateToInt(params[6]));
     const float columnPitch = PartPitch(size, TruncateToInt(params[7]));
@@ -489,7 +508,11 @@ static void GenerateBricks(const float* params, int32_t size, uint8_t* pixels)
         offset = size - offset; // above size, as pieces have it; wrapped where it is used
     }
 
-    uint8_t* rows = AllocateBlock<uint8_t>(3 * RowBytes(size), "rows of bricks");
+    uint8_t* rows = ArenaAllocateArray<uint8_t>(scratch, 3 * RowBytes(size));
+    if (rows == nullptr)
+    {
+        return false;
+    }
     uint8_t* wallRow = rows;
     uint8_t* evenRow = rows + RowBytes(size);
     uint8_t* oddRow = evenRow + RowBytes(size);
@@ -513,63 +536,71 @@ static void GenerateBricks(const float* params, int32_t size, uint8_t* pixels)
         memcpy(pixels + static_cast<size_t>(y) * RowBytes(size), inMargin ? wallRow : brickRow,
                RowBytes(size));
     }
-    free(rows);
+    return true;
 }
 
-static void GenerateNoise(const float* params, int32_t size, uint8_t* pixels)
+static bool GenerateNoise(const float* params, int32_t size, uint8_t* pixels, Arena* scratch)
 {
-    const float color[3] = {255.0F * params[0], 255.0F * params[1], 255.0F * params[2]};
+    const PixelKernels* kernels = GetPixelKernels();
+    uint32_t* seeds = AllocateRow<uint32_t>(size, scratch);
+    uint32_t* row = AllocateRow<uint32_t>(size, scratch);
+    if (seeds == nullptr || row == nullptr)
+    {
+        return false;
+    }
+    const float color[3] = {255.0f * params[0], 255.0f * params[1], 255.0f * params[2]};
 
     // Each column steps on its own, a row of steps at a time.
-    uint32_t* seeds = AllocatePixelRow(size);
     const SeedJump jump =
         StartSeedRow(TruncateToUnsigned(params[3]), static_cast<size_t>(size), seeds);
-
-    uint32_t* row = AllocatePixelRow(size);
     for (int32_t y = 0; y < size; ++y)
     {
-        GetPixelKernels()->noiseRow(seeds, jump.factor, jump.addend, color,
-                                    static_cast<size_t>(size), row);
+        kernels->noiseRow(seeds, jump.factor, jump.addend, color, static_cast<size_t>(size), row);
         StorePixels(row, static_cast<size_t>(size),
                     pixels + static_cast<size_t>(y) * RowBytes(size));
     }
-    free(row);
-    free(seeds);
+    return true;
 }
 
-void GenerateLayer(LayerImage* layer, int32_t size)
+bool GenerateLayer(LayerImage* layer, int32_t size)
 {
+    const float* params = layer->params;
+    uint8_t* pixels = layer->pixels;
+    Arena scratch = {};
+    bool done = true;
     switch (layer->type)
     {
     case kGeneratorColor:
-        GenerateColor(layer->params, size, layer->pixels);
+        GenerateColor(params, size, pixels);
         break;
     case kGeneratorPlasma:
-        GeneratePlasma(layer->params, size, layer->pixels);
+        done = GeneratePlasma(params, size, pixels, &scratch);
         break;
     case kGeneratorRadial:
-        GenerateRadial(layer->params, size, layer->pixels);
+        done = GenerateRadial(params, size, pixels, &scratch);
         break;
     case kGeneratorMaze:
-        GenerateMaze(layer->params, size, layer->pixels);
+        done = GenerateMaze(params, size, pixels, &scratch);
         break;
     case kGeneratorBricks:
-        GenerateBricks(layer->params, size, layer->pixels);
+        done = GenerateBricks(params, size, pixels, &scratch);
         break;
     case kGeneratorNoise:
-        GenerateNoise(layer->params, size, layer->pixels);
+        done = GenerateNoise(params, size, pixels, &scratch);
         break;
     default:
         break;
     }
+    FreeArena(&scratch);
+    return done;
 }
 
-static float RandomUnit()
+static float RandomUnit(RandomSequence* random)
 {
-    return static_cast<float>(rand()) * 4.656612873077392578125e-10F; // 2^-31
+    return static_cast<float>(NextRandom(random)) * 4.656612873077392578125e-10f; // 2^-31
 }
 
-void RandomizeLayerParams(LayerImage* layer)
+void RandomizeLayerParams(LayerImage* layer, RandomSequence* random)
 {
     float* params = layer->params;
     const uint32_t colors = layer->type == kGeneratorRadial ? 6 : 3;
@@ -580,55 +611,85 @@ void RandomizeLayerParams(LayerImage* layer)
 
     for (uint32_t i = 0; i < colors; ++i)
     {
-        params[i] = RandomUnit();
+        params[i] = RandomUnit(random);
     }
     if (layer->type == kGeneratorPlasma)
     {
-        params[3] = 3.0F * RandomUnit();
-        params[4] = 3.0F * RandomUnit();
+        params[3] = 3.0f * RandomUnit(random);
+        params[4] = 3.0f * RandomUnit(random);
     }
     if (layer->type == kGeneratorRadial)
     {
-        params[6] = 2.0F * RandomUnit() + 1.0F;
+        params[6] = 2.0f * RandomUnit(random) + 1.0f;
     }
 }
 
-void ReadLayerItem(const TiXmlElement* item, void* /*record*/, uint32_t /*index*/,
-                   LoadContext* context)
+/// Reads a layer's parameters in document order.
+static bool ReadLayerParams(const TiXmlElement* item, float* params, FaultList* faults)
 {
-    if (context->layerCount == kLayerCapacity)
-    {
-        FatalFault("more than %u layers", kLayerCapacity);
-    }
-    LayerImage* layer = AllocateBlock<LayerImage>(1, "a layer");
-    *layer = {};
-    context->layers[context->layerCount] = layer;
-    context->layerCount += 1;
-
-    // Black to begin with: an unknown generator leaves it so.
-    const size_t bytes = static_cast<size_t>(kTextureSize) * RowBytes(kTextureSize);
-    layer->pixels = AllocateBlock<uint8_t>(bytes, "the pixels of a layer");
-    memset(layer->pixels, 0, bytes);
-
-    layer->type = static_cast<uint32_t>(ReadIntAttribute(item, "type"));
     uint32_t count = 0;
     for (const TiXmlNode* child = item->FirstChild(); child != nullptr;
          child = child->NextSibling())
     {
-        CurrentPlace.part = count + 1;
+        faults->place.part = count + 1;
         if (count == kLayerParams)
         {
-            FatalFault("more than %u parameters", kLayerParams);
+            AddFaultAt(faults, child, "more than %u parameters", kLayerParams);
+            return false;
         }
-        layer->params[count] = ParseFloat(RequireText(RequireElement(child, "parameter")));
+        params[count] = ParseFloat(RequireText(RequireElement(child, "parameter", faults), faults));
+        if (HasFailed(faults))
+        {
+            return false;
+        }
         count += 1;
     }
-    CurrentPlace.part = 0;
-
-    GenerateLayer(layer, kTextureSize);
+    faults->place.part = 0;
+    return true;
 }
 
-void FreeLayers(LoadContext* context)
+bool ReadLayerItem(const TiXmlElement* item, void* /*record*/, uint32_t /*index*/,
+                   ReadContext* context)
+{
+    FaultList* faults = context->faults;
+    if (context->layerCount == kLayerCapacity)
+    {
+        AddFaultAt(faults, item, "more than %u layers", kLayerCapacity);
+        return false;
+    }
+    LayerImage* layer = AllocateZeroed<LayerImage>(1, "a layer", faults);
+    if (layer == nullptr)
+    {
+        return false;
+    }
+    context->layers[context->layerCount] = layer;
+    context->layerCount += 1;
+
+    if (context->computePixels)
+    {
+        // Black to begin with: an unknown generator leaves it so.
+        const size_t bytes = static_cast<size_t>(kTextureSize) * RowBytes(kTextureSize);
+        layer->pixels = AllocateZeroed<uint8_t>(bytes, "the pixels of a layer", faults);
+        if (layer->pixels == nullptr)
+        {
+            return false;
+        }
+    }
+
+    layer->type = static_cast<uint32_t>(ReadIntAttribute(item, "type", faults));
+    if (HasFailed(faults) || !ReadLayerParams(item, layer->params, faults))
+    {
+        return false;
+    }
+    if (context->computePixels && !GenerateLayer(layer, kTextureSize))
+    {
+        AddFault(faults, "no memory to generate a layer");
+        return false;
+    }
+    return true;
+}
+
+void FreeLayers(ReadContext* context)
 {
     for (uint32_t i = 0; i < context->layerCount; ++i)
     {

@@ -1,9 +1,9 @@
 #include "engine/textures/mip_chain.h"
 
-#include <cstdlib>
-
-#include "engine/textures/pixel_block.h"
 #include "engine/textures/pixel_kernels.h"
+
+/// Pixels that are halved in one go; the space that this takes fits the stack.
+static constexpr size_t kSpan = 2048;
 
 size_t UploadBytes(int32_t width, int32_t height, int32_t components)
 {
@@ -43,12 +43,16 @@ void FillMipLevel(const uint8_t* source, MipSize level, int32_t components, uint
 
     const PixelKernels* kernels = GetPixelKernels();
     const auto halveRows = components == 3 ? kernels->halveRows3 : kernels->halveRows4;
-    const size_t sourceRow = 2 * width * pixel; // whatever the source's rows really measure
-    uint8_t* space = AllocateBlock<uint8_t>(6 * width, "a mip level");
+    const size_t sourceRow = 2 * width * pixel; // however long the source's rows are
+    uint8_t space[6 * kSpan];
     for (size_t y = 0; y < height; ++y)
     {
         const uint8_t* upper = source + 2 * y * sourceRow;
-        halveRows(upper, upper + sourceRow, width, space, out + y * width * pixel);
+        for (size_t x = 0; x < width; x += kSpan)
+        {
+            const size_t span = width - x < kSpan ? width - x : kSpan;
+            const uint8_t* source2x2 = upper + 2 * x * pixel;
+            halveRows(source2x2, source2x2 + sourceRow, span, space, out + (y * width + x) * pixel);
+        }
     }
-    free(space);
 }

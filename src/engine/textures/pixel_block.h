@@ -1,27 +1,9 @@
-// Heap blocks for images, and pixels that are made four bytes at a time.
+// Pixels that are made four bytes at a time.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
-
-#include "engine/data/fault.h"
-
-/// @param count   elements
-/// @param what    what the block is for, as a fault calls it
-/// @return a new uninitialised block for free; fatal if there is no memory
-template <typename Element>
-Element* AllocateBlock(size_t count, const char* what)
-{
-    const size_t bytes = count * sizeof(Element);
-    void* block = malloc(bytes == 0 ? 1 : bytes);
-    if (block == nullptr)
-    {
-        FatalFault("no memory for %s (%zu bytes)", what, bytes);
-    }
-    return static_cast<Element*>(block);
-}
 
 /// Writes RGB pixels that are held as 0x00BBGGRR. Exactly count * 3 bytes are written: the spare
 /// byte of each pixel falls where the next one goes, and the last pixel does without.

@@ -19,7 +19,7 @@ struct ProceduralTexture
     uint8_t* pixels; // owned; kTextureSize^2 RGB pixels, first row first; null if not computed
 };
 
-/// What BuildProceduralTexture works on.
+/// A texture that is built, and the image it is built in.
 struct TextureJob
 {
     const ProceduralTexture* texture; // borrowed

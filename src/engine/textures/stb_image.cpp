@@ -1,24 +1,20 @@
 // The image decoder: stb_image as the system has it, built into this room.
-#include <cstdlib>
+#include "engine/textures/decode_image.h"
+#include "engine/textures/decoder_memory.h"
 
-#include "engine/data/fault.h"
-
-// A JPEG file may name tables that it does not bring; of those the decoder then reads whatever its
-// memory held. Memory that is zero makes grey of them, the same every time.
-#define STBI_MALLOC(size) calloc(1, size)
-#define STBI_REALLOC(block, size) realloc(block, size)
-#define STBI_FREE(block) free(block)
-// What the decoder takes for granted, a damaged file can break.
-#define STBI_ASSERT(truth)                           \
-    do                                               \
-    {                                                \
-        if (!(truth))                                \
-        {                                            \
-            FatalFault("the image file is damaged"); \
-        }                                            \
+#define STBI_MALLOC(size) AllocateForDecoder(size)
+#define STBI_REALLOC(block, size) GrowForDecoder(block, size)
+#define STBI_FREE(block) FreeForDecoder(block)
+// A damaged file can break what the decoder takes for granted.
+#define STBI_ASSERT(truth) \
+    do                     \
+    {                      \
+        if (!(truth))      \
+        {                  \
+            FailDecoder(); \
+        }                  \
     } while (false)
-// Wider or higher than any OpenGL takes; a few bytes of a file must not ask for gigabytes.
-#define STBI_MAX_DIMENSIONS 16384
+#define STBI_MAX_DIMENSIONS kLargestImageSide
 #define STBI_NO_STDIO
 #define STBI_FAILURE_USERMSG
 #define STB_IMAGE_IMPLEMENTATION

@@ -1,12 +1,11 @@
 #include "engine/textures/texture_steps.h"
 
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
 
+#include "engine/data/arena.h"
 #include "engine/data/cos_table.h"
 #include "engine/data/numeric.h"
-#include "engine/textures/pixel_block.h"
 #include "engine/textures/pixel_kernels.h"
 
 static size_t RowBytes(int32_t size)
@@ -21,15 +20,19 @@ static int32_t WrapIndex(int64_t value, int32_t size)
     return static_cast<int32_t>(remainder < 0 ? remainder + size : remainder);
 }
 
-static void Offset(const float* params, int32_t size, uint8_t* pixels)
+static bool Offset(const float* params, int32_t size, uint8_t* pixels, Arena* scratch)
 {
-    // Offsets below -size have no pixel by rights; they wrap as often as it takes.
+    // Offsets wrap as often as it takes: below -size too, where a single turn finds no pixel.
     const int32_t down = WrapIndex(TruncateToInt(params[0]), size);
     const size_t right = static_cast<size_t>(WrapIndex(TruncateToInt(params[1]), size)) * 3;
 
     const size_t rowBytes = RowBytes(size);
     const size_t bytes = static_cast<size_t>(size) * rowBytes;
-    uint8_t* before = AllocateBlock<uint8_t>(bytes, "an image to move");
+    uint8_t* before = ArenaAllocateArray<uint8_t>(scratch, bytes);
+    if (before == nullptr)
+    {
+        return false;
+    }
     memcpy(before, pixels, bytes);
     for (int32_t y = 0; y < size; ++y)
     {
@@ -39,7 +42,7 @@ static void Offset(const float* params, int32_t size, uint8_t* pixels)
         memcpy(out, source + right, rowBytes - right);
         memcpy(out + rowBytes - right, source, right);
     }
-    free(before);
+    return true;
 }
 
 /// The number of waves across the image, the size of a truncated parameter. -2147483648 has no
@@ -52,11 +55,11 @@ static float WaveCount(float param)
 /// The displacement of one row or column.
 static float RippleDisplacement(int32_t coordinate, float side, float waves, float amplitude)
 {
-    const float steps = static_cast<float>(coordinate) / side * 4096.0F * waves;
+    const float steps = static_cast<float>(coordinate) / side * 4096.0f * waves;
     return side * cosLookup(TruncateToInt(steps)) * amplitude;
 }
 
-static void Ripple(const float* params, int32_t size, uint8_t* pixels)
+static bool Ripple(const float* params, int32_t size, uint8_t* pixels, Arena* scratch)
 {
     const PixelKernels* kernels = GetPixelKernels();
     const float side = static_cast<float>(size);
@@ -65,12 +68,16 @@ static void Ripple(const float* params, int32_t size, uint8_t* pixels)
     const float wavesAlongX = WaveCount(params[3]);
     const float wavesAlongY = WaveCount(params[2]);
 
-    uint8_t* before = AllocateBlock<uint8_t>(count * count * 4, "an image to ripple");
+    const size_t room = count + kRowSlack;
+    uint8_t* before = ArenaAllocateArray<uint8_t>(scratch, count * count * 4);
+    float* space = ArenaAllocateArray<float>(scratch, room * 5);
+    uint32_t* numbers = ArenaAllocateArray<uint32_t>(scratch, room * 4);
+    if (before == nullptr || space == nullptr || numbers == nullptr)
+    {
+        return false;
+    }
     kernels->spreadPixels(pixels, count * count, before);
 
-    const size_t room = count + kRowSlack;
-    float* space = AllocateBlock<float>(room * 5, "a rippled row");
-    uint32_t* numbers = AllocateBlock<uint32_t>(room * 4, "a rippled row");
     const RippleSamples samples = {
         {numbers, numbers + room, numbers + 2 * room, numbers + 3 * room},
         {space + room, space + 2 * room, space + 3 * room, space + 4 * room},
@@ -82,80 +89,89 @@ static void Ripple(const float* params, int32_t size, uint8_t* pixels)
         alongY[x] = RippleDisplacement(x, side, wavesAlongY, params[1]);
     }
 
-    RippleRow row = {size, 0.0F, 0.0F, alongY, before, &samples};
+    RippleRow row = {size, 0.0f, 0.0f, alongY, before, &samples};
     for (int32_t y = 0; y < size; ++y)
     {
         row.rowNumber = static_cast<float>(y);
         row.alongX = RippleDisplacement(y, side, wavesAlongX, params[0]);
         kernels->rippleRow(&row, pixels + static_cast<size_t>(y) * RowBytes(size));
     }
-    free(numbers);
-    free(space);
-    free(before);
+    return true;
 }
 
-/// Runs a 3x3 filter over an image in place. The rows that later rows still look at are kept as
-/// padded copies: a row's neighbours at its ends are those on the opposite edge, and so are the
-/// neighbours of the first and the last row.
-/// @param load     copies count bytes of a row into Elements
-/// @param filter   makes an output row from three padded rows: above, the row itself, below
-template <typename Element, typename Load, typename Filter>
-static void FilterRows(int32_t size, uint8_t* pixels, Load load, Filter filter)
+/// An image, and the memory for working on it.
+struct WorkImage
 {
+    int32_t size;    // side, pixels
+    uint8_t* pixels; // borrowed
+    Arena* scratch;  // borrowed
+};
+
+/// Runs a 3x3 filter over an image in place. Each row is worked up once, and what came of it is
+/// kept for as long as rows still look at it. A row's neighbours at its ends are those on the
+/// opposite edge, and so are the neighbours of the first and the last row.
+/// @param rowElements   what a row is worked up into
+/// @param load          works a row up: a padded row of count bytes with slack into rowElements
+/// @param filter        makes an output row from three worked-up rows: above, the row itself, below
+/// @return false without memory
+template <typename Element, typename Load, typename Filter>
+static bool FilterRows(const WorkImage* image, size_t rowElements, Load load, Filter filter)
+{
+    const int32_t size = image->size;
+    uint8_t* pixels = image->pixels;
     const size_t count = RowBytes(size);
-    const size_t padded = count + 6 + kRowSlack;
-    Element* copies = AllocateBlock<Element>(4 * padded, "rows to filter");
-    memset(copies, 0, 4 * padded * sizeof(Element));
-    const auto loadPadded = [&](int32_t y, Element* copy)
+    uint8_t* padded = ArenaAllocateArray<uint8_t>(image->scratch, count + 6 + kRowSlack);
+    Element* rows = ArenaAllocateArray<Element>(image->scratch, 4 * rowElements);
+    if (padded == nullptr || rows == nullptr)
     {
-        load(pixels + static_cast<size_t>(y) * count, count, copy + 3);
-        for (size_t channel = 0; channel < 3; ++channel)
-        {
-            copy[channel] = copy[count + channel];
-            copy[count + 3 + channel] = copy[3 + channel];
-        }
+        return false;
+    }
+    memset(padded, 0, count + 6 + kRowSlack);
+    memset(rows, 0, 4 * rowElements * sizeof(Element));
+    const auto loadRow = [&](int32_t y, Element* row)
+    {
+        const uint8_t* source = pixels + static_cast<size_t>(y) * count;
+        memcpy(padded, source + count - 3, 3);
+        memcpy(padded + 3, source, count);
+        memcpy(padded + 3 + count, source, 3);
+        load(padded + 3, count, row);
     };
 
-    // The first copy is the first row's, to the end; the other rows take turns in the other three.
-    Element* first = copies;
-    const auto copyOf = [&](int32_t y)
+    // The first row is kept to the end; the others take turns in the other three places.
+    Element* first = rows;
+    const auto placeOf = [&](int32_t y)
     {
-        return copies + static_cast<size_t>(1 + y % 3) * padded;
+        return rows + static_cast<size_t>(1 + y % 3) * rowElements;
     };
-    Element* above = copyOf(2); // where row -1 would lie
+    Element* above = placeOf(2); // where row -1 would lie
     Element* row = first;
-    loadPadded(size - 1, above);
-    loadPadded(0, first);
+    loadRow(size - 1, above);
+    loadRow(0, first);
     for (int32_t y = 0; y < size; ++y)
     {
         Element* below = first;
         if (y + 1 < size)
         {
-            below = copyOf(y + 1);
-            loadPadded(y + 1, below);
+            below = placeOf(y + 1);
+            loadRow(y + 1, below);
         }
-        filter(above + 3, row + 3, below + 3, count, pixels + static_cast<size_t>(y) * count);
+        filter(above, row, below, count, pixels + static_cast<size_t>(y) * count);
         above = row;
         row = below;
     }
-    free(copies);
+    return true;
 }
 
-static void CopyRow(const uint8_t* row, size_t count, uint8_t* out)
-{
-    memcpy(out, row, count);
-}
-
-static void Blur(int32_t size, uint8_t* pixels)
+static bool Blur(const WorkImage* image)
 {
     const PixelKernels* kernels = GetPixelKernels();
-    uint16_t* sums = AllocateBlock<uint16_t>(RowBytes(size) + 6, "a row to blur");
-    FilterRows<uint8_t>(size, pixels, CopyRow,
-                        [&](const uint8_t* above, const uint8_t* row, const uint8_t* below,
-                            size_t count, uint8_t* out) {
-                            kernels->blurRow({above, row, below}, count, sums, out);
-                        });
-    free(sums);
+    return FilterRows<uint16_t>(image, RowBytes(image->size) + kRowSlack, kernels->sumRow,
+                                [&](const uint16_t* above, const uint16_t* row,
+                                    const uint16_t* below, size_t count, uint8_t* out)
+                                {
+                                    const WordRows rows = {above, row, below};
+                                    kernels->blurRow(&rows, count, out);
+                                });
 }
 
 // The kernels of the four directions:
@@ -166,37 +182,44 @@ static void Blur(int32_t size, uint8_t* pixels)
 //
 // They are one kernel, mirrored: 2 and 3 have the left where 1 and 4 have the right, 3 and 4 the
 // row above where 1 and 2 have the one below.
-static void Emboss(const float* params, int32_t size, uint8_t* pixels)
+static bool Emboss(const float* params, const WorkImage* image)
 {
     const PixelKernels* kernels = GetPixelKernels();
     const int32_t given = TruncateToInt(params[0]);
     const int32_t direction = given < 1 ? 1 : (given > 4 ? 4 : given);
     const ptrdiff_t side = direction == 1 || direction == 4 ? 3 : -3;
     const bool upsideDown = direction >= 3;
-    FilterRows<uint8_t>(
-        size, pixels, CopyRow,
-        [&](const uint8_t* above, const uint8_t* row, const uint8_t* below, size_t count,
+    return FilterRows<uint16_t>(
+        image, kEmbossShares * (RowBytes(image->size) + kRowSlack),
+        [&](const uint8_t* row, size_t count, uint16_t* shares)
+        { kernels->weighRow(row, count, side, shares); },
+        [&](const uint16_t* above, const uint16_t* row, const uint16_t* below, size_t count,
             uint8_t* out)
         {
-            const ByteRows rows = {upsideDown ? below : above, row, upsideDown ? above : below};
-            kernels->embossRow(rows, count, side, out);
+            const WordRows rows = {upsideDown ? below : above, row, upsideDown ? above : below};
+            kernels->embossRow(&rows, count, out);
         });
 }
 
-static void Convolve(const float* params, int32_t size, uint8_t* pixels)
+static bool Convolve(const float* params, const WorkImage* image)
 {
     const PixelKernels* kernels = GetPixelKernels();
-    FilterRows<float>(
-        size, pixels, kernels->widenRow,
+    return FilterRows<float>(
+        image, RowBytes(image->size) + 6 + kRowSlack,
+        [&](const uint8_t* row, size_t count, float* out)
+        { kernels->widenRow(row - 3, count + 6, out); },
         [&](const float* above, const float* row, const float* below, size_t count, uint8_t* out) {
-            kernels->convolveRow({above, row, below}, count, params, out);
+            kernels->convolveRow({above + 3, row + 3, below + 3}, count, params, out);
         });
 }
 
-void ApplyTextureStep(int32_t stepType, const float* params, const uint8_t* layer, int32_t size,
-                      uint8_t* pixels)
+bool ApplyTextureStep(int32_t stepType, const float* params, const uint8_t* layer, int32_t size,
+                      uint8_t* pixels, Arena* scratch)
 {
     const PixelKernels* kernels = GetPixelKernels();
+    const WorkImage image = {size, pixels, scratch};
+    const ArenaMark mark = MarkArena(scratch);
+    bool done = true;
     const size_t bytes = static_cast<size_t>(size) * RowBytes(size);
     switch (stepType)
     {
@@ -219,21 +242,23 @@ void ApplyTextureStep(int32_t stepType, const float* params, const uint8_t* laye
         kernels->scale(pixels, bytes, params[0]);
         break;
     case kStepOffset:
-        Offset(params, size, pixels);
+        done = Offset(params, size, pixels, scratch);
         break;
     case kStepRipple:
-        Ripple(params, size, pixels);
+        done = Ripple(params, size, pixels, scratch);
         break;
     case kStepBlur:
-        Blur(size, pixels);
+        done = Blur(&image);
         break;
     case kStepEmboss:
-        Emboss(params, size, pixels);
+        done = Emboss(params, &image);
         break;
     case kStepConvolution:
-        Convolve(params, size, pixels);
+        done = Convolve(params, &image);
         break;
     default:
         break;
     }
+    ResetArena(scratch, mark);
+    return done;
 }

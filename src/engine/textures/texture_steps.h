@@ -7,9 +7,8 @@
 //   104   Minimum      1. scale, 2. scale
 //   201   Invert       none                        filters of the image alone
 //   202   Multiply     scale
-//   203   Offset       X offset, Y offset          X moves rows and Y columns, crossed as it stands
-//   204   Ripple       X amplitude, Y amplitude, X wavelength, Y wavelength
-//   205   Blur         none
+//   203   Offset       X offset, Y offset          X moves rows and Y columns; the names are
+//   crossed 204   Ripple       X amplitude, Y amplitude, X wavelength, Y wavelength 205   Blur none
 //   206   Emboss       direction, 1 to 4
 //   207   Convolution  nine weights, row by row
 //
@@ -19,6 +18,8 @@
 #pragma once
 
 #include <cstdint>
+
+#include "engine/data/arena.h"
 
 enum TextureStepType : int32_t
 {
@@ -47,6 +48,7 @@ inline bool IsCombiner(int32_t stepType)
 ///                 only, may be null for the others
 /// @param size     side of both images, pixels, 1 or more
 /// @param pixels   the work image, size * size * 3 bytes
-/// @return false without memory for the rows that a step works on
+/// @param scratch   memory for the rows that a step works on; as full afterwards as before
+/// @return false without memory for them
 bool ApplyTextureStep(int32_t stepType, const float* params, const uint8_t* layer, int32_t size,
-                      uint8_t* pixels);
+                      uint8_t* pixels, Arena* scratch);

@@ -1,0 +1,182 @@
+#include "engine/textures/decode_image.h"
+
+#include <csetjmp>
+#include <cstdlib>
+#include <cstring>
+#include <stb_image.h>
+
+#include "engine/textures/decoder_memory.h"
+
+/// More than the decoder holds at once for any image: its own records, three blocks for each of
+/// four components, and the image before and after a conversion.
+static constexpr uint32_t kDecoderBlocks = 64;
+
+/// A block that the decoder holds.
+struct DecoderBlock
+{
+    void* memory; // null where the slot is free
+    size_t size;  // bytes
+};
+
+enum JumpReason : int
+{
+    kNoJump,
+    kOutOfMemory,
+    kBrokenAssertion,
+};
+
+/// One run of the decoder.
+struct DecoderRun
+{
+    jmp_buf exit;
+    DecoderBlock blocks[kDecoderBlocks];
+};
+
+// The decoder's macros for memory and assertions are handed nothing but a size or a condition, so
+// the run that they belong to has to be found without an argument. A thread has one run at a time,
+// and outside DecodeImage this is null.
+static thread_local DecoderRun* ThreadRun = nullptr;
+
+static DecoderBlock* FindBlock(const void* memory)
+{
+    for (DecoderBlock& block : ThreadRun->blocks)
+    {
+        if (block.memory == memory)
+        {
+            return &block;
+        }
+    }
+    longjmp(ThreadRun->exit, kOutOfMemory); // no free slot; blocks of the decoder are always there
+}
+
+void* AllocateForDecoder(size_t size)
+{
+    DecoderBlock* block = FindBlock(nullptr);
+    void* memory = calloc(1, size == 0 ? 1 : size);
+    if (memory == nullptr)
+    {
+        longjmp(ThreadRun->exit, kOutOfMemory);
+    }
+    *block = {memory, size};
+    return memory;
+}
+
+void* GrowForDecoder(void* memory, size_t size)
+{
+    if (memory == nullptr)
+    {
+        return AllocateForDecoder(size);
+    }
+    DecoderBlock* block = FindBlock(memory);
+    void* grown = realloc(memory, size == 0 ? 1 : size);
+    if (grown == nullptr)
+    {
+        longjmp(ThreadRun->exit, kOutOfMemory);
+    }
+    if (size > block->size)
+    {
+        memset(static_cast<uint8_t*>(grown) + block->size, 0, size - block->size);
+    }
+    *block = {grown, size};
+    return grown;
+}
+
+void FreeForDecoder(void* memory)
+{
+    if (memory != nullptr)
+    {
+        *FindBlock(memory) = {};
+        free(memory);
+    }
+}
+
+void FailDecoder()
+{
+    longjmp(ThreadRun->exit, kBrokenAssertion);
+}
+
+/// True for a Softimage PIC file.
+static bool IsPicFile(const uint8_t* file, int32_t size)
+{
+    return size >= 92 && memcmp(file, "\x53\x80\xF6\x34", 4) == 0 &&
+           memcmp(file + 88, "PICT", 4) == 0;
+}
+
+/// Leaves out the fourth byte of each pixel, in place.
+static void DropFourthComponent(uint8_t* pixels, size_t count)
+{
+    for (size_t i = 0; i < count; ++i)
+    {
+        memmove(pixels + 3 * i, pixels + 4 * i, 3);
+    }
+}
+
+/// Runs the decoder. It may leave by longjmp.
+static DecodeResult RunDecoder(const uint8_t* file, int32_t size, uint64_t largest,
+                               DecodedImage* image, const char** reason)
+{
+    // Where the head can't be read, the decoder finds nothing to decode either, and says why.
+    int width = 0;
+    int height = 0;
+    int components = 0;
+    if (stbi_info_from_memory(file, size, &width, &height, &components) != 0 && width > 0 &&
+        height > 0 && components > 0 && width <= kLargestImageSide && height <= kLargestImageSide &&
+        static_cast<uint64_t>(width) * static_cast<uint64_t>(height) *
+                static_cast<uint64_t>(components) >
+            largest)
+    {
+        *image = {width, height, components, nullptr};
+        return DecodeResult::kTooLarge;
+    }
+
+    // Asked for the components that a PIC file has, the decoder goes on after a file that is cut
+    // short with an image that is not there. Asked for four, which is what it always decodes to, it
+    // stops; it would leave out the fourth itself where the file has three.
+    const bool isPic = IsPicFile(file, size);
+    stbi_uc* pixels =
+        stbi_load_from_memory(file, size, &width, &height, &components, isPic ? 4 : 0);
+    if (pixels == nullptr)
+    {
+        *reason = stbi_failure_reason();
+        return DecodeResult::kRefused;
+    }
+    if (isPic && components == 3)
+    {
+        DropFourthComponent(pixels, static_cast<size_t>(width) * static_cast<size_t>(height));
+    }
+    *FindBlock(pixels) = {}; // it is the caller's from here on
+    *image = {width, height, components, pixels};
+    return DecodeResult::kDecoded;
+}
+
+DecodeResult DecodeImage(const uint8_t* file, int32_t size, uint64_t largest, DecodedImage* image,
+                         const char** reason)
+{
+    *image = {};
+    *reason = "";
+
+    // Nothing that changes after setjmp is read after a jump but the run, which lies in memory.
+    DecoderRun run;
+    memset(run.blocks, 0, sizeof(run.blocks));
+    ThreadRun = &run;
+    DecodeResult result = DecodeResult::kRefused;
+    switch (setjmp(run.exit))
+    {
+    case kNoJump:
+        result = RunDecoder(file, size, largest, image, reason);
+        break;
+    case kOutOfMemory:
+        *reason = "Out of memory"; // the decoder's own words
+        break;
+    default:
+        result = DecodeResult::kDamaged;
+        break;
+    }
+    ThreadRun = nullptr;
+
+    for (const DecoderBlock& block : run.blocks)
+    {
+        free(block.memory);
+    }
+    return result;
+}
