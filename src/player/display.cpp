@@ -4,9 +4,7 @@
 #include <SDL.h>
 #include <cstdio>
 
-#include "engine/data/fault.h"
 #include "engine/render/baseline_state.h"
-#include "engine/render/frame.h"
 
 static constexpr int kBitsPerPixel = 24;
 static constexpr const char* kSeparator = "========================================"; // 40
@@ -17,7 +15,7 @@ struct GlAttribute
     int value;
 };
 
-/// What antialiasing asks for. Without it SDL's defaults stand, the depth size among them.
+/// The wishes of antialiasing. Without it SDL's defaults stand, the depth size among them.
 static constexpr GlAttribute kAntialiasingAttributes[] = {
     {SDL_GL_RED_SIZE, 8},           {SDL_GL_GREEN_SIZE, 8},         {SDL_GL_BLUE_SIZE, 8},
     {SDL_GL_ALPHA_SIZE, 8},         {SDL_GL_DEPTH_SIZE, 24},        {SDL_GL_DOUBLEBUFFER, 1},
@@ -30,7 +28,8 @@ View ChosenView(const LauncherChoice* choice)
     return {resolution.width, resolution.height, kAspects[choice->aspectIndex]};
 }
 
-static void OpenWindow(const LauncherChoice* choice, const View* view)
+/// @return false after a fault
+static bool OpenWindow(const LauncherChoice* choice, const View* view, FaultList* faults)
 {
     if (choice->antialiasing == kSwitchOn)
     {
@@ -55,29 +54,36 @@ static void OpenWindow(const LauncherChoice* choice, const View* view)
     // Without a window there is no OpenGL context, and every call from here on would be lost.
     if (SDL_SetVideoMode(view->width, view->height, kBitsPerPixel, flags) == nullptr)
     {
-        FatalError("can't open a window of %d x %d: %s", view->width, view->height, SDL_GetError());
+        AddError(faults, "can't open a window of %d x %d: %s", view->width, view->height,
+                 SDL_GetError());
+        return false;
     }
+    return true;
 }
 
-/// Prints whether there are buffer objects, if the viewer wants them.
-static int32_t TellVbo(int32_t vboSwitch, int32_t offered)
+static int32_t DetectVbo(int32_t vboSwitch)
 {
     if (vboSwitch != kSwitchOn)
     {
         return 0;
     }
-    printf(offered != 0 ? "VBO support detected.\n" : "No VBO support.\n");
-    return offered;
+    if (!GLEW_ARB_vertex_buffer_object)
+    {
+        printf("No VBO support.\n");
+        return 0;
+    }
+    printf("VBO support detected.\n");
+    return 1;
 }
 
-static int32_t TellPbo(bool forcePbo, int32_t offered)
+static int32_t DetectPbo(bool forcePbo)
 {
     if (!GLEW_ARB_pixel_buffer_object)
     {
         printf("No PBO support.\n");
         return 0;
     }
-    if (offered == 0 && !forcePbo)
+    if (!GLEW_VERSION_2_1 && !forcePbo)
     {
         printf("PBO support detected, but it may be slow (opengl version is lower than 2.1), "
                "so i disable it. Use -forcepbo to enable it.\n");
@@ -87,28 +93,42 @@ static int32_t TellPbo(bool forcePbo, int32_t offered)
     return 1;
 }
 
-static void TellNpot(int32_t offered)
+static int32_t DetectNpot()
 {
-    printf(offered != 0 ? "NPOT texture support detected.\n" : "No NPOT texture support.\n");
+    if (!GLEW_ARB_texture_non_power_of_two)
+    {
+        printf("No NPOT texture support.\n");
+        return 0;
+    }
+    printf("NPOT texture support detected.\n");
+    return 1;
 }
 
-static void TellDot3(int32_t offered)
+static int32_t DetectDot3()
 {
-    printf(offered != 0 ? "DOT3 bump mapping support detected.\n"
-                        : "No DOT3 bump mapping support.\n");
+    if (!GLEW_ARB_texture_env_dot3)
+    {
+        printf("No DOT3 bump mapping support.\n");
+        return 0;
+    }
+    printf("DOT3 bump mapping support detected.\n");
+    return 1;
 }
 
-GlFeatures OpenDisplay(const LauncherChoice* choice, const View* view, bool forcePbo)
+bool OpenDisplay(const LauncherChoice* choice, const View* view, bool forcePbo,
+                 GlFeatures* features, FaultList* faults)
 {
-    OpenWindow(choice, view);
+    if (!OpenWindow(choice, view, faults))
+    {
+        return false;
+    }
     glewInit();
 
     printf("%s\n", kSeparator);
-    GlFeatures features = DetectFeatures();
-    features.vbo = TellVbo(choice->vbo, features.vbo);
-    features.pbo = TellPbo(forcePbo, features.pbo);
-    TellNpot(features.npot);
-    TellDot3(features.dot3);
+    features->vbo = DetectVbo(choice->vbo);
+    features->pbo = DetectPbo(forcePbo);
+    features->npot = DetectNpot();
+    features->dot3 = DetectDot3();
     printf("%s\n", kSeparator);
 
     // The new window shows black at once, not what its memory held.
@@ -116,17 +136,15 @@ GlFeatures OpenDisplay(const LauncherChoice* choice, const View* view, bool forc
     SDL_GL_SwapBuffers();
     SetBaselineState();
     SDL_GL_SwapBuffers();
-    return features;
+    return true;
 }
 
-uint32_t DrawDocument(const DemoDocument* document, const View* view, GlFeatures features,
-                      uint32_t time)
+uint32_t DrawDocument(PieceRun* run, RunDocument document, const View* view, uint32_t time)
 {
-    CurrentPlace = {document->name, kNoSection, 0, 0};
-    return RenderFrame(document->timeline, document->scenes, document->materials, document->lights,
-                       document->textures, document->envelopes, view->aspect, document->effects,
-                       document->models, document->bitmaps, document->genMeshes, time, view->width,
-                       view->height, features.vbo, features.pbo, features.npot, features.dot3);
+    const FrameSources sources = RunSources(run, document);
+    const FrameRequest request = {view->aspect, time, view->width, view->height};
+    run->faults->place = PlaceAt(sources.document->name, Section::kNone);
+    return RenderFrame(&sources, &request);
 }
 
 void ShowFrame()

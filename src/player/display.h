@@ -4,11 +4,12 @@
 
 #include <cstdint>
 
-#include "engine/data/demo_document.h"
+#include "engine/data/fault.h"
 #include "engine/data/gl_features.h"
+#include "engine/render/piece_run.h"
 #include "player/launcher.h"
 
-/// What the viewer looks at, and what drawing is told of it.
+/// The window of the piece, and what drawing is told of it.
 struct View
 {
     int32_t width;  // pixels of the window
@@ -20,16 +21,18 @@ struct View
 View ChosenView(const LauncherChoice* choice);
 
 /// Opens the window in place of the launcher's, prints what its OpenGL offers, shows it black and
-/// sets the baseline state. Starts SDL's audio, if music is on, and its timer.
-/// Relies on: SDL's video started. Sets: what SetBaselineState does.
+/// sets the state that is never restored (SetBaselineState). Starts SDL's audio, if music is on,
+/// and its timer.
+/// Relies on: SDL's video started.
 /// @param forcePbo   pixel buffer objects even below OpenGL 2.1
-/// Ends the program through FatalError if SDL can't open the window.
-GlFeatures OpenDisplay(const LauncherChoice* choice, const View* view, bool forcePbo);
+/// @param features   receives what OpenGL offers and the viewer wants
+/// @return false after a fault: SDL can't open the window
+bool OpenDisplay(const LauncherChoice* choice, const View* view, bool forcePbo,
+                 GlFeatures* features, FaultList* faults);
 
-/// Draws a document at a time in ticks. Buffers are neither swapped nor cleared.
-/// @return the number of scenes drawn; 0 is the end of the document's timeline
-uint32_t DrawDocument(const DemoDocument* document, const View* view, GlFeatures features,
-                      uint32_t time);
+/// Draws a document of a piece at a time in ticks. Buffers are neither swapped nor cleared.
+/// @return the number of scenes drawn; 0 is the end of the document's timeline, or a fault
+uint32_t DrawDocument(PieceRun* run, RunDocument document, const View* view, uint32_t time);
 
-/// Swaps buffers, then clears colour and depth for what is drawn next.
+/// Swaps buffers, then clears color and depth for the next frame.
 void ShowFrame();

@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <iterator>
 
-#include "engine/data/fault.h"
 #include "player/launcher_images.h"
 #include "player/launcher_state.h"
 
@@ -15,24 +14,24 @@ static constexpr int kHeight = 384;
 static constexpr int kBitsPerPixel = 24;
 static constexpr Uint32 kPassMs = 30; // between two looks at the mouse
 
-struct Place
+struct ImagePlace
 {
     Sint16 left;
     Sint16 top;
 };
 
 // Where images go. The rows stand as unevenly as the lines of text in the background.
-static constexpr Place kBackgroundPlace = {0, 0};
-static constexpr Place kResolutionPlaces[] = {
+static constexpr ImagePlace kBackgroundPlace = {0, 0};
+static constexpr ImagePlace kResolutionPlaces[] = {
     {21, 17},  {21, 40},  {21, 62},  {21, 85},  {21, 107}, {21, 129}, {21, 152}, {21, 174},
     {21, 197}, {21, 219}, {21, 242}, {21, 264}, {21, 287}, {21, 309}, {21, 331}, {21, 354},
 };
 static_assert(std::size(kResolutionPlaces) == std::size(kResolutions));
-static constexpr Place kAspectPlaces[] = {{194, 17}, {194, 39}, {194, 62}};
+static constexpr ImagePlace kAspectPlaces[] = {{194, 17}, {194, 39}, {194, 62}};
 static_assert(std::size(kAspectPlaces) == std::size(kAspects));
-static constexpr Place kSwitchPlaces[] = {{157, 293}, {157, 315}, {157, 337}, {157, 360}};
+static constexpr ImagePlace kSwitchPlaces[] = {{157, 293}, {157, 315}, {157, 337}, {157, 360}};
 static_assert(std::size(kSwitchPlaces) == std::size(kLauncherSwitches));
-static constexpr Place kStartPlace = {188, 163};
+static constexpr ImagePlace kStartPlace = {188, 163};
 
 /// SDL's surfaces. They stay to the end of the process; the window's is replaced with the window.
 struct LauncherSurfaces
@@ -45,19 +44,22 @@ struct LauncherSurfaces
     SDL_Surface* startPressed;
 };
 
-static SDL_Surface* OpenLauncherWindow(const char* title)
+/// @return null after a fault
+static SDL_Surface* OpenLauncherWindow(const char* title, FaultList* faults)
 {
     // Of SDL's video drivers on a desktop only X11 has OpenGL. Without a display the others would
     // start all the same, and one of them fills the terminal.
     setenv("SDL_VIDEODRIVER", "x11", 0);
     if (SDL_Init(SDL_INIT_VIDEO) < 0)
     {
-        FatalError("can't start video: %s", SDL_GetError());
+        AddError(faults, "can't start video: %s", SDL_GetError());
+        return nullptr;
     }
     SDL_Surface* window = SDL_SetVideoMode(kWidth, kHeight, kBitsPerPixel, SDL_HWSURFACE);
     if (window == nullptr)
     {
-        FatalError("can't open a window of %d x %d: %s", kWidth, kHeight, SDL_GetError());
+        AddError(faults, "can't open a window of %d x %d: %s", kWidth, kHeight, SDL_GetError());
+        return nullptr;
     }
     SDL_WM_SetCaption(title, title);
     return window;
@@ -96,7 +98,7 @@ static bool LoadImages(LauncherSurfaces* surfaces)
     return true;
 }
 
-static void DrawImage(SDL_Surface* window, SDL_Surface* image, Place place)
+static void DrawImage(SDL_Surface* window, SDL_Surface* image, ImagePlace place)
 {
     if (image == nullptr)
     {
@@ -145,13 +147,18 @@ static LauncherStep LookAtMouse(LauncherState* state)
     return StepLauncher(state, x, y, (buttons & SDL_BUTTON(SDL_BUTTON_LEFT)) != 0);
 }
 
-LauncherResult RunLauncher(const char* title, LauncherChoice* choice, int* exitCode)
+LauncherResult RunLauncher(const char* title, LauncherChoice* choice, int* exitCode,
+                           FaultList* faults)
 {
     assert(static_cast<size_t>(choice->resolutionIndex) < std::size(kResolutions));
     assert(static_cast<size_t>(choice->aspectIndex) < std::size(kAspects));
 
     LauncherSurfaces surfaces;
-    surfaces.window = OpenLauncherWindow(title);
+    surfaces.window = OpenLauncherWindow(title, faults);
+    if (surfaces.window == nullptr)
+    {
+        return LauncherResult::kFailed;
+    }
     if (!LoadImages(&surfaces))
     {
         printf("error creating surface :-S\n");

@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "engine/data/fault.h"
+
 inline constexpr int32_t kSwitchOn = 1;
 inline constexpr int32_t kSwitchOff = -1;
 
@@ -38,8 +40,9 @@ inline constexpr float kAspects[] = {1.3333334f, 1.7777778f, 1.6f};
 
 enum class LauncherResult
 {
-    kStart, // play with the choice
-    kQuit,  // the program ends with exitCode, SDL already closed where it has to be
+    kStart,  // play with the choice
+    kQuit,   // the program ends with exitCode, SDL already closed where it has to be
+    kFailed, // after a fault: SDL can't start its video or open the window
 };
 
 /// Settles the viewer's choice. Starts SDL's video and leaves it open, with the captioned window,
@@ -50,5 +53,5 @@ enum class LauncherResult
 /// @param title      text of the window's caption and icon
 /// @param choice     what is chosen at first, indices in range; receives the choice
 /// @param exitCode   receives the exit code when the result is kQuit
-/// Ends the program through FatalError if SDL can't start its video or open the window.
-LauncherResult RunLauncher(const char* title, LauncherChoice* choice, int* exitCode);
+LauncherResult RunLauncher(const char* title, LauncherChoice* choice, int* exitCode,
+                           FaultList* faults);

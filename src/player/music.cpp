@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <libmodplug/modplug.h>
-#include <string>
 #include <sys/stat.h>
 
 #include "engine/data/document_values.h"
@@ -53,8 +52,9 @@ static FILE* OpenModuleFile(const char* path)
     FILE* stream = fopen(path, "rb");
     if (stream == nullptr)
     {
-        std::string below = std::string("music/") + path;
-        stream = fopen(below.c_str(), "rb");
+        char below[4096]; // no path of the system is longer
+        const int length = snprintf(below, sizeof(below), "music/%s", path);
+        stream = length < static_cast<int>(sizeof(below)) ? fopen(below, "rb") : nullptr;
     }
     if (stream == nullptr)
     {
@@ -77,18 +77,21 @@ static long FindFileSize(FILE* stream)
     return size < 0 ? 0 : size;
 }
 
-/// Reads the whole file. What can't be read is as good as not there.
-static ModuleFile ReadModuleFile(FILE* stream, const char* path)
+/// Reads the whole file. A part that can't be read is as good as not there.
+/// @return false after a fault: a size that can't be allocated
+static bool ReadModuleFile(FILE* stream, const char* path, ModuleFile* file, FaultList* faults)
 {
     long size = FindFileSize(stream);
     // One byte more: an empty file has a block as well.
     void* data = size <= INT_MAX ? malloc(static_cast<size_t>(size) + 1) : nullptr;
     if (data == nullptr)
     {
-        FatalFault("\"%s\": its size of %ld bytes can't be allocated", path, size);
+        AddFault(faults, "\"%s\": its size of %ld bytes can't be allocated", path, size);
+        return false;
     }
-    size_t got = fread(data, 1, static_cast<size_t>(size), stream);
-    return {data, static_cast<int>(got)};
+    const size_t got = fread(data, 1, static_cast<size_t>(size), stream);
+    *file = {data, static_cast<int>(got)};
+    return true;
 }
 
 static void LoadModule(ModuleFile file)
@@ -128,25 +131,35 @@ static bool StartAudio()
     return true;
 }
 
-bool StartMusic(const DemoDocument* document, LauncherChoice* choice)
+MusicResult StartMusic(const DemoDocument* document, LauncherChoice* choice, FaultList* faults)
 {
     if (choice->music != kSwitchOn)
     {
         StartSilentClock(choice);
-        return true;
+        return MusicResult::kStarted;
     }
 
-    CurrentPlace = {document->name, kMusicNode, 0, 0};
-    const char* path = RequireElement(document->musicNode, "the node")->Attribute("file");
+    faults->place = PlaceAt(document->name, Section::kMusic);
+    const TiXmlElement* node = RequireElement(document->musicNode, "the node", faults);
+    if (node == nullptr)
+    {
+        return MusicResult::kFailed;
+    }
+    const char* path = node->Attribute("file");
     FILE* stream = path == nullptr ? nullptr : OpenModuleFile(path);
     if (stream == nullptr)
     {
         StartSilentClock(choice);
-        return true;
+        return MusicResult::kStarted;
     }
-    ModuleFile file = ReadModuleFile(stream, path);
+    ModuleFile file;
+    const bool read = ReadModuleFile(stream, path, &file, faults);
     fclose(stream);
+    if (!read)
+    {
+        return MusicResult::kFailed;
+    }
 
     LoadModule(file);
-    return StartAudio();
+    return StartAudio() ? MusicResult::kStarted : MusicResult::kNoDevice;
 }

@@ -2,6 +2,6 @@
 #pragma once
 
 /// Runs the program. Prints to standard output; see the sources for the order of everything.
-/// @return the exit code: 0 after a normal end, 1 after a fatal start-up failure. A closed window
-///         ends the process with exit(0) instead of returning.
+/// @return the exit code: 0 after a normal end, a closed window included; 1 after a failure, which
+///         has its line on standard error
 int RunDemo(int argc, char** argv);

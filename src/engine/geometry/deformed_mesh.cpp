@@ -1,24 +1,24 @@
 #include "engine/geometry/deformed_mesh.h"
 
-#include <GL/glew.h>
-#include <cstdlib>
+#include <cstring>
 
-DeformedMesh CurrentDeformedMesh = {nullptr, nullptr, 0, 0};
+#include "engine/data/arena.h"
+#include "engine/data/fault.h"
 
-void ReleaseDeformedMesh(bool vbo)
+bool StartDeformedMesh(const Mesh* mesh, DeformedMesh* deformed, Arena* arena, FaultList* faults)
 {
-    DeformedMesh* deformed = &CurrentDeformedMesh;
-    if (deformed->vertices == nullptr)
+    const size_t size = static_cast<size_t>(mesh->vertexCount) * 3 * sizeof(float);
+    float* vertices = static_cast<float*>(ArenaAllocate(arena, size));
+    float* normals = static_cast<float*>(ArenaAllocate(arena, size));
+    if (vertices == nullptr || normals == nullptr)
     {
-        return;
+        AddFault(faults, "there is no memory to bend %u vertices", mesh->vertexCount);
+        return false;
     }
-
-    if (vbo)
+    if (size != 0)
     {
-        glDeleteBuffersARB(1, &deformed->vertexBuffer);
-        glDeleteBuffersARB(1, &deformed->normalBuffer);
+        memcpy(vertices, mesh->vertices, size);
     }
-    free(deformed->vertices);
-    free(deformed->normals);
-    *deformed = {nullptr, nullptr, 0, 0};
+    *deformed = {vertices, normals};
+    return true;
 }

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "engine/animation/animated_value.h"
+#include "engine/data/allocate.h"
 #include "engine/data/document_values.h"
 #include "engine/data/fault.h"
 #include "engine/data/numeric.h"
@@ -11,16 +12,6 @@
 
 /// Of one of the two triangles that every cell is cut into.
 static constexpr uint32_t kGridHalfIndices = (kWaterSide - 1) * (kWaterSide - 1) * 3;
-
-static void* AllocateZeroed(size_t count, size_t size)
-{
-    void* block = calloc(count, size);
-    if (block == nullptr)
-    {
-        FatalFault("there is no memory for a generated mesh");
-    }
-    return block;
-}
 
 static bool HasGenerator(uint32_t type)
 {
@@ -33,7 +24,7 @@ static void FillGridVertices(Mesh* mesh)
     {
         for (int32_t j = 0; j < kWaterSide; ++j)
         {
-            int32_t vertex = i * kWaterSide + j;
+            const int32_t vertex = i * kWaterSide + j;
             const float x = static_cast<float>(i);
             const float z = static_cast<float>(j);
             mesh->vertices[3 * vertex] = x;
@@ -78,36 +69,46 @@ static void FillGridIndices(Mesh* mesh)
     }
 }
 
-void BuildGenMesh(uint32_t type, void** state, Mesh* mesh)
+/// @return a new zeroed array; null without memory, and after an earlier fault
+template <typename Element>
+static Element* AllocateArray(size_t count, FaultList* faults)
+{
+    return HasFailed(faults) ? nullptr : AllocateZeroed<Element>(count, "a generated mesh", faults);
+}
+
+bool BuildGenMesh(uint32_t type, Mesh* mesh, FaultList* faults)
 {
     if (!HasGenerator(type))
     {
-        return;
+        return true;
     }
-    *state = CreateWaterState(type);
 
+    *mesh = {};
     mesh->vertexCount = kWaterCells;
     mesh->indexCount = 2 * kGridHalfIndices;
-    mesh->vertices = static_cast<float*>(AllocateZeroed(kWaterCells * 3, sizeof(float)));
-    mesh->texCoords1 = static_cast<float*>(AllocateZeroed(kWaterCells * 2, sizeof(float)));
-    mesh->texCoords2 = static_cast<float*>(AllocateZeroed(kWaterCells * 2, sizeof(float)));
     mesh->texCoordSets = 2;
-    mesh->normals = static_cast<float*>(AllocateZeroed(kWaterCells * 3, sizeof(float)));
-    mesh->indices = static_cast<uint32_t*>(AllocateZeroed(mesh->indexCount, sizeof(uint32_t)));
+
+    mesh->vertices = AllocateArray<float>(kWaterCells * 3, faults);
+    mesh->texCoords1 = AllocateArray<float>(kWaterCells * 2, faults);
+    mesh->texCoords2 = AllocateArray<float>(kWaterCells * 2, faults);
+    mesh->normals = AllocateArray<float>(kWaterCells * 3, faults);
+    mesh->indices = AllocateArray<uint32_t>(mesh->indexCount, faults);
+    if (HasFailed(faults))
+    {
+        return false;
+    }
 
     FillGridVertices(mesh);
     FillGridIndices(mesh);
+    return true;
 }
 
-void FreeGenMesh(uint32_t type, void** state, Mesh* mesh)
+void FreeGenMesh(uint32_t type, Mesh* mesh)
 {
     if (!HasGenerator(type))
     {
         return;
     }
-    FreeWaterState(type, *state);
-    *state = nullptr;
-
     free(mesh->vertices);
     free(mesh->indices);
     free(mesh->texCoords1);
@@ -116,68 +117,95 @@ void FreeGenMesh(uint32_t type, void** state, Mesh* mesh)
     *mesh = {};
 }
 
-static void ReadGenMeshParams(const TiXmlElement* item, int32_t* params)
+static bool ReadGenMeshParams(const TiXmlElement* item, uint32_t* params, FaultList* faults)
 {
     uint32_t count = 0;
-    const TiXmlElement* child = RequireElement(item->FirstChild(), "a parameter");
+    const TiXmlElement* child = RequireElement(item->FirstChild(), "a parameter", faults);
     while (child != nullptr && strcmp(child->Value(), "p") == 0)
     {
-        CurrentPlace.part = count + 1;
+        faults->place.part = count + 1;
         if (count == kGenMeshParams)
         {
-            FatalFault("more than %u parameters", kGenMeshParams);
+            AddFaultAt(faults, child, "more than %u parameters", kGenMeshParams);
+            return false;
         }
-        params[count] = ParseInt(RequireText(child));
+        const char* text = RequireText(child, faults);
+        if (text == nullptr)
+        {
+            return false;
+        }
+        params[count] = static_cast<uint32_t>(ParseInt(text));
         ++count;
 
         const TiXmlNode* next = child->NextSibling();
         child = next == nullptr ? nullptr : next->ToElement();
     }
-    CurrentPlace.part = 0;
+    faults->place.part = 0;
+    return !HasFailed(faults);
 }
 
-void ReadGenMeshItem(const TiXmlElement* item, void* record, uint32_t /*index*/,
-                     LoadContext* /*context*/)
+bool ReadGenMeshItem(const TiXmlElement* item, void* record, uint32_t /*index*/,
+                     ReadContext* context)
 {
     GenMesh* genMesh = static_cast<GenMesh*>(record);
+    FaultList* faults = context->faults;
     *genMesh = {};
-    genMesh->type = static_cast<uint32_t>(ReadIntAttribute(item, "type"));
-    genMesh->state = static_cast<void**>(AllocateZeroed(1, sizeof(void*)));
-    BuildGenMesh(genMesh->type, genMesh->state, &genMesh->mesh);
-    ReadGenMeshParams(item, genMesh->params);
+    genMesh->type = static_cast<uint32_t>(ReadIntAttribute(item, "type", faults));
+    return !HasFailed(faults) && BuildGenMesh(genMesh->type, &genMesh->mesh, faults) &&
+           ReadGenMeshParams(item, genMesh->params, faults);
 }
 
-/// The value of a mesh's envelope. What is wrong with it is wrong with the mesh and not with the
-/// object that is being drawn.
-static float DriveGenMesh(uint32_t id, uint32_t envelope, const ObjectTable* envelopes,
-                          uint32_t time)
+void FreeGenMeshRecord(void* record)
 {
-    FaultPlace caller = CurrentPlace;
-    CurrentPlace.section = 8;
-    CurrentPlace.item = id;
-    CurrentPlace.part = 1;
+    GenMesh* genMesh = static_cast<GenMesh*>(record);
+    FreeGenMesh(genMesh->type, &genMesh->mesh);
+}
+
+/// The value of a mesh's envelope. A fault in it is said of the mesh and not of the object that is
+/// being drawn.
+static float DriveGenMesh(uint32_t id, uint32_t envelope, const Animation* animation, uint32_t time)
+{
+    FaultList* faults = animation->faults;
+    const Place caller = faults->place;
+    faults->place.section = Section::kGenMeshes;
+    faults->place.item = id;
+    faults->place.part = 1;
 
     // By way of a float: above 2^24 ticks the low bits are lost, and envelopes see the rounded
     // time.
-    uint32_t rounded = TruncateToUnsigned(static_cast<float>(time));
-    float v = EvaluateEnvelopeId(envelope, envelopes, rounded);
+    const uint32_t rounded = TruncateToUnsigned(static_cast<float>(time));
+    const float v = EvaluateEnvelopeId(envelope, animation, rounded);
 
-    CurrentPlace = caller;
+    faults->place = caller;
     return v;
 }
 
-void UpdateGenMesh(uint32_t id, const ObjectTable* genMeshes, const ObjectTable* envelopes,
-                   uint32_t time)
+bool UpdateGenMesh(uint32_t id, const GenMeshSources* sources, uint32_t time)
 {
-    const GenMesh* genMesh = GetRecord<GenMesh>(id, genMeshes);
+    const GenMesh* genMesh = GetRecord<GenMesh>(id, sources->genMeshes);
     if (genMesh == nullptr)
     {
-        return;
+        return true;
     }
+
+    FaultList* faults = sources->animation->faults;
     float v = 0.0f;
     if (genMesh->params[0] != 0)
     {
-        v = DriveGenMesh(id, static_cast<uint32_t>(genMesh->params[0]), envelopes, time);
+        v = DriveGenMesh(id, genMesh->params[0], sources->animation, time);
+        if (HasFailed(faults))
+        {
+            return false;
+        }
     }
-    SimulateWater(genMesh->type, v, genMesh->state, &genMesh->mesh);
+    return SimulateWater(genMesh->type, v, &sources->states[id - 1], &genMesh->mesh,
+                         sources->random, faults);
+}
+
+Mesh MovedMesh(const GenMesh* genMesh, const GenMeshState* state)
+{
+    Mesh mesh = genMesh->mesh;
+    mesh.vertices = state->vertices;
+    mesh.normals = state->normals;
+    return mesh;
 }

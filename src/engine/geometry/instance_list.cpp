@@ -1,27 +1,17 @@
 #include "engine/geometry/instance_list.h"
 
-#include <cstdlib>
-
+#include "engine/data/arena.h"
 #include "engine/data/fault.h"
 
-InstanceList* CreateInstanceList(uint32_t count)
+bool AllocateInstances(uint32_t count, InstanceList* list, Arena* arena, FaultList* faults)
 {
-    // An empty list still has a block, so that null means one thing only.
-    size_t size = static_cast<size_t>(count) * kInstanceFloats * sizeof(float);
-    InstanceList* list = static_cast<InstanceList*>(malloc(sizeof(InstanceList)));
-    float* data = static_cast<float*>(malloc(size == 0 ? sizeof(float) : size));
-    if (list == nullptr || data == nullptr)
+    const size_t size = static_cast<size_t>(count) * kInstanceFloats * sizeof(float);
+    float* data = static_cast<float*>(ArenaAllocate(arena, size));
+    if (data == nullptr)
     {
-        FatalFault("there is no memory for %u instances", count);
+        AddFault(faults, "there is no memory for %u instances", count);
+        return false;
     }
-
-    list->data = data;
-    list->count = count;
-    return list;
-}
-
-void FreeInstanceList(InstanceList* list)
-{
-    free(list->data);
-    free(list);
+    *list = {data, count};
+    return true;
 }

@@ -1,6 +1,5 @@
 #include "engine/geometry/manipulator.h"
 
-#include <GL/glew.h>
 #include <cstdlib>
 #include <cstring>
 
@@ -9,42 +8,72 @@
 #include "engine/data/fault.h"
 #include "engine/data/numeric.h"
 #include "engine/geometry/rippler.h"
-#include "engine/geometry/transform_vertices.h"
 
 /// An attribute that documents write as a float and that counts as an integer.
-static double ReadDoubleAttribute(const TiXmlElement* element, const char* name)
+/// @return 0 after a fault
+static double ReadDoubleAttribute(const TiXmlElement* element, const char* name, FaultList* faults)
 {
-    return strtod(RequireAttribute(element, name), nullptr);
+    const char* text = RequireAttribute(element, name, faults);
+    return text == nullptr ? 0.0 : strtod(text, nullptr);
 }
 
-void ReadManipulator(const TiXmlElement* element, Manipulator* manipulator)
+static bool ReadPlacement(const TiXmlNode* child, Manipulator* manipulator, FaultList* faults)
+{
+    const TiXmlElement* element = RequireElement(child, "the mesh of a manipulator", faults);
+    manipulator->placementKind = TruncateToByte(ReadDoubleAttribute(element, "type", faults));
+    if (HasFailed(faults))
+    {
+        return false;
+    }
+    manipulator->placementId =
+        static_cast<uint32_t>(TruncateToInt(ReadDoubleAttribute(element, "model", faults)));
+    return !HasFailed(faults);
+}
+
+static bool ReadParameters(const TiXmlNode* first, Manipulator* manipulator, FaultList* faults)
+{
+    uint32_t count = 0;
+    for (const TiXmlNode* child = first; child != nullptr; child = child->NextSibling())
+    {
+        if (count == kManipulatorParams)
+        {
+            AddFaultAt(faults, child, "a manipulator has more than %u parameters",
+                       kManipulatorParams);
+            return false;
+        }
+        const TiXmlElement* param = RequireElement(child, "a parameter of a manipulator", faults);
+        if (ReadAnimatedValue(param, &manipulator->params[count], faults))
+        {
+            SetMaskBit(manipulator->dynamicMask, count);
+        }
+        if (HasFailed(faults))
+        {
+            return false;
+        }
+        ++count;
+    }
+    return true;
+}
+
+bool ReadManipulator(const TiXmlElement* element, Manipulator* manipulator, FaultList* faults)
 {
     *manipulator = {};
-    manipulator->type = ReadIntAttribute(element, "type");
+    manipulator->type = ReadIntAttribute(element, "type", faults);
+    if (HasFailed(faults))
+    {
+        return false;
+    }
 
     const TiXmlNode* child = element->FirstChild();
     if (child != nullptr && strcmp(child->Value(), "manipulator") == 0)
     {
-        const TiXmlElement* placement = RequireElement(child, "the mesh of a manipulator");
-        manipulator->placementKind = TruncateToByte(ReadDoubleAttribute(placement, "type"));
-        manipulator->placementId = TruncateToInt(ReadDoubleAttribute(placement, "model"));
+        if (!ReadPlacement(child, manipulator, faults))
+        {
+            return false;
+        }
         child = child->NextSibling();
     }
-
-    uint32_t count = 0;
-    for (; child != nullptr; child = child->NextSibling())
-    {
-        if (count == kManipulatorParams)
-        {
-            FatalFault("a manipulator has more than %u parameters", kManipulatorParams);
-        }
-        const TiXmlElement* param = RequireElement(child, "a parameter of a manipulator");
-        if (ReadAnimatedValue(param, &manipulator->params[count]))
-        {
-            SetMaskBit(manipulator->dynamicMask, count);
-        }
-        ++count;
-    }
+    return ReadParameters(child, manipulator, faults);
 }
 
 uint32_t ManipulatorParamCount(int32_t type)
@@ -71,29 +100,28 @@ static uint32_t CopyCount(float value)
     return count < 0 ? 0 : static_cast<uint32_t>(count);
 }
 
+/// Makes room for count times all factors instances.
 /// @param factors   [factorCount]
-/// @return count times all factors, at most kInstanceLimit; fatal above
-static uint32_t MultiplyCount(uint32_t count, const uint32_t* factors, uint32_t factorCount)
+/// @return false after a fault: more than kInstanceLimit instances, no memory
+static bool MultiplyList(uint32_t count, const uint32_t* factors, uint32_t factorCount,
+                         InstanceList* result, const ManipulatorCall* call)
 {
     // A zero anywhere comes first: two large numbers and a 0 are an empty list and no fault.
-    for (uint32_t i = 0; i < factorCount; ++i)
-    {
-        if (factors[i] == 0)
-        {
-            return 0;
-        }
-    }
-
     uint64_t total = count;
     for (uint32_t i = 0; i < factorCount; ++i)
+    {
+        total = factors[i] == 0 ? 0 : total;
+    }
+    for (uint32_t i = 0; i < factorCount && total != 0; ++i)
     {
         total *= factors[i];
         if (total > kInstanceLimit)
         {
-            FatalFault("a manipulator makes more than %u instances", kInstanceLimit);
+            AddFault(call->faults, "a manipulator makes more than %u instances", kInstanceLimit);
+            return false;
         }
     }
-    return static_cast<uint32_t>(total);
+    return AllocateInstances(static_cast<uint32_t>(total), result, call->arena, call->faults);
 }
 
 /// Writes one instance: the source and, for each axis, that axis's index times its steps.
@@ -107,12 +135,17 @@ static float* AddSteps(float* out, const float* source, const float* steps, cons
 }
 
 /// "X Multiplier": copies in a row, each a whole step of all nine values further.
-static InstanceList* MultiplyAlongX(InstanceList* list, const float* params)
+static bool MultiplyAlongX(InstanceList* list, const ManipulatorCall* call)
 {
+    const float* params = call->params;
     const uint32_t copies = CopyCount(params[0]);
-    InstanceList* result = CreateInstanceList(MultiplyCount(list->count, &copies, 1));
+    InstanceList result;
+    if (!MultiplyList(list->count, &copies, 1, &result, call))
+    {
+        return false;
+    }
 
-    float* out = result->data;
+    float* out = result.data;
     for (uint32_t s = 0; s < list->count; ++s)
     {
         // The first copy is the source itself. Adding 0 times a step would lose the sign of a -0
@@ -130,20 +163,25 @@ static InstanceList* MultiplyAlongX(InstanceList* list, const float* params)
             out = AddSteps(out, source, params + 1, index);
         }
     }
-    FreeInstanceList(list);
-    return result;
+    *list = result;
+    return true;
 }
 
 /// "XYZ Multiplier": copies in a grid, z innermost. An axis's steps go with its own index only, so
 /// a rotation about x changes along x and nowhere else.
-static InstanceList* MultiplyAlongXyz(InstanceList* list, const float* params)
+static bool MultiplyAlongXyz(InstanceList* list, const ManipulatorCall* call)
 {
+    const float* params = call->params;
     const uint32_t copies[3] = {CopyCount(params[0]), CopyCount(params[1]), CopyCount(params[2])};
-    InstanceList* result = CreateInstanceList(MultiplyCount(list->count, copies, 3));
+    InstanceList result;
+    if (!MultiplyList(list->count, copies, 3, &result, call))
+    {
+        return false;
+    }
 
     // 2^31 turns around an empty row would take their time.
-    const uint32_t sources = result->count == 0 ? 0 : list->count;
-    float* out = result->data;
+    const uint32_t sources = result.count == 0 ? 0 : list->count;
+    float* out = result.data;
     for (uint32_t s = 0; s < sources; ++s)
     {
         for (uint32_t ix = 0; ix < copies[0]; ++ix)
@@ -159,68 +197,50 @@ static InstanceList* MultiplyAlongXyz(InstanceList* list, const float* params)
             }
         }
     }
-    FreeInstanceList(list);
-    return result;
-}
-
-/// The placement mesh's vertices under the nine parameters. The matrix is built on OpenGL's stack,
-/// where no draw call ever sees it.
-/// @return a new array [vertexCount][3] for the caller to free
-static float* TransformPlacement(const Mesh* placement, const float* params)
-{
-    glPushMatrix();
-    glLoadIdentity();
-    glTranslatef(params[0], params[1], params[2]);
-    glRotatef(params[3], 1.0f, 0.0f, 0.0f);
-    glRotatef(params[4], 0.0f, 1.0f, 0.0f);
-    glRotatef(params[5], 0.0f, 0.0f, 1.0f);
-    glScalef(params[6], params[7], params[8]);
-    float* vertices = TransformVertices(placement->vertices, placement->vertexCount);
-    glPopMatrix();
-    return vertices;
+    *list = result;
+    return true;
 }
 
 /// "Model placer": a copy on every vertex of the placement mesh. The parameters move the pattern of
 /// vertices; the copies keep the rotation and scale of their source.
-static InstanceList* PlaceOnMesh(InstanceList* list, const float* params, const Mesh* placement)
+static bool PlaceOnMesh(InstanceList* list, const ManipulatorCall* call)
 {
-    const uint32_t vertexCount = placement->vertexCount;
-    float* vertices = TransformPlacement(placement, params);
-    InstanceList* result = CreateInstanceList(MultiplyCount(list->count, &vertexCount, 1));
+    InstanceList result;
+    if (!MultiplyList(list->count, &call->placementCount, 1, &result, call))
+    {
+        return false;
+    }
 
-    float* out = result->data;
+    float* out = result.data;
     for (uint32_t s = 0; s < list->count; ++s)
     {
         const float* source = list->data + s * kInstanceFloats;
-        for (size_t v = 0; v < vertexCount; ++v)
+        for (size_t v = 0; v < call->placementCount; ++v)
         {
             memcpy(out, source, kInstanceFloats * sizeof(float));
-            out[0] += vertices[3 * v];
-            out[1] += vertices[3 * v + 1];
-            out[2] += vertices[3 * v + 2];
+            out[0] += call->placement[3 * v];
+            out[1] += call->placement[3 * v + 1];
+            out[2] += call->placement[3 * v + 2];
             out += kInstanceFloats;
         }
     }
-    free(vertices);
-    FreeInstanceList(list);
-    return result;
+    *list = result;
+    return true;
 }
 
-InstanceList* ApplyManipulator(InstanceList* list, int32_t type, const float* params,
-                               const Mesh* mesh, int32_t vbo, const Mesh* placement)
+bool ApplyManipulator(InstanceList* list, const ManipulatorCall* call)
 {
-    switch (type)
+    switch (call->type)
     {
     case kManipulatorXyzMultiplier:
-        return MultiplyAlongXyz(list, params);
+        return MultiplyAlongXyz(list, call);
     case kManipulatorXMultiplier:
-        return MultiplyAlongX(list, params);
+        return MultiplyAlongX(list, call);
     case kManipulatorRippler:
-        RippleMesh(params, mesh, vbo);
-        return list;
+        return RippleMesh(call->params, call->mesh, call->deformed, call->arena, call->faults);
     case kManipulatorModelPlacer:
-        return placement == nullptr ? list : PlaceOnMesh(list, params, placement);
+        return call->placement == nullptr || PlaceOnMesh(list, call);
     default:
-        return list;
+        return true;
     }
 }

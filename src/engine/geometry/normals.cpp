@@ -5,8 +5,6 @@
 #include <cstring>
 #include <emmintrin.h>
 
-#include "engine/data/fault.h"
-
 // A vertex sums the unit normals of its faces in the order of the triangles, and each sum begins at
 // 0: that is what the last bit of a normal hangs on. Going through the triangles and adding to
 // three vertices each makes every addition wait for the one before it in memory. So the faces of
@@ -33,22 +31,17 @@ static constexpr size_t kKeptLists = 32;
 static FaceLists keptLists[kKeptLists];
 static uint64_t lookups = 0;
 
-static void* AllocateNormals(size_t size)
-{
-    void* block = malloc(size);
-    if (block == nullptr)
-    {
-        FatalFault("there is no memory for %zu bytes of normals", size);
-    }
-    return block;
-}
-
-static void MakeFaceLists(const Mesh* mesh, uint32_t indexCount, FaceLists* lists)
+static bool MakeFaceLists(const Mesh* mesh, uint32_t indexCount, FaceLists* lists)
 {
     const size_t vertexCount = mesh->vertexCount;
     free(lists->block);
     lists->block = static_cast<uint32_t*>(
-        AllocateNormals((2 * size_t{indexCount} + vertexCount + 1) * sizeof(uint32_t)));
+        malloc((2 * size_t{indexCount} + vertexCount + 1) * sizeof(uint32_t)));
+    if (lists->block == nullptr)
+    {
+        *lists = {};
+        return false;
+    }
     lists->indices = lists->block;
     lists->faces = lists->indices + indexCount;
     lists->first = lists->faces + indexCount;
@@ -74,6 +67,7 @@ static void MakeFaceLists(const Mesh* mesh, uint32_t indexCount, FaceLists* list
         end -= 1;
         lists->faces[end] = static_cast<uint32_t>(i / 3 * 4);
     }
+    return true;
 }
 
 /// @return the lists of a mesh, lent until the next call
@@ -92,7 +86,10 @@ static const FaceLists* GetFaceLists(const Mesh* mesh)
         }
         oldest = lists.lastUse < oldest->lastUse ? &lists : oldest;
     }
-    MakeFaceLists(mesh, indexCount, oldest);
+    if (!MakeFaceLists(mesh, indexCount, oldest))
+    {
+        return nullptr;
+    }
     oldest->lastUse = lookups;
     return oldest;
 }
@@ -214,17 +211,25 @@ static void AverageFaces(const FaceLists* lists, const float* faces, float* norm
     }
 }
 
-void RecomputeNormals(const Mesh* mesh)
+bool RecomputeNormals(const Mesh* mesh)
 {
     const size_t vertexCount = mesh->vertexCount;
     if (vertexCount == 0)
     {
-        return;
+        return true;
     }
     const FaceLists* lists = GetFaceLists(mesh);
+    if (lists == nullptr)
+    {
+        return false;
+    }
     const size_t faceCount = lists->indexCount / 3;
     float* vertices =
-        static_cast<float*>(AllocateNormals((vertexCount + faceCount + 3) * 4 * sizeof(float)));
+        static_cast<float*>(malloc((vertexCount + faceCount + 3) * 4 * sizeof(float)));
+    if (vertices == nullptr)
+    {
+        return false;
+    }
     float* faces = vertices + 4 * vertexCount;
 
     SpreadVertices(mesh->vertices, vertexCount, vertices);
@@ -234,4 +239,5 @@ void RecomputeNormals(const Mesh* mesh)
 
     AverageFaces(lists, faces, mesh->normals);
     free(vertices);
+    return true;
 }

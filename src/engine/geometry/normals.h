@@ -11,6 +11,6 @@
 ///               behind the last whole triangle are not
 /// Linear in vertices and triangles, with one temporary block of 16 bytes for each of both. Which
 /// triangles lie around each vertex is found at the first call with an index list and kept for the
-/// next ones: indices that change in place are noticed. Fatal at CurrentPlace if there is no
-/// memory.
-void RecomputeNormals(const Mesh* mesh);
+/// next ones: indices that change in place are noticed.
+/// @return false if there is no memory
+bool RecomputeNormals(const Mesh* mesh);

@@ -1,15 +1,11 @@
 #include "engine/geometry/rippler.h"
 
-#include <GL/glew.h>
 #include <algorithm>
-#include <cstdlib>
-#include <cstring>
 #include <emmintrin.h>
 
 #include "engine/data/cos_table.h"
 #include "engine/data/fault.h"
 #include "engine/data/numeric.h"
-#include "engine/geometry/deformed_mesh.h"
 #include "engine/geometry/normals.h"
 
 /// Coordinates whose angles are computed together, before the table is read.
@@ -71,56 +67,18 @@ void RippleCoordinates(float* coordinates, size_t count, float startSteps, float
     }
 }
 
-/// Bytes of one deformed array.
-static size_t ArrayBytes(const Mesh* mesh)
+bool RippleMesh(const float* params, const Mesh* mesh, DeformedMesh* deformed, Arena* arena,
+                FaultList* faults)
 {
-    return static_cast<size_t>(mesh->vertexCount) * 3 * sizeof(float);
-}
-
-/// @return a block, not null even for no bytes: that there are arrays says who is drawn
-static float* AllocateArray(size_t size)
-{
-    return static_cast<float*>(size == 0 ? calloc(1, sizeof(float)) : malloc(size));
-}
-
-/// Starts CurrentDeformedMesh with the mesh's own vertices.
-static void BeginDeformedMesh(const Mesh* mesh, int32_t vbo)
-{
-    DeformedMesh* deformed = &CurrentDeformedMesh;
-    size_t size = ArrayBytes(mesh);
-    deformed->vertices = AllocateArray(size);
-    deformed->normals = AllocateArray(size);
-    if (deformed->vertices == nullptr || deformed->normals == nullptr)
+    if (deformed->vertices == nullptr && !StartDeformedMesh(mesh, deformed, arena, faults))
     {
-        FatalFault("there is no memory to bend %u vertices", mesh->vertexCount);
-    }
-    if (size != 0)
-    {
-        memcpy(deformed->vertices, mesh->vertices, size);
-    }
-    if (vbo != 0)
-    {
-        glGenBuffersARB(1, &deformed->vertexBuffer);
-        glGenBuffersARB(1, &deformed->normalBuffer);
-    }
-}
-
-static void UploadDeformedArray(uint32_t buffer, size_t size, const float* source)
-{
-    glBindBufferARB(GL_ARRAY_BUFFER, buffer);
-    glBufferDataARB(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(size), source, GL_STREAM_DRAW);
-}
-
-void RippleMesh(const float* params, const Mesh* mesh, int32_t vbo)
-{
-    DeformedMesh* deformed = &CurrentDeformedMesh;
-    if (deformed->vertices == nullptr)
-    {
-        BeginDeformedMesh(mesh, vbo);
+        return false;
     }
 
-    float startSteps = static_cast<float>(static_cast<double>(params[0]) * kCosStepsPerRadian);
-    float stepsPerUnit = static_cast<float>(static_cast<double>(params[2]) * kCosStepsPerRadian);
+    const float startSteps =
+        static_cast<float>(static_cast<double>(params[0]) * kCosStepsPerRadian);
+    const float stepsPerUnit =
+        static_cast<float>(static_cast<double>(params[2]) * kCosStepsPerRadian);
     RippleCoordinates(deformed->vertices, static_cast<size_t>(mesh->vertexCount) * 3, startSteps,
                       stepsPerUnit, params[1]);
 
@@ -128,11 +86,10 @@ void RippleMesh(const float* params, const Mesh* mesh, int32_t vbo)
     Mesh bent = *mesh;
     bent.vertices = deformed->vertices;
     bent.normals = deformed->normals;
-    RecomputeNormals(&bent);
-
-    if (vbo != 0)
+    if (!RecomputeNormals(&bent))
     {
-        UploadDeformedArray(deformed->vertexBuffer, ArrayBytes(mesh), deformed->vertices);
-        UploadDeformedArray(deformed->normalBuffer, ArrayBytes(mesh), deformed->normals);
+        AddFault(faults, "there is no memory to bend %u vertices", mesh->vertexCount);
+        return false;
     }
+    return true;
 }

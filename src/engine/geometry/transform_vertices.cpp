@@ -1,21 +1,20 @@
 #include "engine/geometry/transform_vertices.h"
 
-#include <GL/glew.h>
-#include <cstdlib>
-
+#include "engine/data/arena.h"
 #include "engine/data/fault.h"
 
-float* TransformVertices(const float* vertices, uint32_t count)
+float* TransformVertices(const float* matrix, const float* vertices, uint32_t count, Arena* arena,
+                         FaultList* faults)
 {
-    size_t size = static_cast<size_t>(count) * 3 * sizeof(float);
-    float* result = static_cast<float*>(malloc(size == 0 ? sizeof(float) : size));
+    const size_t size = static_cast<size_t>(count) * 3 * sizeof(float);
+    float* result = static_cast<float*>(ArenaAllocate(arena, size));
     if (result == nullptr)
     {
-        FatalFault("there is no memory for %u vertices", count);
+        AddFault(faults, "there is no memory for %u vertices", count);
+        return nullptr;
     }
 
-    float m[16]; // columns one after another
-    glGetFloatv(GL_MODELVIEW_MATRIX, m);
+    const float* m = matrix;
     for (size_t i = 0; i < count; ++i)
     {
         const float* v = vertices + 3 * i;

@@ -3,6 +3,7 @@
 // ever change.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "engine/data/model_data.h"
@@ -23,11 +24,11 @@ enum GenMeshType : uint32_t
 /// lake steps.
 struct LakeWaterState
 {
-    int32_t grids[3][kWaterCells]; // heights
-    uint32_t older;                // in grids; the state before `current` took its step
-    uint32_t current;              // in grids
-    uint32_t next;                 // in grids
-    int32_t lastStep;              // the driving value of the last step, truncated
+    int32_t* older;   // [kWaterCells] heights, into the state's block; the state before `current`
+                      // took its step
+    int32_t* current; // [kWaterCells], into the block
+    int32_t* next;    // [kWaterCells], into the block
+    int32_t lastStep; // the driving value of the last step, truncated
 };
 
 /// "Centerwave water".
@@ -36,12 +37,14 @@ struct CenterwaveState
     float lastTime; // the driving value that the surface was computed for; -1.0 at first
 };
 
-/// All of a generated mesh that changes while a piece plays. One of no known type is all zero.
+/// All of a generated mesh that changes while a piece plays.
 struct GenMeshState
 {
-    float* vertices;      // [kWaterCells][3], owned; null for a type without a generator
-    float* normals;       // [kWaterCells][3], owned
-    LakeWaterState* lake; // owned; null unless the type is kLakeWater
+    unsigned char* block; // owned; null for a type without a generator, and then all is zero
+    size_t blockSize;     // bytes
+    float* vertices;      // [kWaterCells][3], into block
+    float* normals;       // [kWaterCells][3], into block
+    LakeWaterState lake;  // counts for kLakeWater only
     CenterwaveState wave; // counts for kCenterwaveWater only
 };
 

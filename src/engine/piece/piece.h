@@ -38,8 +38,8 @@ struct Piece
 /// @return false after a fault if there is no memory; the piece is ClosePiece's all the same
 bool StartPiece(Piece* piece, PieceState* state, FaultList* faults);
 
-/// Opens the package and reads both documents whole. Effects have their state, but no image of
-/// theirs was computed yet.
+/// Opens the package and reads both documents whole. Relies on CosTable and CornerMasks, as all
+/// that computes does. Effects have their state, but no image of theirs was computed yet.
 /// @param piece, state   receive the piece, for ClosePiece and FreePieceState, whatever comes back
 /// @return false after a fault
 bool OpenPiece(const PieceSource* source, Piece* piece, PieceState* state, FaultList* faults);

@@ -1,14 +1,13 @@
 #include "engine/render/frame.h"
 
-#include <GL/glew.h>
-
-#include "engine/animation/animated_value.h"
-#include "engine/animation/light.h"
-#include "engine/data/fault.h"
-#include "engine/render/material.h"
+#include "engine/render/apply_light.h"
+#include "engine/render/draw_scene.h"
+#include "engine/render/gl_calls.h"
 #include "engine/render/perspective.h"
+#include "engine/render/records/material.h"
+#include "engine/render/records/scene.h"
+#include "engine/render/records/timeline.h"
 #include "engine/render/render_target.h"
-#include "engine/render/scene.h"
 
 static constexpr float kNearPlane = 0.1f;
 static constexpr float kFarPlane = 1000.0f;
@@ -16,7 +15,7 @@ static constexpr float kFarPlane = 1000.0f;
 /// What "force 16:9" forces, whatever its name says.
 static constexpr float kForcedAspect = 1.6f;
 
-/// Where a clip's six camera values stand at its animation time.
+/// The six camera values of a clip at its animation time.
 struct Camera
 {
     float x, y, z;
@@ -29,7 +28,7 @@ struct Camera
 static bool FindClip(const Timeline* timeline, uint32_t row, uint32_t second, uint32_t time,
                      uint32_t* clip, uint32_t* local)
 {
-    uint32_t count = timeline->clipCount[row];
+    const uint32_t count = timeline->clipCount[row];
     uint32_t i = timeline->slotIndex[row][second];
     while (i < count && time > timeline->clipEnd[row][i])
     {
@@ -40,8 +39,8 @@ static bool FindClip(const Timeline* timeline, uint32_t row, uint32_t second, ui
         return false;
     }
 
-    uint32_t previousEnd = i == 0 ? 0 : timeline->clipEnd[row][i - 1];
-    uint32_t space = timeline->spaceBefore[row][i];
+    const uint32_t previousEnd = i == 0 ? 0 : timeline->clipEnd[row][i - 1];
+    const uint32_t space = timeline->spaceBefore[row][i];
     if (time < previousEnd + space)
     {
         return false;
@@ -51,153 +50,268 @@ static bool FindClip(const Timeline* timeline, uint32_t row, uint32_t second, ui
     return true;
 }
 
-static float ClipValue(const ClipValues* values, uint32_t row, uint32_t clip,
-                       const ObjectTable* envelopes, uint32_t time)
+/// One clip at one moment.
+struct DrawnClip
 {
-    return ResolveValue(values->slot[row][clip], values->dynamic[row][clip] != 0, envelopes, time);
+    const FrameSources* sources;
+    const FrameRequest* request;
+    uint32_t row;
+    uint32_t clip; // in the row
+    uint32_t time; // animation time, ticks
+};
+
+/// @return false after a fault: an envelope that does not exist
+static bool ClipValue(const DrawnClip* drawn, const ClipValues* values, float* value)
+{
+    const Animation animation = FrameAnimation(drawn->sources);
+    *value = ResolveValue(values->slot[drawn->row][drawn->clip],
+                          values->dynamic[drawn->row][drawn->clip] != 0, &animation, drawn->time);
+    return !HasFailed(drawn->sources->faults);
 }
 
-static Camera ResolveCamera(const Timeline* timeline, uint32_t row, uint32_t clip,
-                            const ObjectTable* envelopes, uint32_t time)
+static bool ResolveCamera(const DrawnClip* drawn, Camera* camera)
 {
-    Camera camera;
-    camera.x = ClipValue(&timeline->cameraX, row, clip, envelopes, time);
-    camera.y = ClipValue(&timeline->cameraY, row, clip, envelopes, time);
-    camera.z = ClipValue(&timeline->cameraZ, row, clip, envelopes, time);
-    camera.rotX = ClipValue(&timeline->cameraRotX, row, clip, envelopes, time);
-    camera.rotY = ClipValue(&timeline->cameraRotY, row, clip, envelopes, time);
-    camera.rotZ = ClipValue(&timeline->cameraRotZ, row, clip, envelopes, time);
-    return camera;
+    const Timeline* timeline = drawn->sources->document->timeline;
+    return ClipValue(drawn, &timeline->cameraX, &camera->x) &&
+           ClipValue(drawn, &timeline->cameraY, &camera->y) &&
+           ClipValue(drawn, &timeline->cameraZ, &camera->z) &&
+           ClipValue(drawn, &timeline->cameraRotX, &camera->rotX) &&
+           ClipValue(drawn, &timeline->cameraRotY, &camera->rotY) &&
+           ClipValue(drawn, &timeline->cameraRotZ, &camera->rotZ);
 }
 
 /// Decides where the clip is drawn. Sets: what CloseTarget or OpenTarget sets; of passes to the
 /// window the viewport, and kPassClearDepth clears the depth. kPassLink and kinds that are none set
 /// nothing.
-static void ApplyPassKind(int32_t kind, float targetId, int32_t width, int32_t height, int32_t npot,
-                          const ObjectTable* bitmaps, RenderTarget* target)
+static bool ApplyPassKind(const DrawnClip* drawn, RenderTarget* target)
 {
+    const FrameSources* sources = drawn->sources;
+    const FrameRequest* request = drawn->request;
+    const Timeline* timeline = sources->document->timeline;
+    const int32_t kind = timeline->passKind[drawn->row][drawn->clip];
     switch (kind)
     {
     case kPassSimple:
     case kPassClearDepth:
-        CloseTarget(target, bitmaps);
-        glViewport(0, 0, width, height);
+        if (!CloseTarget(target, sources))
+        {
+            return false;
+        }
+        GlViewport(sources->gl, 0, 0, request->width, request->height);
         if (kind == kPassClearDepth)
         {
-            glClear(GL_DEPTH_BUFFER_BIT);
+            GlClear(sources->gl, GL_DEPTH_BUFFER_BIT);
         }
-        break;
+        return true;
     case kPassTexture:
     case kPassTextureWide:
     case kPassTextureQuarter:
-        OpenTarget(target, targetId, kind == kPassTextureQuarter, width >> 1, height >> 1, npot,
-                   bitmaps);
-        break;
+    {
+        const TargetPass pass = {timeline->passParams[drawn->row][drawn->clip][0],
+                                 kind == kPassTextureQuarter, request->width >> 1,
+                                 request->height >> 1};
+        return OpenTarget(target, &pass, sources);
+    }
     default:
-        break;
+        return true;
     }
 }
 
 /// Sets: the projection matrix and GL_DEPTH_TEST. Leaves: GL_PROJECTION current.
-static void SetClipProjection(const Timeline* timeline, uint32_t row, uint32_t clip, float aspect,
-                              const ObjectTable* envelopes, uint32_t time)
+static bool SetClipProjection(const DrawnClip* drawn)
 {
-    uint8_t kind = timeline->projectionKind[row][clip];
+    GlContext* gl = drawn->sources->gl;
+    const Timeline* timeline = drawn->sources->document->timeline;
+    const uint8_t kind = timeline->projectionKind[drawn->row][drawn->clip];
     if (kind == kProjectionOrthographic)
     {
         // One unit square from the upper left, whatever the window's shape.
-        glDisable(GL_DEPTH_TEST);
-        glMatrixMode(GL_PROJECTION);
-        glLoadIdentity();
-        glOrtho(0.0, 1.0, 1.0, 0.0, -1.0, 1.0);
-        return;
+        GlDisable(gl, GL_DEPTH_TEST);
+        GlMatrixMode(gl, GL_PROJECTION);
+        GlLoadIdentity(gl);
+        GlOrtho(gl, 0.0, 1.0, 1.0, 0.0, -1.0, 1.0);
+        return true;
     }
 
-    glEnable(GL_DEPTH_TEST);
-    float fov =
-        ResolveValue(timeline->fov[row][clip], kind == kProjectionAnimatedFov, envelopes, time);
-    glMatrixMode(GL_PROJECTION);
-    glLoadIdentity();
-    bool wide = timeline->passKind[row][clip] == kPassTextureWide;
-    LoadPerspective(fov, wide ? kForcedAspect : aspect, kNearPlane, kFarPlane);
+    GlEnable(gl, GL_DEPTH_TEST);
+    const Animation animation = FrameAnimation(drawn->sources);
+    const float fov = ResolveValue(timeline->fov[drawn->row][drawn->clip],
+                                   kind == kProjectionAnimatedFov, &animation, drawn->time);
+    if (HasFailed(drawn->sources->faults))
+    {
+        return false;
+    }
+    GlMatrixMode(gl, GL_PROJECTION);
+    GlLoadIdentity(gl);
+    const bool wide = timeline->passKind[drawn->row][drawn->clip] == kPassTextureWide;
+    LoadPerspective(gl, fov, wide ? kForcedAspect : drawn->request->aspect, kNearPlane, kFarPlane);
+    return true;
 }
 
-/// The fog takes its colour from a plain colour material; anything else is white.
-static void ResolveFogColour(uint32_t materialId, const ObjectTable* materials,
-                             const ObjectTable* envelopes, uint32_t time, float* colour)
+/// The fog takes its color from a plain color material; anything else is white.
+/// @param color   [4]
+static bool ResolveFogColor(const DrawnClip* drawn, float* color)
 {
+    const FrameSources* sources = drawn->sources;
     for (uint32_t i = 0; i < 4; ++i)
     {
-        colour[i] = 1.0f;
+        color[i] = 1.0f;
     }
+    const uint32_t materialId =
+        sources->document->timeline->fogColorMaterial[drawn->row][drawn->clip];
     if (materialId == 0)
     {
-        return;
+        return true;
     }
 
-    const Material* material = GetRecord<Material>(materialId, materials);
+    const Material* material = GetRecord<Material>(materialId, sources->document->materials);
     if (material == nullptr)
     {
-        FatalFault("material %d, the colour of the fog, does not exist",
-                   static_cast<int32_t>(materialId));
+        AddFault(sources->faults, "material %d, the colour of the fog, does not exist",
+                 static_cast<int32_t>(materialId));
+        return false;
     }
     if (material->type != 0)
     {
-        return;
+        return true;
     }
+    const Animation animation = FrameAnimation(sources);
     for (uint32_t i = 0; i < 4; ++i)
     {
-        colour[i] =
-            ResolveValue(material->params[i], MaskBit(material->dynamicMask, i), envelopes, time);
+        color[i] = ResolveValue(material->params[i], MaskBit(material->dynamicMask, i), &animation,
+                                drawn->time);
+        if (HasFailed(sources->faults))
+        {
+            return false;
+        }
     }
+    return true;
 }
 
-/// Sets: GL_FOG; when it is on, also its mode, hint, colour, density, start and end.
-static void SetClipFog(const Timeline* timeline, uint32_t row, uint32_t clip,
-                       const ObjectTable* materials, const ObjectTable* envelopes, uint32_t time)
+/// Sets: GL_FOG; when it is on, also its mode, hint, color, density, start and end.
+static bool SetClipFog(const DrawnClip* drawn)
 {
-    if (timeline->fogMode[row][clip] <= 0)
+    GlContext* gl = drawn->sources->gl;
+    const Timeline* timeline = drawn->sources->document->timeline;
+    if (timeline->fogMode[drawn->row][drawn->clip] <= 0)
     {
-        glDisable(GL_FOG);
-        return;
+        GlDisable(gl, GL_FOG);
+        return true;
     }
 
-    glEnable(GL_FOG);
-    glFogi(GL_FOG_MODE, GL_LINEAR);
-    glHint(GL_FOG_HINT, GL_DONT_CARE);
-    float colour[4];
-    ResolveFogColour(timeline->fogColourMaterial[row][clip], materials, envelopes, time, colour);
-    glFogfv(GL_FOG_COLOR, colour);
+    GlEnable(gl, GL_FOG);
+    GlFogi(gl, GL_FOG_MODE, GL_LINEAR);
+    GlHint(gl, GL_FOG_HINT, GL_DONT_CARE);
+    float color[4];
+    if (!ResolveFogColor(drawn, color))
+    {
+        return false;
+    }
+    GlFogfv(gl, GL_FOG_COLOR, color);
 
     // Linear fog has no use for the density; it is set all the same.
-    glFogf(GL_FOG_DENSITY, ClipValue(&timeline->fogDensity, row, clip, envelopes, time));
-    glFogf(GL_FOG_START, ClipValue(&timeline->fogStart, row, clip, envelopes, time));
-    glFogf(GL_FOG_END, ClipValue(&timeline->fogEnd, row, clip, envelopes, time));
+    struct FogValue
+    {
+        GLenum name;
+        const ClipValues* values;
+    };
+    const FogValue values[] = {{GL_FOG_DENSITY, &timeline->fogDensity},
+                               {GL_FOG_START, &timeline->fogStart},
+                               {GL_FOG_END, &timeline->fogEnd}};
+    for (const FogValue& fog : values)
+    {
+        float value;
+        if (!ClipValue(drawn, fog.values, &value))
+        {
+            return false;
+        }
+        GlFogf(gl, fog.name, value);
+    }
+    return true;
 }
 
 /// Sets: the modelview matrix. Leaves: GL_MODELVIEW current.
-static void SetCameraMatrix(const Camera* camera)
+static void SetCameraMatrix(const Camera* camera, GlContext* gl)
 {
-    glMatrixMode(GL_MODELVIEW);
-    glLoadIdentity();
-    glRotatef(camera->rotZ, 0.0f, 0.0f, 1.0f);
-    glRotatef(camera->rotX, 1.0f, 0.0f, 0.0f);
-    glRotatef(camera->rotY, 0.0f, 1.0f, 0.0f);
-    glTranslatef(camera->x, camera->y, camera->z);
+    GlMatrixMode(gl, GL_MODELVIEW);
+    GlLoadIdentity(gl);
+    GlRotatef(gl, camera->rotZ, 0.0f, 0.0f, 1.0f);
+    GlRotatef(gl, camera->rotX, 1.0f, 0.0f, 0.0f);
+    GlRotatef(gl, camera->rotY, 0.0f, 1.0f, 0.0f);
+    GlTranslatef(gl, camera->x, camera->y, camera->z);
 }
 
-uint32_t RenderFrame(Timeline* timeline, ObjectTable* scenes, ObjectTable* materials,
-                     ObjectTable* lights, ObjectTable* textures, ObjectTable* envelopes,
-                     float aspect, ObjectTable* effects, ObjectTable* models, ObjectTable* bitmaps,
-                     ObjectTable* genMeshes, uint32_t time, int32_t width, int32_t height,
-                     int32_t vbo, int32_t pbo, int32_t npot, int32_t dot3)
+/// Sets up a clip's pass, camera and fog, and draws its scene.
+/// @param count   scenes that the frame has drawn; one more if this clip has one
+static bool DrawClip(const DrawnClip* drawn, RenderTarget* target, uint32_t* count)
+{
+    const FrameSources* sources = drawn->sources;
+    Camera camera;
+    const bool set = ApplyPassKind(drawn, target) && ResolveCamera(drawn, &camera) &&
+                     SetClipProjection(drawn) && SetClipFog(drawn);
+    if (!set)
+    {
+        return false;
+    }
+    SetCameraMatrix(&camera, sources->gl);
+
+    const uint32_t sceneId = sources->document->timeline->sceneId[drawn->row][drawn->clip];
+    if (sceneId == 0)
+    {
+        return true;
+    }
+    const Scene* scene = GetRecord<Scene>(sceneId, sources->document->scenes);
+    if (scene == nullptr)
+    {
+        AddFault(sources->faults, "scene %d does not exist", static_cast<int32_t>(sceneId));
+        return false;
+    }
+    sources->faults->place.section = Section::kScenes;
+    sources->faults->place.item = sceneId;
+    sources->faults->place.part = 0;
+    const SceneRequest request = {drawn->time, camera.rotY};
+    if (!DrawSceneObjects(scene, sources, &request))
+    {
+        return false;
+    }
+    *count += 1;
+    return true;
+}
+
+/// Draws the rows of a second of the timeline.
+static bool DrawRows(const FrameSources* sources, const FrameRequest* request, uint32_t second,
+                     uint32_t* count)
+{
+    const Timeline* timeline = sources->document->timeline;
+    RenderTarget target = {false, 0};
+    for (uint32_t row = 0; row < kTimelineRows; ++row)
+    {
+        uint32_t clip = 0;
+        uint32_t local = 0;
+        if (!FindClip(timeline, row, second, request->time, &clip, &local))
+        {
+            continue;
+        }
+        sources->faults->place = {
+            sources->document->name, Section::kTimeline, row + 1, clip + 1, 0, 0};
+        const DrawnClip drawn = {sources, request, row, clip, local + timeline->offset[row][clip]};
+        if (!DrawClip(&drawn, &target, count))
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+uint32_t RenderFrame(const FrameSources* sources, const FrameRequest* request)
 {
     // Row 0 alone decides whether there is anything, whatever the other rows hold.
+    const Timeline* timeline = sources->document->timeline;
     if (timeline->clipCount[0] == 0)
     {
         return 0;
     }
-    uint32_t second = time / kTicksPerSecond;
+    uint32_t second = request->time / kTicksPerSecond;
     if (second > kTimelineSeconds - 1)
     {
         second = kTimelineSeconds - 1;
@@ -208,44 +322,14 @@ uint32_t RenderFrame(Timeline* timeline, ObjectTable* scenes, ObjectTable* mater
     }
 
     // A frame of one document is also drawn in the middle of reading another.
-    FaultPlace callersPlace = CurrentPlace;
-    RenderTarget target = {false, 0};
-    uint32_t drawn = 0;
-    for (uint32_t row = 0; row < kTimelineRows; ++row)
+    const Place caller = sources->faults->place;
+    uint32_t count = 0;
+    const bool complete = DrawRows(sources, request, second, &count);
+    sources->faults->place = caller;
+    if (!complete)
     {
-        uint32_t clip = 0;
-        uint32_t local = 0;
-        if (!FindClip(timeline, row, second, time, &clip, &local))
-        {
-            continue;
-        }
-
-        CurrentPlace = {callersPlace.document, 10, row + 1, clip + 1};
-        ApplyPassKind(timeline->passKind[row][clip], timeline->passParams[row][clip][0], width,
-                      height, npot, bitmaps, &target);
-        uint32_t at = local + timeline->offset[row][clip];
-        Camera camera = ResolveCamera(timeline, row, clip, envelopes, at);
-        SetClipProjection(timeline, row, clip, aspect, envelopes, at);
-        SetClipFog(timeline, row, clip, materials, envelopes, at);
-        SetCameraMatrix(&camera);
-
-        uint32_t sceneId = timeline->sceneId[row][clip];
-        if (sceneId == 0)
-        {
-            continue;
-        }
-        const Scene* scene = GetRecord<Scene>(sceneId, scenes);
-        if (scene == nullptr)
-        {
-            FatalFault("scene %d does not exist", static_cast<int32_t>(sceneId));
-        }
-        CurrentPlace = {callersPlace.document, 9, sceneId, 0};
-        DrawSceneObjects(scene, materials, lights, textures, envelopes, effects, models, bitmaps,
-                         genMeshes, at, vbo, pbo, dot3, camera.rotY);
-        ++drawn;
+        return 0;
     }
-    CurrentPlace = callersPlace;
-
-    SetLightAlongZ(); // of the last clip's scene
-    return drawn;
+    SetLightAlongZ(sources->gl); // of the last clip's scene
+    return count;
 }

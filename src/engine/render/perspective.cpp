@@ -1,12 +1,13 @@
 #include "engine/render/perspective.h"
 
-#include <GL/glew.h>
 #include <cmath>
 #include <numbers>
 
-void LoadPerspective(float fov, float aspect, float nearPlane, float farPlane)
+#include "engine/render/gl_calls.h"
+
+void LoadPerspective(GlContext* gl, float fov, float aspect, float nearPlane, float farPlane)
 {
-    // Double from the product with pi to the tangent, float before and behind; the last bit of the
+    // Double from the product with pi to the tangent, float before and after; the last bit of the
     // matrix shows it.
     double half = static_cast<double>(fov / 360.0f) * std::numbers::pi;
     float c = 1.0f / static_cast<float>(tan(half));
@@ -19,5 +20,5 @@ void LoadPerspective(float fov, float aspect, float nearPlane, float farPlane)
         0.0f,       0.0f, 2.0f * nearPlane * farPlane / (nearPlane - farPlane),    0.0f,
         // clang-format on
     };
-    glLoadMatrixf(matrix);
+    GlLoadMatrixf(gl, matrix);
 }

@@ -1,42 +1,53 @@
 #include "engine/render/render_target.h"
 
-#include <GL/glew.h>
 #include <cstdlib>
 
-#include "engine/data/fault.h"
+#include "engine/data/allocate.h"
 #include "engine/data/numeric.h"
-#include "engine/textures/bitmap_texture.h"
+#include "engine/render/gl_calls.h"
 
-static BitmapTexture* RequireBitmap(int32_t id, const ObjectTable* bitmaps)
+/// @return null after a fault
+static BitmapUpload* RequireBitmap(int32_t id, const FrameSources* sources)
 {
-    BitmapTexture* bitmap = static_cast<BitmapTexture*>(GetObject(id, bitmaps));
+    BitmapUpload* bitmap = GetBitmapUpload(sources->upload, static_cast<uint32_t>(id));
     if (bitmap == nullptr)
     {
-        FatalFault("bitmap %d, the target of the pass, does not exist", id);
+        AddFault(sources->faults, "bitmap %d, the target of the pass, does not exist", id);
     }
     return bitmap;
 }
 
 /// Copies the picture and wipes the surface that it was drawn on.
-static void FinishTarget(int32_t id, const ObjectTable* bitmaps)
+static void FinishTarget(int32_t id, const BitmapUpload* bitmap, GlContext* gl)
 {
-    const BitmapTexture* bitmap = RequireBitmap(id, bitmaps);
-    glBindTexture(GL_TEXTURE_2D, bitmap->glTexture);
+    GlBindTexture(gl, GL_TEXTURE_2D, bitmap->glTexture);
+    if (IsShadowed(gl))
+    {
+        ShadowNoteCopy(gl->shadow, static_cast<uint32_t>(id), bitmap->width, bitmap->height);
+        return;
+    }
     glCopyTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 0, 0, bitmap->width, bitmap->height);
     glClearColor(0.0f, 0.0f, 0.0f, 0.0f);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
 }
 
-void CloseTarget(RenderTarget* target, const ObjectTable* bitmaps)
+bool CloseTarget(RenderTarget* target, const FrameSources* sources)
 {
     if (target->open)
     {
-        glBindTexture(GL_TEXTURE_2D, RequireBitmap(target->id, bitmaps)->glTexture);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-        FinishTarget(target->id, bitmaps);
+        const BitmapUpload* bitmap = RequireBitmap(target->id, sources);
+        if (bitmap == nullptr)
+        {
+            return false;
+        }
+        GlContext* gl = sources->gl;
+        GlBindTexture(gl, GL_TEXTURE_2D, bitmap->glTexture);
+        GlTexParameteri(gl, GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+        GlTexParameteri(gl, GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+        FinishTarget(target->id, bitmap, gl);
     }
     *target = {false, 0};
+    return true;
 }
 
 /// The side of a quarter-screen target where textures must have powers of two.
@@ -49,60 +60,72 @@ static int32_t PowerOfTwoSide(int32_t half)
     return half < 256 ? 128 : 256;
 }
 
-/// The picture of a target that was never drawn: black. OpenGL reads rows from multiples of four
-/// bytes, so behind a row of an odd width lie bytes that belong to no pixel.
-static uint8_t* CreateBlackPixels(int32_t width, int32_t height)
-{
-    const size_t rowSize = (static_cast<size_t>(width) * 3 + 3) / 4 * 4;
-    uint8_t* pixels = static_cast<uint8_t*>(calloc(static_cast<size_t>(height), rowSize));
-    if (pixels == nullptr)
-    {
-        FatalFault("there is no memory for a target of %d by %d", width, height);
-    }
-    return pixels;
-}
-
-static void ResizeTarget(BitmapTexture* bitmap, int32_t width, int32_t height)
+/// Gives the bitmap a new texture, black. Loading order and names are OpenGL's: this reaches it
+/// even while the context is shadowed, so that a target has its size and name from then on.
+/// @return false after a fault
+static bool ResizeTarget(BitmapUpload* bitmap, int32_t width, int32_t height,
+                         const FrameSources* sources)
 {
     glDeleteTextures(1, &bitmap->glTexture);
-    free(bitmap->pixels);
     bitmap->width = width;
     bitmap->height = height;
     bitmap->components = 3;
     glGenTextures(1, &bitmap->glTexture);
-    bitmap->pixels = CreateBlackPixels(width, height);
+
+    // OpenGL reads rows from multiples of four bytes, so after a row of an odd width lie bytes that
+    // belong to no pixel.
+    const size_t rowSize = (static_cast<size_t>(width) * 3 + 3) / 4 * 4;
+    uint8_t* black =
+        AllocateZeroed<uint8_t>(static_cast<size_t>(height) * rowSize, "a target", sources->faults);
+    if (black == nullptr)
+    {
+        return false;
+    }
 
     glBindTexture(GL_TEXTURE_2D, bitmap->glTexture);
-    glTexImage2D(GL_TEXTURE_2D, 0, 3, width, height, 0, GL_RGB, GL_UNSIGNED_BYTE, bitmap->pixels);
+    glTexImage2D(GL_TEXTURE_2D, 0, 3, width, height, 0, GL_RGB, GL_UNSIGNED_BYTE, black);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+    free(black);
+    return true;
 }
 
-void OpenTarget(RenderTarget* target, float id, bool quarter, int32_t halfWidth, int32_t halfHeight,
-                int32_t npot, const ObjectTable* bitmaps)
+bool OpenTarget(RenderTarget* target, const TargetPass* pass, const FrameSources* sources)
 {
     if (target->open)
     {
-        FinishTarget(target->id, bitmaps);
+        const BitmapUpload* bitmap = RequireBitmap(target->id, sources);
+        if (bitmap == nullptr)
+        {
+            return false;
+        }
+        FinishTarget(target->id, bitmap, sources->gl);
     }
-    if (id == 0.0f)
+    if (pass->id == 0.0f)
     {
         // The finished target stays open on purpose: the next pass that finishes it copies again.
-        return;
+        return true;
     }
 
-    int32_t bitmapId = TruncateToInt(id);
-    BitmapTexture* bitmap = RequireBitmap(bitmapId, bitmaps);
-    if (quarter)
+    const int32_t bitmapId = TruncateToInt(pass->id);
+    BitmapUpload* bitmap = RequireBitmap(bitmapId, sources);
+    if (bitmap == nullptr)
     {
-        int32_t width = npot != 0 ? halfWidth : PowerOfTwoSide(halfWidth);
-        int32_t height = npot != 0 ? halfHeight : PowerOfTwoSide(halfHeight);
-        if (bitmap->width != width || bitmap->height != height)
+        return false;
+    }
+    if (pass->quarter)
+    {
+        const bool anySize = sources->features.npot != 0;
+        const int32_t width = anySize ? pass->halfWidth : PowerOfTwoSide(pass->halfWidth);
+        const int32_t height = anySize ? pass->halfHeight : PowerOfTwoSide(pass->halfHeight);
+        const bool fits = bitmap->width == width && bitmap->height == height;
+        if (!fits && !ResizeTarget(bitmap, width, height, sources))
         {
-            ResizeTarget(bitmap, width, height);
+            return false;
         }
     }
 
-    glViewport(0, 0, bitmap->width, bitmap->height);
+    GlViewport(sources->gl, 0, 0, bitmap->width, bitmap->height);
     *target = {true, bitmapId};
+    return true;
 }

@@ -1,30 +1,18 @@
 #include "engine/render/set_material.h"
 
-#include <GL/glew.h>
+#include "engine/render/apply_light.h"
+#include "engine/render/effect_texture.h"
+#include "engine/render/gl_calls.h"
+#include "engine/render/records/material.h"
 
-#include "engine/animation/animated_value.h"
-#include "engine/animation/light.h"
-#include "engine/data/fault.h"
-#include "engine/render/effect2d.h"
-#include "engine/render/material.h"
-#include "engine/render/tex_coord_arrays.h"
-#include "engine/textures/bitmap_texture.h"
-#include "engine/textures/procedural_texture.h"
-
-/// What a recipe is given: the material and the arguments of SetMaterial.
+/// What a recipe is given.
 struct MaterialSetup
 {
-    const Material* material; // borrowed, like all tables
-    ObjectTable* lights;
-    ObjectTable* textures;
-    ObjectTable* envelopes;
-    ObjectTable* effects;
-    ObjectTable* bitmaps;
-    uint32_t time; // ticks
-    int32_t vbo;
-    int32_t pbo;
-    int32_t dot3;
-    float cameraRotY; // degrees
+    const Material* material; // borrowed, as all below
+    const FrameSources* sources;
+    const MaterialRequest* request;
+    GlContext* gl;     // of the sources
+    FaultList* faults; // of the sources
 };
 
 /// Parameters as the recipes read them.
@@ -37,215 +25,269 @@ enum MaterialParam : uint32_t
     kParamExtra = 4, // line width, or whether the reflection turns
 };
 
-// The blocks that recipes are made of. Each leaves behind what it sets.
+// The blocks that recipes are made of. Each leaves behind what it sets, and those that return bool
+// return false after a fault.
 
-static float ResolveParam(const MaterialSetup& setup, MaterialParam n)
+static bool ResolveParam(const MaterialSetup& setup, MaterialParam n, float* value)
 {
-    const Material* material = setup.material;
-    return ResolveValue(material->params[n], MaskBit(material->dynamicMask, n), setup.envelopes,
-                        setup.time);
+    const Animation animation = FrameAnimation(setup.sources);
+    *value = ResolveValue(setup.material->params[n], MaskBit(setup.material->dynamicMask, n),
+                          &animation, setup.request->time);
+    return !HasFailed(setup.faults);
 }
 
-static void SetColour(const MaterialSetup& setup)
+static bool SetColor(const MaterialSetup& setup)
 {
-    float red = ResolveParam(setup, kParamRed);
-    float green = ResolveParam(setup, kParamGreen);
-    float blue = ResolveParam(setup, kParamBlue);
-    float alpha = ResolveParam(setup, kParamAlpha);
-    glColor4f(red, green, blue, alpha);
+    float red;
+    float green;
+    float blue;
+    float alpha;
+    const bool resolved =
+        ResolveParam(setup, kParamRed, &red) && ResolveParam(setup, kParamGreen, &green) &&
+        ResolveParam(setup, kParamBlue, &blue) && ResolveParam(setup, kParamAlpha, &alpha);
+    if (resolved)
+    {
+        GlColor4f(setup.gl, red, green, blue, alpha);
+    }
+    return resolved;
 }
 
 /// The alpha parameter is not even resolved.
-static void SetOpaqueColour(const MaterialSetup& setup)
+static bool SetOpaqueColor(const MaterialSetup& setup)
 {
-    float red = ResolveParam(setup, kParamRed);
-    float green = ResolveParam(setup, kParamGreen);
-    float blue = ResolveParam(setup, kParamBlue);
-    glColor4f(red, green, blue, 1.0f);
-}
-
-static void BlendAlpha()
-{
-    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-}
-
-static void BlendAdd()
-{
-    glBlendFunc(GL_ONE, GL_ONE);
-}
-
-/// The record of a reference that is not 0; fatal if there is none.
-template <typename Record>
-static Record* RequireRecord(uint32_t id, const ObjectTable* table, const char* what)
-{
-    Record* record = GetRecord<Record>(id, table);
-    if (record == nullptr)
+    float red;
+    float green;
+    float blue;
+    const bool resolved = ResolveParam(setup, kParamRed, &red) &&
+                          ResolveParam(setup, kParamGreen, &green) &&
+                          ResolveParam(setup, kParamBlue, &blue);
+    if (resolved)
     {
-        FatalFault("%s %d does not exist", what, static_cast<int32_t>(id));
+        GlColor4f(setup.gl, red, green, blue, 1.0f);
     }
-    return record;
+    return resolved;
+}
+
+static void BlendAlpha(GlContext* gl)
+{
+    GlBlendFunc(gl, GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+}
+
+static void BlendAdd(GlContext* gl)
+{
+    GlBlendFunc(gl, GL_ONE, GL_ONE);
 }
 
 /// Lights by refs[0]. Leaves GL_LIGHT1 as it was if that is 0.
-static void SetLight(const MaterialSetup& setup)
+static bool SetLight(const MaterialSetup& setup)
 {
-    uint32_t id = setup.material->refs[0];
+    const uint32_t id = setup.material->refs[0];
     if (id == 0)
     {
-        glDisable(GL_LIGHTING);
-        return;
+        GlDisable(setup.gl, GL_LIGHTING);
+        return true;
     }
-    ApplyLight(id, setup.lights, setup.envelopes, setup.time);
+    return ApplyLight(id, setup.sources, setup.request->time);
 }
 
 /// Sets: coordinate array and texturing of unit 1 off. Leaves: unit 0 selected.
-static void TurnUnit1Off()
+static void TurnUnit1Off(GlContext* gl)
 {
-    SelectTextureUnit(1);
-    DisableTexCoords();
-    glDisable(GL_TEXTURE_2D);
-    SelectTextureUnit(0);
+    SelectTextureUnit(gl, 1);
+    DisableTexCoords(gl);
+    GlDisable(gl, GL_TEXTURE_2D);
+    SelectTextureUnit(gl, 0);
 }
 
 /// Sets: coordinate arrays and texturing of both units off. Leaves: unit 0 selected.
-static void TurnUnitsOff()
+static void TurnUnitsOff(GlContext* gl)
 {
-    TurnUnit1Off();
-    DisableTexCoords();
-    glDisable(GL_TEXTURE_2D);
+    TurnUnit1Off(gl);
+    DisableTexCoords(gl);
+    GlDisable(gl, GL_TEXTURE_2D);
 }
 
-static void SetCombiner(GLenum name, GLint value)
+/// One setting of a texture combiner.
+struct CombinerCall
 {
-    glTexEnvi(GL_TEXTURE_ENV, name, value);
+    GLenum name;
+    GLint value;
+};
+
+/// The selected unit's combiner, call by call. Of what a table does not name, the unit keeps what
+/// an earlier recipe set.
+template <size_t count>
+static void SetCombiner(GlContext* gl, const CombinerCall (&calls)[count])
+{
+    for (const CombinerCall& call : calls)
+    {
+        GlTexEnvi(gl, GL_TEXTURE_ENV, call.name, call.value);
+    }
 }
 
-/// Colour of the vertex times colour of the texture; of alpha nothing is said.
-static void CombineColours()
-{
-    SetCombiner(GL_TEXTURE_ENV_MODE, GL_COMBINE);
-    SetCombiner(GL_COMBINE_RGB, GL_MODULATE);
-    SetCombiner(GL_SOURCE0_RGB, GL_PRIMARY_COLOR);
-    SetCombiner(GL_OPERAND0_RGB, GL_SRC_COLOR);
-    SetCombiner(GL_SOURCE1_RGB, GL_TEXTURE);
-    SetCombiner(GL_OPERAND1_RGB, GL_SRC_COLOR);
-}
+/// Color of the vertex times color of the texture; alpha is left as it was.
+static constexpr CombinerCall kColors[] = {
+    {GL_TEXTURE_ENV_MODE, GL_COMBINE},  {GL_COMBINE_RGB, GL_MODULATE},
+    {GL_SOURCE0_RGB, GL_PRIMARY_COLOR}, {GL_OPERAND0_RGB, GL_SRC_COLOR},
+    {GL_SOURCE1_RGB, GL_TEXTURE},       {GL_OPERAND1_RGB, GL_SRC_COLOR},
+};
 
-/// The same, and the alpha of `alphaSource` times the texture's.
-static void CombineColourAndAlpha(GLint alphaSource)
-{
-    CombineColours();
-    SetCombiner(GL_COMBINE_ALPHA, GL_MODULATE);
-    SetCombiner(GL_SOURCE0_ALPHA, alphaSource);
-    SetCombiner(GL_OPERAND0_ALPHA, GL_SRC_ALPHA);
-    SetCombiner(GL_SOURCE1_ALPHA, GL_TEXTURE);
-    SetCombiner(GL_OPERAND1_ALPHA, GL_SRC_ALPHA);
-}
+/// The alpha of the vertex times the texture's.
+static constexpr CombinerCall kAlpha[] = {
+    {GL_COMBINE_ALPHA, GL_MODULATE},   {GL_SOURCE0_ALPHA, GL_PRIMARY_COLOR},
+    {GL_OPERAND0_ALPHA, GL_SRC_ALPHA}, {GL_SOURCE1_ALPHA, GL_TEXTURE},
+    {GL_OPERAND1_ALPHA, GL_SRC_ALPHA},
+};
 
-static void CombineModulate()
-{
-    CombineColourAndAlpha(GL_PRIMARY_COLOR);
-}
-
-/// The texture's alpha times itself: cut-outs get a sharper edge, and the alpha of the colour plays
+/// The texture's alpha times itself: cut-outs get a sharper edge, and the alpha of the color plays
 /// no part. Meant, although it looks like a slip.
-static void CombineSquared()
+static constexpr CombinerCall kSquaredAlpha[] = {
+    {GL_COMBINE_ALPHA, GL_MODULATE},   {GL_SOURCE0_ALPHA, GL_TEXTURE},
+    {GL_OPERAND0_ALPHA, GL_SRC_ALPHA}, {GL_SOURCE1_ALPHA, GL_TEXTURE},
+    {GL_OPERAND1_ALPHA, GL_SRC_ALPHA},
+};
+
+/// Of two multiplied bitmaps, unit 0: the other alpha source and the operands stay as they were.
+static constexpr CombinerCall kVertexAlpha[] = {
+    {GL_COMBINE_ALPHA, GL_MODULATE},
+    {GL_SOURCE0_ALPHA, GL_PRIMARY_COLOR},
+};
+
+/// Unit 1 of two multiplied bitmaps: what unit 0 made times the second.
+static constexpr CombinerCall kMultiply[] = {
+    {GL_TEXTURE_ENV_MODE, GL_COMBINE}, {GL_COMBINE_RGB, GL_MODULATE},
+    {GL_SOURCE0_RGB, GL_PREVIOUS},     {GL_OPERAND0_RGB, GL_SRC_COLOR},
+    {GL_SOURCE1_RGB, GL_TEXTURE},      {GL_OPERAND1_RGB, GL_SRC_COLOR},
+};
+
+/// Unit 1 of two faded bitmaps: the vertex color goes from what unit 0 made to the second.
+static constexpr CombinerCall kFade[] = {
+    {GL_TEXTURE_ENV_MODE, GL_COMBINE},  {GL_COMBINE_RGB, GL_INTERPOLATE},
+    {GL_SOURCE1_RGB, GL_PREVIOUS},      {GL_OPERAND1_RGB, GL_SRC_COLOR},
+    {GL_SOURCE0_RGB, GL_TEXTURE},       {GL_OPERAND0_RGB, GL_SRC_COLOR},
+    {GL_SOURCE2_RGB, GL_PRIMARY_COLOR}, {GL_OPERAND2_RGB, GL_SRC_COLOR},
+};
+
+/// Unit 0 of bump mapping. The second mode is what counts: the unit modulates. The sources do
+/// nothing here, but they stay on the unit for recipes that come later.
+static constexpr CombinerCall kBumpFirst[] = {
+    {GL_TEXTURE_ENV_MODE, GL_COMBINE},  {GL_TEXTURE_ENV_MODE, GL_MODULATE},
+    {GL_SOURCE0_RGB, GL_TEXTURE},       {GL_OPERAND0_RGB, GL_SRC_COLOR},
+    {GL_SOURCE1_RGB, GL_PRIMARY_COLOR}, {GL_OPERAND1_RGB, GL_SRC_COLOR},
+};
+
+/// Unit 1 of bump mapping: the dot product of the second bitmap and what unit 0 made.
+static constexpr CombinerCall kBumpSecond[] = {
+    {GL_TEXTURE_ENV_MODE, GL_COMBINE}, {GL_COMBINE_RGB, GL_DOT3_RGB},
+    {GL_SOURCE0_RGB, GL_TEXTURE},      {GL_OPERAND0_RGB, GL_SRC_COLOR},
+    {GL_SOURCE1_RGB, GL_PREVIOUS},     {GL_OPERAND1_RGB, GL_SRC_COLOR},
+};
+
+static void CombineModulate(GlContext* gl)
 {
-    CombineColourAndAlpha(GL_TEXTURE);
+    SetCombiner(gl, kColors);
+    SetCombiner(gl, kAlpha);
 }
 
-static void SetWrap(GLenum wrap)
+static void CombineSquared(GlContext* gl)
 {
-    glTexParameterf(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, static_cast<float>(wrap));
-    glTexParameterf(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, static_cast<float>(wrap));
+    SetCombiner(gl, kColors);
+    SetCombiner(gl, kSquaredAlpha);
 }
 
-static void TurnTexGenOff()
+static void SetWrap(GlContext* gl, GLenum wrap)
 {
-    glDisable(GL_TEXTURE_GEN_S);
-    glDisable(GL_TEXTURE_GEN_T);
-    glDisable(GL_TEXTURE_GEN_R);
+    GlTexParameterf(gl, GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, static_cast<float>(wrap));
+    GlTexParameterf(gl, GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, static_cast<float>(wrap));
+}
+
+static void TurnTexGenOn(GlContext* gl)
+{
+    GlEnable(gl, GL_TEXTURE_GEN_S);
+    GlEnable(gl, GL_TEXTURE_GEN_T);
+}
+
+static void TurnTexGenOff(GlContext* gl)
+{
+    GlDisable(gl, GL_TEXTURE_GEN_S);
+    GlDisable(gl, GL_TEXTURE_GEN_T);
+    GlDisable(gl, GL_TEXTURE_GEN_R);
 }
 
 /// Leaves: matrix mode GL_TEXTURE.
-static void LoadTextureIdentity()
+static void LoadTextureIdentity(GlContext* gl)
 {
-    glMatrixMode(GL_TEXTURE);
-    glLoadIdentity();
+    GlMatrixMode(gl, GL_TEXTURE);
+    GlLoadIdentity(gl);
 }
 
-static void ResetTextureMatrix()
+static void ResetTextureMatrix(GlContext* gl)
 {
-    LoadTextureIdentity();
-    glMatrixMode(GL_MODELVIEW);
+    LoadTextureIdentity(gl);
+    GlMatrixMode(gl, GL_MODELVIEW);
 }
 
 /// A texture by the mesh's own coordinates, on the selected unit.
 static void SetFlatTexture(const MaterialSetup& setup, uint32_t glTexture, GLenum wrap)
 {
-    glBindTexture(GL_TEXTURE_2D, glTexture);
-    SetWrap(wrap);
-    SetFirstTexCoords(setup.vbo);
-    EnableTexCoords();
-    glEnable(GL_TEXTURE_2D);
-    TurnTexGenOff();
-    ResetTextureMatrix();
+    GlContext* gl = setup.gl;
+    GlBindTexture(gl, GL_TEXTURE_2D, glTexture);
+    SetWrap(gl, wrap);
+    SetFirstTexCoords(gl, &setup.request->texCoords);
+    EnableTexCoords(gl);
+    GlEnable(gl, GL_TEXTURE_2D);
+    TurnTexGenOff(gl);
+    ResetTextureMatrix(gl);
 }
 
-/// Binds a texture that will take generated coordinates. Its wrap stays what it has.
-static void BindWithoutTexCoords(uint32_t glTexture)
+/// Binds a texture that will take generated coordinates. Its wrap stays as it is.
+static void BindWithoutTexCoords(GlContext* gl, uint32_t glTexture)
 {
-    glBindTexture(GL_TEXTURE_2D, glTexture);
-    DisableTexCoords();
-    glEnable(GL_TEXTURE_2D);
+    GlBindTexture(gl, GL_TEXTURE_2D, glTexture);
+    DisableTexCoords(gl);
+    GlEnable(gl, GL_TEXTURE_2D);
 }
 
-static void TurnTexGenOn()
-{
-    glEnable(GL_TEXTURE_GEN_S);
-    glEnable(GL_TEXTURE_GEN_T);
-}
-
-/// Turns a reflection with the camera's heading, about the centre of the texture, if the material
+/// Turns a reflection with the camera's heading, about the center of the texture, if the material
 /// wants it. Leaves: matrix mode GL_TEXTURE.
 static void LoadTurningMatrix(const MaterialSetup& setup)
 {
     // The slot as a float, whatever its flag says: an envelope's id counts as a tiny number that is
     // not 0. It is tested by its bits, since a processor may be set to take such numbers for 0.
-    bool turns = (setup.material->params[kParamExtra] & 0x7FFFFFFF) != 0;
-    LoadTextureIdentity();
+    const bool turns = (setup.material->params[kParamExtra] & 0x7FFFFFFF) != 0;
+    LoadTextureIdentity(setup.gl);
     if (turns)
     {
-        glTranslatef(0.5f, 0.5f, 0.0f);
-        glRotatef(-setup.cameraRotY, 0.0f, 0.0f, 1.0f);
-        glTranslatef(-0.5f, -0.5f, 0.0f);
+        GlTranslatef(setup.gl, 0.5f, 0.5f, 0.0f);
+        GlRotatef(setup.gl, -setup.request->cameraRotY, 0.0f, 0.0f, 1.0f);
+        GlTranslatef(setup.gl, -0.5f, -0.5f, 0.0f);
     }
 }
 
-// What comes behind a sphere texture. All leave matrix mode GL_MODELVIEW.
+// Ends of recipes with a sphere texture. All leave matrix mode GL_MODELVIEW.
 
-static void EndReset(const MaterialSetup& /*setup*/)
+static void EndReset(const MaterialSetup& setup)
 {
-    ResetTextureMatrix();
+    ResetTextureMatrix(setup.gl);
 }
 
-static void EndDirectAndReset(const MaterialSetup& /*setup*/)
+static void EndDirectAndReset(const MaterialSetup& setup)
 {
-    SetLightAlongZ();
-    ResetTextureMatrix();
+    SetLightAlongZ(setup.gl);
+    ResetTextureMatrix(setup.gl);
 }
 
 static void EndTurn(const MaterialSetup& setup)
 {
     LoadTurningMatrix(setup);
-    glMatrixMode(GL_MODELVIEW);
+    GlMatrixMode(setup.gl, GL_MODELVIEW);
 }
 
 static void EndTurnAndDirect(const MaterialSetup& setup)
 {
     LoadTurningMatrix(setup);
-    SetLightAlongZ();
-    glMatrixMode(GL_MODELVIEW);
+    SetLightAlongZ(setup.gl);
+    GlMatrixMode(setup.gl, GL_MODELVIEW);
 }
 
 // The recipes.
@@ -260,163 +302,226 @@ enum TextureSource : uint8_t
 struct Recipe
 {
     bool depthTest;
-    bool lit;        // by refs[0], and then the textures follow it
-    void (*blend)(); // BlendAlpha or BlendAdd
-    /// What follows polygon mode, depth test and GL_NORMALIZE.
-    void (*apply)(const MaterialSetup& setup, const Recipe& recipe);
+    bool lit;                     // by refs[0], and then the textures follow it
+    void (*blend)(GlContext* gl); // BlendAlpha or BlendAdd
+    /// Runs after polygon mode, depth test and GL_NORMALIZE. False after a fault.
+    bool (*apply)(const MaterialSetup& setup, const Recipe& recipe);
 
     // Of recipes with one texture:
     TextureSource texture = kNoTexture;
-    void (*combine)() = nullptr;                       // null: what was last set on unit 0 stays
+    void (*combine)(GlContext* gl) = nullptr;          // null: the last combiner of unit 0 stays
     GLenum wrap = 0;                                   // flat textures
     void (*end)(const MaterialSetup& setup) = nullptr; // sphere textures
 
     GLenum polygonMode = GL_FILL;
 };
 
-/// The OpenGL name of the recipe's one texture.
-/// @return false if the material has none; texturing of the selected unit is off then
-static bool FindTexture(const MaterialSetup& setup, const Recipe& recipe, uint32_t* glTexture)
+enum class Found : uint8_t
 {
-    uint32_t id = setup.material->refs[recipe.lit ? 1 : 0];
-    if (id == 0)
+    kFault,
+    kNone, // the material names none
+    kYes,
+};
+
+/// @return false after a fault: there is no such bitmap
+static bool FindBitmap(const MaterialSetup& setup, uint32_t id, uint32_t* glTexture)
+{
+    const BitmapUpload* bitmap = GetBitmapUpload(setup.sources->upload, id);
+    if (bitmap == nullptr)
     {
-        glDisable(GL_TEXTURE_2D);
+        AddFault(setup.faults, "bitmap %d does not exist", static_cast<int32_t>(id));
         return false;
     }
-    *glTexture =
-        recipe.texture == kProcedural
-            ? RequireRecord<ProceduralTexture>(id, setup.textures, "procedural texture")->glTexture
-            : RequireRecord<BitmapTexture>(id, setup.bitmaps, "bitmap")->glTexture;
+    *glTexture = bitmap->glTexture;
     return true;
 }
 
-static void ApplyColourAndBlend(const MaterialSetup& setup, const Recipe& recipe)
+/// The OpenGL name of the recipe's one texture. If the material names none, texturing of the
+/// selected unit is off afterwards.
+static Found FindTexture(const MaterialSetup& setup, const Recipe& recipe, uint32_t* glTexture)
+{
+    const uint32_t id = setup.material->refs[recipe.lit ? 1 : 0];
+    if (id == 0)
+    {
+        GlDisable(setup.gl, GL_TEXTURE_2D);
+        return Found::kNone;
+    }
+    if (recipe.texture == kBitmap)
+    {
+        return FindBitmap(setup, id, glTexture) ? Found::kYes : Found::kFault;
+    }
+    *glTexture = GetTextureUpload(setup.sources->upload, id);
+    if (*glTexture == 0)
+    {
+        AddFault(setup.faults, "procedural texture %d does not exist", static_cast<int32_t>(id));
+        return Found::kFault;
+    }
+    return Found::kYes;
+}
+
+static bool ApplyColorAndBlend(const MaterialSetup& setup, const Recipe& recipe)
 {
     if (!recipe.lit)
     {
-        glDisable(GL_LIGHTING);
+        GlDisable(setup.gl, GL_LIGHTING);
     }
-    SetColour(setup);
-    recipe.blend();
-    if (recipe.lit)
+    if (!SetColor(setup))
     {
-        SetLight(setup);
+        return false;
     }
+    recipe.blend(setup.gl);
+    return !recipe.lit || SetLight(setup);
 }
 
-static void ApplyPlain(const MaterialSetup& setup, const Recipe& recipe)
+static bool ApplyPlain(const MaterialSetup& setup, const Recipe& recipe)
 {
-    TurnUnitsOff();
-    glDisable(GL_LIGHTING);
-    SetColour(setup);
-    recipe.blend();
+    TurnUnitsOff(setup.gl);
+    GlDisable(setup.gl, GL_LIGHTING);
+    if (!SetColor(setup))
+    {
+        return false;
+    }
+    recipe.blend(setup.gl);
+    return true;
 }
 
-static void ApplyOpaque(const MaterialSetup& setup, const Recipe& recipe)
+static bool ApplyOpaque(const MaterialSetup& setup, const Recipe& recipe)
 {
-    TurnUnitsOff();
-    glDisable(GL_LIGHTING);
-    SetOpaqueColour(setup);
-    recipe.blend();
+    TurnUnitsOff(setup.gl);
+    GlDisable(setup.gl, GL_LIGHTING);
+    if (!SetOpaqueColor(setup))
+    {
+        return false;
+    }
+    recipe.blend(setup.gl);
+    return true;
 }
 
-static void ApplyWireframe(const MaterialSetup& setup, const Recipe& recipe)
+static bool ApplyWireframe(const MaterialSetup& setup, const Recipe& recipe)
 {
-    TurnUnitsOff();
-    glDisable(GL_LIGHTING);
-    SetColour(setup);
-    float lineWidth = ResolveParam(setup, kParamExtra);
-    recipe.blend();
-    glLineWidth(lineWidth);
+    TurnUnitsOff(setup.gl);
+    GlDisable(setup.gl, GL_LIGHTING);
+    float lineWidth;
+    if (!SetColor(setup) || !ResolveParam(setup, kParamExtra, &lineWidth))
+    {
+        return false;
+    }
+    recipe.blend(setup.gl);
+    GlLineWidth(setup.gl, lineWidth);
+    return true;
 }
 
-static void ApplyLitPlain(const MaterialSetup& setup, const Recipe& recipe)
+static bool ApplyLitPlain(const MaterialSetup& setup, const Recipe& recipe)
 {
     // Unlike TurnUnitsOff this leaves the coordinate array of unit 1 as it is.
-    SelectTextureUnit(1);
-    glDisable(GL_TEXTURE_2D);
-    SelectTextureUnit(0);
-    DisableTexCoords();
-    glDisable(GL_TEXTURE_2D);
+    GlContext* gl = setup.gl;
+    SelectTextureUnit(gl, 1);
+    GlDisable(gl, GL_TEXTURE_2D);
+    SelectTextureUnit(gl, 0);
+    DisableTexCoords(gl);
+    GlDisable(gl, GL_TEXTURE_2D);
 
-    ApplyColourAndBlend(setup, recipe);
+    return ApplyColorAndBlend(setup, recipe);
 }
 
-static void ApplyFlat(const MaterialSetup& setup, const Recipe& recipe)
+/// Color, blending and light, then the texture's name; combiner and unit 1 are set if there is one.
+static Found BeginOneTexture(const MaterialSetup& setup, const Recipe& recipe, uint32_t* glTexture)
 {
-    ApplyColourAndBlend(setup, recipe);
-
-    uint32_t glTexture;
-    if (!FindTexture(setup, recipe, &glTexture))
+    if (!ApplyColorAndBlend(setup, recipe))
     {
-        return;
+        return Found::kFault;
     }
-    TurnUnit1Off();
-    if (recipe.combine != nullptr)
+    const Found found = FindTexture(setup, recipe, glTexture);
+    if (found == Found::kYes)
     {
-        recipe.combine();
+        TurnUnit1Off(setup.gl);
+        if (recipe.combine != nullptr)
+        {
+            recipe.combine(setup.gl);
+        }
     }
-    SetFlatTexture(setup, glTexture, recipe.wrap);
+    return found;
 }
 
-static void ApplySphere(const MaterialSetup& setup, const Recipe& recipe)
+static bool ApplyFlat(const MaterialSetup& setup, const Recipe& recipe)
 {
-    ApplyColourAndBlend(setup, recipe);
+    uint32_t glTexture = 0;
+    const Found found = BeginOneTexture(setup, recipe, &glTexture);
+    if (found == Found::kYes)
+    {
+        SetFlatTexture(setup, glTexture, recipe.wrap);
+    }
+    return found != Found::kFault;
+}
 
-    uint32_t glTexture;
-    if (!FindTexture(setup, recipe, &glTexture))
+static bool ApplySphere(const MaterialSetup& setup, const Recipe& recipe)
+{
+    uint32_t glTexture = 0;
+    const Found found = BeginOneTexture(setup, recipe, &glTexture);
+    if (found == Found::kYes)
     {
-        return;
+        BindWithoutTexCoords(setup.gl, glTexture);
+        TurnTexGenOn(setup.gl);
+        recipe.end(setup);
     }
-    TurnUnit1Off();
-    if (recipe.combine != nullptr)
-    {
-        recipe.combine();
-    }
-    BindWithoutTexCoords(glTexture);
-    TurnTexGenOn();
-    recipe.end(setup);
+    return found != Found::kFault;
 }
 
 /// Lighting goes off late: without a texture it stays as the recipe before left it.
-static void ApplyLateUnlitSphere(const MaterialSetup& setup, const Recipe& recipe)
+static bool ApplyLateUnlitSphere(const MaterialSetup& setup, const Recipe& recipe)
 {
-    SetColour(setup);
-    recipe.blend();
-
-    uint32_t glTexture;
-    if (!FindTexture(setup, recipe, &glTexture))
+    if (!SetColor(setup))
     {
-        return;
+        return false;
     }
-    TurnUnit1Off();
-    BindWithoutTexCoords(glTexture);
-    glDisable(GL_LIGHTING);
-    SetLightAlongZ();
-    TurnTexGenOn();
-    ResetTextureMatrix();
+    recipe.blend(setup.gl);
+
+    uint32_t glTexture = 0;
+    const Found found = FindTexture(setup, recipe, &glTexture);
+    if (found == Found::kYes)
+    {
+        TurnUnit1Off(setup.gl);
+        BindWithoutTexCoords(setup.gl, glTexture);
+        GlDisable(setup.gl, GL_LIGHTING);
+        SetLightAlongZ(setup.gl);
+        TurnTexGenOn(setup.gl);
+        ResetTextureMatrix(setup.gl);
+    }
+    return found != Found::kFault;
 }
 
-static void ApplyEffect(const MaterialSetup& setup, const Recipe& recipe)
+static bool ApplyEffect(const MaterialSetup& setup, const Recipe& recipe)
 {
-    ApplyColourAndBlend(setup, recipe);
+    if (!ApplyColorAndBlend(setup, recipe))
+    {
+        return false;
+    }
 
-    uint32_t id = setup.material->effectRefs[0];
+    const uint32_t id = setup.material->effectRefs[0];
     if (id == 0)
     {
-        glDisable(GL_TEXTURE_2D);
-        return;
+        GlDisable(setup.gl, GL_TEXTURE_2D);
+        return true;
     }
-    Effect2D* effect = RequireRecord<Effect2D>(id, setup.effects, "2D effect");
-    if (static_cast<uint32_t>(effect->lastUpdate) != setup.time)
+    const EffectUpload* effect = GetEffectUpload(setup.sources->upload, id);
+    if (effect == nullptr)
     {
-        UpdateEffect2D(id, setup.effects, setup.envelopes, setup.time, setup.pbo);
-        effect->lastUpdate = static_cast<int32_t>(setup.time);
+        AddFault(setup.faults, "2D effect %d does not exist", static_cast<int32_t>(id));
+        return false;
     }
-    TurnUnit1Off();
-    CombineModulate();
+    EffectState* state = &setup.sources->state->effects[id - 1];
+    if (static_cast<uint32_t>(state->lastUpdate) != setup.request->time)
+    {
+        if (!UpdateEffect2D(id, setup.sources, setup.request->time))
+        {
+            return false;
+        }
+        state->lastUpdate = static_cast<int32_t>(setup.request->time);
+    }
+    TurnUnit1Off(setup.gl);
+    CombineModulate(setup.gl);
     SetFlatTexture(setup, effect->glTexture, GL_REPEAT);
+    return true;
 }
 
 /// The two bitmaps of a multitexture material.
@@ -425,138 +530,124 @@ struct BitmapPair
     uint32_t glTexture[2];
 };
 
-/// Looks up refs[first] and the one behind it.
-/// @return false if one of them is 0; texturing of the selected unit is off then
-static bool FindBitmapPair(const MaterialSetup& setup, uint32_t first, BitmapPair* pair)
+/// Looks up refs[first] and the one after it. If one of them is 0, texturing of the selected unit
+/// is off afterwards.
+static Found FindBitmapPair(const MaterialSetup& setup, uint32_t first, BitmapPair* pair)
 {
     const uint32_t* ids = &setup.material->refs[first];
     if (ids[0] == 0 || ids[1] == 0)
     {
-        glDisable(GL_TEXTURE_2D);
-        return false;
+        GlDisable(setup.gl, GL_TEXTURE_2D);
+        return Found::kNone;
     }
-    pair->glTexture[0] = RequireRecord<BitmapTexture>(ids[0], setup.bitmaps, "bitmap")->glTexture;
-    pair->glTexture[1] = RequireRecord<BitmapTexture>(ids[1], setup.bitmaps, "bitmap")->glTexture;
-    return true;
+    const bool found = FindBitmap(setup, ids[0], &pair->glTexture[0]) &&
+                       FindBitmap(setup, ids[1], &pair->glTexture[1]);
+    return found ? Found::kYes : Found::kFault;
 }
 
 /// Unit 0 takes the first bitmap, texturing not yet on. Leaves: unit 0 selected.
 static void BindFirstBitmap(const MaterialSetup& setup, const BitmapPair& pair)
 {
-    SelectTextureUnit(0);
-    EnableTexCoords();
-    glBindTexture(GL_TEXTURE_2D, pair.glTexture[0]);
-    SetWrap(GL_REPEAT);
-    SetFirstTexCoords(setup.vbo);
+    SelectTextureUnit(setup.gl, 0);
+    EnableTexCoords(setup.gl);
+    GlBindTexture(setup.gl, GL_TEXTURE_2D, pair.glTexture[0]);
+    SetWrap(setup.gl, GL_REPEAT);
+    SetFirstTexCoords(setup.gl, &setup.request->texCoords);
 }
 
 /// Unit 1 takes the second bitmap. Leaves: unit 1 selected, which the next TurnUnit1Off puts right.
 static void BindSecondBitmap(const MaterialSetup& setup, const BitmapPair& pair)
 {
-    SelectTextureUnit(1);
-    EnableTexCoords();
-    glEnable(GL_TEXTURE_2D);
-    glBindTexture(GL_TEXTURE_2D, pair.glTexture[1]);
-    SetWrap(GL_REPEAT);
-    SetSecondTexCoords(setup.vbo);
+    SelectTextureUnit(setup.gl, 1);
+    EnableTexCoords(setup.gl);
+    GlEnable(setup.gl, GL_TEXTURE_2D);
+    GlBindTexture(setup.gl, GL_TEXTURE_2D, pair.glTexture[1]);
+    SetWrap(setup.gl, GL_REPEAT);
+    SetSecondTexCoords(setup.gl, &setup.request->texCoords);
 }
 
-/// Vertex colour times first bitmap times second.
-static void ApplyMultiplied(const MaterialSetup& setup, const Recipe& recipe)
+/// Vertex color times first bitmap times second.
+static bool ApplyMultiplied(const MaterialSetup& setup, const Recipe& recipe)
 {
-    ApplyColourAndBlend(setup, recipe);
-
-    BitmapPair pair;
-    if (!FindBitmapPair(setup, 0, &pair))
+    if (!ApplyColorAndBlend(setup, recipe))
     {
-        return;
+        return false;
+    }
+    BitmapPair pair;
+    const Found found = FindBitmapPair(setup, 0, &pair);
+    if (found != Found::kYes)
+    {
+        return found == Found::kNone;
     }
 
     BindFirstBitmap(setup, pair);
-    CombineColours();
-    // The other alpha source and the operands stay as the recipe before left them.
-    SetCombiner(GL_COMBINE_ALPHA, GL_MODULATE);
-    SetCombiner(GL_SOURCE0_ALPHA, GL_PRIMARY_COLOR);
-    glEnable(GL_TEXTURE_2D);
-    TurnTexGenOff();
-    ResetTextureMatrix();
+    SetCombiner(setup.gl, kColors);
+    SetCombiner(setup.gl, kVertexAlpha);
+    GlEnable(setup.gl, GL_TEXTURE_2D);
+    TurnTexGenOff(setup.gl);
+    ResetTextureMatrix(setup.gl);
 
     BindSecondBitmap(setup, pair);
-    SetCombiner(GL_TEXTURE_ENV_MODE, GL_COMBINE);
-    SetCombiner(GL_COMBINE_RGB, GL_MODULATE);
-    SetCombiner(GL_SOURCE0_RGB, GL_PREVIOUS);
-    SetCombiner(GL_OPERAND0_RGB, GL_SRC_COLOR);
-    SetCombiner(GL_SOURCE1_RGB, GL_TEXTURE);
-    SetCombiner(GL_OPERAND1_RGB, GL_SRC_COLOR);
+    SetCombiner(setup.gl, kMultiply);
+    return true;
 }
 
-/// The vertex colour fades between the two bitmaps.
-static void ApplyFaded(const MaterialSetup& setup, const Recipe& recipe)
+/// The vertex color fades between the two bitmaps.
+static bool ApplyFaded(const MaterialSetup& setup, const Recipe& recipe)
 {
-    ApplyColourAndBlend(setup, recipe);
-
-    BitmapPair pair;
-    if (!FindBitmapPair(setup, 0, &pair))
+    if (!ApplyColorAndBlend(setup, recipe))
     {
-        return;
+        return false;
+    }
+    BitmapPair pair;
+    const Found found = FindBitmapPair(setup, 0, &pair);
+    if (found != Found::kYes)
+    {
+        return found == Found::kNone;
     }
 
     BindFirstBitmap(setup, pair);
-    CombineColours();
-    glEnable(GL_TEXTURE_2D);
-    TurnTexGenOff();
-    ResetTextureMatrix();
+    SetCombiner(setup.gl, kColors);
+    GlEnable(setup.gl, GL_TEXTURE_2D);
+    TurnTexGenOff(setup.gl);
+    ResetTextureMatrix(setup.gl);
 
     BindSecondBitmap(setup, pair);
-    SetCombiner(GL_TEXTURE_ENV_MODE, GL_COMBINE);
-    SetCombiner(GL_COMBINE_RGB, GL_INTERPOLATE);
-    SetCombiner(GL_SOURCE1_RGB, GL_PREVIOUS);
-    SetCombiner(GL_OPERAND1_RGB, GL_SRC_COLOR);
-    SetCombiner(GL_SOURCE0_RGB, GL_TEXTURE);
-    SetCombiner(GL_OPERAND0_RGB, GL_SRC_COLOR);
-    SetCombiner(GL_SOURCE2_RGB, GL_PRIMARY_COLOR);
-    SetCombiner(GL_OPERAND2_RGB, GL_SRC_COLOR);
+    SetCombiner(setup.gl, kFade);
+    return true;
 }
 
-static void ApplyBump(const MaterialSetup& setup, const Recipe& recipe)
+static bool ApplyBump(const MaterialSetup& setup, const Recipe& recipe)
 {
-    if (setup.dot3 == 0)
+    if (setup.sources->features.dot3 == 0)
     {
-        // Nothing is seen of it where black is added; the blend function is not set for it.
-        glDisable(GL_TEXTURE_2D);
-        glDisable(GL_LIGHTING);
-        glColor4f(0.0f, 0.0f, 0.0f, 0.0f);
-        return;
+        // Where black is added nothing is seen of it; the blend function is not set for it.
+        GlDisable(setup.gl, GL_TEXTURE_2D);
+        GlDisable(setup.gl, GL_LIGHTING);
+        GlColor4f(setup.gl, 0.0f, 0.0f, 0.0f, 0.0f);
+        return true;
     }
 
-    ApplyColourAndBlend(setup, recipe);
-
-    BitmapPair pair;
-    if (!FindBitmapPair(setup, 1, &pair))
+    if (!ApplyColorAndBlend(setup, recipe))
     {
-        return;
+        return false;
+    }
+    BitmapPair pair;
+    const Found found = FindBitmapPair(setup, 1, &pair);
+    if (found != Found::kYes)
+    {
+        return found == Found::kNone;
     }
 
     BindFirstBitmap(setup, pair);
-    // The second mode is what counts: unit 0 modulates. The sources do nothing here, but they stay
-    // on the unit for recipes that come later.
-    SetCombiner(GL_TEXTURE_ENV_MODE, GL_COMBINE);
-    SetCombiner(GL_TEXTURE_ENV_MODE, GL_MODULATE);
-    SetCombiner(GL_SOURCE0_RGB, GL_TEXTURE);
-    SetCombiner(GL_OPERAND0_RGB, GL_SRC_COLOR);
-    SetCombiner(GL_SOURCE1_RGB, GL_PRIMARY_COLOR);
-    SetCombiner(GL_OPERAND1_RGB, GL_SRC_COLOR);
-    glEnable(GL_TEXTURE_2D);
-    TurnTexGenOn(); // wins over the array
-    ResetTextureMatrix();
+    SetCombiner(setup.gl, kBumpFirst);
+    GlEnable(setup.gl, GL_TEXTURE_2D);
+    TurnTexGenOn(setup.gl); // wins over the array
+    ResetTextureMatrix(setup.gl);
 
     BindSecondBitmap(setup, pair);
-    SetCombiner(GL_TEXTURE_ENV_MODE, GL_COMBINE);
-    SetCombiner(GL_COMBINE_RGB, GL_DOT3_RGB);
-    SetCombiner(GL_SOURCE0_RGB, GL_TEXTURE);
-    SetCombiner(GL_OPERAND0_RGB, GL_SRC_COLOR);
-    SetCombiner(GL_SOURCE1_RGB, GL_PREVIOUS);
-    SetCombiner(GL_OPERAND1_RGB, GL_SRC_COLOR);
+    SetCombiner(setup.gl, kBumpSecond);
+    return true;
 }
 
 static constexpr bool kDepth = true;
@@ -566,9 +657,9 @@ static constexpr bool kUnlit = false;
 
 // A row's place is the number that documents store.
 static constexpr Recipe kRecipes[] = {
-    // 0: colour
+    // 0: color
     {kDepth, kUnlit, BlendAlpha, ApplyPlain},
-    // 1: lit colour
+    // 1: lit color
     {kDepth, kLit, BlendAlpha, ApplyLitPlain},
     // 2: procedural texture
     {kDepth, kUnlit, BlendAlpha, ApplyFlat, kProcedural, nullptr, GL_REPEAT},
@@ -604,11 +695,11 @@ static constexpr Recipe kRecipes[] = {
     {kNoDepth, kUnlit, BlendAlpha, ApplyFlat, kBitmap, CombineSquared, GL_CLAMP_TO_EDGE},
     // 18: added clamped procedural texture, no depth test
     {kNoDepth, kUnlit, BlendAdd, ApplyFlat, kProcedural, CombineModulate, GL_CLAMP_TO_EDGE},
-    // 19: colour, no depth test
+    // 19: color, no depth test
     {kNoDepth, kUnlit, BlendAlpha, ApplyPlain},
     // 20: added procedural environment
     {kDepth, kUnlit, BlendAdd, ApplySphere, kProcedural, nullptr, 0, EndDirectAndReset},
-    // 21: added colour, no depth test
+    // 21: added color, no depth test
     {kNoDepth, kUnlit, BlendAdd, ApplyOpaque},
     // 22: two bitmaps, faded
     {kDepth, kUnlit, BlendAdd, ApplyFaded},
@@ -617,40 +708,40 @@ static constexpr Recipe kRecipes[] = {
 };
 static_assert(sizeof kRecipes / sizeof kRecipes[0] == kMaterialTypes);
 
-static void SetEnabled(GLenum capability, bool enabled)
+static void SwitchCapability(GlContext* gl, GLenum capability, bool enabled)
 {
     if (enabled)
     {
-        glEnable(capability);
+        GlEnable(gl, capability);
     }
     else
     {
-        glDisable(capability);
+        GlDisable(gl, capability);
     }
 }
 
-void SetMaterial(uint32_t id, ObjectTable* materials, ObjectTable* lights, ObjectTable* textures,
-                 ObjectTable* envelopes, ObjectTable* effects, ObjectTable* bitmaps, uint32_t time,
-                 int32_t vbo, int32_t pbo, int32_t dot3, float cameraRotY)
+bool SetMaterial(uint32_t id, const FrameSources* sources, const MaterialRequest* request)
 {
-    const Material* material = GetRecord<Material>(id, materials);
+    const Material* material = GetRecord<Material>(id, sources->document->materials);
     if (material == nullptr || material->type >= kMaterialTypes)
     {
-        return;
+        return true;
     }
 
-    FaultPlace caller = CurrentPlace;
-    CurrentPlace.section = 7;
-    CurrentPlace.item = id;
-    CurrentPlace.part = 0;
+    FaultList* faults = sources->faults;
+    const Place caller = faults->place;
+    faults->place.section = Section::kMaterials;
+    faults->place.item = id;
+    faults->place.part = 0;
 
-    MaterialSetup setup = {material, lights, textures, envelopes, effects,   bitmaps,
-                           time,     vbo,    pbo,      dot3,      cameraRotY};
+    GlContext* gl = sources->gl;
+    const MaterialSetup setup = {material, sources, request, gl, faults};
     const Recipe& recipe = kRecipes[material->type];
-    glPolygonMode(GL_FRONT_AND_BACK, recipe.polygonMode);
-    SetEnabled(GL_DEPTH_TEST, recipe.depthTest);
-    SetEnabled(GL_NORMALIZE, recipe.lit);
-    recipe.apply(setup, recipe);
+    GlPolygonMode(gl, GL_FRONT_AND_BACK, recipe.polygonMode);
+    SwitchCapability(gl, GL_DEPTH_TEST, recipe.depthTest);
+    SwitchCapability(gl, GL_NORMALIZE, recipe.lit);
+    const bool set = recipe.apply(setup, recipe);
 
-    CurrentPlace = caller;
+    faults->place = caller;
+    return set;
 }

@@ -3,16 +3,21 @@
 
 #include <cstdint>
 
-#include "engine/data/object_table.h"
+#include "engine/render/frame_sources.h"
+#include "engine/render/tex_coord_arrays.h"
+
+/// What an object asks of its material.
+struct MaterialRequest
+{
+    uint32_t time;            // object time in ticks
+    float cameraRotY;         // degrees, for recipes whose reflection turns with the camera
+    TexCoordSource texCoords; // of the object
+};
 
 /// Sets all OpenGL state of a material. What a recipe does not set it inherits from the one before;
 /// nothing is restored. A material without a record, or of a type above 23, changes nothing.
-/// Relies on: CurrentTexCoords.
-/// @param time         object time in ticks
-/// @param cameraRotY   degrees, for recipes whose reflection turns with the camera
-/// Refreshes the 2D effect of its material if that is not at `time`.
-/// Fatal: a reference, other than 0, that its table lacks; a dynamic parameter without its
-/// envelope, an id of 0 included.
-void SetMaterial(uint32_t id, ObjectTable* materials, ObjectTable* lights, ObjectTable* textures,
-                 ObjectTable* envelopes, ObjectTable* effects, ObjectTable* bitmaps, uint32_t time,
-                 int32_t vbo, int32_t pbo, int32_t dot3, float cameraRotY);
+/// Refreshes the 2D effect of its material if that is not at the request's time.
+/// @return false after a fault: a reference, other than 0, that its table lacks; a dynamic
+/// parameter
+///         without its envelope, an id of 0 included
+bool SetMaterial(uint32_t id, const FrameSources* sources, const MaterialRequest* request);

@@ -1,79 +1,88 @@
 #include "engine/render/tex_coord_arrays.h"
 
-#include <GL/glew.h>
+#include "engine/render/gl_calls.h"
 
-TexCoordSource CurrentTexCoords = {nullptr, nullptr, 0, 0, 0};
-TexCoordArrays CurrentTexCoordArrays = {0, {false, false}, {0, 0}};
-
-void SelectTextureUnit(uint32_t unit)
+void SelectTextureUnit(GlContext* gl, uint32_t unit)
 {
-    glActiveTextureARB(GL_TEXTURE0 + unit);
-    glClientActiveTextureARB(GL_TEXTURE0 + unit);
-    CurrentTexCoordArrays.unit = unit;
+    GlActiveTexture(gl, GL_TEXTURE0 + unit);
+    GlClientActiveTexture(gl, GL_TEXTURE0 + unit);
+    gl->texCoords.unit = unit;
 }
 
-void EnableTexCoords()
+void EnableTexCoords(GlContext* gl)
 {
-    glEnableClientState(GL_TEXTURE_COORD_ARRAY);
-    CurrentTexCoordArrays.enabled[CurrentTexCoordArrays.unit] = true;
+    GlEnableClientState(gl, GL_TEXTURE_COORD_ARRAY);
+    gl->texCoords.enabled[gl->texCoords.unit] = true;
 }
 
-void DisableTexCoords()
+void DisableTexCoords(GlContext* gl)
 {
-    glDisableClientState(GL_TEXTURE_COORD_ARRAY);
-    CurrentTexCoordArrays.enabled[CurrentTexCoordArrays.unit] = false;
+    GlDisableClientState(gl, GL_TEXTURE_COORD_ARRAY);
+    gl->texCoords.enabled[gl->texCoords.unit] = false;
 }
 
-static void SetTexCoords(int32_t vbo, const float* array, uint32_t buffer)
+static void SetTexCoords(GlContext* gl, const TexCoordSource* source, const float* array,
+                         uint32_t buffer)
 {
-    if (vbo != 0)
+    if (source->buffers)
     {
-        glBindBufferARB(GL_ARRAY_BUFFER, buffer);
-        glTexCoordPointer(2, GL_FLOAT, 0, nullptr);
+        GlBindBuffer(gl, GL_ARRAY_BUFFER, buffer);
+        GlTexCoordPointer(gl, 2, GL_FLOAT, 0, nullptr);
     }
     else
     {
-        glTexCoordPointer(2, GL_FLOAT, 0, array);
+        GlTexCoordPointer(gl, 2, GL_FLOAT, 0, array);
     }
-    CurrentTexCoordArrays.vertexCount[CurrentTexCoordArrays.unit] = CurrentTexCoords.vertexCount;
+    gl->texCoords.vertexCount[gl->texCoords.unit] = source->vertexCount;
 }
 
-void SetFirstTexCoords(int32_t vbo)
+void SetFirstTexCoords(GlContext* gl, const TexCoordSource* source)
 {
-    SetTexCoords(vbo, CurrentTexCoords.texcoord0Array, CurrentTexCoords.texcoord0Buffer);
+    SetTexCoords(gl, source, source->texCoords1, source->texCoordBuffer1);
 }
 
-void SetSecondTexCoords(int32_t vbo)
+void SetSecondTexCoords(GlContext* gl, const TexCoordSource* source)
 {
-    SetTexCoords(vbo, CurrentTexCoords.texcoord1Array, CurrentTexCoords.texcoord1Buffer);
+    SetTexCoords(gl, source, source->texCoords2, source->texCoordBuffer2);
 }
 
-uint32_t HideShortTexCoords(uint32_t vertexCount)
+/// Turns one unit's array on or off. Leaves: the selected unit as it is.
+static void SwitchArray(GlContext* gl, uint32_t unit, bool on)
 {
-    const TexCoordArrays* arrays = &CurrentTexCoordArrays;
+    GlClientActiveTexture(gl, GL_TEXTURE0 + unit);
+    if (on)
+    {
+        GlEnableClientState(gl, GL_TEXTURE_COORD_ARRAY);
+    }
+    else
+    {
+        GlDisableClientState(gl, GL_TEXTURE_COORD_ARRAY);
+    }
+    GlClientActiveTexture(gl, GL_TEXTURE0 + gl->texCoords.unit);
+}
+
+uint32_t HideShortTexCoords(GlContext* gl, uint32_t vertexCount)
+{
+    const TexCoordArrays* arrays = &gl->texCoords;
     uint32_t hidden = 0;
     for (uint32_t unit = 0; unit < kTextureUnits; ++unit)
     {
         if (arrays->enabled[unit] && arrays->vertexCount[unit] < vertexCount)
         {
-            glClientActiveTextureARB(GL_TEXTURE0 + unit);
-            glDisableClientState(GL_TEXTURE_COORD_ARRAY);
-            glClientActiveTextureARB(GL_TEXTURE0 + arrays->unit);
+            SwitchArray(gl, unit, false);
             hidden |= 1u << unit;
         }
     }
     return hidden;
 }
 
-void ShowTexCoords(uint32_t hidden)
+void ShowTexCoords(GlContext* gl, uint32_t hidden)
 {
     for (uint32_t unit = 0; unit < kTextureUnits; ++unit)
     {
         if ((hidden & (1u << unit)) != 0)
         {
-            glClientActiveTextureARB(GL_TEXTURE0 + unit);
-            glEnableClientState(GL_TEXTURE_COORD_ARRAY);
-            glClientActiveTextureARB(GL_TEXTURE0 + CurrentTexCoordArrays.unit);
+            SwitchArray(gl, unit, true);
         }
     }
 }

@@ -97,9 +97,8 @@ void ReleaseEffect2DState(EffectState* state);
 /// @param params   [3]; the third counts for "Test 2d effect" at 8 bits, and nothing ever sets it
 /// @param state    made by InitEffect2D; "Amoba" may take a step
 /// @param out      [EffectImageBytes], only written to
-/// @return false after a fault if there is no memory
-bool RenderEffect2D(const Effect2D* effect, const float* params, EffectState* state,
-                    RandomSequence* random, uint8_t* out, FaultList* faults);
+void RenderEffect2D(const Effect2D* effect, const float* params, EffectState* state,
+                    RandomSequence* random, uint8_t* out);
 
 /// The parameters that the image at load time is made of: those at time 0, as many as the catalogue
 /// tells; the first that names no envelope ends them. Expects the place of the effect's item, and

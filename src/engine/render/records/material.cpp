@@ -13,66 +13,98 @@ static bool IsNamed(const TiXmlElement* element, const char* name)
 
 /// Reads one "p" into parameter n. Other than in all other records it is the word "static" that
 /// counts, and any other word makes the value dynamic.
-static void ReadParameter(const TiXmlElement* element, uint32_t n, Material* material)
+static bool ReadParameter(const TiXmlElement* element, uint32_t n, Material* material,
+                          FaultList* faults)
 {
     if (n >= kMaterialParams)
     {
-        FatalFault("more than %u parameters", kMaterialParams);
+        AddFaultAt(faults, element, "more than %u parameters", kMaterialParams);
+        return false;
     }
-    if (strcmp(RequireAttribute(element, "type"), "static") == 0)
+    const char* type = RequireAttribute(element, "type", faults);
+    if (type == nullptr)
     {
-        material->params[n] = FloatSlot(ReadFloatAttribute(element, "value"));
-        return;
+        return false;
+    }
+    if (strcmp(type, "static") == 0)
+    {
+        material->params[n] = FloatSlot(ReadFloatAttribute(element, "value", faults));
+        return !HasFailed(faults);
     }
 
     SetMaskBit(material->dynamicMask, n < 16 ? n : 16 + n % 8);
-    material->params[n] = static_cast<uint32_t>(ReadIntAttribute(element, "value"));
+    material->params[n] = static_cast<uint32_t>(ReadIntAttribute(element, "value", faults));
+    return !HasFailed(faults);
 }
 
 /// Appends the id that a child names to one of the two lists.
-static void ReadReference(const TiXmlElement* element, uint32_t* refs, uint32_t* count)
+static bool ReadReference(const TiXmlElement* element, uint32_t* refs, uint32_t* count,
+                          FaultList* faults)
 {
     if (*count >= kMaterialRefs)
     {
-        FatalFault("more than %u references", kMaterialRefs);
+        AddFaultAt(faults, element, "more than %u references", kMaterialRefs);
+        return false;
     }
-    refs[*count] = static_cast<uint32_t>(ReadIntAttribute(element, "value"));
+    refs[*count] = static_cast<uint32_t>(ReadIntAttribute(element, "value", faults));
     *count += 1;
+    return !HasFailed(faults);
 }
 
-void ReadMaterialItem(const TiXmlElement* item, void* record, uint32_t /*index*/,
-                      LoadContext* /*context*/)
+/// How far the children of a material are read.
+struct MaterialProgress
+{
+    bool inParameters; // only the children up to the first of another name than "p" are parameters
+    uint32_t paramCount;
+    uint32_t refCount;
+    uint32_t effectRefCount;
+};
+
+static bool ReadChild(const TiXmlElement* element, MaterialProgress* progress, Material* material,
+                      FaultList* faults)
+{
+    progress->inParameters = progress->inParameters && IsNamed(element, "p");
+    if (progress->inParameters)
+    {
+        progress->paramCount += 1;
+        return ReadParameter(element, progress->paramCount - 1, material, faults);
+    }
+    if (IsNamed(element, "effect2d"))
+    {
+        return ReadReference(element, material->effectRefs, &progress->effectRefCount, faults);
+    }
+    // "texture" and "light" in one list, told apart by their places; a late "p" as well.
+    return ReadReference(element, material->refs, &progress->refCount, faults);
+}
+
+bool ReadMaterialItem(const TiXmlElement* item, void* record, uint32_t /*index*/,
+                      ReadContext* context)
 {
     Material* material = static_cast<Material*>(record);
+    FaultList* faults = context->faults;
     *material = {}; // all references 0: a short document then draws untextured and unlit
-    material->type = static_cast<uint32_t>(ReadIntAttribute(item, "type"));
+    material->type = static_cast<uint32_t>(ReadIntAttribute(item, "type", faults));
+    if (HasFailed(faults))
+    {
+        return false;
+    }
 
-    CurrentPlace.part = 1;
-    RequireElement(item->FirstChild(), "first child");
+    faults->place.part = 1;
+    if (RequireElement(item->FirstChild(), "first child", faults) == nullptr)
+    {
+        return false;
+    }
 
-    bool inParameters = true;
-    uint32_t paramCount = 0;
-    uint32_t refCount = 0;
-    uint32_t effectRefCount = 0;
+    MaterialProgress progress = {true, 0, 0, 0};
     for (const TiXmlNode* node = item->FirstChild(); node != nullptr; node = node->NextSibling())
     {
-        const TiXmlElement* element = RequireElement(node, "child");
-        inParameters = inParameters && IsNamed(element, "p");
-        if (inParameters)
+        const TiXmlElement* element = RequireElement(node, "child", faults);
+        if (element == nullptr || !ReadChild(element, &progress, material, faults))
         {
-            ReadParameter(element, paramCount, material);
-            paramCount += 1;
+            return false;
         }
-        else if (IsNamed(element, "effect2d"))
-        {
-            ReadReference(element, material->effectRefs, &effectRefCount);
-        }
-        else
-        {
-            // "texture" and "light" in one list, told apart by their places; a late "p" as well.
-            ReadReference(element, material->refs, &refCount);
-        }
-        CurrentPlace.part += 1;
+        faults->place.part += 1;
     }
-    CurrentPlace.part = 0;
+    faults->place.part = 0;
+    return true;
 }

@@ -3,17 +3,18 @@
 #include <cassert>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 #include "engine/animation/animated_value.h"
 #include "engine/data/document_values.h"
 #include "engine/data/fault.h"
 
-Timeline* CreateTimeline()
+Timeline* CreateTimeline(FaultList* faults)
 {
     Timeline* timeline = static_cast<Timeline*>(calloc(1, sizeof(Timeline)));
     if (timeline == nullptr)
     {
-        FatalError("there is no memory for a timeline");
+        AddError(faults, "there is no memory for a timeline");
     }
     return timeline;
 }
@@ -59,52 +60,94 @@ void AddClipToIndex(uint32_t start, uint32_t end, uint32_t clip, uint32_t row, T
     }
 }
 
-static void ReadClipValue(const TiXmlElement* element, uint32_t row, uint32_t clip,
-                          ClipValues* values)
+/// An animated value of a clip, and the name of the child that holds it.
+struct NamedClipValues
 {
-    bool dynamic = ReadAnimatedValue(element, &values->slot[row][clip]);
-    values->dynamic[row][clip] = dynamic ? 1 : 0;
-}
+    ClipValues Timeline::*values;
+    const char* name;
+};
 
-static void ReadCamera(const TiXmlNode** child, uint32_t row, uint32_t clip, Timeline* timeline)
-{
-    ReadClipValue(TakeElement(child, "camera x"), row, clip, &timeline->cameraX);
-    ReadClipValue(TakeElement(child, "camera y"), row, clip, &timeline->cameraY);
-    ReadClipValue(TakeElement(child, "camera z"), row, clip, &timeline->cameraZ);
-    ReadClipValue(TakeElement(child, "camera rotation x"), row, clip, &timeline->cameraRotX);
-    ReadClipValue(TakeElement(child, "camera rotation y"), row, clip, &timeline->cameraRotY);
-    ReadClipValue(TakeElement(child, "camera rotation z"), row, clip, &timeline->cameraRotZ);
-}
+static constexpr NamedClipValues kCameraValues[] = {
+    {&Timeline::cameraX, "camera x"},
+    {&Timeline::cameraY, "camera y"},
+    {&Timeline::cameraZ, "camera z"},
+    {&Timeline::cameraRotX, "camera rotation x"},
+    {&Timeline::cameraRotY, "camera rotation y"},
+    {&Timeline::cameraRotZ, "camera rotation z"},
+};
 
-static void ReadProjection(const TiXmlElement* element, uint32_t row, uint32_t clip,
-                           Timeline* timeline)
+static constexpr NamedClipValues kFogValues[] = {
+    {&Timeline::fogDensity, "fog density"},
+    {&Timeline::fogStart, "fog start"},
+    {&Timeline::fogEnd, "fog end"},
+};
+
+/// Where a clip is read to.
+struct ClipPlace
 {
-    // The format's own spelling.
-    if (strcmp(RequireAttribute(element, "type"), "ortographic") == 0)
+    uint32_t row;
+    uint32_t clip;
+    Timeline* timeline;
+    FaultList* faults;
+};
+
+static bool ReadClipValues(const TiXmlNode** child, const NamedClipValues* rows, size_t count,
+                           const ClipPlace* place)
+{
+    for (size_t i = 0; i < count && !HasFailed(place->faults); ++i)
     {
-        timeline->projectionKind[row][clip] = kProjectionOrthographic;
-        return;
+        ClipValues* values = &(place->timeline->*rows[i].values);
+        const TiXmlElement* element = TakeElement(child, rows[i].name, place->faults);
+        const bool dynamic =
+            ReadAnimatedValue(element, &values->slot[place->row][place->clip], place->faults);
+        values->dynamic[place->row][place->clip] = dynamic ? 1 : 0;
+    }
+    return !HasFailed(place->faults);
+}
+
+static bool ReadProjection(const TiXmlElement* element, const ClipPlace* place)
+{
+    const char* type = RequireAttribute(element, "type", place->faults);
+    if (type == nullptr)
+    {
+        return false;
     }
 
-    bool dynamic = ReadAnimatedValue(element, &timeline->fov[row][clip]);
-    timeline->projectionKind[row][clip] = dynamic ? kProjectionAnimatedFov : kProjectionPerspective;
+    uint8_t* kind = &place->timeline->projectionKind[place->row][place->clip];
+    if (strcmp(type, "ortographic") == 0) // the format's own spelling
+    {
+        *kind = kProjectionOrthographic;
+        return true;
+    }
+    const bool dynamic =
+        ReadAnimatedValue(element, &place->timeline->fov[place->row][place->clip], place->faults);
+    *kind = dynamic ? kProjectionAnimatedFov : kProjectionPerspective;
+    return !HasFailed(place->faults);
 }
 
-static void ReadFog(const TiXmlElement* element, uint32_t row, uint32_t clip, Timeline* timeline)
+static bool ReadFog(const TiXmlElement* element, const ClipPlace* place)
 {
-    int8_t mode = static_cast<int8_t>(ReadIntAttribute(element, "type"));
-    timeline->fogMode[row][clip] = mode;
+    const int32_t type = ReadIntAttribute(element, "type", place->faults);
+    if (HasFailed(place->faults))
+    {
+        return false;
+    }
+    const int8_t mode = static_cast<int8_t>(type);
+    place->timeline->fogMode[place->row][place->clip] = mode;
     if (mode <= 0)
     {
-        return;
+        return true;
     }
 
     const TiXmlNode* child = element->FirstChild();
-    ReadClipValue(TakeElement(&child, "fog density"), row, clip, &timeline->fogDensity);
-    ReadClipValue(TakeElement(&child, "fog start"), row, clip, &timeline->fogStart);
-    ReadClipValue(TakeElement(&child, "fog end"), row, clip, &timeline->fogEnd);
-    timeline->fogColourMaterial[row][clip] =
-        static_cast<uint32_t>(ReadIntAttribute(TakeElement(&child, "fog colour"), "value"));
+    if (!ReadClipValues(&child, kFogValues, std::size(kFogValues), place))
+    {
+        return false;
+    }
+    const TiXmlElement* color = TakeElement(&child, "fog colour", place->faults);
+    place->timeline->fogColorMaterial[place->row][place->clip] =
+        static_cast<uint32_t>(ReadIntAttribute(color, "value", place->faults));
+    return !HasFailed(place->faults);
 }
 
 static bool HasTarget(int32_t passKind)
@@ -113,63 +156,90 @@ static bool HasTarget(int32_t passKind)
            passKind == kPassTextureQuarter;
 }
 
-static void ReadClip(const TiXmlElement* item, uint32_t row, uint32_t clip, Timeline* timeline)
+/// Reads one integer attribute of a clip; nothing after a fault.
+static int32_t ReadClipNumber(const TiXmlElement* item, const char* name, FaultList* faults)
 {
-    timeline->sceneId[row][clip] = static_cast<uint32_t>(ReadIntAttribute(item, "id"));
+    return HasFailed(faults) ? 0 : ReadIntAttribute(item, name, faults);
+}
+
+static bool ReadClip(const TiXmlElement* item, const ClipPlace* place)
+{
+    Timeline* timeline = place->timeline;
+    FaultList* faults = place->faults;
+    const uint32_t row = place->row;
+    const uint32_t clip = place->clip;
+    timeline->sceneId[row][clip] = static_cast<uint32_t>(ReadClipNumber(item, "id", faults));
     timeline->spaceBefore[row][clip] =
-        static_cast<uint32_t>(ReadIntAttribute(item, "space_before"));
-    timeline->length[row][clip] = static_cast<uint32_t>(ReadIntAttribute(item, "length"));
-    timeline->offset[row][clip] = static_cast<uint32_t>(ReadIntAttribute(item, "offset"));
-    timeline->passKind[row][clip] = ReadIntAttribute(item, "type");
+        static_cast<uint32_t>(ReadClipNumber(item, "space_before", faults));
+    timeline->length[row][clip] = static_cast<uint32_t>(ReadClipNumber(item, "length", faults));
+    timeline->offset[row][clip] = static_cast<uint32_t>(ReadClipNumber(item, "offset", faults));
+    timeline->passKind[row][clip] = ReadClipNumber(item, "type", faults);
     if (HasTarget(timeline->passKind[row][clip]))
     {
-        timeline->passParams[row][clip][0] = static_cast<float>(ReadIntAttribute(item, "rtex"));
+        timeline->passParams[row][clip][0] =
+            static_cast<float>(ReadClipNumber(item, "rtex", faults));
+    }
+    if (HasFailed(faults))
+    {
+        return false;
     }
 
     const TiXmlNode* child = item->FirstChild();
-    ReadCamera(&child, row, clip, timeline);
-    ReadProjection(TakeElement(&child, "field of view"), row, clip, timeline);
-    ReadFog(TakeElement(&child, "fog"), row, clip, timeline);
+    return ReadClipValues(&child, kCameraValues, std::size(kCameraValues), place) &&
+           ReadProjection(TakeElement(&child, "field of view", faults), place) &&
+           ReadFog(TakeElement(&child, "fog", faults), place);
 }
 
-void ReadTimelineRow(const TiXmlElement* item, void* /*record*/, uint32_t index,
-                     LoadContext* context)
+bool ReadTimelineRow(const TiXmlElement* item, void* /*record*/, uint32_t index,
+                     ReadContext* context)
 {
     assert(index < kTimelineRows); // the section's reader stops there
     Timeline* timeline = context->document->timeline;
+    FaultList* faults = context->faults;
     uint32_t time = 0;
     uint32_t clip = 0;
     for (const TiXmlNode* child = item->FirstChild(); child != nullptr;
          child = child->NextSibling())
     {
-        CurrentPlace.part = clip + 1;
+        faults->place.part = clip + 1;
         if (clip == kTimelineClips)
         {
-            FatalFault("the row has more than %u clips", kTimelineClips);
+            AddFaultAt(faults, child, "the row has more than %u clips", kTimelineClips);
+            return false;
         }
-        ReadClip(RequireElement(child, "clip"), index, clip, timeline);
+        const TiXmlElement* element = RequireElement(child, "clip", faults);
+        const ClipPlace place = {index, clip, timeline, faults};
+        if (element == nullptr || !ReadClip(element, &place))
+        {
+            return false;
+        }
 
-        uint32_t end = time + timeline->length[index][clip] + timeline->spaceBefore[index][clip];
+        const uint32_t end =
+            time + timeline->length[index][clip] + timeline->spaceBefore[index][clip];
         AddClipToIndex(time, end, clip, index, timeline);
         time = end;
         clip += 1;
         timeline->clipCount[index] = clip;
     }
-    CurrentPlace.part = 0;
+    faults->place.part = 0;
+    return true;
 }
 
-void BeginTimeline(LoadContext* context)
+bool BeginTimeline(ReadContext* context)
 {
     if (context->isDemo)
     {
         InitializeTimeline(context->document->timeline);
     }
+    return true;
 }
 
-void EndTimeline(LoadContext* context)
+bool EndTimeline(ReadContext* context)
 {
     if (context->itemCount == 0)
     {
-        FatalFault("the timeline has no row");
+        AddFault(context->faults, "the timeline has no row");
+        return false;
     }
+    return true;
 }

@@ -7,6 +7,8 @@
 
 #include <cstdint>
 
+struct RandomSequence;
+
 /// What one factor of a colour channel is made of, in "Effect 1" and "Rotate".
 struct WaveRow
 {
@@ -32,13 +34,13 @@ void RenderEffect1(int32_t side, uint8_t bpp, float step, uint8_t* out);
 /// "Rotate": the same plasma, with the cosines taken behind a skewed rotation of the coordinates.
 void RenderRotate(int32_t side, uint8_t bpp, float step, uint8_t* out);
 
-/// "Amoba": plants the first live cells, with the library's rand.
+/// "Amoba": plants the first live cells, with random numbers.
 /// @param cells   the image, all 0
-void SeedAmoba(int32_t side, uint8_t bpp, uint8_t* cells);
+void SeedAmoba(int32_t side, uint8_t bpp, uint8_t* cells, RandomSequence* random);
 
-/// "Amoba": one step of growth. Side * side / 8 cells are picked with the library's rand, and a
-/// live one paints its four neighbours; later picks see it.
-void GrowAmoba(int32_t side, uint8_t bpp, uint8_t* cells);
+/// "Amoba": one step of growth. Side * side / 8 cells are picked at random, and a live
+/// one paints its four neighbours; later picks see it.
+void GrowAmoba(int32_t side, uint8_t bpp, uint8_t* cells, RandomSequence* random);
 
 /// "Effect 1" and "Rotate" work with AVX2 where the processor has it, to the same image. Tests
 /// choose the other form with false.

@@ -1,4 +1,4 @@
-#include "engine/render/effect_kernels.h"
+#include "engine/textures/effect_kernels.h"
 
 #include <algorithm>
 #include <cassert>
@@ -9,6 +9,7 @@
 
 #include "engine/data/cos_table.h"
 #include "engine/data/numeric.h"
+#include "engine/data/random_sequence.h"
 
 /// The longest row that a document can ask for, in pixels.
 static constexpr int32_t kRowLimit = 512;
@@ -645,46 +646,46 @@ void RenderRotate(int32_t side, uint8_t bpp, float step, uint8_t* out)
 
 // ---- "Amoba"
 
-/// The library's next random number, from 0 to 1. So close to its maximum that the float rounds up,
-/// it is 1 itself.
-static float RandomUnit()
+/// The next random number, from 0 to 1. So close to its maximum that the float rounds up, it is 1
+/// itself.
+static float RandomUnit(RandomSequence* random)
 {
-    return static_cast<float>(rand()) * 0x1p-31f;
+    return static_cast<float>(NextRandom(random)) * 0x1p-31f;
 }
 
-void SeedAmoba(int32_t side, uint8_t bpp, uint8_t* cells)
+void SeedAmoba(int32_t side, uint8_t bpp, uint8_t* cells, RandomSequence* random)
 {
     const int32_t size = side * side;
     for (int32_t seed = 0; seed < size / 400; ++seed)
     {
         // A number of 1 would be one past the image: such a seed goes into the last cell.
-        int32_t place = TruncateToInt(RandomUnit() * static_cast<float>(size));
+        int32_t place = TruncateToInt(RandomUnit(random) * static_cast<float>(size));
         place = std::min(place, size - 1);
         if (bpp == 8)
         {
-            cells[place] = TruncateToByte(RandomUnit() * 192.0f + 64.0f);
+            cells[place] = TruncateToByte(RandomUnit(random) * 192.0f + 64.0f);
             continue;
         }
         for (int32_t channel = 0; channel < 3; ++channel)
         {
-            cells[3 * place + channel] = TruncateToByte(RandomUnit() * 256.0f);
+            cells[3 * place + channel] = TruncateToByte(RandomUnit(random) * 256.0f);
         }
     }
 }
 
 /// A row or column that has a neighbour on either side. The last one is not picked and, unless a
 /// random number is 1, the one before it neither.
-static int32_t RandomInside(int32_t side)
+static int32_t RandomInside(int32_t side, RandomSequence* random)
 {
-    return TruncateToInt(RandomUnit() * static_cast<float>(side - 3) + 1.0f);
+    return TruncateToInt(RandomUnit(random) * static_cast<float>(side - 3) + 1.0f);
 }
 
-void GrowAmoba(int32_t side, uint8_t bpp, uint8_t* cells)
+void GrowAmoba(int32_t side, uint8_t bpp, uint8_t* cells, RandomSequence* random)
 {
     for (int32_t pick = 0; pick < side * side / 8; ++pick)
     {
-        const int32_t row = RandomInside(side);
-        const int32_t column = RandomInside(side);
+        const int32_t row = RandomInside(side, random);
+        const int32_t column = RandomInside(side, random);
         const int32_t place = row * side + column;
         if (bpp == 8)
         {

@@ -1,0 +1,35 @@
+// The OpenGL context of one window or off-screen surface, as the engine sees it.
+//
+// OpenGL keeps state from call to call and from frame to frame, and recipes leave some behind on
+// purpose. The engine keeps here what it must know of that state. A context shared by two
+// documents, the loading screen and the demo, has one record; two windows have two.
+#pragma once
+
+#include <cstdint>
+
+struct GlShadow;
+
+inline constexpr uint32_t kTextureUnits = 2;
+
+/// What OpenGL was told of the texture coordinate arrays; all zero in a fresh context.
+struct TexCoordArrays
+{
+    uint32_t unit; // the selected one
+    bool enabled[kTextureUnits];
+    uint32_t vertexCount[kTextureUnits]; // that the coordinates pointed at are for
+};
+
+/// Zeros are a fresh context that draws.
+struct GlContext
+{
+    TexCoordArrays texCoords;
+    /// Null while frames are drawn. Otherwise nothing reaches OpenGL: what a frame would leave
+    /// behind is written down here. Borrowed.
+    GlShadow* shadow;
+};
+
+/// Whether frames are run for what they leave behind, without OpenGL.
+inline bool IsShadowed(const GlContext* gl)
+{
+    return gl->shadow != nullptr;
+}
