@@ -1501,6 +1501,11 @@ static GLboolean Flag(bool set)
 
 GLenum GLEWAPIENTRY glewInit(void)
 {
+    if (gl.offer.initFails)
+    {
+        Record("glewInit fails");
+        return GLEW_ERROR_NO_GL_VERSION;
+    }
     Record("glewInit");
     __GLEW_ARB_vertex_buffer_object = Flag(gl.offer.vertexBufferObject);
     __GLEW_ARB_pixel_buffer_object = Flag(gl.offer.pixelBufferObject);

@@ -116,5 +116,6 @@ struct GlExtensions
     bool textureNonPowerOfTwo;
     bool textureEnvDot3;
     bool version21;
+    bool initFails = false; // "glewInit fails" stands in the record, and nothing is found
 };
 void OfferGlExtensions(const GlExtensions& extensions);
