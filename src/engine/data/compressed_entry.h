@@ -23,8 +23,7 @@ struct InflatedEntry
 /// @param lead    the data begins so that data + lead lies on a 16-byte boundary
 /// @param most    bytes after which the stream is read no further; kLargestInflatedSize for all
 /// @return false, with `entry` untouched: without a fault if the package has no such entry. Faults
-/// are
-///         a stream that does not inflate, and a size that can't be allocated, is above
+///         are a stream that does not inflate, and a size that can't be allocated, is above
 ///         kLargestInflatedSize or above what the package's budget has left.
 /// Takes storedSize bytes out of the package's budget.
 bool InflatePackageEntry(PackageFile* package, const char* name, uint32_t lead, uint32_t most,

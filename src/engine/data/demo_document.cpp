@@ -1,48 +1,62 @@
 #include "engine/data/demo_document.h"
 
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
 #include "engine/data/compressed_entry.h"
 #include "engine/data/document_text.h"
 #include "engine/data/document_values.h"
-#include "engine/data/fault.h"
 
-/// Bytes of text. The tree takes many times that.
-static constexpr uint32_t kLargestDocument = 1u << 28;
-
-bool LoadDocument(FILE* package, const char* name, TiXmlDocument* document)
+bool LoadDocument(PackageFile* package, DemoDocument* document, FaultList* faults)
 {
-    CurrentPlace = {name, kNoSection, 0, 0};
+    faults->place = PlaceAt(document->name, Section::kNone);
 
-    InflatedEntry entry;
-    if (!InflatePackageEntry(package, name, 0, &entry))
+    InflatedEntry entry = {};
+    if (!InflatePackageEntry(package, document->name, 0, kLargestText + 1, &entry, faults))
     {
         return false;
     }
-    if (entry.length > kLargestDocument)
+    if (entry.length > kLargestText)
     {
-        FatalFault("a text of %u bytes is larger than any document", entry.length);
+        AddFault(faults, "a text of more than %u bytes is larger than any document", kLargestText);
     }
-    bool parsed = LoadFromString(document, entry.data, static_cast<long>(entry.length),
-                                 TIXML_ENCODING_UNKNOWN);
+    else
+    {
+        document->document = new (std::nothrow) TiXmlDocument();
+        if (document->document == nullptr)
+        {
+            AddFault(faults, "no memory for the tree of a text");
+        }
+    }
+
+    TiXmlDocument* tree = document->document;
+    if (tree != nullptr &&
+        !LoadFromString(tree, entry.data, static_cast<long>(entry.length), TIXML_ENCODING_UNKNOWN,
+                        faults) &&
+        !HasFailed(faults))
+    {
+        faults->place.line = tree->ErrorRow();
+        faults->place.column = tree->ErrorCol();
+        AddFault(faults, "the text does not parse (line %d, column %d)", tree->ErrorRow(),
+                 tree->ErrorCol());
+    }
+    ReturnToBudget(&package->budget, entry.storedSize);
     FreeInflatedEntry(&entry);
-    if (!parsed)
-    {
-        FatalFault("the text does not parse (line %d, column %d)", document->ErrorRow(),
-                   document->ErrorCol());
-    }
-    return true;
+    return !HasFailed(faults);
 }
 
 /// Section 0: the second top-level node.
 static const TiXmlNode* FirstSection(const TiXmlDocument* document)
 {
-    const TiXmlNode* first = document->FirstChild();
+    const TiXmlNode* first = document == nullptr ? nullptr : document->FirstChild();
     return first == nullptr ? nullptr : first->NextSibling();
 }
 
-uint32_t CountItems(const TiXmlDocument* document)
+uint32_t CountItems(const DemoDocument* document)
 {
     uint32_t total = 0;
-    for (const TiXmlNode* section = FirstSection(document); section != nullptr;
+    for (const TiXmlNode* section = FirstSection(document->document); section != nullptr;
          section = section->NextSibling())
     {
         total += CountChildren(section);
@@ -50,77 +64,188 @@ uint32_t CountItems(const TiXmlDocument* document)
     return total;
 }
 
-static void ReadItem(const SectionReader* reader, ObjectTable* table, const TiXmlNode* item,
-                     uint32_t index, LoadContext* context)
+void BeginReading(const SectionReader* readers, ReadContext* context, DocumentReader* reader)
 {
-    if (reader->readItem == nullptr)
-    {
-        return;
-    }
-    void* record = nullptr;
-    if (table != nullptr)
-    {
-        uint32_t id = AllocateObject(table);
-        if (id == 0)
-        {
-            FatalFault("the section holds more than %u items", kObjectTableCapacity);
-        }
-        record = GetObject(static_cast<int32_t>(id), table);
-    }
-    reader->readItem(RequireElement(item, "the item"), record, index, context);
+    *reader = {};
+    reader->readers = readers;
+    reader->context = context;
+    reader->sectionNode = FirstSection(context->document->document);
 }
 
-static void ReadSection(const SectionReader* reader, const TiXmlNode* section, int32_t number,
-                        LoadContext* context)
+static void SetPlace(const DocumentReader* reader, uint32_t item, const TiXmlNode* node)
 {
-    CurrentPlace = {context->document->name, number, 0, 0};
-    ObjectTable* table = nullptr;
-    if (reader->table != nullptr)
+    Place* place = &reader->context->faults->place;
+    *place = PlaceAt(reader->context->document->name, static_cast<Section>(reader->section), item);
+    if (node != nullptr)
     {
-        table = CreateObjectTable(reader->recordSize);
-        context->document->*(reader->table) = table;
+        place->line = node->Row();
+        place->column = node->Column();
     }
-    if (reader->begin != nullptr)
+}
+
+/// The items that a reader takes of a section.
+static uint32_t CountReadItems(const SectionReader* row, const TiXmlNode* section)
+{
+    const uint32_t count = CountChildren(section);
+    return row->itemLimit != 0 && count > row->itemLimit ? row->itemLimit : count;
+}
+
+/// @return false after a fault
+static bool EnterSection(DocumentReader* reader)
+{
+    ReadContext* context = reader->context;
+    const SectionReader* row = &reader->readers[reader->section];
+    SetPlace(reader, 0, reader->sectionNode);
+    if (reader->sectionNode == nullptr)
     {
-        reader->begin(context);
+        AddFault(context->faults, "the section is missing: a document has %d of them",
+                 kSectionCount);
+        return false;
     }
 
+    if (row->table != nullptr)
+    {
+        ObjectTable* table = CreateObjectTable(row->recordSize);
+        context->document->*(row->table) = table;
+        if (table == nullptr)
+        {
+            AddError(context->faults, "out of memory");
+            return false;
+        }
+    }
+    reader->isInside = true;
+    reader->nextItem = reader->sectionNode->FirstChild();
+    context->sectionItems = CountReadItems(row, reader->sectionNode);
     context->itemCount = 0;
-    for (const TiXmlNode* item = section->FirstChild(); item != nullptr; item = item->NextSibling())
-    {
-        if (reader->itemLimit != 0 && context->itemCount == reader->itemLimit)
-        {
-            break;
-        }
-        CurrentPlace = {context->document->name, number, context->itemCount + 1, 0};
-        ReadItem(reader, table, item, context->itemCount, context);
-        context->itemCount += 1;
-        if (context->itemDone != nullptr)
-        {
-            context->itemDone(context->user);
-        }
-    }
-
-    CurrentPlace = {context->document->name, number, 0, 0};
-    if (reader->end != nullptr)
-    {
-        reader->end(context);
-    }
+    return row->begin == nullptr || row->begin(context);
 }
 
-void ReadSections(const SectionReader* readers, LoadContext* context)
+/// Adds the record of an item, with all its bytes zero: a reader that fails at once leaves one that
+/// can be freed.
+/// @return null after a fault
+static void* AddRecord(ObjectTable* table, FaultList* faults)
 {
-    const TiXmlNode* section = FirstSection(context->document->document);
-    for (int32_t number = 0; number < kSectionCount; ++number)
+    const bool isFull = table->count == kObjectTableCapacity;
+    const uint32_t id = AllocateObject(table);
+    if (id == 0)
     {
-        CurrentPlace = {context->document->name, number, 0, 0};
-        if (section == nullptr)
-        {
-            FatalFault("the section is missing: a document has %d of them", kSectionCount);
-        }
-        ReadSection(&readers[number], section, number, context);
-        section = section->NextSibling();
+        isFull ? AddFault(faults, "the section holds more than %u items", kObjectTableCapacity)
+               : AddFault(faults, "out of memory");
+        return nullptr;
     }
-    context->document->musicNode = section;
-    CurrentPlace = {context->document->name, kNoSection, 0, 0};
+    void* record = GetObject(id, table);
+    memset(record, 0, table->recordSize);
+    return record;
+}
+
+/// @return false after a fault
+static bool ReadItem(DocumentReader* reader, ItemPlace* place)
+{
+    ReadContext* context = reader->context;
+    const SectionReader* row = &reader->readers[reader->section];
+    const TiXmlNode* node = reader->nextItem;
+    SetPlace(reader, context->itemCount + 1, node);
+
+    void* record = nullptr;
+    if (row->readItem != nullptr)
+    {
+        if (row->table != nullptr)
+        {
+            record = AddRecord(context->document->*(row->table), context->faults);
+            if (record == nullptr)
+            {
+                return false;
+            }
+        }
+        const TiXmlElement* item = RequireElement(node, "the item", context->faults);
+        if (item == nullptr || !row->readItem(item, record, context->itemCount, context))
+        {
+            return false;
+        }
+    }
+
+    context->itemCount += 1;
+    reader->nextItem = node->NextSibling();
+    *place = {static_cast<Section>(reader->section), context->itemCount, record};
+    return true;
+}
+
+/// @return false after a fault
+static bool LeaveSection(DocumentReader* reader)
+{
+    const SectionReader* row = &reader->readers[reader->section];
+    SetPlace(reader, 0, reader->sectionNode);
+    if (row->end != nullptr && !row->end(reader->context))
+    {
+        return false;
+    }
+    reader->isInside = false;
+    reader->section += 1;
+    reader->sectionNode = reader->sectionNode->NextSibling();
+    return true;
+}
+
+ReadStep ReadNextItem(DocumentReader* reader, ItemPlace* item)
+{
+    ReadContext* context = reader->context;
+    while (reader->section < kSectionCount)
+    {
+        if (!reader->isInside && !EnterSection(reader))
+        {
+            return ReadStep::kFailed;
+        }
+        if (context->itemCount < context->sectionItems)
+        {
+            return ReadItem(reader, item) ? ReadStep::kItem : ReadStep::kFailed;
+        }
+        if (!LeaveSection(reader))
+        {
+            return ReadStep::kFailed;
+        }
+    }
+    context->document->musicNode = reader->sectionNode;
+    context->faults->place = PlaceAt(context->document->name, Section::kNone);
+    return ReadStep::kDone;
+}
+
+bool ReadSections(const SectionReader* readers, ReadContext* context)
+{
+    DocumentReader reader;
+    BeginReading(readers, context, &reader);
+    ReadStep step = ReadStep::kItem;
+    while (step == ReadStep::kItem)
+    {
+        ItemPlace item;
+        step = ReadNextItem(&reader, &item);
+    }
+    return step == ReadStep::kDone;
+}
+
+static void FreeTable(const SectionReader* row, ObjectTable* table)
+{
+    if (table != nullptr && row->freeRecord != nullptr)
+    {
+        for (int32_t position = 1; position <= static_cast<int32_t>(table->count); ++position)
+        {
+            row->freeRecord(GetObjectAtPosition(position, table));
+        }
+    }
+    FreeObjectTable(table);
+}
+
+void FreeDocument(const SectionReader* readers, DemoDocument* document)
+{
+    for (int32_t section = 0; section < kSectionCount; ++section)
+    {
+        const SectionReader* row = &readers[section];
+        if (row->table != nullptr)
+        {
+            FreeTable(row, document->*(row->table));
+        }
+    }
+    free(document->timeline);
+    delete document->document;
+    const char* name = document->name;
+    *document = {};
+    document->name = name;
 }

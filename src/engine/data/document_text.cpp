@@ -4,19 +4,14 @@
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
-#include <string>
+#include <new>
 
-#include "engine/data/fault.h"
+#include "engine/data/allocate.h"
+#include "engine/data/parse_blocks.h"
 
-/// Opens the one field of a document that a load has to reset and that the library keeps protected.
-struct LocationAccess : TiXmlDocument
-{
-    static void Reset(TiXmlDocument* document)
-    {
-        TiXmlCursor TiXmlBase::*location = &LocationAccess::location;
-        (document->*location).Clear();
-    }
-};
+/// Zero bytes after the text. The parser skips the whole of a UTF-8 sequence by its first byte, and
+/// the text may end inside one.
+static constexpr size_t kTextPadding = 8;
 
 /// Where a walk through the text of a document stands.
 struct NestingWalk
@@ -24,9 +19,10 @@ struct NestingWalk
     const char* at;
     uint32_t depth;      // open elements
     uint32_t attributes; // of the tag that is being read
+    uint32_t nodes;      // so far, attributes included; at least as many as the parser makes
 };
 
-/// @return behind the next `end`, or the end of the text
+/// @return the place after the next `end`, or the end of the text
 static const char* SkipPast(const char* at, const char* end)
 {
     // Not strstr: under the address sanitizer it measures all the rest of the text each time.
@@ -41,7 +37,7 @@ static const char* SkipPast(const char* at, const char* end)
     return at + strlen(at);
 }
 
-/// Reads a start tag from behind its name on.
+/// Reads a start tag from the end of its name on.
 static void WalkTag(NestingWalk* walk)
 {
     walk->attributes = 0;
@@ -56,6 +52,7 @@ static void WalkTag(NestingWalk* walk)
         else if (c == '=')
         {
             walk->attributes += 1;
+            walk->nodes += 1;
         }
         else if (c == '/' && *walk->at == '>')
         {
@@ -70,21 +67,39 @@ static void WalkTag(NestingWalk* walk)
     }
 }
 
-/// Whether the parser can take the text. It goes one call deeper with each open element, and
-/// compares each attribute of an element with all those before, so a small text could use up the
-/// stack or hang for hours. What no document needs is refused before it.
+/// Moves to the next tag. Text before it is a node, unless it is blank.
+/// @return false at the end of the text
+static bool WalkToTag(NestingWalk* walk)
+{
+    while (isspace(static_cast<unsigned char>(*walk->at)) != 0)
+    {
+        walk->at += 1;
+    }
+    walk->nodes += *walk->at != '<' ? 1 : 0;
+    walk->at = strchr(walk->at, '<');
+    if (walk->at == nullptr)
+    {
+        return false;
+    }
+    walk->at += 1;
+    walk->nodes += 1;
+    return true;
+}
+
+/// Whether the parser can take the text. It goes one call deeper with each open element, compares
+/// each attribute of an element with all those before, and takes some 250 bytes for a node, so a
+/// small text could use up the stack or the memory, or hang for hours.
 static bool IsParsable(const char* text)
 {
-    NestingWalk walk = {text, 0, 0};
-    while (walk.depth <= kDeepestNesting && walk.attributes <= kMostAttributes)
+    NestingWalk walk = {text, 0, 0, 0};
+    while (walk.depth <= kDeepestNesting && walk.attributes <= kMostAttributes &&
+           walk.nodes <= kMostNodes)
     {
-        walk.at = strchr(walk.at, '<');
-        if (walk.at == nullptr)
+        if (!WalkToTag(&walk))
         {
             return true;
         }
-        walk.at += 1;
-        unsigned char c = static_cast<unsigned char>(*walk.at);
+        const unsigned char c = static_cast<unsigned char>(*walk.at);
         if (strncmp(walk.at, "!--", 3) == 0)
         {
             walk.at = SkipPast(walk.at + 3, "-->");
@@ -110,65 +125,97 @@ static bool IsParsable(const char* text)
     return false;
 }
 
+/// @return the text as the parser takes it, for free: with LF as its only line end, a zero at its
+/// end
+///         and kTextPadding zeros after that; null after a fault
+static char* NormalizeText(const unsigned char* data, size_t length, FaultList* faults)
+{
+    char* text = AllocateBlock<char>(length + 1 + kTextPadding, "a text", faults);
+    if (text == nullptr)
+    {
+        return nullptr;
+    }
+
+    char* out = text;
+    for (size_t i = 0; i < length && data[i] != 0; ++i)
+    {
+        const bool isReturn = data[i] == '\r';
+        *out++ = isReturn ? '\n' : static_cast<char>(data[i]);
+        if (isReturn && i + 1 < length && data[i + 1] == '\n')
+        {
+            ++i;
+        }
+    }
+    assert(out <= text + length);
+    memset(out, 0, 1 + kTextPadding);
+    return text;
+}
+
+/// Makes a document of the text, or gives it an error.
+static void ParseText(TiXmlDocument* document, const char* text, TiXmlEncoding encoding)
+{
+    if (IsParsable(text))
+    {
+        document->Parse(text, nullptr, encoding);
+        return;
+    }
+    document->SetError(TiXmlBase::TIXML_ERROR_PARSING_ELEMENT, nullptr, nullptr,
+                       TIXML_ENCODING_UNKNOWN);
+}
+
+/// The error of a document that is left as it is.
+/// @return false after a fault
+static bool SetPlainError(TiXmlDocument* document, int error, FaultList* faults)
+{
+    try
+    {
+        document->SetError(error, nullptr, nullptr, TIXML_ENCODING_UNKNOWN);
+    }
+    catch (const std::bad_alloc&)
+    {
+        AddFault(faults, "no memory for the tree of a text");
+        return false;
+    }
+    return true;
+}
+
 bool LoadFromString(TiXmlDocument* document, const unsigned char* data, long length,
-                    TiXmlEncoding encoding)
+                    TiXmlEncoding encoding, FaultList* faults)
 {
     if (data == nullptr)
     {
-        document->SetError(TiXmlBase::TIXML_ERROR_OPENING_FILE, nullptr, nullptr,
-                           TIXML_ENCODING_UNKNOWN);
+        SetPlainError(document, TiXmlBase::TIXML_ERROR_OPENING_FILE, faults);
         return false;
     }
 
-    document->Clear();
-    LocationAccess::Reset(document);
-
+    // A new document and not a cleared one: no block of before is left in it, so after all noted
+    // blocks are gone it can be made anew once more.
+    document->~TiXmlDocument();
+    new (document) TiXmlDocument();
     if (length <= 0)
     {
-        document->SetError(TiXmlBase::TIXML_ERROR_DOCUMENT_EMPTY, nullptr, nullptr,
-                           TIXML_ENCODING_UNKNOWN);
+        SetPlainError(document, TiXmlBase::TIXML_ERROR_DOCUMENT_EMPTY, faults);
+        return false;
+    }
+    char* text = NormalizeText(data, static_cast<size_t>(length), faults);
+    if (text == nullptr)
+    {
         return false;
     }
 
-    char* buf = static_cast<char*>(malloc(static_cast<size_t>(length) + 1));
-    if (buf == nullptr)
+    BlockNotes notes;
+    BeginNotes(&notes);
+    try
     {
-        FatalFault("a text of %ld bytes can't be allocated", length);
+        ParseText(document, text, encoding);
+        EndNotes(&notes);
     }
-    memcpy(buf, data, static_cast<size_t>(length));
-    buf[length] = 0;
-
-    std::string text;
-    text.reserve(static_cast<size_t>(length));
-    const char* p = buf;
-    while (*p != 0)
+    catch (const std::bad_alloc&)
     {
-        assert(p < (buf + length));
-        if (*p == '\r')
-        {
-            text += '\n';
-            ++p;
-            assert(p <= (buf + length));
-            if (*p == '\n')
-            {
-                ++p;
-            }
-        }
-        else
-        {
-            text += *p++;
-        }
+        FreeNotedBlocks(&notes);
+        new (document) TiXmlDocument();
+        AddFault(faults, "no memory for the tree of a text");
     }
-    assert(p <= (buf + length));
-    free(buf);
-
-    if (!IsParsable(text.c_str()))
-    {
-        document->ClearError();
-        document->SetError(TiXmlBase::TIXML_ERROR_PARSING_ELEMENT, nullptr, nullptr,
-                           TIXML_ENCODING_UNKNOWN);
-        return false;
-    }
-    document->Parse(text.c_str(), nullptr, encoding);
-    return !document->Error();
+    free(text);
+    return !HasFailed(faults) && !document->Error();
 }

@@ -16,8 +16,7 @@
 /// Text that nests deeper than kDeepestNesting, gives an element more than kMostAttributes or makes
 /// more than kMostNodes sets TIXML_ERROR_PARSING_ELEMENT: the parser would use up the stack, years
 /// or all memory.
-/// @return true if the document parsed without an error; false after a fault, and after one of
-/// TinyXML,
-///         which the document tells
+/// @return true if the document parsed without an error; false after a fault, and after an
+///         error of TinyXML, which the document tells
 bool LoadFromString(TiXmlDocument* document, const unsigned char* data, long length,
                     TiXmlEncoding encoding, FaultList* faults);

@@ -1,123 +1,167 @@
 #include "engine/data/fault.h"
 
+#include <cassert>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <iterator>
+#include <tinyxml.h>
 
-FaultPlace CurrentPlace = {nullptr, kNoSection, 0, 0};
+#include "engine/data/plain_text.h"
 
-static const char* programName = "quorvale";
-static void (*restoreDisplay)() = nullptr;
+static constexpr uint32_t kFirstCapacity = 8; // faults after the first
 
-struct SectionWords
+void StartFaults(FaultList* faults)
 {
-    const char* section; // what the section holds
-    const char* item;    // what an item is called
-    const char* part;    // what a part of an item is called
+    *faults = {};
+    faults->place = PlaceAt(nullptr, Section::kNone);
+}
+
+void FreeFaults(FaultList* faults)
+{
+    free(faults->more);
+    StartFaults(faults);
+}
+
+/// @return where the next fault goes; null without memory
+static Fault* AppendFault(FaultList* faults)
+{
+    if (faults->count == 0)
+    {
+        faults->count = 1;
+        return &faults->first;
+    }
+    if (faults->count - 1 == faults->capacity)
+    {
+        const uint32_t capacity = faults->capacity == 0 ? kFirstCapacity : 2 * faults->capacity;
+        void* more = realloc(faults->more, sizeof(Fault) * capacity);
+        if (more == nullptr)
+        {
+            return nullptr;
+        }
+        faults->more = static_cast<Fault*>(more);
+        faults->capacity = capacity;
+    }
+    faults->count += 1;
+    return &faults->more[faults->count - 2];
+}
+
+/// @param node   null for the list's place as it is
+static Place PlaceOfNode(const FaultList* faults, const TiXmlNode* node)
+{
+    Place place = faults->place;
+    if (node != nullptr)
+    {
+        place.line = node->Row();
+        place.column = node->Column();
+    }
+    return place;
+}
+
+/// All of a fault but its words.
+struct FaultHead
+{
+    Severity severity;
+    FaultKind kind;
+    Place place;
 };
 
-static constexpr SectionWords kSectionWords[] = {
-    {"section 0 (layers)", "item", "parameter"},
-    {"section 1 (procedural textures)", "item", "step"},
-    {"section 2 (models)", "item", "part"},
-    {"section 3 (envelopes)", "item", "piece"},
-    {"section 4 (lights)", "item", "value"},
-    {"section 5 (2D effects)", "item", "parameter"},
-    {"section 6 (bitmaps)", "item", "part"},
-    {"section 7 (materials)", "item", "child"},
-    {"section 8 (generated meshes)", "item", "parameter"},
-    {"section 9 (scenes)", "item", "object"},
-    {"section 10 (timeline)", "row", "clip"},
-    {"music node", "item", "part"},
-};
-
-static void PrintPlace()
+[[gnu::format(printf, 3, 0)]] static void Append(FaultList* faults, const FaultHead& head,
+                                                 const char* format, va_list arguments)
 {
-    const FaultPlace& place = CurrentPlace;
+    faults->errorCount += head.severity == Severity::kError ? 1 : 0;
+    Fault* fault = AppendFault(faults);
+    if (fault == nullptr)
+    {
+        return;
+    }
+    fault->severity = head.severity;
+    fault->kind = head.kind;
+    fault->place = head.place;
+    vsnprintf(fault->text, sizeof(fault->text), format, arguments);
+}
+
+void AddFault(FaultList* faults, const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    Append(faults, {Severity::kError, FaultKind::kDocument, faults->place}, format, arguments);
+    va_end(arguments);
+}
+
+void AddFaultAt(FaultList* faults, const TiXmlNode* node, const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    Append(faults, {Severity::kError, FaultKind::kDocument, PlaceOfNode(faults, node)}, format,
+           arguments);
+    va_end(arguments);
+}
+
+void AddError(FaultList* faults, const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    Append(faults, {Severity::kError, FaultKind::kProgram, PlaceAt(nullptr, Section::kNone)},
+           format, arguments);
+    va_end(arguments);
+}
+
+void AddRemark(FaultList* faults, Severity severity, const TiXmlNode* node, const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    Append(faults, {severity, FaultKind::kDocument, PlaceOfNode(faults, node)}, format, arguments);
+    va_end(arguments);
+}
+
+const Fault* GetFault(const FaultList* faults, uint32_t i)
+{
+    assert(i < faults->count);
+    return i == 0 ? &faults->first : &faults->more[i - 1];
+}
+
+/// Writes the place, ": " included; nothing outside documents.
+static void FormatPlace(const Place& place, char* text, size_t size)
+{
+    text[0] = 0;
     if (place.document == nullptr)
     {
         return;
     }
 
-    fprintf(stderr, "%s", place.document);
-    if (place.section >= 0 && place.section < static_cast<int32_t>(std::size(kSectionWords)))
+    char item[64] = "";
+    char part[64] = "";
+    const SectionWords* words = GetSectionWords(place.section);
+    if (words != nullptr && place.item != 0)
     {
-        const SectionWords& words = kSectionWords[place.section];
-        fprintf(stderr, ", %s", words.section);
-        if (place.item != 0)
-        {
-            fprintf(stderr, ", %s %u", words.item, place.item);
-        }
-        if (place.part != 0)
-        {
-            fprintf(stderr, ", %s %u", words.part, place.part);
-        }
+        snprintf(item, sizeof(item), ", %s %u", words->item, place.item);
     }
-    fprintf(stderr, ": ");
+    if (words != nullptr && place.part != 0)
+    {
+        snprintf(part, sizeof(part), ", %s %u", words->part, place.part);
+    }
+    snprintf(text, size, "%s%s%s%s%s: ", place.document, words == nullptr ? "" : ", ",
+             words == nullptr ? "" : words->section, item, part);
 }
 
-/// Prints text that may come from a document: one line, and nothing that a terminal would obey.
-static void PrintPlainly(const char* text)
+size_t FormatFault(const Fault* fault, const char* program, char* line, size_t size)
 {
-    for (; *text != 0; ++text)
+    char place[kFaultTextSize] = "";
+    if (fault->kind == FaultKind::kDocument)
     {
-        unsigned char byte = static_cast<unsigned char>(*text);
-        if (byte < 0x20 || byte == 0x7F)
-        {
-            fprintf(stderr, "\\x%02X", static_cast<unsigned>(byte));
-        }
-        else
-        {
-            fputc(byte, stderr);
-        }
+        FormatPlace(fault->place, place, sizeof(place));
     }
+    char plainPlace[PlainTextSize(kFaultTextSize)];
+    char plainText[PlainTextSize(kFaultTextSize)];
+    FormatPlainText(place, plainPlace, sizeof(plainPlace));
+    FormatPlainText(fault->text, plainText, sizeof(plainText));
+    return static_cast<size_t>(snprintf(line, size, "%s: %s%s", program, plainPlace, plainText));
 }
 
-[[noreturn, gnu::format(printf, 1, 0)]] static void End(const char* format, va_list arguments)
+void PrintFault(const Fault* fault, const char* program)
 {
-    char text[1024];
-    vsnprintf(text, sizeof(text), format, arguments);
-    PrintPlainly(text);
-    fprintf(stderr, "\n");
-
-    // Taken out first: a fault while the display is given back must not come round again.
-    void (*restore)() = restoreDisplay;
-    restoreDisplay = nullptr;
-    if (restore != nullptr)
-    {
-        restore();
-    }
-    exit(1);
-}
-
-void FatalFault(const char* format, ...)
-{
+    char line[kFaultLineSize];
+    FormatFault(fault, program, line, sizeof(line));
     fflush(stdout);
-    fprintf(stderr, "%s: ", programName);
-    PrintPlace();
-
-    va_list arguments;
-    va_start(arguments, format);
-    End(format, arguments);
-}
-
-void FatalError(const char* format, ...)
-{
-    fflush(stdout);
-    fprintf(stderr, "%s: ", programName);
-
-    va_list arguments;
-    va_start(arguments, format);
-    End(format, arguments);
-}
-
-void SetDisplayRestorer(void (*restore)())
-{
-    restoreDisplay = restore;
-}
-
-void SetProgramName(const char* name)
-{
-    programName = name;
+    fprintf(stderr, "%s\n", line);
 }

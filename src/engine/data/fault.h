@@ -44,8 +44,8 @@ inline Place PlaceAt(const char* document, Section section, uint32_t item = 0, u
 }
 
 inline constexpr size_t kFaultTextSize = 1024; // bytes, with the zero at the end
-/// Bytes that hold each fault's line: every byte of its text can become four.
-inline constexpr size_t kFaultLineSize = 5 * kFaultTextSize;
+/// Bytes that hold the line of a fault: every byte of its place and text can become four.
+inline constexpr size_t kFaultLineSize = 9 * kFaultTextSize;
 
 struct Fault
 {
@@ -104,8 +104,8 @@ const Fault* GetFault(const FaultList* faults, uint32_t i);
 ///   quorvale: demo.xmlz, section 3 (envelopes), item 2, piece 1: attribute "length" is missing
 /// Control characters and bytes that are no UTF-8 become \xNN.
 /// @param program   the name that the line begins with
-/// @param line      receives size bytes at most, the zero at the end included; kFaultLineSize will
-/// do
+/// @param line      receives size bytes at most, the zero at the end included; a fault needs no
+///                  more than kFaultLineSize
 /// @return the length of the whole line, also where it was cut off
 size_t FormatFault(const Fault* fault, const char* program, char* line, size_t size);
 

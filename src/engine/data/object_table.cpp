@@ -3,14 +3,12 @@
 #include <cassert>
 #include <cstdlib>
 
-#include "engine/data/fault.h"
-
 ObjectTable* CreateObjectTable(uint32_t recordSize)
 {
     ObjectTable* table = static_cast<ObjectTable*>(calloc(1, sizeof(ObjectTable)));
     if (table == nullptr)
     {
-        FatalError("out of memory");
+        return nullptr;
     }
     table->recordSize = recordSize;
     table->lowestFree = 1;
@@ -19,6 +17,10 @@ ObjectTable* CreateObjectTable(uint32_t recordSize)
 
 void FreeObjectTable(ObjectTable* table)
 {
+    if (table == nullptr)
+    {
+        return;
+    }
     for (uint32_t position = table->count; position > 0; --position)
     {
         free(table->records[table->order[position - 1] - 1]);
@@ -46,12 +48,12 @@ uint32_t AllocateObject(ObjectTable* table)
         return 0;
     }
 
-    uint32_t id = table->lowestFree;
+    const uint32_t id = table->lowestFree;
     assert(table->idUsed[id - 1] == 0);
     table->records[id - 1] = malloc(table->recordSize);
     if (table->records[id - 1] == nullptr)
     {
-        FatalFault("out of memory");
+        return 0;
     }
     table->refCount[id - 1] = 0;
     table->idUsed[id - 1] = id;
@@ -69,7 +71,7 @@ uint32_t ObjectPosition(uint32_t id, const ObjectTable* table)
     return table->position[id - 1];
 }
 
-void* GetObjectAtPosition(int32_t position, const ObjectTable* table)
+void* GetObjectAtPosition(int32_t position, ObjectTable* table)
 {
     if (position < 1 || position > static_cast<int32_t>(kObjectTableCapacity) ||
         static_cast<uint32_t>(position) > table->count)

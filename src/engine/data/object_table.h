@@ -35,8 +35,7 @@ void FreeObjectTable(ObjectTable* table);
 
 /// Adds an uninitialised record at the end of the order.
 /// @return its id, the lowest free one; 0 if the table is full (count is kObjectTableCapacity) or
-/// there
-///         is no memory, and then nothing has changed
+///         there is no memory, and then nothing has changed
 uint32_t AllocateObject(ObjectTable* table);
 
 /// The first free id above one that is in use, kObjectTableCapacity + 1 if the table is full. What

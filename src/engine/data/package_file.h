@@ -40,7 +40,8 @@ struct PackageName
 /// A package that is open for reading, from a file or from memory.
 struct PackageFile
 {
-    int file;                   // owned descriptor; -1 for memory, and for what reads as empty
+    bool isFile;                // and not memory, nor a folder
+    int file;                   // owned descriptor
     const unsigned char* bytes; // borrowed; null for a file
     size_t size;                // of bytes
 
@@ -93,7 +94,6 @@ void PrintLookupLines(PackageFile* package);
 
 /// Opens the first file of the working directory, in the directory's own order, whose name ends in
 /// the three letters "dpk", and prints "Found %s.".
-/// @return false after "Sux... no dpk file." when no name fits; false after a line on standard
-/// error
-///         when the one that fits can't be opened; false after a fault when it can't be read
+/// @return false without a fault, after "Sux... no dpk file.", when no name fits; false after a
+///         fault when the one that fits can't be opened
 bool FindPackage(PackageFile* package, FaultList* faults);

@@ -1,15 +1,17 @@
 #include "engine/data/package_tools.h"
 
+#include <algorithm>
 #include <cassert>
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include "engine/data/allocate.h"
 #include "engine/data/byte_order.h"
-#include "engine/data/fault.h"
-#include "engine/data/package_file.h"
 
 static constexpr mode_t kCreatedMode = 0600;
 
@@ -20,24 +22,22 @@ struct EntryBytes
     int32_t size;        // bytes
 };
 
-static void* AllocateZeroed(size_t count, size_t size)
-{
-    void* block = calloc(count, size);
-    if (block == nullptr)
-    {
-        FatalError("out of memory");
-    }
-    return block;
-}
-
 PendingEntry* NewPendingList()
 {
-    return static_cast<PendingEntry*>(AllocateZeroed(1, sizeof(PendingEntry)));
+    return AllocateZeroed<PendingEntry>(1, "a list of entries", nullptr);
 }
 
 PendingEntry* AppendPendingEntry(PendingEntry* head, char* name, char* sourceDir)
 {
     assert(name != nullptr);
+    PendingEntry* next = NewPendingList();
+    if (next == nullptr)
+    {
+        free(name);
+        free(sourceDir);
+        return nullptr;
+    }
+
     PendingEntry* sentinel = head;
     while (sentinel->name != nullptr)
     {
@@ -46,8 +46,8 @@ PendingEntry* AppendPendingEntry(PendingEntry* head, char* name, char* sourceDir
 
     sentinel->name = name;
     sentinel->sourceDir = sourceDir;
-    sentinel->next = NewPendingList();
-    return sentinel->next;
+    sentinel->next = next;
+    return next;
 }
 
 void FreePendingList(PendingEntry* head)
@@ -77,7 +77,7 @@ void ClearPendingList(PendingEntry* head)
 
 PendingEntry* RemovePendingEntry(PendingEntry* head, uint32_t index)
 {
-    PendingEntry** link = &head; // what points to the node at hand
+    PendingEntry** link = &head; // to the node at hand
     for (uint32_t i = 0; i < index && (*link)->name != nullptr; ++i)
     {
         link = &(*link)->next;
@@ -97,265 +97,359 @@ PendingEntry* RemovePendingEntry(PendingEntry* head, uint32_t index)
     return head;
 }
 
-PendingEntry* ReadPackageDirectory(FILE* stream)
+PendingEntry* ReadPackageDirectory(const PackageFile* package, FaultList* faults)
 {
     PendingEntry* list = NewPendingList();
     PendingEntry* sentinel = list;
-    long position = kPackageHeaderSize;
-
-    while (true)
+    const bool endsInName = package->entryCount != 0 && package->lastSize < kPackageNameSize;
+    const uint32_t count = package->entryCount - (endsInName ? 1 : 0);
+    for (uint32_t i = 0; i < count && sentinel != nullptr; ++i)
     {
-        char* name = static_cast<char*>(AllocateZeroed(kPackageNameSize + 1, 1));
-        fseek(stream, position, SEEK_SET);
-        if (fread(name, 1, kPackageNameSize, stream) != kPackageNameSize || name[0] == 0)
+        char* name = AllocateZeroed<char>(kPackageNameSize + 1, "a name", nullptr);
+        if (name == nullptr)
         {
-            free(name);
-            return list;
+            sentinel = nullptr;
+            break;
         }
+        memcpy(name, package->directory + size_t{i} * kPackageEntrySize, kPackageNameSize);
         sentinel = AppendPendingEntry(sentinel, name, nullptr);
-        position += kPackageEntrySize;
     }
+    if (sentinel == nullptr)
+    {
+        AddError(faults, "no memory for the %u names of a package", count);
+        FreePendingList(list);
+        return nullptr;
+    }
+    return list;
 }
 
-/// Reads a file whole. Its size is where its end is; what the file then fails to give is cut off.
-static EntryBytes ReadDiskFile(const PendingEntry* entry)
+/// @return the two put together, for free; null after a fault
+static char* JoinPath(const char* prefix, const char* name, FaultList* faults)
 {
-    std::string path = std::string(entry->sourceDir) + entry->name;
-    FILE* file = fopen(path.c_str(), "rb");
-    if (file == nullptr)
+    const size_t prefixLength = strlen(prefix);
+    const size_t nameLength = strlen(name);
+    char* path = AllocateBlock<char>(prefixLength + nameLength + 1, "a path", faults);
+    if (path != nullptr)
+    {
+        memcpy(path, prefix, prefixLength);
+        memcpy(path + prefixLength, name, nameLength + 1);
+    }
+    return path;
+}
+
+/// Reads a regular file whole. Its size is where its end is; what the file then fails to give is
+/// cut off.
+static EntryBytes ReadOpenFile(int file, const char* path, FaultList* faults)
+{
+    struct stat status = {};
+    if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size > INT32_MAX)
+    {
+        AddError(faults, "%s: it is no regular file of less than 2 GiB", path);
+        return {};
+    }
+    const size_t size = static_cast<size_t>(status.st_size);
+    EntryBytes bytes = {AllocateBlock<unsigned char>(size, path, faults), 0};
+    if (bytes.data == nullptr)
     {
         return {};
     }
 
-    // A directory opens, and then tells a size beyond all bounds.
-    fseek(file, 0, SEEK_END);
-    long end = ftell(file);
-    if (end < 0 || end > INT32_MAX)
+    size_t got = 0;
+    while (got < size)
     {
-        fclose(file);
+        const ssize_t step = read(file, bytes.data + got, size - got);
+        if (step < 0 && errno == EINTR)
+        {
+            continue;
+        }
+        if (step <= 0)
+        {
+            AddError(faults, "%s: %s", path,
+                     step < 0 ? strerror(errno) : "it became shorter while it was read");
+            break;
+        }
+        got += static_cast<size_t>(step);
+    }
+    bytes.size = static_cast<int32_t>(got);
+    return bytes;
+}
+
+static EntryBytes ReadDiskFile(const PendingEntry* entry, FaultList* faults)
+{
+    char* path = JoinPath(entry->sourceDir, entry->name, faults);
+    if (path == nullptr)
+    {
         return {};
     }
-
     EntryBytes bytes = {};
-    size_t size = static_cast<size_t>(end);
-    bytes.data = static_cast<unsigned char*>(AllocateZeroed(size + 1, 1));
-    fseek(file, 0, SEEK_SET);
-    bytes.size = static_cast<int32_t>(fread(bytes.data, 1, size, file));
-    fclose(file);
+    const int file = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (file < 0)
+    {
+        AddError(faults, "%s: %s", path, strerror(errno));
+    }
+    else
+    {
+        bytes = ReadOpenFile(file, path, faults);
+        close(file);
+    }
+    free(path);
     return bytes;
 }
 
-static EntryBytes ReadKeptEntry(const PendingEntry* entry, FILE* stream)
+static EntryBytes ReadKeptEntry(const PendingEntry* entry, PackageFile* source, FaultList* faults)
 {
     EntryBytes bytes = {};
-    if (stream != nullptr)
+    const uint32_t errorsBefore = faults->errorCount;
+    if (source != nullptr)
     {
-        bytes.data = ReadPackageEntry(stream, entry->name, &bytes.size);
+        bytes.data = ReadPackageEntry(source, entry->name, &bytes.size, faults);
+        PrintLookupLines(source);
+    }
+    if (bytes.data == nullptr && faults->errorCount == errorsBefore)
+    {
+        AddError(faults, "the package has no entry \"%s\"", entry->name);
     }
     return bytes;
 }
 
-static EntryBytes ReadEntryBytes(const PendingEntry* entry, FILE* stream)
+static EntryBytes ReadEntryBytes(const PendingEntry* entry, PackageFile* source, FaultList* faults)
 {
-    return entry->sourceDir != nullptr ? ReadDiskFile(entry) : ReadKeptEntry(entry, stream);
+    return entry->sourceDir != nullptr ? ReadDiskFile(entry, faults)
+                                       : ReadKeptEntry(entry, source, faults);
 }
 
-static uint32_t CountEntries(const PendingEntry* list)
+/// The entries of a list, and those among them that come out of a package.
+struct EntryCounts
 {
-    uint32_t count = 0;
-    for (const PendingEntry* entry = list; entry->name != nullptr; entry = entry->next)
-    {
-        count += 1;
-    }
-    return count;
-}
-
-/// A package while it is written. Offsets are unsigned 32-bit, as the format has them.
-struct PackageWriter
-{
-    FILE* stream;           // owned; null if the output can't be created
-    uint32_t nameOffset;    // of the directory entry that comes next
-    uint32_t firstDataByte; // 40 * N + 35
-    uint32_t before;        // bytes of data written so far
+    uint32_t all;
+    uint32_t kept;
 };
 
-static void WriteBigEndian32(FILE* stream, uint32_t offset, uint32_t value)
+static EntryCounts CountEntries(const PendingEntry* list)
+{
+    EntryCounts counts = {0, 0};
+    for (const PendingEntry* entry = list; entry->name != nullptr; entry = entry->next)
+    {
+        counts.all += 1;
+        counts.kept += entry->sourceDir == nullptr ? 1 : 0;
+    }
+    return counts;
+}
+
+/// A package while it is put together. Offsets are unsigned 32-bit, as the format has them.
+struct PackageWriter
+{
+    PackageBytes* package;  // borrowed
+    FaultList* faults;      // borrowed
+    uint32_t nameOffset;    // of the directory entry that comes next
+    uint32_t firstDataByte; // 40 * N + 35
+    uint64_t before;        // bytes of data so far
+};
+
+/// Writes bytes at an offset. Zeros fill what lies between the end so far and the offset.
+static void PutBytes(PackageWriter* writer, uint64_t offset, const void* bytes, size_t size)
+{
+    PackageBytes* package = writer->package;
+    const size_t end = static_cast<size_t>(offset) + size;
+    if (end > package->capacity)
+    {
+        const size_t capacity = std::max(end, package->capacity + package->capacity / 2);
+        void* grown = realloc(package->bytes, capacity);
+        if (grown == nullptr)
+        {
+            AddError(writer->faults, "no memory for a package (%zu bytes)", capacity);
+            return;
+        }
+        package->bytes = static_cast<unsigned char*>(grown);
+        package->capacity = capacity;
+    }
+    if (end > package->size)
+    {
+        memset(package->bytes + package->size, 0, end - package->size);
+        package->size = end;
+    }
+    if (size != 0)
+    {
+        memcpy(package->bytes + offset, bytes, size);
+    }
+}
+
+static void PutBigEndian32(PackageWriter* writer, uint32_t offset, uint32_t value)
 {
     unsigned char bytes[4];
     StoreBigEndian32(value, bytes);
-    fseek(stream, static_cast<long>(offset), SEEK_SET);
-    fwrite(bytes, 1, sizeof(bytes), stream);
+    PutBytes(writer, offset, bytes, sizeof(bytes));
 }
 
-/// Creates the file and writes the header and a directory of zeros, terminator included: no name
-/// needs padding later.
-static PackageWriter BeginPackage(const char* outputPath, uint32_t entryCount)
+/// Puts down the header and a directory of zeros, terminator included: no name needs padding later.
+static PackageWriter BeginPackage(PackageBytes* package, uint32_t entryCount, FaultList* faults)
 {
-    PackageWriter writer = {};
-    writer.nameOffset = kPackageHeaderSize;
+    *package = {};
+    PackageWriter writer = {package, faults, kPackageHeaderSize, 0, 0};
     writer.firstDataByte = kPackageEntrySize * entryCount + kPackageHeaderSize + kPackageNameSize;
-
-    int created = creat(outputPath, kCreatedMode);
-    if (created < 0)
-    {
-        return writer;
-    }
-    close(created);
-    int reopened = open(outputPath, O_WRONLY | O_CLOEXEC);
-    if (reopened < 0)
-    {
-        return writer;
-    }
-    writer.stream = fdopen(reopened, "wb");
-    if (writer.stream == nullptr)
-    {
-        close(reopened);
-        return writer;
-    }
-
-    static constexpr unsigned char kZeros[kPackageEntrySize] = {};
-    fwrite(kPackageHeader, 1, kPackageHeaderSize, writer.stream);
-    for (uint32_t i = 0; i < entryCount; ++i)
-    {
-        fwrite(kZeros, 1, kPackageEntrySize, writer.stream);
-    }
-    fwrite(kZeros, 1, kPackageNameSize, writer.stream);
+    PutBytes(&writer, 0, kPackageHeader, kPackageHeaderSize);
+    PutBytes(&writer, writer.firstDataByte, nullptr, 0);
     return writer;
 }
 
 /// Name, start, data, end, in this order: a name that is too long goes under start and end.
-static void WriteEntry(PackageWriter* writer, const char* name, const EntryBytes* bytes)
+static void PutEntry(PackageWriter* writer, const char* name, const EntryBytes* bytes)
 {
-    if (writer->stream == nullptr)
+    const uint32_t size = static_cast<uint32_t>(bytes->size);
+    const uint64_t start = writer->firstDataByte + writer->before;
+    if (start + size > UINT32_MAX)
     {
+        AddError(writer->faults, "\"%s\" would lie past 4 GiB in its package", name);
         return;
     }
 
-    uint32_t size = static_cast<uint32_t>(bytes->size);
-    uint32_t start = writer->firstDataByte + writer->before;
-
-    fseek(writer->stream, static_cast<long>(writer->nameOffset), SEEK_SET);
-    fwrite(name, 1, strlen(name), writer->stream);
-    WriteBigEndian32(writer->stream, writer->nameOffset + kPackageNameSize, start);
+    PutBytes(writer, writer->nameOffset, name, strlen(name));
+    PutBigEndian32(writer, writer->nameOffset + kPackageNameSize, static_cast<uint32_t>(start));
     if (size > 0)
     {
-        fseek(writer->stream, static_cast<long>(start), SEEK_SET);
-        fwrite(bytes->data, 1, size, writer->stream);
+        PutBytes(writer, start, bytes->data, size);
     }
-    WriteBigEndian32(writer->stream, writer->nameOffset + kPackageNameSize + 4, start + size - 1);
+    PutBigEndian32(writer, writer->nameOffset + kPackageNameSize + 4,
+                   static_cast<uint32_t>(start + size - 1));
 
     writer->nameOffset += kPackageEntrySize;
     writer->before += size;
 }
 
-static void EndPackage(PackageWriter* writer)
+bool BuildPackage(const PendingEntry* list, PackageFile* source, PackageBytes* package,
+                  FaultList* faults)
 {
-    if (writer->stream != nullptr)
-    {
-        fclose(writer->stream);
-        writer->stream = nullptr;
-    }
-}
-
-void RewritePackage(const PendingEntry* list, const char* outputPath, FILE* stream)
-{
-    uint32_t keptCount = 0;
+    const uint32_t errorsBefore = faults->errorCount;
+    PackageWriter writer = BeginPackage(package, CountEntries(list).all, faults);
     for (const PendingEntry* entry = list; entry->name != nullptr; entry = entry->next)
     {
-        keptCount += entry->sourceDir == nullptr ? 1 : 0;
+        EntryBytes bytes = ReadEntryBytes(entry, source, faults);
+        PutEntry(&writer, entry->name, &bytes);
+        free(bytes.data);
     }
-    printf("count = %d\n", static_cast<int>(keptCount));
+    return faults->errorCount == errorsBefore;
+}
 
-    // All of it before the output is touched, which may be the file that the stream has open.
-    EntryBytes* kept =
-        static_cast<EntryBytes*>(AllocateZeroed(size_t{keptCount} + 1, sizeof(EntryBytes)));
+/// Writes a file of these bytes, over what stands there.
+/// @return false after a fault
+static bool WriteBytes(const char* path, const unsigned char* bytes, size_t size, FaultList* faults)
+{
+    const int file = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kCreatedMode);
+    if (file < 0)
+    {
+        AddError(faults, "%s: %s", path, strerror(errno));
+        return false;
+    }
+
+    size_t written = 0;
+    bool isWhole = true;
+    while (written < size && isWhole)
+    {
+        const ssize_t step = write(file, bytes + written, size - written);
+        isWhole = step > 0 || (step < 0 && errno == EINTR);
+        written += step > 0 ? static_cast<size_t>(step) : 0;
+    }
+    const int error = errno;
+    if (close(file) != 0 || !isWhole)
+    {
+        AddError(faults, "%s: %s", path, strerror(isWhole ? errno : error));
+        return false;
+    }
+    return true;
+}
+
+/// The same with a package, which is freed.
+static bool WritePackageBytes(const char* path, PackageBytes* package, FaultList* faults)
+{
+    const bool isWritten = WriteBytes(path, package->bytes, package->size, faults);
+    free(package->bytes);
+    *package = {};
+    return isWritten;
+}
+
+bool RewritePackage(const PendingEntry* list, const char* outputPath, PackageFile* source,
+                    FaultList* faults)
+{
+    const uint32_t errorsBefore = faults->errorCount;
+    const EntryCounts counts = CountEntries(list);
+    printf("count = %d\n", static_cast<int>(counts.kept));
+
+    EntryBytes* kept = AllocateZeroed<EntryBytes>(counts.kept, "the kept entries", faults);
+    if (kept == nullptr)
+    {
+        return false;
+    }
     uint32_t k = 0;
     for (const PendingEntry* entry = list; entry->name != nullptr; entry = entry->next)
     {
         if (entry->sourceDir == nullptr)
         {
             printf("NAME: %s\n", entry->name);
-            kept[k++] = ReadKeptEntry(entry, stream);
+            kept[k++] = ReadKeptEntry(entry, source, faults);
         }
     }
 
-    PackageWriter writer = BeginPackage(outputPath, CountEntries(list));
+    PackageBytes package = {};
+    PackageWriter writer = BeginPackage(&package, counts.all, faults);
     k = 0;
     for (const PendingEntry* entry = list; entry->name != nullptr; entry = entry->next)
     {
         if (entry->sourceDir == nullptr)
         {
             printf("size=%d\n", kept[k].size);
-            WriteEntry(&writer, entry->name, &kept[k++]);
+            PutEntry(&writer, entry->name, &kept[k++]);
         }
         else
         {
-            EntryBytes bytes = ReadDiskFile(entry);
+            EntryBytes bytes = ReadDiskFile(entry, faults);
             printf("size of the file: %d\n", bytes.size);
-            WriteEntry(&writer, entry->name, &bytes);
+            PutEntry(&writer, entry->name, &bytes);
             free(bytes.data);
         }
     }
-    EndPackage(&writer);
-
-    for (k = 0; k < keptCount; ++k)
+    for (k = 0; k < counts.kept; ++k)
     {
         free(kept[k].data);
     }
     free(kept);
+    return WritePackageBytes(outputPath, &package, faults) && faults->errorCount == errorsBefore;
 }
 
-void WritePackageCopy(const PendingEntry* list, const char* outputPath, FILE* stream)
+bool WritePackageCopy(const PendingEntry* list, const char* outputPath, PackageFile* source,
+                      FaultList* faults)
 {
-    PackageWriter writer = BeginPackage(outputPath, CountEntries(list));
-    for (const PendingEntry* entry = list; entry->name != nullptr; entry = entry->next)
-    {
-        EntryBytes bytes = ReadEntryBytes(entry, stream);
-        WriteEntry(&writer, entry->name, &bytes);
-        free(bytes.data);
-    }
-    EndPackage(&writer);
+    PackageBytes package = {};
+    const bool isWhole = BuildPackage(list, source, &package, faults);
+    return WritePackageBytes(outputPath, &package, faults) && isWhole;
 }
 
-static void WriteFile(const std::string& path, const EntryBytes* bytes)
+bool ExtractPendingEntries(const PendingEntry* list, PackageFile* source, const char* prefix,
+                           FaultList* faults)
 {
-    int file = creat(path.c_str(), kCreatedMode);
-    if (file < 0)
-    {
-        return;
-    }
-
-    size_t size = static_cast<size_t>(bytes->size);
-    size_t written = 0;
-    while (written < size)
-    {
-        ssize_t step = write(file, bytes->data + written, size - written);
-        if (step <= 0)
-        {
-            break;
-        }
-        written += static_cast<size_t>(step);
-    }
-    close(file);
-}
-
-void ExtractPendingEntries(const PendingEntry* list, FILE* stream, const char* prefix)
-{
+    const uint32_t errorsBefore = faults->errorCount;
     for (const PendingEntry* entry = list; entry->name != nullptr; entry = entry->next)
     {
         // Read whole before the file is created: it may be written onto itself.
-        EntryBytes bytes = ReadEntryBytes(entry, stream);
-        if (bytes.data != nullptr)
+        EntryBytes bytes = ReadEntryBytes(entry, source, faults);
+        char* path = bytes.data == nullptr ? nullptr : JoinPath(prefix, entry->name, faults);
+        if (path != nullptr)
         {
-            WriteFile(std::string(prefix) + entry->name, &bytes);
+            WriteBytes(path, bytes.data, static_cast<size_t>(bytes.size), faults);
         }
+        free(path);
         free(bytes.data);
     }
+    return faults->errorCount == errorsBefore;
 }
 
-void ExtractPackage(FILE* stream, const char* prefix)
+bool ExtractPackage(PackageFile* package, const char* prefix, FaultList* faults)
 {
-    PendingEntry* list = ReadPackageDirectory(stream);
-    ExtractPendingEntries(list, stream, prefix);
+    PendingEntry* list = ReadPackageDirectory(package, faults);
+    if (list == nullptr)
+    {
+        return false;
+    }
+    const bool isWhole = ExtractPendingEntries(list, package, prefix, faults);
     FreePendingList(list);
+    return isWhole;
 }

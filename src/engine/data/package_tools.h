@@ -7,23 +7,24 @@
 // Paths are made by putting prefix and name together as they stand: a prefix that is a directory
 // brings its own slash. Files that are created get the permissions 0600.
 //
-// Nothing is reported beyond the texts told below. What can't be had is left out: a file that does
-// not open, and an entry that the package lacks, count as 0 bytes when a package is written and
-// make no file when one is unpacked; an output that can't be created is not written. Callers who
-// want to know check before and after.
+// Going on comes before giving up: a file that can't be read, and an entry that the package lacks,
+// count as 0 bytes when a package is written and make no file when one is unpacked. Each of them
+// adds an error all the same, and the routine returns false at its end.
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
+
+#include "engine/data/fault.h"
+#include "engine/data/package_file.h"
 
 struct PendingEntry
 {
     char* name;         // owned; null marks the sentinel
     char* sourceDir;    // owned, prefix of a file on disk; null takes the data from a package
-    PendingEntry* next; // owned; null behind the sentinel
+    PendingEntry* next; // owned; null after the sentinel
 };
 
-/// @return a new empty list, for FreePendingList
+/// @return a new empty list, for FreePendingList; null without memory
 PendingEntry* NewPendingList();
 
 /// Adds an entry at the end of the list. Any node of the list will do for `head`, so appending to
@@ -33,7 +34,7 @@ PendingEntry* NewPendingList();
 ///                    go over it, and from 41 characters on over what follows as well
 /// @param sourceDir   from malloc, owned by the list from here on; null takes the data from the
 ///                    package that the writer is given
-/// @return the new sentinel
+/// @return the new sentinel; null without memory, with both strings freed and the list as it was
 PendingEntry* AppendPendingEntry(PendingEntry* head, char* name, char* sourceDir);
 
 /// Makes the list empty. The head node stays and is the sentinel.
@@ -47,28 +48,48 @@ void FreePendingList(PendingEntry* head);
 /// @return the head of the list afterwards: the second node where the first was removed
 PendingEntry* RemovePendingEntry(PendingEntry* head, uint32_t index);
 
-/// Reads the directory of a package: a list of all names, without sourceDir, in directory order.
-/// A directory that the file ends in ends there.
-/// @param stream   an open package, binary; left at no particular position
-/// @return a new list for FreePendingList. Each name is the 32 bytes of its field in a block of 33:
-///         the last byte is a zero, since a name of 32 characters brings none of its own.
-PendingEntry* ReadPackageDirectory(FILE* stream);
+/// Lists the directory of a package: all names, without sourceDir, in directory order. A name that
+/// the file ends in is none.
+/// @return a new list for FreePendingList; null after a fault. Each name is the 32 bytes of its
+/// field
+///         in a block of 33: the last byte is a zero, since a name of 32 characters brings none of
+///         its own.
+PendingEntry* ReadPackageDirectory(const PackageFile* package, FaultList* faults);
 
-/// Writes a package that may replace the very file that `stream` reads: all that is kept is read
-/// into memory first. Prints "count = %d" with the number of kept entries and "NAME: %s" for each,
-/// then, in list order, "size of the file: %d" for each entry from disk and "size=%d" for each from
-/// memory.
-/// @param stream   an open package, binary; null where no entry comes out of one
-void RewritePackage(const PendingEntry* list, const char* outputPath, FILE* stream);
+/// The bytes of a package, in memory.
+struct PackageBytes
+{
+    unsigned char* bytes; // owned, from malloc
+    size_t size;
+    size_t capacity; // of bytes
+};
 
-/// Writes a package to another file than the one that `stream` reads. Prints nothing.
-/// @param stream   an open package, binary; null where no entry comes out of one
-void WritePackageCopy(const PendingEntry* list, const char* outputPath, FILE* stream);
+/// Puts a package together in memory. Prints nothing but the lines of lookups.
+/// @param source   null where no entry comes out of a package
+/// @param package  receives the bytes, for free; all that could be had also after a fault
+bool BuildPackage(const PendingEntry* list, PackageFile* source, PackageBytes* package,
+                  FaultList* faults);
 
-/// Writes each entry to the file `prefix` + name, over what stands there.
-/// @param stream   an open package, binary; null where no entry comes out of one
+/// Writes a package that may replace the very file that `source` reads: all of it is put together
+/// in memory first. Prints "count = %d" with the number of kept entries and "NAME: %s" for each,
+/// then, in list order, "size of the file: %d" for each entry from disk and "size=%d" for each kept
+/// one.
+/// @param source   null where no entry comes out of a package
+bool RewritePackage(const PendingEntry* list, const char* outputPath, PackageFile* source,
+                    FaultList* faults);
+
+/// Writes a package to another file than the one that `source` reads. Prints nothing but the lines
+/// of lookups.
+/// @param source   null where no entry comes out of a package
+bool WritePackageCopy(const PendingEntry* list, const char* outputPath, PackageFile* source,
+                      FaultList* faults);
+
+/// Writes each entry to the file `prefix` + name, over what stands there. Prints the lines of
+/// lookups.
+/// @param source   null where no entry comes out of a package
 /// @param prefix   taken as it is, and names too: a name with a slash leaves the directory
-void ExtractPendingEntries(const PendingEntry* list, FILE* stream, const char* prefix);
+bool ExtractPendingEntries(const PendingEntry* list, PackageFile* source, const char* prefix,
+                           FaultList* faults);
 
 /// Writes every entry of a package to the file `prefix` + name, over what stands there.
-void ExtractPackage(FILE* stream, const char* prefix);
+bool ExtractPackage(PackageFile* package, const char* prefix, FaultList* faults);
