@@ -244,11 +244,16 @@ struct PackageWriter
     uint32_t nameOffset;    // of the directory entry that comes next
     uint32_t firstDataByte; // 40 * N + 35
     uint64_t before;        // bytes of data so far
+    bool isBroken;          // it can't be put together; nothing more is put down
 };
 
 /// Writes bytes at an offset. Zeros fill what lies between the end so far and the offset.
 static void PutBytes(PackageWriter* writer, uint64_t offset, const void* bytes, size_t size)
 {
+    if (writer->isBroken)
+    {
+        return;
+    }
     PackageBytes* package = writer->package;
     const size_t end = static_cast<size_t>(offset) + size;
     if (end > package->capacity)
@@ -258,6 +263,7 @@ static void PutBytes(PackageWriter* writer, uint64_t offset, const void* bytes, 
         if (grown == nullptr)
         {
             AddError(writer->faults, "no memory for a package (%zu bytes)", capacity);
+            writer->isBroken = true;
             return;
         }
         package->bytes = static_cast<unsigned char*>(grown);
@@ -285,7 +291,7 @@ static void PutBigEndian32(PackageWriter* writer, uint32_t offset, uint32_t valu
 static PackageWriter BeginPackage(PackageBytes* package, uint32_t entryCount, FaultList* faults)
 {
     *package = {};
-    PackageWriter writer = {package, faults, kPackageHeaderSize, 0, 0};
+    PackageWriter writer = {package, faults, kPackageHeaderSize, 0, 0, false};
     writer.firstDataByte = kPackageEntrySize * entryCount + kPackageHeaderSize + kPackageNameSize;
     PutBytes(&writer, 0, kPackageHeader, kPackageHeaderSize);
     PutBytes(&writer, writer.firstDataByte, nullptr, 0);
@@ -300,6 +306,7 @@ static void PutEntry(PackageWriter* writer, const char* name, const EntryBytes* 
     if (start + size > UINT32_MAX)
     {
         AddError(writer->faults, "\"%s\" would lie past 4 GiB in its package", name);
+        writer->isBroken = true;
         return;
     }
 
@@ -316,6 +323,16 @@ static void PutEntry(PackageWriter* writer, const char* name, const EntryBytes* 
     writer->before += size;
 }
 
+/// Leaves no bytes where the package could not be put together.
+static void EndPackage(const PackageWriter* writer)
+{
+    if (writer->isBroken)
+    {
+        free(writer->package->bytes);
+        *writer->package = {};
+    }
+}
+
 bool BuildPackage(const PendingEntry* list, PackageFile* source, PackageBytes* package,
                   FaultList* faults)
 {
@@ -327,6 +344,7 @@ bool BuildPackage(const PendingEntry* list, PackageFile* source, PackageBytes* p
         PutEntry(&writer, entry->name, &bytes);
         free(bytes.data);
     }
+    EndPackage(&writer);
     return faults->errorCount == errorsBefore;
 }
 
@@ -358,9 +376,13 @@ static bool WriteBytes(const char* path, const unsigned char* bytes, size_t size
     return true;
 }
 
-/// The same with a package, which is freed.
+/// The same with a package, which is freed. One that could not be put together touches no file.
 static bool WritePackageBytes(const char* path, PackageBytes* package, FaultList* faults)
 {
+    if (package->bytes == nullptr)
+    {
+        return false;
+    }
     const bool isWritten = WriteBytes(path, package->bytes, package->size, faults);
     free(package->bytes);
     *package = {};
@@ -412,6 +434,7 @@ bool RewritePackage(const PendingEntry* list, const char* outputPath, PackageFil
         free(kept[k].data);
     }
     free(kept);
+    EndPackage(&writer);
     return WritePackageBytes(outputPath, &package, faults) && faults->errorCount == errorsBefore;
 }
 

@@ -66,7 +66,7 @@ struct PackageBytes
 
 /// Puts a package together in memory. Prints nothing but the lines of lookups.
 /// @param source   null where no entry comes out of a package
-/// @param package  receives the bytes, for free; all that could be had also after a fault
+/// @param package  receives the bytes, for free; null if they can't be put together at all
 bool BuildPackage(const PendingEntry* list, PackageFile* source, PackageBytes* package,
                   FaultList* faults);
 
