@@ -12,12 +12,10 @@
 
 #include "engine/data/gl_features.h"
 #include "engine/data/object_table.h"
+#include "engine/data/vocabulary_numbers.h"
 
 struct LayerImage;
 struct Timeline;
-
-inline constexpr int32_t kSectionCount = 11;
-inline constexpr uint32_t kLayerCapacity = 248;
 
 struct DemoDocument
 {

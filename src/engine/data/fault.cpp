@@ -3,34 +3,13 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <iterator>
+
+#include "engine/data/vocabulary.h"
 
 FaultPlace CurrentPlace = {nullptr, kNoSection, 0, 0};
 
 static const char* programName = "quorvale";
 static void (*restoreDisplay)() = nullptr;
-
-struct SectionWords
-{
-    const char* section; // what the section holds
-    const char* item;    // what an item is called
-    const char* part;    // what a part of an item is called
-};
-
-static constexpr SectionWords kSectionWords[] = {
-    {"section 0 (layers)", "item", "parameter"},
-    {"section 1 (procedural textures)", "item", "step"},
-    {"section 2 (models)", "item", "part"},
-    {"section 3 (envelopes)", "item", "piece"},
-    {"section 4 (lights)", "item", "value"},
-    {"section 5 (2D effects)", "item", "parameter"},
-    {"section 6 (bitmaps)", "item", "part"},
-    {"section 7 (materials)", "item", "child"},
-    {"section 8 (generated meshes)", "item", "parameter"},
-    {"section 9 (scenes)", "item", "object"},
-    {"section 10 (timeline)", "row", "clip"},
-    {"music node", "item", "part"},
-};
 
 static void PrintPlace()
 {
@@ -41,17 +20,17 @@ static void PrintPlace()
     }
 
     fprintf(stderr, "%s", place.document);
-    if (place.section >= 0 && place.section < static_cast<int32_t>(std::size(kSectionWords)))
+    if (place.section >= 0 && place.section <= kMusicNode)
     {
-        const SectionWords& words = kSectionWords[place.section];
-        fprintf(stderr, ", %s", words.section);
+        const VocabularySection& section = VocabularySections[place.section];
+        fprintf(stderr, ", %s", section.faultName);
         if (place.item != 0)
         {
-            fprintf(stderr, ", %s %u", words.item, place.item);
+            fprintf(stderr, ", %s %u", section.faultItem, place.item);
         }
         if (place.part != 0)
         {
-            fprintf(stderr, ", %s %u", words.part, place.part);
+            fprintf(stderr, ", %s %u", section.faultPart, place.part);
         }
     }
     fprintf(stderr, ": ");

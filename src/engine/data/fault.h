@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "engine/data/vocabulary_numbers.h"
+
 /// Where the program is in its documents. Plain stores, cheap enough for every object of a frame.
 struct FaultPlace
 {
@@ -16,7 +18,6 @@ struct FaultPlace
 };
 
 inline constexpr int32_t kNoSection = -1;
-inline constexpr int32_t kMusicNode = 11;
 
 /// The place that the next fault names. Main thread only.
 extern FaultPlace CurrentPlace;

@@ -7,12 +7,11 @@
 #include <cstdint>
 
 #include "engine/data/model_data.h"
-
-inline constexpr uint32_t kGenMeshParams = 32;
+#include "engine/data/vocabulary_numbers.h"
 
 struct GenMesh
 {
-    uint32_t type;                  // GenMeshType of water.h
+    uint32_t type;                  // GenMeshType
     int32_t params[kGenMeshParams]; // the first is the driving envelope's id, 0 for none
     void** state; // owned cell, filled by the generator; null in it if there is none
     Mesh mesh;    // arrays owned

@@ -5,17 +5,8 @@
 #include <tinyxml.h>
 
 #include "engine/data/model_data.h"
+#include "engine/data/vocabulary_numbers.h"
 #include "engine/geometry/instance_list.h"
-
-inline constexpr uint32_t kManipulatorParams = 32;
-
-enum ManipulatorType : int32_t
-{
-    kManipulatorXyzMultiplier = 0, // copies in a grid
-    kManipulatorXMultiplier = 1,   // copies in a row
-    kManipulatorRippler = 2,       // bends the geometry, leaves the list
-    kManipulatorModelPlacer = 3,   // a copy on every vertex of another mesh
-};
 
 /// The most parameters that a manipulator takes.
 inline constexpr uint32_t kManipulatorUsedParams = 12;

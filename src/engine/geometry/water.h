@@ -6,15 +6,10 @@
 #include <cstdint>
 
 #include "engine/data/model_data.h"
+#include "engine/data/vocabulary_numbers.h"
 
 inline constexpr int32_t kWaterSide = 30;
 inline constexpr int32_t kWaterCells = kWaterSide * kWaterSide;
-
-enum GenMeshType : uint32_t
-{
-    kLakeWater = 0,       // a wave simulation that drops keep lively
-    kCenterwaveWater = 1, // rings that run out from the middle
-};
 
 /// "Lake water". Grids are indexed like the vertices; they change places as the lake steps.
 struct LakeWaterState

@@ -10,8 +10,8 @@
 #include "engine/data/document_values.h"
 #include "engine/data/fault.h"
 #include "engine/data/numeric.h"
+#include "engine/data/vocabulary.h"
 #include "engine/render/effect_kernels.h"
-#include "engine/textures/catalogues.h"
 
 static constexpr size_t kTestStateSize = 8;
 
@@ -229,11 +229,12 @@ static void ReadEffectParams(const TiXmlElement* item, int32_t* paramEnvelope)
 /// @param params   [kEffectParams], all 0
 static void EvaluateFirstParams(const Effect2D* effect, const ObjectTable* envelopes, float* params)
 {
-    if (!IsEffectType(effect->type))
+    const VocabularyRow* row = FindVocabularyRow(kCatalogueEffects, effect->type);
+    if (row == nullptr)
     {
         return;
     }
-    const uint32_t count = Effect2DCatalogue[effect->type].paramCount;
+    const uint32_t count = CountParamNumbers(row);
     for (uint32_t i = 0; i < count && effect->paramEnvelope[i] != 0; ++i)
     {
         CurrentPlace.part = i + 1;
@@ -286,9 +287,6 @@ void ReadEffect2DItem(const TiXmlElement* item, void* record, uint32_t /*index*/
 
 // ---- Play
 
-/// Parameters that play evaluates, by type.
-static constexpr uint32_t kPlayedParams[] = {2, 1, 1, 1};
-
 /// Parameters at a time; one that names no envelope stays 0. What is wrong with one is wrong with
 /// the effect and not with the object that wears it.
 /// @param params   [kEffectParams], all 0
@@ -301,7 +299,8 @@ static void EvaluateParams(uint32_t id, const Effect2D* effect, const ObjectTabl
 
     // By way of a float: above 2^24 ticks the low bits are lost.
     const uint32_t rounded = TruncateToUnsigned(static_cast<float>(time));
-    for (uint32_t i = 0; i < kPlayedParams[effect->type]; ++i)
+    const uint32_t count = CountParamNumbers(FindVocabularyRow(kCatalogueEffects, effect->type));
+    for (uint32_t i = 0; i < count; ++i)
     {
         CurrentPlace.part = i + 1;
         const int32_t envelope = effect->paramEnvelope[i];

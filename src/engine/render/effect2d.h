@@ -9,23 +9,15 @@
 
 #include "engine/data/demo_document.h"
 #include "engine/data/object_table.h"
+#include "engine/data/vocabulary_numbers.h"
 
-inline constexpr uint32_t kEffectParams = 32;
 /// lastUpdate of an effect that was never refreshed. A first use at this very time, 65535 ticks,
 /// therefore refreshes nothing.
 inline constexpr int32_t kEffectNeverUpdated = 0xFFFF;
 
-enum EffectType : int32_t
-{
-    kEffectTest = 0,   // "Test 2d effect": a gradient for finding faults
-    kEffectPlasma = 1, // "Effect 1"
-    kEffectAmoba = 2,  // "Amoba"
-    kEffectRotate = 3, // "Rotate"
-};
-
 struct Effect2D
 {
-    char name[32];
+    char name[kEffectNameSize];
     int32_t type;                         // EffectType; any other keeps a black image
     int32_t width;                        // pixels, equal to height
     int32_t height;                       // 64, 128, 256 or 512

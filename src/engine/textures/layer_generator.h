@@ -17,15 +17,12 @@
 #include <cstdint>
 
 #include "engine/data/demo_document.h"
+#include "engine/data/vocabulary_numbers.h"
 #include "engine/textures/corner_masks.h"
-
-inline constexpr uint32_t kLayerParams = 24;
-/// The side of every layer and work image that a document makes, in pixels.
-inline constexpr int32_t kTextureSize = 256;
 
 struct LayerImage
 {
-    uint32_t type;              // generator, 0 to 5
+    uint32_t type;              // GeneratorType
     float params[kLayerParams]; // in document order; 0 where the document gives none
     uint8_t* pixels;            // owned; size * size RGB pixels, first row first, no padding
 };
