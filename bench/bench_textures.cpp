@@ -6,7 +6,6 @@
 // to take no longer than twice that. With -DQUORVALE_BENCH_OPENCV=ON what OpenCV has that comes
 // near is measured too.
 #include <benchmark/benchmark.h>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -16,10 +15,10 @@
 #include "engine/textures/corner_masks.h"
 #include "engine/textures/layer_generator.h"
 #include "engine/textures/mipmaps.h"
+#include "engine/textures/pixel_kernels.h"
 #include "engine/textures/plain_textures.h"
 #include "engine/textures/random_values.h"
 #include "engine/textures/texture_steps.h"
-#include "engine/vectors/instruction_sets.h"
 #include "support/recorded_gl.h"
 
 #ifdef QUORVALE_BENCH_OPENCV
@@ -55,14 +54,14 @@ static bool Prepare(benchmark::State& state)
         state.SetLabel("plain");
         return true;
     }
-    const InstructionSet set = static_cast<InstructionSet>(state.range(0) - 1);
-    if (!CanRunInstructionSet(set))
+    const PixelKernels* kernels = ListPixelKernels(static_cast<uint32_t>(state.range(0) - 1));
+    if (kernels == nullptr)
     {
         state.SkipWithError("this processor cannot run it");
         return false;
     }
-    setenv("QUORVALE_INSTRUCTIONS", InstructionSetNames[set], 1);
-    state.SetLabel(InstructionSetNames[set]);
+    SetPixelKernels(kernels);
+    state.SetLabel(kernels->name);
     return true;
 }
 
