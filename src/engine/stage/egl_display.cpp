@@ -5,7 +5,6 @@
 #include <EGL/eglext.h>
 #include <GL/glew.h>
 #include <algorithm>
-#include <array>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
@@ -143,6 +142,42 @@ static bool LoadEntryPoints(EglFault* fault)
     return true;
 }
 
+/// The picture with the samples of each pixel mixed into one.
+struct MixedPicture
+{
+    GLuint framebuffer;  // OpenGL's name; owned, as the next
+    GLuint renderbuffer; // OpenGL's name
+};
+
+/// Mixes the samples of each pixel. Sets: the framebuffer that is read, to the mixed picture.
+static MixedPicture MixSamples(const EglDisplay* display)
+{
+    MixedPicture mixed = {};
+    glGenRenderbuffers(1, &mixed.renderbuffer);
+    glBindRenderbuffer(GL_RENDERBUFFER, mixed.renderbuffer);
+    glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA8, display->width, display->height);
+
+    glGenFramebuffers(1, &mixed.framebuffer);
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, mixed.framebuffer);
+    glFramebufferRenderbuffer(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER,
+                              mixed.renderbuffer);
+    glBlitFramebuffer(0, 0, display->width, display->height, 0, 0, display->width, display->height,
+                      GL_COLOR_BUFFER_BIT, GL_NEAREST);
+
+    glBindRenderbuffer(GL_RENDERBUFFER, 0);
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, mixed.framebuffer);
+    return mixed;
+}
+
+/// Sets: the framebuffer that is read, to the display's own.
+static void FreeMixedPicture(const MixedPicture* mixed)
+{
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
+    glDeleteFramebuffers(1, &mixed->framebuffer);
+    glDeleteRenderbuffers(1, &mixed->renderbuffer);
+}
+
 /// Whether the driver really draws the size that it has accepted: some cut it short, and memory is
 /// first taken when something is drawn.
 static bool ClearPicture(const EglDisplay* display, EglFault* fault)
@@ -155,6 +190,12 @@ static bool ClearPicture(const EglDisplay* display, EglFault* fault)
                     limits[1], display->width, display->height);
     }
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    if (display->samples > 0)
+    {
+        // Mesa's software renderer loses the memory of samples that were never mixed.
+        const MixedPicture mixed = MixSamples(display);
+        FreeMixedPicture(&mixed);
+    }
     glFinish();
     const GLenum error = glGetError();
     if (error != GL_NO_ERROR)
@@ -258,30 +299,6 @@ bool MakeEglDisplayCurrent(const EglDisplay* display, EglFault* fault)
     return true;
 }
 
-/// Mixes the samples of each pixel into one. Sets: the framebuffer that is read, to a new one with
-/// the mixed picture.
-/// @return OpenGL's name of the framebuffer, and of its renderbuffer
-static std::array<GLuint, 2> ResolveSamples(const EglDisplay* display)
-{
-    GLuint renderbuffer = 0;
-    glGenRenderbuffers(1, &renderbuffer);
-    glBindRenderbuffer(GL_RENDERBUFFER, renderbuffer);
-    glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA8, display->width, display->height);
-
-    GLuint framebuffer = 0;
-    glGenFramebuffers(1, &framebuffer);
-    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, framebuffer);
-    glFramebufferRenderbuffer(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER,
-                              renderbuffer);
-    glBlitFramebuffer(0, 0, display->width, display->height, 0, 0, display->width, display->height,
-                      GL_COLOR_BUFFER_BIT, GL_NEAREST);
-
-    glBindRenderbuffer(GL_RENDERBUFFER, 0);
-    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
-    glBindFramebuffer(GL_READ_FRAMEBUFFER, framebuffer);
-    return {framebuffer, renderbuffer};
-}
-
 static void TurnUpsideDown(const EglDisplay* display, uint8_t* rgb)
 {
     const size_t row = static_cast<size_t>(display->width) * 3;
@@ -297,18 +314,16 @@ void ReadEglPicture(const EglDisplay* display, uint8_t* rgb)
 {
     // Mesa's software renderer hands out the first sample of a pixel where the mean is due, so the
     // samples are mixed before they are read.
-    std::array<GLuint, 2> resolved = {};
+    MixedPicture mixed = {};
     if (display->samples > 0)
     {
-        resolved = ResolveSamples(display);
+        mixed = MixSamples(display);
     }
     glPixelStorei(GL_PACK_ALIGNMENT, 1);
     glReadPixels(0, 0, display->width, display->height, GL_RGB, GL_UNSIGNED_BYTE, rgb);
     if (display->samples > 0)
     {
-        glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
-        glDeleteFramebuffers(1, &resolved[0]);
-        glDeleteRenderbuffers(1, &resolved[1]);
+        FreeMixedPicture(&mixed);
     }
     TurnUpsideDown(display, rgb); // OpenGL's rows come from the bottom
 }
