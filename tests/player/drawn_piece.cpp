@@ -1,15 +1,15 @@
 #include "player/drawn_piece.h"
 
 #include <GL/glew.h>
-#include <SDL.h>
 #include <cstdlib>
-#include <cstring>
 
 #include "engine/data/cos_table.h"
 #include "engine/render/timeline.h"
 #include "engine/textures/corner_masks.h"
-#include "player/launcher.h"
 #include "player/load_piece.h"
+
+static constexpr int32_t kSamples = 2;
+static constexpr float kAspect = 4.0f / 3.0f;
 
 [[noreturn]] static void Fail(const char* what)
 {
@@ -17,7 +17,7 @@
     abort();
 }
 
-void OpenDrawnPiece(const std::string& package, int32_t resolutionIndex, DrawnPiece* piece)
+void OpenDrawnPiece(const std::string& package, int32_t width, int32_t height, DrawnPiece* piece)
 {
     piece->package = fopen(package.c_str(), "rb");
     if (piece->package == nullptr)
@@ -34,43 +34,22 @@ void OpenDrawnPiece(const std::string& package, int32_t resolutionIndex, DrawnPi
     piece->demo.document = &piece->demoTree;
     piece->demo.timeline = CreateTimeline();
 
-    if (SDL_Init(SDL_INIT_VIDEO) < 0)
+    const EglDisplayRequest request = {width, height, kSamples};
+    EglFault fault = {};
+    if (!OpenEglDisplay(&request, &piece->display, &fault))
     {
-        Fail(SDL_GetError());
+        Fail(fault.text);
     }
-    LauncherChoice choice = kStartChoice;
-    choice.resolutionIndex = resolutionIndex;
-    choice.fullscreen = kSwitchOff;
-    choice.music = kSwitchOff;
     BuildCosTable();
-    piece->view = ChosenView(&choice);
-    piece->features = OpenDisplay(&choice, &piece->view, false);
+    piece->view = {width, height, kAspect};
     BuildCornerMasks();
-    LoadPiece(piece->package, &piece->view, piece->features, &piece->loading, &piece->demo);
-}
-
-/// OpenGL's rows come from the bottom.
-static Picture ReadBackBuffer(const View* view)
-{
-    Picture picture = {view->width, view->height, {}};
-    size_t row = static_cast<size_t>(view->width) * 3;
-    size_t rows = static_cast<size_t>(view->height);
-    std::vector<uint8_t> upside(row * rows);
-    glPixelStorei(GL_PACK_ALIGNMENT, 1);
-    glReadPixels(0, 0, view->width, view->height, GL_RGB, GL_UNSIGNED_BYTE, upside.data());
-
-    picture.rgb.resize(row * rows);
-    for (size_t y = 0; y < rows; ++y)
-    {
-        memcpy(&picture.rgb[y * row], &upside[(rows - 1 - y) * row], row);
-    }
-    return picture;
+    LoadPiece(piece->package, &piece->view, piece->display.features, &piece->loading, &piece->demo);
 }
 
 uint32_t DrawMoment(const DrawnPiece* piece, const DemoDocument* document, uint32_t time,
                     Picture* picture)
 {
-    GlFeatures features = piece->features;
+    GlFeatures features = piece->display.features;
     if (document == &piece->loading)
     {
         features.vbo = 0;
@@ -82,7 +61,10 @@ uint32_t DrawMoment(const DrawnPiece* piece, const DemoDocument* document, uint3
     }
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     uint32_t drawn = DrawDocument(document, &piece->view, features, time);
-    *picture = ReadBackBuffer(&piece->view);
-    SDL_GL_SwapBuffers();
+    picture->width = piece->display.width;
+    picture->height = piece->display.height;
+    picture->rgb.resize(static_cast<size_t>(picture->width) * static_cast<size_t>(picture->height) *
+                        3);
+    ReadEglPicture(&piece->display, picture->rgb.data());
     return drawn;
 }

@@ -1,15 +1,14 @@
-// A piece drawn at chosen moments: the player's own display, loading and drawing, without its
-// clock.
-//
-// There is one display a process. DISPLAY names the screen that the window opens on.
+// A piece drawn at chosen moments, without a window: the player's own loading and drawing on
+// OpenGL in memory, and no clock.
 #pragma once
 
 #include <cstdint>
 #include <string>
 
 #include "engine/data/demo_document.h"
+#include "engine/stage/egl_display.h"
 #include "player/display.h"
-#include "support/virtual_screen.h"
+#include "support/picture.h"
 
 struct DrawnPiece
 {
@@ -19,13 +18,14 @@ struct DrawnPiece
     DemoDocument loading;
     DemoDocument demo;
     View view;
-    GlFeatures features;
+    EglDisplay display;
 };
 
-/// Opens the window and loads the piece, as the player does with everything on but music.
-/// @param package           path; a package that can't be opened ends the program
-/// @param resolutionIndex   a row of kResolutions; the aspect is 4:3
-void OpenDrawnPiece(const std::string& package, int32_t resolutionIndex, DrawnPiece* piece);
+/// Opens a display and loads the piece, as the player does with everything on but music.
+/// @param package         path; a package that can't be opened ends the program
+/// @param width, height   pixels of the picture; its aspect is 4:3, and it has the player's
+///                        antialiasing
+void OpenDrawnPiece(const std::string& package, int32_t width, int32_t height, DrawnPiece* piece);
 
 /// Draws a moment on a cleared screen.
 /// @param time   ticks; of the loading document, 0 to 100

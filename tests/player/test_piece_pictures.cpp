@@ -1,16 +1,16 @@
-// The sample piece as viewers see it: drawn by a real OpenGL on a screen that nobody sees, at
-// moments that show nothing of what was drawn before them.
+// The sample piece as viewers see it: drawn by a real OpenGL without a window, at moments that show
+// nothing of what was drawn before them.
 #include <GL/glew.h>
-#include <cstdlib>
 #include <gtest/gtest.h>
 #include <string>
 
 #include "player/drawn_piece.h"
-#include "support/virtual_screen.h"
+#include "support/picture.h"
 
-static constexpr int32_t kResolution = 2; // 512 x 384
-static constexpr int32_t kShrink = 4;     // to 128 x 96
-static constexpr uint32_t kEnd = 9600;    // ticks
+static constexpr int32_t kWidth = 512;
+static constexpr int32_t kHeight = 384;
+static constexpr int32_t kShrink = 4;  // to 128 x 96
+static constexpr uint32_t kEnd = 9600; // ticks
 
 // What renderers may differ in: edges, by the sampling, lines, and the last bits of a shade.
 static constexpr double kMeanTolerance = 3.0;     // of 255
@@ -21,15 +21,7 @@ class PiecePictures : public testing::Test
   protected:
     static void SetUpTestSuite()
     {
-        screen = new VirtualScreen(512, 384);
-        setenv("DISPLAY", screen->name.c_str(), 1);
-        setenv("SDL_VIDEODRIVER", "x11", 1);
-        OpenDrawnPiece(PACKAGE, kResolution, &piece);
-    }
-
-    static void TearDownTestSuite()
-    {
-        delete screen;
+        OpenDrawnPiece(PACKAGE, kWidth, kHeight, &piece);
     }
 
     /// A moment has to look like its picture. If it does not, what it looks like is left beside the
@@ -51,11 +43,9 @@ class PiecePictures : public testing::Test
         }
     }
 
-    static VirtualScreen* screen;
     static DrawnPiece piece;
 };
 
-VirtualScreen* PiecePictures::screen = nullptr;
 DrawnPiece PiecePictures::piece;
 
 TEST_F(PiecePictures, MomentsLookLikeTheirPictures)
