@@ -6,6 +6,7 @@
 // to take no longer than twice that. With -DQUORVALE_BENCH_OPENCV=ON what OpenCV has that comes
 // near is measured too.
 #include <benchmark/benchmark.h>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -15,10 +16,10 @@
 #include "engine/textures/corner_masks.h"
 #include "engine/textures/layer_generator.h"
 #include "engine/textures/mipmaps.h"
-#include "engine/textures/pixel_kernels.h"
 #include "engine/textures/plain_textures.h"
 #include "engine/textures/random_values.h"
 #include "engine/textures/texture_steps.h"
+#include "engine/vectors/instruction_sets.h"
 #include "support/recorded_gl.h"
 
 #ifdef QUORVALE_BENCH_OPENCV
@@ -54,14 +55,14 @@ static bool Prepare(benchmark::State& state)
         state.SetLabel("plain");
         return true;
     }
-    const PixelKernels* kernels = ListPixelKernels(static_cast<uint32_t>(state.range(0) - 1));
-    if (kernels == nullptr)
+    const InstructionSet set = static_cast<InstructionSet>(state.range(0) - 1);
+    if (!CanRunInstructionSet(set))
     {
         state.SkipWithError("this processor cannot run it");
         return false;
     }
-    SetPixelKernels(kernels);
-    state.SetLabel(kernels->name);
+    setenv("QUORVALE_INSTRUCTIONS", InstructionSetNames[set], 1);
+    state.SetLabel(InstructionSetNames[set]);
     return true;
 }
 

@@ -87,6 +87,7 @@ static void GenerateColor(const float* params, int32_t size, uint8_t* pixels)
 
 static void GeneratePlasma(const float* params, int32_t size, uint8_t* pixels)
 {
+    const PixelKernels* kernels = GetPixelKernels();
     const float step = static_cast<float>(2.0 * (3.14159265358979323846 / size));
     const float stepX = params[3] * step;
     const float stepY = params[4] * step;
@@ -113,7 +114,7 @@ static void GeneratePlasma(const float* params, int32_t size, uint8_t* pixels)
     for (int32_t y = 0; y < size; ++y)
     {
         const double rowTerm = sin(static_cast<double>(static_cast<float>(y) * stepY)) * 63.5;
-        GetPixelKernels()->plasmaRow(columns, rowTerm, static_cast<size_t>(size), values);
+        kernels->plasmaRow(columns, rowTerm, static_cast<size_t>(size), values);
         uint8_t* out = pixels + static_cast<size_t>(y) * RowBytes(size);
         // The spare byte of a pixel falls where the next one goes.
         for (int32_t x = 0; x + 1 < size; ++x)
@@ -128,6 +129,7 @@ static void GeneratePlasma(const float* params, int32_t size, uint8_t* pixels)
 
 static void GenerateRadial(const float* params, int32_t size, uint8_t* pixels)
 {
+    const PixelKernels* kernels = GetPixelKernels();
     const int32_t offset = ClampInt(TruncateToInt(params[7]), 0, 127);
     const int32_t half = size / 2;
     const RadialRamp ramp = {
@@ -144,7 +146,7 @@ static void GenerateRadial(const float* params, int32_t size, uint8_t* pixels)
     {
         const int32_t upper = half - dy;
         const int32_t lower = half + dy;
-        GetPixelKernels()->radialRow(&ramp, dy, static_cast<size_t>(half) + 1, quarter);
+        kernels->radialRow(&ramp, dy, static_cast<size_t>(half) + 1, quarter);
         for (int32_t x = 0; x < size; ++x)
         {
             row[x] = quarter[x < half ? half - x : x - half];
@@ -508,6 +510,7 @@ static void GenerateBricks(const float* params, int32_t size, uint8_t* pixels)
 
 static void GenerateNoise(const float* params, int32_t size, uint8_t* pixels)
 {
+    const PixelKernels* kernels = GetPixelKernels();
     const float color[3] = {255.0F * params[0], 255.0F * params[1], 255.0F * params[2]};
 
     // Each column steps on its own, a row of steps at a time.
@@ -518,8 +521,7 @@ static void GenerateNoise(const float* params, int32_t size, uint8_t* pixels)
     uint32_t* row = AllocatePixelRow(size);
     for (int32_t y = 0; y < size; ++y)
     {
-        GetPixelKernels()->noiseRow(seeds, jump.factor, jump.addend, color,
-                                    static_cast<size_t>(size), row);
+        kernels->noiseRow(seeds, jump.factor, jump.addend, color, static_cast<size_t>(size), row);
         StorePixels(row, static_cast<size_t>(size),
                     pixels + static_cast<size_t>(y) * RowBytes(size));
     }

@@ -1,13 +1,10 @@
-// The loops over pixels, compiled once for every x86-64 processor and once for those with AVX2.
-//
-// All forms give the same bytes: each is the same source (pixel_kernels.inc), every loop keeps the
-// order of operations of its rule, and nothing is fused or reordered. Which form runs is decided
-// once, from the processor.
+// The loops over pixels, as a table of routines for each instruction set. All tables give the same
+// bytes.
 //
 // Lengths are in bytes, three a pixel, unless said otherwise. Arrays do not overlap, and nothing is
-// written behind the end of an output. "Padded" rows can be read one pixel before their start and
-// one behind their end: the row's last pixel and its first. Arrays of floats and whole pixels that
-// loops walk in groups have room for kRowSlack elements behind their end, which hold anything.
+// written past the end of an output. "Padded" rows can be read one pixel before their start and
+// one after their end: the row's last pixel and its first. Arrays that loops walk in groups have
+// "slack": room for kRowSlack elements after their end, which hold anything.
 #pragma once
 
 #include <cstddef>
@@ -15,15 +12,19 @@
 
 inline constexpr size_t kRowSlack = 32;
 
-/// The middle row of a 3x3 neighbourhood and its neighbours, all padded.
-struct ByteRows
+/// Three rows of words that a kernel made for another kernel of the same table. The order of words
+/// in a row is the table's own.
+struct WordRows
 {
-    const uint8_t* above;
-    const uint8_t* row;
-    const uint8_t* below;
+    const uint16_t* above;
+    const uint16_t* row;
+    const uint16_t* below;
 };
 
-/// The same as floats, with slack.
+/// Words for each byte of a row that is embossed.
+inline constexpr size_t kEmbossShares = 3;
+
+/// The middle row of a 3x3 neighbourhood and its neighbours, padded and with slack.
 struct FloatRows
 {
     const float* above;
@@ -62,8 +63,6 @@ struct RadialRamp
 
 struct PixelKernels
 {
-    const char* name;
-
     // Combiners and point filters, in place.
     void (*add)(uint8_t* image, const uint8_t* layer, size_t count, float scale1, float scale2);
     void (*multiply)(uint8_t* image, const uint8_t* layer, size_t count, float scale);
@@ -73,12 +72,19 @@ struct PixelKernels
     void (*scale)(uint8_t* image, size_t count, float scale);
 
     // Spatial filters, a row at a time.
-    /// @param sums   room for count + 6 numbers
-    void (*blurRow)(ByteRows rows, size_t count, uint16_t* sums, uint8_t* out);
-    /// One kernel in four positions: the lower neighbours less the upper ones, those of the side
-    /// less the opposite ones, and the pixel itself; the corner between counts twice.
-    /// @param side   3 for the right, -3 for the left
-    void (*embossRow)(ByteRows rows, size_t count, ptrdiff_t side, uint8_t* out);
+    /// Adds each byte and its two neighbours.
+    /// @param row    padded, with slack after the pad
+    /// @param sums   count words; slack
+    void (*sumRow)(const uint8_t* row, size_t count, uint16_t* sums);
+    void (*blurRow)(const WordRows* rows, size_t count, uint8_t* out);
+    /// What a row gives to the rows above, at and below it when they are embossed. One kernel in
+    /// four positions: the lower neighbours less the upper ones, those of the side less the
+    /// opposite ones, and the pixel itself; the corner between counts twice.
+    /// @param row      padded, with slack after the pad
+    /// @param side     3 for the right, -3 for the left
+    /// @param shares   count * kEmbossShares words; slack for as many shares
+    void (*weighRow)(const uint8_t* row, size_t count, ptrdiff_t side, uint16_t* shares);
+    void (*embossRow)(const WordRows* rows, size_t count, uint8_t* out);
     void (*widenRow)(const uint8_t* row, size_t count, float* out);
     /// @param kernel   nine weights, row-major
     void (*convolveRow)(FloatRows rows, size_t count, const float* kernel, uint8_t* out);
@@ -111,11 +117,5 @@ struct PixelKernels
                        uint8_t* out);
 };
 
-/// The form in use; the best that this processor can run until SetPixelKernels says otherwise.
+/// @return the table of the instruction set that loops run with (ChooseInstructionSet)
 const PixelKernels* GetPixelKernels();
-
-/// @param kernels   one that ListPixelKernels gives; null for the best
-void SetPixelKernels(const PixelKernels* kernels);
-
-/// @return the n-th form that this processor can run, slowest first; null behind the last
-const PixelKernels* ListPixelKernels(uint32_t n);

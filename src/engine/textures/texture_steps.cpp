@@ -52,7 +52,7 @@ static float WaveCount(float param)
 /// The displacement of one row or column.
 static float RippleDisplacement(int32_t coordinate, float side, float waves, float amplitude)
 {
-    const float steps = static_cast<float>(coordinate) / side * 4096.0F * waves;
+    const float steps = static_cast<float>(coordinate) / side * 4096.0f * waves;
     return side * cosLookup(TruncateToInt(steps)) * amplitude;
 }
 
@@ -82,7 +82,7 @@ static void Ripple(const float* params, int32_t size, uint8_t* pixels)
         alongY[x] = RippleDisplacement(x, side, wavesAlongY, params[1]);
     }
 
-    RippleRow row = {size, 0.0F, 0.0F, alongY, before, &samples};
+    RippleRow row = {size, 0.0f, 0.0f, alongY, before, &samples};
     for (int32_t y = 0; y < size; ++y)
     {
         row.rowNumber = static_cast<float>(y);
@@ -94,68 +94,65 @@ static void Ripple(const float* params, int32_t size, uint8_t* pixels)
     free(before);
 }
 
-/// Runs a 3x3 filter over an image in place. The rows that later rows still look at are kept as
-/// padded copies: a row's neighbours at its ends are those on the opposite edge, and so are the
-/// neighbours of the first and the last row.
-/// @param load     copies count bytes of a row into Elements
-/// @param filter   makes an output row from three padded rows: above, the row itself, below
+/// Runs a 3x3 filter over an image in place. Each row is worked up once, and what came of it is
+/// kept for as long as rows still look at it. A row's neighbours at its ends are those on the
+/// opposite edge, and so are the neighbours of the first and the last row.
+/// @param rowElements   what a row is worked up into
+/// @param load          works a row up: a padded row of count bytes with slack into rowElements
+/// @param filter        makes an output row from three worked-up rows: above, the row itself, below
 template <typename Element, typename Load, typename Filter>
-static void FilterRows(int32_t size, uint8_t* pixels, Load load, Filter filter)
+static void FilterRows(int32_t size, uint8_t* pixels, size_t rowElements, Load load, Filter filter)
 {
     const size_t count = RowBytes(size);
-    const size_t padded = count + 6 + kRowSlack;
-    Element* copies = AllocateBlock<Element>(4 * padded, "rows to filter");
-    memset(copies, 0, 4 * padded * sizeof(Element));
-    const auto loadPadded = [&](int32_t y, Element* copy)
+    uint8_t* padded = AllocateBlock<uint8_t>(count + 6 + kRowSlack, "a row to filter");
+    memset(padded, 0, count + 6 + kRowSlack);
+    Element* rows = AllocateBlock<Element>(4 * rowElements, "rows to filter");
+    memset(rows, 0, 4 * rowElements * sizeof(Element));
+    const auto loadRow = [&](int32_t y, Element* row)
     {
-        load(pixels + static_cast<size_t>(y) * count, count, copy + 3);
-        for (size_t channel = 0; channel < 3; ++channel)
-        {
-            copy[channel] = copy[count + channel];
-            copy[count + 3 + channel] = copy[3 + channel];
-        }
+        const uint8_t* source = pixels + static_cast<size_t>(y) * count;
+        memcpy(padded, source + count - 3, 3);
+        memcpy(padded + 3, source, count);
+        memcpy(padded + 3 + count, source, 3);
+        load(padded + 3, count, row);
     };
 
-    // The first copy is the first row's, to the end; the other rows take turns in the other three.
-    Element* first = copies;
-    const auto copyOf = [&](int32_t y)
+    // The first row is kept to the end; the others take turns in the other three places.
+    Element* first = rows;
+    const auto placeOf = [&](int32_t y)
     {
-        return copies + static_cast<size_t>(1 + y % 3) * padded;
+        return rows + static_cast<size_t>(1 + y % 3) * rowElements;
     };
-    Element* above = copyOf(2); // where row -1 would lie
+    Element* above = placeOf(2); // where row -1 would lie
     Element* row = first;
-    loadPadded(size - 1, above);
-    loadPadded(0, first);
+    loadRow(size - 1, above);
+    loadRow(0, first);
     for (int32_t y = 0; y < size; ++y)
     {
         Element* below = first;
         if (y + 1 < size)
         {
-            below = copyOf(y + 1);
-            loadPadded(y + 1, below);
+            below = placeOf(y + 1);
+            loadRow(y + 1, below);
         }
-        filter(above + 3, row + 3, below + 3, count, pixels + static_cast<size_t>(y) * count);
+        filter(above, row, below, count, pixels + static_cast<size_t>(y) * count);
         above = row;
         row = below;
     }
-    free(copies);
-}
-
-static void CopyRow(const uint8_t* row, size_t count, uint8_t* out)
-{
-    memcpy(out, row, count);
+    free(rows);
+    free(padded);
 }
 
 static void Blur(int32_t size, uint8_t* pixels)
 {
     const PixelKernels* kernels = GetPixelKernels();
-    uint16_t* sums = AllocateBlock<uint16_t>(RowBytes(size) + 6, "a row to blur");
-    FilterRows<uint8_t>(size, pixels, CopyRow,
-                        [&](const uint8_t* above, const uint8_t* row, const uint8_t* below,
-                            size_t count, uint8_t* out) {
-                            kernels->blurRow({above, row, below}, count, sums, out);
-                        });
-    free(sums);
+    FilterRows<uint16_t>(size, pixels, RowBytes(size) + kRowSlack, kernels->sumRow,
+                         [&](const uint16_t* above, const uint16_t* row, const uint16_t* below,
+                             size_t count, uint8_t* out)
+                         {
+                             const WordRows rows = {above, row, below};
+                             kernels->blurRow(&rows, count, out);
+                         });
 }
 
 // The kernels of the four directions:
@@ -173,13 +170,15 @@ static void Emboss(const float* params, int32_t size, uint8_t* pixels)
     const int32_t direction = given < 1 ? 1 : (given > 4 ? 4 : given);
     const ptrdiff_t side = direction == 1 || direction == 4 ? 3 : -3;
     const bool upsideDown = direction >= 3;
-    FilterRows<uint8_t>(
-        size, pixels, CopyRow,
-        [&](const uint8_t* above, const uint8_t* row, const uint8_t* below, size_t count,
+    FilterRows<uint16_t>(
+        size, pixels, kEmbossShares * (RowBytes(size) + kRowSlack),
+        [&](const uint8_t* row, size_t count, uint16_t* shares)
+        { kernels->weighRow(row, count, side, shares); },
+        [&](const uint16_t* above, const uint16_t* row, const uint16_t* below, size_t count,
             uint8_t* out)
         {
-            const ByteRows rows = {upsideDown ? below : above, row, upsideDown ? above : below};
-            kernels->embossRow(rows, count, side, out);
+            const WordRows rows = {upsideDown ? below : above, row, upsideDown ? above : below};
+            kernels->embossRow(&rows, count, out);
         });
 }
 
@@ -187,9 +186,11 @@ static void Convolve(const float* params, int32_t size, uint8_t* pixels)
 {
     const PixelKernels* kernels = GetPixelKernels();
     FilterRows<float>(
-        size, pixels, kernels->widenRow,
+        size, pixels, RowBytes(size) + 6 + kRowSlack,
+        [&](const uint8_t* row, size_t count, float* out)
+        { kernels->widenRow(row - 3, count + 6, out); },
         [&](const float* above, const float* row, const float* below, size_t count, uint8_t* out) {
-            kernels->convolveRow({above, row, below}, count, params, out);
+            kernels->convolveRow({above + 3, row + 3, below + 3}, count, params, out);
         });
 }
 

@@ -8,10 +8,10 @@
 
 #include "engine/data/fault.h"
 #include "engine/textures/compare_bytes.h"
-#include "engine/textures/pixel_kernels.h"
 #include "engine/textures/plain_textures.h"
 #include "engine/textures/random_values.h"
 #include "support/guarded_bytes.h"
+#include "support/instruction_sets.h"
 
 using Bytes = std::vector<uint8_t>;
 
@@ -50,8 +50,8 @@ static int At(const Bytes& pixels, size_t x, size_t y, size_t size = 256)
 
 static std::string Describe(uint32_t type, int32_t size, const std::vector<float>& params)
 {
-    std::string text = std::string(GetPixelKernels()->name) + ", type " + std::to_string(type) +
-                       ", side " + std::to_string(size) + ", params";
+    std::string text = std::string(InstructionSetNames[ChooseInstructionSet()]) + ", type " +
+                       std::to_string(type) + ", side " + std::to_string(size) + ", params";
     for (const float param : params)
     {
         text += " " + std::to_string(param);
@@ -59,35 +59,21 @@ static std::string Describe(uint32_t type, int32_t size, const std::vector<float
     return text;
 }
 
-/// Every test runs with each form of the pixel loops that this processor has.
-class LayerGenerator : public testing::TestWithParam<const PixelKernels*>
+/// Every test runs with each instruction set that this processor has.
+class LayerGenerator : public testing::TestWithParam<InstructionSet>
 {
   protected:
     void SetUp() override
     {
-        SetPixelKernels(GetParam());
         BuildCornerMasks();
     }
 
-    void TearDown() override
-    {
-        SetPixelKernels(nullptr);
-    }
+    UsedInstructionSet used{GetParam()};
 };
 
-static std::vector<const PixelKernels*> ListForms()
-{
-    std::vector<const PixelKernels*> forms;
-    for (uint32_t n = 0; ListPixelKernels(n) != nullptr; ++n)
-    {
-        forms.push_back(ListPixelKernels(n));
-    }
-    return forms;
-}
-
-INSTANTIATE_TEST_SUITE_P(EveryForm, LayerGenerator, testing::ValuesIn(ListForms()),
-                         [](const testing::TestParamInfo<const PixelKernels*>& form)
-                         { return std::string(form.param->name); });
+INSTANTIATE_TEST_SUITE_P(EverySet, LayerGenerator, testing::ValuesIn(ListInstructionSets()),
+                         [](const testing::TestParamInfo<InstructionSet>& set)
+                         { return std::string(InstructionSetNames[set.param]); });
 
 /// Holds generators of random parameters to their plain form.
 /// @param makeParams   fills the parameters

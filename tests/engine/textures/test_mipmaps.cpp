@@ -7,10 +7,10 @@
 
 #include "engine/data/fault.h"
 #include "engine/textures/compare_bytes.h"
-#include "engine/textures/pixel_kernels.h"
 #include "engine/textures/plain_textures.h"
 #include "engine/textures/random_values.h"
 #include "support/guarded_bytes.h"
+#include "support/instruction_sets.h"
 #include "support/recorded_gl.h"
 
 using Bytes = std::vector<uint8_t>;
@@ -53,7 +53,6 @@ class Mipmaps : public testing::Test
 
     void TearDown() override
     {
-        SetPixelKernels(nullptr);
         CurrentPlace = {nullptr, kNoSection, 0, 0};
     }
 };
@@ -200,9 +199,9 @@ static void CheckLevel(void* user, int width, int height, const uint8_t* pixels)
 TEST_F(Mipmaps, ChainsOfAllSmallSizesAndSomeLargeOnesEqualThePlainForm)
 {
     RandomSource random;
-    for (uint32_t n = 0; ListPixelKernels(n) != nullptr; ++n)
+    for (const InstructionSet set : ListInstructionSets())
     {
-        SetPixelKernels(ListPixelKernels(n));
+        const UsedInstructionSet used(set);
         for (int run = 0; run < 39 * 39 + 8; ++run)
         {
             const bool small = run < 39 * 39;

@@ -10,9 +10,9 @@
 #include "engine/data/fault.h"
 #include "engine/textures/compare_bytes.h"
 #include "engine/textures/layer_generator.h"
-#include "engine/textures/pixel_kernels.h"
 #include "engine/textures/plain_textures.h"
 #include "support/guarded_bytes.h"
+#include "support/instruction_sets.h"
 #include "support/recorded_gl.h"
 
 using Bytes = std::vector<uint8_t>;
@@ -33,7 +33,6 @@ class ProceduralTextureTest : public testing::Test
     void TearDown() override
     {
         FreeLayers(&context);
-        SetPixelKernels(nullptr);
         CurrentPlace = {nullptr, kNoSection, 0, 0};
     }
 
@@ -281,9 +280,9 @@ static Bytes BuildPlain(const ProceduralTexture& texture, const LayerImage* cons
 
 TEST_F(ProceduralTextureTest, WholeTexturesAreTheSameBytesOnEveryMachine)
 {
-    for (uint32_t n = 0; ListPixelKernels(n) != nullptr; ++n)
+    for (const InstructionSet set : ListInstructionSets())
     {
-        SetPixelKernels(ListPixelKernels(n));
+        const UsedInstructionSet used(set);
         ResetGl();
         FreeLayers(&context);
         ReadLayers(kLayers);
@@ -295,26 +294,10 @@ TEST_F(ProceduralTextureTest, WholeTexturesAreTheSameBytesOnEveryMachine)
             ASSERT_EQ(texture.glTexture, name);
             const Bytes& pixels = GlTextureLevel(name, 0)->bytes;
             EXPECT_EQ(HashBytes(pixels.data(), pixels.size()), stack.hash)
-                << name << ", " << GetPixelKernels()->name;
+                << name << ", " << InstructionSetNames[set];
             EXPECT_EQ(CompareBytes(pixels, BuildPlain(texture, context.layers)), "same") << name;
         }
     }
-}
-
-TEST_F(ProceduralTextureTest, TheFormOfThePixelLoopsIsTheLastOneListedUnlessSet)
-{
-    uint32_t count = 0;
-    while (ListPixelKernels(count) != nullptr)
-    {
-        ++count;
-    }
-    ASSERT_GE(count, 1U);
-    EXPECT_EQ(GetPixelKernels(), ListPixelKernels(count - 1));
-    EXPECT_STREQ(ListPixelKernels(0)->name, "baseline");
-    SetPixelKernels(ListPixelKernels(0));
-    EXPECT_EQ(GetPixelKernels(), ListPixelKernels(0));
-    SetPixelKernels(nullptr);
-    EXPECT_EQ(GetPixelKernels(), ListPixelKernels(count - 1));
 }
 
 TEST_F(ProceduralTextureTest, StepsAreReadWithoutOpenGlAndWithoutPixels)

@@ -6,10 +6,10 @@
 
 #include "engine/data/cos_table.h"
 #include "engine/textures/compare_bytes.h"
-#include "engine/textures/pixel_kernels.h"
 #include "engine/textures/plain_textures.h"
 #include "engine/textures/random_values.h"
 #include "support/guarded_bytes.h"
+#include "support/instruction_sets.h"
 
 using Bytes = std::vector<uint8_t>;
 
@@ -68,35 +68,21 @@ static int Point(int32_t type, std::vector<float> params, uint8_t image, uint8_t
     return result[0];
 }
 
-/// Every test runs with each form of the pixel loops that this processor has.
-class TextureSteps : public testing::TestWithParam<const PixelKernels*>
+/// Every test runs with each instruction set that this processor has.
+class TextureSteps : public testing::TestWithParam<InstructionSet>
 {
   protected:
     void SetUp() override
     {
-        SetPixelKernels(GetParam());
         BuildCosTable();
     }
 
-    void TearDown() override
-    {
-        SetPixelKernels(nullptr);
-    }
+    UsedInstructionSet used{GetParam()};
 };
 
-static std::vector<const PixelKernels*> ListForms()
-{
-    std::vector<const PixelKernels*> forms;
-    for (uint32_t n = 0; ListPixelKernels(n) != nullptr; ++n)
-    {
-        forms.push_back(ListPixelKernels(n));
-    }
-    return forms;
-}
-
-INSTANTIATE_TEST_SUITE_P(EveryForm, TextureSteps, testing::ValuesIn(ListForms()),
-                         [](const testing::TestParamInfo<const PixelKernels*>& form)
-                         { return std::string(form.param->name); });
+INSTANTIATE_TEST_SUITE_P(EverySet, TextureSteps, testing::ValuesIn(ListInstructionSets()),
+                         [](const testing::TestParamInfo<InstructionSet>& set)
+                         { return std::string(InstructionSetNames[set.param]); });
 
 /// Runs one step in the engine's form and the plain one; "same" if all bytes are and no fence is
 /// hurt.
@@ -120,8 +106,8 @@ static std::string CompareStep(int32_t type, const float* params, const Bytes& l
 
 static std::string Describe(int32_t type, int32_t size, const float* params)
 {
-    std::string text = std::string(GetPixelKernels()->name) + ", type " + std::to_string(type) +
-                       ", side " + std::to_string(size) + ", params";
+    std::string text = std::string(InstructionSetNames[ChooseInstructionSet()]) + ", type " +
+                       std::to_string(type) + ", side " + std::to_string(size) + ", params";
     for (int i = 0; i < 9; ++i)
     {
         text += " " + std::to_string(params[i]);
