@@ -11,7 +11,7 @@
 #include "engine/data/fault.h"
 #include "engine/data/numeric.h"
 #include "engine/data/vocabulary.h"
-#include "engine/render/effect_kernels.h"
+#include "engine/textures/effect_kernels.h"
 
 static constexpr size_t kTestStateSize = 8;
 

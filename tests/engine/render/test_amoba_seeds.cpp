@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "engine/render/effect2d.h"
-#include "engine/render/effect_kernels.h"
+#include "engine/textures/effect_kernels.h"
 #include "support/guarded_bytes.h"
 
 static int script = 0;

@@ -11,8 +11,8 @@
 #include "engine/data/cos_table.h"
 #include "engine/data/fault.h"
 #include "engine/render/material.h"
-#include "engine/render/plain_effects.h"
 #include "engine/render/set_material.h"
+#include "engine/textures/plain_effects.h"
 #include "support/recorded_gl.h"
 
 /// A table of effects read from items, beside a table of envelopes.

@@ -1,4 +1,4 @@
-#include "engine/render/effect_kernels.h"
+#include "engine/textures/effect_kernels.h"
 
 #include <bit>
 #include <cstdlib>
@@ -8,8 +8,9 @@
 #include <vector>
 
 #include "engine/data/cos_table.h"
-#include "engine/render/plain_effects.h"
+#include "engine/textures/plain_effects.h"
 #include "support/guarded_bytes.h"
+#include "support/instruction_sets.h"
 
 static constexpr float kInfinity = std::numeric_limits<float>::infinity();
 static constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
@@ -71,9 +72,9 @@ static void ExpectPlainEffect1(uint32_t side, uint32_t bpp, float step)
     std::vector<uint8_t> plain(ImageSize(side, bpp));
     BuildCosTable();
     PlainEffect1(side, bpp, step, plain.data());
-    for (bool wide : {false, true})
+    for (const InstructionSet set : ListInstructionSets())
     {
-        SetWideEffectKernels(wide);
+        const UsedInstructionSet used(set);
         ExpectSame(Effect1(side, bpp, step), plain, step);
     }
 }
@@ -83,9 +84,9 @@ static void ExpectPlainRotate(uint32_t side, uint32_t bpp, float step)
     std::vector<uint8_t> plain(ImageSize(side, bpp));
     BuildCosTable();
     PlainRotate(side, bpp, step, plain.data());
-    for (bool wide : {false, true})
+    for (const InstructionSet set : ListInstructionSets())
     {
-        SetWideEffectKernels(wide);
+        const UsedInstructionSet used(set);
         ExpectSame(Rotate(side, bpp, step), plain, step);
     }
 }
@@ -179,9 +180,9 @@ TEST(CosTable, TakesTheSignedRemainderWhoseEntryIsNotThatOfAMask)
 
 TEST(Effect1, AtStepMinus646ReadsTheTablesLowerHalf)
 {
-    for (bool wide : {false, true})
+    for (const InstructionSet set : ListInstructionSets())
     {
-        SetWideEffectKernels(wide);
+        const UsedInstructionSet used(set);
         EXPECT_EQ(Effect1(256, 24, -646.0f)[124573], 60);
     }
 }
