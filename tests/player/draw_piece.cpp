@@ -14,10 +14,10 @@
 
 #include "player/drawn_piece.h"
 
-static void DrawRange(const DrawnPiece* piece, const std::string& folder, const char* range)
+static void DrawRange(DrawnPiece* piece, const std::string& folder, const char* range)
 {
     const bool loading = *range == 'l';
-    const DemoDocument* document = loading ? &piece->loading : &piece->demo;
+    const RunDocument document = loading ? RunDocument::kLoading : RunDocument::kDemo;
     char* rest = nullptr;
     unsigned long first = strtoul(range + (loading ? 1 : 0), &rest, 10);
     unsigned long last = *rest == '-' ? strtoul(rest + 1, &rest, 10) : first;
@@ -50,5 +50,6 @@ int main(int argc, char** argv)
     {
         DrawRange(&piece, argv[2], argv[i]);
     }
+    CloseDrawnPiece(&piece);
     return 0;
 }

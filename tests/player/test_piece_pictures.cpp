@@ -24,9 +24,14 @@ class PiecePictures : public testing::Test
         OpenDrawnPiece(PACKAGE, kWidth, kHeight, &piece);
     }
 
+    static void TearDownTestSuite()
+    {
+        CloseDrawnPiece(&piece);
+    }
+
     /// A moment has to look like its picture. If it does not, what it looks like is left beside the
     /// test program.
-    static void ExpectPicture(const DemoDocument* document, uint32_t time, const std::string& name)
+    static void ExpectPicture(RunDocument document, uint32_t time, const std::string& name)
     {
         Picture drawn;
         DrawMoment(&piece, document, time, &drawn);
@@ -53,13 +58,13 @@ TEST_F(PiecePictures, MomentsLookLikeTheirPictures)
     for (uint32_t time :
          {400u, 1480u, 1770u, 2330u, 2760u, 3330u, 5150u, 5760u, 6280u, 6660u, 7110u, 7800u, 9240u})
     {
-        ExpectPicture(&piece.demo, time, "piece-" + std::to_string(time));
+        ExpectPicture(RunDocument::kDemo, time, "piece-" + std::to_string(time));
     }
 }
 
 TEST_F(PiecePictures, TheLoadingScreenLooksLikeItsPicture)
 {
-    ExpectPicture(&piece.loading, 50, "piece-loading-50");
+    ExpectPicture(RunDocument::kLoading, 50, "piece-loading-50");
 }
 
 /// The mean of all channels, 0 to 255.
@@ -76,9 +81,9 @@ static double Brightness(const Picture& picture)
 TEST_F(PiecePictures, ItRisesOutOfBlackAndGoesBackToIt)
 {
     Picture picture;
-    DrawMoment(&piece, &piece.demo, 0, &picture);
+    DrawMoment(&piece, RunDocument::kDemo, 0, &picture);
     EXPECT_LT(Brightness(picture), 0.5);
-    DrawMoment(&piece, &piece.demo, kEnd - 1, &picture);
+    DrawMoment(&piece, RunDocument::kDemo, kEnd - 1, &picture);
     EXPECT_LT(Brightness(picture), 0.5);
 }
 
@@ -87,7 +92,7 @@ TEST_F(PiecePictures, BetweenTheFadesNoMomentIsBlackAndNoCallRefused)
     Picture picture;
     for (uint32_t time = 200; time < 9500; time += 100)
     {
-        DrawMoment(&piece, &piece.demo, time + 11, &picture);
+        DrawMoment(&piece, RunDocument::kDemo, time + 11, &picture);
         EXPECT_GT(Brightness(picture), 2.0) << time;
         ASSERT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR)) << time;
     }
