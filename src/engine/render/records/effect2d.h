@@ -38,7 +38,7 @@ struct EffectState
     int32_t lastUpdate; // ticks of the last refresh; kEffectNeverUpdated at first
 };
 
-/// What EffectState::state begins with for "Amoba". The living image comes right after it.
+/// The head of EffectState::state for "Amoba". The living image comes right after it.
 struct AmobaState
 {
     float lastStep; // the whole part of "Update" at the last step
