@@ -16,12 +16,14 @@ struct Arena;
 struct FaultList;
 struct RandomSequence;
 
-/// Constant after reading. What moves is the GenMeshState that belongs to it.
+/// Constant after reading, but that the first move fills `faces`. What moves is the GenMeshState
+/// that belongs to it.
 struct GenMesh
 {
     uint32_t type;                   // GenMeshType
     uint32_t params[kGenMeshParams]; // the first is the driving envelope's id, 0 for none
     Mesh mesh;                       // the grid at rest, arrays owned
+    VertexFaces faces;               // owned; of the mesh
 };
 
 /// Makes a mesh: a grid of 30 by 30 vertices in the plane y = 0, from the origin to (29, 0, 29),
@@ -50,7 +52,7 @@ struct GenMeshSources
     GenMeshState* states;         // [id - 1], borrowed
     const Animation* animation;   // borrowed; of the same document
     RandomSequence* random;       // borrowed
-    Arena* arena;                 // borrowed; scratch memory
+    Arena* arena;                 // borrowed; scratch memory, given back after each call
 };
 
 /// Moves a mesh to an object time; every use of a generated mesh comes after a call of it. An id
