@@ -42,7 +42,7 @@ struct EffectState
     float imageParams[kEffectImageParams]; // of the last image
 };
 
-/// What EffectState::state begins with for "Amoba". The living image comes right after it.
+/// The head of EffectState::state for "Amoba". The living image comes right after it.
 struct AmobaState
 {
     float lastStep; // the whole part of "Update" at the last step
