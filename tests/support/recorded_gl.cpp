@@ -1463,9 +1463,8 @@ static GLboolean GLAPIENTRY UnmapBuffer(GLenum target)
     return GL_TRUE;
 }
 
-static void GLAPIENTRY DeleteBuffersARB(GLsizei n, const GLuint* buffers)
+static void ForgetBuffers(GLsizei n, const GLuint* buffers)
 {
-    Record("DeleteBuffersARB", n, Vector<GLuint>{buffers, static_cast<size_t>(n)});
     for (GLsizei i = 0; i < n; ++i)
     {
         gl.buffers.erase(buffers[i]);
@@ -1476,6 +1475,18 @@ static void GLAPIENTRY DeleteBuffersARB(GLsizei n, const GLuint* buffers)
     }
 }
 
+static void GLAPIENTRY DeleteBuffers(GLsizei n, const GLuint* buffers)
+{
+    Record("DeleteBuffers", n, Vector<GLuint>{buffers, static_cast<size_t>(n)});
+    ForgetBuffers(n, buffers);
+}
+
+static void GLAPIENTRY DeleteBuffersARB(GLsizei n, const GLuint* buffers)
+{
+    Record("DeleteBuffersARB", n, Vector<GLuint>{buffers, static_cast<size_t>(n)});
+    ForgetBuffers(n, buffers);
+}
+
 PFNGLACTIVETEXTUREARBPROC __glewActiveTextureARB = ActiveTextureARB;
 PFNGLCLIENTACTIVETEXTUREARBPROC __glewClientActiveTextureARB = ClientActiveTextureARB;
 PFNGLGENBUFFERSPROC __glewGenBuffers = GenBuffers;
@@ -1483,6 +1494,7 @@ PFNGLBINDBUFFERPROC __glewBindBuffer = BindBuffer;
 PFNGLBUFFERDATAPROC __glewBufferData = BufferData;
 PFNGLMAPBUFFERPROC __glewMapBuffer = MapBuffer;
 PFNGLUNMAPBUFFERPROC __glewUnmapBuffer = UnmapBuffer;
+PFNGLDELETEBUFFERSPROC __glewDeleteBuffers = DeleteBuffers;
 PFNGLGENBUFFERSARBPROC __glewGenBuffersARB = GenBuffersARB;
 PFNGLBINDBUFFERARBPROC __glewBindBufferARB = BindBufferARB;
 PFNGLBUFFERDATAARBPROC __glewBufferDataARB = BufferDataARB;
