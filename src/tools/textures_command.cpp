@@ -7,8 +7,8 @@
 #include "engine/data/cos_table.h"
 #include "engine/data/demo_document.h"
 #include "engine/data/document_values.h"
+#include "engine/data/vocabulary.h"
 #include "engine/textures/bitmap_texture.h"
-#include "engine/textures/catalogues.h"
 #include "engine/textures/corner_masks.h"
 #include "engine/textures/layer_generator.h"
 #include "engine/textures/procedural_texture.h"
@@ -61,8 +61,8 @@ static void ShowLayerItem(const TiXmlElement* item, void* record, uint32_t index
     ReadLayerItem(item, record, index, context);
 
     const LayerImage* layer = context->layers[index];
-    const char* generator =
-        layer->type < kGeneratorRows ? GeneratorCatalogue[layer->type].name : "no such generator";
+    const VocabularyRow* row = FindVocabularyRow(kCatalogueGenerators, layer->type);
+    const char* generator = row == nullptr ? "no such generator" : row->name;
     ShowImage(writer, "layer", index, generator, {kTextureSize, kTextureSize, 3, layer->pixels},
               &writer->layers);
 }

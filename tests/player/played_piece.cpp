@@ -28,11 +28,10 @@ LauncherResult RunLauncher(const char* title, LauncherChoice* choice, int* exitC
 /// @return whether a document has all of its tables, or none of them
 static std::string TableFaults(const DemoDocument* document)
 {
-    const ObjectTable* const tables[] = {document->textures,  document->models,
-                                         document->envelopes, document->lights,
-                                         document->effects,   document->bitmaps,
-                                         document->materials, document->genMeshes,
-                                         document->scenes};
+    const ObjectTable* const tables[] = {
+        document->textures,  document->models,    document->envelopes,
+        document->lights,    document->effects,   document->bitmaps,
+        document->materials, document->genMeshes, document->scenes};
     const ptrdiff_t missing = std::count(std::begin(tables), std::end(tables), nullptr);
     if (missing == 0)
     {

@@ -354,8 +354,8 @@ TEST(LoadPiece, OnlyTheDemoGetsBuffersMipChainsAndUnpackBuffers)
                                 "BufferData ELEMENT_ARRAY_BUFFER 12 ? STATIC_DRAW\n"
                                 "BindBuffer ARRAY_BUFFER 0\n"
                                 "BindBuffer ELEMENT_ARRAY_BUFFER 0\n";
-    EXPECT_EQ(LinesWith(run.record, {"Gen", "Bind", "Buffer", "Map",
-                                     "Unmap", "TexImage2D", "TexParameteri"}),
+    EXPECT_EQ(LinesWith(run.record,
+                        {"Gen", "Bind", "Buffer", "Map", "Unmap", "TexImage2D", "TexParameteri"}),
               NewTexture(1, flat) + NewTexture(2, flat) + // and no buffers for the model
                   NewTexture(3, Level(0, 1, 64, "LUMINANCE", "?")) + Filters("LINEAR") + Bitmap(4) +
                   MippedTexture(5) + MippedTexture(6) + buffers +

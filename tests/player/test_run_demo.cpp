@@ -100,8 +100,8 @@ TEST(RunDemo, TheCursorGoesAfterTheSecondSwap)
 {
     ChildRun run = PlayUsualPiece(SilentScript({}, 0));
 
-    EXPECT_EQ(LinesWith(run.record, {"> Starting", "SDL_SetVideoMode", "SDL_GL_SwapBuffers",
-                                     "SDL_ShowCursor"}),
+    EXPECT_EQ(LinesWith(run.record,
+                        {"> Starting", "SDL_SetVideoMode", "SDL_GL_SwapBuffers", "SDL_ShowCursor"}),
               "> Starting the demo.\n"
               "SDL_SetVideoMode 1024 768 24 HWSURFACE|ASYNCBLIT|OPENGL|FULLSCREEN\n"
               "SDL_GL_SwapBuffers\n"

@@ -96,7 +96,7 @@ TEST(DecodeImage, APicFileCutAnywhereIsRefused)
 
 TEST(DecodeImage, FilesThatAreCutAnywhereDoNoHarm)
 {
-    const std::string files[] = {MakeTga(3, 3, 4, std::string(36, 'x')), MakeRadiance() + "\xff",
+    const std::string files[] = {MakeTga(3, 3, 4, std::string(36, 'x')), MakeRadiance(),
                                  MakeBareJpeg()};
     for (const std::string& file : files)
     {

@@ -1,0 +1,12 @@
+// An end to the memory of a test program. The program links failing_memory (CMake), and then
+// malloc, calloc and realloc of all that it links statically go through here.
+#pragma once
+
+#include <cstdint>
+
+/// Makes the k-th allocation from now on fail, counted from 1.
+void FailAllocation(uint64_t k);
+
+/// Ends FailAllocation.
+/// @return how many allocations were asked for since; fewer than k if none has failed
+uint64_t AllowAllocations();
