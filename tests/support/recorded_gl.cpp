@@ -1525,8 +1525,9 @@ static GLboolean GLAPIENTRY UnmapBuffer(GLenum target)
     return GL_TRUE;
 }
 
-static void ForgetBuffers(GLsizei n, const GLuint* buffers)
+static void GLAPIENTRY DeleteBuffersARB(GLsizei n, const GLuint* buffers)
 {
+    Record("DeleteBuffersARB", n, Vector<GLuint>{buffers, static_cast<size_t>(n)});
     for (GLsizei i = 0; i < n; ++i)
     {
         gl.buffers.erase(buffers[i]);
@@ -1537,18 +1538,6 @@ static void ForgetBuffers(GLsizei n, const GLuint* buffers)
     }
 }
 
-static void GLAPIENTRY DeleteBuffers(GLsizei n, const GLuint* buffers)
-{
-    Record("DeleteBuffers", n, Vector<GLuint>{buffers, static_cast<size_t>(n)});
-    ForgetBuffers(n, buffers);
-}
-
-static void GLAPIENTRY DeleteBuffersARB(GLsizei n, const GLuint* buffers)
-{
-    Record("DeleteBuffersARB", n, Vector<GLuint>{buffers, static_cast<size_t>(n)});
-    ForgetBuffers(n, buffers);
-}
-
 PFNGLACTIVETEXTUREARBPROC __glewActiveTextureARB = ActiveTextureARB;
 PFNGLCLIENTACTIVETEXTUREARBPROC __glewClientActiveTextureARB = ClientActiveTextureARB;
 PFNGLGENBUFFERSPROC __glewGenBuffers = GenBuffers;
@@ -1556,7 +1545,6 @@ PFNGLBINDBUFFERPROC __glewBindBuffer = BindBuffer;
 PFNGLBUFFERDATAPROC __glewBufferData = BufferData;
 PFNGLMAPBUFFERPROC __glewMapBuffer = MapBuffer;
 PFNGLUNMAPBUFFERPROC __glewUnmapBuffer = UnmapBuffer;
-PFNGLDELETEBUFFERSPROC __glewDeleteBuffers = DeleteBuffers;
 PFNGLGENBUFFERSARBPROC __glewGenBuffersARB = GenBuffersARB;
 PFNGLBINDBUFFERARBPROC __glewBindBufferARB = BindBufferARB;
 PFNGLBUFFERDATAARBPROC __glewBufferDataARB = BufferDataARB;
