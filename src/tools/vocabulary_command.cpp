@@ -109,7 +109,7 @@ static void PrintText()
     }
     for (const VocabularySection& section : VocabularySections)
     {
-        printf("section %d, %s\n", section.number, section.word);
+        printf("section %d, %s\n", static_cast<int>(section.section), section.word);
         PrintElementText(*section.item, 2);
         printf("\n");
     }
@@ -243,8 +243,8 @@ static void PrintJson()
     before = "";
     for (const VocabularySection& section : VocabularySections)
     {
-        printf("%s    {\"number\": %d, \"word\": %s, \"item\":\n", before, section.number,
-               Quoted(section.word).c_str());
+        printf("%s    {\"number\": %d, \"word\": %s, \"item\":\n", before,
+               static_cast<int>(section.section), Quoted(section.word).c_str());
         PrintElementJson(*section.item, 6);
         printf("}");
         before = ",\n";

@@ -5,13 +5,16 @@
 static bool isCounting = false;
 static uint64_t asked = 0;
 static uint64_t failing = 0; // counted from 1
+static int64_t live = 0;
 
 extern "C" void* __real_malloc(size_t size);
 extern "C" void* __real_calloc(size_t count, size_t size);
 extern "C" void* __real_realloc(void* block, size_t size);
+extern "C" void __real_free(void* block);
 extern "C" void* __wrap_malloc(size_t size);
 extern "C" void* __wrap_calloc(size_t count, size_t size);
 extern "C" void* __wrap_realloc(void* block, size_t size);
+extern "C" void __wrap_free(void* block);
 
 static bool MayAllocate()
 {
@@ -23,19 +26,36 @@ static bool MayAllocate()
     return asked != failing;
 }
 
+static void* Count(void* block)
+{
+    live += block != nullptr ? 1 : 0;
+    return block;
+}
+
 void* __wrap_malloc(size_t size)
 {
-    return MayAllocate() ? __real_malloc(size) : nullptr;
+    return MayAllocate() ? Count(__real_malloc(size)) : nullptr;
 }
 
 void* __wrap_calloc(size_t count, size_t size)
 {
-    return MayAllocate() ? __real_calloc(count, size) : nullptr;
+    return MayAllocate() ? Count(__real_calloc(count, size)) : nullptr;
 }
 
 void* __wrap_realloc(void* block, size_t size)
 {
-    return MayAllocate() ? __real_realloc(block, size) : nullptr;
+    if (!MayAllocate())
+    {
+        return nullptr;
+    }
+    void* moved = __real_realloc(block, size);
+    return block == nullptr ? Count(moved) : moved;
+}
+
+void __wrap_free(void* block)
+{
+    live -= block != nullptr ? 1 : 0;
+    __real_free(block);
 }
 
 void FailAllocation(uint64_t k)
@@ -49,4 +69,9 @@ uint64_t AllowAllocations()
 {
     isCounting = false;
     return asked;
+}
+
+int64_t LiveBlocks()
+{
+    return live;
 }

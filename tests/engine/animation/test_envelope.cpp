@@ -10,6 +10,7 @@
 
 #include "engine/animation/make_envelope.h"
 #include "engine/data/fault.h"
+#include "support/failing_memory.h"
 #include "support/fault_text.h"
 
 static constexpr float kInfinity = std::numeric_limits<float>::infinity();
@@ -648,6 +649,23 @@ TEST(EnvelopeReading, TakesAllThatADocumentGives)
     {
         EXPECT_EQ(envelope.pieceParams[1][i], params[i]) << i;
     }
+}
+
+TEST(EnvelopeReading, TakesNoMemory)
+{
+    TiXmlDocument document;
+    document.Parse("<e type='0' loop_type='0' loop_begin='0' loop_end='0'>"
+                   "<p type='4' length='9'><a>1</a></p></e>");
+    FaultList faults;
+    StartFaults(&faults);
+    ReadContext context = {};
+    context.faults = &faults;
+    Envelope envelope = {};
+    FailAllocation(1);
+    EXPECT_TRUE(ReadEnvelopeItem(document.RootElement(), &envelope, 0, &context));
+    EnvelopeCache cache = kEmptyEnvelopeCache;
+    EvaluateEnvelope(&envelope, &cache, 5);
+    EXPECT_EQ(AllowAllocations(), 0u);
 }
 
 TEST(EnvelopeReading, ElementNamesSayNothing)

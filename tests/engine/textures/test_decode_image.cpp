@@ -64,6 +64,19 @@ TEST(DecodeImage, AJpegFileWithoutItsTablesIsGrey)
     EXPECT_EQ(image.pixels, Bytes(64, 128));
 }
 
+TEST(DecodeImage, APaletteIsResolved)
+{
+    const Decoded png = Decode(MakePng());
+    EXPECT_EQ(png.result, DecodeResult::kDecoded) << png.reason;
+    EXPECT_EQ(png.components, 3);
+    EXPECT_EQ(png.pixels, (Bytes{255, 0, 0, 0, 255, 0, 0, 0, 255, 255, 255, 255}));
+    const Decoded gif = Decode(MakeGif());
+    EXPECT_EQ(gif.result, DecodeResult::kDecoded) << gif.reason;
+    EXPECT_EQ(gif.components, 4);
+    EXPECT_EQ(gif.pixels,
+              (Bytes{255, 0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255, 255, 255, 255, 255}));
+}
+
 TEST(DecodeImage, APicFileKeepsThreeOrFourComponents)
 {
     const std::string row = "\x02qrs";
@@ -97,7 +110,7 @@ TEST(DecodeImage, APicFileCutAnywhereIsRefused)
 TEST(DecodeImage, FilesThatAreCutAnywhereDoNoHarm)
 {
     const std::string files[] = {MakeTga(3, 3, 4, std::string(36, 'x')), MakeRadiance(),
-                                 MakeBareJpeg()};
+                                 MakeBareJpeg(), MakePng(), MakeGif()};
     for (const std::string& file : files)
     {
         for (size_t length = 0; length <= file.size(); ++length)

@@ -58,7 +58,7 @@ static Bytes Render(CatalogueId catalogue, const ParamPlace& place, float value)
     {
         LayerImage layer = {static_cast<uint32_t>(place.row->number), {}, pixels.data()};
         std::copy(params.begin(), params.end(), layer.params);
-        GenerateLayer(&layer, kTextureSize);
+        EXPECT_TRUE(GenerateLayer(&layer, kTextureSize));
         return pixels;
     }
     Bytes source(pixels.size());
@@ -67,7 +67,10 @@ static Bytes Render(CatalogueId catalogue, const ParamPlace& place, float value)
         pixels[i] = static_cast<uint8_t>(i * 7 + i / 11);
         source[i] = static_cast<uint8_t>(i * 5 + i / 13);
     }
-    ApplyTextureStep(place.row->number, params.data(), source.data(), kTextureSize, pixels.data());
+    Arena scratch = {};
+    EXPECT_TRUE(ApplyTextureStep(place.row->number, params.data(), source.data(), kTextureSize,
+                                 pixels.data(), &scratch));
+    FreeArena(&scratch);
     return pixels;
 }
 
