@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <emmintrin.h>
 #include <functional>
+#include <memory>
 #include <time.h>
 #include <vector>
 
@@ -254,10 +255,18 @@ struct Sheet
         mesh.vertices = vertices.data();
         mesh.normals = normals.data();
         mesh.indices = indices.data();
+        mesh.faces = &faces;
     }
+    ~Sheet()
+    {
+        FreeVertexFaces(&faces);
+    }
+    Sheet(const Sheet&) = delete;
+    Sheet& operator=(const Sheet&) = delete;
     std::vector<float> vertices;
     std::vector<float> normals;
     std::vector<uint32_t> indices;
+    VertexFaces faces = {};
     Mesh mesh = {};
 };
 
@@ -285,8 +294,11 @@ static void BenchNormalsOfWater(benchmark::State& state)
     void* water = nullptr;
     Mesh mesh = {};
     BuildGenMesh(kCenterwaveWater, &water, &mesh);
+    VertexFaces faces = {};
+    mesh.faces = &faces;
     SimulateWater(kCenterwaveWater, 1.0f, &water, &mesh);
     CompareNormals(state, mesh);
+    FreeVertexFaces(&faces);
     FreeGenMesh(kCenterwaveWater, &water, &mesh);
 }
 BENCHMARK(BenchNormalsOfWater);
@@ -308,3 +320,53 @@ static void BenchRippleOf50000Vertices(benchmark::State& state)
         nullptr);
 }
 BENCHMARK(BenchRippleOf50000Vertices);
+
+/// Both, as a "Rippler" does them.
+static void BenchRippleAndNormalsOf50000Vertices(benchmark::State& state)
+{
+    BuildCosTable();
+    Sheet sheet(200, 250);
+    const Mesh& mesh = sheet.mesh;
+    const size_t count = sheet.vertices.size();
+    Compare(
+        state,
+        [&]
+        {
+            PlainRipple(mesh.vertices, count, 0.7f, 0.0f, 1.3f);
+            PlainNormals(mesh.vertexCount, mesh.indexCount, mesh.vertices, mesh.normals,
+                         mesh.indices);
+        },
+        [&]
+        {
+            RippleCoordinates(mesh.vertices, count, static_cast<float>(0.7 * kCosStepsPerRadian),
+                              static_cast<float>(1.3 * kCosStepsPerRadian), 0.0f);
+            RecomputeNormals(&mesh);
+        },
+        nullptr);
+}
+BENCHMARK(BenchRippleAndNormalsOf50000Vertices);
+
+/// Normals of so many meshes in turn: the time of each must not grow with their number.
+static void BenchNormalsOfManyMeshes(benchmark::State& state)
+{
+    std::vector<std::unique_ptr<Sheet>> sheets;
+    for (int64_t i = 0; i < state.range(0); ++i)
+    {
+        sheets.push_back(std::make_unique<Sheet>(40, 50));
+    }
+    double shortest = 1e30;
+    while (state.KeepRunning())
+    {
+        TimeForm(
+            [&]
+            {
+                for (const std::unique_ptr<Sheet>& sheet : sheets)
+                {
+                    RecomputeNormals(&sheet->mesh);
+                }
+            },
+            &shortest);
+    }
+    state.counters["us_each"] = shortest / static_cast<double>(state.range(0));
+}
+BENCHMARK(BenchNormalsOfManyMeshes)->Arg(1)->Arg(32)->Arg(33)->Arg(64);

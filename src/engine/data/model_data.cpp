@@ -112,6 +112,7 @@ void ReadModelItem(const TiXmlElement* item, void* record, uint32_t /*index*/, L
 {
     ModelData* model = static_cast<ModelData*>(record);
     *model = {};
+    model->mesh.faces = &model->faces;
 
     const char* filename = RequireAttribute(item, "filename");
     InflatedEntry entry;

@@ -19,23 +19,35 @@
 
 inline constexpr uint32_t kModelHeaderSize = 5;
 
+/// The faces around each vertex of a mesh, from which its normals are recomputed. Empty, all 0,
+/// until something first bends the mesh.
+struct VertexFaces
+{
+    uint32_t* block;   // owned: the three arrays below; null for an empty record
+    uint32_t* corners; // three for each triangle: 4 * the number of a vertex; into block
+    uint32_t* faces;   // 4 * the number of a triangle, rising for each vertex; into block
+    uint32_t* first;   // [vertexCount + 1], where a vertex's faces begin in `faces`; into block
+};
+
 /// The arrays that drawing and deformation work on.
 struct Mesh
 {
     uint32_t vertexCount;
-    uint32_t indexCount;  // indices, not triangles
-    float* vertices;      // [vertexCount][3]
-    float* texCoords1;    // [vertexCount][2]
-    float* texCoords2;    // [vertexCount][2]; null when there is only one set
-    uint8_t texCoordSets; // 1 or 2
-    float* normals;       // [vertexCount][3]
-    uint32_t* indices;    // [indexCount], each below vertexCount; GL_TRIANGLES
+    uint32_t indexCount;          // indices, not triangles
+    float* vertices;              // [vertexCount][3]
+    float* texCoords1;            // [vertexCount][2]
+    float* texCoords2;            // [vertexCount][2]; null when there is only one set
+    uint8_t texCoordSets;         // 1 or 2
+    float* normals;               // [vertexCount][3]
+    uint32_t* indices;            // [indexCount], each below vertexCount; GL_TRIANGLES
+    VertexFaces* faces = nullptr; // borrowed from the record around it; null if nobody keeps them
 };
 
 struct ModelData
 {
     unsigned char* block;  // the uncompressed file, inside an allocation that lives to the end
     Mesh mesh;             // into block
+    VertexFaces faces;     // owned; of the mesh
     uint32_t vertexBuffer; // OpenGL buffer names; 0 unless the model was uploaded
     uint32_t texCoordBuffer1;
     uint32_t texCoordBuffer2; // only if the file has 2 sets or more

@@ -144,6 +144,7 @@ void ReadGenMeshItem(const TiXmlElement* item, void* record, uint32_t /*index*/,
     genMesh->type = static_cast<uint32_t>(ReadIntAttribute(item, "type"));
     genMesh->state = static_cast<void**>(AllocateZeroed(1, sizeof(void*)));
     BuildGenMesh(genMesh->type, genMesh->state, &genMesh->mesh);
+    genMesh->mesh.faces = &genMesh->faces;
     ReadGenMeshParams(item, genMesh->params);
 }
 

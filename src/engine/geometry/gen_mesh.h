@@ -13,8 +13,9 @@ struct GenMesh
 {
     uint32_t type;                  // GenMeshType
     int32_t params[kGenMeshParams]; // the first is the driving envelope's id, 0 for none
-    void** state; // owned cell, filled by the generator; null in it if there is none
-    Mesh mesh;    // arrays owned
+    void** state;      // owned cell, filled by the generator; null in it if there is none
+    Mesh mesh;         // arrays owned
+    VertexFaces faces; // owned; of the mesh
 };
 
 /// Makes a mesh and its state: a grid of 30 by 30 vertices in the plane y = 0, from the origin to

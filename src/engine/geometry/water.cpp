@@ -115,6 +115,14 @@ static void StepLake(LakeWaterState* lake, float v)
     }
 }
 
+static void RenewNormals(const Mesh* mesh)
+{
+    if (!RecomputeNormals(mesh))
+    {
+        FatalFault("there is no memory for the water");
+    }
+}
+
 static void SimulateLake(float v, LakeWaterState* lake, const Mesh* mesh)
 {
     if (v >= static_cast<float>(AddWrapped(lake->lastStep, 2)) ||
@@ -143,7 +151,7 @@ static void SimulateLake(float v, LakeWaterState* lake, const Mesh* mesh)
                         5.0;
         mesh->vertices[3 * e + 1] = static_cast<float>(height);
     }
-    RecomputeNormals(mesh);
+    RenewNormals(mesh);
 }
 
 /// The height of a centerwave at a place counted from its middle, which lies half a cell off the
@@ -177,7 +185,7 @@ static void SimulateCenterwave(float v, CenterwaveState* wave, const Mesh* mesh)
             y += 3;
         }
     }
-    RecomputeNormals(mesh);
+    RenewNormals(mesh);
 }
 
 void SimulateWater(uint32_t type, float v, void** state, const Mesh* mesh)

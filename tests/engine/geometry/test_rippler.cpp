@@ -1,10 +1,12 @@
 #include "engine/geometry/rippler.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <limits>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "engine/data/cos_table.h"
@@ -15,6 +17,7 @@
 #include "engine/geometry/plain_geometry.h"
 #include "engine/geometry/water.h"
 #include "support/guarded_bytes.h"
+#include "support/instruction_sets.h"
 #include "support/recorded_gl.h"
 
 /// A model of one triangle, and a list of one instance.
@@ -196,11 +199,26 @@ TEST(Rippler, OfAMeshWithoutVerticesIsHarmless)
     EXPECT_EQ(CurrentDeformedMesh.vertices, nullptr);
 }
 
-TEST(Rippler, OfAnyNumberOfCoordinatesIsThePlainOneToTheLastBit)
+/// Runs with each instruction set that this processor has.
+class RipplerLoops : public testing::TestWithParam<InstructionSet>
 {
-    BuildCosTable();
+  protected:
+    void SetUp() override
+    {
+        BuildCosTable();
+    }
+
+    UsedInstructionSet used{GetParam()};
+};
+
+INSTANTIATE_TEST_SUITE_P(EverySet, RipplerLoops, testing::ValuesIn(ListInstructionSets()),
+                         [](const testing::TestParamInfo<InstructionSet>& set)
+                         { return std::string(InstructionSetNames[set.param]); });
+
+TEST_P(RipplerLoops, OfAnyNumberOfCoordinatesAreThePlainOne)
+{
     std::mt19937 random(4);
-    for (size_t count = 0; count < 70; ++count)
+    for (size_t count = 0; count < 150; ++count)
     {
         for (int round = 0; round < 8; ++round)
         {
@@ -224,9 +242,8 @@ TEST(Rippler, OfAnyNumberOfCoordinatesIsThePlainOneToTheLastBit)
     }
 }
 
-TEST(Rippler, TakesTheEntryOfTheSignedRemainderForEveryAngle)
+TEST_P(RipplerLoops, TakeTheEntryOfTheSignedRemainder)
 {
-    BuildCosTable();
     // Coordinates that are whole steps: n is the coordinate itself, over four turns and at the ends
     // of what an integer holds.
     std::vector<float> angles;
@@ -238,8 +255,9 @@ TEST(Rippler, TakesTheEntryOfTheSignedRemainderForEveryAngle)
     for (float angle : angles)
     {
         int32_t n = TruncateToInt(angle);
-        float coordinates[4] = {angle, angle, angle, angle};
-        RippleCoordinates(coordinates, 4, 0.0f, 1.0f, 65536.0f);
+        float coordinates[8];
+        std::fill_n(coordinates, 8, angle);
+        RippleCoordinates(coordinates, 8, 0.0f, 1.0f, 65536.0f);
         float expected = CosTable[4096 + n % 4096] * 65536.0f + angle;
         for (float c : coordinates)
         {
@@ -248,13 +266,12 @@ TEST(Rippler, TakesTheEntryOfTheSignedRemainderForEveryAngle)
     }
 }
 
-TEST(Rippler, CoordinatesPastAllBoundsStayInsideTheTable)
+TEST_P(RipplerLoops, StayInsideTheTablePastAllBounds)
 {
-    BuildCosTable();
     const float infinity = std::numeric_limits<float>::infinity();
-    float coordinates[5] = {3e38f, -3e38f, infinity, -infinity,
+    float coordinates[9] = {3e38f, -3e38f, infinity, -infinity,
                             std::numeric_limits<float>::quiet_NaN()};
-    RippleCoordinates(coordinates, 5, 1.0f, 1000.0f, 2.0f);
+    RippleCoordinates(coordinates, 9, 1.0f, 1000.0f, 2.0f);
     EXPECT_EQ(coordinates[0], 3e38f);
     EXPECT_EQ(coordinates[1], -3e38f);
     EXPECT_EQ(coordinates[2], infinity);
