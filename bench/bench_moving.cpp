@@ -1,5 +1,6 @@
 // What moves: the images of 2D effects, normals and ripples, each beside its plain form from the
-// tests and, where look-ups bound it, beside the look-ups alone.
+// tests and, where look-ups bound it, beside the look-ups alone, as fast as the same instruction
+// set can do them.
 //
 // All forms of a row run in turns in one thread, and the counters give the shortest time of each in
 // microseconds; `times_faster` is plain / engine, `of_reads` is engine / reads. Ratios hold from
@@ -14,6 +15,7 @@
 #include <time.h>
 #include <vector>
 
+#include "assimp_normals.h"
 #include "engine/data/cos_table.h"
 #include "engine/data/numeric.h"
 #include "engine/geometry/gen_mesh.h"
@@ -23,6 +25,7 @@
 #include "engine/geometry/water.h"
 #include "engine/textures/effect_kernels.h"
 #include "engine/textures/plain_effects.h"
+#include "engine/vectors/instruction_sets.h"
 
 static double Microseconds()
 {
@@ -85,29 +88,30 @@ struct ReadPlan
     std::vector<uint32_t> places;
 };
 
-/// Look-ups of single floats, `reads` of them a pixel.
-template <uint32_t reads>
-static float ReadFloats(const ReadPlan& plan, uint32_t side)
+/// Look-ups of single floats, two or six of them a pixel.
+struct ReadLoops
 {
-    float sum[2][reads] = {};
-    for (uint32_t y = 0; y < side; ++y)
+    float (*two)(const uint32_t* places, uint32_t side);
+    float (*six)(const uint32_t* places, uint32_t side);
+};
+
+#define LOOPS "read_loops.inc"
+#define LOOPS_READ_TABLES 1
+#include "engine/vectors/each_instruction_set.inc"
+
+/// The loops of all instruction sets that this processor has take turns: the shortest time is that
+/// of the fastest.
+static Form ReadFloats(const ReadPlan& plan, uint32_t side, uint32_t reads)
+{
+    return [&plan, side, reads, turn = 0U]() mutable
     {
-        for (uint32_t x = 0; x < side; x += 2)
-        {
-            for (uint32_t read = 0; read < reads; ++read)
-            {
-                const uint32_t* places = plan.places.data() + read * side + x;
-                sum[0][read] += CosTable[places[0]];
-                sum[1][read] += CosTable[places[1]];
-            }
-        }
-    }
-    float all = 0.0f;
-    for (uint32_t read = 0; read < reads; ++read)
-    {
-        all += sum[0][read] + sum[1][read];
-    }
-    return all;
+        static constexpr const ReadLoops* kTables[kInstructionSets] = {&sse2::kTable, &avx2::kTable,
+                                                                       &avx2_gathers::kTable};
+        const uint32_t set = turn++ % kInstructionSets;
+        const ReadLoops* loops =
+            kTables[CanRunInstructionSet(static_cast<InstructionSet>(set)) ? set : 0];
+        benchmark::DoNotOptimize((reads == 2 ? loops->two : loops->six)(plan.places.data(), side));
+    };
 }
 
 /// Two look-ups of 16 bytes a pixel.
@@ -144,10 +148,7 @@ static void BenchEffect1(benchmark::State& state)
             RenderEffect1(static_cast<int32_t>(side), static_cast<uint8_t>(bpp), step,
                           image.data());
         },
-        [&] {
-            benchmark::DoNotOptimize(bpp == 24 ? ReadFloats<6>(plan, side)
-                                               : ReadFloats<2>(plan, side));
-        });
+        ReadFloats(plan, side, bpp == 24 ? 6 : 2));
 }
 BENCHMARK(BenchEffect1)->ArgsProduct({{64, 128, 256, 512}, {8, 24}, {100}});
 BENCHMARK(BenchEffect1)->ArgsProduct({{512}, {24}, {0, 37, 250, 1000}});
@@ -176,17 +177,10 @@ static void BenchRotate(benchmark::State& state)
         [&] {
             RenderRotate(static_cast<int32_t>(side), static_cast<uint8_t>(bpp), step, image.data());
         },
-        [&]
-        {
-            if (bpp == 24)
-            {
-                benchmark::DoNotOptimize(ReadRows(plan, side, uRows.data(), vRows.data()));
-            }
-            else
-            {
-                benchmark::DoNotOptimize(ReadFloats<2>(plan, side));
-            }
-        });
+        bpp == 24
+            ? Form([&]
+                   { benchmark::DoNotOptimize(ReadRows(plan, side, uRows.data(), vRows.data())); })
+            : ReadFloats(plan, side, 2));
 }
 BENCHMARK(BenchRotate)->ArgsProduct({{64, 128, 256, 512}, {8, 24}, {100}});
 BENCHMARK(BenchRotate)->ArgsProduct({{512}, {24}, {0, 10, 21, 37, 250, 500, 750, 1000}});
@@ -287,6 +281,32 @@ static void BenchNormalsOf50000Vertices(benchmark::State& state)
     CompareNormals(state, sheet.mesh);
 }
 BENCHMARK(BenchNormalsOf50000Vertices);
+
+/// `of_assimp` is engine / Assimp.
+static void BenchNormalsBesideAssimp(benchmark::State& state)
+{
+    Sheet sheet(200, 250);
+    AssimpMesh* peer = CreateAssimpMesh(sheet.vertices.data(), sheet.indices.data(),
+                                        static_cast<uint32_t>(sheet.indices.size()));
+    double engineTime = 1e30;
+    double peerTime = 1e30;
+    bool done = true;
+    while (state.KeepRunning())
+    {
+        TimeForm([&] { RecomputeNormals(&sheet.mesh); }, &engineTime);
+        TimeForm([&] { done = AssimpSmoothNormals(peer) && done; }, &peerTime);
+    }
+    FreeAssimpMesh(peer);
+    if (!done)
+    {
+        state.SkipWithError("Assimp has made no normals");
+        return;
+    }
+    state.counters["engine_us"] = engineTime;
+    state.counters["assimp_us"] = peerTime;
+    state.counters["of_assimp"] = engineTime / peerTime;
+}
+BENCHMARK(BenchNormalsBesideAssimp);
 
 static void BenchNormalsOfWater(benchmark::State& state)
 {
