@@ -4,45 +4,29 @@
 #include <gtest/gtest.h>
 #include <string>
 
-#include "engine/animation/light.h"
-#include "engine/animation/make_envelope.h"
-#include "support/fault_text.h"
+#include "engine/animation/animated_value.h"
 #include "support/recorded_gl.h"
+#include "support/test_piece.h"
 
-/// The tables that a light takes its values from, and a context that nothing was drawn in.
+/// Lights and what moves them, and a context that nothing was drawn in.
 class ApplyLightTest : public testing::Test
 {
   protected:
     void SetUp() override
     {
         ResetGl();
-        document.lights = CreateObjectTable(sizeof(Light));
-        document.envelopes = CreateObjectTable(sizeof(Envelope));
-        StartFaults(&faults);
-        faults.place = PlaceAt("demo.xmlz", Section::kScenes, 4, 2);
-        for (EnvelopeCache& cache : caches)
-        {
-            cache = kEmptyEnvelopeCache;
-        }
-        state.envelopes = caches;
-        sources.document = &document;
-        sources.state = &state;
-        sources.gl = &gl;
-        sources.faults = &faults;
+        StartTestPiece(&piece);
+        piece.faults.place = PlaceAt("demo.xmlz", Section::kScenes, 4, 2);
     }
 
     void TearDown() override
     {
-        EXPECT_EQ(FaultText(faults), "");
-        FreeFaults(&faults);
-        FreeObjectTable(document.lights);
-        FreeObjectTable(document.envelopes);
+        FreeTestPiece(&piece);
     }
 
     Light* AddLight(float ambient, float diffuse, float position)
     {
-        Light* light = GetRecord<Light>(AllocateObject(document.lights), document.lights);
-        *light = {};
+        Light* light = AddRecord<Light>(piece.document.lights);
         for (uint32_t i = 0; i < 3; ++i)
         {
             light->ambient[i] = FloatSlot(ambient + static_cast<float>(i));
@@ -52,36 +36,32 @@ class ApplyLightTest : public testing::Test
         return light;
     }
 
-    uint32_t AddEnvelope(const Envelope& envelope)
-    {
-        const uint32_t id = AllocateObject(document.envelopes);
-        *GetRecord<Envelope>(id, document.envelopes) = envelope;
-        return id;
-    }
-
     /// Of value a * time + b.
     uint32_t AddLine(float a, float b)
     {
-        return AddEnvelope(MakeOnePiece(kFunctionLinear, {a, b}));
+        return AddLinearEnvelope(&piece, a, b);
     }
 
-    /// The line that applying a light prints.
-    std::string ApplyFault(uint32_t id)
+    std::string Apply(uint32_t id, uint32_t time)
     {
-        const Place place = faults.place;
-        EXPECT_FALSE(ApplyLight(id, &sources, 0));
-        const std::string line = FaultText(faults);
-        FreeFaults(&faults);
-        faults.place = place;
-        return line;
+        const FrameSources sources = TestSources(&piece);
+        EXPECT_TRUE(ApplyLight(id, &sources, time));
+        EXPECT_EQ(TakeFaults(&piece), "");
+        return TakeGlCalls();
     }
 
-    DemoDocument document = {}; // owns its two tables
-    EnvelopeCache caches[16];
-    DocumentState state = {};
-    GlContext gl = {};
-    FaultList faults;
-    FrameSources sources = {};
+    /// Applies a light that meets one fault.
+    /// @param line   of the fault, from its place on
+    /// @return the calls up to there
+    std::string ApplyToFault(uint32_t id, const std::string& line)
+    {
+        const FrameSources sources = TestSources(&piece);
+        EXPECT_FALSE(ApplyLight(id, &sources, 0));
+        EXPECT_EQ(TakeFaults(&piece), "quorvale: demo.xmlz, " + line + "\n");
+        return TakeGlCalls();
+    }
+
+    TestPiece piece = {};
 };
 
 TEST_F(ApplyLightTest, AStaticLightSendsTheSameThreeValuesEachTime)
@@ -91,10 +71,9 @@ TEST_F(ApplyLightTest, AStaticLightSendsTheSameThreeValuesEachTime)
     EXPECT_EQ(light->flagsB, 0);
 
     const uint32_t times[] = {0, 1, 1, 5000, 0xFFFFFFFF};
-    for (const uint32_t time : times)
+    for (uint32_t time : times)
     {
-        EXPECT_TRUE(ApplyLight(1, &sources, time));
-        EXPECT_EQ(TakeGlCalls(), "Enable LIGHTING\n"
+        EXPECT_EQ(Apply(1, time), "Enable LIGHTING\n"
                                  "Enable LIGHT1\n"
                                  "Lightfv LIGHT1 POSITION -20 -19 -18 1\n"
                                  "Lightfv LIGHT1 AMBIENT 0.25 1.25 2.25 1\n"
@@ -116,7 +95,7 @@ TEST_F(ApplyLightTest, EachFlagBitMakesItsOwnValueAnEnvelope)
         {
             Light* light = AddLight(0.0f, 0.0f, 0.0f);
             uint32_t* slots[] = {light->position, light->ambient, light->diffuse};
-            const uint8_t flag = static_cast<uint8_t>(firstFlags[group] >> i);
+            uint8_t flag = static_cast<uint8_t>(firstFlags[group] >> i);
             (group == 0 ? light->flagsB : light->flagsA) = flag;
             slots[group][i] = 1;
 
@@ -126,13 +105,12 @@ TEST_F(ApplyLightTest, EachFlagBitMakesItsOwnValueAnEnvelope)
                 expected += std::string("Lightfv LIGHT1 ") + names[g];
                 for (uint32_t k = 0; k < 3; ++k)
                 {
-                    const float value = g == group && k == i ? 120.0f : rest[k];
+                    float value = g == group && k == i ? 120.0f : rest[k];
                     expected += " " + std::to_string(static_cast<int>(value));
                 }
                 expected += " 1\n";
             }
-            EXPECT_TRUE(ApplyLight(document.lights->count, &sources, 10));
-            EXPECT_EQ(TakeGlCalls(), expected) << names[group] << " " << i;
+            EXPECT_EQ(Apply(piece.document.lights->count, 10), expected) << names[group] << " " << i;
         }
     }
 }
@@ -149,14 +127,12 @@ TEST_F(ApplyLightTest, ADynamicLightFollowsTheTime)
         light->diffuse[i] = AddLine(-1.0f, static_cast<float>(i));
     }
 
-    EXPECT_TRUE(ApplyLight(1, &sources, 0));
-    EXPECT_EQ(TakeGlCalls(), "Enable LIGHTING\n"
+    EXPECT_EQ(Apply(1, 0), "Enable LIGHTING\n"
                              "Enable LIGHT1\n"
                              "Lightfv LIGHT1 POSITION 0 100 200 1\n"
                              "Lightfv LIGHT1 AMBIENT 0 10 20 1\n"
                              "Lightfv LIGHT1 DIFFUSE 0 1 2 1\n");
-    EXPECT_TRUE(ApplyLight(1, &sources, 9));
-    EXPECT_EQ(TakeGlCalls(), "Enable LIGHTING\n"
+    EXPECT_EQ(Apply(1, 9), "Enable LIGHTING\n"
                              "Enable LIGHT1\n"
                              "Lightfv LIGHT1 POSITION 9 109 209 1\n"
                              "Lightfv LIGHT1 AMBIENT 4.5 14.5 24.5 1\n"
@@ -165,7 +141,7 @@ TEST_F(ApplyLightTest, ADynamicLightFollowsTheTime)
 
 TEST_F(ApplyLightTest, AnEnvelopeWithoutPiecesReadsAsOne)
 {
-    const uint32_t empty = AddEnvelope(MakeEnvelope());
+    uint32_t empty = AddEnvelope(&piece, Envelope{});
     Light* light = AddLight(5.0f, 6.0f, 7.0f);
     light->flagsA = 0x40 | 0x04; // ambient green, diffuse blue
     light->flagsB = 0x20;        // z
@@ -173,8 +149,7 @@ TEST_F(ApplyLightTest, AnEnvelopeWithoutPiecesReadsAsOne)
     light->diffuse[2] = empty;
     light->position[2] = empty;
 
-    EXPECT_TRUE(ApplyLight(1, &sources, 33));
-    EXPECT_EQ(TakeGlCalls(), "Enable LIGHTING\n"
+    EXPECT_EQ(Apply(1, 33), "Enable LIGHTING\n"
                              "Enable LIGHT1\n"
                              "Lightfv LIGHT1 POSITION 7 8 1 1\n"
                              "Lightfv LIGHT1 AMBIENT 5 1 7 1\n"
@@ -183,7 +158,7 @@ TEST_F(ApplyLightTest, AnEnvelopeWithoutPiecesReadsAsOne)
 
 TEST_F(ApplyLightTest, OneEnvelopeMayDriveAllNineValues)
 {
-    const uint32_t shared = AddLine(1.0f, 0.0f);
+    uint32_t shared = AddLine(1.0f, 0.0f);
     Light* light = AddLight(0.0f, 0.0f, 0.0f);
     light->flagsA = 0xFC;
     light->flagsB = 0xE0;
@@ -193,67 +168,82 @@ TEST_F(ApplyLightTest, OneEnvelopeMayDriveAllNineValues)
         light->ambient[i] = shared;
         light->diffuse[i] = shared;
     }
-    EXPECT_TRUE(ApplyLight(1, &sources, 6));
-    EXPECT_EQ(TakeGlCalls(), "Enable LIGHTING\n"
+    EXPECT_EQ(Apply(1, 6), "Enable LIGHTING\n"
                              "Enable LIGHT1\n"
                              "Lightfv LIGHT1 POSITION 6 6 6 1\n"
                              "Lightfv LIGHT1 AMBIENT 6 6 6 1\n"
                              "Lightfv LIGHT1 DIFFUSE 6 6 6 1\n");
 }
 
-TEST_F(ApplyLightTest, TheCallersPlaceIsTheSameAfterwards)
+TEST_F(ApplyLightTest, AnEnvelopeMovesTheLightAlongX)
 {
-    AddLight(0.0f, 0.0f, 0.0f);
-    EXPECT_TRUE(ApplyLight(1, &sources, 0));
-    EXPECT_STREQ(faults.place.document, "demo.xmlz");
-    EXPECT_EQ(faults.place.section, Section::kScenes);
-    EXPECT_EQ(faults.place.item, 4u);
-    EXPECT_EQ(faults.place.part, 2u);
+    AddLine(0.0f, 0.0f);
+    AddLine(0.0f, 0.0f);
+    AddLine(2.0f, 0.5f);
+    Light* light = AddLight(0.0f, 3.0f, 6.0f);
+    light->flagsB = 0x80;
+    light->position[0] = 3;
+    EXPECT_EQ(Apply(1, 10), "Enable LIGHTING\n"
+                            "Enable LIGHT1\n"
+                            "Lightfv LIGHT1 POSITION 20.5 7 8 1\n"
+                            "Lightfv LIGHT1 AMBIENT 0 1 2 1\n"
+                            "Lightfv LIGHT1 DIFFUSE 3 4 5 1\n");
 }
 
-TEST_F(ApplyLightTest, WithoutALightThereIsADirectionAlongZ)
+TEST_F(ApplyLightTest, TheCallersPlaceIsTheSameAfterwards)
 {
-    SetLightAlongZ(&gl);
+    Light* light = AddLight(0.0f, 0.0f, 0.0f);
+    Apply(1, 0);
+    light->flagsB = 0x80;
+    light->position[0] = 7;
+    ApplyToFault(1, "section 4 (lights), item 1, value 7: envelope 7 does not exist");
+    EXPECT_STREQ(piece.faults.place.document, "demo.xmlz");
+    EXPECT_EQ(piece.faults.place.section, Section::kScenes);
+    EXPECT_EQ(piece.faults.place.item, 4u);
+    EXPECT_EQ(piece.faults.place.part, 2u);
+}
+
+TEST_F(ApplyLightTest, ALightAlongZIsADirection)
+{
+    SetLightAlongZ(&piece.gl);
     EXPECT_EQ(TakeGlCalls(), "Lightfv LIGHT1 POSITION 0 0 1 0\n");
 }
 
-TEST_F(ApplyLightTest, AnIdWithoutLightIsAFaultOfItsUser)
+// Faults. After one OpenGL is called no more.
+
+static const std::string kLightOn = "Enable LIGHTING\nEnable LIGHT1\n";
+static const std::string kPosition = "Lightfv LIGHT1 POSITION 0 1 2 1\n";
+static const std::string kAmbient = "Lightfv LIGHT1 AMBIENT 0 1 2 1\n";
+
+TEST_F(ApplyLightTest, AnIdWithoutLightIsAFaultOfWhatNamesIt)
 {
     AddLight(0.0f, 0.0f, 0.0f);
-    const std::string place = "quorvale: demo.xmlz, section 9 (scenes), item 4, object 2: ";
-    EXPECT_EQ(ApplyFault(2), place + "light 2 does not exist\n");
-    EXPECT_EQ(ApplyFault(5000), place + "light 5000 does not exist\n");
-    EXPECT_EQ(ApplyFault(0), place + "light 0 does not exist\n");
+    EXPECT_EQ(ApplyToFault(2, "section 9 (scenes), item 4, object 2: light 2 does not exist"),
+              kLightOn);
+    EXPECT_EQ(ApplyToFault(5000, "section 9 (scenes), item 4, object 2: light 5000 does not exist"),
+              kLightOn);
 }
 
 TEST_F(ApplyLightTest, ADynamicValueWithoutEnvelopeIsAFault)
 {
     Light* light = AddLight(0.0f, 0.0f, 0.0f);
-    const std::string place = "quorvale: demo.xmlz, section 4 (lights), item 1, ";
     light->flagsB = 0x40;
     light->position[1] = 7;
-    EXPECT_EQ(ApplyFault(1), place + "value 8: envelope 7 does not exist\n");
+    EXPECT_EQ(ApplyToFault(1, "section 4 (lights), item 1, value 8: envelope 7 does not exist"),
+              kLightOn);
     light->flagsB = 0;
+    light->position[1] = FloatSlot(1.0f);
     light->flagsA = 0x80;
     light->ambient[0] = 0;
-    EXPECT_EQ(ApplyFault(1), place + "value 1: envelope 0 does not exist\n");
+    EXPECT_EQ(ApplyToFault(1, "section 4 (lights), item 1, value 1: envelope 0 does not exist"),
+              kLightOn + kPosition);
     light->flagsA = 0x04;
     light->diffuse[2] = 0xFFFFFFFF;
-    EXPECT_EQ(ApplyFault(1), place + "value 6: envelope -1 does not exist\n");
+    EXPECT_EQ(ApplyToFault(1, "section 4 (lights), item 1, value 6: envelope -1 does not exist"),
+              kLightOn + kPosition + kAmbient);
 }
 
-TEST_F(ApplyLightTest, NothingIsSentAfterAFault)
-{
-    Light* light = AddLight(0.0f, 0.0f, 0.0f);
-    light->flagsA = 0x20; // ambient blue
-    light->ambient[2] = 9;
-    TakeGlCalls();
-    ApplyFault(1);
-    EXPECT_EQ(TakeGlCalls(), "Enable LIGHTING\nEnable LIGHT1\n"
-                             "Lightfv LIGHT1 POSITION 0 1 2 1\n");
-}
-
-TEST_F(ApplyLightTest, ThePositionIsResolvedFirstAndThenAmbientAndDiffuse)
+TEST_F(ApplyLightTest, PositionComesFirstThenAmbientAndDiffuse)
 {
     Light* light = AddLight(0.0f, 0.0f, 0.0f);
     light->flagsA = 0xFC;
@@ -261,11 +251,16 @@ TEST_F(ApplyLightTest, ThePositionIsResolvedFirstAndThenAmbientAndDiffuse)
     memset(light->ambient, 0, sizeof(light->ambient)); // no envelope has id 0
     memset(light->diffuse, 0, sizeof(light->diffuse));
     memset(light->position, 0, sizeof(light->position));
-    EXPECT_NE(ApplyFault(1).find("value 7: "), std::string::npos);
+    const auto expectFault = [this](uint32_t value)
+    {
+        ApplyToFault(1, "section 4 (lights), item 1, value " + std::to_string(value) +
+                            ": envelope 0 does not exist");
+    };
+    expectFault(7);
     light->flagsB = 0x60;
-    EXPECT_NE(ApplyFault(1).find("value 8: "), std::string::npos);
+    expectFault(8);
     light->flagsB = 0;
-    EXPECT_NE(ApplyFault(1).find("value 1: "), std::string::npos);
+    expectFault(1);
     light->flagsA = 0x1C;
-    EXPECT_NE(ApplyFault(1).find("value 4: "), std::string::npos);
+    expectFault(4);
 }

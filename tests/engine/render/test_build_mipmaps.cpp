@@ -13,6 +13,27 @@
 
 using Bytes = std::vector<uint8_t>;
 
+/// All levels of an image, the first being level 1, without OpenGL.
+static std::vector<Bytes> MakeChain(int32_t width, int32_t height, const Bytes& pixels,
+                                    int32_t components)
+{
+    std::vector<Bytes> chain;
+    Bytes source = pixels;
+    MipSize level = FirstMipSize(width, height);
+    while (true)
+    {
+        Bytes block(LevelBytes(level, components));
+        FillMipLevel(source.data(), level, components, block.data());
+        chain.push_back(block);
+        if (level.width == 1 && level.height == 1)
+        {
+            return chain;
+        }
+        source = block;
+        level = NextMipSize(level);
+    }
+}
+
 class BuildMipmapsTest : public testing::Test
 {
   protected:
@@ -28,29 +49,16 @@ class BuildMipmapsTest : public testing::Test
         FreeFaults(&faults);
     }
 
-    FaultList faults;
-};
-
-/// All levels of an image, the first being level 1, without OpenGL.
-static std::vector<Bytes> MakeChain(int32_t width, int32_t height, const Bytes& pixels,
-                                    int32_t components)
-{
-    std::vector<Bytes> chain;
-    Bytes source = pixels;
-    MipSize level = FirstMipSize(width, height);
-    while (true)
+    /// @return the calls that it takes
+    std::string Build(int32_t width, int32_t height, const Bytes& pixels, int32_t components)
     {
-        Bytes out(LevelBytes(level, components));
-        FillMipLevel(source.data(), level, components, out.data());
-        chain.push_back(out);
-        if (level.width == 1 && level.height == 1)
-        {
-            return chain;
-        }
-        source = chain.back();
-        level = NextMipSize(level);
+        EXPECT_TRUE(BuildMipmaps(width, height, pixels.data(), components, &faults));
+        EXPECT_EQ(FaultText(faults), "");
+        return TakeGlCalls();
     }
-}
+
+    FaultList faults = {};
+};
 
 static std::string Upload(int level, int components, int width, int height)
 {
@@ -62,8 +70,7 @@ static std::string Upload(int level, int components, int width, int height)
 TEST_F(BuildMipmapsTest, ASquareOf256UploadsLevels1To8)
 {
     const Bytes image(256 * 256 * 3, 200);
-    EXPECT_TRUE(BuildMipmaps(256, 256, image.data(), 3, &faults));
-    EXPECT_EQ(TakeGlCalls(), Upload(1, 3, 128, 128) + Upload(2, 3, 64, 64) + Upload(3, 3, 32, 32) +
+    EXPECT_EQ(Build(256, 256, image, 3), Upload(1, 3, 128, 128) + Upload(2, 3, 64, 64) + Upload(3, 3, 32, 32) +
                                  Upload(4, 3, 16, 16) + Upload(5, 3, 8, 8) + Upload(6, 3, 4, 4) +
                                  "PixelStorei UNPACK_ALIGNMENT 2\n" + Upload(7, 3, 2, 2) +
                                  "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(8, 3, 1, 1) +
@@ -74,14 +81,12 @@ TEST_F(BuildMipmapsTest, ASquareOf256UploadsLevels1To8)
 TEST_F(BuildMipmapsTest, TheShorterSideBelowFourIsTheAlignment)
 {
     const Bytes image(16 * 4 * 4, 200);
-    EXPECT_TRUE(BuildMipmaps(16, 4, image.data(), 4, &faults));
-    EXPECT_EQ(TakeGlCalls(), "PixelStorei UNPACK_ALIGNMENT 2\n" + Upload(1, 4, 8, 2) +
+    EXPECT_EQ(Build(16, 4, image, 4), "PixelStorei UNPACK_ALIGNMENT 2\n" + Upload(1, 4, 8, 2) +
                                  "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(2, 4, 4, 1) +
                                  "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(3, 4, 2, 1) +
                                  "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(4, 4, 1, 1) +
                                  "PixelStorei UNPACK_ALIGNMENT 4\n");
-    EXPECT_TRUE(BuildMipmaps(4, 16, image.data(), 4, &faults));
-    EXPECT_EQ(TakeGlCalls(), "PixelStorei UNPACK_ALIGNMENT 2\n" + Upload(1, 4, 2, 8) +
+    EXPECT_EQ(Build(4, 16, image, 4), "PixelStorei UNPACK_ALIGNMENT 2\n" + Upload(1, 4, 2, 8) +
                                  "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(2, 4, 1, 4) +
                                  "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(3, 4, 1, 2) +
                                  "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(4, 4, 1, 1) +
@@ -91,8 +96,7 @@ TEST_F(BuildMipmapsTest, TheShorterSideBelowFourIsTheAlignment)
 TEST_F(BuildMipmapsTest, ASideOfThreeIsGivenAsAnAlignmentThatOpenGlRefuses)
 {
     const Bytes image(12 * 7 * 3, 200);
-    EXPECT_TRUE(BuildMipmaps(12, 7, image.data(), 3, &faults));
-    EXPECT_EQ(TakeGlCalls(), "PixelStorei UNPACK_ALIGNMENT 3\n" + Upload(1, 3, 6, 3) +
+    EXPECT_EQ(Build(12, 7, image, 3), "PixelStorei UNPACK_ALIGNMENT 3\n" + Upload(1, 3, 6, 3) +
                                  "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(2, 3, 3, 1) +
                                  "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(3, 3, 1, 1) +
                                  "PixelStorei UNPACK_ALIGNMENT 4\n");
@@ -110,7 +114,7 @@ TEST_F(BuildMipmapsTest, UploadedLevelsHoldTheChain)
     uint32_t texture = 0;
     glGenTextures(1, &texture);
     glBindTexture(GL_TEXTURE_2D, texture);
-    EXPECT_TRUE(BuildMipmaps(64, 64, image.data(), 3, &faults));
+    Build(64, 64, image, 3);
     const std::vector<Bytes> chain = MakeChain(64, 64, image, 3);
     ASSERT_EQ(chain.size(), 6u);
     for (size_t i = 0; i < chain.size(); ++i)
@@ -133,31 +137,37 @@ TEST_F(BuildMipmapsTest, OddSizesHandOpenGlAllThatItReads)
         const int32_t height = 2 + static_cast<int32_t>(NextBelow(random, 60));
         const int32_t components = 3 + run % 2;
         const Bytes image(LevelBytes({width, height}, components), 3);
-        EXPECT_TRUE(BuildMipmaps(width, height, image.data(), components, &faults));
-        const std::string calls = TakeGlCalls();
+        const std::string calls = Build(width, height, image, components);
         EXPECT_NE(calls.find(" 1 1 0 RGB"), std::string::npos) << width << "x" << height;
     }
+    EXPECT_EQ(UploadBytes(5, 4, 3), 64u); // 15 bytes a row, taken for 16
+    EXPECT_EQ(UploadBytes(8, 2, 4), 64u);
 }
 
 TEST_F(BuildMipmapsTest, OneOrTwoComponentsGetNoChain)
 {
     const Bytes image(16, 1);
-    EXPECT_TRUE(BuildMipmaps(4, 4, image.data(), 1, &faults));
-    EXPECT_TRUE(BuildMipmaps(4, 2, image.data(), 2, &faults));
-    EXPECT_TRUE(BuildMipmaps(1, 1, image.data(), 1, &faults));
-    EXPECT_EQ(TakeGlCalls(), "PixelStorei UNPACK_ALIGNMENT 4\nPixelStorei UNPACK_ALIGNMENT 4\n"
-                             "PixelStorei UNPACK_ALIGNMENT 4\n");
+    EXPECT_EQ(Build(4, 4, image, 1), "PixelStorei UNPACK_ALIGNMENT 4\n");
+    EXPECT_EQ(Build(4, 2, image, 2), "PixelStorei UNPACK_ALIGNMENT 4\n");
+    EXPECT_EQ(Build(1, 1, image, 1), "PixelStorei UNPACK_ALIGNMENT 4\n");
 }
 
 TEST_F(BuildMipmapsTest, AnImageBelowTwoPixelsIsAFault)
 {
     const Bytes image(64, 1);
-    EXPECT_FALSE(BuildMipmaps(1, 8, image.data(), 3, &faults));
-    EXPECT_FALSE(BuildMipmaps(8, 1, image.data(), 4, &faults));
-    EXPECT_FALSE(BuildMipmaps(1, 1, image.data(), 4, &faults));
-    const std::string place = "quorvale: demo.xmlz, section 6 (bitmaps), item 2: an image of ";
-    EXPECT_EQ(FaultText(faults), place + "1x8 pixels is too small for a mip chain\n" + place +
-                                     "8x1 pixels is too small for a mip chain\n" + place +
-                                     "1x1 pixels is too small for a mip chain\n");
-    EXPECT_EQ(TakeGlCalls(), "");
+    const struct
+    {
+        int32_t width, height, components;
+        const char* size;
+    } cases[] = {{1, 8, 3, "1x8"}, {8, 1, 4, "8x1"}, {1, 1, 4, "1x1"}};
+    for (const auto& c : cases)
+    {
+        EXPECT_FALSE(BuildMipmaps(c.width, c.height, image.data(), c.components, &faults));
+        EXPECT_EQ(FaultText(faults), std::string("quorvale: demo.xmlz, section 6 (bitmaps), item "
+                                                 "2: an image of ") +
+                                         c.size + " pixels is too small for a mip chain\n");
+        EXPECT_EQ(TakeGlCalls(), "");
+        FreeFaults(&faults);
+        faults.place = PlaceAt("demo.xmlz", Section::kBitmaps, 2);
+    }
 }
