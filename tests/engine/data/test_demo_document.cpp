@@ -121,7 +121,7 @@ TEST_F(DemoDocumentTest, TheFirstTopLevelNodeIsSkippedUnseen)
     EXPECT_EQ(CountItems(&tree), 1u);
 }
 
-TEST_F(DemoDocumentTest, AnEmptySectionYieldsAnEmptyTableAndKeepsTheOthersInPlace)
+TEST_F(DemoDocumentTest, AnEmptySectionGivesAnEmptyTable)
 {
     Read("<?xml?><s0/><s1/><s2/><s3><e/></s3>" + kRestOfSections + "<rows/><music/>");
     ASSERT_NE(demo.models, nullptr);
@@ -170,7 +170,7 @@ TEST_F(DemoDocumentTest, TheEndOfASectionSeesHowManyItemsWereRead)
     EXPECT_EQ(itemsAtEnd, 2u); // up to the limit
 }
 
-TEST_F(DemoDocumentTest, AllChildrenOfAllSectionsAndOfTheMusicNodeCountAsItems)
+TEST_F(DemoDocumentTest, AllChildrenOfSectionsAndMusicNodeCountAsItems)
 {
     Read(kFourSections + kRestOfSections + "<rows><r><clip/></r></rows><music><x/></music>");
     EXPECT_EQ(CountItems(&tree), 2u + 2u + 1u + 1u + 1u);

@@ -114,7 +114,7 @@ TEST(PackageFile, AnEmptyNameTakesEntry0Unseen)
     EXPECT_EQ(Find(ThreeEntries(), "").data, "one");
 }
 
-TEST(PackageFile, AnEmptyNameOnAnEmptyPackageReadsWhatTheBytesSpellOut)
+TEST(PackageFile, AnEmptyNameReadsEntry0OfAnEmptyPackage)
 {
     Bytes bytes = {0x44, 0x50, 0x01};
     bytes.insert(bytes.end(), kTerminator, 0);
