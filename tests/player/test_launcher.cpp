@@ -74,7 +74,7 @@ static std::string IdleLook(int x, int y, const std::string& button = "")
 }
 
 /// What follows on a look that changes something.
-/// @param marks   of the switches that are on, and behind them the pressed button
+/// @param marks   of the switches that are on, and after them the pressed button
 static std::string Redraw(const std::string& selectors, const std::string& marks)
 {
     return kClear + kBackground + selectors + marks + kShow + kPause;

@@ -94,7 +94,7 @@ TEST(LoadPiece, QuickItemsShowAFrameOnce50MillisecondsBuiltUp)
 {
     DocumentSource demo = DemoSource();
     demo.sections[10] = Rows(6);
-    // 20 ms an item: the third and the sixth come more than 50 ms behind the frame before.
+    // 20 ms an item: the third and the sixth come more than 50 ms after the frame before.
     PlayScript script = LoadingScript({0, 20, 40, 60, 60, 80, 100, 120, 120, 130});
 
     ChildRun run = PlayPackage(PieceOf(LoadingSource(), demo), script);

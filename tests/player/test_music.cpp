@@ -247,7 +247,7 @@ TEST_F(Music, EveryBlockSetsAudioStarted)
     for (bool loadFails : {false, true})
     {
         ModPlug.loadFails = loadFails;
-        ModPlug.moduleBytes = 32768; // the second block comes behind the module's end
+        ModPlug.moduleBytes = 32768; // the second block comes after the module's end
 
         EXPECT_EQ(FillBlocks(folder, {32768, 32768, 32768}).exitCode, 0);
     }

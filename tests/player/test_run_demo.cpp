@@ -221,7 +221,7 @@ TEST(RunDemo, FeaturesAreReportedAndPassedOnAsTheyWereFound)
          {"-forcepbo"},
          vbo + pbo + npot + dot3,
          "vbo 1 pbo 1 npot 1 dot3 1"},
-        {{true, true, true, true, false}, // more characters behind the option
+        {{true, true, true, true, false}, // more characters after the option
          {"-forcepbonow"},
          vbo + pbo + npot + dot3,
          "vbo 1 pbo 1 npot 1 dot3 1"},
