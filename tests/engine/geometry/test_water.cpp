@@ -127,7 +127,11 @@ TEST(LakeWater, AtZeroForEverStaysFlatWithNoStepAndNoDrops)
     EXPECT_EQ(lake.Heights(), std::vector<float>(kWaterCells, 0.0f));
 }
 
+<<<<<<< HEAD
 TEST(LakeWater, PassingAWholeNumberStepsOnceWithFourDrops)
+=======
+TEST(LakeWater, RisingPastAWholeNumberTakesAStepWithFourDrops)
+>>>>>>> core
 {
     std::vector<int32_t> dropped = kFlat;
     std::vector<size_t> cells = DropCells(11);
@@ -245,7 +249,11 @@ TEST(LakeWater, ShiftsRoundTowardMinusInfinity)
     EXPECT_EQ(HeightAfterStep(0, 2), -1);
 }
 
+<<<<<<< HEAD
 TEST(LakeWater, OuterColumnsAreZeroAndOuterRowsAreNotStepped)
+=======
+TEST(LakeWater, EdgeColumnsEndAtZeroAndEdgeRowsAreNotStepped)
+>>>>>>> core
 {
     Surface lake(kLakeWater);
     LakeWaterState* state = lake.Lake();
@@ -350,7 +358,11 @@ TEST(LakeWater, IsThePlainLakeOverThousandsOfStepsToTheLastBit)
     EXPECT_TRUE(moved);                  // and there were waves to compare
 }
 
+<<<<<<< HEAD
 TEST(LakeWater, ValuesPastAllBoundsDoNoHarm)
+=======
+TEST(LakeWater, ValuesPastAllBoundsHarmNothingAfterThem)
+>>>>>>> core
 {
     Surface lake(kLakeWater);
     for (float v : {kNaN, kInfinity, -kInfinity, 3e38f, -3e38f, 2147483648.0f, -2147483648.0f,
@@ -466,7 +478,11 @@ TEST(CenterwaveWater, IsThePlainOneForRandomValuesToTheLastBit)
     }
 }
 
+<<<<<<< HEAD
 TEST(CenterwaveWater, ValuesPastAllBoundsDoNoHarm)
+=======
+TEST(CenterwaveWater, ValuesPastAllBoundsHarmNothingAfterThem)
+>>>>>>> core
 {
     Surface wave(kCenterwaveWater);
     for (float v : {kNaN, kNaN, kInfinity, -kInfinity, 3e38f})
