@@ -194,11 +194,7 @@ TEST(Normals, OfMeshesOfEverySmallSizeAreThePlainOnes)
     }
 }
 
-<<<<<<< HEAD
-TEST(Normals, ThousandsOfFacesSumInTriangleOrder)
-=======
 TEST(Normals, OfThousandsOfFacesSumInTriangleOrder)
->>>>>>> core
 {
     std::mt19937 random(3);
     std::vector<float> vertices(3 * 3000);

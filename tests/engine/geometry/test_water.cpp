@@ -127,11 +127,7 @@ TEST(LakeWater, AtZeroForEverStaysFlatWithNoStepAndNoDrops)
     EXPECT_EQ(lake.Heights(), std::vector<float>(kWaterCells, 0.0f));
 }
 
-<<<<<<< HEAD
-TEST(LakeWater, PassingAWholeNumberStepsOnceWithFourDrops)
-=======
 TEST(LakeWater, RisingPastAWholeNumberTakesAStepWithFourDrops)
->>>>>>> core
 {
     std::vector<int32_t> dropped = kFlat;
     std::vector<size_t> cells = DropCells(11);
@@ -249,11 +245,7 @@ TEST(LakeWater, ShiftsRoundTowardMinusInfinity)
     EXPECT_EQ(HeightAfterStep(0, 2), -1);
 }
 
-<<<<<<< HEAD
-TEST(LakeWater, OuterColumnsAreZeroAndOuterRowsAreNotStepped)
-=======
 TEST(LakeWater, EdgeColumnsEndAtZeroAndEdgeRowsAreNotStepped)
->>>>>>> core
 {
     Surface lake(kLakeWater);
     LakeWaterState* state = lake.Lake();
@@ -358,11 +350,7 @@ TEST(LakeWater, IsThePlainLakeOverThousandsOfStepsToTheLastBit)
     EXPECT_TRUE(moved);                  // and there were waves to compare
 }
 
-<<<<<<< HEAD
-TEST(LakeWater, ValuesPastAllBoundsDoNoHarm)
-=======
 TEST(LakeWater, ValuesPastAllBoundsHarmNothingAfterThem)
->>>>>>> core
 {
     Surface lake(kLakeWater);
     for (float v : {kNaN, kInfinity, -kInfinity, 3e38f, -3e38f, 2147483648.0f, -2147483648.0f,
@@ -478,11 +466,7 @@ TEST(CenterwaveWater, IsThePlainOneForRandomValuesToTheLastBit)
     }
 }
 
-<<<<<<< HEAD
-TEST(CenterwaveWater, ValuesPastAllBoundsDoNoHarm)
-=======
 TEST(CenterwaveWater, ValuesPastAllBoundsHarmNothingAfterThem)
->>>>>>> core
 {
     Surface wave(kCenterwaveWater);
     for (float v : {kNaN, kNaN, kInfinity, -kInfinity, 3e38f})
