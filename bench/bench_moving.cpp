@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <benchmark/benchmark.h>
 #include <cmath>
+#include <cstdlib>
 #include <emmintrin.h>
 #include <functional>
 #include <time.h>
@@ -19,8 +20,8 @@
 #include "engine/geometry/plain_geometry.h"
 #include "engine/geometry/rippler.h"
 #include "engine/geometry/water.h"
-#include "engine/render/effect_kernels.h"
-#include "engine/render/plain_effects.h"
+#include "engine/textures/effect_kernels.h"
+#include "engine/textures/plain_effects.h"
 
 static double Microseconds()
 {
@@ -153,9 +154,9 @@ BENCHMARK(BenchEffect1)->ArgsProduct({{512}, {24}, {0, 37, 250, 1000}});
 /// The form for processors without AVX2.
 static void BenchNarrowEffect1(benchmark::State& state)
 {
-    SetWideEffectKernels(false);
+    setenv("QUORVALE_INSTRUCTIONS", "sse2", 1);
     BenchEffect1(state);
-    SetWideEffectKernels(true);
+    unsetenv("QUORVALE_INSTRUCTIONS");
 }
 BENCHMARK(BenchNarrowEffect1)->ArgsProduct({{512}, {8, 24}, {100, 1000}});
 
@@ -191,9 +192,9 @@ BENCHMARK(BenchRotate)->ArgsProduct({{512}, {24}, {0, 10, 21, 37, 250, 500, 750,
 
 static void BenchNarrowRotate(benchmark::State& state)
 {
-    SetWideEffectKernels(false);
+    setenv("QUORVALE_INSTRUCTIONS", "sse2", 1);
     BenchRotate(state);
-    SetWideEffectKernels(true);
+    unsetenv("QUORVALE_INSTRUCTIONS");
 }
 BENCHMARK(BenchNarrowRotate)->ArgsProduct({{512}, {8, 24}, {100, 1000}});
 

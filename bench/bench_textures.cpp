@@ -9,18 +9,18 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "engine/data/cos_table.h"
 #include "engine/data/document_text.h"
 #include "engine/textures/corner_masks.h"
 #include "engine/textures/layer_generator.h"
-#include "engine/textures/mipmaps.h"
+#include "engine/textures/mip_chain.h"
 #include "engine/textures/plain_textures.h"
 #include "engine/textures/random_values.h"
 #include "engine/textures/texture_steps.h"
 #include "engine/vectors/instruction_sets.h"
-#include "support/recorded_gl.h"
 
 #ifdef QUORVALE_BENCH_OPENCV
 #include "opencv_textures.h"
@@ -49,7 +49,6 @@ static bool Prepare(benchmark::State& state)
 {
     BuildCosTable();
     BuildCornerMasks();
-    MuteGl(true);
     if (state.range(0) == 0)
     {
         state.SetLabel("plain");
@@ -77,9 +76,10 @@ static void BenchStep(benchmark::State& state, int32_t type, Params params)
     {
         return;
     }
-    params.resize(9, 1.0F);
+    params.resize(9, 1.0f);
     Bytes image = RandomImage(kSide, 3);
     Bytes layer = RandomImage(kSide, 3);
+    Arena scratch = {};
     while (state.KeepRunning())
     {
         if (IsPlain(state))
@@ -88,11 +88,12 @@ static void BenchStep(benchmark::State& state, int32_t type, Params params)
         }
         else
         {
-            ApplyTextureStep(type, params.data(), layer.data(), kSide, image.data());
+            ApplyTextureStep(type, params.data(), layer.data(), kSide, image.data(), &scratch);
         }
         benchmark::DoNotOptimize(image.data());
         benchmark::ClobberMemory();
     }
+    FreeArena(&scratch);
 }
 
 static void BenchLayer(benchmark::State& state, uint32_t type, Params params)
@@ -128,6 +129,29 @@ static void LookAtLevel(void* /*user*/, int /*width*/, int /*height*/, const uin
     benchmark::ClobberMemory();
 }
 
+/// Makes a chain in two blocks that take turns, as the player does.
+static void MakeChain(int32_t size, const Bytes& image, int32_t components)
+{
+    MipSize level = FirstMipSize(size, size);
+    uint8_t* block = static_cast<uint8_t*>(malloc(LevelBytes(level, components)));
+    uint8_t* other = static_cast<uint8_t*>(malloc(LevelBytes(NextMipSize(level), components)));
+    const uint8_t* source = image.data();
+    while (true)
+    {
+        FillMipLevel(source, level, components, block);
+        LookAtLevel(nullptr, level.width, level.height, block);
+        if (level.width == 1 && level.height == 1)
+        {
+            break;
+        }
+        level = NextMipSize(level);
+        source = block;
+        std::swap(block, other);
+    }
+    free(other);
+    free(block);
+}
+
 static void BenchMipChain(benchmark::State& state, int32_t size, int32_t components)
 {
     if (!Prepare(state))
@@ -143,7 +167,7 @@ static void BenchMipChain(benchmark::State& state, int32_t size, int32_t compone
         }
         else
         {
-            BuildMipmaps(size, size, image.data(), components);
+            MakeChain(size, image, components);
         }
         benchmark::ClobberMemory();
     }
@@ -158,21 +182,21 @@ struct LoadStep
 };
 
 static constexpr LoadStep kLoadSteps[] = {
-    {101, {0.7F, 0.5F}}, {204, {0.05F, 0.03F, 3, 2}},
-    {102, {0.005F}},     {205, {}},
-    {103, {0.9F, 0.6F}}, {207, {0.1F, 0.1F, 0.1F, 0.1F, 0.3F, 0.1F, 0.1F, 0.1F, 0.1F}},
-    {104, {1.5F, 1.2F}}, {206, {2}},
-    {201, {}},           {202, {1.1F}},
+    {101, {0.7f, 0.5f}}, {204, {0.05f, 0.03f, 3, 2}},
+    {102, {0.005f}},     {205, {}},
+    {103, {0.9f, 0.6f}}, {207, {0.1f, 0.1f, 0.1f, 0.1f, 0.3f, 0.1f, 0.1f, 0.1f, 0.1f}},
+    {104, {1.5f, 1.2f}}, {206, {2}},
+    {201, {}},           {202, {1.1f}},
     {203, {17, 40}},
 };
 
 static constexpr float kLoadParams[6][11] = {
-    {0.2F, 0.4F, 0.6F},
-    {1, 0.7F, 0.4F, 2.3F, 1.7F},
-    {1, 0.9F, 0.2F, 0, 0.1F, 0.5F, 1.2F, 20},
-    {0.9F, 0.5F, 0.7F, 3, 1234, 0.5F},
-    {0.7F, 0.3F, 0.2F, 0.6F, 0.6F, 0.55F, 9, 5, 2, 3, 26},
-    {1, 0.8F, 0.6F, 4711},
+    {0.2f, 0.4f, 0.6f},
+    {1, 0.7f, 0.4f, 2.3f, 1.7f},
+    {1, 0.9f, 0.2f, 0, 0.1f, 0.5f, 1.2f, 20},
+    {0.9f, 0.5f, 0.7f, 3, 1234, 0.5f},
+    {0.7f, 0.3f, 0.2f, 0.6f, 0.6f, 0.55f, 9, 5, 2, 3, 26},
+    {1, 0.8f, 0.6f, 4711},
 };
 
 static void BenchLoad(benchmark::State& state)
@@ -184,6 +208,7 @@ static void BenchLoad(benchmark::State& state)
     const size_t imageBytes = static_cast<size_t>(kSide) * kSide * 3;
     std::vector<Bytes> pixels(80, Bytes(imageBytes));
     Bytes work(imageBytes);
+    Arena scratch = {};
     while (state.KeepRunning())
     {
         for (uint32_t i = 0; i < 80; ++i)
@@ -216,7 +241,7 @@ static void BenchLoad(benchmark::State& state)
                 }
                 else
                 {
-                    ApplyTextureStep(step.type, step.params, layer, kSide, work.data());
+                    ApplyTextureStep(step.type, step.params, layer, kSide, work.data(), &scratch);
                 }
             }
             if (IsPlain(state))
@@ -225,11 +250,12 @@ static void BenchLoad(benchmark::State& state)
             }
             else
             {
-                BuildMipmaps(kSide, kSide, work.data(), 3);
+                MakeChain(kSide, work, 3);
             }
         }
         benchmark::ClobberMemory();
     }
+    FreeArena(&scratch);
 }
 
 static void BenchXml(benchmark::State& state)
@@ -246,11 +272,13 @@ static void BenchXml(benchmark::State& state)
         }
         text += "</envelopes>\n";
     }
+    FaultList faults;
+    StartFaults(&faults);
     while (state.KeepRunning())
     {
         TiXmlDocument document;
         LoadFromString(&document, reinterpret_cast<const unsigned char*>(text.data()),
-                       static_cast<long>(text.size()), TIXML_ENCODING_UNKNOWN);
+                       static_cast<long>(text.size()), TIXML_ENCODING_UNKNOWN, &faults);
         benchmark::DoNotOptimize(document.FirstChild());
     }
 }
@@ -258,29 +286,29 @@ static void BenchXml(benchmark::State& state)
 /// What follows every benchmark of the plain form and the engine's.
 #define EACH_FORM ArgName("form")->DenseRange(0, 2)->Unit(benchmark::kMicrosecond)
 
-BENCHMARK_CAPTURE(BenchLayer, Color, 0, Params{0.2F, 0.4F, 0.6F})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchLayer, Sinus_plasma, 1, Params{1, 0.7F, 0.4F, 2.3F, 1.7F})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchLayer, Radial_colors, 2, Params{1, 0.9F, 0.2F, 0, 0.1F, 0.5F, 1.2F, 20})
+BENCHMARK_CAPTURE(BenchLayer, Color, 0, Params{0.2f, 0.4f, 0.6f})->EACH_FORM;
+BENCHMARK_CAPTURE(BenchLayer, Sinus_plasma, 1, Params{1, 0.7f, 0.4f, 2.3f, 1.7f})->EACH_FORM;
+BENCHMARK_CAPTURE(BenchLayer, Radial_colors, 2, Params{1, 0.9f, 0.2f, 0, 0.1f, 0.5f, 1.2f, 20})
     ->EACH_FORM;
-BENCHMARK_CAPTURE(BenchLayer, Maze_size_1, 3, Params{0.9F, 0.5F, 0.7F, 1, 1234, 0.5F})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchLayer, Maze_size_3, 3, Params{0.9F, 0.5F, 0.7F, 3, 1234, 0.5F})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchLayer, Maze_size_6, 3, Params{0.9F, 0.5F, 0.7F, 6, 1234, 0.5F})->EACH_FORM;
+BENCHMARK_CAPTURE(BenchLayer, Maze_size_1, 3, Params{0.9f, 0.5f, 0.7f, 1, 1234, 0.5f})->EACH_FORM;
+BENCHMARK_CAPTURE(BenchLayer, Maze_size_3, 3, Params{0.9f, 0.5f, 0.7f, 3, 1234, 0.5f})->EACH_FORM;
+BENCHMARK_CAPTURE(BenchLayer, Maze_size_6, 3, Params{0.9f, 0.5f, 0.7f, 6, 1234, 0.5f})->EACH_FORM;
 BENCHMARK_CAPTURE(BenchLayer, Bricks, 4,
-                  Params{0.7F, 0.3F, 0.2F, 0.6F, 0.6F, 0.55F, 9, 5, 2, 3, 26})
+                  Params{0.7f, 0.3f, 0.2f, 0.6f, 0.6f, 0.55f, 9, 5, 2, 3, 26})
     ->EACH_FORM;
-BENCHMARK_CAPTURE(BenchLayer, Noise, 5, Params{1, 0.8F, 0.6F, 4711})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchStep, Add, 101, Params{0.7F, 0.35F})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchStep, Multiply_layer, 102, Params{0.005F})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchStep, Maximum, 103, Params{0.9F, 0.6F})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchStep, Minimum, 104, Params{1.5F, 1.2F})->EACH_FORM;
+BENCHMARK_CAPTURE(BenchLayer, Noise, 5, Params{1, 0.8f, 0.6f, 4711})->EACH_FORM;
+BENCHMARK_CAPTURE(BenchStep, Add, 101, Params{0.7f, 0.35f})->EACH_FORM;
+BENCHMARK_CAPTURE(BenchStep, Multiply_layer, 102, Params{0.005f})->EACH_FORM;
+BENCHMARK_CAPTURE(BenchStep, Maximum, 103, Params{0.9f, 0.6f})->EACH_FORM;
+BENCHMARK_CAPTURE(BenchStep, Minimum, 104, Params{1.5f, 1.2f})->EACH_FORM;
 BENCHMARK_CAPTURE(BenchStep, Invert, 201, Params{})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchStep, Multiply, 202, Params{1.1F})->EACH_FORM;
+BENCHMARK_CAPTURE(BenchStep, Multiply, 202, Params{1.1f})->EACH_FORM;
 BENCHMARK_CAPTURE(BenchStep, Offset, 203, Params{17, 40})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchStep, Ripple, 204, Params{0.05F, 0.03F, 3, 2})->EACH_FORM;
+BENCHMARK_CAPTURE(BenchStep, Ripple, 204, Params{0.05f, 0.03f, 3, 2})->EACH_FORM;
 BENCHMARK_CAPTURE(BenchStep, Blur, 205, Params{})->EACH_FORM;
 BENCHMARK_CAPTURE(BenchStep, Emboss, 206, Params{1})->EACH_FORM;
 BENCHMARK_CAPTURE(BenchStep, Convolution, 207,
-                  Params{0.1F, 0.2F, 0.1F, 0.05F, 0.3F, 0.05F, -0.1F, 0.2F, 0.1F})
+                  Params{0.1f, 0.2f, 0.1f, 0.05f, 0.3f, 0.05f, -0.1f, 0.2f, 0.1f})
     ->EACH_FORM;
 BENCHMARK_CAPTURE(BenchMipChain, 1024x1024x4, 1024, 4)->EACH_FORM;
 BENCHMARK_CAPTURE(BenchMipChain, 256x256x3, 256, 3)->EACH_FORM;
@@ -304,7 +332,7 @@ static void BenchOpenCv(benchmark::State& state,
 
 static void OpenCvAdd(const uint8_t* image, const uint8_t* layer, uint8_t* out)
 {
-    OpenCvAddWeighted(kSide, image, 0.7F, layer, 0.35F, out);
+    OpenCvAddWeighted(kSide, image, 0.7f, layer, 0.35f, out);
 }
 
 static void OpenCvBlurImage(const uint8_t* image, const uint8_t* /*layer*/, uint8_t* out)
@@ -320,7 +348,7 @@ static void OpenCvEmboss(const uint8_t* image, const uint8_t* /*layer*/, uint8_t
 
 static void OpenCvConvolution(const uint8_t* image, const uint8_t* /*layer*/, uint8_t* out)
 {
-    static constexpr float kKernel[9] = {0.1F, 0.2F, 0.1F, 0.05F, 0.3F, 0.05F, -0.1F, 0.2F, 0.1F};
+    static constexpr float kKernel[9] = {0.1f, 0.2f, 0.1f, 0.05f, 0.3f, 0.05f, -0.1f, 0.2f, 0.1f};
     OpenCvFilter(kSide, image, kKernel, out);
 }
 

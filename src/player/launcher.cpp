@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <iterator>
 
+#include "engine/data/fault.h"
 #include "player/launcher_images.h"
 #include "player/launcher_state.h"
 

@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-#include "engine/data/fault.h"
+struct FaultList;
 
 inline constexpr int32_t kSwitchOn = 1;
 inline constexpr int32_t kSwitchOff = -1;

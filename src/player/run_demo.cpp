@@ -129,19 +129,23 @@ static int PlayPiece(PieceRun* run, LauncherChoice* choice, bool forcePbo)
     case MusicResult::kFailed:
         return EndFailedRun(faults);
     }
+    FreeDocument(PieceSections, &run->piece.loading); // it is not shown again
 
     uint32_t frames = 0;
-    switch (PlayDemo(run, &view, choice, &frames))
+    const DemoEnd end = PlayDemo(run, &view, choice, &frames);
+    if (end == DemoEnd::kClosed)
     {
-    case DemoEnd::kEnded:
-        PrintBenchmark(frames);
-        break;
-    case DemoEnd::kEscaped:
-        break;
-    case DemoEnd::kClosed:
         return kExitEnded; // SDL is left as it is
-    case DemoEnd::kFailed:
+    }
+    if (end == DemoEnd::kFailed)
+    {
         return EndFailedRun(faults);
+    }
+
+    ClosePackage(&run->piece.package);
+    if (end == DemoEnd::kEnded)
+    {
+        PrintBenchmark(frames);
     }
     printf("Bye!\n");
     SDL_Quit();

@@ -11,6 +11,7 @@
 #include "tools/package_commands.h"
 #include "tools/report.h"
 #include "tools/textures_command.h"
+#include "tools/vocabulary_command.h"
 
 /// What the arguments say. Each command uses some of it.
 struct Arguments
@@ -19,6 +20,7 @@ struct Arguments
     std::string out = ".";          // where nothing has to be given
     std::vector<std::string> names; // entries, or paths
     BuildOptions build;
+    bool json = false;
 };
 
 /// An argument that is known by its place: FILE, NAME and so on.
@@ -129,6 +131,14 @@ static CLI::App* AddTextures(CLI::App* app, Arguments* arguments)
     return command;
 }
 
+static CLI::App* AddVocabulary(CLI::App* app, Arguments* arguments)
+{
+    CLI::App* command = app->add_subcommand(
+        "vocabulary", "Print what documents can say: names, numbers, parameters, limits");
+    command->add_flag("--json", arguments->json, "Print one JSON object, for programs");
+    return command;
+}
+
 static bool RunList(const Arguments& arguments)
 {
     return ListPackage(arguments.file);
@@ -179,6 +189,11 @@ static bool RunTextures(const Arguments& arguments)
     return WriteTextures(arguments.file, arguments.out);
 }
 
+static bool RunVocabulary(const Arguments& arguments)
+{
+    return PrintVocabulary(arguments.json ? VocabularyForm::Json : VocabularyForm::Text);
+}
+
 struct CommandRow
 {
     CLI::App* (*add)(CLI::App* app, Arguments* arguments);
@@ -186,10 +201,10 @@ struct CommandRow
 };
 
 static constexpr CommandRow kCommands[] = {
-    {AddList, RunList},         {AddExtract, RunExtract},   {AddAdd, RunAdd},
-    {AddRemove, RunRemove},     {AddCreate, RunCreate},     {AddBuild, RunBuild},
-    {AddModel, RunModel},       {AddCompress, RunCompress}, {AddDecompress, RunDecompress},
-    {AddTextures, RunTextures},
+    {AddList, RunList},         {AddExtract, RunExtract},       {AddAdd, RunAdd},
+    {AddRemove, RunRemove},     {AddCreate, RunCreate},         {AddBuild, RunBuild},
+    {AddModel, RunModel},       {AddCompress, RunCompress},     {AddDecompress, RunDecompress},
+    {AddTextures, RunTextures}, {AddVocabulary, RunVocabulary},
 };
 
 /// The library takes "[a,b]" for a list and "{}" and "%%" for more of the kind, and what stands

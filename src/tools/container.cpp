@@ -3,10 +3,13 @@
 #include <zlib.h>
 
 #include "engine/data/byte_order.h"
+#include "engine/data/limits.h"
 #include "tools/report.h"
 
 static constexpr size_t kSizeWord = 4; // bytes
 static constexpr size_t kStep = 65536; // bytes inflated at a time
+/// A stream that makes more than that of itself is larger than what it holds.
+static constexpr uint64_t kLargestContainer = uint64_t{kLargestInflatedSize} + (1 << 20);
 
 bool PackContainer(const Bytes& data, Bytes* container)
 {
@@ -80,15 +83,15 @@ bool CompressFile(const std::string& in, const std::string& out)
 {
     Bytes data;
     Bytes container;
-    return ReadWholeFile(in, &data) && PackContainer(data, &container) &&
-           ReplaceFile(out, container);
+    return ReadWholeFile(in, kLargestInflatedSize, &data) && PackContainer(data, &container) &&
+           ReplaceFile(out, container.data(), container.size());
 }
 
 bool DecompressFile(const std::string& in, const std::string& out)
 {
     Bytes container;
     Bytes data;
-    if (!ReadWholeFile(in, &container))
+    if (!ReadWholeFile(in, kLargestContainer, &container))
     {
         return false;
     }
@@ -98,5 +101,5 @@ bool DecompressFile(const std::string& in, const std::string& out)
         ReportError("%s: %s", Printable(in).c_str(), fault);
         return false;
     }
-    return ReplaceFile(out, data);
+    return ReplaceFile(out, data.data(), data.size());
 }

@@ -1,7 +1,7 @@
 #include "tools/files.h"
 
-#include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -11,88 +11,88 @@
 
 #include "tools/report.h"
 
-static constexpr mode_t kNewFileMode = 0644;
-
-static void ReportErrno(const std::string& path)
+static bool ReportFile(const std::string& path, const char* what)
 {
-    ReportError("%s: %s", Printable(path).c_str(), strerror(errno));
+    ReportError("%s: %s", Printable(path).c_str(), what);
+    return false;
 }
 
-FILE* OpenForReading(const std::string& path, uint64_t* size)
+static bool ReportErrno(const std::string& path)
 {
-    // The kind is asked first: to open a pipe would wait for its other end.
-    struct stat status;
+    return ReportFile(path, strerror(errno));
+}
+
+bool MeasureFile(const std::string& path, uint64_t* size)
+{
+    struct stat status = {};
     if (stat(path.c_str(), &status) != 0)
     {
-        ReportErrno(path);
-        return nullptr;
+        return ReportErrno(path);
     }
     if (!S_ISREG(status.st_mode))
     {
-        ReportError("%s: not a regular file", Printable(path).c_str());
-        return nullptr;
-    }
-    FILE* stream = fopen(path.c_str(), "rb");
-    if (stream == nullptr)
-    {
-        ReportErrno(path);
-        return nullptr;
+        return ReportFile(path, "not a regular file");
     }
     *size = static_cast<uint64_t>(status.st_size);
-    return stream;
+    return true;
 }
 
-bool ReadWholeFile(const std::string& path, Bytes* bytes)
+/// Reads an open file whole.
+static bool ReadOpenFile(int file, const std::string& path, uint64_t most, Bytes* bytes)
 {
-    uint64_t size = 0;
-    FILE* stream = OpenForReading(path, &size);
-    if (stream == nullptr)
+    struct stat status = {};
+    if (fstat(file, &status) != 0)
     {
+        return ReportErrno(path);
+    }
+    if (!S_ISREG(status.st_mode))
+    {
+        return ReportFile(path, "not a regular file");
+    }
+    const uint64_t size = static_cast<uint64_t>(status.st_size);
+    if (size > most)
+    {
+        ReportError("%s: larger than %llu bytes", Printable(path).c_str(),
+                    static_cast<unsigned long long>(most));
         return false;
     }
 
     bytes->resize(size);
-    size_t got = fread(bytes->data(), 1, size, stream);
-    fclose(stream);
-    if (got != size)
+    size_t got = 0;
+    while (got < size)
     {
-        ReportError("%s: could not be read", Printable(path).c_str());
-        return false;
+        const ssize_t step = read(file, bytes->data() + got, size - got);
+        if (step < 0 && errno == EINTR)
+        {
+            continue;
+        }
+        if (step <= 0)
+        {
+            return ReportFile(path, "could not be read");
+        }
+        got += static_cast<size_t>(step);
     }
     return true;
 }
 
-bool SameBytes(FILE* a, uint64_t offsetA, FILE* b, uint64_t offsetB, uint64_t size)
+bool ReadWholeFile(const std::string& path, uint64_t most, Bytes* bytes)
 {
-    unsigned char blockA[4096];
-    unsigned char blockB[4096];
-    fseek(a, static_cast<long>(offsetA), SEEK_SET);
-    fseek(b, static_cast<long>(offsetB), SEEK_SET);
-
-    uint64_t left = size;
-    while (left > 0)
+    // A pipe that nobody writes to would hold an ordinary open for ever.
+    const int file = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (file < 0)
     {
-        size_t step = std::min<uint64_t>(left, sizeof(blockA));
-        if (fread(blockA, 1, step, a) != step || fread(blockB, 1, step, b) != step ||
-            memcmp(blockA, blockB, step) != 0)
-        {
-            return false;
-        }
-        left -= step;
+        return ReportErrno(path);
     }
-    return true;
+    const bool isRead = ReadOpenFile(file, path, most, bytes);
+    close(file);
+    return isRead;
 }
 
 bool MakeFolder(const std::string& folder)
 {
     std::error_code error;
     std::filesystem::create_directories(folder, error);
-    if (error)
-    {
-        ReportError("%s: %s", Printable(folder).c_str(), error.message().c_str());
-        return false;
-    }
-    return true;
+    return error ? ReportFile(folder, error.message().c_str()) : true;
 }
 
 /// The path with links followed. A path that does not exist stays as it is.
@@ -108,103 +108,237 @@ static std::string FollowLinks(const std::string& path)
     return followed;
 }
 
-static std::string FolderOf(const std::string& path)
+/// A file that is written beside the one that it will replace.
+struct Replacement
 {
-    size_t slash = path.rfind('/');
-    return slash == std::string::npos ? "./" : path.substr(0, slash + 1);
-}
+    int folder;            // owned descriptor of the folder of both
+    int file;              // owned descriptor
+    std::string name;      // of the file that is replaced, in the folder
+    std::string temporary; // name of the file that is written; empty while it has none
+    uint32_t mode;         // permissions that it gets
+    bool isNew;            // there is no file to replace
+};
 
-bool BeginReplacement(const std::string& path, Replacement* replacement)
+/// Looks at the file that is to be replaced.
+/// @return false after an error line: it is there and can't be replaced
+static bool CheckTarget(const std::string& path, const ReplaceOptions& options,
+                        Replacement* replacement)
 {
-    struct stat status;
-    bool exists = stat(path.c_str(), &status) == 0;
-    if (exists && !S_ISREG(status.st_mode))
+    struct stat status = {};
+    const int found =
+        options.followsLinks ? stat(path.c_str(), &status) : lstat(path.c_str(), &status);
+    replacement->isNew = found != 0;
+    if (replacement->isNew)
     {
-        ReportError("%s: not a regular file", Printable(path).c_str());
-        return false;
+        const mode_t mask = umask(0);
+        umask(mask);
+        replacement->mode = options.newMode & ~mask;
+        return true;
+    }
+    if (S_ISLNK(status.st_mode))
+    {
+        return ReportFile(path, "a link is in the file's place");
+    }
+    if (!S_ISREG(status.st_mode))
+    {
+        return ReportFile(path, "not a regular file");
     }
     // The folder's permissions alone would let a protected file be replaced.
-    if (exists && access(path.c_str(), W_OK) != 0)
+    if (access(path.c_str(), W_OK) != 0)
     {
-        ReportErrno(path);
-        return false;
+        return ReportErrno(path);
     }
+    replacement->mode = status.st_mode & 07777;
+    return true;
+}
 
-    replacement->target = FollowLinks(path);
-    replacement->temporary = FolderOf(replacement->target) + ".dpk-XXXXXX";
-    replacement->file = mkostemp(replacement->temporary.data(), O_CLOEXEC);
-    if (replacement->file < 0)
+/// Opens the folder of the file. One that can't be listed can still be written to.
+static bool OpenFolder(const std::string& path, const ReplaceOptions& options,
+                       Replacement* replacement)
+{
+    const std::string target = options.followsLinks ? FollowLinks(path) : path;
+    const size_t slash = target.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : target.substr(0, slash + 1);
+    replacement->name = slash == std::string::npos ? target : target.substr(slash + 1);
+
+    replacement->folder = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (replacement->folder < 0 && errno == EACCES)
     {
+        replacement->folder = open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    }
+    if (replacement->folder < 0)
+    {
+        return ReportErrno(path);
+    }
+    if (replacement->name.empty())
+    {
+        errno = ENOENT;
         ReportErrno(path);
+        close(replacement->folder);
         return false;
     }
     return true;
 }
 
-static mode_t WantedMode(const std::string& target)
+static std::string DescriptorPath(int file)
 {
-    struct stat status;
-    if (stat(target.c_str(), &status) == 0)
-    {
-        return status.st_mode & 07777;
-    }
-    mode_t mask = umask(0);
-    umask(mask);
-    return kNewFileMode & ~mask;
+    return "/proc/self/fd/" + std::to_string(file);
 }
 
-/// So that the new name outlives a loss of power. Not every file system can, so nobody minds.
-static void FlushFolder(const std::string& folder)
+/// Finds a name that no file of the folder has, and makes a file of it by `make`.
+/// @return what `make` gave, -1 with errno set for a failure
+template <typename Make>
+static int MakeTemporary(Replacement* replacement, Make make)
 {
-    int file = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (file >= 0)
+    static constexpr uint32_t kMostTries = 10000;
+    int made = -1;
+    for (uint32_t i = 0; i < kMostTries; ++i)
     {
-        fsync(file);
-        close(file);
+        replacement->temporary = ".dpk-" + std::to_string(getpid()) + "-" + std::to_string(i);
+        made = make(replacement->temporary.c_str());
+        if (made >= 0 || errno != EEXIST)
+        {
+            break;
+        }
     }
+    if (made < 0)
+    {
+        replacement->temporary.clear();
+    }
+    return made;
 }
 
-bool CommitReplacement(Replacement* replacement)
+/// Creates the file to write: without a name where the file system can do that.
+static bool CreateFile(const std::string& path, Replacement* replacement)
 {
-    if (fchmod(replacement->file, WantedMode(replacement->target)) != 0 ||
-        fsync(replacement->file) != 0 ||
-        rename(replacement->temporary.c_str(), replacement->target.c_str()) != 0)
+    replacement->file =
+        openat(replacement->folder, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (replacement->file >= 0)
     {
-        ReportErrno(replacement->target);
-        AbandonReplacement(replacement);
-        return false;
+        // It gets its name by way of its descriptor.
+        if (access(DescriptorPath(replacement->file).c_str(), F_OK) == 0)
+        {
+            return true;
+        }
+        close(replacement->file);
     }
+    replacement->file =
+        MakeTemporary(replacement,
+                      [replacement](const char* name)
+                      {
+                          return openat(replacement->folder, name,
+                                        O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+                      });
+    return replacement->file >= 0 || ReportErrno(path);
+}
 
+/// Closes the file and its folder, and removes what has no use any more.
+static void EndReplacement(Replacement* replacement)
+{
+    if (!replacement->temporary.empty())
+    {
+        unlinkat(replacement->folder, replacement->temporary.c_str(), 0);
+    }
     close(replacement->file);
-    FlushFolder(FolderOf(replacement->target));
-    return true;
+    close(replacement->folder);
 }
 
-void AbandonReplacement(Replacement* replacement)
+/// @return false with errno set
+static bool WriteAll(int file, const unsigned char* bytes, size_t size)
 {
-    unlink(replacement->temporary.c_str());
-    close(replacement->file);
-}
-
-bool ReplaceFile(const std::string& path, const Bytes& bytes)
-{
-    Replacement replacement;
-    if (!BeginReplacement(path, &replacement))
-    {
-        return false;
-    }
-
     size_t written = 0;
-    while (written < bytes.size())
+    while (written < size)
     {
-        ssize_t step = write(replacement.file, bytes.data() + written, bytes.size() - written);
+        const ssize_t step = write(file, bytes + written, size - written);
+        if (step < 0 && errno == EINTR)
+        {
+            continue;
+        }
         if (step < 0)
         {
-            ReportErrno(path);
-            AbandonReplacement(&replacement);
             return false;
         }
         written += static_cast<size_t>(step);
     }
-    return CommitReplacement(&replacement);
+    return true;
+}
+
+/// Gives the written file the name of the one that it replaces.
+/// @return false with errno set
+static bool NameFile(Replacement* replacement)
+{
+    if (replacement->temporary.empty())
+    {
+        const std::string written = DescriptorPath(replacement->file);
+        auto link = [replacement, &written](const char* name)
+        {
+            return linkat(AT_FDCWD, written.c_str(), replacement->folder, name, AT_SYMLINK_FOLLOW);
+        };
+        if (replacement->isNew && link(replacement->name.c_str()) == 0)
+        {
+            return true;
+        }
+        // A name can't be taken from another file by a link, only by a rename.
+        if ((replacement->isNew && errno != EEXIST) || MakeTemporary(replacement, link) < 0)
+        {
+            return false;
+        }
+    }
+    if (renameat(replacement->folder, replacement->temporary.c_str(), replacement->folder,
+                 replacement->name.c_str()) != 0)
+    {
+        return false;
+    }
+    replacement->temporary.clear();
+    return true;
+}
+
+static bool FillReplacement(const std::string& path, const unsigned char* bytes, size_t size,
+                            const ReplaceOptions& options, Replacement* replacement)
+{
+    if (!WriteAll(replacement->file, bytes, size))
+    {
+        return ReportFile(path,
+                          options.writeFault == nullptr ? strerror(errno) : options.writeFault);
+    }
+    if (fchmod(replacement->file, replacement->mode) != 0 || fsync(replacement->file) != 0 ||
+        !NameFile(replacement))
+    {
+        return ReportErrno(path);
+    }
+    // So that the new name outlives a loss of power. Not every file system can, so nobody minds.
+    fsync(replacement->folder);
+    return true;
+}
+
+bool ReplaceFile(const std::string& path, const unsigned char* bytes, size_t size,
+                 const ReplaceOptions& options)
+{
+    Replacement replacement = {};
+    if (!CheckTarget(path, options, &replacement) || !OpenFolder(path, options, &replacement))
+    {
+        return false;
+    }
+
+    // While the new file has a name of its own, these signals would leave it behind.
+    sigset_t waiting;
+    sigset_t before;
+    sigemptyset(&waiting);
+    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM})
+    {
+        sigaddset(&waiting, signal);
+    }
+    sigprocmask(SIG_BLOCK, &waiting, &before);
+    bool isDone = CreateFile(path, &replacement);
+    if (isDone)
+    {
+        isDone = FillReplacement(path, bytes, size, options, &replacement);
+        EndReplacement(&replacement);
+    }
+    else
+    {
+        close(replacement.folder);
+    }
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+    return isDone;
 }

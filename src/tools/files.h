@@ -1,47 +1,41 @@
 // Files of the disk: reading them whole, and replacing them in one step, so that a command that
-// fails leaves the old file as it was. Every routine here reports its own errors and returns false
-// then.
+// fails or is killed leaves the old file as it was. Every routine here reports its own errors and
+// returns false then.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <string>
 #include <vector>
 
 using Bytes = std::vector<unsigned char>;
 
-/// Opens a regular file for reading and tells its size in bytes. A folder, a pipe and the like are
-/// errors.
-/// @return an open binary read stream for the caller to close; null after an error line
-FILE* OpenForReading(const std::string& path, uint64_t* size);
+/// Tells the size of a regular file in bytes. What is none, a pipe and the like, is an error.
+bool MeasureFile(const std::string& path, uint64_t* size);
 
-bool ReadWholeFile(const std::string& path, Bytes* bytes);
-
-/// Whether two streams give the same `size` bytes from these offsets on. Prints nothing.
-bool SameBytes(FILE* a, uint64_t offsetA, FILE* b, uint64_t offsetB, uint64_t size);
+/// Reads a regular file whole, without waiting for what is none.
+/// @param most   bytes; a larger file is an error
+bool ReadWholeFile(const std::string& path, uint64_t most, Bytes* bytes);
 
 /// Makes a folder, with those above it that are missing. One that is there is fine.
 bool MakeFolder(const std::string& folder);
 
-/// A file that is written beside the one that it will replace.
-struct Replacement
+/// How a file is replaced.
+struct ReplaceOptions
 {
-    std::string target;    // the file that is meant; where the path is a link, what it points to
-    std::string temporary; // in the same folder; exists from Begin to Commit or Abandon
-    int file;              // owned descriptor of the temporary file
+    uint32_t newMode;       // permissions of a file that is new, less the umask
+    bool followsLinks;      // writes what a link points to; else a link is an error
+    const char* writeFault; // told where the bytes can't be written; null for the system's words
 };
 
-/// Creates the temporary file, empty. A target that exists has to be a regular file that may be
-/// written.
-bool BeginReplacement(const std::string& path, Replacement* replacement);
+inline constexpr ReplaceOptions kOrdinaryReplacement = {0644, true, nullptr};
 
-/// Puts what the temporary file holds in the target's place: it gets the target's permissions, or
-/// 0644 less the umask for a new file, is flushed to the disk and renamed. On an error the
-/// temporary file is gone and the target untouched.
-bool CommitReplacement(Replacement* replacement);
-
-/// Removes the temporary file.
-void AbandonReplacement(Replacement* replacement);
-
-/// Replaces a file by these bytes.
-bool ReplaceFile(const std::string& path, const Bytes& bytes);
+/// Replaces a file, or makes a new one. The bytes are written beside it, flushed to the disk and
+/// then given its name and its permissions. A target that exists has to be a regular file that may
+/// be written. What is written has no name before it is whole, where the file system can do that,
+/// so that nothing stays behind even if the program is killed. Signals that a user sends wait until
+/// it is over.
+/// @param bytes   size bytes
+/// @return false after an error line; the old file is untouched then
+bool ReplaceFile(const std::string& path, const unsigned char* bytes, size_t size,
+                 const ReplaceOptions& options = kOrdinaryReplacement);

@@ -3,26 +3,25 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <dirent.h>
 #include <fnmatch.h>
 #include <sys/stat.h>
 #include <tinyxml.h>
-#include <unistd.h>
 
 #include "engine/data/document_text.h"
+#include "engine/data/package_tools.h"
 #include "tools/container.h"
 #include "tools/package_commands.h"
 #include "tools/report.h"
 
-/// What becomes of a source file.
+/// The ways of a source file into the package.
 enum class SourceKind
 {
-    LeftOut,
-    Document,
-    Mesh,
-    Plain,
+    kLeftOut,
+    kDocument,
+    kMesh,
+    kPlain,
 };
 
 struct EndingRow
@@ -32,20 +31,20 @@ struct EndingRow
 };
 
 static constexpr EndingRow kEndings[] = {
-    {".xml", SourceKind::Document}, //
-    {".obj", SourceKind::Mesh},     //
-    {".ply", SourceKind::Mesh},     //
-    {".3ds", SourceKind::Mesh},     //
-    {".gltf", SourceKind::Mesh},    //
-    {".glb", SourceKind::Mesh},     //
-    {".stl", SourceKind::Mesh},     //
-    {".dae", SourceKind::Mesh},     //
-    {".py", SourceKind::LeftOut},   // what made the sources
-    {".md", SourceKind::LeftOut},   // notes
-    {".mtl", SourceKind::LeftOut},  // lies beside .obj
-    {".xm", SourceKind::LeftOut},   // the module is read from beside the package, not out of it
-    {".dpk", SourceKind::LeftOut},  //
-    {"~", SourceKind::LeftOut},     // what editors leave
+    {".xml", SourceKind::kDocument}, //
+    {".obj", SourceKind::kMesh},     //
+    {".ply", SourceKind::kMesh},     //
+    {".3ds", SourceKind::kMesh},     //
+    {".gltf", SourceKind::kMesh},    //
+    {".glb", SourceKind::kMesh},     //
+    {".stl", SourceKind::kMesh},     //
+    {".dae", SourceKind::kMesh},     //
+    {".py", SourceKind::kLeftOut},   // programs that made the sources
+    {".md", SourceKind::kLeftOut},   // notes
+    {".mtl", SourceKind::kLeftOut},  // lies beside .obj
+    {".xm", SourceKind::kLeftOut},   // the module is read from beside the package, not out of it
+    {".dpk", SourceKind::kLeftOut},  //
+    {"~", SourceKind::kLeftOut},     // copies that editors leave
 };
 
 struct SourceFile
@@ -65,13 +64,13 @@ static SourceKind KindOf(const std::string& name, const BuildOptions& options)
 {
     if (name[0] == '.')
     {
-        return SourceKind::LeftOut;
+        return SourceKind::kLeftOut;
     }
     for (const std::string& pattern : options.ignored)
     {
         if (fnmatch(pattern.c_str(), name.c_str(), 0) == 0)
         {
-            return SourceKind::LeftOut;
+            return SourceKind::kLeftOut;
         }
     }
     for (const EndingRow& row : kEndings)
@@ -81,7 +80,7 @@ static SourceKind KindOf(const std::string& name, const BuildOptions& options)
             return row.kind;
         }
     }
-    return SourceKind::Plain;
+    return SourceKind::kPlain;
 }
 
 static std::string EntryName(const std::string& fileName, SourceKind kind)
@@ -89,9 +88,9 @@ static std::string EntryName(const std::string& fileName, SourceKind kind)
     std::string stem = fileName.substr(0, fileName.rfind('.'));
     switch (kind)
     {
-    case SourceKind::Document:
+    case SourceKind::kDocument:
         return stem + ".xmlz";
-    case SourceKind::Mesh:
+    case SourceKind::kMesh:
         return stem + ".model";
     default:
         return fileName;
@@ -128,7 +127,7 @@ static bool ListSources(const std::string& folder, const std::string& package,
     {
         std::string name = item->d_name;
         SourceKind kind = KindOf(name, options);
-        if (kind != SourceKind::LeftOut &&
+        if (kind != SourceKind::kLeftOut &&
             IsSource(folder, name, packageExists ? &packageStatus : nullptr))
         {
             sources->push_back({name, EntryName(name, kind), kind});
@@ -144,75 +143,46 @@ static bool ListSources(const std::string& folder, const std::string& package,
     return true;
 }
 
-/// A mistake in a document is best met here: the player dies of it.
+/// A document with a mistake is refused here already: the player ends when it meets one.
 static bool CheckDocument(const std::string& path, const Bytes& text)
 {
     static constexpr unsigned char kNothing = 0; // an empty text is a text still
     TiXmlDocument document;
+    FaultList faults;
+    StartFaults(&faults);
     if (LoadFromString(&document, text.empty() ? &kNothing : text.data(),
-                       static_cast<long>(text.size()), TIXML_ENCODING_UNKNOWN))
+                       static_cast<long>(text.size()), TIXML_ENCODING_UNKNOWN, &faults))
     {
         return true;
+    }
+    if (HasFailed(&faults))
+    {
+        ReportFaults(&faults);
+        return false;
     }
     ReportError("%s:%d:%d: %s", Printable(path).c_str(), document.ErrorRow(), document.ErrorCol(),
                 document.ErrorDesc());
     return false;
 }
 
-/// A document or mesh as the entry will hold it.
+/// A source as its entry will hold it.
 static bool MakeEntry(const std::string& path, const SourceFile& source,
-                      const BuildOptions& options, Bytes* container)
+                      const BuildOptions& options, Bytes* entry)
 {
-    if (source.kind == SourceKind::Mesh)
+    if (source.kind == SourceKind::kPlain)
     {
-        return ConvertMesh(path, options.mesh, Printable(source.entryName), container);
+        return ReadWholeFile(path, INT32_MAX, entry);
+    }
+    if (source.kind == SourceKind::kMesh)
+    {
+        return ConvertMesh(path, options.mesh, Printable(source.entryName), entry);
     }
     Bytes text;
-    return ReadWholeFile(path, &text) && CheckDocument(path, text) &&
-           PackContainer(text, container);
+    return ReadWholeFile(path, kLargestText, &text) && CheckDocument(path, text) &&
+           PackContainer(text, entry);
 }
 
-/// Appends one source to the list; what has to be made first goes to the workshop folder.
-/// @param made   receives the path of a file that was made
-static bool AppendSource(const std::string& folder, const std::string& workshop,
-                         const SourceFile& source, const BuildOptions& options,
-                         std::vector<std::string>* made, PendingEntry** sentinel)
-{
-    std::string path = folder + "/" + source.fileName;
-    if (source.kind == SourceKind::Plain)
-    {
-        *sentinel = AppendDiskFile(*sentinel, path);
-        return true;
-    }
-
-    Bytes container;
-    std::string entryPath = workshop + "/" + source.entryName;
-    if (!MakeEntry(path, source, options, &container) || !ReplaceFile(entryPath, container))
-    {
-        return false;
-    }
-    made->push_back(entryPath);
-    *sentinel = AppendDiskFile(*sentinel, entryPath);
-    return true;
-}
-
-static bool BuildInWorkshop(const std::string& folder, const std::string& package,
-                            const std::string& workshop, const std::vector<SourceFile>& sources,
-                            const BuildOptions& options, std::vector<std::string>* made)
-{
-    PendingEntry* list = NewPendingList();
-    PendingEntry* sentinel = list;
-    bool appended = true;
-    for (size_t i = 0; appended && i < sources.size(); ++i)
-    {
-        appended = AppendSource(folder, workshop, sources[i], options, made, &sentinel);
-    }
-    bool done = appended && WriteCheckedPackage(list, nullptr, package);
-    FreePendingList(list);
-    return done;
-}
-
-/// Two sources for one entry would meet in the workshop already.
+/// Two sources for one entry are no slip of the package but of the folder, so both are named.
 static bool CheckEntryNames(const std::vector<SourceFile>& sources)
 {
     for (size_t i = 1; i < sources.size(); ++i)
@@ -229,43 +199,61 @@ static bool CheckEntryNames(const std::vector<SourceFile>& sources)
     return true;
 }
 
-static bool PrintTotal(const std::string& package, size_t entryCount)
+/// Makes all entries and tells where they will be.
+static bool MakeEntries(const std::string& folder, const std::vector<SourceFile>& sources,
+                        const BuildOptions& options, std::vector<Bytes>* entries,
+                        std::vector<PlannedEntry>* plan)
 {
-    uint64_t size = 0;
-    FILE* stream = OpenForReading(package, &size);
-    if (stream == nullptr)
+    for (const SourceFile& source : sources)
+    {
+        plan->push_back({source.entryName, 0, 0});
+    }
+    if (!CheckNames(*plan))
     {
         return false;
     }
-    fclose(stream);
-    printf("%s: %zu %s, %llu bytes\n", Printable(package).c_str(), entryCount,
-           entryCount == 1 ? "entry" : "entries", static_cast<unsigned long long>(size));
-    return true;
+    entries->resize(sources.size());
+    for (size_t i = 0; i < sources.size(); ++i)
+    {
+        const std::string path = folder + "/" + sources[i].fileName;
+        if (!MakeEntry(path, sources[i], options, &(*entries)[i]))
+        {
+            return false;
+        }
+        (*plan)[i].size = (*entries)[i].size();
+    }
+    return PlaceEntries(plan);
 }
 
 bool BuildFolder(const std::string& folder, const std::string& package, const BuildOptions& options)
 {
     std::vector<SourceFile> sources;
-    if (!ListSources(folder, package, options, &sources) || !CheckEntryNames(sources))
+    std::vector<Bytes> entries;
+    std::vector<PlannedEntry> plan;
+    if (!ListSources(folder, package, options, &sources) || !CheckEntryNames(sources) ||
+        !MakeEntries(folder, sources, options, &entries, &plan))
     {
         return false;
     }
 
-    const char* chosenRoot = getenv("TMPDIR");
-    std::string root = chosenRoot == nullptr ? "/tmp" : chosenRoot;
-    std::string workshop = root + "/dpk-XXXXXX";
-    if (mkdtemp(workshop.data()) == nullptr)
+    FaultList faults;
+    StartFaults(&faults);
+    PackageBytes bytes = {};
+    PackageWriter writer = BeginPackage(&bytes, static_cast<uint32_t>(entries.size()), &faults);
+    for (size_t i = 0; i < entries.size(); ++i)
     {
-        ReportError("%s: %s", Printable(root).c_str(), strerror(errno));
+        PutPackageEntry(&writer, plan[i].name.c_str(), entries[i].data(),
+                        static_cast<uint32_t>(entries[i].size()));
+        entries[i] = {};
+    }
+    const bool isPut = EndPackage(&writer);
+    ReportFaults(&faults);
+    const size_t size = bytes.size;
+    if (!isPut || !WritePackage(package, plan, &bytes))
+    {
         return false;
     }
-
-    std::vector<std::string> made;
-    bool done = BuildInWorkshop(folder, package, workshop, sources, options, &made);
-    for (const std::string& path : made)
-    {
-        unlink(path.c_str());
-    }
-    rmdir(workshop.c_str());
-    return done && PrintTotal(package, sources.size());
+    printf("%s: %zu %s, %zu bytes\n", Printable(package).c_str(), plan.size(),
+           plan.size() == 1 ? "entry" : "entries", size);
+    return true;
 }

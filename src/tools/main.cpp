@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <new>
 
-#include "engine/data/fault.h"
 #include "tools/command_line.h"
 #include "tools/report.h"
 
@@ -15,7 +14,6 @@
 
 int main(int argc, char** argv)
 {
-    SetProgramName("dpk");
     std::set_new_handler(EndWithoutMemory);
     // A limit on file sizes is then an error of the write like any other, and can be cleaned up.
     signal(SIGXFSZ, SIG_IGN);

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <string_view>
 
+#include "engine/data/limits.h"
 #include "tools/container.h"
 #include "tools/report.h"
 
@@ -271,7 +272,7 @@ static bool HasHeaderEnd(const Bytes& file)
 static bool CheckSource(const std::string& path)
 {
     Bytes file;
-    if (!ReadWholeFile(path, &file))
+    if (!ReadWholeFile(path, kLargestInflatedSize, &file))
     {
         return false;
     }
@@ -333,5 +334,6 @@ bool ConvertMesh(const std::string& path, const MeshOptions& options, const std:
 bool ConvertMeshFile(const std::string& in, const std::string& out, const MeshOptions& options)
 {
     Bytes container;
-    return ConvertMesh(in, options, Printable(out), &container) && ReplaceFile(out, container);
+    return ConvertMesh(in, options, Printable(out), &container) &&
+           ReplaceFile(out, container.data(), container.size());
 }

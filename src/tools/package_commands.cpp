@@ -7,59 +7,14 @@
 
 #include "engine/data/package_file.h"
 #include "tools/files.h"
+#include "tools/package_listing.h"
 #include "tools/report.h"
 
-/// An entry of a package to be written, with the place that it will have.
-struct PlannedEntry
-{
-    std::string name;
-    std::string diskPath; // empty where the data comes out of the source package
-    uint64_t sourceStart; // offset in the source package, 0 on disk
-    uint64_t start;       // offset in the new package
-    uint64_t size;        // bytes
-};
+static constexpr ReplaceOptions kPackageReplacement = {0644, true,
+                                                       "could not be written; is the disk full?"};
+static constexpr ReplaceOptions kExtractReplacement = {0600, false, "could not be written"};
 
-static char* CopyText(const std::string& text)
-{
-    char* copy = strdup(text.c_str());
-    if (copy == nullptr)
-    {
-        ReportError("out of memory");
-        exit(1);
-    }
-    return copy;
-}
-
-static bool MeasureKeptEntry(const ListedPackage* source, PlannedEntry* planned)
-{
-    const ListedEntry* entry = source == nullptr ? nullptr : FindEntry(source, planned->name);
-    if (entry == nullptr)
-    {
-        ReportError("no entry \"%s\"", Printable(planned->name).c_str());
-        return false;
-    }
-    if (!IsReachable(entry->name, entry->start))
-    {
-        ReportError("%s: entry \"%s\" can't be read: its name has 32 bytes and its data starts at "
-                    "16 MiB or later",
-                    Printable(source->path).c_str(), Printable(entry->name).c_str());
-        return false;
-    }
-    planned->sourceStart = entry->start;
-    planned->size = entry->size;
-    return true;
-}
-
-static bool MeasureDiskFile(PlannedEntry* planned)
-{
-    FILE* stream = OpenForReading(planned->diskPath, &planned->size);
-    if (stream == nullptr)
-    {
-        return false;
-    }
-    fclose(stream);
-    return true;
-}
+// ---- What a package can hold
 
 static bool CheckName(const std::string& name, std::set<std::string>* seen)
 {
@@ -105,28 +60,21 @@ static bool CheckPlace(const PlannedEntry& planned)
     return true;
 }
 
-/// Works out where everything will be, and refuses what a package can't hold.
-static bool PlanPackage(const PendingEntry* list, const ListedPackage* source,
-                        std::vector<PlannedEntry>* plan)
+bool CheckNames(const std::vector<PlannedEntry>& plan)
 {
     std::set<std::string> seen;
-    for (const PendingEntry* entry = list; entry->name != nullptr; entry = entry->next)
+    for (const PlannedEntry& planned : plan)
     {
-        PlannedEntry planned = {};
-        planned.name = entry->name;
         if (!CheckName(planned.name, &seen))
         {
             return false;
         }
-        bool kept = entry->sourceDir == nullptr;
-        planned.diskPath = kept ? "" : std::string(entry->sourceDir) + entry->name;
-        if (!(kept ? MeasureKeptEntry(source, &planned) : MeasureDiskFile(&planned)))
-        {
-            return false;
-        }
-        plan->push_back(planned);
     }
+    return true;
+}
 
+bool PlaceEntries(std::vector<PlannedEntry>* plan)
+{
     uint64_t start =
         kPackageHeaderSize + kPackageEntrySize * uint64_t{plan->size()} + kPackageNameSize;
     for (PlannedEntry& planned : *plan)
@@ -141,98 +89,225 @@ static bool PlanPackage(const PendingEntry* list, const ListedPackage* source,
     return true;
 }
 
-static bool HoldsSameBytes(const PlannedEntry& planned, const ListedPackage* source,
-                           const ListedPackage* written)
+// ---- Writing
+
+/// Entries of a package to be written, in their order.
+struct EntryList
 {
-    if (planned.diskPath.empty())
+    PendingEntry* head;     // owned; null without memory
+    PendingEntry* sentinel; // in the list
+};
+
+static EntryList StartEntryList()
+{
+    PendingEntry* head = NewPendingList();
+    if (head == nullptr)
     {
-        return SameBytes(source->stream, planned.sourceStart, written->stream, planned.start,
-                         planned.size);
+        ReportError("out of memory");
     }
-    uint64_t size = 0;
-    FILE* stream = OpenForReading(planned.diskPath, &size);
-    if (stream == nullptr)
+    return {head, head};
+}
+
+/// @param folder   of a file on disk, with its slash; null for an entry of the old package
+/// @return false after an error line
+static bool AppendEntry(EntryList* list, const std::string& name, const std::string* folder)
+{
+    char* nameCopy = strdup(name.c_str());
+    char* folderCopy = folder == nullptr ? nullptr : strdup(folder->c_str());
+    const bool isCopied = nameCopy != nullptr && (folder == nullptr || folderCopy != nullptr);
+    PendingEntry* sentinel =
+        isCopied ? AppendPendingEntry(list->sentinel, nameCopy, folderCopy) : nullptr;
+    if (sentinel == nullptr)
+    {
+        if (!isCopied)
+        {
+            free(nameCopy);
+            free(folderCopy);
+        }
+        ReportError("out of memory");
+        return false;
+    }
+    list->sentinel = sentinel;
+    return true;
+}
+
+/// Appends the entries of a package but for those of these names.
+static bool AppendKept(EntryList* list, const ListedPackage* package,
+                       const std::set<std::string>& without)
+{
+    for (const ListedEntry& entry : package->entries)
+    {
+        if (without.count(entry.name) == 0 && !AppendEntry(list, entry.name, nullptr))
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Appends files on disk, each under its name without its folder.
+static bool AppendFiles(EntryList* list, const std::vector<std::string>& files)
+{
+    for (const std::string& path : files)
+    {
+        const size_t slash = path.rfind('/');
+        const size_t nameStart = slash == std::string::npos ? 0 : slash + 1;
+        const std::string folder = path.substr(0, nameStart);
+        if (!AppendEntry(list, path.substr(nameStart), &folder))
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Finds the size of an entry that comes out of another package.
+static bool MeasureKeptEntry(const ListedPackage* source, PlannedEntry* planned)
+{
+    const ListedEntry* entry = FindEntry(source, planned->name);
+    if (!IsReachable(entry->name, entry->start))
+    {
+        ReportError("%s: entry \"%s\" can't be read: its name has 32 bytes and its data starts at "
+                    "16 MiB or later",
+                    Printable(source->path).c_str(), Printable(entry->name).c_str());
+        return false;
+    }
+    planned->size = entry->size;
+    return true;
+}
+
+static bool PlanPackage(const PendingEntry* list, const ListedPackage* source,
+                        std::vector<PlannedEntry>* plan)
+{
+    for (const PendingEntry* entry = list; entry->name != nullptr; entry = entry->next)
+    {
+        plan->push_back({entry->name, 0, 0});
+    }
+    if (!CheckNames(*plan))
     {
         return false;
     }
-    bool same = size == planned.size && SameBytes(stream, 0, written->stream, planned.start, size);
-    fclose(stream);
-    return same;
-}
 
-/// Where the last entry ends.
-static uint64_t PlannedSize(const std::vector<PlannedEntry>& plan)
-{
-    return plan.empty() ? kPackageHeaderSize + kPackageNameSize
-                        : plan.back().start + plan.back().size;
-}
-
-/// The writers report nothing, a full disk included, so what they wrote is read back.
-static bool IsWrittenAsPlanned(const std::vector<PlannedEntry>& plan, const ListedPackage* source,
-                               const Replacement& replacement)
-{
-    // The size first, so that the usual fault is not reported as a damaged package.
-    struct stat status;
-    ListedPackage written;
-    if (fstat(replacement.file, &status) != 0 ||
-        static_cast<uint64_t>(status.st_size) != PlannedSize(plan) ||
-        !OpenPackage(replacement.temporary, PackageUse::Rewriting, &written))
+    const PendingEntry* entry = list;
+    for (PlannedEntry& planned : *plan)
     {
-        return false;
+        const bool isMeasured = entry->sourceDir == nullptr
+                                    ? MeasureKeptEntry(source, &planned)
+                                    : MeasureFile(entry->sourceDir + planned.name, &planned.size);
+        if (!isMeasured)
+        {
+            return false;
+        }
+        entry = entry->next;
     }
-    bool same = written.entries.size() == plan.size();
-    for (size_t i = 0; same && i < plan.size(); ++i)
-    {
-        const ListedEntry& entry = written.entries[i];
-        same = entry.name == plan[i].name && entry.start == plan[i].start &&
-               entry.size == plan[i].size && HoldsSameBytes(plan[i], source, &written);
-    }
-    ClosePackage(&written);
-    return same;
+    return PlaceEntries(plan);
 }
 
-bool WriteCheckedPackage(const PendingEntry* list, const ListedPackage* source,
-                         const std::string& path)
+bool WritePackage(const std::string& path, const std::vector<PlannedEntry>& plan,
+                  PackageBytes* package)
+{
+    const uint64_t plannedSize =
+        plan.empty() ? kPackageHeaderSize + kPackageNameSize : plan.back().start + plan.back().size;
+    bool isWritten = false;
+    if (package->bytes != nullptr && package->size != plannedSize)
+    {
+        ReportError("%s: a source changed while it was read", Printable(path).c_str());
+    }
+    else if (package->bytes != nullptr)
+    {
+        isWritten = ReplaceFile(path, package->bytes, package->size, kPackageReplacement);
+    }
+    free(package->bytes);
+    *package = {};
+    return isWritten;
+}
+
+/// Writes a package of a list's entries.
+/// @param source   holds the entries that are on no disk; null where all are
+static bool WriteList(const EntryList* list, ListedPackage* source, const std::string& path)
 {
     std::vector<PlannedEntry> plan;
-    Replacement replacement;
-    if (!PlanPackage(list, source, &plan) || !BeginReplacement(path, &replacement))
+    if (!PlanPackage(list->head, source, &plan))
     {
         return false;
     }
 
-    WritePackageCopy(list, replacement.temporary.c_str(),
-                     source == nullptr ? nullptr : source->stream);
-    if (!IsWrittenAsPlanned(plan, source, replacement))
+    FaultList faults;
+    StartFaults(&faults);
+    PackageBytes package = {};
+    const bool isBuilt =
+        BuildPackage(list->head, source == nullptr ? nullptr : &source->file, &package, &faults);
+    ReportFaults(&faults);
+    if (!isBuilt)
     {
-        ReportError("%s: could not be written; is the disk full?", Printable(path).c_str());
-        AbandonReplacement(&replacement);
+        free(package.bytes);
         return false;
     }
-    return CommitReplacement(&replacement);
+    return WritePackage(path, plan, &package);
 }
 
-PendingEntry* AppendDiskFile(PendingEntry* list, const std::string& path)
+bool AddToPackage(const std::string& path, const std::vector<std::string>& files)
 {
-    size_t slash = path.rfind('/');
-    size_t nameStart = slash == std::string::npos ? 0 : slash + 1;
-    return AppendPendingEntry(list, CopyText(path.substr(nameStart)),
-                              CopyText(path.substr(0, nameStart)));
-}
-
-static void AppendDiskFiles(PendingEntry* list, const std::vector<std::string>& files)
-{
-    PendingEntry* sentinel = list;
-    for (const std::string& file : files)
+    ListedPackage package;
+    if (!OpenPackage(path, PackageUse::kRewriting, &package))
     {
-        sentinel = AppendDiskFile(sentinel, file);
+        return false;
     }
+    EntryList list = StartEntryList();
+    const bool isDone = list.head != nullptr && AppendKept(&list, &package, {}) &&
+                        AppendFiles(&list, files) && WriteList(&list, &package, path);
+    FreePendingList(list.head);
+    ClosePackage(&package);
+    return isDone;
 }
+
+/// @return false after a line for each name that the package lacks
+static bool CheckWanted(const ListedPackage* package, const std::set<std::string>& names)
+{
+    bool areThere = true;
+    for (const std::string& name : names)
+    {
+        if (FindEntry(package, name) == nullptr)
+        {
+            ReportError("%s: no entry \"%s\"", Printable(package->path).c_str(),
+                        Printable(name).c_str());
+            areThere = false;
+        }
+    }
+    return areThere;
+}
+
+bool RemoveFromPackage(const std::string& path, const std::vector<std::string>& names)
+{
+    ListedPackage package;
+    if (!OpenPackage(path, PackageUse::kRewriting, &package))
+    {
+        return false;
+    }
+    const std::set<std::string> removed(names.begin(), names.end());
+    EntryList list = StartEntryList();
+    const bool isDone = list.head != nullptr && CheckWanted(&package, removed) &&
+                        AppendKept(&list, &package, removed) && WriteList(&list, &package, path);
+    FreePendingList(list.head);
+    ClosePackage(&package);
+    return isDone;
+}
+
+bool CreatePackage(const std::string& path, const std::vector<std::string>& files)
+{
+    EntryList list = StartEntryList();
+    const bool isDone =
+        list.head != nullptr && AppendFiles(&list, files) && WriteList(&list, nullptr, path);
+    FreePendingList(list.head);
+    return isDone;
+}
+
+// ---- Reading
 
 bool ListPackage(const std::string& path)
 {
     ListedPackage package;
-    if (!OpenPackage(path, PackageUse::Reading, &package))
+    if (!OpenPackage(path, PackageUse::kReading, &package))
     {
         return false;
     }
@@ -246,27 +321,42 @@ bool ListPackage(const std::string& path)
 
 /// Every entry of the package, or those that are named, each once.
 static bool ListWanted(const ListedPackage* package, const std::vector<std::string>& names,
-                       PendingEntry* list)
+                       std::vector<PlannedEntry>* wanted)
 {
-    std::set<std::string> wanted;
-    PendingEntry* sentinel = list;
+    if (names.empty())
+    {
+        for (const ListedEntry& entry : package->entries)
+        {
+            wanted->push_back({entry.name, 0, 0});
+        }
+        return true;
+    }
+    std::set<std::string> seen;
     for (const std::string& name : names)
     {
-        if (FindEntry(package, name) == nullptr)
+        if (!CheckWanted(package, {name}))
         {
-            ReportError("%s: no entry \"%s\"", Printable(package->path).c_str(),
-                        Printable(name).c_str());
             return false;
         }
-        if (wanted.insert(name).second)
+        if (seen.insert(name).second)
         {
-            sentinel = AppendPendingEntry(sentinel, CopyText(name), nullptr);
+            wanted->push_back({name, 0, 0});
         }
     }
     return true;
 }
 
-static bool CheckFileName(const std::string& name)
+/// Whether a path names the file of the package.
+static bool IsPackage(const ListedPackage* package, const std::string& path)
+{
+    struct stat opened = {};
+    struct stat named = {};
+    return fstat(package->file.file, &opened) == 0 && stat(path.c_str(), &named) == 0 &&
+           opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+}
+
+static bool CheckFile(const ListedPackage* package, const std::string& folder,
+                      const std::string& name)
 {
     if (name.find('/') != std::string::npos || name == "." || name == "..")
     {
@@ -274,19 +364,23 @@ static bool CheckFileName(const std::string& name)
                     Printable(name).c_str());
         return false;
     }
+    if (IsPackage(package, folder + "/" + name))
+    {
+        ReportError("\"%s\" is not extracted: its file would replace the package",
+                    Printable(name).c_str());
+        return false;
+    }
     return true;
 }
 
 /// Refuses what could not be written as a file of its own inside the folder.
-static bool PlanExtraction(const PendingEntry* list, const ListedPackage* package,
-                           std::vector<PlannedEntry>* plan)
+static bool PlanExtraction(const ListedPackage* package, const std::string& folder,
+                           std::vector<PlannedEntry>* wanted)
 {
     std::set<std::string> seen;
-    for (const PendingEntry* entry = list; entry->name != nullptr; entry = entry->next)
+    for (PlannedEntry& planned : *wanted)
     {
-        PlannedEntry planned = {};
-        planned.name = entry->name;
-        if (!CheckFileName(planned.name) || !MeasureKeptEntry(package, &planned))
+        if (!CheckFile(package, folder, planned.name) || !MeasureKeptEntry(package, &planned))
         {
             return false;
         }
@@ -297,135 +391,42 @@ static bool PlanExtraction(const PendingEntry* list, const ListedPackage* packag
                         Printable(package->path).c_str(), Printable(planned.name).c_str());
             return false;
         }
-        plan->push_back(planned);
     }
     return true;
 }
 
-static bool IsExtracted(const PlannedEntry& planned, const ListedPackage* package,
-                        const std::string& path)
+static bool ExtractEntry(ListedPackage* package, const std::string& name, const std::string& path)
 {
-    uint64_t size = 0;
-    FILE* stream = OpenForReading(path, &size);
-    if (stream == nullptr)
-    {
-        return false;
-    }
-    bool same = size == planned.size &&
-                SameBytes(stream, 0, package->stream, planned.sourceStart, planned.size);
-    fclose(stream);
-    if (!same)
-    {
-        ReportError("%s: could not be written", Printable(path).c_str());
-    }
-    return same;
-}
-
-static bool ExtractList(const PendingEntry* list, const ListedPackage* package,
-                        const std::string& folder)
-{
-    std::vector<PlannedEntry> plan;
-    if (!PlanExtraction(list, package, &plan) || !MakeFolder(folder))
-    {
-        return false;
-    }
-
-    std::string prefix = folder + "/";
-    ExtractPendingEntries(list, package->stream, prefix.c_str());
-
-    bool complete = true;
-    for (const PlannedEntry& planned : plan)
-    {
-        complete = IsExtracted(planned, package, prefix + planned.name) && complete;
-    }
-    return complete;
+    FaultList faults;
+    StartFaults(&faults);
+    int32_t size = 0;
+    unsigned char* bytes = ReadPackageEntry(&package->file, name.c_str(), &size, &faults);
+    ReportFaults(&faults);
+    const bool isDone = bytes != nullptr &&
+                        ReplaceFile(path, bytes, static_cast<size_t>(size), kExtractReplacement);
+    free(bytes);
+    return isDone;
 }
 
 bool ExtractFromPackage(const std::string& path, const std::string& folder,
                         const std::vector<std::string>& names)
 {
     ListedPackage package;
-    if (!OpenPackage(path, PackageUse::Reading, &package))
+    if (!OpenPackage(path, PackageUse::kReading, &package))
     {
         return false;
     }
 
-    PendingEntry* list = names.empty() ? ReadPackageDirectory(package.stream) : NewPendingList();
-    bool done = ListWanted(&package, names, list) && ExtractList(list, &package, folder);
-    FreePendingList(list);
-    ClosePackage(&package);
-    return done;
-}
-
-bool AddToPackage(const std::string& path, const std::vector<std::string>& files)
-{
-    ListedPackage package;
-    if (!OpenPackage(path, PackageUse::Rewriting, &package))
+    std::vector<PlannedEntry> wanted;
+    bool isDone = ListWanted(&package, names, &wanted) &&
+                  PlanExtraction(&package, folder, &wanted) && MakeFolder(folder);
+    if (isDone)
     {
-        return false;
-    }
-
-    PendingEntry* list = ReadPackageDirectory(package.stream);
-    AppendDiskFiles(list, files);
-    bool done = WriteCheckedPackage(list, &package, path);
-    FreePendingList(list);
-    ClosePackage(&package);
-    return done;
-}
-
-/// Removes every entry of one name.
-/// @return whether there was one
-static bool RemoveByName(PendingEntry** list, const std::string& name)
-{
-    bool removed = false;
-    uint32_t index = 0;
-    const PendingEntry* entry = *list;
-    while (entry->name != nullptr)
-    {
-        const PendingEntry* next = entry->next;
-        if (entry->name == name)
+        for (const PlannedEntry& planned : wanted)
         {
-            *list = RemovePendingEntry(*list, index);
-            removed = true;
-        }
-        else
-        {
-            index += 1;
-        }
-        entry = next;
-    }
-    return removed;
-}
-
-bool RemoveFromPackage(const std::string& path, const std::vector<std::string>& names)
-{
-    ListedPackage package;
-    if (!OpenPackage(path, PackageUse::Rewriting, &package))
-    {
-        return false;
-    }
-
-    PendingEntry* list = ReadPackageDirectory(package.stream);
-    bool found = true;
-    for (const std::string& name : std::set<std::string>(names.begin(), names.end()))
-    {
-        if (!RemoveByName(&list, name))
-        {
-            ReportError("%s: no entry \"%s\"", Printable(path).c_str(), Printable(name).c_str());
-            found = false;
+            isDone = ExtractEntry(&package, planned.name, folder + "/" + planned.name) && isDone;
         }
     }
-    bool done = found && WriteCheckedPackage(list, &package, path);
-    FreePendingList(list);
     ClosePackage(&package);
-    return done;
-}
-
-bool CreatePackage(const std::string& path, const std::vector<std::string>& files)
-{
-    PendingEntry* list = NewPendingList();
-    AppendDiskFiles(list, files);
-    bool done = WriteCheckedPackage(list, nullptr, path);
-    FreePendingList(list);
-    return done;
+    return isDone;
 }

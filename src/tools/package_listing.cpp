@@ -1,9 +1,12 @@
 #include "tools/package_listing.h"
 
+#include <cerrno>
 #include <cstring>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "engine/data/byte_order.h"
-#include "engine/data/package_file.h"
 #include "tools/files.h"
 #include "tools/report.h"
 
@@ -18,64 +21,62 @@ static const char* ReadListedEntry(const unsigned char* bytes, uint64_t fileSize
     const char* name = reinterpret_cast<const char*>(bytes);
     entry->name.assign(name, strnlen(name, kPackageNameSize));
     entry->start = LoadBigEndian32(bytes + kPackageNameSize);
-    uint64_t behind = uint64_t{LoadBigEndian32(bytes + kPackageNameSize + 4)} + 1;
-    if (behind < entry->start)
+    const uint64_t after = uint64_t{LoadBigEndian32(bytes + kPackageNameSize + 4)} + 1;
+    if (after < entry->start)
     {
         return "ends before it starts";
     }
-    if (behind > fileSize)
+    if (after > fileSize)
     {
         return "reaches past the end of the file";
     }
-    if (behind - entry->start > INT32_MAX)
+    if (after - entry->start > INT32_MAX)
     {
         return "is larger than 2 GiB";
     }
-    entry->size = static_cast<uint32_t>(behind - entry->start);
+    entry->size = static_cast<uint32_t>(after - entry->start);
     return nullptr;
+}
+
+static bool ReportDamage(const ListedPackage* package, const std::string& what)
+{
+    ReportError("%s: damaged package: %s", Printable(package->path).c_str(), what.c_str());
+    return false;
 }
 
 static bool ReadListing(uint64_t fileSize, ListedPackage* package)
 {
-    const std::string path = Printable(package->path);
-    fseek(package->stream, kPackageHeaderSize, SEEK_SET);
-    while (true)
+    const PackageFile* file = &package->file;
+    const bool endsInEntry = file->entryCount != 0 && file->lastSize < kPackageEntrySize;
+    const uint32_t wholeCount = file->entryCount - (endsInEntry ? 1 : 0);
+    package->entries.reserve(wholeCount);
+    for (uint32_t i = 0; i < wholeCount; ++i)
     {
-        unsigned char bytes[kPackageEntrySize] = {};
-        size_t got = fread(bytes, 1, sizeof(bytes), package->stream);
-        if (got >= kPackageNameSize && bytes[0] == 0)
-        {
-            return true;
-        }
-        if (got < sizeof(bytes))
-        {
-            ReportError("%s: damaged package: its directory has no end", path.c_str());
-            return false;
-        }
-
         ListedEntry entry;
-        const char* fault = ReadListedEntry(bytes, fileSize, &entry);
+        const char* fault =
+            ReadListedEntry(file->directory + size_t{i} * kPackageEntrySize, fileSize, &entry);
         if (fault != nullptr)
         {
-            ReportError("%s: damaged package: entry \"%s\" %s", path.c_str(),
-                        Printable(entry.name).c_str(), fault);
-            return false;
+            return ReportDamage(package, "entry \"" + Printable(entry.name) + "\" " + fault);
         }
-        package->entries.push_back(entry);
+        package->places.emplace(entry.name, i);
+        package->entries.push_back(std::move(entry));
     }
+    return endsInEntry || file->isCut ? ReportDamage(package, "its directory has no end") : true;
 }
 
 static bool CheckHeader(PackageUse use, uint64_t fileSize, const ListedPackage* package)
 {
-    unsigned char header[kPackageHeaderSize] = {};
-    size_t got = fread(header, 1, sizeof(header), package->stream);
-    if (fileSize < kEmptyPackageSize || got != sizeof(header))
+    if (fileSize < kEmptyPackageSize)
     {
         ReportError("%s: not a package: shorter than %u bytes", Printable(package->path).c_str(),
                     kEmptyPackageSize);
         return false;
     }
-    if (use == PackageUse::Rewriting && memcmp(header, kPackageHeader, sizeof(header)) != 0)
+    unsigned char header[kPackageHeaderSize] = {};
+    if (use == PackageUse::kRewriting &&
+        (pread(package->file.file, header, sizeof(header), 0) != sizeof(header) ||
+         memcmp(header, kPackageHeader, sizeof(header)) != 0))
     {
         ReportError("%s: not a package: it does not begin with the bytes 44 50 01",
                     Printable(package->path).c_str());
@@ -84,17 +85,56 @@ static bool CheckHeader(PackageUse use, uint64_t fileSize, const ListedPackage* 
     return true;
 }
 
-bool OpenPackage(const std::string& path, PackageUse use, ListedPackage* package)
+/// Waits until no other dpk rewrites the package that is open. A file system without locks has
+/// none to wait for.
+/// @return false if another one was put in its place by then
+static bool LockPackage(const ListedPackage* package)
 {
-    uint64_t fileSize = 0;
-    package->path = path;
-    package->entries.clear();
-    package->stream = OpenForReading(path, &fileSize);
-    if (package->stream == nullptr)
+    while (flock(package->file.file, LOCK_EX) != 0 && errno == EINTR)
+    {
+    }
+    struct stat opened = {};
+    struct stat named = {};
+    return fstat(package->file.file, &opened) == 0 && stat(package->path.c_str(), &named) == 0 &&
+           opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+}
+
+/// @return false after an error line
+static bool OpenFile(ListedPackage* package)
+{
+    uint64_t size = 0;
+    if (!MeasureFile(package->path, &size))
     {
         return false;
     }
-    if (!CheckHeader(use, fileSize, package) || !ReadListing(fileSize, package))
+    FaultList faults;
+    StartFaults(&faults);
+    const bool isOpen = OpenPackageFile(package->path.c_str(), &package->file, &faults);
+    ReportFaults(&faults);
+    return isOpen;
+}
+
+bool OpenPackage(const std::string& path, PackageUse use, ListedPackage* package)
+{
+    *package = {};
+    package->path = path;
+    if (!OpenFile(package))
+    {
+        return false;
+    }
+    while (use == PackageUse::kRewriting && !LockPackage(package))
+    {
+        ClosePackage(&package->file);
+        if (!OpenFile(package))
+        {
+            return false;
+        }
+    }
+
+    struct stat status = {};
+    const uint64_t size =
+        fstat(package->file.file, &status) == 0 ? static_cast<uint64_t>(status.st_size) : 0;
+    if (!CheckHeader(use, size, package) || !ReadListing(size, package))
     {
         ClosePackage(package);
         return false;
@@ -104,20 +144,13 @@ bool OpenPackage(const std::string& path, PackageUse use, ListedPackage* package
 
 void ClosePackage(ListedPackage* package)
 {
-    fclose(package->stream);
-    package->stream = nullptr;
+    ClosePackage(&package->file);
 }
 
 const ListedEntry* FindEntry(const ListedPackage* package, const std::string& name)
 {
-    for (const ListedEntry& entry : package->entries)
-    {
-        if (entry.name == name)
-        {
-            return &entry;
-        }
-    }
-    return nullptr;
+    const auto found = package->places.find(name);
+    return found == package->places.end() ? nullptr : &package->entries[found->second];
 }
 
 bool IsReachable(const std::string& name, uint64_t start)

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <string>
+#include <unordered_map>
 #include <vector>
+
+#include "engine/data/package_file.h"
 
 struct ListedEntry
 {
@@ -16,15 +18,16 @@ struct ListedEntry
 struct ListedPackage
 {
     std::string path;
-    FILE* stream;                     // owned
+    PackageFile file;
     std::vector<ListedEntry> entries; // in directory order; a name may stand there twice
+    std::unordered_map<std::string, size_t> places; // of each name's first entry in `entries`
 };
 
-/// What a package is opened for.
 enum class PackageUse
 {
-    Reading,   // the three bytes in front are not looked at, like in the player
-    Rewriting, // they have to be a package's: another file is not taken for one and lost
+    kReading,   // the first three bytes may be anything, as in the player
+    kRewriting, // they have to be a package's, so that no other file is taken for one and lost.
+                // Until it is closed, no other dpk opens the package to rewrite it.
 };
 
 /// Opens a package and checks its directory: it ends inside the file, and every entry's data lies
@@ -38,5 +41,5 @@ void ClosePackage(ListedPackage* package);
 const ListedEntry* FindEntry(const ListedPackage* package, const std::string& name);
 
 /// Whether readers find the entry by its name. A name of exactly 32 bytes is not found when its
-/// data starts at 16 MiB or later: the byte behind the name is then no zero.
+/// data starts at 16 MiB or later: the byte after the name is then no zero.
 bool IsReachable(const std::string& name, uint64_t start);

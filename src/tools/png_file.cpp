@@ -51,5 +51,5 @@ bool WritePng(const std::string& path, const Picture& picture)
                     picture.width, picture.height);
         return false;
     }
-    return ReplaceFile(path, file);
+    return ReplaceFile(path, file.data(), file.size());
 }

@@ -5,7 +5,7 @@
 
 void ReportError(const char* format, ...)
 {
-    // What was printed so far belongs in front of the error where both go to one place.
+    // Both may go to one place, and what was printed so far comes first there.
     fflush(stdout);
     fprintf(stderr, "dpk: ");
 
@@ -16,12 +16,21 @@ void ReportError(const char* format, ...)
     fprintf(stderr, "\n");
 }
 
+void ReportFaults(FaultList* faults)
+{
+    for (uint32_t i = 0; i < faults->count; ++i)
+    {
+        PrintFault(GetFault(faults, i), "dpk");
+    }
+    FreeFaults(faults);
+}
+
 std::string Printable(const std::string& name)
 {
     std::string printable;
     for (char c : name)
     {
-        unsigned char byte = static_cast<unsigned char>(c);
+        const unsigned char byte = static_cast<unsigned char>(c);
         if (byte >= 0x20 && byte != 0x7F && byte != '\\')
         {
             printable += c;

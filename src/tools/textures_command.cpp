@@ -1,14 +1,13 @@
 #include "tools/textures_command.h"
 
 #include <cstdio>
-#include <cstdlib>
 #include <utility>
 
 #include "engine/data/cos_table.h"
 #include "engine/data/demo_document.h"
-#include "engine/data/document_values.h"
+#include "engine/data/vocabulary.h"
+#include "engine/piece/piece.h"
 #include "engine/textures/bitmap_texture.h"
-#include "engine/textures/catalogues.h"
 #include "engine/textures/corner_masks.h"
 #include "engine/textures/layer_generator.h"
 #include "engine/textures/procedural_texture.h"
@@ -17,14 +16,18 @@
 #include "tools/package_listing.h"
 #include "tools/report.h"
 
+/// The sections of a document that make images.
+static constexpr Section kImageSections[] = {Section::kLayers, Section::kTextures,
+                                             Section::kBitmaps};
+
 /// One document while its images are written.
 struct ImageWriter
 {
     std::string prefix; // folder, slash and the document's part of the files' names
+    DocumentReader reader;
     SheetGroup layers;
     SheetGroup textures;
     SheetGroup bitmaps;
-    std::vector<uint8_t> workImage; // of the texture that is being built
 };
 
 /// Three digits, or four: files are then in order.
@@ -43,111 +46,156 @@ static std::string Count(size_t count, const char* one, const char* many)
 /// Writes one image and puts it on the sheet.
 /// @param kind     "layer", "texture" or "bitmap"
 /// @param number   as documents name it
-static void ShowImage(const ImageWriter* writer, const std::string& kind, uint32_t number,
+/// @return false after an error line
+static bool ShowImage(const ImageWriter* writer, const std::string& kind, uint32_t number,
                       const std::string& detail, const Picture& picture, SheetGroup* group)
 {
-    // A reader of items can't say that it failed, so this ends as a fault of the document does.
     if (!WritePng(writer->prefix + kind + "-" + NameNumber(number) + ".png", picture))
     {
-        exit(1);
+        return false;
     }
     AddTile(picture, kind + " " + std::to_string(number), detail, group);
+    return true;
 }
 
-static void ShowLayerItem(const TiXmlElement* item, void* record, uint32_t index,
-                          LoadContext* context)
+static bool ShowLayer(ImageWriter* writer, uint32_t index)
 {
-    ImageWriter* writer = static_cast<ImageWriter*>(context->user);
-    ReadLayerItem(item, record, index, context);
-
-    const LayerImage* layer = context->layers[index];
-    const char* generator =
-        layer->type < kGeneratorRows ? GeneratorCatalogue[layer->type].name : "no such generator";
-    ShowImage(writer, "layer", index, generator, {kTextureSize, kTextureSize, 3, layer->pixels},
-              &writer->layers);
+    const LayerImage* layer = writer->reader.context->layers[index];
+    const VocabularyRow* row = FindVocabularyRow(kCatalogueGenerators, layer->type);
+    const char* generator = row == nullptr ? "no such generator" : row->name;
+    return ShowImage(writer, "layer", index, generator,
+                     {kTextureSize, kTextureSize, 3, layer->pixels}, &writer->layers);
 }
 
-static void ShowTextureItem(const TiXmlElement* item, void* record, uint32_t index,
-                            LoadContext* context)
+static bool ShowTexture(ImageWriter* writer, uint32_t id, ProceduralTexture* texture)
 {
-    ImageWriter* writer = static_cast<ImageWriter*>(context->user);
-    ProceduralTexture* texture = static_cast<ProceduralTexture*>(record);
-    ReadTextureSteps(item, context->layerCount, texture);
-
-    const TextureJob job = {texture, writer->workImage.data()};
-    BuildProceduralTexture(&job, context->layers, kTextureSize);
-    ShowImage(writer, "texture", index + 1, Count(texture->stepCount, "step", "steps"),
-              {kTextureSize, kTextureSize, 3, job.pixels}, &writer->textures);
+    const std::string steps = Count(texture->stepCount, "step", "steps");
+    const bool isShown =
+        ShowImage(writer, "texture", id, steps, {kTextureSize, kTextureSize, 3, texture->pixels},
+                  &writer->textures);
+    FreeProceduralTexture(texture);
+    return isShown;
 }
 
-static void ShowBitmapItem(const TiXmlElement* item, void* record, uint32_t index,
-                           LoadContext* context)
+/// @return the element that was read last, lent by the tree
+static const TiXmlElement* ReadElement(const DocumentReader* reader)
 {
-    ImageWriter* writer = static_cast<ImageWriter*>(context->user);
-    BitmapTexture* bitmap = static_cast<BitmapTexture*>(record);
-    const char* filename = RequireAttribute(item, "filename");
-    DecodeBitmap(context->package, filename, bitmap);
-
-    const std::string size = std::to_string(bitmap->width) + "x" + std::to_string(bitmap->height);
-    ShowImage(writer, "bitmap", index + 1, size + " " + filename,
-              {bitmap->width, bitmap->height, bitmap->components, bitmap->pixels},
-              &writer->bitmaps);
-    free(bitmap->pixels);
-    bitmap->pixels = nullptr;
+    const TiXmlNode* node = reader->nextItem != nullptr ? reader->nextItem->PreviousSibling()
+                                                        : reader->sectionNode->LastChild();
+    return node->ToElement();
 }
 
-// clang-format off
-/// A row's place is the section's number. What has no reader is walked over.
-static constexpr SectionReader kImageReaders[kSectionCount] = {
-    // table, recordSize, itemLimit, begin, readItem, end
-    {nullptr, 0, 0, nullptr, ShowLayerItem, nullptr},
-    {&DemoDocument::textures, sizeof(ProceduralTexture), 0, nullptr, ShowTextureItem, FreeLayers},
-    {}, {}, {}, {},
-    {&DemoDocument::bitmaps, sizeof(BitmapTexture), 0, nullptr, ShowBitmapItem, nullptr},
-    {}, {}, {}, {},
-};
-// clang-format on
+static bool ShowBitmap(ImageWriter* writer, uint32_t id, BitmapTexture* bitmap)
+{
+    const std::string detail = std::to_string(bitmap->width) + "x" +
+                               std::to_string(bitmap->height) + " " +
+                               ReadElement(&writer->reader)->Attribute("filename");
+    const bool isShown = ShowImage(
+        writer, "bitmap", id, detail,
+        {bitmap->width, bitmap->height, bitmap->components, bitmap->pixels}, &writer->bitmaps);
+    FreeBitmap(bitmap);
+    return isShown;
+}
 
-/// Writes the images of one document and adds its three groups to the sheet.
+/// Shows the item that was read last, unless its section makes no images.
+static bool ShowItem(ImageWriter* writer, const ItemPlace& item)
+{
+    switch (item.section)
+    {
+    case Section::kLayers:
+        return ShowLayer(writer, item.id - 1);
+    case Section::kTextures:
+        return ShowTexture(writer, item.id, static_cast<ProceduralTexture*>(item.record));
+    case Section::kBitmaps:
+        return ShowBitmap(writer, item.id, static_cast<BitmapTexture*>(item.record));
+    default:
+        return true;
+    }
+}
+
+/// Reads the document item by item and shows each.
+/// @return false after an error line or a fault
+static bool ShowItems(ImageWriter* writer)
+{
+    ReadContext* context = writer->reader.context;
+    while (true)
+    {
+        ItemPlace item = {};
+        const ReadStep step = ReadNextItem(&writer->reader, &item);
+        PrintLookupLines(context->package);
+        if (step != ReadStep::kItem)
+        {
+            return step == ReadStep::kDone;
+        }
+        if (!ShowItem(writer, item))
+        {
+            return false;
+        }
+    }
+}
+
+/// Prints how many images a document has, and adds its three groups to the sheet.
+static void AddGroups(ImageWriter* writer, const std::string& entry,
+                      std::vector<SheetGroup>* groups)
+{
+    const std::string layers = Count(writer->layers.tiles.size(), "layer", "layers");
+    const std::string textures =
+        Count(writer->textures.tiles.size(), "procedural texture", "procedural textures");
+    const std::string bitmaps = Count(writer->bitmaps.tiles.size(), "bitmap", "bitmaps");
+    printf("%s: %s, %s, %s\n", entry.c_str(), layers.c_str(), textures.c_str(), bitmaps.c_str());
+    writer->layers.heading = entry + ", section 0: " + layers;
+    writer->textures.heading = entry + ", section 1: " + textures;
+    writer->bitmaps.heading = entry + ", section 6: " + bitmaps;
+    groups->push_back(std::move(writer->layers));
+    groups->push_back(std::move(writer->textures));
+    groups->push_back(std::move(writer->bitmaps));
+}
+
+/// Writes the images of one document.
 /// @param name   an entry of the package
-static void WriteDocument(const ListedPackage* package, const char* name, const std::string& folder,
+/// @return false after an error line
+static bool WriteDocument(ListedPackage* package, const char* name, const std::string& folder,
                           std::vector<SheetGroup>* groups)
 {
-    TiXmlDocument tree;
-    LoadDocument(package->stream, name, &tree);
+    // The other sections are walked over.
+    SectionReader readers[kSectionCount] = {};
+    for (const Section section : kImageSections)
+    {
+        readers[static_cast<size_t>(section)] = PieceSections[static_cast<size_t>(section)];
+    }
+
+    FaultList faults;
+    StartFaults(&faults);
+    DemoDocument document = {};
+    document.name = name;
+    ReadContext context = {};
+    context.document = &document;
+    context.package = &package->file;
+    context.computePixels = true;
+    context.faults = &faults;
 
     const std::string entry = name;
     ImageWriter writer;
     writer.prefix = folder + "/" + entry.substr(0, entry.rfind('.')) + "-";
-    writer.workImage.resize(size_t{3} * kTextureSize * kTextureSize);
-
-    DemoDocument document = {};
-    document.name = name;
-    document.document = &tree;
-    LoadContext context = {};
-    context.document = &document;
-    context.package = package->stream;
-    context.user = &writer;
-    ReadSections(kImageReaders, &context);
-    FreeObjectTable(document.textures);
-    FreeObjectTable(document.bitmaps);
-
-    const std::string layers = Count(writer.layers.tiles.size(), "layer", "layers");
-    const std::string textures =
-        Count(writer.textures.tiles.size(), "procedural texture", "procedural textures");
-    const std::string bitmaps = Count(writer.bitmaps.tiles.size(), "bitmap", "bitmaps");
-    printf("%s: %s, %s, %s\n", name, layers.c_str(), textures.c_str(), bitmaps.c_str());
-    writer.layers.heading = entry + ", section 0: " + layers;
-    writer.textures.heading = entry + ", section 1: " + textures;
-    writer.bitmaps.heading = entry + ", section 6: " + bitmaps;
-    groups->push_back(std::move(writer.layers));
-    groups->push_back(std::move(writer.textures));
-    groups->push_back(std::move(writer.bitmaps));
+    bool isDone = LoadDocument(&package->file, &document, &faults);
+    if (isDone)
+    {
+        BeginReading(readers, &context, &writer.reader);
+        isDone = ShowItems(&writer);
+    }
+    FreeLayers(&context);
+    FreeDocument(readers, &document);
+    ReportFaults(&faults);
+    if (isDone)
+    {
+        AddGroups(&writer, entry, groups);
+    }
+    return isDone;
 }
 
-static bool WriteDocuments(const ListedPackage* package, const std::string& folder)
+static bool WriteDocuments(ListedPackage* package, const std::string& folder)
 {
-    static constexpr const char* kDocuments[] = {"loading.xmlz", "demo.xmlz"};
+    static constexpr const char* kDocuments[] = {kLoadingDocumentName, kDemoDocumentName};
     if (FindEntry(package, kDocuments[0]) == nullptr &&
         FindEntry(package, kDocuments[1]) == nullptr)
     {
@@ -170,7 +218,10 @@ static bool WriteDocuments(const ListedPackage* package, const std::string& fold
             printf("%s: not in the package\n", name);
             continue;
         }
-        WriteDocument(package, name, folder, &groups);
+        if (!WriteDocument(package, name, folder, &groups))
+        {
+            return false;
+        }
     }
     return WriteContactSheet(folder + "/sheet.png", groups);
 }
@@ -178,11 +229,11 @@ static bool WriteDocuments(const ListedPackage* package, const std::string& fold
 bool WriteTextures(const std::string& path, const std::string& folder)
 {
     ListedPackage package;
-    if (!OpenPackage(path, PackageUse::Reading, &package))
+    if (!OpenPackage(path, PackageUse::kReading, &package))
     {
         return false;
     }
-    bool done = WriteDocuments(&package, folder);
+    const bool isDone = WriteDocuments(&package, folder);
     ClosePackage(&package);
-    return done;
+    return isDone;
 }

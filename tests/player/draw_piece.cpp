@@ -1,10 +1,10 @@
 // Draws moments of a piece into PNG files, for whoever works on it:
 //
-//   draw_piece PACKAGE FOLDER RESOLUTION TIME...
+//   draw_piece PACKAGE FOLDER WIDTH HEIGHT TIME...
 //
-// RESOLUTION is a row of the launcher's table, 0 to 15; a TIME is in ticks, or FIRST-LAST-STEP,
-// with an "l" in front for the loading document. The pictures are named after the ticks. Of each
-// it prints how long all processors together worked on it.
+// A TIME is in ticks, or FIRST-LAST-STEP, with an "l" in front for the loading document. The
+// pictures are named after the ticks. Of each it prints how long all processors together worked on
+// it. No screen is needed.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -14,10 +14,10 @@
 
 #include "player/drawn_piece.h"
 
-static void DrawRange(const DrawnPiece* piece, const std::string& folder, const char* range)
+static void DrawRange(DrawnPiece* piece, const std::string& folder, const char* range)
 {
     const bool loading = *range == 'l';
-    const DemoDocument* document = loading ? &piece->loading : &piece->demo;
+    const RunDocument document = loading ? RunDocument::kLoading : RunDocument::kDemo;
     char* rest = nullptr;
     unsigned long first = strtoul(range + (loading ? 1 : 0), &rest, 10);
     unsigned long last = *rest == '-' ? strtoul(rest + 1, &rest, 10) : first;
@@ -39,16 +39,17 @@ static void DrawRange(const DrawnPiece* piece, const std::string& folder, const 
 
 int main(int argc, char** argv)
 {
-    if (argc < 5)
+    if (argc < 6)
     {
-        fprintf(stderr, "draw_piece PACKAGE FOLDER RESOLUTION TIME...\n");
+        fprintf(stderr, "draw_piece PACKAGE FOLDER WIDTH HEIGHT TIME...\n");
         return 2;
     }
     static DrawnPiece piece;
-    OpenDrawnPiece(argv[1], atoi(argv[3]), &piece);
-    for (int i = 4; i < argc; ++i)
+    OpenDrawnPiece(argv[1], atoi(argv[3]), atoi(argv[4]), &piece);
+    for (int i = 5; i < argc; ++i)
     {
         DrawRange(&piece, argv[2], argv[i]);
     }
+    CloseDrawnPiece(&piece);
     return 0;
 }

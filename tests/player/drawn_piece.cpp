@@ -1,88 +1,78 @@
 #include "player/drawn_piece.h"
 
 #include <GL/glew.h>
-#include <SDL.h>
+#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 #include "engine/data/cos_table.h"
-#include "engine/render/timeline.h"
 #include "engine/textures/corner_masks.h"
-#include "player/launcher.h"
-#include "player/load_piece.h"
 
-[[noreturn]] static void Fail(const char* what)
+static constexpr int32_t kSamples = 2;
+static constexpr float kAspect = 4.0f / 3.0f;
+
+[[noreturn]] static void Fail(const char* text)
 {
-    fprintf(stderr, "drawn piece: %s\n", what);
+    fprintf(stderr, "drawn piece: %s\n", text);
     abort();
 }
 
-void OpenDrawnPiece(const std::string& package, int32_t resolutionIndex, DrawnPiece* piece)
+static void RequireNoFault(const FaultList* faults)
 {
-    piece->package = fopen(package.c_str(), "rb");
-    if (piece->package == nullptr)
+    if (HasFailed(faults))
     {
-        Fail("can't open the package");
+        char line[kFaultLineSize];
+        FormatFault(GetFault(faults, 0), "fault", line, sizeof(line));
+        Fail(line);
     }
-    piece->loading = {};
-    piece->loading.name = "loading.xmlz";
-    piece->loading.document = &piece->loadingTree;
-    piece->loading.timeline = CreateTimeline();
-    InitializeTimeline(piece->loading.timeline);
-    piece->demo = {};
-    piece->demo.name = "demo.xmlz";
-    piece->demo.document = &piece->demoTree;
-    piece->demo.timeline = CreateTimeline();
+}
 
-    if (SDL_Init(SDL_INIT_VIDEO) < 0)
+void OpenDrawnPiece(const std::string& package, int32_t width, int32_t height, DrawnPiece* piece)
+{
+    const EglDisplayRequest request = {width, height, kSamples};
+    EglFault fault = {};
+    if (!OpenEglDisplay(&request, &piece->display, &fault))
     {
-        Fail(SDL_GetError());
+        Fail(fault.text);
     }
-    LauncherChoice choice = kStartChoice;
-    choice.resolutionIndex = resolutionIndex;
-    choice.fullscreen = kSwitchOff;
-    choice.music = kSwitchOff;
     BuildCosTable();
-    piece->view = ChosenView(&choice);
-    piece->features = OpenDisplay(&choice, &piece->view, false);
     BuildCornerMasks();
-    LoadPiece(piece->package, &piece->view, piece->features, &piece->loading, &piece->demo);
+
+    PieceRun* run = &piece->run;
+    StartFaults(&piece->faults);
+    StartRun(run, &piece->faults);
+    OpenPackageFile(package.c_str(), &run->piece.package, &piece->faults);
+    RequireNoFault(&piece->faults);
+    run->features = piece->display.features;
+    LoadRunDocument(run, RunDocument::kLoading, nullptr);
+    LoadRunDocument(run, RunDocument::kDemo, nullptr);
+    RequireNoFault(&piece->faults);
 }
 
-/// OpenGL's rows come from the bottom.
-static Picture ReadBackBuffer(const View* view)
+void CloseDrawnPiece(DrawnPiece* piece)
 {
-    Picture picture = {view->width, view->height, {}};
-    size_t row = static_cast<size_t>(view->width) * 3;
-    size_t rows = static_cast<size_t>(view->height);
-    std::vector<uint8_t> upside(row * rows);
-    glPixelStorei(GL_PACK_ALIGNMENT, 1);
-    glReadPixels(0, 0, view->width, view->height, GL_RGB, GL_UNSIGNED_BYTE, upside.data());
-
-    picture.rgb.resize(row * rows);
-    for (size_t y = 0; y < rows; ++y)
-    {
-        memcpy(&picture.rgb[y * row], &upside[(rows - 1 - y) * row], row);
-    }
-    return picture;
+    CloseRun(&piece->run);
+    CloseEglDisplay(&piece->display);
+    FreeFaults(&piece->faults);
 }
 
-uint32_t DrawMoment(const DrawnPiece* piece, const DemoDocument* document, uint32_t time,
-                    Picture* picture)
+uint32_t DrawMoment(DrawnPiece* piece, RunDocument document, uint32_t time, Picture* picture)
 {
-    GlFeatures features = piece->features;
-    if (document == &piece->loading)
+    const FrameSources sources = RunSources(&piece->run, document);
+    if (document == RunDocument::kLoading)
     {
-        features.vbo = 0;
-        features.pbo = 0;
-        features.npot = 0;
         // The player draws this document before any frame that binds buffers.
         glBindBuffer(GL_ARRAY_BUFFER, 0);
         glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0);
     }
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-    uint32_t drawn = DrawDocument(document, &piece->view, features, time);
-    *picture = ReadBackBuffer(&piece->view);
-    SDL_GL_SwapBuffers();
+    const FrameRequest request = {kAspect, time, piece->display.width, piece->display.height};
+    const uint32_t drawn = RenderFrame(&sources, &request);
+    RequireNoFault(&piece->faults);
+
+    picture->width = piece->display.width;
+    picture->height = piece->display.height;
+    picture->rgb.resize(static_cast<size_t>(picture->width) * static_cast<size_t>(picture->height) *
+                        3);
+    ReadEglPicture(&piece->display, picture->rgb.data());
     return drawn;
 }

@@ -7,25 +7,17 @@
 #include <sstream>
 #include <unistd.h>
 
-#include "engine/animation/envelope.h"
-#include "engine/animation/light.h"
 #include "engine/data/cos_table.h"
-#include "engine/data/fault.h"
-#include "engine/geometry/gen_mesh.h"
-#include "engine/render/effect2d.h"
 #include "engine/render/frame.h"
-#include "engine/render/material.h"
-#include "engine/render/scene.h"
-#include "engine/textures/bitmap_texture.h"
+#include "engine/render/records/timeline.h"
 #include "engine/textures/corner_masks.h"
-#include "engine/textures/procedural_texture.h"
-#include "player/inner_calls.h"
 #include "player/run_demo.h"
 
 static PlayScript running;
 static uint32_t demoFramesDrawn;
 
-LauncherResult RunLauncher(const char* title, LauncherChoice* choice, int* exitCode)
+LauncherResult RunLauncher(const char* title, LauncherChoice* choice, int* exitCode,
+                           FaultList* /*faults*/)
 {
     RecordCall(std::string("RunLauncher ") + title);
     *choice = running.choice;
@@ -33,67 +25,53 @@ LauncherResult RunLauncher(const char* title, LauncherChoice* choice, int* exitC
     return running.launcherQuits ? LauncherResult::kQuit : LauncherResult::kStart;
 }
 
-// Put in the place of recorded_gl's by the linker's --wrap.
-GLenum RealGlewInit() asm("__real_glewInit");
-GLenum WrappedGlewInit() asm("__wrap_glewInit");
-
-GLenum WrappedGlewInit()
+/// @return whether a document has all of its tables, or none of them
+static std::string TableFaults(const DemoDocument* document)
 {
-    if (running.glewFails)
+    const ObjectTable* const tables[] = {
+        document->textures,  document->models,    document->envelopes,
+        document->lights,    document->effects,   document->bitmaps,
+        document->materials, document->genMeshes, document->scenes};
+    const ptrdiff_t missing = std::count(std::begin(tables), std::end(tables), nullptr);
+    if (missing == 0)
     {
-        RecordCall("glewInit fails");
-        return GLEW_ERROR_NO_GL_VERSION;
+        return "";
     }
-    return RealGlewInit();
+    return missing == static_cast<ptrdiff_t>(std::size(tables)) ? " no tables" : " wrong tables";
 }
 
-static bool IsTableOf(const ObjectTable* table, size_t recordSize)
+uint32_t RenderFrame(const FrameSources* sources, const FrameRequest* request)
 {
-    return table != nullptr && table->recordSize == recordSize;
-}
-
-uint32_t RenderFrame(Timeline* timeline, ObjectTable* scenes, ObjectTable* materials,
-                     ObjectTable* lights, ObjectTable* textures, ObjectTable* envelopes,
-                     float aspect, ObjectTable* effects, ObjectTable* models, ObjectTable* bitmaps,
-                     ObjectTable* genMeshes, uint32_t time, int32_t width, int32_t height,
-                     int32_t vbo, int32_t pbo, int32_t npot, int32_t dot3)
-{
+    const DemoDocument* document = sources->document;
+    const GlFeatures& features = sources->features;
     char line[256];
     snprintf(line, sizeof(line),
              "RenderFrame %s scene %u time %u %dx%d aspect %.9g vbo %d pbo %d npot %d dot3 %d",
-             CurrentPlace.document, timeline->sceneId[0][0], time, width, height,
-             static_cast<double>(aspect), vbo, pbo, npot, dot3);
-    std::string call = line;
+             document->name, document->timeline->sceneId[0][0], request->time, request->width,
+             request->height, static_cast<double>(request->aspect), features.vbo, features.pbo,
+             features.npot, features.dot3);
+    std::string call = line + TableFaults(document);
 
-    if (scenes == nullptr && materials == nullptr && lights == nullptr && textures == nullptr &&
-        envelopes == nullptr && effects == nullptr && models == nullptr && bitmaps == nullptr &&
-        genMeshes == nullptr)
-    {
-        call += " no tables";
-    }
-    else if (!IsTableOf(scenes, sizeof(Scene)) || !IsTableOf(materials, sizeof(Material)) ||
-             !IsTableOf(lights, sizeof(Light)) || !IsTableOf(textures, sizeof(ProceduralTexture)) ||
-             !IsTableOf(envelopes, sizeof(Envelope)) || !IsTableOf(effects, sizeof(Effect2D)) ||
-             !IsTableOf(models, sizeof(ModelData)) || !IsTableOf(bitmaps, sizeof(BitmapTexture)) ||
-             !IsTableOf(genMeshes, sizeof(GenMesh)))
-    {
-        call += " wrong tables";
-    }
-    // What everything that is drawn or generated may use.
-    bool masks = std::any_of(std::begin(CornerMasks), std::end(CornerMasks),
-                             [](uint8_t byte) { return byte != 0; });
+    // Everything that is drawn or generated may use these.
+    const bool masks = std::any_of(std::begin(CornerMasks), std::end(CornerMasks),
+                                   [](uint8_t byte) { return byte != 0; });
     if (cosLookup(0) != 1.0f || !masks)
     {
         call += " start-up tables are not built";
     }
-    RecordCall(call);
-    if (CurrentPlace.document == running.faultyFrames)
+    if (sources->faults->place.document != document->name)
     {
-        FatalFault("a frame is at fault");
+        call += " another place";
+    }
+    RecordCall(call);
+    if (document->name == running.faultyFrames)
+    {
+        AddFault(sources->faults, "a frame is at fault");
+        return 0;
     }
 
-    bool isDemo = CurrentPlace.document == std::string("demo.xmlz");
-    if (timeline->clipCount[0] == 0 || (isDemo && demoFramesDrawn == running.demoFrames))
+    const bool isDemo = document->name == std::string("demo.xmlz");
+    if (document->timeline->clipCount[0] == 0 || (isDemo && demoFramesDrawn == running.demoFrames))
     {
         return 0;
     }
@@ -144,10 +122,6 @@ ChildRun Play(const TemporaryFolder& folder, const PlayScript& script)
             Sdl = script.sdl;
             ModPlug = script.modplug;
             OfferGlExtensions(script.gl);
-            if (script.innerCalls)
-            {
-                FollowInnerCalls();
-            }
             if (chdir(folder.path.c_str()) != 0)
             {
                 perror("played piece: chdir");

@@ -6,8 +6,8 @@
 //
 //   RenderFrame demo.xmlz scene 8 time 42 1024x768 aspect 1.3333334 vbo 1 pbo 1 npot 1 dot3 1
 //
-// with the document that is drawn and the scene of its first clip, and behind that " no tables" if
-// all nine tables are null, or what is wrong with them.
+// with the document that is drawn and the scene of its first clip, and after that " no tables" if
+// all nine tables are null, or what else is wrong.
 #pragma once
 
 #include <cstdint>
@@ -40,12 +40,10 @@ struct PlayScript
     bool launcherQuits = false;
     int launcherExitCode = 0;
     GlExtensions gl = {true, true, true, true, true};
-    bool glewFails = false; // "glewInit fails" stands in the record, and nothing was found
     SdlScript sdl = {};
     ModPlugScript modplug = {};
     uint32_t demoFrames = 0;  // frames of the demo that draw something
     std::string faultyFrames; // a document of which every frame ends in a fault
-    bool innerCalls = false;  // the calls of inner_calls.h stand in the record as well
 };
 
 /// Runs the program in `folder`.

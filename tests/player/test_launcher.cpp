@@ -1,3 +1,4 @@
+#include "engine/data/fault.h"
 #include "player/launcher.h"
 
 #include <cstdio>
@@ -97,7 +98,14 @@ static ChildRun Launch(const SdlScript& script)
             Sdl = script;
             LauncherChoice choice = kStartChoice;
             int exitCode = 99;
-            LauncherResult result = RunLauncher("Title", &choice, &exitCode);
+            FaultList faults;
+            StartFaults(&faults);
+            LauncherResult result = RunLauncher("Title", &choice, &exitCode, &faults);
+            if (result == LauncherResult::kFailed)
+            {
+                PrintFault(GetFault(&faults, 0), "quorvale");
+                return 1;
+            }
             if (result == LauncherResult::kQuit)
             {
                 return exitCode;
@@ -386,7 +394,9 @@ TEST(Launcher, AnotherChoiceToBeginWithIsShownAndKept)
             Sdl.mouse = {Down(223, 185), Up(223, 185)};
             LauncherChoice choice = {0, 2, kSwitchOff, kSwitchOn, kSwitchOff, kSwitchOn};
             int exitCode = 0;
-            RunLauncher("Title", &choice, &exitCode);
+            FaultList faults;
+            StartFaults(&faults);
+            RunLauncher("Title", &choice, &exitCode, &faults);
             RecordCall("started: " + Describe(choice));
             return 0;
         });

@@ -45,7 +45,14 @@ static bool StartIn(const TemporaryFolder& folder, const std::string& musicNode,
     document.name = "demo.xmlz";
     document.document = &tree;
     document.musicNode = tree.FirstChild();
-    return StartMusic(&document, choice);
+    FaultList faults;
+    StartFaults(&faults);
+    const MusicResult result = StartMusic(&document, choice, &faults);
+    if (result == MusicResult::kFailed)
+    {
+        PrintFault(GetFault(&faults, 0), "quorvale");
+    }
+    return result == MusicResult::kStarted;
 }
 
 /// @return exit code 0 with music, 1 if the device did not open, 2 for the silent clock

@@ -13,25 +13,25 @@
 #include "engine/animation/light.h"
 #include "engine/data/cos_table.h"
 #include "engine/geometry/gen_mesh.h"
-#include "engine/render/effect2d.h"
-#include "engine/render/material.h"
-#include "engine/render/scene.h"
-#include "engine/render/timeline.h"
+#include "engine/render/records/effect2d.h"
+#include "engine/render/records/material.h"
+#include "engine/render/records/scene.h"
+#include "engine/render/records/timeline.h"
 #include "engine/textures/bitmap_texture.h"
 #include "engine/textures/corner_masks.h"
 #include "engine/textures/procedural_texture.h"
 #include "player/display.h"
 #include "player/load_piece.h"
+#include "support/fault_text.h"
 #include "support/recorded_gl.h"
 #include "support/recorded_sdl.h"
 #include "support/temporary_folder.h"
 
 static constexpr uint32_t kEnd = 9600; // ticks: the music's length
 static constexpr View kView = {1024, 768, 1.3333334f};
-static constexpr GlFeatures kAllFeatures = {1, 1, 1, 1};
 
-/// The piece, loaded once for all tests: what is in it does not change while it plays.
-class Piece : public testing::Test
+/// The piece, loaded once for all tests: its records do not change while it plays.
+class SamplePiece : public testing::Test
 {
   protected:
     static void SetUpTestSuite()
@@ -42,19 +42,24 @@ class Piece : public testing::Test
         BuildCosTable();
         BuildCornerMasks();
 
-        loading.name = "loading.xmlz";
-        loading.document = new TiXmlDocument;
-        loading.timeline = CreateTimeline();
-        InitializeTimeline(loading.timeline);
-        demo.name = "demo.xmlz";
-        demo.document = new TiXmlDocument;
-        demo.timeline = CreateTimeline();
-        FILE* package = fopen(PACKAGE, "rb");
-        ASSERT_NE(package, nullptr);
-        last = LoadPiece(package, &kView, kAllFeatures, &loading, &demo);
-        fclose(package);
+        StartFaults(&faults);
+        ASSERT_TRUE(StartRun(&run, &faults));
+        ASSERT_TRUE(OpenPackageFile(PACKAGE, &run.piece.package, &faults));
+        run.features = {1, 1, 1, 1};
+        run.keepPixels = true;
+        last = LoadPiece(&run, &kView);
+        ASSERT_EQ(FaultText(faults), "");
         MuteGl(true);
         TakeGlCalls();
+    }
+
+    static void TearDownTestSuite()
+    {
+        CloseRun(&run);
+        FreeFaults(&faults);
+        MuteGl(false);
+        EXPECT_EQ(GlLiveTextures(), 0u);
+        EXPECT_EQ(GlLiveBuffers(), 0u);
     }
 
     static const Material* MaterialOf(const Scene* scene, uint32_t n)
@@ -64,17 +69,19 @@ class Piece : public testing::Test
 
     static uint32_t DrawDemo(uint32_t time)
     {
-        return DrawDocument(&demo, &kView, kAllFeatures, time);
+        return DrawDocument(&run, RunDocument::kDemo, &kView, time);
     }
 
-    static DemoDocument loading;
-    static DemoDocument demo;
+    static FaultList faults;
+    static PieceRun run;
+    static const DemoDocument& demo;
     static const DemoDocument* last;
 };
 
-DemoDocument Piece::loading = {};
-DemoDocument Piece::demo = {};
-const DemoDocument* Piece::last = nullptr;
+FaultList SamplePiece::faults = {};
+PieceRun SamplePiece::run = {};
+const DemoDocument& SamplePiece::demo = SamplePiece::run.piece.demo;
+const DemoDocument* SamplePiece::last = nullptr;
 
 /// Calls `use` for every record of a table.
 template <typename Record, typename Use>
@@ -194,13 +201,13 @@ TEST(PieceSources, DocumentsAreByteForByteWhatTheirGeneratorWrites)
     ExpectWritten("make_documents.py", ".xml");
 }
 
-TEST_F(Piece, TheMusicIsTheOneBesideThePackage)
+TEST_F(SamplePiece, TheMusicIsTheOneBesideThePackage)
 {
     EXPECT_EQ(last, &demo);
     EXPECT_STREQ(last->musicNode->ToElement()->Attribute("file"), "quorvale.xm");
 }
 
-TEST_F(Piece, DrawsSomethingUpToTheEndOfTheMusicAndNothingFromThereOn)
+TEST_F(SamplePiece, DrawsSomethingUpToTheEndOfTheMusicAndNothingFromThereOn)
 {
     for (uint32_t time = 0; time < kEnd; time += 10)
     {
@@ -212,7 +219,7 @@ TEST_F(Piece, DrawsSomethingUpToTheEndOfTheMusicAndNothingFromThereOn)
     EXPECT_EQ(DrawDemo(kEnd + 100), 0u);
 }
 
-TEST_F(Piece, NothingThatItDrawsIsRefusedByOpenGl)
+TEST_F(SamplePiece, NothingThatItDrawsIsRefusedByOpenGl)
 {
     MuteGl(false);
     for (uint32_t time = 0; time < kEnd; time += 50)
@@ -224,7 +231,7 @@ TEST_F(Piece, NothingThatItDrawsIsRefusedByOpenGl)
     MuteGl(true);
 }
 
-TEST_F(Piece, AMomentWithoutWaterAndEffectsIsDrawnTheSameTwice)
+TEST_F(SamplePiece, AMomentWithoutWaterAndEffectsIsDrawnTheSameTwice)
 {
     for (uint32_t time : {700u, 1450u, 2300u, 2700u, 5100u, 6700u})
     {
@@ -242,16 +249,15 @@ TEST_F(Piece, AMomentWithoutWaterAndEffectsIsDrawnTheSameTwice)
     }
 }
 
-TEST_F(Piece, ProgressIsShownAtEveryPlaceOfTheLoadingDocument)
+TEST_F(SamplePiece, ProgressIsShownAtEveryPlaceOfTheLoadingDocument)
 {
-    const GlFeatures features = {0, 0, 0, 1};
     for (uint32_t time = 0; time <= 100; ++time)
     {
-        EXPECT_EQ(DrawDocument(&loading, &kView, features, time), 3u) << time;
+        EXPECT_EQ(DrawDocument(&run, RunDocument::kLoading, &kView, time), 3u) << time;
     }
 }
 
-TEST_F(Piece, UsesEveryFunctionOfEnvelopes)
+TEST_F(SamplePiece, UsesEveryFunctionOfEnvelopes)
 {
     std::set<uint32_t> functions;
     ForEach<Envelope>(
@@ -260,7 +266,7 @@ TEST_F(Piece, UsesEveryFunctionOfEnvelopes)
     EXPECT_EQ(functions, UpTo(5));
 }
 
-TEST_F(Piece, UsesEveryWayToLoopAnEnvelope)
+TEST_F(SamplePiece, UsesEveryWayToLoopAnEnvelope)
 {
     std::set<uint32_t> modes;
     ForEach<Envelope>(demo.envelopes,
@@ -268,7 +274,7 @@ TEST_F(Piece, UsesEveryWayToLoopAnEnvelope)
     EXPECT_EQ(modes, UpTo(2));
 }
 
-TEST_F(Piece, HasSplinesWithUnevenKnots)
+TEST_F(SamplePiece, HasSplinesWithUnevenKnots)
 {
     uint32_t uneven = 0;
     ForEach<Envelope>(demo.envelopes,
@@ -283,7 +289,7 @@ TEST_F(Piece, HasSplinesWithUnevenKnots)
     EXPECT_GE(uneven, 5u);
 }
 
-TEST_F(Piece, HasEnvelopesOfSeveralPieces)
+TEST_F(SamplePiece, HasEnvelopesOfSeveralPieces)
 {
     uint32_t longest = 0;
     ForEach<Envelope>(demo.envelopes, [&](const Envelope* envelope)
@@ -291,7 +297,7 @@ TEST_F(Piece, HasEnvelopesOfSeveralPieces)
     EXPECT_EQ(longest, 16u);
 }
 
-TEST_F(Piece, MovesItsLightsAndTheirColours)
+TEST_F(SamplePiece, MovesItsLightsAndTheirColours)
 {
     uint32_t moving = 0;
     uint32_t pulsing = 0;
@@ -308,7 +314,7 @@ TEST_F(Piece, MovesItsLightsAndTheirColours)
     EXPECT_GE(still, 5u);
 }
 
-TEST_F(Piece, UsesEveryPassKind)
+TEST_F(SamplePiece, UsesEveryPassKind)
 {
     std::set<uint32_t> kinds;
     ForEachClip(demo, [&](const Timeline* timeline, uint32_t row, uint32_t clip)
@@ -316,7 +322,7 @@ TEST_F(Piece, UsesEveryPassKind)
     EXPECT_EQ(kinds, UpTo(kPassTextureQuarter));
 }
 
-TEST_F(Piece, DrawsIntoThreeBitmaps)
+TEST_F(SamplePiece, DrawsIntoThreeBitmaps)
 {
     std::set<float> targets;
     ForEachClip(demo,
@@ -333,7 +339,7 @@ TEST_F(Piece, DrawsIntoThreeBitmaps)
     EXPECT_EQ(targets.count(0.0f), 0u);
 }
 
-TEST_F(Piece, UsesEveryProjection)
+TEST_F(SamplePiece, UsesEveryProjection)
 {
     std::set<uint32_t> projections;
     ForEachClip(demo, [&](const Timeline* timeline, uint32_t row, uint32_t clip)
@@ -341,7 +347,7 @@ TEST_F(Piece, UsesEveryProjection)
     EXPECT_EQ(projections, UpTo(kProjectionAnimatedFov));
 }
 
-TEST_F(Piece, UsesWhatClipsOffer)
+TEST_F(SamplePiece, UsesWhatClipsOffer)
 {
     uint32_t gaps = 0;
     uint32_t offsets = 0;
@@ -369,7 +375,7 @@ TEST_F(Piece, UsesWhatClipsOffer)
     EXPECT_GE(movingCameras, 20u);
 }
 
-TEST_F(Piece, UsesWhatObjectsOffer)
+TEST_F(SamplePiece, UsesWhatObjectsOffer)
 {
     uint32_t shifted = 0;
     uint32_t switched = 0;
@@ -390,7 +396,7 @@ TEST_F(Piece, UsesWhatObjectsOffer)
     EXPECT_GE(moving, 20u);
 }
 
-TEST_F(Piece, UsesEveryManipulator)
+TEST_F(SamplePiece, UsesEveryManipulator)
 {
     std::set<uint32_t> types;
     ForEachObject(demo,
@@ -404,7 +410,7 @@ TEST_F(Piece, UsesEveryManipulator)
     EXPECT_EQ(types, UpTo(kManipulatorModelPlacer));
 }
 
-TEST_F(Piece, UsesEveryRecipe)
+TEST_F(SamplePiece, UsesEveryRecipe)
 {
     std::set<uint32_t> types;
     ForEachObject(demo, [&](const Scene* scene, uint32_t n)
@@ -412,7 +418,7 @@ TEST_F(Piece, UsesEveryRecipe)
     EXPECT_EQ(types, UpTo(kMaterialTypes - 1));
 }
 
-TEST_F(Piece, AddsASecondLightAndBumpsByOneRecipe)
+TEST_F(SamplePiece, AddsASecondLightAndBumpsByOneRecipe)
 {
     uint32_t bumps = 0;
     uint32_t lights = 0;
@@ -446,12 +452,12 @@ static std::set<uint32_t> TypesInSection(const DemoDocument& document, uint32_t 
     return types;
 }
 
-TEST_F(Piece, UsesEveryLayerGenerator)
+TEST_F(SamplePiece, UsesEveryLayerGenerator)
 {
     EXPECT_EQ(TypesInSection(demo, 0), UpTo(5));
 }
 
-TEST_F(Piece, UsesEveryTextureStep)
+TEST_F(SamplePiece, UsesEveryTextureStep)
 {
     std::set<int32_t> types;
     ForEach<ProceduralTexture>(
@@ -460,7 +466,7 @@ TEST_F(Piece, UsesEveryTextureStep)
     EXPECT_EQ(types, (std::set<int32_t>{101, 102, 103, 104, 201, 202, 203, 204, 205, 206, 207}));
 }
 
-TEST_F(Piece, UsesEveryEffectInOneAndInThreeColours)
+TEST_F(SamplePiece, UsesEveryEffectInOneAndInThreeColours)
 {
     std::set<int32_t> types;
     std::set<uint32_t> bits;
@@ -474,7 +480,7 @@ TEST_F(Piece, UsesEveryEffectInOneAndInThreeColours)
     EXPECT_EQ(bits, (std::set<uint32_t>{8, 24}));
 }
 
-TEST_F(Piece, UsesBothWatersAndDrawsOneAndPlacesOnTheOther)
+TEST_F(SamplePiece, UsesBothWatersAndDrawsOneAndPlacesOnTheOther)
 {
     std::set<uint32_t> types;
     ForEach<GenMesh>(demo.genMeshes, [&](const GenMesh* mesh) { types.insert(mesh->type); });
@@ -495,7 +501,7 @@ TEST_F(Piece, UsesBothWatersAndDrawsOneAndPlacesOnTheOther)
     EXPECT_GE(placedOn, 1u);
 }
 
-TEST_F(Piece, HasBitmapsWithAndWithoutAlpha)
+TEST_F(SamplePiece, HasBitmapsWithAndWithoutAlpha)
 {
     std::set<int32_t> components;
     ForEach<BitmapTexture>(demo.bitmaps, [&](const BitmapTexture* bitmap)
@@ -515,7 +521,7 @@ static uint64_t Triangles(const std::string& calls)
     return corners / 3;
 }
 
-TEST_F(Piece, NoFrameHasMoreTrianglesThanASlowMachineDraws)
+TEST_F(SamplePiece, NoFrameHasMoreTrianglesThanASlowMachineDraws)
 {
     MuteGl(false);
     for (uint32_t time = 0; time < kEnd; time += 50)

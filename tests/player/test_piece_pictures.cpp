@@ -1,16 +1,16 @@
-// The sample piece as viewers see it: drawn by a real OpenGL on a screen that nobody sees, at
-// moments that show nothing of what was drawn before them.
+// The sample piece as viewers see it: drawn by a real OpenGL without a window, at moments that show
+// nothing of what was drawn before them.
 #include <GL/glew.h>
-#include <cstdlib>
 #include <gtest/gtest.h>
 #include <string>
 
 #include "player/drawn_piece.h"
-#include "support/virtual_screen.h"
+#include "support/picture.h"
 
-static constexpr int32_t kResolution = 2; // 512 x 384
-static constexpr int32_t kShrink = 4;     // to 128 x 96
-static constexpr uint32_t kEnd = 9600;    // ticks
+static constexpr int32_t kWidth = 512;
+static constexpr int32_t kHeight = 384;
+static constexpr int32_t kShrink = 4;  // to 128 x 96
+static constexpr uint32_t kEnd = 9600; // ticks
 
 // What renderers may differ in: edges, by the sampling, lines, and the last bits of a shade.
 static constexpr double kMeanTolerance = 3.0;     // of 255
@@ -21,20 +21,17 @@ class PiecePictures : public testing::Test
   protected:
     static void SetUpTestSuite()
     {
-        screen = new VirtualScreen(512, 384);
-        setenv("DISPLAY", screen->name.c_str(), 1);
-        setenv("SDL_VIDEODRIVER", "x11", 1);
-        OpenDrawnPiece(PACKAGE, kResolution, &piece);
+        OpenDrawnPiece(PACKAGE, kWidth, kHeight, &piece);
     }
 
     static void TearDownTestSuite()
     {
-        delete screen;
+        CloseDrawnPiece(&piece);
     }
 
     /// A moment has to look like its picture. If it does not, what it looks like is left beside the
     /// test program.
-    static void ExpectPicture(const DemoDocument* document, uint32_t time, const std::string& name)
+    static void ExpectPicture(RunDocument document, uint32_t time, const std::string& name)
     {
         Picture drawn;
         DrawMoment(&piece, document, time, &drawn);
@@ -51,11 +48,9 @@ class PiecePictures : public testing::Test
         }
     }
 
-    static VirtualScreen* screen;
     static DrawnPiece piece;
 };
 
-VirtualScreen* PiecePictures::screen = nullptr;
 DrawnPiece PiecePictures::piece;
 
 TEST_F(PiecePictures, MomentsLookLikeTheirPictures)
@@ -63,13 +58,13 @@ TEST_F(PiecePictures, MomentsLookLikeTheirPictures)
     for (uint32_t time :
          {400u, 1480u, 1770u, 2330u, 2760u, 3330u, 5150u, 5760u, 6280u, 6660u, 7110u, 7800u, 9240u})
     {
-        ExpectPicture(&piece.demo, time, "piece-" + std::to_string(time));
+        ExpectPicture(RunDocument::kDemo, time, "piece-" + std::to_string(time));
     }
 }
 
 TEST_F(PiecePictures, TheLoadingScreenLooksLikeItsPicture)
 {
-    ExpectPicture(&piece.loading, 50, "piece-loading-50");
+    ExpectPicture(RunDocument::kLoading, 50, "piece-loading-50");
 }
 
 /// The mean of all channels, 0 to 255.
@@ -86,9 +81,9 @@ static double Brightness(const Picture& picture)
 TEST_F(PiecePictures, ItRisesOutOfBlackAndGoesBackToIt)
 {
     Picture picture;
-    DrawMoment(&piece, &piece.demo, 0, &picture);
+    DrawMoment(&piece, RunDocument::kDemo, 0, &picture);
     EXPECT_LT(Brightness(picture), 0.5);
-    DrawMoment(&piece, &piece.demo, kEnd - 1, &picture);
+    DrawMoment(&piece, RunDocument::kDemo, kEnd - 1, &picture);
     EXPECT_LT(Brightness(picture), 0.5);
 }
 
@@ -97,7 +92,7 @@ TEST_F(PiecePictures, BetweenTheFadesNoMomentIsBlackAndNoCallRefused)
     Picture picture;
     for (uint32_t time = 200; time < 9500; time += 100)
     {
-        DrawMoment(&piece, &piece.demo, time + 11, &picture);
+        DrawMoment(&piece, RunDocument::kDemo, time + 11, &picture);
         EXPECT_GT(Brightness(picture), 2.0) << time;
         ASSERT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR)) << time;
     }

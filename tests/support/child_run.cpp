@@ -101,7 +101,7 @@ ChildRun RunInChild(const std::function<int()>& body)
 
     close(ends[1]);
     ChildRun run = {-1, 0, ""};
-    char block[4096];
+    char block[65536];
     for (ssize_t got = 0; (got = read(ends[0], block, sizeof(block))) > 0;)
     {
         run.record.append(block, static_cast<size_t>(got));

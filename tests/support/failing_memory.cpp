@@ -31,38 +31,31 @@ extern "C"
     void REAL(free)(void* block);
 }
 
-static std::atomic<uint64_t> countdown{0}; // allocations to the one that fails; 0 for none
-static std::atomic<bool> failsOn{false};   // after that one too
-static std::atomic<bool> anyFailed{false};
-static std::atomic<int64_t> liveBlocks{0};
+static std::atomic<bool> isCounting{false};
+static std::atomic<uint64_t> asked{0};   // allocations since isCounting
+static std::atomic<uint64_t> failing{0}; // number of the one that fails, counted from 1
+static std::atomic<uint64_t> failingTo{0};
+static std::atomic<int64_t> live{0};
 
 /// Whether the allocation at hand is to fail.
 PLAIN static bool IsFailing()
 {
-    const uint64_t left = countdown.load(std::memory_order_relaxed);
-    if (left == 0)
+    if (!isCounting.load(std::memory_order_relaxed))
     {
         return false;
     }
-    if (left > 1)
-    {
-        countdown.store(left - 1, std::memory_order_relaxed);
-        return false;
-    }
-    if (!failsOn.load(std::memory_order_relaxed))
-    {
-        countdown.store(0, std::memory_order_relaxed);
-    }
-    anyFailed.store(true, std::memory_order_relaxed);
-    errno = ENOMEM;
-    return true;
+    const uint64_t number = asked.fetch_add(1, std::memory_order_relaxed) + 1;
+    const bool fails = number >= failing.load(std::memory_order_relaxed) &&
+                       number <= failingTo.load(std::memory_order_relaxed);
+    errno = fails ? ENOMEM : errno;
+    return fails;
 }
 
 PLAIN static void* Counted(void* block)
 {
     if (block != nullptr)
     {
-        liveBlocks.fetch_add(1, std::memory_order_relaxed);
+        live.fetch_add(1, std::memory_order_relaxed);
     }
     return block;
 }
@@ -113,26 +106,38 @@ extern "C"
     {
         if (block != nullptr)
         {
-            liveBlocks.fetch_sub(1, std::memory_order_relaxed);
+            live.fetch_sub(1, std::memory_order_relaxed);
         }
         REAL(free)(block);
     }
 }
 
-void FailAllocation(uint64_t k, bool stays)
+/// Lets the allocations with these numbers fail.
+static void FailRange(uint64_t first, uint64_t last)
 {
-    anyFailed = false;
-    failsOn = stays;
-    countdown = k;
+    asked = 0;
+    failing = first;
+    failingTo = last;
+    isCounting = true;
 }
 
-bool StopFailing()
+void FailAllocation(uint64_t k)
 {
-    countdown = 0;
-    return anyFailed;
+    FailRange(k, k);
 }
 
-int64_t CountLiveBlocks()
+void FailAllocationsFrom(uint64_t k)
 {
-    return liveBlocks;
+    FailRange(k, UINT64_MAX);
+}
+
+uint64_t AllowAllocations()
+{
+    isCounting = false;
+    return asked;
+}
+
+int64_t LiveBlocks()
+{
+    return live;
 }

@@ -6,15 +6,17 @@
 #include <gtest/gtest.h>
 
 /// Makes the k-th allocation from here on fail, counted from 1.
-/// @param stays   all those after it fail too
-void FailAllocation(uint64_t k, bool stays);
+void FailAllocation(uint64_t k);
 
-/// Lets all allocations be.
-/// @return whether one has failed since FailAllocation
-bool StopFailing();
+/// The same with all those after it too.
+void FailAllocationsFrom(uint64_t k);
 
-/// @return blocks of the heap that were not freed so far
-int64_t CountLiveBlocks();
+/// Ends FailAllocation and FailAllocationsFrom.
+/// @return how many allocations were asked for since; fewer than k if none has failed
+uint64_t AllowAllocations();
+
+/// @return blocks that were allocated and not freed yet
+int64_t LiveBlocks();
 
 /// Runs `body` with the first allocation failing, then with the second, and so on, until none
 /// fails; then the same with all those after it failing too. Each run has to give back what it
@@ -22,18 +24,18 @@ int64_t CountLiveBlocks();
 /// @param body   returns whether all is as it should be: it has the result, or a fault. Test macros
 ///               allocate, so it uses none.
 template <typename Body>
-void FailEachAllocation(Body body)
+void RunOutOfMemory(Body body)
 {
     for (const bool stays : {false, true})
     {
         bool hasFailed = true;
         for (uint64_t k = 1; hasFailed; ++k)
         {
-            const int64_t before = CountLiveBlocks();
-            FailAllocation(k, stays);
+            const int64_t before = LiveBlocks();
+            stays ? FailAllocationsFrom(k) : FailAllocation(k);
             const bool isRight = body();
-            hasFailed = StopFailing();
-            ASSERT_EQ(CountLiveBlocks(), before) << "allocation " << k << ", stays " << stays;
+            hasFailed = AllowAllocations() >= k;
+            ASSERT_EQ(LiveBlocks(), before) << "allocation " << k << ", stays " << stays;
             ASSERT_TRUE(isRight) << "allocation " << k << ", stays " << stays;
         }
     }

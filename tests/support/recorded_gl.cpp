@@ -7,6 +7,8 @@
 #include <limits>
 #include <map>
 
+#include "support/content_hash.h"
+
 namespace
 {
 
@@ -58,6 +60,7 @@ struct Context
     std::string calls;
     std::vector<Label> labels;
     bool muted = false;
+    bool contents = false;
     uint64_t callCount = 0;
     uint64_t refused = 0;
 
@@ -523,11 +526,33 @@ void Record(const char* function, const Arguments&... arguments)
     gl.calls += '\n';
 }
 
+/// Writes down what a call read, if that is asked for.
+void RecordContents(const char* what, const uint8_t* bytes, size_t size)
+{
+    if (!gl.contents || gl.muted)
+    {
+        return;
+    }
+    gl.calls += bytes == nullptr ? "  no " : "  ";
+    gl.calls += what;
+    if (bytes != nullptr)
+    {
+        gl.calls += ' ';
+        gl.calls += HashText(HashBytes(bytes, size));
+    }
+    gl.calls += '\n';
+}
+
 void Refuse()
 {
-    if (!gl.muted)
+    if (gl.muted)
     {
-        gl.refused += 1;
+        return;
+    }
+    gl.refused += 1;
+    if (gl.contents)
+    {
+        gl.calls += "  refused\n";
     }
 }
 
@@ -666,6 +691,24 @@ size_t RowStride(GLsizei width, size_t pixel)
     return (static_cast<size_t>(width) * pixel + alignment - 1) / alignment * alignment;
 }
 
+/// Writes down the pixels of an upload, without the padding of their rows.
+/// @param source   null where there are none
+void RecordPixels(GLsizei width, GLsizei height, size_t pixel, const uint8_t* source)
+{
+    if (!gl.contents || source == nullptr)
+    {
+        RecordContents("pixels", nullptr, 0);
+        return;
+    }
+    size_t row = static_cast<size_t>(width) * pixel;
+    std::vector<uint8_t> packed(row * static_cast<size_t>(height) + 1);
+    for (size_t y = 0; y < static_cast<size_t>(height); ++y)
+    {
+        memcpy(packed.data() + y * row, source + y * RowStride(width, pixel), row);
+    }
+    RecordContents("pixels", packed.data(), packed.size() - 1);
+}
+
 /// Bytes that an upload reads: the last row has no padding.
 size_t UploadSize(GLsizei width, GLsizei height, size_t pixel)
 {
@@ -720,6 +763,7 @@ void StoreBufferData(GLenum target, GLsizeiptr size, const void* data)
         return;
     }
     size_t bytes = static_cast<size_t>(size);
+    RecordContents("bytes", static_cast<const uint8_t*>(data), bytes);
     buffer->size = bytes;
     buffer->mapped = false;
     if (gl.muted)
@@ -801,8 +845,9 @@ bool FindDrawnBytes(GLuint buffer, const void* pointer, size_t size, const uint8
 }
 
 /// Reads the vertices of an array from the first to the `last`.
+/// @param name   for the record of contents
 /// @return false if they are not there
-bool ReadClientArray(const ClientArray& array, uint32_t last)
+bool ReadClientArray(const ClientArray& array, uint32_t last, const char* name)
 {
     size_t vertex = static_cast<size_t>(array.floats) * sizeof(float);
     size_t step = array.stride == 0 ? vertex : static_cast<size_t>(array.stride);
@@ -816,6 +861,7 @@ bool ReadClientArray(const ClientArray& array, uint32_t last)
     {
         gl.bytesRead = static_cast<uint8_t>(gl.bytesRead + bytes[i]);
     }
+    RecordContents(name, bytes, size);
     return true;
 }
 
@@ -839,15 +885,17 @@ bool ReadDrawnArrays(size_t count, const void* indices)
         memcpy(&index, bytes + i * sizeof index, sizeof index);
         last = index > last ? index : last;
     }
+    RecordContents("indices", bytes, count * sizeof(uint32_t));
 
-    bool whole = true;
-    for (const ClientArray* array : {&gl.vertices, &gl.normals})
+    bool whole = !gl.vertices.enabled || ReadClientArray(gl.vertices, last, "vertices");
+    whole = (!gl.normals.enabled || ReadClientArray(gl.normals, last, "normals")) && whole;
+    for (uint32_t unit = 0; unit < kUnits; ++unit)
     {
-        whole = (!array->enabled || ReadClientArray(*array, last)) && whole;
-    }
-    for (const ClientArray& array : gl.texCoords)
-    {
-        whole = (!array.enabled || ReadClientArray(array, last)) && whole;
+        static constexpr const char* kNamesOfUnits[kUnits] = {
+            "texcoords 0", "texcoords 1", "texcoords 2", "texcoords 3",
+            "texcoords 4", "texcoords 5", "texcoords 6", "texcoords 7"};
+        const ClientArray& array = gl.texCoords[unit];
+        whole = (!array.enabled || ReadClientArray(array, last, kNamesOfUnits[unit])) && whole;
     }
     return whole;
 }
@@ -884,6 +932,11 @@ void ResetGl()
 void NameGlPointer(const void* pointer, const char* name, size_t bytes)
 {
     gl.labels.push_back({static_cast<const char*>(pointer), bytes, name});
+}
+
+void RecordGlContents(bool on)
+{
+    gl.contents = on;
 }
 
 void MuteGl(bool muted)
@@ -1224,6 +1277,13 @@ void GLAPIENTRY glGetFloatv(GLenum pname, GLfloat* params)
         break;
     default:
         Refuse();
+        return;
+    }
+    if (gl.contents && !gl.muted)
+    {
+        gl.calls += "  values ";
+        Append(Vector<GLfloat>{params, 16});
+        gl.calls += '\n';
     }
 }
 
@@ -1327,6 +1387,7 @@ void GLAPIENTRY glTexImage2D(GLenum target, GLint level, GLint internalFormat, G
     *image = {internalFormat, width, height, format, {}};
     image->bytes.assign(static_cast<size_t>(width) * static_cast<size_t>(height) * pixel,
                         kUnwritten);
+    RecordPixels(width, height, pixel, source);
     if (source != nullptr)
     {
         CopyRows(image, 0, 0, width, height, source, RowStride(width, pixel));
@@ -1367,6 +1428,7 @@ void GLAPIENTRY glTexSubImage2D(GLenum target, GLint level, GLint xoffset, GLint
         Refuse();
         return;
     }
+    RecordPixels(width, height, pixel, source);
     CopyRows(image, xoffset, yoffset, width, height, source, RowStride(width, pixel));
 }
 
@@ -1501,6 +1563,11 @@ static GLboolean Flag(bool set)
 
 GLenum GLEWAPIENTRY glewInit(void)
 {
+    if (gl.offer.initFails)
+    {
+        Record("glewInit fails");
+        return GLEW_ERROR_NO_GL_VERSION;
+    }
     Record("glewInit");
     __GLEW_ARB_vertex_buffer_object = Flag(gl.offer.vertexBufferObject);
     __GLEW_ARB_pixel_buffer_object = Flag(gl.offer.pixelBufferObject);

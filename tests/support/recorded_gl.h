@@ -65,6 +65,17 @@ void ResetGl();
 /// @param bytes   addresses from pointer up to pointer + bytes - 1 are the label and an offset
 void NameGlPointer(const void* pointer, const char* name, size_t bytes = 1);
 
+/// While on, the record also holds what the calls found in memory, a line behind each call that
+/// read some. Off at first. Contents are told by their hash, as HashBytes makes it:
+///
+///   "  pixels 0123456789abcdef"    of an upload, without the padding of rows; "  no pixels"
+///   "  bytes 0123456789abcdef"     of glBufferData*; "  no bytes"
+///   "  indices 0123456789abcdef"   of a draw; then "  vertices", "  normals" and "  texcoords 0",
+///                                  each enabled array from its first element to the highest index
+///   "  values 1 0 0 ..."           what glGetFloatv answered
+///   "  refused"                    a call that OpenGL refuses
+void RecordGlContents(bool on);
+
 /// While muted nothing is written down, no image or array is kept and none is read: a null OpenGL
 /// to measure the engine's own time with. It allocates for new names of buffers and for stores to
 /// be mapped, and for nothing else. Matrices stay right. Of buffers that were filled while muted
@@ -116,5 +127,6 @@ struct GlExtensions
     bool textureNonPowerOfTwo;
     bool textureEnvDot3;
     bool version21;
+    bool initFails = false; // "glewInit fails" stands in the record, and nothing is found
 };
 void OfferGlExtensions(const GlExtensions& extensions);

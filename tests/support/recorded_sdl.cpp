@@ -118,6 +118,10 @@ bool IsSilent(const std::vector<uint8_t>& block)
 
 void RunAudioBlock()
 {
+    if (audio.callback == nullptr)
+    {
+        return; // a device that was never opened asks for nothing
+    }
     // A block of exactly this size: a sanitizer sees a callback that writes past it.
     std::vector<uint8_t> block(Sdl.blockBytes == 0 ? kDefaultBlockBytes : Sdl.blockBytes,
                                kUnwritten);

@@ -8,6 +8,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include "support/content_hash.h"
 #include "support/gl_state.h"
 
 class RecordedGl : public testing::Test
@@ -486,6 +487,31 @@ TEST_F(RecordedGl, AResetForgetsEverything)
     EXPECT_EQ(name, 1u);
     glVertexPointer(3, GL_FLOAT, 0, &name);
     EXPECT_EQ(TakeGlCalls(), "GenTextures 1 1\nVertexPointer 3 FLOAT 0 ?\n");
+}
+
+TEST_F(RecordedGl, ContentsStandBehindTheCallThatReadThem)
+{
+    RecordGlContents(true);
+    const uint8_t pixels[] = {1, 2, 3, 0xEE, 4, 5, 6}; // rows of one pixel, padded to 4 bytes
+    glTexImage2D(GL_TEXTURE_2D, 0, 3, 1, 2, 0, GL_RGB, GL_UNSIGNED_BYTE, pixels);
+    glTexImage2D(GL_TEXTURE_2D, 0, 3, 1, 2, 0, GL_RGB, GL_UNSIGNED_BYTE, nullptr);
+    const float vertices[] = {1.0f, 2.0f, 3.0f, 4.0f, 5.0f, 6.0f};
+    const uint32_t indices[] = {0, 0, 0};
+    glEnableClientState(GL_VERTEX_ARRAY);
+    glVertexPointer(3, GL_FLOAT, 0, vertices);
+    glDrawElements(GL_TRIANGLES, 3, GL_UNSIGNED_INT, indices);
+    glPopMatrix();
+
+    const uint8_t packed[] = {1, 2, 3, 4, 5, 6};
+    std::string expected = "TexImage2D TEXTURE_2D 0 3 1 2 0 RGB UNSIGNED_BYTE ?\n  pixels ";
+    expected += HashText(HashBytes(packed, sizeof(packed)));
+    expected += "\nTexImage2D TEXTURE_2D 0 3 1 2 0 RGB UNSIGNED_BYTE 0\n  no pixels\n"
+                "EnableClientState VERTEX_ARRAY\nVertexPointer 3 FLOAT 0 ?\n"
+                "DrawElements TRIANGLES 3 UNSIGNED_INT ?\n  indices ";
+    expected += HashText(HashBytes(indices, sizeof(indices)));
+    expected += "\n  vertices " + HashText(HashBytes(vertices, 12)); // the first alone is drawn
+    expected += "\nPopMatrix\n  refused\n";
+    EXPECT_EQ(TakeGlCalls(), expected);
 }
 
 TEST(GlStateTest, StateFollowsTheSelectedUnits)

@@ -2,26 +2,11 @@
 // can be looked at, keys pressed and the pointer moved.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <sys/types.h>
-#include <vector>
 
-/// 8-bit RGB, rows from the top, no padding.
-struct Picture
-{
-    int32_t width; // pixels
-    int32_t height;
-    std::vector<uint8_t> rgb;
-};
-
-/// @return red, green and blue of a pixel that the picture has
-inline const uint8_t* PixelAt(const Picture& picture, int32_t x, int32_t y)
-{
-    size_t row = static_cast<size_t>(y) * static_cast<size_t>(picture.width);
-    return &picture.rgb[(row + static_cast<size_t>(x)) * 3];
-}
+#include "support/picture.h"
 
 /// Xvfb, started by the constructor and ended by the destructor. A server that does not start ends
 /// the test program.
@@ -69,22 +54,3 @@ bool CloseWindow(const VirtualScreen& screen, const std::string& title);
 
 /// @return a part of a picture; black where that lies outside
 Picture CutPicture(const Picture& picture, const WindowPlace& part);
-
-/// @return the picture in `factor` times smaller sides, each pixel the mean of a square
-Picture ShrinkPicture(const Picture& picture, int32_t factor);
-
-/// Reads a PNG file. One that can't be read gives a picture without pixels.
-Picture ReadPicture(const std::string& path);
-
-/// Writes a PNG file.
-void WritePicture(const std::string& path, const Picture& picture);
-
-/// How far two pictures are apart.
-struct PictureDistance
-{
-    bool sameSize;
-    double mean;     // of all channels' differences, 0 to 255
-    double outliers; // share of pixels with a channel that is off by more than 32
-};
-
-PictureDistance ComparePictures(const Picture& a, const Picture& b);

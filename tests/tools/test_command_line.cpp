@@ -3,8 +3,9 @@
 
 #include "tools/dpk_run.h"
 
-static const char* const kCommands[] = {"list",  "extract", "add",      "remove",     "create",
-                                        "build", "model",   "compress", "decompress", "textures"};
+static const char* const kCommands[] = {"list",       "extract",  "add",       "remove",
+                                        "create",     "build",    "model",     "compress",
+                                        "decompress", "textures", "vocabulary"};
 
 TEST(CommandLine, TellsItsVersion)
 {

@@ -8,29 +8,10 @@
 #include <cstdint>
 
 #include "engine/data/demo_document.h"
+#include "engine/data/vocabulary_numbers.h"
 
-inline constexpr uint32_t kEnvelopePieces = 16;
-inline constexpr uint32_t kEnvelopeParams = 24;
 inline constexpr uint32_t kNothingCached = 0xFFFFFFFF;
 
-enum EnvelopeFunction : uint32_t
-{
-    kFunctionConstant = 0,  // a
-    kFunctionLinear = 1,    // a * x + b
-    kFunctionQuadratic = 2, // a * (x - b)^2 + c
-    kFunctionSinus = 3,     // a * sin(x * b - c) + d
-    kFunctionSpline = 4,    // through x1, y1 ... x12, y12
-    kFunctionSinusX = 5,    // (a * x + e) * sin(x * b - c) + d
-};
-
-enum EnvelopeLoop : uint8_t
-{
-    kLoopOff = 0,
-    kLoopLoop = 1,
-    kLoopPingPong = 2,
-};
-
-inline constexpr uint32_t kSplinePoints = 12; // x and y of each fill a piece's parameters
 inline constexpr uint32_t kSplineSegments =
     13; // up to each point, and one that runs on after the last
 

@@ -2,7 +2,8 @@
 
 #include <cmath>
 
-float CosTable[kCosTableSize];
+float CosTable[kCosTableSize + 1];
+float RaisedCosTable[kCosTableSize + 1];
 
 void BuildCosTable()
 {
@@ -11,5 +12,6 @@ void BuildCosTable()
         // Double until the last step, and pi short as it is: the last bit of an entry shows it.
         double angle = static_cast<double>(static_cast<float>(k)) * 3.14159265 * 0.00048828125;
         CosTable[k] = static_cast<float>(cos(angle));
+        RaisedCosTable[k] = CosTable[k] + 1.0f;
     }
 }

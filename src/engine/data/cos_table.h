@@ -10,9 +10,12 @@ inline constexpr int32_t kCosTurn = 4096;      // steps of one full turn
 inline constexpr double kCosStepsPerRadian = 651.8986469;
 
 /// Entry k is cos(k * pi / 2048), from 0 to two turns. Built by BuildCosTable, then read-only.
-extern float CosTable[kCosTableSize];
+/// Reads in pairs take one entry more along; it is no part of the table.
+extern float CosTable[kCosTableSize + 1];
+/// CosTable + 1, which is how the waves of 2D effects have it.
+extern float RaisedCosTable[kCosTableSize + 1];
 
-/// Fills CosTable. Runs before anything else that computes: every other table may use it.
+/// Fills both tables. Runs before anything else that computes: every other table may use it.
 void BuildCosTable();
 
 /// The cosine of n steps, any n. Reads entry 4096 + r, r the remainder of n by 4096 with the sign

@@ -13,11 +13,10 @@
 #include "engine/data/object_table.h"
 #include "engine/data/package_file.h"
 #include "engine/data/section.h"
+#include "engine/data/vocabulary_numbers.h"
 
 struct LayerImage;
 struct Timeline;
-
-inline constexpr uint32_t kLayerCapacity = 248;
 
 /// For FreeDocument, however far reading it got. All null at first, but for the name.
 struct DemoDocument

@@ -7,6 +7,7 @@
 #include <tinyxml.h>
 
 #include "engine/data/plain_text.h"
+#include "engine/data/vocabulary.h"
 
 static constexpr uint32_t kFirstCapacity = 8; // faults after the first
 
@@ -131,17 +132,17 @@ static void FormatPlace(const Place& place, char* text, size_t size)
 
     char item[64] = "";
     char part[64] = "";
-    const SectionWords* words = GetSectionWords(place.section);
+    const VocabularySection* words = FindVocabularySection(place.section);
     if (words != nullptr && place.item != 0)
     {
-        snprintf(item, sizeof(item), ", %s %u", words->item, place.item);
+        snprintf(item, sizeof(item), ", %s %u", words->faultItem, place.item);
     }
     if (words != nullptr && place.part != 0)
     {
-        snprintf(part, sizeof(part), ", %s %u", words->part, place.part);
+        snprintf(part, sizeof(part), ", %s %u", words->faultPart, place.part);
     }
     snprintf(text, size, "%s%s%s%s%s: ", place.document, words == nullptr ? "" : ", ",
-             words == nullptr ? "" : words->section, item, part);
+             words == nullptr ? "" : words->faultName, item, part);
 }
 
 size_t FormatFault(const Fault* fault, const char* program, char* line, size_t size)

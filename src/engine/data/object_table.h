@@ -9,7 +9,7 @@
 
 #include <cstdint>
 
-inline constexpr uint32_t kObjectTableCapacity = 4096;
+#include "engine/data/vocabulary_numbers.h"
 
 /// One heap block, parallel arrays. For every live id: order[position[id - 1] - 1] == id. `order`
 /// has no holes, and every id below lowestFree is in use.

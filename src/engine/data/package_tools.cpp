@@ -236,17 +236,6 @@ static EntryCounts CountEntries(const PendingEntry* list)
     return counts;
 }
 
-/// A package while it is put together. Offsets are unsigned 32-bit, as the format has them.
-struct PackageWriter
-{
-    PackageBytes* package;  // borrowed
-    FaultList* faults;      // borrowed
-    uint32_t nameOffset;    // of the directory entry that comes next
-    uint32_t firstDataByte; // 40 * N + 35
-    uint64_t before;        // bytes of data so far
-    bool isBroken;          // it can't be put together; nothing more is put down
-};
-
 /// Writes bytes at an offset. Zeros fill what lies between the end so far and the offset.
 static void PutBytes(PackageWriter* writer, uint64_t offset, const void* bytes, size_t size)
 {
@@ -287,21 +276,20 @@ static void PutBigEndian32(PackageWriter* writer, uint32_t offset, uint32_t valu
     PutBytes(writer, offset, bytes, sizeof(bytes));
 }
 
-/// Puts down the header and a directory of zeros, terminator included: no name needs padding later.
-static PackageWriter BeginPackage(PackageBytes* package, uint32_t entryCount, FaultList* faults)
+PackageWriter BeginPackage(PackageBytes* package, uint32_t entryCount, FaultList* faults)
 {
     *package = {};
     PackageWriter writer = {package, faults, kPackageHeaderSize, 0, 0, false};
     writer.firstDataByte = kPackageEntrySize * entryCount + kPackageHeaderSize + kPackageNameSize;
     PutBytes(&writer, 0, kPackageHeader, kPackageHeaderSize);
+    // A directory of zeros, terminator included: no name needs padding later.
     PutBytes(&writer, writer.firstDataByte, nullptr, 0);
     return writer;
 }
 
-/// Name, start, data, end, in this order: a name that is too long goes under start and end.
-static void PutEntry(PackageWriter* writer, const char* name, const EntryBytes* bytes)
+void PutPackageEntry(PackageWriter* writer, const char* name, const unsigned char* bytes,
+                     uint32_t size)
 {
-    const uint32_t size = static_cast<uint32_t>(bytes->size);
     const uint64_t start = writer->firstDataByte + writer->before;
     if (start + size > UINT32_MAX)
     {
@@ -310,11 +298,12 @@ static void PutEntry(PackageWriter* writer, const char* name, const EntryBytes* 
         return;
     }
 
+    // Name, start, data, end, in this order: a name that is too long goes under start and end.
     PutBytes(writer, writer->nameOffset, name, strlen(name));
     PutBigEndian32(writer, writer->nameOffset + kPackageNameSize, static_cast<uint32_t>(start));
     if (size > 0)
     {
-        PutBytes(writer, start, bytes->data, size);
+        PutBytes(writer, start, bytes, size);
     }
     PutBigEndian32(writer, writer->nameOffset + kPackageNameSize + 4,
                    static_cast<uint32_t>(start + size - 1));
@@ -323,14 +312,19 @@ static void PutEntry(PackageWriter* writer, const char* name, const EntryBytes* 
     writer->before += size;
 }
 
-/// Leaves no bytes where the package could not be put together.
-static void EndPackage(const PackageWriter* writer)
+bool EndPackage(PackageWriter* writer)
 {
     if (writer->isBroken)
     {
         free(writer->package->bytes);
         *writer->package = {};
     }
+    return !writer->isBroken;
+}
+
+static void PutEntry(PackageWriter* writer, const char* name, const EntryBytes* bytes)
+{
+    PutPackageEntry(writer, name, bytes->data, static_cast<uint32_t>(bytes->size));
 }
 
 bool BuildPackage(const PendingEntry* list, PackageFile* source, PackageBytes* package,

@@ -64,6 +64,34 @@ struct PackageBytes
     size_t capacity; // of bytes
 };
 
+/// A package while it is put together in memory, entry by entry. Offsets are unsigned 32-bit, as
+/// the format has them.
+struct PackageWriter
+{
+    PackageBytes* package;  // borrowed
+    FaultList* faults;      // borrowed
+    uint32_t nameOffset;    // of the directory entry that comes next
+    uint32_t firstDataByte; // 40 * N + 35
+    uint64_t before;        // bytes of data so far
+    bool isBroken;          // it can't be put together; nothing more is put down
+};
+
+/// Puts down the header and an empty directory.
+/// @param package      receives the bytes
+/// @param entryCount   of the entries that will be put, neither more nor less
+/// @param faults       receives that there is no memory, or too much data
+PackageWriter BeginPackage(PackageBytes* package, uint32_t entryCount, FaultList* faults);
+
+/// Puts down the next entry. A package that can't be put together takes no more.
+/// @param name    see AppendPendingEntry
+/// @param bytes   size bytes; not looked at if there are none
+void PutPackageEntry(PackageWriter* writer, const char* name, const unsigned char* bytes,
+                     uint32_t size);
+
+/// Ends a package. The bytes are for free; null if they could not be put together.
+/// @return false after a fault
+bool EndPackage(PackageWriter* writer);
+
 /// Puts a package together in memory. Prints nothing but the lines of lookups.
 /// @param source   null where no entry comes out of a package
 /// @param package  receives the bytes, for free; null if they can't be put together at all

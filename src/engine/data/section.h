@@ -22,14 +22,3 @@ enum class Section : int32_t
 };
 
 inline constexpr int32_t kSectionCount = 11; // the music node is no section
-
-/// How a section and the things in it are called in messages.
-struct SectionWords
-{
-    const char* section; // "section 3 (envelopes)"
-    const char* item;    // an item of it: "item", or "row"
-    const char* part;    // a part of an item: "piece"
-};
-
-/// @return the words of a section or of the music node; null for kNone and numbers beyond
-const SectionWords* GetSectionWords(Section section);

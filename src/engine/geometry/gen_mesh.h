@@ -8,14 +8,13 @@
 
 #include "engine/data/demo_document.h"
 #include "engine/data/model_data.h"
+#include "engine/data/vocabulary_numbers.h"
 #include "engine/geometry/water.h"
 
 struct Animation;
 struct Arena;
 struct FaultList;
 struct RandomSequence;
-
-inline constexpr uint32_t kGenMeshParams = 32;
 
 /// Constant after reading. What moves is the GenMeshState that belongs to it.
 struct GenMesh

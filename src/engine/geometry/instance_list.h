@@ -3,14 +3,12 @@
 
 #include <cstdint>
 
+#include "engine/data/vocabulary_numbers.h"
+
 struct Arena;
 struct FaultList;
 
 inline constexpr uint32_t kInstanceFloats = 9;
-
-/// The most instances that a list may hold. Drawing a million takes seconds, so more of them are an
-/// author's slip, and would look like a program that hangs.
-inline constexpr uint32_t kInstanceLimit = 1u << 20;
 
 /// An instance is nine floats: position x, y, z; rotation x, y, z in degrees; scale x, y, z.
 struct InstanceList

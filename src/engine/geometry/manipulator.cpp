@@ -7,6 +7,7 @@
 #include "engine/data/document_values.h"
 #include "engine/data/fault.h"
 #include "engine/data/numeric.h"
+#include "engine/data/vocabulary.h"
 #include "engine/geometry/rippler.h"
 
 /// An attribute that documents write as a float and that counts as an integer.
@@ -78,19 +79,8 @@ bool ReadManipulator(const TiXmlElement* element, Manipulator* manipulator, Faul
 
 uint32_t ManipulatorParamCount(int32_t type)
 {
-    switch (type)
-    {
-    case kManipulatorXyzMultiplier:
-        return 12;
-    case kManipulatorXMultiplier:
-        return 10;
-    case kManipulatorRippler:
-        return 3;
-    case kManipulatorModelPlacer:
-        return 9;
-    default:
-        return 0;
-    }
+    const VocabularyRow* row = FindVocabularyRow(kCatalogueManipulators, type);
+    return row == nullptr ? 0 : CountParamNumbers(row);
 }
 
 /// A number of copies as documents give it: 3.9 counts as 3, anything negative as 0.

@@ -5,21 +5,12 @@
 #include <tinyxml.h>
 
 #include "engine/data/model_data.h"
+#include "engine/data/vocabulary_numbers.h"
 #include "engine/geometry/deformed_mesh.h"
 #include "engine/geometry/instance_list.h"
 
 struct Arena;
 struct FaultList;
-
-inline constexpr uint32_t kManipulatorParams = 32;
-
-enum ManipulatorType : int32_t
-{
-    kManipulatorXyzMultiplier = 0, // copies in a grid
-    kManipulatorXMultiplier = 1,   // copies in a row
-    kManipulatorRippler = 2,       // bends the geometry, leaves the list
-    kManipulatorModelPlacer = 3,   // a copy on every vertex of another mesh
-};
 
 enum PlacementKind : uint8_t
 {

@@ -7,18 +7,13 @@
 #include <cstdint>
 
 #include "engine/data/model_data.h"
+#include "engine/data/vocabulary_numbers.h"
 
 struct FaultList;
 struct RandomSequence;
 
 inline constexpr int32_t kWaterSide = 30;
 inline constexpr int32_t kWaterCells = kWaterSide * kWaterSide;
-
-enum GenMeshType : uint32_t
-{
-    kLakeWater = 0,       // a wave simulation that drops keep lively
-    kCenterwaveWater = 1, // rings that run out from the middle
-};
 
 /// "Lake water". Grids are indexed like the vertices; `current` and `next` change places as the
 /// lake steps.

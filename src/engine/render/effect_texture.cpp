@@ -41,28 +41,28 @@ static uint8_t* MapPixelBuffer(const EffectTexture* texture)
     return static_cast<uint8_t*>(glMapBuffer(GL_PIXEL_UNPACK_BUFFER, GL_WRITE_ONLY));
 }
 
-static bool RenderImage(const EffectTexture* texture, const float* params, uint8_t* out)
+static void RenderImage(const EffectTexture* texture, const float* params, uint8_t* out)
 {
     if (!IsEffectType(texture->effect->type))
     {
         memset(out, 0, EffectImageBytes(texture->effect));
-        return true;
+        return;
     }
-    return RenderEffect2D(texture->effect, params, texture->state, texture->random, out,
-                          texture->faults);
+    RenderEffect2D(texture->effect, params, texture->state, texture->random, out);
 }
 
 static bool RenderThroughMemory(const EffectTexture* texture, const float* params, TextureUse use)
 {
     uint8_t* image =
         AllocateBlock<uint8_t>(EffectImageBytes(texture->effect), "a 2D effect", texture->faults);
-    const bool rendered = image != nullptr && RenderImage(texture, params, image);
-    if (rendered)
+    if (image == nullptr)
     {
-        SetTexture(texture, use, image);
+        return false;
     }
+    RenderImage(texture, params, image);
+    SetTexture(texture, use, image);
     free(image);
-    return rendered;
+    return true;
 }
 
 /// Renders straight into the pixel buffer. Leaves it bound.
@@ -74,10 +74,7 @@ static bool RenderThroughBuffer(const EffectTexture* texture, const float* param
         glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0);
         return RenderThroughMemory(texture, params, use);
     }
-    if (!RenderImage(texture, params, image))
-    {
-        return false;
-    }
+    RenderImage(texture, params, image);
     glUnmapBuffer(GL_PIXEL_UNPACK_BUFFER);
     SetTexture(texture, use, nullptr);
     return true;

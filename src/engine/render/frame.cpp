@@ -129,7 +129,10 @@ static bool SetClipProjection(const DrawnClip* drawn)
         GlDisable(gl, GL_DEPTH_TEST);
         GlMatrixMode(gl, GL_PROJECTION);
         GlLoadIdentity(gl);
-        GlOrtho(gl, 0.0, 1.0, 1.0, 0.0, -1.0, 1.0);
+        if (!IsShadowed(gl))
+        {
+            glOrtho(0.0, 1.0, 1.0, 0.0, -1.0, 1.0);
+        }
         return true;
     }
 

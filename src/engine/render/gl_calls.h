@@ -244,15 +244,6 @@ inline void GlLoadMatrixf(GlContext* gl, const GLfloat* matrix)
     }
 }
 
-inline void GlOrtho(GlContext* gl, GLdouble left, GLdouble right, GLdouble bottom, GLdouble top,
-                    GLdouble nearPlane, GLdouble farPlane)
-{
-    if (!IsShadowed(gl))
-    {
-        glOrtho(left, right, bottom, top, nearPlane, farPlane);
-    }
-}
-
 inline void GlTranslatef(GlContext* gl, GLfloat x, GLfloat y, GLfloat z)
 {
     if (IsShadowed(gl))

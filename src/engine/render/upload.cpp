@@ -201,7 +201,7 @@ static void DeleteBuffer(uint32_t name)
 {
     if (name != 0)
     {
-        glDeleteBuffers(1, &name);
+        glDeleteBuffersARB(1, &name);
     }
 }
 

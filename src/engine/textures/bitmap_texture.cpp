@@ -2,37 +2,12 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <stb_image.h>
 
 #include "engine/data/document_values.h"
 #include "engine/data/fault.h"
 #include "engine/data/package_file.h"
 #include "engine/textures/decode_image.h"
 #include "engine/textures/mip_chain.h"
-
-/// Appends bytes to a Radiance file at which its decoder stops. After the end of a file it reads
-/// zeros, and a run of no length for ever: a file that is cut short must end in something else. A
-/// length of 255 runs past the end of any row at last.
-/// @param file   its file, which may move; *size counts its bytes, then those after it too
-/// @return false without memory
-static bool EndRadianceFile(unsigned char** file, int32_t* size)
-{
-    // Four channels of the widest row, 127 pixels for every two bytes.
-    static constexpr int32_t kEnd = 4 * 2 * (kLargestImageSide / 127 + 2);
-    if (*size > INT32_MAX - kEnd)
-    {
-        return true;
-    }
-    void* ended = realloc(*file, static_cast<size_t>(*size) + kEnd);
-    if (ended == nullptr)
-    {
-        return false;
-    }
-    *file = static_cast<unsigned char*>(ended);
-    memset(*file + *size, 255, kEnd);
-    *size += kEnd;
-    return true;
-}
 
 /// True if a bitmap can be made of an image of this size. Those of one and two components have no
 /// mip chain, so they may be smaller.
@@ -56,13 +31,6 @@ bool DecodeBitmap(PackageFile* package, const char* filename, BitmapTexture* bit
         }
         return false;
     }
-    if (stbi_is_hdr_from_memory(file, size) != 0 && !EndRadianceFile(&file, &size))
-    {
-        free(file);
-        AddFault(faults, "no memory for an image file of %d bytes", size);
-        return false;
-    }
-
     DecodedImage image;
     const char* reason = nullptr;
     const DecodeResult result = DecodeImage(file, size, package->budget.bytesLeft, &image, &reason);

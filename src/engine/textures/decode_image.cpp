@@ -111,10 +111,35 @@ static void DropFourthComponent(uint8_t* pixels, size_t count)
     }
 }
 
+/// A copy of a Radiance file with bytes after it at which its decoder stops. After the end of a
+/// file it reads zeros, and a run of no length for ever: a file that is cut short must end in
+/// something else. A length of 255 runs past the end of any row at last.
+/// @param size   counts the file's bytes, then those after it too
+/// @return the copy, a block of the decoder
+static const uint8_t* EndRadianceFile(const uint8_t* file, int32_t* size)
+{
+    // Four channels of the widest row, 127 pixels for every two bytes.
+    static constexpr int32_t kEnd = 4 * 2 * (kLargestImageSide / 127 + 2);
+    if (*size > INT32_MAX - kEnd)
+    {
+        longjmp(ThreadRun->exit, kOutOfMemory);
+    }
+    uint8_t* ended = static_cast<uint8_t*>(AllocateForDecoder(static_cast<size_t>(*size) + kEnd));
+    memcpy(ended, file, static_cast<size_t>(*size));
+    memset(ended + *size, 255, kEnd);
+    *size += kEnd;
+    return ended;
+}
+
 /// Runs the decoder. It may leave by longjmp.
 static DecodeResult RunDecoder(const uint8_t* file, int32_t size, uint64_t largest,
                                DecodedImage* image, const char** reason)
 {
+    if (stbi_is_hdr_from_memory(file, size) != 0)
+    {
+        file = EndRadianceFile(file, &size);
+    }
+
     // Where the head can't be read, the decoder finds nothing to decode either, and says why.
     int width = 0;
     int height = 0;

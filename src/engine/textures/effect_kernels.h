@@ -1,15 +1,14 @@
 // The pixel loops of 2D effects. Images are square, row-major and without padding: one byte a pixel
 // at 8 bits, R, G, B at 24.
 //
-// A side is a multiple of 8, at most 512. CosTable must be built. Main thread only: "Rotate" keeps
-// its tables from call to call to save the allocation.
+// A side is a multiple of 8, at most 512. CosTable must be built. "Rotate" takes 350 KB of stack.
 #pragma once
 
 #include <cstdint>
 
 struct RandomSequence;
 
-/// What one factor of a colour channel is made of, in "Effect 1" and "Rotate".
+/// What one factor of a color channel is made of, in "Effect 1" and "Rotate".
 struct WaveRow
 {
     float spread; // how fast the wave runs over the image
@@ -31,7 +30,7 @@ void RenderTestEffect(int32_t side, uint8_t bpp, const float* params, uint8_t* o
 /// "Effect 1": a plasma whose coordinates are themselves cosines, under a slowly turning skew.
 void RenderEffect1(int32_t side, uint8_t bpp, float step, uint8_t* out);
 
-/// "Rotate": the same plasma, with the cosines taken behind a skewed rotation of the coordinates.
+/// "Rotate": the same plasma, with the cosines taken after a skewed rotation of the coordinates.
 void RenderRotate(int32_t side, uint8_t bpp, float step, uint8_t* out);
 
 /// "Amoba": plants the first live cells, with random numbers.
@@ -41,7 +40,3 @@ void SeedAmoba(int32_t side, uint8_t bpp, uint8_t* cells, RandomSequence* random
 /// "Amoba": one step of growth. Side * side / 8 cells are picked at random, and a live
 /// one paints its four neighbours; later picks see it.
 void GrowAmoba(int32_t side, uint8_t bpp, uint8_t* cells, RandomSequence* random);
-
-/// "Effect 1" and "Rotate" work with AVX2 where the processor has it, to the same image. Tests
-/// choose the other form with false.
-void SetWideEffectKernels(bool wide);

@@ -14,16 +14,6 @@
 #include "engine/textures/pixel_block.h"
 #include "engine/textures/pixel_kernels.h"
 
-enum GeneratorType : uint32_t
-{
-    kGeneratorColor,
-    kGeneratorPlasma,
-    kGeneratorRadial,
-    kGeneratorMaze,
-    kGeneratorBricks,
-    kGeneratorNoise,
-};
-
 // The generators' own random numbers: a step is seed * kSeedFactor + kSeedAddend modulo 2^32, and
 // bits 16 to 30 are the number.
 static constexpr uint32_t kSeedFactor = 1103515245;

@@ -18,11 +18,8 @@
 
 #include "engine/data/demo_document.h"
 #include "engine/data/random_sequence.h"
+#include "engine/data/vocabulary_numbers.h"
 #include "engine/textures/corner_masks.h"
-
-inline constexpr uint32_t kLayerParams = 24;
-/// The side of every layer and work image that a document makes, in pixels.
-inline constexpr int32_t kTextureSize = 256;
 
 struct LayerImage
 {

@@ -4,9 +4,7 @@
 #include <cstdint>
 
 #include "engine/data/demo_document.h"
-
-inline constexpr uint32_t kTextureSteps = 32;
-inline constexpr uint32_t kStepParams = 9;
+#include "engine/data/vocabulary_numbers.h"
 
 struct LayerImage;
 

@@ -20,21 +20,7 @@
 #include <cstdint>
 
 #include "engine/data/arena.h"
-
-enum TextureStepType : int32_t
-{
-    kStepAdd = 101,
-    kStepMultiply = 102,
-    kStepMaximum = 103,
-    kStepMinimum = 104,
-    kStepInvert = 201,
-    kStepScale = 202, // "Multiply" too
-    kStepOffset = 203,
-    kStepRipple = 204,
-    kStepBlur = 205,
-    kStepEmboss = 206,
-    kStepConvolution = 207,
-};
+#include "engine/data/vocabulary_numbers.h"
 
 /// True for the steps that combine the work image with a layer.
 inline bool IsCombiner(int32_t stepType)

@@ -1,4 +1,4 @@
-// Envelopes filled by hand.
+// Envelopes filled by hand, ready to be played.
 #pragma once
 
 #include <cstdint>
@@ -9,24 +9,23 @@
 /// An envelope without pieces or loop, as it stands after loading.
 inline Envelope MakeEnvelope()
 {
-    Envelope envelope = {};
-    envelope.lastTime = kNothingCached;
-    return envelope;
+    return {};
 }
 
 inline void AddPiece(Envelope* envelope, uint32_t type, uint32_t length,
                      std::initializer_list<float> params)
 {
-    uint32_t piece = envelope->pieceCount;
+    const uint32_t piece = envelope->pieceCount;
     envelope->pieceType[piece] = type;
     envelope->pieceLength[piece] = length;
     uint32_t param = 0;
-    for (float value : params)
+    for (const float value : params)
     {
         envelope->pieceParams[piece][param] = value;
         param += 1;
     }
     envelope->pieceCount = static_cast<uint8_t>(piece + 1);
+    PrepareSplines(envelope);
 }
 
 /// One piece that never ends, of the given function.
@@ -45,4 +44,19 @@ inline Envelope MakeTimeEnvelope(uint8_t loopType, float loopBegin, float loopEn
     envelope.loopBegin = loopBegin;
     envelope.loopEnd = loopEnd;
     return envelope;
+}
+
+/// An envelope with its state, as a piece has it.
+struct PlayedEnvelope : Envelope
+{
+    PlayedEnvelope(const Envelope& envelope) : Envelope(envelope)
+    {
+    }
+
+    EnvelopeCache cache = kEmptyEnvelopeCache;
+};
+
+inline float EvaluateEnvelope(PlayedEnvelope* envelope, uint32_t time)
+{
+    return EvaluateEnvelope(envelope, &envelope->cache, time);
 }

@@ -106,17 +106,17 @@ inline float PlainSpline(const float* p, float s)
     return 0.5f * sum;
 }
 
-inline float PlainEvaluateEnvelope(Envelope* envelope, uint32_t t)
+inline float PlainEvaluateEnvelope(const Envelope* envelope, EnvelopeCache* cache, uint32_t t)
 {
     if (envelope->pieceCount == 0)
     {
         return 1.0f;
     }
-    if (t == envelope->lastTime)
+    if (t == cache->lastTime)
     {
-        return envelope->lastValue;
+        return cache->lastValue;
     }
-    envelope->lastTime = t;
+    cache->lastTime = t;
 
     uint32_t x = t;
     uint32_t E = PlainTicks(envelope->loopEnd);
@@ -159,30 +159,30 @@ inline float PlainEvaluateEnvelope(Envelope* envelope, uint32_t t)
     const float* p = envelope->pieceParams[i];
     if (envelope->pieceType[i] == 0)
     {
-        envelope->lastValue = p[0];
+        cache->lastValue = p[0];
     }
     if (envelope->pieceType[i] == 1)
     {
         float product = s * p[0];
-        envelope->lastValue = product + p[1];
+        cache->lastValue = product + p[1];
     }
     if (envelope->pieceType[i] == 2)
     {
         float d = s - p[1];
         float product = p[0] * d;
         product = product * d;
-        envelope->lastValue = product + p[2];
+        cache->lastValue = product + p[2];
     }
     if (envelope->pieceType[i] == 3)
     {
         float angle = s * p[1];
         angle = angle - p[2];
         float product = sinf(angle) * p[0];
-        envelope->lastValue = product + p[3];
+        cache->lastValue = product + p[3];
     }
     if (envelope->pieceType[i] == 4)
     {
-        envelope->lastValue = PlainSpline(p, s);
+        cache->lastValue = PlainSpline(p, s);
     }
     if (envelope->pieceType[i] == 5)
     {
@@ -191,7 +191,7 @@ inline float PlainEvaluateEnvelope(Envelope* envelope, uint32_t t)
         float angle = p[1] * s;
         angle = angle - p[2];
         float product = factor * sinf(angle);
-        envelope->lastValue = product + p[3];
+        cache->lastValue = product + p[3];
     }
-    return envelope->lastValue;
+    return cache->lastValue;
 }

@@ -3,14 +3,16 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
+#include <string>
 
 #include "engine/animation/make_envelope.h"
 #include "engine/data/fault.h"
+#include "support/fault_text.h"
 
 /// Adds an envelope to a table; the first gets id 1.
 static void AddEnvelope(ObjectTable* table, const Envelope& envelope)
 {
-    uint32_t id = AllocateObject(table);
+    const uint32_t id = AllocateObject(table);
     *GetRecord<Envelope>(id, table) = envelope;
 }
 
@@ -27,48 +29,69 @@ TEST(AnimatedValue, AConstantIsTheBitsOfItsSlot)
     EXPECT_EQ(ResolveValue(FloatSlot(-2.5f), false, nullptr, 0xFFFFFFFF), -2.5f);
 }
 
-TEST(AnimatedValue, ADynamicOneIsItsEnvelopeAtTheCallersTime)
+/// Envelopes with their state.
+class AnimatedValueTest : public testing::Test
 {
-    ObjectTable* envelopes = CreateObjectTable(sizeof(Envelope));
+  protected:
+    void SetUp() override
+    {
+        StartFaults(&faults);
+        faults.place = PlaceAt("demo.xmlz", Section::kTimeline, 1, 4);
+    }
+
+    void TearDown() override
+    {
+        FreeObjectTable(envelopes);
+        FreeFaults(&faults);
+    }
+
+    ObjectTable* envelopes = CreateObjectTable(sizeof(Envelope)); // owned
+    EnvelopeCache caches[3] = {kEmptyEnvelopeCache, kEmptyEnvelopeCache, kEmptyEnvelopeCache};
+    FaultList faults;
+    Animation animation = {envelopes, caches, &faults};
+};
+
+TEST_F(AnimatedValueTest, ADynamicOneIsItsEnvelopeAtTheCallersTime)
+{
     AddEnvelope(envelopes, MakeOnePiece(kFunctionConstant, {7.0f}));
     AddEnvelope(envelopes, MakeOnePiece(kFunctionLinear, {2.0f, 1.0f}));
     AddEnvelope(envelopes, MakeEnvelope());
 
-    EXPECT_EQ(ResolveValue(1, true, envelopes, 5), 7.0f);
-    EXPECT_EQ(ResolveValue(2, true, envelopes, 0), 1.0f);
-    EXPECT_EQ(ResolveValue(2, true, envelopes, 5), 11.0f);
-    EXPECT_EQ(ResolveValue(3, true, envelopes, 5), 1.0f); // no pieces
-    EXPECT_EQ(EvaluateEnvelopeId(2, envelopes, 100), 201.0f);
-    EXPECT_EQ(GetRecord<Envelope>(2, envelopes)->lastTime, 100u); // the record's own cache
-    FreeObjectTable(envelopes);
+    EXPECT_EQ(ResolveValue(1, true, &animation, 5), 7.0f);
+    EXPECT_EQ(ResolveValue(2, true, &animation, 0), 1.0f);
+    EXPECT_EQ(ResolveValue(2, true, &animation, 5), 11.0f);
+    EXPECT_EQ(ResolveValue(3, true, &animation, 5), 1.0f); // no pieces
+    EXPECT_EQ(EvaluateEnvelopeId(2, &animation, 100), 201.0f);
+    EXPECT_EQ(caches[0].lastTime, 5u); // each has its own state
+    EXPECT_EQ(caches[1].lastTime, 100u);
+    EXPECT_EQ(caches[1].lastValue, 201.0f);
+    EXPECT_EQ(caches[2].lastTime, kNothingCached);
+    EXPECT_FALSE(HasFailed(&faults));
 }
 
-TEST(AnimatedValueDeathTest, AnIdWithoutEnvelopeIsFatal)
+TEST_F(AnimatedValueTest, AnIdWithoutEnvelopeIsAFault)
 {
-    ObjectTable* envelopes = CreateObjectTable(sizeof(Envelope));
     AddEnvelope(envelopes, MakeEnvelope());
-
-    CurrentPlace = {"demo.xmlz", 10, 1, 4};
-    const char* place = "^quorvale: demo.xmlz, section 10 \\(timeline\\), row 1, clip 4: ";
     struct IdCase
     {
         uint32_t id;
         const char* fault;
     };
     const IdCase cases[] = {
-        {0, "envelope 0 does not exist\n$"},
-        {2, "envelope 2 does not exist\n$"},
-        {4097, "envelope 4097 does not exist\n$"},
-        {0xFFFFFFFF, "envelope -1 does not exist\n$"},
-        {0x80000000, "envelope -2147483648 does not exist\n$"},
+        {0, "envelope 0 does not exist\n"},
+        {2, "envelope 2 does not exist\n"},
+        {4097, "envelope 4097 does not exist\n"},
+        {0xFFFFFFFF, "envelope -1 does not exist\n"},
+        {0x80000000, "envelope -2147483648 does not exist\n"},
     };
+    std::string expected;
     for (const IdCase& c : cases)
     {
-        EXPECT_EXIT(ResolveValue(c.id, true, envelopes, 0), testing::ExitedWithCode(1),
-                    std::string(place) + c.fault);
+        EXPECT_EQ(ResolveValue(c.id, true, &animation, 0), 0.0f);
+        expected += "quorvale: demo.xmlz, section 10 (timeline), row 1, clip 4: ";
+        expected += c.fault;
     }
-    CurrentPlace = {nullptr, kNoSection, 0, 0};
-    FreeObjectTable(envelopes);
+    EXPECT_EQ(FaultText(faults), expected);
 }
 
 TEST(AnimatedValue, MaskBitsRunFromTheTopOfEachByte)
@@ -90,7 +113,7 @@ TEST(AnimatedValue, MaskBitsRunFromTheTopOfEachByte)
 
     for (uint32_t n = 0; n < 24; ++n)
     {
-        bool expected = n == 0 || n == 3 || n == 7 || n == 8 || n == 9 || n == 23;
+        const bool expected = n == 0 || n == 3 || n == 7 || n == 8 || n == 9 || n == 23;
         EXPECT_EQ(MaskBit(mask, n), expected) << n;
     }
 }

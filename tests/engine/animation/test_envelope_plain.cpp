@@ -33,8 +33,8 @@ static float PickWeird(Random* random)
         0.5f,
         1.0f,
         -1.0f,
-        -999998.0f, // knot 1 meets the sentinel in front of it
-        8000001.0f, // knot 14 just before the sentinel behind it
+        -999998.0f, // knot 1 meets the sentinel before it
+        8000001.0f, // knot 14 just before the sentinel after it
         9000000.0f, // knot 14 on it
         9999999.0f,
         16777216.0f,
@@ -105,7 +105,6 @@ static void FillEnvelope(Random* random, Envelope* envelope)
 {
     *envelope = Envelope{};
     envelope->valueType = static_cast<uint8_t>(Pick(random, 256)); // nothing may look at it
-    envelope->lastTime = kNothingCached;
     envelope->pieceCount = static_cast<uint8_t>(Pick(random, 17));
     bool splinesOnly = Pick(random, 2) == 0;
     for (uint32_t i = 0; i < envelope->pieceCount; ++i)
@@ -150,6 +149,7 @@ static void FillEnvelope(Random* random, Envelope* envelope)
     default:
         break;
     }
+    PrepareSplines(envelope);
 }
 
 /// Any time, most of them where something happens: at the ends of pieces and loops.
@@ -190,21 +190,21 @@ TEST(EnvelopePlain, RandomEnvelopesAreBitForBitThoseOfThePlainForm)
 {
     Random random(20240607);
     Envelope envelope;
-    Envelope plain;
     uint32_t numbers = 0;
     for (uint32_t run = 0; run < 20000; ++run)
     {
         FillEnvelope(&random, &envelope);
-        plain = envelope;
+        EnvelopeCache cache = kEmptyEnvelopeCache;
+        EnvelopeCache plainCache = kEmptyEnvelopeCache;
         for (uint32_t i = 0; i < 30; ++i)
         {
             uint32_t time = PickTime(&random, &envelope);
-            float expected = PlainEvaluateEnvelope(&plain, time);
-            float value = EvaluateEnvelope(&envelope, time);
+            float expected = PlainEvaluateEnvelope(&envelope, &plainCache, time);
+            float value = EvaluateEnvelope(&envelope, &cache, time);
             ASSERT_TRUE(IsSame(value, expected))
                 << "run " << run << " at " << time << ": " << value << " for " << expected;
-            ASSERT_EQ(envelope.lastTime, plain.lastTime);
-            ASSERT_TRUE(IsSame(envelope.lastValue, plain.lastValue));
+            ASSERT_EQ(cache.lastTime, plainCache.lastTime);
+            ASSERT_TRUE(IsSame(cache.lastValue, plainCache.lastValue));
             numbers += std::isnan(value) ? 0 : 1;
         }
     }
@@ -218,16 +218,17 @@ TEST(EnvelopePlain, EveryTickOfRandomSplinesIsBitForBitThatOfThePlainForm)
     {
         Envelope envelope = {};
         envelope.valueType = static_cast<uint8_t>(run);
-        envelope.lastTime = kNothingCached;
         envelope.pieceCount = 1;
         envelope.pieceType[0] = kFunctionSpline;
         envelope.pieceLength[0] = 0xFFFFFFFF;
         FillSpline(&random, envelope.pieceParams[0]);
-        Envelope plain = envelope;
+        PrepareSplines(&envelope);
+        EnvelopeCache cache = kEmptyEnvelopeCache;
+        EnvelopeCache plainCache = kEmptyEnvelopeCache;
         for (uint32_t time = 0; time < 1000; ++time)
         {
-            float expected = PlainEvaluateEnvelope(&plain, time);
-            float value = EvaluateEnvelope(&envelope, time);
+            float expected = PlainEvaluateEnvelope(&envelope, &plainCache, time);
+            float value = EvaluateEnvelope(&envelope, &cache, time);
             ASSERT_TRUE(IsSame(value, expected))
                 << "run " << run << " at " << time << ": " << value << " for " << expected;
         }

@@ -38,11 +38,11 @@ TEST(Allocate, TellsWhatTheMemoryWasFor)
 {
     FaultList faults = {};
     faults.place = PlaceAt("demo.xmlz", Section::kModels, 2);
-    FailAllocation(1, false);
+    FailAllocation(1);
     const void* block = AllocateBlock<uint32_t>(3, "an index list", &faults);
-    FailAllocation(1, false);
+    FailAllocation(1);
     const void* zeroed = AllocateZeroed<uint32_t>(3, "an index list", &faults);
-    StopFailing();
+    AllowAllocations();
     EXPECT_EQ(block, nullptr);
     EXPECT_EQ(zeroed, nullptr);
     const std::string line = "quorvale: demo.xmlz, section 2 (models), item 2: "

@@ -63,10 +63,10 @@ TEST(Arena, ARoundLikeTheOneBeforeTakesNothingFromTheHeap)
         ResetArena(&arena, {});
         if (round == 0)
         {
-            blocks = CountLiveBlocks();
+            blocks = LiveBlocks();
         }
     }
-    EXPECT_EQ(CountLiveBlocks(), blocks);
+    EXPECT_EQ(LiveBlocks(), blocks);
     FreeArena(&arena);
 }
 
@@ -96,7 +96,7 @@ TEST(Arena, RefusesMoreThanThereIs)
 
 TEST(Arena, GivesNullWithoutMemory)
 {
-    FailEachAllocation(
+    RunOutOfMemory(
         []
         {
             Arena arena = {};

@@ -86,7 +86,7 @@ static bool TryDocument(PackageFile* package, FaultList* faults)
 TEST(DataMemory, APieceIsReadOrThereIsAFault)
 {
     const std::string bytes = MakePiece();
-    FailEachAllocation(
+    RunOutOfMemory(
         [&bytes]
         {
             FaultList faults = {};
@@ -109,7 +109,7 @@ TEST(DataMemory, APackageFileIsOpenedOrThereIsAFault)
     TemporaryFolder folder;
     folder.Write("p.dpk", MakePiece());
     const std::string path = folder.path + "/p.dpk";
-    FailEachAllocation(
+    RunOutOfMemory(
         [&path]
         {
             FaultList faults = {};
@@ -127,7 +127,7 @@ TEST(DataMemory, APackageFileIsOpenedOrThereIsAFault)
 
 TEST(DataMemory, AFaultThatFindsNoRoomStillCounts)
 {
-    FailEachAllocation(
+    RunOutOfMemory(
         []
         {
             FaultList faults = {};
@@ -185,7 +185,7 @@ TEST(DataMemory, ToolsWriteAllOrAddAFault)
     PackageFile package;
     ASSERT_TRUE(OpenPackageMemory(reinterpret_cast<const unsigned char*>(bytes.data()),
                                   bytes.size(), &package, &faults));
-    FailEachAllocation(
+    RunOutOfMemory(
         [&]
         {
             FaultList ownFaults = {};

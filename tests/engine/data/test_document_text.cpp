@@ -267,7 +267,7 @@ TEST(DocumentText, NothingLeaksWhenMemoryRunsOut)
     };
     for (const std::string& text : texts)
     {
-        FailEachAllocation(
+        RunOutOfMemory(
             [&text]
             {
                 FaultList faults = {};
@@ -290,11 +290,11 @@ TEST(DocumentText, AFaultTellsThatThereIsNoMemory)
     const std::string text = "<a><b/></a>";
     FaultList faults = {};
     TiXmlDocument document;
-    FailAllocation(3, true);
+    FailAllocationsFrom(3);
     const bool isParsed =
         LoadFromString(&document, reinterpret_cast<const unsigned char*>(text.data()),
                        static_cast<long>(text.size()), TIXML_ENCODING_UNKNOWN, &faults);
-    StopFailing();
+    AllowAllocations();
     EXPECT_FALSE(isParsed);
     EXPECT_EQ(FaultText(faults), "quorvale: no memory for the tree of a text\n");
     FreeFaults(&faults);

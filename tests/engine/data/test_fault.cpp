@@ -6,6 +6,7 @@
 #include <tinyxml.h>
 #include <unistd.h>
 
+#include "engine/data/vocabulary.h"
 #include "support/fault_text.h"
 
 class FaultTest : public testing::Test
@@ -73,8 +74,8 @@ TEST_F(FaultTest, EachSectionHasItsWords)
                   std::string("quorvale: demo.xmlz, ") + words[number] + ": x\n");
     }
     EXPECT_EQ(static_cast<int32_t>(Section::kMusic), 11);
-    EXPECT_EQ(GetSectionWords(static_cast<Section>(12)), nullptr);
-    EXPECT_EQ(GetSectionWords(Section::kNone), nullptr);
+    EXPECT_EQ(FindVocabularySection(static_cast<Section>(12)), nullptr);
+    EXPECT_EQ(FindVocabularySection(Section::kNone), nullptr);
 }
 
 TEST_F(FaultTest, AnErrorOutsideDocumentsNamesNoPlace)

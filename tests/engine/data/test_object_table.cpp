@@ -149,16 +149,16 @@ TEST(ObjectTable, ATableThatIsConstLendsConstRecords)
 
 TEST(ObjectTable, WithoutMemoryThereIsNoRecordAndNothingChanges)
 {
-    FailAllocation(1, false);
+    FailAllocation(1);
     EXPECT_EQ(CreateObjectTable(8), nullptr);
-    StopFailing();
+    AllowAllocations();
     FreeObjectTable(nullptr);
 
     ObjectTable* table = CreateObjectTable(8);
     AllocateObject(table);
-    FailAllocation(1, false);
+    FailAllocation(1);
     const uint32_t id = AllocateObject(table);
-    StopFailing();
+    AllowAllocations();
     EXPECT_EQ(id, 0u);
     EXPECT_EQ(table->count, 1u);
     CheckUneditedTable(table);

@@ -1,50 +1,65 @@
 #include "engine/geometry/deformed_mesh.h"
 
-#include <cstdlib>
 #include <gtest/gtest.h>
+#include <vector>
 
-#include "support/recorded_gl.h"
+#include "engine/data/arena.h"
+#include "engine/data/fault.h"
+#include "support/failing_memory.h"
+#include "support/fault_text.h"
 
-/// Deformed arrays of two vertices, as a manipulator leaves them behind.
-static void Deform(uint32_t vertexBuffer, uint32_t normalBuffer)
+struct DeformedMeshTest : testing::Test
 {
-    CurrentDeformedMesh.vertices = static_cast<float*>(malloc(6 * sizeof(float)));
-    CurrentDeformedMesh.normals = static_cast<float*>(malloc(6 * sizeof(float)));
-    CurrentDeformedMesh.vertexBuffer = vertexBuffer;
-    CurrentDeformedMesh.normalBuffer = normalBuffer;
+    DeformedMeshTest()
+    {
+        StartFaults(&faults);
+        mesh.vertexCount = 2;
+        mesh.vertices = vertices;
+    }
+    ~DeformedMeshTest() override
+    {
+        FreeArena(&arena);
+        FreeFaults(&faults);
+    }
+
+    Arena arena = {};
+    FaultList faults;
+    float vertices[6] = {1, 2, 3, 4, 5, 6};
+    Mesh mesh = {};
+    DeformedMesh deformed = {};
+};
+
+TEST_F(DeformedMeshTest, StartsWithACopyOfTheVertices)
+{
+    ASSERT_TRUE(StartDeformedMesh(&mesh, &deformed, &arena, &faults));
+    EXPECT_NE(deformed.vertices, mesh.vertices);
+    EXPECT_NE(deformed.normals, nullptr);
+    EXPECT_EQ(std::vector<float>(deformed.vertices, deformed.vertices + 6),
+              (std::vector<float>{1, 2, 3, 4, 5, 6}));
 }
 
-static void ExpectClear()
+TEST_F(DeformedMeshTest, AMeshWithoutVerticesHasArraysToo)
 {
-    EXPECT_EQ(CurrentDeformedMesh.vertices, nullptr);
-    EXPECT_EQ(CurrentDeformedMesh.normals, nullptr);
-    EXPECT_EQ(CurrentDeformedMesh.vertexBuffer, 0u);
-    EXPECT_EQ(CurrentDeformedMesh.normalBuffer, 0u);
+    Mesh empty = {};
+    ASSERT_TRUE(StartDeformedMesh(&empty, &deformed, &arena, &faults));
+    EXPECT_NE(deformed.vertices, nullptr);
+    EXPECT_NE(deformed.normals, nullptr);
 }
 
-TEST(DeformedMesh, NoArraysReleaseNothing)
+TEST_F(DeformedMeshTest, WithoutMemoryIsAFaultAndStaysEmpty)
 {
-    ResetGl();
-    ReleaseDeformedMesh(true);
-    EXPECT_EQ(TakeGlCalls(), "");
-    ExpectClear();
-}
-
-TEST(DeformedMesh, ItsBuffersAreDeletedWhereBuffersAreInUse)
-{
-    ResetGl();
-    Deform(11, 12);
-    ReleaseDeformedMesh(true);
-    EXPECT_EQ(TakeGlCalls(), "DeleteBuffersARB 1 11\n"
-                             "DeleteBuffersARB 1 12\n");
-    ExpectClear();
-}
-
-TEST(DeformedMesh, WithoutBuffersOnlyTheArraysGo)
-{
-    ResetGl();
-    Deform(0, 0);
-    ReleaseDeformedMesh(false);
-    EXPECT_EQ(TakeGlCalls(), "");
-    ExpectClear();
+    mesh.vertexCount = 1u << 18; // more than a block of the arena
+    std::vector<float> many(size_t{3} << 18);
+    mesh.vertices = many.data();
+    for (uint64_t k = 1; k <= 2; ++k)
+    {
+        FreeArena(&arena);
+        FailAllocation(k);
+        const bool started = StartDeformedMesh(&mesh, &deformed, &arena, &faults);
+        AllowAllocations();
+        EXPECT_FALSE(started);
+        EXPECT_EQ(deformed.vertices, nullptr);
+        EXPECT_EQ(FaultText(faults), "quorvale: there is no memory to bend 262144 vertices\n");
+        StartFaults(&faults);
+    }
 }

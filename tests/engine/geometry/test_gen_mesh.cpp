@@ -1,44 +1,88 @@
 #include "engine/geometry/gen_mesh.h"
 
-#include <cstdlib>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
 #include "engine/animation/make_envelope.h"
+#include "engine/data/arena.h"
 #include "engine/data/cos_table.h"
 #include "engine/data/fault.h"
-#include "engine/data/numeric.h"
+#include "engine/data/random_sequence.h"
 #include "engine/geometry/plain_geometry.h"
 #include "engine/geometry/water.h"
+#include "support/failing_memory.h"
+#include "support/fault_text.h"
+#include "support/moving_values.h"
 
-/// A table whose only record is read from an item's text.
+/// A mesh read from an item's text: record 1 of a table, and its state.
 struct ReadMesh
 {
-    explicit ReadMesh(const std::string& text)
+    /// @param lines   receives the faults' lines; null where there must be none
+    explicit ReadMesh(const std::string& text, std::string* lines = nullptr)
     {
         BuildCosTable();
         document.Parse(text.c_str());
-        CurrentPlace = {"demo.xmlz", 8, 1, 0};
-        table = CreateObjectTable(sizeof(GenMesh));
+        context.faults = &values.faults;
+        values.faults.place = PlaceAt("demo.xmlz", Section::kGenMeshes, 1);
         genMesh = GetRecord<GenMesh>(AllocateObject(table), table);
-        memset(static_cast<void*>(genMesh), 0xEE, sizeof(GenMesh)); // as a new record may be
-        ReadGenMeshItem(document.FirstChildElement(), genMesh, 0, &context);
+        memset(static_cast<void*>(genMesh), 0, sizeof(GenMesh)); // as a reader hands it over
+        SeedRandom(&random, 1);
+        const bool read = ReadGenMeshItem(document.FirstChildElement(), genMesh, 0, &context);
+        EXPECT_EQ(read, lines == nullptr);
+        if (lines != nullptr)
+        {
+            *lines = FaultText(values.faults);
+            return;
+        }
+        EXPECT_TRUE(StartGenMeshState(genMesh->type, &genMesh->mesh, &state, &values.faults));
     }
     ~ReadMesh()
     {
-        FreeGenMesh(genMesh->type, genMesh->state, &genMesh->mesh);
-        free(genMesh->state);
+        FreeGenMeshState(&state);
+        FreeGenMeshRecord(genMesh);
         FreeObjectTable(table);
-        CurrentPlace = {nullptr, kNoSection, 0, 0};
+        FreeArena(&arena);
     }
     ReadMesh(const ReadMesh&) = delete;
     ReadMesh& operator=(const ReadMesh&) = delete;
 
+    bool Update(uint32_t id, uint32_t time)
+    {
+        const GenMeshSources sources = {table, &state, &values.animation, &random, &arena};
+        return UpdateGenMesh(id, &sources, time);
+    }
+
     TiXmlDocument document;
-    LoadContext context = {};
-    ObjectTable* table;
+    ReadContext context = {};
+    MovingValues values;
+    ObjectTable* table = CreateObjectTable(sizeof(GenMesh));
     GenMesh* genMesh;
+    GenMeshState state = {};
+    RandomSequence random;
+    Arena arena = {};
+};
+
+/// A mesh made without a document.
+struct BuiltMesh
+{
+    explicit BuiltMesh(uint32_t meshType) : type(meshType)
+    {
+        StartFaults(&faults);
+        EXPECT_TRUE(BuildGenMesh(type, &mesh, &faults));
+    }
+    ~BuiltMesh()
+    {
+        FreeGenMesh(type, &mesh);
+        FreeFaults(&faults);
+    }
+    BuiltMesh(const BuiltMesh&) = delete;
+    BuiltMesh& operator=(const BuiltMesh&) = delete;
+
+    uint32_t type;
+    Mesh mesh = {};
+    FaultList faults;
 };
 
 static std::vector<uint32_t> Triple(const Mesh& mesh, uint32_t first)
@@ -57,9 +101,8 @@ TEST(GenMesh, IsAFlatGridOf900VerticesAnd5046Indices)
 {
     for (uint32_t type : {0u, 1u})
     {
-        void* state = nullptr;
-        Mesh mesh = {};
-        BuildGenMesh(type, &state, &mesh);
+        BuiltMesh built(type);
+        Mesh& mesh = built.mesh;
         EXPECT_EQ(mesh.vertexCount, 900u);
         EXPECT_EQ(mesh.indexCount, 5046u);
         EXPECT_EQ(mesh.texCoordSets, 2);
@@ -67,10 +110,8 @@ TEST(GenMesh, IsAFlatGridOf900VerticesAnd5046Indices)
         EXPECT_EQ(Vertex(mesh, 29), (std::vector<float>{0, 0, 29}));
         EXPECT_EQ(Vertex(mesh, 870), (std::vector<float>{29, 0, 0}));
         EXPECT_EQ(Vertex(mesh, 899), (std::vector<float>{29, 0, 29}));
-        EXPECT_NE(state, nullptr);
 
-        FreeGenMesh(type, &state, &mesh);
-        EXPECT_EQ(state, nullptr);
+        FreeGenMesh(type, &mesh);
         EXPECT_EQ(mesh.vertices, nullptr);
         EXPECT_EQ(mesh.vertexCount, 0u);
     }
@@ -78,9 +119,8 @@ TEST(GenMesh, IsAFlatGridOf900VerticesAnd5046Indices)
 
 TEST(GenMesh, Vertex31IsAt1And1WithAThirtiethOfTheTexture)
 {
-    void* state = nullptr;
-    Mesh mesh = {};
-    BuildGenMesh(kLakeWater, &state, &mesh);
+    BuiltMesh built(kLakeWater);
+    const Mesh& mesh = built.mesh;
     EXPECT_EQ(Vertex(mesh, 31), (std::vector<float>{1, 0, 1}));
     EXPECT_EQ(mesh.texCoords1[62], 1.0f / 30.0f);
     EXPECT_EQ(mesh.texCoords1[63], 1.0f / 30.0f);
@@ -92,14 +132,12 @@ TEST(GenMesh, Vertex31IsAt1And1WithAThirtiethOfTheTexture)
     {
         ASSERT_EQ(mesh.texCoords1[i], mesh.texCoords2[i]);
     }
-    FreeGenMesh(kLakeWater, &state, &mesh);
 }
 
 TEST(GenMesh, EveryVertexCoordinateAndIndexFollowsTheGrid)
 {
-    void* state = nullptr;
-    Mesh mesh = {};
-    BuildGenMesh(kCenterwaveWater, &state, &mesh);
+    BuiltMesh built(kCenterwaveWater);
+    const Mesh& mesh = built.mesh;
     uint32_t first = 0;
     uint32_t second = 2523;
     for (uint32_t i = 0; i < 30; ++i)
@@ -128,14 +166,12 @@ TEST(GenMesh, EveryVertexCoordinateAndIndexFollowsTheGrid)
     }
     EXPECT_EQ(first, 2523u);
     EXPECT_EQ(second, 5046u);
-    FreeGenMesh(kCenterwaveWater, &state, &mesh);
 }
 
 TEST(GenMesh, TrianglesComeInTwoRunsOfAllFirstAndAllSecondHalves)
 {
-    void* state = nullptr;
-    Mesh mesh = {};
-    BuildGenMesh(kLakeWater, &state, &mesh);
+    BuiltMesh built(kLakeWater);
+    const Mesh& mesh = built.mesh;
     EXPECT_EQ(Triple(mesh, 0), (std::vector<uint32_t>{0, 1, 31}));
     EXPECT_EQ(Triple(mesh, 3), (std::vector<uint32_t>{1, 2, 32}));
     EXPECT_EQ(Triple(mesh, 28 * 3), (std::vector<uint32_t>{28, 29, 59}));
@@ -147,35 +183,34 @@ TEST(GenMesh, TrianglesComeInTwoRunsOfAllFirstAndAllSecondHalves)
     {
         ASSERT_LT(mesh.indices[i], 900u);
     }
-    FreeGenMesh(kLakeWater, &state, &mesh);
 }
 
-TEST(GenMesh, ALakeBeginsWithThreeFlatGridsAtStepZero)
+TEST(GenMesh, ATypeWithoutAGeneratorLeavesTheMeshAsItIs)
 {
-    void* state = nullptr;
-    Mesh mesh = {};
-    BuildGenMesh(kLakeWater, &state, &mesh);
-    const LakeWaterState* lake = static_cast<LakeWaterState*>(state);
-    const std::vector<int32_t> flat(900, 0);
-    EXPECT_EQ(std::vector<int32_t>(lake->older, lake->older + 900), flat);
-    EXPECT_EQ(std::vector<int32_t>(lake->current, lake->current + 900), flat);
-    EXPECT_EQ(std::vector<int32_t>(lake->next, lake->next + 900), flat);
-    EXPECT_EQ(lake->lastStep, 0);
-    FreeGenMesh(kLakeWater, &state, &mesh);
-}
-
-TEST(GenMesh, ATypeWithoutAGeneratorLeavesCellAndMeshAsTheyAre)
-{
-    int marker = 0;
-    void* state = &marker;
+    FaultList faults;
+    StartFaults(&faults);
     Mesh mesh = {};
     mesh.vertexCount = 77;
-    BuildGenMesh(2, &state, &mesh);
-    EXPECT_EQ(state, &marker);
+    EXPECT_TRUE(BuildGenMesh(2, &mesh, &faults));
     EXPECT_EQ(mesh.vertexCount, 77u);
-    FreeGenMesh(2, &state, &mesh);
-    EXPECT_EQ(state, &marker);
+    FreeGenMesh(2, &mesh);
     EXPECT_EQ(mesh.vertexCount, 77u);
+}
+
+TEST(GenMesh, WithoutMemoryIsAFaultWhicheverAllocationFails)
+{
+    for (uint64_t k = 1; k <= 5; ++k)
+    {
+        FaultList faults;
+        StartFaults(&faults);
+        Mesh mesh = {};
+        FailAllocation(k);
+        const bool built = BuildGenMesh(kLakeWater, &mesh, &faults);
+        EXPECT_EQ(AllowAllocations(), k); // nothing is allocated after the fault
+        EXPECT_FALSE(built);
+        EXPECT_EQ(faults.count, 1u);
+        FreeGenMesh(kLakeWater, &mesh);
+    }
 }
 
 // ---- Reading
@@ -184,33 +219,31 @@ TEST(GenMesh, Type1WithASinglePOfZeroIsAGridWithoutADrivingEnvelope)
 {
     ReadMesh read("<m type=\"1\"><p>0</p></m>");
     EXPECT_EQ(read.genMesh->type, 1u);
-    EXPECT_EQ(read.genMesh->params[0], 0);
+    EXPECT_EQ(read.genMesh->params[0], 0u);
     EXPECT_EQ(read.genMesh->mesh.vertexCount, 900u);
-    EXPECT_EQ(static_cast<CenterwaveState*>(*read.genMesh->state)->lastTime, -1.0f);
+    EXPECT_EQ(read.state.wave.lastTime, -1.0f);
 
-    ObjectTable* envelopes = CreateObjectTable(sizeof(Envelope));
-    UpdateGenMesh(1, read.table, envelopes, 1000);
-    EXPECT_EQ(static_cast<CenterwaveState*>(*read.genMesh->state)->lastTime, 0.0f);
-    FreeObjectTable(envelopes);
+    EXPECT_TRUE(read.Update(1, 1000));
+    EXPECT_EQ(read.state.wave.lastTime, 0.0f);
 }
 
 TEST(GenMesh, ParametersEndAtTheFirstChildOfAnotherName)
 {
     ReadMesh read("<m type=\"0\"><p>7</p><p>-3 and more</p><p>x</p><q>5</q><p>9</p></m>");
     EXPECT_EQ(read.genMesh->type, 0u);
-    EXPECT_EQ(read.genMesh->params[0], 7);
-    EXPECT_EQ(read.genMesh->params[1], -3);
+    EXPECT_EQ(read.genMesh->params[0], 7u);
+    EXPECT_EQ(read.genMesh->params[1], static_cast<uint32_t>(-3));
     for (uint32_t i = 2; i < kGenMeshParams; ++i)
     {
-        EXPECT_EQ(read.genMesh->params[i], 0);
+        EXPECT_EQ(read.genMesh->params[i], 0u);
     }
-    EXPECT_EQ(CurrentPlace.part, 0u);
+    EXPECT_EQ(read.values.faults.place.part, 0u);
 }
 
 TEST(GenMesh, AFirstChildOfAnotherNameMeansNoParameters)
 {
     ReadMesh read("<m type=\"0\"><q/></m>");
-    EXPECT_EQ(read.genMesh->params[0], 0);
+    EXPECT_EQ(read.genMesh->params[0], 0u);
 }
 
 TEST(GenMesh, TakesAllOf32Parameters)
@@ -221,7 +254,7 @@ TEST(GenMesh, TakesAllOf32Parameters)
         text += "<p>" + std::to_string(i) + "</p>";
     }
     ReadMesh read(text + "</m>");
-    EXPECT_EQ(read.genMesh->params[31], 32);
+    EXPECT_EQ(read.genMesh->params[31], 32u);
 }
 
 TEST(GenMesh, AnUnknownTypeIsAMeshOfNoVerticesThatNothingMoves)
@@ -229,28 +262,32 @@ TEST(GenMesh, AnUnknownTypeIsAMeshOfNoVerticesThatNothingMoves)
     ReadMesh read("<m type=\"2\"><p>0</p></m>");
     EXPECT_EQ(read.genMesh->mesh.vertexCount, 0u);
     EXPECT_EQ(read.genMesh->mesh.indexCount, 0u);
-    EXPECT_EQ(*read.genMesh->state, nullptr);
-    ObjectTable* envelopes = CreateObjectTable(sizeof(Envelope));
-    UpdateGenMesh(1, read.table, envelopes, 1000);
-    FreeObjectTable(envelopes);
+    EXPECT_EQ(read.state.block, nullptr);
+    EXPECT_TRUE(read.Update(1, 1000));
 }
 
-TEST(GenMeshDeathTest, WhatADocumentLacksIsFatalWithItsPlace)
+/// @return what is wrong with an item's text, after the name of the section
+static std::string FaultOf(const std::string& text)
 {
-    EXPECT_EXIT(ReadMesh("<m type=\"0\"/>"), testing::ExitedWithCode(1),
-                "demo.xmlz, section 8 \\(generated meshes\\), item 1: a parameter is missing");
-    EXPECT_EXIT(ReadMesh("<m><p>0</p></m>"), testing::ExitedWithCode(1),
-                "item 1: attribute \"type\" of <m> is missing");
-    EXPECT_EXIT(ReadMesh("<m type=\"0\"><p>1</p><p/></m>"), testing::ExitedWithCode(1),
-                "item 1, parameter 2: <p> has no text");
+    std::string lines;
+    ReadMesh read(text, &lines);
+    const std::string place = "quorvale: demo.xmlz, section 8 (generated meshes), ";
+    EXPECT_EQ(lines.substr(0, place.size()), place);
+    return lines.substr(place.size());
+}
+
+TEST(GenMesh, SomethingThatADocumentLacksIsAFaultAtItsPlace)
+{
+    EXPECT_EQ(FaultOf("<m type=\"0\"/>"), "item 1: a parameter is missing\n");
+    EXPECT_EQ(FaultOf("<m><p>0</p></m>"), "item 1: attribute \"type\" of <m> is missing\n");
+    EXPECT_EQ(FaultOf("<m type=\"0\"><p>1</p><p/></m>"), "item 1, parameter 2: <p> has no text\n");
 
     std::string text = "<m type=\"0\">";
     for (int i = 0; i < 33; ++i)
     {
         text += "<p>1</p>";
     }
-    EXPECT_EXIT(ReadMesh(text + "</m>"), testing::ExitedWithCode(1),
-                "item 1, parameter 33: more than 32 parameters");
+    EXPECT_EQ(FaultOf(text + "</m>"), "item 1, parameter 33: more than 32 parameters\n");
 }
 
 // ---- Updating
@@ -258,57 +295,67 @@ TEST(GenMeshDeathTest, WhatADocumentLacksIsFatalWithItsPlace)
 TEST(GenMesh, AnUpdateOfAnIdWithoutARecordDoesNothing)
 {
     ReadMesh read("<m type=\"1\"><p>0</p></m>");
-    ObjectTable* envelopes = CreateObjectTable(sizeof(Envelope));
     for (uint32_t id : {0u, 2u, 4096u, 4097u, 0xFFFFFFFFu})
     {
-        UpdateGenMesh(id, read.table, envelopes, 0);
+        EXPECT_TRUE(read.Update(id, 0));
     }
-    EXPECT_EQ(static_cast<CenterwaveState*>(*read.genMesh->state)->lastTime, -1.0f);
-    FreeObjectTable(envelopes);
+    EXPECT_EQ(read.state.wave.lastTime, -1.0f);
 }
 
-TEST(GenMesh, IsDrivenByItsFirstParametersEnvelopeAtTheObjectTime)
+TEST(GenMesh, IsDrivenByItsFirstParametersEnvelope)
 {
     ReadMesh read("<m type=\"1\"><p>2</p><p>1</p></m>");
-    ObjectTable* envelopes = CreateObjectTable(sizeof(Envelope));
-    *GetRecord<Envelope>(AllocateObject(envelopes), envelopes) =
-        MakeOnePiece(kFunctionConstant, {50.0f});
-    *GetRecord<Envelope>(AllocateObject(envelopes), envelopes) =
-        MakeOnePiece(kFunctionLinear, {0.01f, 0.0f});
+    read.values.Add(MakeOnePiece(kFunctionConstant, {50.0f}));
+    read.values.Add(MakeOnePiece(kFunctionLinear, {0.01f, 0.0f}));
 
-    FaultPlace before = CurrentPlace;
-    UpdateGenMesh(1, read.table, envelopes, 320);
-    EXPECT_EQ(static_cast<CenterwaveState*>(*read.genMesh->state)->lastTime, 320.0f * 0.01f);
-    std::vector<float> heights = PlainCenterwaveHeights(320.0f * 0.01f);
+    const Place place = PlaceAt("demo.xmlz", Section::kScenes, 3, 2);
+    read.values.faults.place = place;
+    EXPECT_TRUE(read.Update(1, 320));
+    EXPECT_EQ(read.state.wave.lastTime, 320.0f * 0.01f);
+    const Mesh moved = MovedMesh(read.genMesh, &read.state);
+    const std::vector<float> heights = PlainCenterwaveHeights(320.0f * 0.01f);
     for (uint32_t e = 0; e < 900; ++e)
     {
-        ASSERT_EQ(read.genMesh->mesh.vertices[3 * e + 1], heights[e]);
+        ASSERT_EQ(moved.vertices[3 * e + 1], heights[e]);
+        ASSERT_EQ(read.genMesh->mesh.vertices[3 * e + 1], 0.0f); // the record stays at rest
     }
-    EXPECT_EQ(CurrentPlace.section, before.section);
-    EXPECT_EQ(CurrentPlace.item, before.item);
-    EXPECT_EQ(CurrentPlace.part, before.part);
-    FreeObjectTable(envelopes);
+    EXPECT_EQ(memcmp(&read.values.faults.place, &place, sizeof(place)), 0);
+}
+
+TEST(GenMesh, AMovedMeshTakesVerticesAndNormalsFromItsState)
+{
+    ReadMesh read("<m type=\"0\"><p>0</p></m>");
+    const Mesh& rest = read.genMesh->mesh;
+    const Mesh moved = MovedMesh(read.genMesh, &read.state);
+    EXPECT_EQ(moved.vertices, read.state.vertices);
+    EXPECT_EQ(moved.normals, read.state.normals);
+    EXPECT_EQ(moved.vertexCount, 900u);
+    EXPECT_EQ(moved.indexCount, 5046u);
+    EXPECT_EQ(moved.texCoords1, rest.texCoords1);
+    EXPECT_EQ(moved.texCoords2, rest.texCoords2);
+    EXPECT_EQ(moved.texCoordSets, 2);
+    EXPECT_EQ(moved.indices, rest.indices);
 }
 
 TEST(GenMesh, TheTimePassesThroughAFloatOnItsWay)
 {
     ReadMesh read("<m type=\"1\"><p>1</p></m>");
-    ObjectTable* envelopes = CreateObjectTable(sizeof(Envelope));
-    Envelope* envelope = GetRecord<Envelope>(AllocateObject(envelopes), envelopes);
-    *envelope = MakeOnePiece(kFunctionConstant, {1.0f});
-    UpdateGenMesh(1, read.table, envelopes, 16777217);
-    EXPECT_EQ(envelope->lastTime, 16777216u);
-    UpdateGenMesh(1, read.table, envelopes, 0x80000001u);
-    EXPECT_EQ(envelope->lastTime, 0x80000000u);
-    FreeObjectTable(envelopes);
+    read.values.Add(MakeOnePiece(kFunctionConstant, {1.0f}));
+    EXPECT_TRUE(read.Update(1, 16777217));
+    EXPECT_EQ(read.values.caches[0].lastTime, 16777216u);
+    EXPECT_TRUE(read.Update(1, 0x80000001u));
+    EXPECT_EQ(read.values.caches[0].lastTime, 0x80000000u);
 }
 
-TEST(GenMeshDeathTest, ADrivingEnvelopeThatDoesNotExistIsFatalWithTheMeshesPlace)
+TEST(GenMesh, AMissingDrivingEnvelopeIsAFaultOfTheMesh)
 {
     ReadMesh read("<m type=\"1\"><p>5</p></m>");
-    ObjectTable* envelopes = CreateObjectTable(sizeof(Envelope));
-    CurrentPlace = {"demo.xmlz", 9, 3, 2};
-    EXPECT_EXIT(UpdateGenMesh(1, read.table, envelopes, 0), testing::ExitedWithCode(1),
-                "demo.xmlz, section 8 \\(generated meshes\\), item 1, parameter 1: envelope 5");
-    FreeObjectTable(envelopes);
+    const Place place = PlaceAt("demo.xmlz", Section::kScenes, 3, 2);
+    read.values.faults.place = place;
+    EXPECT_FALSE(read.Update(1, 0));
+    EXPECT_EQ(FaultText(read.values.faults),
+              "quorvale: demo.xmlz, section 8 (generated meshes), item 1, parameter 1: envelope 5 "
+              "does not exist\n");
+    EXPECT_EQ(memcmp(&read.values.faults.place, &place, sizeof(place)), 0);
+    EXPECT_EQ(read.state.wave.lastTime, -1.0f); // and nothing has moved
 }

@@ -1,50 +1,57 @@
 #include "engine/geometry/instance_list.h"
 
-#include <cstdlib>
 #include <gtest/gtest.h>
 
+#include "engine/data/arena.h"
 #include "engine/data/fault.h"
+#include "support/failing_memory.h"
+#include "support/fault_text.h"
 
-// Every malloc of this program goes through here, so that a test can run out of memory.
-extern "C" void* __real_malloc(size_t size);
-extern "C" void* __wrap_malloc(size_t size);
-static size_t largestGranted = SIZE_MAX;
-
-void* __wrap_malloc(size_t size)
+/// An arena and a list of faults that are given back.
+struct InstanceListTest : testing::Test
 {
-    return size > largestGranted ? nullptr : __real_malloc(size);
-}
+    InstanceListTest()
+    {
+        StartFaults(&faults);
+        faults.place = PlaceAt("demo.xmlz", Section::kScenes, 4, 17);
+    }
+    ~InstanceListTest() override
+    {
+        FreeArena(&arena);
+        FreeFaults(&faults);
+    }
 
-TEST(InstanceList, HoldsNineFloatsForEachInstance)
+    Arena arena = {};
+    FaultList faults;
+    InstanceList list = {};
+};
+
+TEST_F(InstanceListTest, HoldsNineFloatsForEachInstance)
 {
-    InstanceList* list = CreateInstanceList(3);
-    EXPECT_EQ(list->count, 3u);
+    ASSERT_TRUE(AllocateInstances(3, &list, &arena, &faults));
+    EXPECT_EQ(list.count, 3u);
     for (uint32_t i = 0; i < 27; ++i)
     {
-        list->data[i] = static_cast<float>(i); // a sanitizer sees a block that is too small
+        list.data[i] = static_cast<float>(i); // a sanitizer sees a block that is too small
     }
-    EXPECT_EQ(list->data[26], 26.0f);
-    FreeInstanceList(list);
+    EXPECT_EQ(list.data[26], 26.0f);
 }
 
-TEST(InstanceList, AnEmptyListIsAListLikeAnyOther)
+TEST_F(InstanceListTest, AnEmptyListIsAListLikeAnyOther)
 {
-    InstanceList* list = CreateInstanceList(0);
-    EXPECT_EQ(list->count, 0u);
-    EXPECT_NE(list->data, nullptr);
-    FreeInstanceList(list);
+    ASSERT_TRUE(AllocateInstances(0, &list, &arena, &faults));
+    EXPECT_EQ(list.count, 0u);
+    EXPECT_NE(list.data, nullptr);
 }
 
-TEST(InstanceListDeathTest, AListThatFindsNoMemoryEndsTheProgram)
+TEST_F(InstanceListTest, AListWithoutMemoryIsAFault)
 {
-    CurrentPlace = {"demo.xmlz", 9, 4, 17};
-    EXPECT_EXIT(
-        {
-            largestGranted = 100000;
-            CreateInstanceList(1000000);
-        },
-        testing::ExitedWithCode(1),
-        "^quorvale: demo.xmlz, section 9 \\(scenes\\), item 4, object 17: there is no memory for "
-        "1000000 instances\n$");
-    CurrentPlace = {nullptr, kNoSection, 0, 0};
+    FailAllocation(1);
+    const bool made = AllocateInstances(1000000, &list, &arena, &faults);
+    AllowAllocations();
+    EXPECT_FALSE(made);
+    EXPECT_EQ(list.data, nullptr);
+    EXPECT_EQ(FaultText(faults),
+              "quorvale: demo.xmlz, section 9 (scenes), item 4, object 17: there "
+              "is no memory for 1000000 instances\n");
 }

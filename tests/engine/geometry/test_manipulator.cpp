@@ -8,21 +8,44 @@
 #include <vector>
 
 #include "engine/animation/animated_value.h"
+#include "engine/data/arena.h"
 #include "engine/data/fault.h"
+#include "support/fault_text.h"
 
 // Reading.
 
-/// Reads a manipulator from XML text into a record full of rubbish.
-static Manipulator Read(const std::string& text)
+/// Reads a manipulator from XML text into a record full of rubbish, as part of an object.
+/// @param lines   receives the faults' lines; null where there must be none
+static Manipulator Read(const std::string& text, std::string* lines = nullptr)
 {
     TiXmlDocument document;
     document.Parse(text.c_str());
     EXPECT_FALSE(document.Error()) << document.ErrorDesc();
 
+    FaultList faults;
+    StartFaults(&faults);
+    faults.place = PlaceAt("demo.xmlz", Section::kScenes, 2, 5);
     Manipulator manipulator;
     memset(&manipulator, 0xCD, sizeof(manipulator));
-    ReadManipulator(document.RootElement(), &manipulator);
+    const bool read = ReadManipulator(document.RootElement(), &manipulator, &faults);
+    EXPECT_EQ(read, lines == nullptr);
+    EXPECT_EQ(HasFailed(&faults), !read);
+    if (lines != nullptr)
+    {
+        *lines = FaultText(faults);
+    }
+    FreeFaults(&faults);
     return manipulator;
+}
+
+/// @return what is wrong with a manipulator's text, without the place
+static std::string FaultOf(const std::string& text)
+{
+    std::string lines;
+    Read(text, &lines);
+    const std::string place = "quorvale: demo.xmlz, section 9 (scenes), item 2, object 5: ";
+    EXPECT_EQ(lines.substr(0, place.size()), place);
+    return lines.substr(place.size());
 }
 
 static std::string Params(int count)
@@ -73,7 +96,7 @@ TEST(Manipulator, AnElementWithoutChildrenHasATypeAndNothingElse)
 {
     Manipulator manipulator = Read("<m type=\"3\"/>");
     EXPECT_EQ(manipulator.type, 3);
-    EXPECT_EQ(manipulator.placementId, 0);
+    EXPECT_EQ(manipulator.placementId, 0u);
     EXPECT_EQ(manipulator.placementKind, 0);
     EXPECT_EQ(manipulator.params[0], 0u);
 }
@@ -83,7 +106,7 @@ TEST(Manipulator, AFirstChildCalledManipulatorNamesTheMeshToPlaceOn)
     Manipulator manipulator =
         Read("<m type=\"3\"><manipulator type=\"1\" model=\"12\"/>" + Params(9) + "</m>");
     EXPECT_EQ(manipulator.placementKind, 1);
-    EXPECT_EQ(manipulator.placementId, 12);
+    EXPECT_EQ(manipulator.placementId, 12u);
     EXPECT_EQ(SlotFloat(manipulator.params[0]), 0.0f);
     EXPECT_EQ(SlotFloat(manipulator.params[8]), 8.0f);
 }
@@ -93,14 +116,14 @@ TEST(Manipulator, TheMeshToPlaceOnIsReadAsDoublesAndCutToIntegers)
     Manipulator manipulator =
         Read("<m type=\"3\"><manipulator type=\"1.9\" model=\"16777217.75\"/></m>");
     EXPECT_EQ(manipulator.placementKind, 1);
-    EXPECT_EQ(manipulator.placementId, 16777217); // a float would have lost the 1
+    EXPECT_EQ(manipulator.placementId, 16777217u); // a float would have lost the 1
 }
 
 TEST(Manipulator, AChildCalledManipulatorIsAParameterInAnyOtherPlace)
 {
     Manipulator manipulator = Read("<m type=\"3\"><p type=\"static\" value=\"1\"/>"
                                    "<manipulator type=\"dynamic\" value=\"2\" model=\"3\"/></m>");
-    EXPECT_EQ(manipulator.placementId, 0);
+    EXPECT_EQ(manipulator.placementId, 0u);
     EXPECT_EQ(manipulator.params[1], 2u);
     EXPECT_EQ(manipulator.dynamicMask[0], 0x40);
 }
@@ -111,44 +134,29 @@ TEST(Manipulator, ThirtyTwoParametersFitTheRecord)
     EXPECT_EQ(SlotFloat(manipulator.params[31]), 31.0f);
 }
 
-class ManipulatorDeathTest : public testing::Test
+TEST(Manipulator, AThirtyThirdParameterIsAFault)
 {
-  protected:
-    void SetUp() override
-    {
-        CurrentPlace = {"demo.xmlz", 9, 2, 5};
-    }
-
-    void TearDown() override
-    {
-        CurrentPlace = {nullptr, kNoSection, 0, 0};
-    }
-};
-
-TEST_F(ManipulatorDeathTest, AThirtyThirdParameterEndsTheProgram)
-{
-    EXPECT_EXIT(Read("<m type=\"0\">" + Params(33) + "</m>"), testing::ExitedWithCode(1),
-                "^quorvale: demo.xmlz, section 9 \\(scenes\\), item 2, object 5: a manipulator has "
-                "more than 32 parameters\n$");
+    EXPECT_EQ(FaultOf("<m type=\"0\">" + Params(33) + "</m>"),
+              "a manipulator has more than 32 parameters\n");
 }
 
-TEST_F(ManipulatorDeathTest, AttributesThatAreMissingEndTheProgram)
+TEST(Manipulator, AMissingAttributeIsAFault)
 {
-    EXPECT_EXIT(Read("<m/>"), testing::ExitedWithCode(1), "attribute \"type\" of <m> is missing");
-    EXPECT_EXIT(Read("<m type=\"3\"><manipulator type=\"0\"/></m>"), testing::ExitedWithCode(1),
-                "attribute \"model\" of <manipulator> is missing");
-    EXPECT_EXIT(Read("<m type=\"3\"><manipulator model=\"1\"/></m>"), testing::ExitedWithCode(1),
-                "attribute \"type\" of <manipulator> is missing");
-    EXPECT_EXIT(Read("<m type=\"0\"><p type=\"static\"/></m>"), testing::ExitedWithCode(1),
-                "attribute \"value\" of <p> is missing");
+    EXPECT_EQ(FaultOf("<m/>"), "attribute \"type\" of <m> is missing\n");
+    EXPECT_EQ(FaultOf("<m type=\"3\"><manipulator type=\"0\"/></m>"),
+              "attribute \"model\" of <manipulator> is missing\n");
+    EXPECT_EQ(FaultOf("<m type=\"3\"><manipulator model=\"1\"/></m>"),
+              "attribute \"type\" of <manipulator> is missing\n");
+    EXPECT_EQ(FaultOf("<m type=\"0\"><p type=\"static\"/></m>"),
+              "attribute \"value\" of <p> is missing\n");
 }
 
-TEST_F(ManipulatorDeathTest, TextBetweenTheParametersEndsTheProgram)
+TEST(Manipulator, TextBetweenTheParametersIsAFault)
 {
-    EXPECT_EXIT(Read("<m type=\"0\">manipulator</m>"), testing::ExitedWithCode(1),
-                "the mesh of a manipulator is not an element");
-    EXPECT_EXIT(Read("<m type=\"0\"><p type=\"static\" value=\"1\"/>text</m>"),
-                testing::ExitedWithCode(1), "a parameter of a manipulator is not an element");
+    EXPECT_EQ(FaultOf("<m type=\"0\">manipulator</m>"),
+              "the mesh of a manipulator is not an element\n");
+    EXPECT_EQ(FaultOf("<m type=\"0\"><p type=\"static\" value=\"1\"/>text</m>"),
+              "a parameter of a manipulator is not an element\n");
 }
 
 TEST(Manipulator, EachTypeTakesItsNumberOfParameters)
@@ -165,26 +173,54 @@ TEST(Manipulator, EachTypeTakesItsNumberOfParameters)
 
 using Floats = std::vector<float>;
 
-/// A list of as many instances as there are nines of values.
-static InstanceList* MakeList(const Floats& values)
+/// Runs manipulators that need no mesh, one after another, on a list of as many instances as there
+/// are nines of values.
+struct Chain
 {
-    InstanceList* list = CreateInstanceList(static_cast<uint32_t>(values.size() / kInstanceFloats));
-    std::copy(values.begin(), values.end(), list->data);
-    return list;
-}
+    explicit Chain(const Floats& values)
+    {
+        StartFaults(&faults);
+        faults.place = PlaceAt("demo.xmlz", Section::kScenes, 2, 5);
+        EXPECT_TRUE(AllocateInstances(static_cast<uint32_t>(values.size() / kInstanceFloats), &list,
+                                      &arena, &faults));
+        std::copy(values.begin(), values.end(), list.data);
+    }
+    ~Chain()
+    {
+        FreeArena(&arena);
+        FreeFaults(&faults);
+    }
+    Chain(const Chain&) = delete;
+    Chain& operator=(const Chain&) = delete;
 
-/// Runs a manipulator that needs no mesh; the list goes with it.
-static Floats Apply(InstanceList* list, int32_t type, const Floats& params)
+    bool Apply(int32_t type, const Floats& params)
+    {
+        const ManipulatorCall call = {type, params.data(), nullptr, nullptr,
+                                      0,    nullptr,       &arena,  &faults};
+        return ApplyManipulator(&list, &call);
+    }
+    Floats Values() const
+    {
+        return {list.data, list.data + size_t{list.count} * kInstanceFloats};
+    }
+
+    Arena arena = {};
+    FaultList faults;
+    InstanceList list;
+};
+
+static Floats Apply(const Floats& values, int32_t type, const Floats& params)
 {
-    list = ApplyManipulator(list, type, params.data(), nullptr, 0, nullptr);
-    Floats values(list->data, list->data + static_cast<size_t>(list->count) * kInstanceFloats);
-    FreeInstanceList(list);
-    return values;
+    Chain chain(values);
+    EXPECT_TRUE(chain.Apply(type, params));
+    return chain.Values();
 }
 
 static uint32_t CountCopies(int32_t type, const Floats& params)
 {
-    return static_cast<uint32_t>(Apply(MakeList(Floats(9)), type, params).size() / kInstanceFloats);
+    Chain chain(Floats(9));
+    EXPECT_TRUE(chain.Apply(type, params));
+    return chain.list.count;
 }
 
 static const Floats kSource = {1, 2, 3, 10, 20, 30, 1, 1, 1};
@@ -205,7 +241,7 @@ TEST(Manipulator, AnXMultiplierLaysOutCopiesThatAreWholeStepsApart)
         1.5f, 1, 5, 100, 65,  -15, 2, 1.25f, 1, // one step
         2,    0, 7, 190, 110, -60, 3, 1.5f,  1, // two: scales add and do not multiply
     };
-    EXPECT_EQ(Apply(MakeList(kSource), kManipulatorXMultiplier, params), expected);
+    EXPECT_EQ(Apply(kSource, kManipulatorXMultiplier, params), expected);
 }
 
 TEST(Manipulator, AnXMultiplierKeepsTheCopiesOfASourceTogether)
@@ -215,7 +251,7 @@ TEST(Manipulator, AnXMultiplierKeepsTheCopiesOfASourceTogether)
         1, 2, 3, 10, 20, 30, 1, 1, 1, 101, 2, 3, 10, 20, 30, 1, 1, 1,
         5, 6, 7, 40, 50, 60, 2, 2, 2, 105, 6, 7, 40, 50, 60, 2, 2, 2,
     };
-    EXPECT_EQ(Apply(MakeList(Join(kSource, kOther)), kManipulatorXMultiplier, params), expected);
+    EXPECT_EQ(Apply(Join(kSource, kOther), kManipulatorXMultiplier, params), expected);
 }
 
 TEST(Manipulator, ANumberOfCopiesDropsItsFraction)
@@ -237,12 +273,13 @@ TEST(Manipulator, ANumberBelowOneEmptiesTheListAndItStaysEmpty)
 
     const Floats none = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
     const Floats many = {5, 5, 5, 0, 0, 0, 0, 0, 0, 0, 0, 0};
-    InstanceList* list = ApplyManipulator(MakeList(kSource), kManipulatorXMultiplier, none.data(),
-                                          nullptr, 0, nullptr);
-    EXPECT_EQ(list->count, 0u);
-    list = ApplyManipulator(list, kManipulatorXMultiplier, many.data(), nullptr, 0, nullptr);
-    EXPECT_EQ(list->count, 0u);
-    EXPECT_EQ(Apply(list, kManipulatorXyzMultiplier, many), Floats());
+    Chain chain(kSource);
+    EXPECT_TRUE(chain.Apply(kManipulatorXMultiplier, none));
+    EXPECT_EQ(chain.list.count, 0u);
+    EXPECT_TRUE(chain.Apply(kManipulatorXMultiplier, many));
+    EXPECT_EQ(chain.list.count, 0u);
+    EXPECT_TRUE(chain.Apply(kManipulatorXyzMultiplier, many));
+    EXPECT_EQ(chain.list.count, 0u);
 }
 
 TEST(Manipulator, ANegativeNumberOfAnyAxisEmptiesTheGrid)
@@ -258,7 +295,7 @@ TEST(Manipulator, ANegativeNumberOfAnyAxisEmptiesTheGrid)
 TEST(Manipulator, AGridHasTheSourceOutermostAndZInnermost)
 {
     const Floats params = {2, 3, 4, 100, 10, 1, 7, 8, 9, 0.5f, 0.25f, 0.125f};
-    Floats values = Apply(MakeList(Join(kSource, kOther)), kManipulatorXyzMultiplier, params);
+    Floats values = Apply(Join(kSource, kOther), kManipulatorXyzMultiplier, params);
     ASSERT_EQ(values.size(), 48u * kInstanceFloats);
 
     // Instance 25 comes from the second source with ix 0, iy 0, iz 1.
@@ -273,7 +310,7 @@ TEST(Manipulator, AGridHasTheSourceOutermostAndZInnermost)
 TEST(Manipulator, ARotationAboutXChangesAlongXOnly)
 {
     const Floats params = {2, 2, 2, 0, 0, 0, 5, 0, 0, 0, 0, 0};
-    Floats values = Apply(MakeList(kSource), kManipulatorXyzMultiplier, params);
+    Floats values = Apply(kSource, kManipulatorXyzMultiplier, params);
     Floats rotations;
     for (size_t i = 0; i < 8; ++i)
     {
@@ -287,8 +324,7 @@ TEST(Manipulator, AStepIsMultipliedAndRoundedBeforeItIsAdded)
     // The product 3 * 0.1f is rounded to 0.3f, which takes the source to 0. Rounded once, with the
     // sum, it would give -7.450581e-09.
     const Floats params = {4, 0.1f, 0, 0, 0, 0, 0, 0, 0, 0};
-    Floats values =
-        Apply(MakeList({-0.3f, 0, 0, 0, 0, 0, 0, 0, 0}), kManipulatorXMultiplier, params);
+    Floats values = Apply({-0.3f, 0, 0, 0, 0, 0, 0, 0, 0}, kManipulatorXMultiplier, params);
     EXPECT_EQ(values[3 * kInstanceFloats], 0.0f);
 }
 
@@ -303,24 +339,32 @@ TEST(Manipulator, AMillionInstancesAreNotTooMany)
     EXPECT_EQ(CountCopies(kManipulatorXMultiplier, {1048576, 0, 0, 0, 0, 0, 0, 0, 0, 0}), 1048576u);
 }
 
-TEST_F(ManipulatorDeathTest, MoreInstancesThanCouldBeDrawnEndTheProgram)
+TEST(Manipulator, MoreInstancesThanCouldBeDrawnAreAFault)
 {
-    const char* fault = "^quorvale: demo.xmlz, section 9 \\(scenes\\), item 2, object 5: a "
-                        "manipulator makes more than 1048576 instances\n$";
-    // 65536 * 65536 would wrap to 0.
-    EXPECT_EXIT(
-        CountCopies(kManipulatorXyzMultiplier, {65536, 65536, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0}),
-        testing::ExitedWithCode(1), fault);
-    EXPECT_EXIT(
-        CountCopies(kManipulatorXyzMultiplier, {2e9f, 2e9f, 2e9f, 0, 0, 0, 0, 0, 0, 0, 0, 0}),
-        testing::ExitedWithCode(1), fault);
-    EXPECT_EXIT(CountCopies(kManipulatorXMultiplier, {1048577, 0, 0, 0, 0, 0, 0, 0, 0, 0}),
-                testing::ExitedWithCode(1), fault);
+    struct Case
+    {
+        int32_t type;
+        Floats params;
+    };
+    const Case cases[] = {
+        // 65536 * 65536 would wrap to 0.
+        {kManipulatorXyzMultiplier, {65536, 65536, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
+        {kManipulatorXyzMultiplier, {2e9f, 2e9f, 2e9f, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
+        {kManipulatorXMultiplier, {1048577, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
+    };
+    for (const Case& c : cases)
+    {
+        Chain chain(kSource);
+        EXPECT_FALSE(chain.Apply(c.type, c.params));
+        EXPECT_EQ(FaultText(chain.faults),
+                  "quorvale: demo.xmlz, section 9 (scenes), item 2, object 5: a manipulator makes "
+                  "more than 1048576 instances\n");
+    }
 }
 
 TEST(Manipulator, AnUnknownTypeLeavesTheListAsItIs)
 {
     const Floats params(12);
-    EXPECT_EQ(Apply(MakeList(kSource), 4, params), kSource);
-    EXPECT_EQ(Apply(MakeList(kSource), -1, params), kSource);
+    EXPECT_EQ(Apply(kSource, 4, params), kSource);
+    EXPECT_EQ(Apply(kSource, -1, params), kSource);
 }

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "engine/data/fault.h"
 #include "engine/geometry/gen_mesh.h"
 #include "engine/geometry/plain_geometry.h"
 #include "engine/geometry/water.h"
@@ -24,7 +25,7 @@ static std::vector<float> NormalsOf(std::vector<float> vertices, std::vector<uin
     mesh.vertices = vertices.data();
     mesh.normals = normals.Floats();
     mesh.indices = indices.data();
-    RecomputeNormals(&mesh);
+    EXPECT_TRUE(RecomputeNormals(&mesh));
 
     EXPECT_TRUE(normals.GuardsAreWhole());
     EXPECT_EQ(vertices, verticesBefore);
@@ -111,23 +112,24 @@ TEST(Normals, IndicesBehindTheLastWholeTriangleAreNotUsed)
 TEST(Normals, AMeshWithoutVerticesOrTrianglesIsLeftInPeace)
 {
     Mesh mesh = {};
-    RecomputeNormals(&mesh);
+    EXPECT_TRUE(RecomputeNormals(&mesh));
     EXPECT_EQ(NormalsOf({1, 2, 3}, {}), (std::vector<float>{0, 0, 0}));
 }
 
 TEST(Normals, OnTheFlatGridStayUnitLengthWithYOfOneSign)
 {
-    void* state = nullptr;
+    FaultList faults;
+    StartFaults(&faults);
     Mesh mesh = {};
-    BuildGenMesh(kCenterwaveWater, &state, &mesh);
-    RecomputeNormals(&mesh);
+    EXPECT_TRUE(BuildGenMesh(kCenterwaveWater, &mesh, &faults));
+    EXPECT_TRUE(RecomputeNormals(&mesh));
     for (uint32_t i = 0; i < mesh.vertexCount; ++i)
     {
         EXPECT_EQ(mesh.normals[3 * i], 0.0f);
         EXPECT_EQ(mesh.normals[3 * i + 1], 1.0f) << "vertex " << i;
         EXPECT_EQ(mesh.normals[3 * i + 2], 0.0f);
     }
-    FreeGenMesh(kCenterwaveWater, &state, &mesh);
+    FreeGenMesh(kCenterwaveWater, &mesh);
 }
 
 TEST(Normals, OfRandomMeshesAreThePlainOnesToTheLastBit)
@@ -202,14 +204,14 @@ TEST(Normals, FollowIndicesThatChangeWhereTheyAre)
     mesh.vertices = vertices;
     mesh.normals = normals;
     mesh.indices = indices;
-    RecomputeNormals(&mesh);
+    EXPECT_TRUE(RecomputeNormals(&mesh));
     EXPECT_EQ(normals[2], 1.0f);
 
     std::swap(indices[1], indices[2]); // the other winding
-    RecomputeNormals(&mesh);
+    EXPECT_TRUE(RecomputeNormals(&mesh));
     EXPECT_EQ(normals[2], -1.0f);
     std::swap(indices[1], indices[2]);
-    RecomputeNormals(&mesh);
+    EXPECT_TRUE(RecomputeNormals(&mesh));
     EXPECT_EQ(normals[2], 1.0f);
 }
 

@@ -1,29 +1,32 @@
 #include "engine/geometry/rippler.h"
 
 #include <bit>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <limits>
 #include <random>
 #include <vector>
 
+#include "engine/data/arena.h"
 #include "engine/data/cos_table.h"
+#include "engine/data/fault.h"
 #include "engine/data/numeric.h"
+#include "engine/data/random_sequence.h"
 #include "engine/geometry/deformed_mesh.h"
 #include "engine/geometry/gen_mesh.h"
 #include "engine/geometry/manipulator.h"
 #include "engine/geometry/plain_geometry.h"
 #include "engine/geometry/water.h"
+#include "support/failing_memory.h"
+#include "support/fault_text.h"
 #include "support/guarded_bytes.h"
-#include "support/recorded_gl.h"
 
-/// A model of one triangle, and a list of one instance.
+/// A model of one triangle, and the memory that it is bent in.
 struct RippledObject
 {
     RippledObject()
     {
         BuildCosTable();
-        ResetGl();
+        StartFaults(&faults);
         mesh.vertexCount = 3;
         mesh.indexCount = 3;
         mesh.vertices = vertices;
@@ -32,32 +35,34 @@ struct RippledObject
     }
     ~RippledObject()
     {
-        ReleaseDeformedMesh(false);
+        FreeArena(&arena);
+        FreeFaults(&faults);
     }
     RippledObject(const RippledObject&) = delete;
     RippledObject& operator=(const RippledObject&) = delete;
 
     /// @return the positions that the object would be drawn at
-    std::vector<float> Ripple(float time, float amplitude, float wavelength, int32_t vbo)
+    std::vector<float> Ripple(float time, float amplitude, float wavelength)
     {
         const float params[] = {time, amplitude, wavelength};
-        InstanceList* list = CreateInstanceList(1);
-        for (uint32_t i = 0; i < kInstanceFloats; ++i)
-        {
-            list->data[i] = static_cast<float>(i);
-        }
-        list = ApplyManipulator(list, kManipulatorRippler, params, &mesh, vbo, nullptr);
-        EXPECT_EQ(list->count, 1u);
-        EXPECT_EQ(std::vector<float>(list->data, list->data + 9),
+        float instance[kInstanceFloats] = {0, 1, 2, 3, 4, 5, 6, 7, 8};
+        InstanceList list = {instance, 1};
+        const ManipulatorCall call = {kManipulatorRippler, params, &mesh,  nullptr, 0,
+                                      &deformed,           &arena, &faults};
+        EXPECT_TRUE(ApplyManipulator(&list, &call));
+        EXPECT_EQ(list.count, 1u);
+        EXPECT_EQ(std::vector<float>(list.data, list.data + 9),
                   (std::vector<float>{0, 1, 2, 3, 4, 5, 6, 7, 8}));
-        FreeInstanceList(list);
-        return {CurrentDeformedMesh.vertices, CurrentDeformedMesh.vertices + 9};
+        return {deformed.vertices, deformed.vertices + 9};
     }
 
     float vertices[9] = {0, 0, 0, 2, 0, 0, 0, 3, 0};
     float normals[9] = {1, 0, 0, 1, 0, 0, 1, 0, 0};
     uint32_t indices[3] = {0, 1, 2};
     Mesh mesh = {};
+    DeformedMesh deformed = {};
+    Arena arena = {};
+    FaultList faults;
 };
 
 static std::vector<uint32_t> Bits(const float* values, size_t count)
@@ -70,24 +75,14 @@ static std::vector<uint32_t> Bits(const float* values, size_t count)
     return bits;
 }
 
-/// The floats of a buffer object, as bits.
-static std::vector<uint32_t> BufferBits(uint32_t buffer)
-{
-    std::vector<uint8_t> bytes = GlBufferBytes(buffer);
-    std::vector<uint32_t> bits(bytes.size() / sizeof(uint32_t));
-    memcpy(bits.data(), bytes.data(), bits.size() * sizeof(uint32_t));
-    return bits;
-}
-
 TEST(Rippler, WithAmplitudeZeroLeavesPositionsAndReplacesNormals)
 {
     RippledObject object;
-    EXPECT_EQ(object.Ripple(0.3f, 0.0f, 1.7f, 0), (std::vector<float>{0, 0, 0, 2, 0, 0, 0, 3, 0}));
-    EXPECT_EQ(std::vector<float>(CurrentDeformedMesh.normals, CurrentDeformedMesh.normals + 9),
+    EXPECT_EQ(object.Ripple(0.3f, 0.0f, 1.7f), (std::vector<float>{0, 0, 0, 2, 0, 0, 0, 3, 0}));
+    EXPECT_EQ(std::vector<float>(object.deformed.normals, object.deformed.normals + 9),
               (std::vector<float>{0, 0, 1, 0, 0, 1, 0, 0, 1}));
     EXPECT_EQ(object.normals[0], 1.0f); // the model keeps its own
     EXPECT_EQ(object.vertices[3], 2.0f);
-    EXPECT_EQ(TakeGlCalls(), "");
 }
 
 TEST(Rippler, DisplacesEachAxisAlongItselfByAWaveOverThatAxis)
@@ -97,7 +92,7 @@ TEST(Rippler, DisplacesEachAxisAlongItselfByAWaveOverThatAxis)
     float at0 = CosTable[4096] * 0.5f + 0.0f;
     float at2 = CosTable[4096 + 1303] * 0.5f + 2.0f;
     float at3 = CosTable[4096 + 1955] * 0.5f + 3.0f;
-    EXPECT_EQ(object.Ripple(0.0f, 0.5f, 1.0f, 0),
+    EXPECT_EQ(object.Ripple(0.0f, 0.5f, 1.0f),
               (std::vector<float>{at0, at0, at0, at2, at0, at0, at0, at3, at0}));
     EXPECT_EQ(at0, 0.5f);
 }
@@ -106,7 +101,7 @@ TEST(Rippler, MoreWavelengthIsAHigherFrequency)
 {
     RippledObject object;
     float at2 = CosTable[4096 + 2607] * 1.0f + 2.0f; // 2 * 1303.7972
-    EXPECT_EQ(object.Ripple(0.0f, 1.0f, 2.0f, 0)[3], at2);
+    EXPECT_EQ(object.Ripple(0.0f, 1.0f, 2.0f)[3], at2);
 }
 
 TEST(Rippler, ANegativeAngleLandsInTheTablesOtherHalf)
@@ -114,16 +109,16 @@ TEST(Rippler, ANegativeAngleLandsInTheTablesOtherHalf)
     RippledObject object;
     // Time -4: n = trunc(-2607.59) = -2607 at a coordinate of 0. Its entry is 1489.
     float at0 = CosTable[1489] * 1.0f + 0.0f;
-    EXPECT_EQ(object.Ripple(-4.0f, 1.0f, 1.0f, 0)[0], at0);
+    EXPECT_EQ(object.Ripple(-4.0f, 1.0f, 1.0f)[0], at0);
 }
 
 TEST(Rippler, ASecondOneOfTheSameObjectAddsUp)
 {
     RippledObject object;
-    object.Ripple(0.0f, 0.5f, 1.0f, 0);
-    const float* vertices = CurrentDeformedMesh.vertices;
-    std::vector<float> twice = object.Ripple(1.0f, 0.25f, 1.5f, 0);
-    EXPECT_EQ(CurrentDeformedMesh.vertices, vertices); // the copy was not made again
+    object.Ripple(0.0f, 0.5f, 1.0f);
+    const float* vertices = object.deformed.vertices;
+    std::vector<float> twice = object.Ripple(1.0f, 0.25f, 1.5f);
+    EXPECT_EQ(object.deformed.vertices, vertices); // the copy was not made again
 
     float plain[9] = {0, 0, 0, 2, 0, 0, 0, 3, 0};
     PlainRipple(plain, 9, 0.0f, 0.5f, 1.0f);
@@ -131,69 +126,60 @@ TEST(Rippler, ASecondOneOfTheSameObjectAddsUp)
     EXPECT_EQ(twice, std::vector<float>(plain, plain + 9));
 }
 
-TEST(Rippler, WithBufferObjectsUploadsVerticesThenNormals)
-{
-    RippledObject object;
-    object.Ripple(0.3f, 0.0f, 1.0f, 1);
-    NameGlPointer(CurrentDeformedMesh.vertices, "vertices");
-    NameGlPointer(CurrentDeformedMesh.normals, "normals");
-    EXPECT_EQ(TakeGlCalls(), "GenBuffersARB 1 1\n"
-                             "GenBuffersARB 1 2\n"
-                             "BindBufferARB ARRAY_BUFFER 1\n"
-                             "BufferDataARB ARRAY_BUFFER 36 ? STREAM_DRAW\n"
-                             "BindBufferARB ARRAY_BUFFER 2\n"
-                             "BufferDataARB ARRAY_BUFFER 36 ? STREAM_DRAW\n");
-    EXPECT_EQ(CurrentDeformedMesh.vertexBuffer, 1u);
-    EXPECT_EQ(CurrentDeformedMesh.normalBuffer, 2u);
-
-    // A second one makes no buffers and uploads both again, each array into its own buffer.
-    object.Ripple(0.3f, 0.5f, 1.0f, 1);
-    EXPECT_EQ(TakeGlCalls(), "BindBufferARB ARRAY_BUFFER 1\n"
-                             "BufferDataARB ARRAY_BUFFER 36 vertices STREAM_DRAW\n"
-                             "BindBufferARB ARRAY_BUFFER 2\n"
-                             "BufferDataARB ARRAY_BUFFER 36 normals STREAM_DRAW\n");
-    EXPECT_EQ(BufferBits(1), Bits(CurrentDeformedMesh.vertices, 9));
-    EXPECT_EQ(BufferBits(2), Bits(CurrentDeformedMesh.normals, 9));
-
-    ReleaseDeformedMesh(true);
-    EXPECT_EQ(TakeGlCalls(), "DeleteBuffersARB 1 1\nDeleteBuffersARB 1 2\n");
-    EXPECT_EQ(CurrentDeformedMesh.vertices, nullptr);
-    EXPECT_EQ(GlLiveBuffers(), 0u);
-    EXPECT_EQ(GlRefusedCalls(), 0u);
-}
-
 TEST(Rippler, BendsAGeneratedMeshAsItStands)
 {
-    BuildCosTable();
-    ResetGl();
-    void* state = nullptr;
-    Mesh mesh = {};
-    BuildGenMesh(kCenterwaveWater, &state, &mesh);
-    SimulateWater(kCenterwaveWater, 2.0f, &state, &mesh);
+    RippledObject object;
+    GenMesh genMesh = {};
+    genMesh.type = kCenterwaveWater;
+    GenMeshState state;
+    RandomSequence random;
+    SeedRandom(&random, 1);
+    ASSERT_TRUE(BuildGenMesh(genMesh.type, &genMesh.mesh, &object.faults));
+    ASSERT_TRUE(StartGenMeshState(genMesh.type, &genMesh.mesh, &state, &object.faults));
+    ASSERT_TRUE(SimulateWater(genMesh.type, 2.0f, &state, &genMesh.mesh, &random, &object.faults));
+    const Mesh mesh = MovedMesh(&genMesh, &state);
     std::vector<float> plain(mesh.vertices, mesh.vertices + 2700);
     PlainRipple(plain.data(), plain.size(), 0.7f, 0.3f, 0.9f);
     std::vector<float> plainNormals(2700);
     PlainNormals(900, 5046, plain.data(), plainNormals.data(), mesh.indices);
 
     const float params[] = {0.7f, 0.3f, 0.9f};
-    RippleMesh(params, &mesh, 0);
-    EXPECT_EQ(Bits(CurrentDeformedMesh.vertices, 2700), Bits(plain.data(), 2700));
-    EXPECT_EQ(Bits(CurrentDeformedMesh.normals, 2700), Bits(plainNormals.data(), 2700));
-    ReleaseDeformedMesh(false);
-    FreeGenMesh(kCenterwaveWater, &state, &mesh);
+    ASSERT_TRUE(RippleMesh(params, &mesh, &object.deformed, &object.arena, &object.faults));
+    EXPECT_EQ(Bits(object.deformed.vertices, 2700), Bits(plain.data(), 2700));
+    EXPECT_EQ(Bits(object.deformed.normals, 2700), Bits(plainNormals.data(), 2700));
+    FreeGenMeshState(&state);
+    FreeGenMesh(genMesh.type, &genMesh.mesh);
 }
 
 TEST(Rippler, OfAMeshWithoutVerticesIsHarmless)
 {
-    ResetGl();
-    Mesh mesh = {};
+    RippledObject object;
+    const Mesh mesh = {};
     const float params[] = {1.0f, 1.0f, 1.0f};
-    RippleMesh(params, &mesh, 1);
-    RippleMesh(params, &mesh, 1);
-    EXPECT_EQ(GlLiveBuffers(), 2u);
-    ReleaseDeformedMesh(true);
-    EXPECT_EQ(GlLiveBuffers(), 0u);
-    EXPECT_EQ(CurrentDeformedMesh.vertices, nullptr);
+    EXPECT_TRUE(RippleMesh(params, &mesh, &object.deformed, &object.arena, &object.faults));
+    EXPECT_TRUE(RippleMesh(params, &mesh, &object.deformed, &object.arena, &object.faults));
+    EXPECT_NE(object.deformed.vertices, nullptr);
+}
+
+TEST(Rippler, WithoutMemoryIsAFaultWhicheverAllocationFails)
+{
+    for (uint64_t k = 1;; ++k)
+    {
+        RippledObject object;
+        const float params[] = {1.0f, 1.0f, 1.0f};
+        FailAllocation(k);
+        const bool rippled =
+            RippleMesh(params, &object.mesh, &object.deformed, &object.arena, &object.faults);
+        const uint64_t asked = AllowAllocations();
+        if (asked < k)
+        {
+            EXPECT_TRUE(rippled);
+            EXPECT_GT(k, 1u);
+            break;
+        }
+        EXPECT_FALSE(rippled);
+        EXPECT_EQ(FaultText(object.faults), "quorvale: there is no memory to bend 3 vertices\n");
+    }
 }
 
 TEST(Rippler, OfAnyNumberOfCoordinatesIsThePlainOneToTheLastBit)

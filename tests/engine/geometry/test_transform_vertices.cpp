@@ -1,49 +1,71 @@
 #include "engine/geometry/transform_vertices.h"
 
-#include <GL/glew.h>
-#include <cstdlib>
 #include <gtest/gtest.h>
 #include <random>
 #include <vector>
 
+#include "engine/data/arena.h"
+#include "engine/data/fault.h"
 #include "engine/geometry/plain_geometry.h"
-#include "support/recorded_gl.h"
+#include "support/failing_memory.h"
+#include "support/fault_text.h"
 
-static std::vector<float> Transform(const std::vector<float>& vertices)
+struct TransformVerticesTest : testing::Test
 {
-    float* result = TransformVertices(vertices.data(), static_cast<uint32_t>(vertices.size() / 3));
-    std::vector<float> copy(result, result + vertices.size());
-    free(result);
-    return copy;
-}
+    TransformVerticesTest()
+    {
+        StartFaults(&faults);
+    }
+    ~TransformVerticesTest() override
+    {
+        FreeArena(&arena);
+        FreeFaults(&faults);
+    }
 
-TEST(TransformVertices, UnderTheIdentityAreWhatTheyWere)
+    std::vector<float> Transform(const float* matrix, const std::vector<float>& vertices)
+    {
+        const float* result = TransformVertices(
+            matrix, vertices.data(), static_cast<uint32_t>(vertices.size() / 3), &arena, &faults);
+        return {result, result + vertices.size()};
+    }
+
+    Arena arena = {};
+    FaultList faults;
+};
+
+TEST_F(TransformVerticesTest, UnderTheIdentityAreUnchanged)
 {
-    ResetGl();
+    const float identity[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
     const std::vector<float> vertices = {1, 2, 3, -0.5f, 0.25f, 1e6f};
-    EXPECT_EQ(Transform(vertices), vertices);
-    EXPECT_EQ(TakeGlCalls(), "GetFloatv MODELVIEW_MATRIX\n");
+    EXPECT_EQ(Transform(identity, vertices), vertices);
 }
 
-TEST(TransformVertices, ScaleComesBeforeTranslationAndWIsDropped)
+TEST_F(TransformVerticesTest, ScaleComesBeforeTranslationAndWIsDropped)
 {
-    ResetGl();
-    glTranslatef(10.0f, 20.0f, 30.0f);
-    glScalef(2.0f, 3.0f, 4.0f);
-    EXPECT_EQ(Transform({1, 1, 1}), (std::vector<float>{12, 23, 34}));
-    glRotatef(90.0f, 0.0f, 0.0f, 1.0f); // x to y, y to -x
-    EXPECT_EQ(Transform({1, 0, 0}), (std::vector<float>{10, 23, 30}));
+    const float scaledAndMoved[16] = {2, 0, 0, 5, 0, 3, 0, 6, 0, 0, 4, 7, 10, 20, 30, 8};
+    EXPECT_EQ(Transform(scaledAndMoved, {1, 1, 1}), (std::vector<float>{12, 23, 34}));
+    const float turned[16] = {0, 3, 0, 0, -2, 0,  0,  0,
+                              0, 0, 4, 0, 10, 20, 30, 1}; // x to y, y to -x
+    EXPECT_EQ(Transform(turned, {1, 0, 0}), (std::vector<float>{10, 23, 30}));
 }
 
-TEST(TransformVertices, OfAnEmptyArrayAreABlockThatCanBeFreed)
+TEST_F(TransformVerticesTest, OfAnEmptyArrayAreAnArray)
 {
-    ResetGl();
-    float* result = TransformVertices(nullptr, 0);
-    EXPECT_NE(result, nullptr);
-    free(result);
+    const float matrix[16] = {};
+    EXPECT_NE(TransformVertices(matrix, nullptr, 0, &arena, &faults), nullptr);
 }
 
-TEST(TransformVertices, AreThePlainOnesToTheLastBit)
+TEST_F(TransformVerticesTest, WithoutMemoryAreAFault)
+{
+    const float matrix[16] = {};
+    FailAllocation(1);
+    const float* result = TransformVertices(matrix, nullptr, 77, &arena, &faults);
+    AllowAllocations();
+    EXPECT_EQ(result, nullptr);
+    EXPECT_EQ(FaultText(faults), "quorvale: there is no memory for 77 vertices\n");
+}
+
+TEST_F(TransformVerticesTest, AreThePlainOnesToTheLastBit)
 {
     std::mt19937 random(8);
     auto Value = [&random]
@@ -52,16 +74,16 @@ TEST(TransformVertices, AreThePlainOnesToTheLastBit)
     };
     for (int round = 0; round < 200; ++round)
     {
-        ResetGl();
-        glTranslatef(Value(), Value(), Value());
-        glRotatef(Value(), 1.0f, 0.0f, 0.0f);
-        glRotatef(Value(), 0.0f, 1.0f, 0.0f);
-        glScalef(Value(), Value(), Value());
+        float matrix[16];
+        for (float& m : matrix)
+        {
+            m = Value();
+        }
         std::vector<float> vertices(3 * (random() % 50));
         for (float& v : vertices)
         {
             v = Value();
         }
-        ASSERT_EQ(Transform(vertices), PlainTransform(GlModelviewMatrix(), vertices));
+        ASSERT_EQ(Transform(matrix, vertices), PlainTransform(matrix, vertices));
     }
 }

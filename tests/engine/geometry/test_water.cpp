@@ -8,9 +8,13 @@
 #include <vector>
 
 #include "engine/data/cos_table.h"
+#include "engine/data/fault.h"
 #include "engine/data/numeric.h"
+#include "engine/data/random_sequence.h"
 #include "engine/geometry/gen_mesh.h"
 #include "engine/geometry/plain_geometry.h"
+#include "support/failing_memory.h"
+#include "support/fault_text.h"
 
 static constexpr float kInfinity = std::numeric_limits<float>::infinity();
 static constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
@@ -21,44 +25,51 @@ struct Surface
     explicit Surface(uint32_t meshType) : type(meshType)
     {
         BuildCosTable();
-        BuildGenMesh(type, &state, &mesh);
+        StartFaults(&faults);
+        SeedRandom(&random, 1);
+        EXPECT_TRUE(BuildGenMesh(type, &mesh, &faults));
+        EXPECT_TRUE(StartGenMeshState(type, &mesh, &state, &faults));
     }
     ~Surface()
     {
-        FreeGenMesh(type, &state, &mesh);
+        FreeGenMeshState(&state);
+        FreeGenMesh(type, &mesh);
+        FreeFaults(&faults);
     }
     Surface(const Surface&) = delete;
     Surface& operator=(const Surface&) = delete;
 
     void Move(float v)
     {
-        SimulateWater(type, v, &state, &mesh);
+        EXPECT_TRUE(SimulateWater(type, v, &state, &mesh, &random, &faults));
     }
     LakeWaterState* Lake()
     {
-        return static_cast<LakeWaterState*>(state);
+        return &state.lake;
     }
     float Height(int32_t row, int32_t column) const
     {
-        return mesh.vertices[3 * (row * kWaterSide + column) + 1];
+        return state.vertices[3 * (row * kWaterSide + column) + 1];
     }
     std::vector<float> Heights() const
     {
         std::vector<float> heights(kWaterCells);
         for (size_t e = 0; e < heights.size(); ++e)
         {
-            heights[e] = mesh.vertices[3 * e + 1];
+            heights[e] = state.vertices[3 * e + 1];
         }
         return heights;
     }
     std::vector<float> Normals() const
     {
-        return {mesh.normals, mesh.normals + kWaterCells * 3};
+        return {state.normals, state.normals + kWaterCells * 3};
     }
 
     uint32_t type;
-    void* state = nullptr;
     Mesh mesh = {};
+    GenMeshState state = {};
+    RandomSequence random;
+    FaultList faults;
 };
 
 static std::vector<int32_t> Grid(const int32_t* grid)
@@ -69,15 +80,16 @@ static std::vector<int32_t> Grid(const int32_t* grid)
 static const std::vector<int32_t> kFlat(kWaterCells, 0);
 
 /// The cells that the next four drops of a seed fall into.
-static std::vector<size_t> DropCells(unsigned seed)
+static std::vector<size_t> DropCells(uint32_t seed)
 {
-    srand(seed);
+    RandomSequence random;
+    SeedRandom(&random, seed);
     std::vector<size_t> cells;
     cells.reserve(4);
     for (int i = 0; i < 4; ++i)
     {
-        cells.push_back(
-            static_cast<size_t>(TruncateToInt(static_cast<float>(rand()) * 0x1p-31f * 900.0f)));
+        cells.push_back(static_cast<size_t>(
+            TruncateToInt(static_cast<float>(NextRandom(&random)) * 0x1p-31f * 900.0f)));
     }
     return cells;
 }
@@ -98,14 +110,12 @@ static std::vector<uint32_t> Bits(const std::vector<float>& values)
 TEST(LakeWater, AtZeroForEverStaysFlatWithNoStepAndNoDrops)
 {
     Surface lake(kLakeWater);
-    srand(3);
-    int first = rand();
-    srand(3);
+    const RandomSequence before = lake.random;
     for (int i = 0; i < 100; ++i)
     {
         lake.Move(0.0f);
     }
-    EXPECT_EQ(rand(), first); // nobody has drawn a number
+    EXPECT_EQ(memcmp(&lake.random, &before, sizeof(before)), 0); // nobody has drawn a number
     EXPECT_EQ(Grid(lake.Lake()->older), kFlat);
     EXPECT_EQ(Grid(lake.Lake()->current), kFlat);
     EXPECT_EQ(Grid(lake.Lake()->next), kFlat);
@@ -124,7 +134,7 @@ TEST(LakeWater, RisingPastAWholeNumberTakesOneStepWithFourDropsIntoCurrent)
     }
 
     Surface lake(kLakeWater);
-    srand(11);
+    SeedRandom(&lake.random, 11);
     lake.Move(0.9f);
     EXPECT_EQ(lake.Lake()->lastStep, 0);
     EXPECT_EQ(Grid(lake.Lake()->current), kFlat);
@@ -205,7 +215,7 @@ static int32_t HeightAfterStep(int32_t around, int32_t before)
 {
     Surface lake(kLakeWater);
     LakeWaterState* state = lake.Lake();
-    srand(1); // its four drops fall elsewhere, and into the other grid at that
+    // Its four drops fall elsewhere, and into the other grid at that.
     state->next[501] = around;
     state->current[500] = before;
     lake.Move(1.0f);
@@ -303,23 +313,24 @@ TEST(LakeWater, IsThePlainLakeOverThousandsOfStepsToTheLastBit)
     std::vector<std::vector<uint32_t>> engine;
     std::vector<std::vector<float>> normals;
     Surface lake(kLakeWater);
-    srand(99);
+    SeedRandom(&lake.random, 99);
     for (float value : values)
     {
         lake.Move(value);
         engine.push_back(Bits(lake.Heights()));
         normals.push_back(lake.Normals());
     }
-    int engineNext = rand();
 
     PlainLake plain;
-    srand(99);
-    std::vector<float> vertices(lake.mesh.vertices, lake.mesh.vertices + kWaterCells * 3);
+    RandomSequence plainRandom;
+    SeedRandom(&plainRandom, 99);
+    std::vector<float> vertices(lake.state.vertices, lake.state.vertices + kWaterCells * 3);
     std::vector<float> plainNormals(vertices.size());
     bool moved = false;
     for (size_t i = 0; i < values.size(); ++i)
     {
-        std::vector<float> heights = PlainLakeHeights(&plain, values[i], rand);
+        std::vector<float> heights = PlainLakeHeights(
+            &plain, values[i], [&plainRandom] { return NextRandom(&plainRandom); });
         ASSERT_EQ(engine[i], Bits(heights)) << "step " << i << ", value " << values[i];
         for (size_t e = 0; e < heights.size(); ++e)
         {
@@ -330,8 +341,9 @@ TEST(LakeWater, IsThePlainLakeOverThousandsOfStepsToTheLastBit)
                      lake.mesh.indices);
         ASSERT_EQ(Bits(normals[i]), Bits(plainNormals)) << "step " << i;
     }
-    EXPECT_EQ(rand(), engineNext); // both have drawn as many numbers
-    EXPECT_TRUE(moved);            // and there were waves to compare
+    EXPECT_EQ(NextRandom(&plainRandom),
+              NextRandom(&lake.random)); // both have drawn as many numbers
+    EXPECT_TRUE(moved);                  // and there were waves to compare
 }
 
 TEST(LakeWater, ValuesPastAllBoundsNeitherCrashNorHarmWhatComesAfter)
@@ -368,16 +380,16 @@ TEST(LakeWater, HeightsThatLeave32BitsWrap)
 TEST(CenterwaveWater, WithoutADriverMakesStillRingsOnceAndThenStops)
 {
     Surface wave(kCenterwaveWater);
-    EXPECT_EQ(static_cast<CenterwaveState*>(wave.state)->lastTime, -1.0f);
+    EXPECT_EQ(wave.state.wave.lastTime, -1.0f);
     wave.Move(0.0f);
-    EXPECT_EQ(static_cast<CenterwaveState*>(wave.state)->lastTime, 0.0f);
+    EXPECT_EQ(wave.state.wave.lastTime, 0.0f);
     EXPECT_EQ(Bits(wave.Heights()), Bits(PlainCenterwaveHeights(0.0f)));
 
-    wave.mesh.vertices[1] = 77.0f; // shows that later calls compute nothing
-    wave.mesh.normals[0] = 88.0f;
+    wave.state.vertices[1] = 77.0f; // shows that later calls compute nothing
+    wave.state.normals[0] = 88.0f;
     wave.Move(0.0f);
-    EXPECT_EQ(wave.mesh.vertices[1], 77.0f);
-    EXPECT_EQ(wave.mesh.normals[0], 88.0f);
+    EXPECT_EQ(wave.state.vertices[1], 77.0f);
+    EXPECT_EQ(wave.state.normals[0], 88.0f);
 }
 
 TEST(CenterwaveWater, AFirstValueOfMinusOneLeavesTheGridFlatWithoutNormals)
@@ -393,9 +405,9 @@ TEST(CenterwaveWater, MovesFromAHundredthOn)
     Surface wave(kCenterwaveWater);
     wave.Move(0.0f);
     wave.Move(0.009f);
-    EXPECT_EQ(static_cast<CenterwaveState*>(wave.state)->lastTime, 0.0f);
+    EXPECT_EQ(wave.state.wave.lastTime, 0.0f);
     wave.Move(0.01f); // the difference is 0.01 in 32-bit floats, and that is not below it
-    EXPECT_EQ(static_cast<CenterwaveState*>(wave.state)->lastTime, 0.01f);
+    EXPECT_EQ(wave.state.wave.lastTime, 0.01f);
     EXPECT_EQ(Bits(wave.Heights()), Bits(PlainCenterwaveHeights(0.01f)));
 }
 
@@ -427,13 +439,13 @@ TEST(CenterwaveWater, IsThePlainOneForRandomValuesToTheLastBit)
 {
     Surface wave(kCenterwaveWater);
     std::mt19937 random(6);
-    std::vector<float> vertices(wave.mesh.vertices, wave.mesh.vertices + kWaterCells * 3);
+    std::vector<float> vertices(wave.state.vertices, wave.state.vertices + kWaterCells * 3);
     std::vector<float> normals(vertices.size());
     for (int i = 0; i < 1000; ++i)
     {
         float v = static_cast<float>(static_cast<int>(random() % 2000000) - 1000000) *
                   (i % 3 == 0 ? 1.0f : 0.0001f);
-        if (fabsf(v - static_cast<CenterwaveState*>(wave.state)->lastTime) < 0.01f)
+        if (fabsf(v - wave.state.wave.lastTime) < 0.01f)
         {
             continue;
         }
@@ -462,15 +474,117 @@ TEST(CenterwaveWater, ValuesPastAllBoundsNeitherCrashNorHarmWhatComesAfter)
     EXPECT_EQ(Bits(wave.Heights()), Bits(PlainCenterwaveHeights(1.5f)));
 }
 
+// ---- States
+
+TEST(Water, AStateStartsWithTheGridAtRest)
+{
+    for (const uint32_t type : {kLakeWater, kCenterwaveWater})
+    {
+        Surface surface(type);
+        EXPECT_EQ(std::vector<float>(surface.state.vertices, surface.state.vertices + 2700),
+                  std::vector<float>(surface.mesh.vertices, surface.mesh.vertices + 2700));
+        EXPECT_NE(surface.state.vertices, surface.mesh.vertices);
+        EXPECT_EQ(surface.Normals(), std::vector<float>(2700, 0.0f));
+    }
+}
+
+TEST(Water, ALakeBeginsWithThreeFlatGridsAtStepZero)
+{
+    Surface lake(kLakeWater);
+    EXPECT_EQ(Grid(lake.Lake()->older), kFlat);
+    EXPECT_EQ(Grid(lake.Lake()->current), kFlat);
+    EXPECT_EQ(Grid(lake.Lake()->next), kFlat);
+    EXPECT_EQ(lake.Lake()->lastStep, 0);
+}
+
+TEST(Water, ACopyGoesOnLikeItsOriginal)
+{
+    for (const uint32_t type : {kLakeWater, kCenterwaveWater})
+    {
+        Surface surface(type);
+        for (int step = 0; step < 7; ++step) // the grids have changed places an odd number of times
+        {
+            surface.Move(static_cast<float>(step) * 1.1f);
+        }
+
+        Surface copy(type);
+        ASSERT_TRUE(CopyGenMeshState(&surface.state, &copy.state, &copy.faults));
+        copy.random = surface.random;
+        EXPECT_EQ(Bits(copy.Heights()), Bits(surface.Heights()));
+        EXPECT_EQ(Bits(copy.Normals()), Bits(surface.Normals()));
+
+        const std::vector<float> kept = surface.Heights();
+        for (int step = 7; step < 20; ++step)
+        {
+            copy.Move(static_cast<float>(step) * 1.1f);
+        }
+        EXPECT_EQ(Bits(surface.Heights()), Bits(kept)); // they share nothing
+        for (int step = 7; step < 20; ++step)
+        {
+            surface.Move(static_cast<float>(step) * 1.1f);
+        }
+        EXPECT_EQ(Bits(copy.Heights()), Bits(surface.Heights()));
+        EXPECT_EQ(Bits(copy.Normals()), Bits(surface.Normals()));
+    }
+}
+
+TEST(Water, ACopyOverAStateOfTheSameTypeTakesNoMemory)
+{
+    Surface from(kLakeWater);
+    Surface to(kLakeWater);
+    const unsigned char* block = to.state.block;
+    ASSERT_TRUE(CopyGenMeshState(&from.state, &to.state, &to.faults));
+    EXPECT_EQ(to.state.block, block);
+}
+
+TEST(Water, StatesAndCopiesWithoutMemoryAreFaults)
+{
+    Surface lake(kLakeWater);
+    GenMeshState state;
+    FailAllocation(1);
+    const bool started = StartGenMeshState(kLakeWater, &lake.mesh, &state, &lake.faults);
+    AllowAllocations();
+    EXPECT_FALSE(started);
+    EXPECT_EQ(state.block, nullptr);
+    EXPECT_EQ(FaultText(lake.faults), "quorvale: no memory for the water (32400 bytes)\n");
+
+    FailAllocation(1);
+    const bool copied = CopyGenMeshState(&lake.state, &state, &lake.faults);
+    AllowAllocations();
+    EXPECT_FALSE(copied);
+    FreeGenMeshState(&state);
+}
+
+TEST(Water, AMoveWithoutMemoryForItsNormalsIsAFault)
+{
+    for (uint64_t k = 1;; ++k)
+    {
+        Surface lake(kLakeWater);
+        FailAllocation(k);
+        const bool moved =
+            SimulateWater(kLakeWater, 1.0f, &lake.state, &lake.mesh, &lake.random, &lake.faults);
+        const uint64_t asked = AllowAllocations();
+        EXPECT_EQ(moved, asked < k);
+        EXPECT_EQ(HasFailed(&lake.faults), !moved);
+        if (asked < k)
+        {
+            break;
+        }
+    }
+}
+
 // ---- Other codes
 
 TEST(Water, OfAnUnknownTypeDoesNothing)
 {
-    EXPECT_EQ(CreateWaterState(2), nullptr);
-    FreeWaterState(2, nullptr);
-    void* state = nullptr;
-    Mesh mesh = {};
-    SimulateWater(2, 1.0f, &state, &mesh);
-    SimulateWater(0xFFFFFFFF, 1.0f, &state, &mesh);
-    EXPECT_EQ(state, nullptr);
+    for (const uint32_t type : {2u, 0xFFFFFFFFu})
+    {
+        Surface none(type);
+        EXPECT_EQ(none.state.block, nullptr);
+        none.Move(1.0f);
+        EXPECT_EQ(none.state.vertices, nullptr);
+        GenMeshState copy = {};
+        EXPECT_TRUE(CopyGenMeshState(&none.state, &copy, &none.faults));
+        EXPECT_EQ(copy.block, nullptr);
+    }
 }

@@ -1,41 +1,37 @@
-// The lake when the library's random numbers come as near to 1 as they can: rand is a script here.
+// The lake when random numbers come as near to 1 as they can.
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <vector>
 
+#include "engine/data/fault.h"
+#include "engine/data/random_sequence.h"
 #include "engine/geometry/gen_mesh.h"
 #include "engine/geometry/water.h"
-
-static std::vector<int> script;
-static size_t scriptPlace = 0;
-
-extern "C" int __wrap_rand(); // in the place of rand, by the linker
-extern "C" int __wrap_rand()
-{
-    return script.at(scriptPlace++);
-}
+#include "support/scripted_random.h"
 
 /// The cells that are not 0 after a lake's first step.
-static std::vector<std::pair<int, int>> Drops(const std::vector<int>& numbers)
+static std::vector<std::pair<int, int>> Drops(const std::vector<int32_t>& numbers)
 {
-    script = numbers;
-    scriptPlace = 0;
-    void* state = nullptr;
+    FaultList faults;
+    StartFaults(&faults);
     Mesh mesh = {};
-    BuildGenMesh(kLakeWater, &state, &mesh);
-    SimulateWater(kLakeWater, 1.0f, &state, &mesh);
+    GenMeshState state;
+    EXPECT_TRUE(BuildGenMesh(kLakeWater, &mesh, &faults));
+    EXPECT_TRUE(StartGenMeshState(kLakeWater, &mesh, &state, &faults));
+    RandomSequence random = ScriptedRandom(numbers);
+    EXPECT_TRUE(SimulateWater(kLakeWater, 1.0f, &state, &mesh, &random, &faults));
+    EXPECT_EQ(random.oldest, 4u); // four numbers were drawn
 
     std::vector<std::pair<int, int>> drops;
-    const int32_t* current = static_cast<LakeWaterState*>(state)->current;
     for (int e = 0; e < kWaterCells; ++e)
     {
-        if (current[e] != 0)
+        if (state.lake.current[e] != 0)
         {
-            drops.emplace_back(e, current[e]);
+            drops.emplace_back(e, state.lake.current[e]);
         }
     }
-    FreeGenMesh(kLakeWater, &state, &mesh);
-    EXPECT_EQ(scriptPlace, 4u);
+    FreeGenMeshState(&state);
+    FreeGenMesh(kLakeWater, &mesh);
     return drops;
 }
 

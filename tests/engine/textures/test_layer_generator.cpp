@@ -10,6 +10,7 @@
 #include "engine/textures/compare_bytes.h"
 #include "engine/textures/plain_textures.h"
 #include "engine/textures/random_values.h"
+#include "support/fault_text.h"
 #include "support/guarded_bytes.h"
 #include "support/instruction_sets.h"
 
@@ -28,7 +29,7 @@ static Bytes Generate(uint32_t type, const std::vector<float>& params, int32_t s
     std::copy(params.begin(), params.end(), layer.params);
     GuardedBytes block(ImageBytes(size), 0xEE);
     layer.pixels = block.Data();
-    GenerateLayer(&layer, size);
+    EXPECT_TRUE(GenerateLayer(&layer, size));
     EXPECT_TRUE(block.GuardsAreWhole());
     return block.Bytes();
 }
@@ -114,7 +115,7 @@ TEST_P(LayerGenerator, SinusPlasmaEqualsThePlainFormOnTheSameMachine)
                         {
                             for (float& param : params)
                             {
-                                param = NextWithin(random, 3.0F);
+                                param = NextWithin(random, 3.0f);
                             }
                         });
 }
@@ -127,10 +128,10 @@ TEST_P(LayerGenerator, RadialColorsEqualThePlainForm)
                         {
                             for (size_t i = 0; i < 6; ++i)
                             {
-                                params[i] = NextWithin(random, 1.2F);
+                                params[i] = NextWithin(random, 1.2f);
                             }
-                            params[6] = NextUnit(random) * 3.0F;
-                            params[7] = NextUnit(random) * 140.0F - 6.0F;
+                            params[6] = NextUnit(random) * 3.0f;
+                            params[7] = NextUnit(random) * 140.0f - 6.0f;
                         });
 }
 
@@ -154,13 +155,13 @@ TEST_P(LayerGenerator, BricksEqualThePlainForm)
                         [](RandomSource& random, std::vector<float>& params)
                         {
                             AnyParams(random, params);
-                            const float reach = NextBelow(random, 4) == 0 ? 4000.0F : 40.0F;
+                            const float reach = NextBelow(random, 4) == 0 ? 4000.0f : 40.0f;
                             params[6] = NextUnit(random) * reach;
                             params[7] = NextUnit(random) * reach;
                             if (NextBelow(random, 2) == 0)
                             {
-                                params[8] = NextWithin(random, 8.0F);
-                                params[9] = NextWithin(random, 8.0F);
+                                params[8] = NextWithin(random, 8.0f);
+                                params[9] = NextWithin(random, 8.0f);
                             }
                         });
 }
@@ -173,7 +174,7 @@ TEST_P(LayerGenerator, NoiseEqualsThePlainForm)
 
 TEST_P(LayerGenerator, AColorAboveOneWrapsRound)
 {
-    const Bytes pixels = Generate(0, {1.5F, 1.0F, -0.25F}); // 382.5, 255, -63.75
+    const Bytes pixels = Generate(0, {1.5f, 1.0f, -0.25f}); // 382.5, 255, -63.75
     ASSERT_EQ(pixels.size(), 196608U);
     for (size_t i = 0; i < pixels.size(); i += 3)
     {
@@ -185,21 +186,21 @@ TEST_P(LayerGenerator, AColorAboveOneWrapsRound)
 
 TEST_P(LayerGenerator, SinusPlasmaWithoutRepeatsIs127Everywhere)
 {
-    EXPECT_EQ(Generate(1, {1.0F, 1.0F, 1.0F, 0.0F, 0.0F}), Bytes(ImageBytes(256), 127));
-    EXPECT_EQ(Generate(1, {0.5F, 0.5F, 0.5F, 0.0F, 0.0F}), Bytes(ImageBytes(256), 63));
+    EXPECT_EQ(Generate(1, {1.0f, 1.0f, 1.0f, 0.0f, 0.0f}), Bytes(ImageBytes(256), 127));
+    EXPECT_EQ(Generate(1, {0.5f, 0.5f, 0.5f, 0.0f, 0.0f}), Bytes(ImageBytes(256), 63));
 }
 
 TEST_P(LayerGenerator, SinusPlasmaSwingsOnceAcrossTheImageForARepeatOfOne)
 {
-    const Bytes pixels = Generate(1, {1.0F, 1.0F, 1.0F, 1.0F, 0.0F});
+    const Bytes pixels = Generate(1, {1.0f, 1.0f, 1.0f, 1.0f, 0.0f});
     EXPECT_EQ(At(pixels, 0, 0), 127);
     EXPECT_EQ(At(pixels, 64, 0), 190); // 127 + 63.5
     EXPECT_EQ(At(pixels, 192, 0), 63); // 127 - 63.5
     EXPECT_EQ(At(pixels, 64, 200), 190);
-    const Bytes turned = Generate(1, {1.0F, 1.0F, 1.0F, 0.0F, 1.0F});
+    const Bytes turned = Generate(1, {1.0f, 1.0f, 1.0f, 0.0f, 1.0f});
     EXPECT_EQ(At(turned, 0, 64), 190);
     EXPECT_EQ(At(turned, 200, 192), 63);
-    const Bytes both = Generate(1, {1.0F, 1.0F, 1.0F, 1.0F, 1.0F});
+    const Bytes both = Generate(1, {1.0f, 1.0f, 1.0f, 1.0f, 1.0f});
     EXPECT_EQ(At(both, 64, 64), 253); // the step is a float, so the sine falls just short of 1
     EXPECT_EQ(At(both, 192, 192), 0);
 }
@@ -207,84 +208,84 @@ TEST_P(LayerGenerator, SinusPlasmaSwingsOnceAcrossTheImageForARepeatOfOne)
 TEST_P(LayerGenerator, SinusPlasmaOfAnInfiniteRepeatIsBlack)
 {
     // No number, so -2147483648, of which the low 8 bits of the float product stay: 0.
-    EXPECT_EQ(Generate(1, {1.0F, 1.0F, 1.0F, INFINITY, 1.0F}), Bytes(ImageBytes(256), 0));
+    EXPECT_EQ(Generate(1, {1.0f, 1.0f, 1.0f, INFINITY, 1.0f}), Bytes(ImageBytes(256), 0));
 }
 
 TEST_P(LayerGenerator, RadialColorsReachTheMarginWhereTheRampPasses127)
 {
     // Inverse radian 1, offset 0: q is the distance. Margin 200 / 255, center 1.
-    const float margin = 200.0F / 255.0F;
-    const Bytes pixels = Generate(2, {1, 1, 1, margin, margin, margin, 1.0F, 0.0F});
+    const float margin = 200.0f / 255.0f;
+    const Bytes pixels = Generate(2, {1, 1, 1, margin, margin, margin, 1.0f, 0.0f});
     EXPECT_EQ(At(pixels, 128, 128), 255); // the center color at the very center
-    EXPECT_EQ(At(pixels, 0, 128), static_cast<int>(255.0F * margin)); // distance 128
-    EXPECT_EQ(At(pixels, 128, 0), static_cast<int>(255.0F * margin));
+    EXPECT_EQ(At(pixels, 0, 128), static_cast<int>(255.0f * margin)); // distance 128
+    EXPECT_EQ(At(pixels, 128, 0), static_cast<int>(255.0f * margin));
     // Distance 127 is not past 127: a is 254 and b 1.
-    EXPECT_EQ(At(pixels, 1, 128), static_cast<int>(254.0F * margin + 1.0F));
-    EXPECT_EQ(At(pixels, 255, 128), static_cast<int>(254.0F * margin + 1.0F));
-    EXPECT_EQ(At(pixels, 138, 128), static_cast<int>(20.0F * margin + 235.0F));
+    EXPECT_EQ(At(pixels, 1, 128), static_cast<int>(254.0f * margin + 1.0f));
+    EXPECT_EQ(At(pixels, 255, 128), static_cast<int>(254.0f * margin + 1.0f));
+    EXPECT_EQ(At(pixels, 138, 128), static_cast<int>(20.0f * margin + 235.0f));
 }
 
 TEST_P(LayerGenerator, RadialColorsOffsetKeepsTheCenterAndSteepensTheRest)
 {
     // Offset 127 leaves a divisor of 1: one pixel past the offset the ramp has run out.
-    const Bytes pixels = Generate(2, {0, 0, 0, 1, 1, 1, 1.0F, 127.0F});
+    const Bytes pixels = Generate(2, {0, 0, 0, 1, 1, 1, 1.0f, 127.0f});
     EXPECT_EQ(At(pixels, 1, 128), 0);   // distance 127: t is 0
     EXPECT_EQ(At(pixels, 0, 128), 255); // distance 128: q is 128
     EXPECT_EQ(At(pixels, 128, 128), 0);
     EXPECT_EQ(At(pixels, 0, 0), 255);
     // Offsets are cut to 0..127.
-    EXPECT_EQ(Generate(2, {0, 0, 0, 1, 1, 1, 1.0F, 128.0F}), pixels);
-    EXPECT_EQ(Generate(2, {0, 0, 0, 1, 1, 1, 1.0F, 127.9F}), pixels);
-    EXPECT_EQ(Generate(2, {0, 0, 0, 1, 1, 1, 1.0F, -5.0F}),
-              Generate(2, {0, 0, 0, 1, 1, 1, 1.0F, 0.0F}));
+    EXPECT_EQ(Generate(2, {0, 0, 0, 1, 1, 1, 1.0f, 128.0f}), pixels);
+    EXPECT_EQ(Generate(2, {0, 0, 0, 1, 1, 1, 1.0f, 127.9f}), pixels);
+    EXPECT_EQ(Generate(2, {0, 0, 0, 1, 1, 1, 1.0f, -5.0f}),
+              Generate(2, {0, 0, 0, 1, 1, 1, 1.0f, 0.0f}));
 }
 
 TEST_P(LayerGenerator, RadialColorsOfANegativeInverseRadianAreTheCenterColor)
 {
     // Every distance gives a negative ramp, which counts as 0: 255 * 0.5 and 255 * 1.5 - 256.
-    const Bytes pixels = Generate(2, {0.5F, 1.0F, 1.5F, 0.25F, 0.25F, 0.25F, -1.0F, 0.0F});
+    const Bytes pixels = Generate(2, {0.5f, 1.0f, 1.5f, 0.25f, 0.25f, 0.25f, -1.0f, 0.0f});
     for (size_t i = 0; i < pixels.size(); i += 3)
     {
         ASSERT_EQ(pixels[i], 127);
         ASSERT_EQ(pixels[i + 1], 255);
         ASSERT_EQ(pixels[i + 2], 126);
     }
-    EXPECT_EQ(Generate(2, {0.5F, 1.0F, 1.5F, 0.25F, 0.25F, 0.25F, -0.001F, 90.0F}), pixels);
+    EXPECT_EQ(Generate(2, {0.5f, 1.0f, 1.5f, 0.25f, 0.25f, 0.25f, -0.001f, 90.0f}), pixels);
 }
 
 TEST_P(LayerGenerator, MazeSizesAreRoundedToEvenAndClamped)
 {
     const auto maze = [](float size)
     {
-        return Generate(3, {1, 1, 1, size, 77.0F, 0.5F});
+        return Generate(3, {1, 1, 1, size, 77.0f, 0.5f});
     };
-    EXPECT_EQ(maze(0.0F), maze(1.0F));
-    EXPECT_EQ(maze(-3.0F), maze(1.0F));
-    EXPECT_EQ(maze(8.0F), maze(7.0F));
-    EXPECT_EQ(maze(1e9F), maze(7.0F));
-    EXPECT_EQ(maze(1.5F), maze(2.0F));
-    EXPECT_EQ(maze(2.5F), maze(2.0F));
-    EXPECT_EQ(maze(3.5F), maze(4.0F));
-    EXPECT_NE(maze(1.0F), maze(2.0F));
-    EXPECT_NE(maze(6.0F), maze(7.0F));
+    EXPECT_EQ(maze(0.0f), maze(1.0f));
+    EXPECT_EQ(maze(-3.0f), maze(1.0f));
+    EXPECT_EQ(maze(8.0f), maze(7.0f));
+    EXPECT_EQ(maze(1e9f), maze(7.0f));
+    EXPECT_EQ(maze(1.5f), maze(2.0f));
+    EXPECT_EQ(maze(2.5f), maze(2.0f));
+    EXPECT_EQ(maze(3.5f), maze(4.0f));
+    EXPECT_NE(maze(1.0f), maze(2.0f));
+    EXPECT_NE(maze(6.0f), maze(7.0f));
 }
 
 TEST_P(LayerGenerator, MazeFullnessZeroIsBlackAndOneIsFlat)
 {
-    for (float size = 1.0F; size <= 7.0F; size += 1.0F)
+    for (float size = 1.0f; size <= 7.0f; size += 1.0f)
     {
-        EXPECT_EQ(Generate(3, {1, 1, 1, size, 5.0F, 0.0F}), Bytes(ImageBytes(256), 0));
-        EXPECT_EQ(Generate(3, {1.5F, 1.5F, 1.5F, size, 5.0F, 1.0F}), Bytes(ImageBytes(256), 126));
+        EXPECT_EQ(Generate(3, {1, 1, 1, size, 5.0f, 0.0f}), Bytes(ImageBytes(256), 0));
+        EXPECT_EQ(Generate(3, {1.5f, 1.5f, 1.5f, size, 5.0f, 1.0f}), Bytes(ImageBytes(256), 126));
     }
-    EXPECT_EQ(Generate(3, {1, 1, 1, 3.0F, 5.0F, -1.0F}), Bytes(ImageBytes(256), 0));
-    EXPECT_EQ(Generate(3, {1, 1, 1, 3.0F, 5.0F, 2.0F}), Bytes(ImageBytes(256), 255));
+    EXPECT_EQ(Generate(3, {1, 1, 1, 3.0f, 5.0f, -1.0f}), Bytes(ImageBytes(256), 0));
+    EXPECT_EQ(Generate(3, {1, 1, 1, 3.0f, 5.0f, 2.0f}), Bytes(ImageBytes(256), 255));
 }
 
 /// The corner grid's cell 0 for a seed: r of the generator's first step.
 static float FirstRandom(uint32_t seed)
 {
     seed = seed * 1103515245U + 12345U;
-    return static_cast<float>((seed >> 16) & 0x7FFF) / 32768.0F;
+    return static_cast<float>((seed >> 16) & 0x7FFF) / 32768.0f;
 }
 
 TEST_P(LayerGenerator, AMazeCellIsSetOnlyAboveOneHalf)
@@ -296,11 +297,11 @@ TEST_P(LayerGenerator, AMazeCellIsSetOnlyAboveOneHalf)
     for (uint32_t seed = 0; seed < 400000 && (halves == 0 || above == 0); ++seed)
     {
         const float r = FirstRandom(seed);
-        const bool isHalf = r == 0.5F;
-        const bool isNext = r == 16385.0F / 32768.0F;
+        const bool isHalf = r == 0.5f;
+        const bool isNext = r == 16385.0f / 32768.0f;
         if (isHalf || isNext)
         {
-            const Bytes pixels = Generate(3, {1, 1, 1, 7.0F, static_cast<float>(seed), 0.5F});
+            const Bytes pixels = Generate(3, {1, 1, 1, 7.0f, static_cast<float>(seed), 0.5f});
             EXPECT_EQ(At(pixels, 0, 0) > 250, isNext) << seed;
             halves += isHalf ? 1 : 0;
             above += isNext ? 1 : 0;
@@ -314,7 +315,7 @@ TEST_P(LayerGenerator, AMazeTiles)
 {
     // Cells of 2x2: a corner's value stands in the pixel at that corner, black or not, so the last
     // column's right corners must be those of the first column, and rows alike.
-    const Bytes pixels = Generate(3, {1, 1, 1, 1.0F, 9.0F, 0.5F});
+    const Bytes pixels = Generate(3, {1, 1, 1, 1.0f, 9.0f, 0.5f});
     const auto lit = [&](size_t x, size_t y)
     {
         return At(pixels, x, y) != 0;
@@ -369,7 +370,7 @@ TEST_P(LayerGenerator, MazeCellsOfTwoCornersAreTurnedByTheirCase)
         {6, {0, 34, 127, 253, 34, 59, 90, 127, 127, 90, 59, 34, 253, 127, 34, 0}},
         {9, {253, 127, 34, 0, 127, 90, 59, 34, 34, 59, 90, 127, 0, 34, 127, 253}},
     };
-    const Bytes pixels = Generate(3, {1, 1, 1, 2.0F, 77.0F, 0.5F});
+    const Bytes pixels = Generate(3, {1, 1, 1, 2.0f, 77.0f, 0.5f});
     const std::vector<uint32_t> cases = MazeCases(77, 64);
     for (const ExpectedCell& expected : kExpected)
     {
@@ -393,7 +394,7 @@ TEST_P(LayerGenerator, MazeCellsOfTwoCornersReadTheirMask)
     // Cells of 16x16: masks of index 3, 16 bytes a row.
     const uint8_t* edge = GetCornerMask(3, 1);
     const uint8_t* opposite = GetCornerMask(3, 2);
-    const Bytes pixels = Generate(3, {1, 1, 1, 4.0F, 5.0F, 0.5F});
+    const Bytes pixels = Generate(3, {1, 1, 1, 4.0f, 5.0f, 0.5f});
     const std::vector<uint32_t> cases = MazeCases(5, 16);
     int checked[16] = {};
     for (size_t cell = 0; cell < cases.size(); ++cell)
@@ -434,14 +435,14 @@ TEST_P(LayerGenerator, MazeSeedsKeepTheLow32BitsOfA64BitInteger)
 {
     const auto maze = [](float seed)
     {
-        return Generate(3, {1, 1, 1, 2.0F, seed, 0.5F});
+        return Generate(3, {1, 1, 1, 2.0f, seed, 0.5f});
     };
-    EXPECT_EQ(maze(4294967296.0F), maze(0.0F));
-    EXPECT_EQ(maze(0.9F), maze(0.0F));
-    EXPECT_NE(maze(-1.0F), maze(0.0F));                   // 0xFFFFFFFF
-    EXPECT_EQ(maze(-1073741824.0F), maze(3221225472.0F)); // both 0xC0000000
-    EXPECT_NE(maze(-1073741824.0F), maze(0.0F));
-    EXPECT_EQ(maze(1e30F), maze(0.0F)); // past 64 bits: 0x8000000000000000
+    EXPECT_EQ(maze(4294967296.0f), maze(0.0f));
+    EXPECT_EQ(maze(0.9f), maze(0.0f));
+    EXPECT_NE(maze(-1.0f), maze(0.0f));                   // 0xFFFFFFFF
+    EXPECT_EQ(maze(-1073741824.0f), maze(3221225472.0f)); // both 0xC0000000
+    EXPECT_NE(maze(-1073741824.0f), maze(0.0f));
+    EXPECT_EQ(maze(1e30f), maze(0.0f)); // past 64 bits: 0x8000000000000000
 }
 
 /// Two bricks of 128 pixels a course, two courses, no mortar but what is given; bricks are 255 and
@@ -485,7 +486,7 @@ TEST_P(LayerGenerator, HorizontalNumberCountsCoursesAndVerticalNumberBricks)
 TEST_P(LayerGenerator, BrickAndWallColorsAreThreeChannelsEach)
 {
     // Bricks 255, 127.5 and 382.5; mortar 51, 0 and -63.75.
-    const Bytes pixels = Generate(4, {1.0F, 0.5F, 1.5F, 0.2F, 0.0F, -0.25F, 1, 1, 2, 3, 0});
+    const Bytes pixels = Generate(4, {1.0f, 0.5f, 1.5f, 0.2f, 0.0f, -0.25f, 1, 1, 2, 3, 0});
     static constexpr int kBrick[3] = {255, 127, 126};
     static constexpr int kWall[3] = {51, 0, 193};
     for (size_t y = 0; y < 256; ++y)
@@ -506,7 +507,7 @@ TEST_P(LayerGenerator, BrickAndWallColorsAreThreeChannelsEach)
 
 TEST_P(LayerGenerator, BricksDropTheFractionsOfNumbersMarginsAndOffset)
 {
-    const Bytes pixels = Generate(4, Wall(4.9F, 2.9F, 1.9F, 2.9F, 10.9F));
+    const Bytes pixels = Generate(4, Wall(4.9f, 2.9f, 1.9f, 2.9f, 10.9f));
     EXPECT_EQ(pixels, Generate(4, Wall(4, 2, 1, 2, 10)));
     EXPECT_EQ(At(pixels, 50, 0), 0);   // course margin of 1
     EXPECT_EQ(At(pixels, 50, 1), 255); // 1 > 1 is false, where 1.9 would be above
@@ -514,7 +515,7 @@ TEST_P(LayerGenerator, BricksDropTheFractionsOfNumbersMarginsAndOffset)
     EXPECT_EQ(At(pixels, 2, 30), 255);
     EXPECT_EQ(At(pixels, 117, 70), 0); // 127 of the row, rotated by 10
     EXPECT_EQ(At(pixels, 116, 70), 255);
-    EXPECT_EQ(Generate(4, Wall(1, 1, 0.9F, -0.9F, 0)), Bytes(ImageBytes(256), 255));
+    EXPECT_EQ(Generate(4, Wall(1, 1, 0.9f, -0.9f, 0)), Bytes(ImageBytes(256), 255));
 }
 
 TEST_P(LayerGenerator, EverySecondCourseIsRotatedLeft)
@@ -561,15 +562,15 @@ TEST_P(LayerGenerator, ANumberOfZeroIsOneBrickWithoutEnd)
     }
     // So is a number below zero, and one that is no number.
     EXPECT_EQ(Generate(4, Wall(-1, -1000, 3, 2, 0)), pixels);
-    EXPECT_EQ(Generate(4, Wall(NAN, -3e30F, 3, 2, 0)), pixels);
-    EXPECT_EQ(Generate(4, Wall(0.9F, -0.9F, 3, 2, 0)), pixels);
+    EXPECT_EQ(Generate(4, Wall(NAN, -3e30f, 3, 2, 0)), pixels);
+    EXPECT_EQ(Generate(4, Wall(0.9f, -0.9f, 3, 2, 0)), pixels);
 }
 
 TEST_P(LayerGenerator, ThinCoursesAreCountedAsTheirSubtractionRounds)
 {
     // Courses far below a pixel: which of the two rows shows depends on how many were taken off,
     // one by one, each rounded. 1,000,000 courses take a million steps for the last row.
-    for (const float courses : {1000.0F, 4097.0F, 30001.0F, 123457.0F, 1000000.0F})
+    for (const float courses : {1000.0f, 4097.0f, 30001.0f, 123457.0f, 1000000.0f})
     {
         const std::vector<float> params = Wall(courses, 2, 0, 9, 60);
         ASSERT_EQ(CompareBytes(Generate(4, params), GeneratePlain(4, params)), "same") << courses;
@@ -580,7 +581,7 @@ TEST_P(LayerGenerator, CoursesTooThinForAnyRowEndAtOnce)
 {
     // From 33,554,432 on a step below row 129 changes nothing; 2,147,483,520 is the most that a
     // float and an integer hold. Mortar of 1 is wider than such a course, none is not.
-    for (const float count : {33554430.0F, 33554432.0F, 100000000.0F, 2147483520.0F})
+    for (const float count : {33554430.0f, 33554432.0f, 100000000.0f, 2147483520.0f})
     {
         EXPECT_EQ(Generate(4, Wall(count, count, 1, 0, 0)), Bytes(ImageBytes(256), 0));
         EXPECT_EQ(Generate(4, Wall(count, count, 0, 1, 0)), Bytes(ImageBytes(256), 0));
@@ -590,7 +591,7 @@ TEST_P(LayerGenerator, CoursesTooThinForAnyRowEndAtOnce)
 
 TEST_P(LayerGenerator, NoiseIsOneRandomNumberForAllThreeChannels)
 {
-    const Bytes pixels = Generate(5, {1.0F, 0.5F, 0.0F, 1.0F});
+    const Bytes pixels = Generate(5, {1.0f, 0.5f, 0.0f, 1.0f});
     // Seed 1: 1103527590 >> 16 is 16838, 255 * 16838 / 32768 = 131.03; the channel at 0.5 is 65.5.
     EXPECT_EQ(pixels[0], 131);
     EXPECT_EQ(pixels[1], 65);
@@ -607,20 +608,20 @@ TEST_P(LayerGenerator, NoiseSeedsKeepTheLow32BitsOfA64BitInteger)
         return Generate(5, {1, 1, 1, seed});
     };
     // -1 is 0xFFFFFFFF: 3191464396, of which bits 16 to 30 are 15929, 123.96; then 288979989, 4409.
-    const Bytes minusOne = noise(-1.0F);
+    const Bytes minusOne = noise(-1.0f);
     EXPECT_EQ(At(minusOne, 0, 0), 123);
     EXPECT_EQ(At(minusOne, 1, 0), 34);
-    EXPECT_EQ(noise(-1.9F), minusOne);
+    EXPECT_EQ(noise(-1.9f), minusOne);
     // 2^32 + 512 is 512: 2359102009, 3229, 25.1; then 420538494, 6416, 49.9.
-    const Bytes past = noise(4294967808.0F);
+    const Bytes past = noise(4294967808.0f);
     EXPECT_EQ(At(past, 0, 0), 25);
     EXPECT_EQ(At(past, 1, 0), 49);
-    EXPECT_EQ(noise(512.0F), past);
+    EXPECT_EQ(noise(512.0f), past);
     // 2^32 is 0: 12345, 0; then 3554416254, 21468, 167.06.
-    const Bytes zero = noise(4294967296.0F);
+    const Bytes zero = noise(4294967296.0f);
     EXPECT_EQ(At(zero, 0, 0), 0);
     EXPECT_EQ(At(zero, 1, 0), 167);
-    EXPECT_EQ(noise(-4294967296.0F), zero);
+    EXPECT_EQ(noise(-4294967296.0f), zero);
 }
 
 TEST_P(LayerGenerator, AnUnknownTypeLeavesThePixelsAlone)
@@ -631,23 +632,24 @@ TEST_P(LayerGenerator, AnUnknownTypeLeavesThePixelsAlone)
 
 TEST_P(LayerGenerator, RandomParametersTakeOneRandForEachEntry)
 {
-    static constexpr float kUnit = 1.0F / 2147483648.0F;
+    static constexpr float kUnit = 1.0f / 2147483648.0f;
     for (uint32_t type = 0; type < 7; ++type)
     {
         LayerImage layer = {};
         layer.type = type;
         for (float& param : layer.params)
         {
-            param = 99.0F;
+            param = 99.0f;
         }
-        srand(11);
-        RandomizeLayerParams(&layer);
+        RandomSequence random;
+        SeedRandom(&random, 11);
+        RandomizeLayerParams(&layer, &random);
 
         srand(11);
         float expected[kLayerParams];
         for (float& param : expected)
         {
-            param = 99.0F;
+            param = 99.0f;
         }
         const int colors = type == 2 ? 6 : (type < 2 ? 3 : 0);
         for (int i = 0; i < colors; ++i)
@@ -656,12 +658,12 @@ TEST_P(LayerGenerator, RandomParametersTakeOneRandForEachEntry)
         }
         if (type == 1)
         {
-            expected[3] = 3.0F * (static_cast<float>(rand()) * kUnit);
-            expected[4] = 3.0F * (static_cast<float>(rand()) * kUnit);
+            expected[3] = 3.0f * (static_cast<float>(rand()) * kUnit);
+            expected[4] = 3.0f * (static_cast<float>(rand()) * kUnit);
         }
         if (type == 2)
         {
-            expected[6] = 2.0F * (static_cast<float>(rand()) * kUnit) + 1.0F;
+            expected[6] = 2.0f * (static_cast<float>(rand()) * kUnit) + 1.0f;
         }
         for (size_t i = 0; i < kLayerParams; ++i)
         {
@@ -670,46 +672,92 @@ TEST_P(LayerGenerator, RandomParametersTakeOneRandForEachEntry)
     }
 }
 
-/// Reads layers from XML text as section 0 of a document.
-static void ReadLayers(const char* items, LoadContext* context)
+/// A document of which layers are read.
+class LayerReading : public testing::Test
 {
-    TiXmlDocument document;
-    document.Parse(items);
-    uint32_t index = 0;
-    for (const TiXmlNode* node = document.FirstChild(); node != nullptr; node = node->NextSibling())
+  protected:
+    void SetUp() override
     {
-        CurrentPlace = {"demo.xmlz", 0, index + 1, 0};
-        ReadLayerItem(node->ToElement(), nullptr, index, context);
-        ++index;
+        BuildCornerMasks();
+        StartFaults(&faults);
+        context.faults = &faults;
+        context.computePixels = true;
     }
-    CurrentPlace = {nullptr, kNoSection, 0, 0};
-}
 
-TEST_P(LayerGenerator, ALayerIsReadWithItsParametersWhateverTheyAreCalled)
+    void TearDown() override
+    {
+        FreeLayers(&context);
+        FreeFaults(&faults);
+    }
+
+    /// Reads layers from XML text as section 0.
+    bool ReadLayers(const std::string& items)
+    {
+        TiXmlDocument document;
+        document.Parse(items.c_str());
+        uint32_t index = 0;
+        for (const TiXmlNode* node = document.FirstChild(); node != nullptr;
+             node = node->NextSibling())
+        {
+            faults.place = PlaceAt("demo.xmlz", Section::kLayers, index + 1);
+            if (!ReadLayerItem(node->ToElement(), nullptr, index, &context))
+            {
+                return false;
+            }
+            EXPECT_EQ(faults.place.part, 0u);
+            ++index;
+        }
+        EXPECT_FALSE(HasFailed(&faults));
+        return true;
+    }
+
+    /// The line that a text's fault prints. Leaves no layers.
+    std::string ReadFault(const std::string& items)
+    {
+        EXPECT_FALSE(ReadLayers(items));
+        const std::string line = FaultText(faults);
+        FreeLayers(&context);
+        FreeFaults(&faults);
+        return line;
+    }
+
+    FaultList faults;
+    ReadContext context = {};
+};
+
+TEST_F(LayerReading, TakesParametersWhateverTheyAreCalled)
 {
-    LoadContext context = {};
-    ReadLayers("<any type=\"0\"><a>0.5</a><b>1.0</b><c>-0.25x</c></any>"
-               "<layer type=\"6\"><p>1</p></layer>",
-               &context);
-    ASSERT_EQ(context.layerCount, 2U);
+    ASSERT_TRUE(ReadLayers("<any type=\"0\"><a>0.5</a><b>1.0</b><c>-0.25x</c></any>"
+                           "<layer type=\"6\"><p>1</p></layer>"));
+    ASSERT_EQ(context.layerCount, 2u);
     const LayerImage* color = context.layers[0];
-    EXPECT_EQ(color->type, 0U);
-    EXPECT_EQ(color->params[0], 0.5F);
-    EXPECT_EQ(color->params[2], -0.25F);
-    EXPECT_EQ(color->params[3], 0.0F); // not given
+    EXPECT_EQ(color->type, 0u);
+    EXPECT_EQ(color->params[0], 0.5f);
+    EXPECT_EQ(color->params[2], -0.25f);
+    EXPECT_EQ(color->params[3], 0.0f); // not given
     EXPECT_EQ(color->pixels[0], 127);
     EXPECT_EQ(color->pixels[1], 255);
     EXPECT_EQ(color->pixels[196607], 193);
 
     // A generator that is not there: black, as allocated.
-    EXPECT_EQ(context.layers[1]->type, 6U);
+    EXPECT_EQ(context.layers[1]->type, 6u);
     EXPECT_EQ(Bytes(context.layers[1]->pixels, context.layers[1]->pixels + 196608),
               Bytes(196608, 0));
 
     FreeLayers(&context);
-    EXPECT_EQ(context.layerCount, 0U);
+    EXPECT_EQ(context.layerCount, 0u);
     EXPECT_EQ(context.layers[0], nullptr);
     FreeLayers(&context); // nothing is left to free
+}
+
+TEST_F(LayerReading, ComputesNoPixelsUnlessTheyAreWanted)
+{
+    context.computePixels = false;
+    ASSERT_TRUE(ReadLayers("<l type=\"5\"><p>0.5</p></l>"));
+    ASSERT_EQ(context.layerCount, 1u);
+    EXPECT_EQ(context.layers[0]->type, 5u);
+    EXPECT_EQ(context.layers[0]->params[0], 0.5f);
+    EXPECT_EQ(context.layers[0]->pixels, nullptr);
 }
 
 static std::string RepeatText(const char* text, int count)
@@ -722,36 +770,31 @@ static std::string RepeatText(const char* text, int count)
     return all;
 }
 
-TEST_P(LayerGenerator, TwentyFourParametersAreReadAndATwentyFifthIsFatal)
+TEST_F(LayerReading, ATwentyFifthParameterIsAFault)
 {
-    LoadContext context = {};
-    const std::string full = "<l type=\"9\">" + RepeatText("<p>7</p>", 24) + "</l>";
-    ReadLayers(full.c_str(), &context);
-    EXPECT_EQ(context.layers[0]->params[23], 7.0F);
-    FreeLayers(&context);
-
-    const std::string more = "<l type=\"9\"/><l type=\"9\">" + RepeatText("<p>7</p>", 25) + "</l>";
-    EXPECT_EXIT(ReadLayers(more.c_str(), &context), testing::ExitedWithCode(1),
-                "quorvale: demo.xmlz, section 0 \\(layers\\), item 2, parameter 25: more than 24 "
-                "parameters");
+    ASSERT_TRUE(ReadLayers("<l type=\"9\">" + RepeatText("<p>7</p>", 24) + "</l>"));
+    EXPECT_EQ(context.layers[0]->params[23], 7.0f);
+    EXPECT_EQ(ReadFault("<l type=\"9\"/><l type=\"9\">" + RepeatText("<p>7</p>", 25) + "</l>"),
+              "quorvale: demo.xmlz, section 0 (layers), item 2, parameter 25: more than 24 "
+              "parameters\n");
 }
 
-TEST_P(LayerGenerator, TwoHundredAndFortyEightLayersAreReadAndTheNextIsFatal)
+TEST_F(LayerReading, ALayerAfterTheLastPlaceIsAFault)
 {
-    LoadContext context = {};
-    ReadLayers(RepeatText("<l type=\"9\"/>", 248).c_str(), &context);
-    EXPECT_EQ(context.layerCount, 248U);
+    ASSERT_TRUE(ReadLayers(RepeatText("<l type=\"9\"/>", 248)));
+    EXPECT_EQ(context.layerCount, 248u);
     FreeLayers(&context);
-
-    EXPECT_EXIT(ReadLayers(RepeatText("<l type=\"9\"/>", 249).c_str(), &context),
-                testing::ExitedWithCode(1),
-                "quorvale: demo.xmlz, section 0 \\(layers\\), item 249: more than 248 layers");
+    EXPECT_EQ(ReadFault(RepeatText("<l type=\"9\"/>", 249)),
+              "quorvale: demo.xmlz, section 0 (layers), item 249: more than 248 layers\n");
 }
 
-TEST_P(LayerGenerator, ALayerWithoutATypeOrWithAnEmptyParameterIsFatal)
+TEST_F(LayerReading, ATypeAndTextInEachParameterAreRequired)
 {
-    LoadContext context = {};
-    EXPECT_EXIT(ReadLayers("<l/>", &context), testing::ExitedWithCode(1), "item 1: .*type");
-    EXPECT_EXIT(ReadLayers("<l type=\"0\"><p>1</p><p/></l>", &context), testing::ExitedWithCode(1),
-                "item 1, parameter 2: ");
+    EXPECT_EQ(ReadFault("<l/>"), "quorvale: demo.xmlz, section 0 (layers), item 1: attribute "
+                                 "\"type\" of <l> is missing\n");
+    EXPECT_EQ(ReadFault("<l type=\"0\"><p>1</p><p/></l>"),
+              "quorvale: demo.xmlz, section 0 (layers), item 1, parameter 2: <p> has no text\n");
+    EXPECT_EQ(ReadFault("<l type=\"0\">words</l>"),
+              "quorvale: demo.xmlz, section 0 (layers), item 1, parameter 1: parameter is not an "
+              "element\n");
 }

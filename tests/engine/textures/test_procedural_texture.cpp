@@ -11,14 +11,15 @@
 #include "engine/textures/compare_bytes.h"
 #include "engine/textures/layer_generator.h"
 #include "engine/textures/plain_textures.h"
+#include "support/fault_text.h"
 #include "support/guarded_bytes.h"
 #include "support/instruction_sets.h"
-#include "support/recorded_gl.h"
 
 using Bytes = std::vector<uint8_t>;
 
 static constexpr size_t kImageBytes = 256 * 256 * 3;
 
+/// A document of which layers and textures are read.
 class ProceduralTextureTest : public testing::Test
 {
   protected:
@@ -26,14 +27,18 @@ class ProceduralTextureTest : public testing::Test
     {
         BuildCosTable();
         BuildCornerMasks();
-        ResetGl();
-        context.isDemo = true;
+        StartFaults(&faults);
+        package.budget.bytesLeft = kPieceBytes;
+        context.package = &package;
+        context.computePixels = true;
+        context.faults = &faults;
     }
 
     void TearDown() override
     {
+        FreeProceduralTexture(&texture);
         FreeLayers(&context);
-        CurrentPlace = {nullptr, kNoSection, 0, 0};
+        FreeFaults(&faults);
     }
 
     void ReadLayers(const char* items)
@@ -44,79 +49,104 @@ class ProceduralTextureTest : public testing::Test
         for (const TiXmlNode* node = document.FirstChild(); node != nullptr;
              node = node->NextSibling())
         {
-            CurrentPlace = {"demo.xmlz", 0, index + 1, 0};
-            ReadLayerItem(node->ToElement(), nullptr, index, &context);
+            faults.place = PlaceAt("demo.xmlz", Section::kLayers, index + 1);
+            ASSERT_TRUE(ReadLayerItem(node->ToElement(), nullptr, index, &context));
             ++index;
         }
     }
 
-    ProceduralTexture Read(const std::string& item)
+    bool ReadItem(const std::string& item)
     {
         TiXmlDocument document;
         document.Parse(item.c_str());
-        ProceduralTexture texture;
-        memset(static_cast<void*>(&texture), 0xEE, sizeof(texture));
-        CurrentPlace = {"demo.xmlz", 1, 1, 0};
-        ReadProceduralTextureItem(document.FirstChild()->ToElement(), &texture, 0, &context);
-        return texture;
+        FreeProceduralTexture(&texture);
+        faults.place = PlaceAt("demo.xmlz", Section::kTextures, 1);
+        return ReadProceduralTextureItem(document.FirstChild()->ToElement(), &texture, 0, &context);
     }
 
-    LoadContext context = {};
-};
-
-TEST_F(ProceduralTextureTest, ATextureOfTheLoadingDocumentHasOneLevel)
-{
-    context.isDemo = false;
-    const ProceduralTexture texture = Read("<t/>");
-    EXPECT_EQ(TakeGlCalls(), "GenTextures 1 1\n"
-                             "BindTexture TEXTURE_2D 1\n"
-                             "TexImage2D TEXTURE_2D 0 3 256 256 0 RGB UNSIGNED_BYTE ?\n"
-                             "TexParameteri TEXTURE_2D TEXTURE_MAG_FILTER LINEAR\n"
-                             "TexParameteri TEXTURE_2D TEXTURE_MIN_FILTER LINEAR\n");
-    EXPECT_EQ(texture.glTexture, 1U);
-    EXPECT_EQ(texture.job.pixels, nullptr);
-}
-
-TEST_F(ProceduralTextureTest, ATextureOfTheDemoDocumentHasAMipChain)
-{
-    const ProceduralTexture texture = Read("<t/>");
-    const auto upload = [](int level, int side)
+    /// Reads `texture`.
+    void Read(const std::string& item)
     {
-        return "TexImage2D TEXTURE_2D " + std::to_string(level) + " 3 " + std::to_string(side) +
-               " " + std::to_string(side) + " 0 RGB UNSIGNED_BYTE ?\n";
-    };
-    EXPECT_EQ(TakeGlCalls(), "GenTextures 1 1\nBindTexture TEXTURE_2D 1\n" + upload(0, 256) +
-                                 "TexParameteri TEXTURE_2D TEXTURE_MAG_FILTER LINEAR\n"
-                                 "TexParameteri TEXTURE_2D TEXTURE_MIN_FILTER "
-                                 "LINEAR_MIPMAP_LINEAR\n" +
-                                 upload(1, 128) + upload(2, 64) + upload(3, 32) + upload(4, 16) +
-                                 upload(5, 8) + upload(6, 4) + "PixelStorei UNPACK_ALIGNMENT 2\n" +
-                                 upload(7, 2) + "PixelStorei UNPACK_ALIGNMENT 1\n" + upload(8, 1) +
-                                 "PixelStorei UNPACK_ALIGNMENT 4\n");
-    EXPECT_EQ(texture.job.pixels, nullptr);
-    EXPECT_EQ(GlRefusedCalls(), 0U);
-}
+        EXPECT_TRUE(ReadItem(item));
+        EXPECT_EQ(faults.place.part, 0u);
+        EXPECT_EQ(FaultText(faults), "");
+    }
+
+    /// The line that a text's fault prints.
+    std::string ReadFault(const std::string& item)
+    {
+        EXPECT_FALSE(ReadItem(item));
+        const std::string line = FaultText(faults);
+        FreeFaults(&faults);
+        return line;
+    }
+
+    Bytes Pixels() const
+    {
+        return Bytes(texture.pixels, texture.pixels + kImageBytes);
+    }
+
+    FaultList faults;
+    PackageFile package = {};
+    ReadContext context = {};
+    ProceduralTexture texture = {};
+};
 
 TEST_F(ProceduralTextureTest, ATextureWithoutStepsIsBlack)
 {
-    const ProceduralTexture texture = Read("<t/>");
+    Read("<t/>");
     EXPECT_EQ(texture.stepCount, 0);
-    EXPECT_EQ(GlTextureLevel(1, 0)->bytes, Bytes(kImageBytes, 0));
+    EXPECT_EQ(Pixels(), Bytes(kImageBytes, 0));
+    EXPECT_EQ(package.budget.bytesLeft, kPieceBytes - kImageBytes);
+}
+
+TEST_F(ProceduralTextureTest, PixelsAreGivenBackOnceAndTheStepsStay)
+{
+    Read("<t><a type=\"201\"/></t>");
+    FreeProceduralTexture(&texture);
+    EXPECT_EQ(texture.pixels, nullptr);
+    EXPECT_EQ(texture.stepCount, 1);
+    FreeProceduralTexture(&texture);
+}
+
+TEST_F(ProceduralTextureTest, NoPixelsAreComputedUnlessTheyAreWanted)
+{
+    context.computePixels = false;
+    ReadLayers("<l type=\"5\"/>");
+    Read("<t><layer type=\"101\" id=\"0\"/><a type=\"205\"/></t>");
+    EXPECT_EQ(texture.stepCount, 2);
+    EXPECT_EQ(texture.pixels, nullptr);
+    EXPECT_EQ(package.budget.bytesLeft, kPieceBytes);
+}
+
+TEST_F(ProceduralTextureTest, PixelsPastThePiecesBudgetAreAFault)
+{
+    package.budget.bytesLeft = kImageBytes;
+    Read("<t/>");
+    EXPECT_NE(ReadFault("<t/>"), "");
+    EXPECT_EQ(texture.pixels, nullptr);
+}
+
+TEST_F(ProceduralTextureTest, TheEndOfTheSectionFreesTheLayers)
+{
+    ReadLayers("<l type=\"0\"/><l type=\"3\"/>");
+    EXPECT_TRUE(EndTextureSection(&context));
+    EXPECT_EQ(context.layerCount, 0u);
+    EXPECT_EQ(context.layers[1], nullptr);
 }
 
 TEST_F(ProceduralTextureTest, ParametersThatNoChildGivesAreOne)
 {
-    const ProceduralTexture texture =
-        Read("<t><a type=\"201\"/><b type=\"203\"><p>2.5</p></b>"
-             "<c type=\"207\"><p>1</p><p>2</p><p>3</p><p>4</p><p>5</p><p>6</p><p>7</p><p>8</p>"
-             "<p>9x</p><p/><q>11</q></c></t>");
+    Read("<t><a type=\"201\"/><b type=\"203\"><p>2.5</p></b>"
+         "<c type=\"207\"><p>1</p><p>2</p><p>3</p><p>4</p><p>5</p><p>6</p><p>7</p><p>8</p>"
+         "<p>9x</p><p/><q>11</q></c></t>");
     ASSERT_EQ(texture.stepCount, 3);
     EXPECT_EQ(texture.stepType[0], 201);
     EXPECT_EQ(texture.stepType[2], 207);
     for (size_t i = 0; i < kStepParams; ++i)
     {
-        EXPECT_EQ(texture.stepParams[0][i], 1.0F);
-        EXPECT_EQ(texture.stepParams[1][i], i == 0 ? 2.5F : 1.0F);
+        EXPECT_EQ(texture.stepParams[0][i], 1.0f);
+        EXPECT_EQ(texture.stepParams[1][i], i == 0 ? 2.5f : 1.0f);
         EXPECT_EQ(texture.stepParams[2][i],
                   static_cast<float>(i + 1)); // the tenth is not looked at
     }
@@ -125,69 +155,78 @@ TEST_F(ProceduralTextureTest, ParametersThatNoChildGivesAreOne)
 TEST_F(ProceduralTextureTest, OnlyANameThatBeginsWithLayerReadsAnId)
 {
     ReadLayers("<l type=\"0\"><p>0.1</p></l><l type=\"0\"><p>0.5</p></l>");
-    const ProceduralTexture texture =
-        Read("<t><layer type=\"101\" id=\"1\"/><layer2 type=\"103\" id=\"1\"/>"
-             "<Layer type=\"104\" id=\"1\"/><lay type=\"101\" id=\"1\"/>"
-             "<layer type=\"201\" id=\"77\"/></t>");
-    EXPECT_EQ(texture.stepLayer[0], 1);
-    EXPECT_EQ(texture.stepLayer[1], 1);
-    EXPECT_EQ(texture.stepLayer[2], 0);
-    EXPECT_EQ(texture.stepLayer[3], 0);
-    EXPECT_EQ(texture.stepLayer[4], 77); // a filter ignores it
+    Read("<t><layer type=\"101\" id=\"1\"/><layer2 type=\"103\" id=\"1\"/>"
+         "<Layer type=\"104\" id=\"1\"/><lay type=\"101\" id=\"1\"/>"
+         "<layer type=\"201\" id=\"77\"/></t>");
+    EXPECT_EQ(texture.stepLayer[0], 1u);
+    EXPECT_EQ(texture.stepLayer[1], 1u);
+    EXPECT_EQ(texture.stepLayer[2], 0u);
+    EXPECT_EQ(texture.stepLayer[3], 0u);
+    EXPECT_EQ(texture.stepLayer[4], 77u); // a filter ignores it
     // 127 + 0; max 127; min with 25; 25 + 25; the complement.
-    EXPECT_EQ(GlTextureLevel(1, 0)->bytes[0], 205);
+    EXPECT_EQ(texture.pixels[0], 205);
 }
 
 TEST_F(ProceduralTextureTest, UnknownStepsAreSkippedAndTheNextOnesRun)
 {
     Read("<t><a type=\"201\"/><a type=\"150\"/><a type=\"0\"/><a type=\"208\"/><a type=\"202\">"
          "<p>0.5</p></a></t>");
-    EXPECT_EQ(GlTextureLevel(1, 0)->bytes, Bytes(kImageBytes, 127));
+    EXPECT_EQ(Pixels(), Bytes(kImageBytes, 127));
 }
 
-TEST_F(ProceduralTextureTest, ThirtyTwoStepsAreReadAndTheNextIsFatal)
+TEST_F(ProceduralTextureTest, AThirtyThirdStepIsAFault)
 {
     std::string steps;
     for (int i = 0; i < 32; ++i)
     {
         steps += "<s type=\"201\"/>";
     }
-    const ProceduralTexture texture = Read("<t>" + steps + "</t>");
+    Read("<t>" + steps + "</t>");
     EXPECT_EQ(texture.stepCount, 32);
-    EXPECT_EXIT(
-        Read("<t>" + steps + "<s type=\"201\"/></t>"), testing::ExitedWithCode(1),
-        "quorvale: demo.xmlz, section 1 \\(procedural textures\\), item 1, step 33: more than "
-        "32 steps");
+    EXPECT_EQ(ReadFault("<t>" + steps + "<s type=\"201\"/></t>"),
+              "quorvale: demo.xmlz, section 1 (procedural textures), item 1, step 33: more than 32 "
+              "steps\n");
 }
 
-TEST_F(ProceduralTextureTest, ACombinerOfALayerOutsideTheListIsFatal)
+TEST_F(ProceduralTextureTest, ACombinerOfALayerOutsideTheListIsAFault)
 {
-    EXPECT_EXIT(Read("<t><a type=\"201\"/><a type=\"102\"/></t>"), testing::ExitedWithCode(1),
-                "item 1, step 2: there is no layer 0, the document has 0");
+    const std::string place = "quorvale: demo.xmlz, section 1 (procedural textures), item 1, ";
+    EXPECT_EQ(ReadFault("<t><a type=\"201\"/><a type=\"102\"/></t>"),
+              place + "step 2: there is no layer 0, the document has 0\n");
     ReadLayers("<l type=\"0\"/>");
-    EXPECT_EXIT(Read("<t><layer type=\"101\" id=\"1\"/></t>"), testing::ExitedWithCode(1),
-                "item 1, step 1: there is no layer 1, the document has 1");
-    EXPECT_EXIT(Read("<t><layer type=\"104\" id=\"-1\"/></t>"), testing::ExitedWithCode(1),
-                "there is no layer -1");
-    EXPECT_EXIT(Read("<t><layer type=\"101\"/></t>"), testing::ExitedWithCode(1), "step 1: .*id");
-    EXPECT_EXIT(Read("<t><s/></t>"), testing::ExitedWithCode(1), "step 1: .*type");
+    EXPECT_EQ(ReadFault("<t><layer type=\"101\" id=\"1\"/></t>"),
+              place + "step 1: there is no layer 1, the document has 1\n");
+    EXPECT_EQ(ReadFault("<t><layer type=\"104\" id=\"-1\"/></t>"),
+              place + "step 1: there is no layer -1, the document has 1\n");
+    EXPECT_EQ(ReadFault("<t><layer type=\"101\"/></t>"),
+              place + "step 1: attribute \"id\" of <layer> is missing\n");
+}
+
+TEST_F(ProceduralTextureTest, StepsAreElementsWithATypeAndParametersHaveText)
+{
+    const std::string place = "quorvale: demo.xmlz, section 1 (procedural textures), item 1, ";
+    EXPECT_EQ(ReadFault("<t><s/></t>"), place + "step 1: attribute \"type\" of <s> is missing\n");
+    EXPECT_EQ(ReadFault("<t>words</t>"), place + "step 1: step is not an element\n");
+    EXPECT_EQ(ReadFault("<t><s type=\"201\"><p>1</p><p/></s></t>"),
+              place + "step 1: <p> has no text\n");
+    EXPECT_EQ(ReadFault("<t><s type=\"201\"/><s type=\"201\">1</s></t>"),
+              place + "step 2: parameter is not an element\n");
 }
 
 TEST_F(ProceduralTextureTest, StepsRunInOrderOverABlackImage)
 {
     ReadLayers("<l type=\"0\"><p>0.2</p><p>0.4</p><p>0.6</p></l>"); // 51, 102, 153
-    ProceduralTexture texture = {};
     texture.stepCount = 3;
     texture.stepType[0] = 101;
-    texture.stepParams[0][0] = 9.0F;
-    texture.stepParams[0][1] = 0.5F; // 25, 51, 76
+    texture.stepParams[0][0] = 9.0f;
+    texture.stepParams[0][1] = 0.5f; // 25, 51, 76
     texture.stepType[1] = 201;       // 230, 204, 179
     texture.stepType[2] = 104;
-    texture.stepParams[2][0] = 0.5F; // 115, 102, 89
-    texture.stepParams[2][1] = 1.0F; // against 51, 102, 153
+    texture.stepParams[2][0] = 0.5f; // 115, 102, 89
+    texture.stepParams[2][1] = 1.0f; // against 51, 102, 153
     GuardedBytes image(kImageBytes, 0xEE);
-    texture.job = {&texture, image.Data()};
-    BuildProceduralTexture(&texture.job, context.layers, 256);
+    const TextureJob job = {&texture, image.Data()};
+    EXPECT_TRUE(BuildProceduralTexture(&job, context.layers, 256));
     EXPECT_TRUE(image.GuardsAreWhole());
     for (size_t i = 0; i < kImageBytes; i += 3)
     {
@@ -283,40 +322,31 @@ TEST_F(ProceduralTextureTest, WholeTexturesAreTheSameBytesOnEveryMachine)
     for (const InstructionSet set : ListInstructionSets())
     {
         const UsedInstructionSet used(set);
-        ResetGl();
         FreeLayers(&context);
         ReadLayers(kLayers);
-        uint32_t name = 0;
         for (const Stack& stack : kStacks)
         {
-            ++name;
-            const ProceduralTexture texture = Read(std::string("<t>") + stack.steps + "</t>");
-            ASSERT_EQ(texture.glTexture, name);
-            const Bytes& pixels = GlTextureLevel(name, 0)->bytes;
-            EXPECT_EQ(HashBytes(pixels.data(), pixels.size()), stack.hash)
-                << name << ", " << InstructionSetNames[set];
-            EXPECT_EQ(CompareBytes(pixels, BuildPlain(texture, context.layers)), "same") << name;
+            Read(std::string("<t>") + stack.steps + "</t>");
+            EXPECT_EQ(HashBytes(texture.pixels, kImageBytes), stack.hash)
+                << stack.steps << ", " << InstructionSetNames[set];
+            EXPECT_EQ(CompareBytes(Pixels(), BuildPlain(texture, context.layers)), "same")
+                << stack.steps;
         }
     }
 }
 
-TEST_F(ProceduralTextureTest, StepsAreReadWithoutOpenGlAndWithoutPixels)
+TEST_F(ProceduralTextureTest, StepsAreReadWithoutTheirLayers)
 {
     TiXmlDocument document;
     document.Parse("<t><layer type=\"104\" id=\"6\"><p>0.5</p></layer><x type=\"206\"/></t>");
-    ProceduralTexture texture;
     memset(static_cast<void*>(&texture), 0xEE, sizeof(texture));
-    ReadTextureSteps(document.RootElement(), 7, &texture);
-
-    EXPECT_EQ(TakeGlCalls(), "");
+    ASSERT_TRUE(ReadTextureSteps(document.RootElement(), 7, &texture, &faults));
     EXPECT_EQ(texture.stepCount, 2);
     EXPECT_EQ(texture.stepType[0], 104);
-    EXPECT_EQ(texture.stepLayer[0], 6);
-    EXPECT_EQ(texture.stepParams[0][0], 0.5F);
-    EXPECT_EQ(texture.stepParams[0][1], 1.0F);
+    EXPECT_EQ(texture.stepLayer[0], 6u);
+    EXPECT_EQ(texture.stepParams[0][0], 0.5f);
+    EXPECT_EQ(texture.stepParams[0][1], 1.0f);
     EXPECT_EQ(texture.stepType[1], 206);
-    EXPECT_EQ(texture.stepLayer[1], 0);
-    EXPECT_EQ(texture.glTexture, 0U);
-    EXPECT_EQ(texture.job.pixels, nullptr);
-    EXPECT_EQ(CurrentPlace.part, 0U);
+    EXPECT_EQ(texture.stepLayer[1], 0u);
+    EXPECT_EQ(texture.pixels, nullptr);
 }

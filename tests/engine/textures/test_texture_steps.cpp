@@ -46,16 +46,25 @@ static Bytes NumberedImage(int32_t size)
     return image;
 }
 
+/// Applies a step in scratch memory of its own, which it gives back.
+static void Apply(int32_t type, const float* params, const uint8_t* layer, int32_t size,
+                  uint8_t* pixels)
+{
+    Arena scratch = {};
+    EXPECT_TRUE(ApplyTextureStep(type, params, layer, size, pixels, &scratch));
+    EXPECT_EQ(scratch.used, 0u);
+    FreeArena(&scratch);
+}
+
 static Bytes Step(int32_t type, std::vector<float> params, Bytes image, Bytes layer = {})
 {
-    params.resize(9, 1.0F);
+    params.resize(9, 1.0f);
     int32_t size = 1;
     while (ImageBytes(size) < image.size())
     {
         ++size;
     }
-    ApplyTextureStep(type, params.data(), layer.empty() ? nullptr : layer.data(), size,
-                     image.data());
+    Apply(type, params.data(), layer.empty() ? nullptr : layer.data(), size, image.data());
     return image;
 }
 
@@ -93,7 +102,7 @@ static std::string CompareStep(int32_t type, const float* params, const Bytes& l
     std::copy(image.begin(), image.end(), block.Data());
     GuardedBytes layerBlock(layer.size());
     std::copy(layer.begin(), layer.end(), layerBlock.Data());
-    ApplyTextureStep(type, params, layerBlock.Data(), size, block.Data());
+    Apply(type, params, layerBlock.Data(), size, block.Data());
     if (!block.GuardsAreWhole() || !layerBlock.GuardsAreWhole() || layerBlock.Bytes() != layer)
     {
         return "wrote outside";
@@ -145,7 +154,7 @@ TEST_P(TextureSteps, EqualThePlainFormAtTheSizeThatDocumentsUse)
         float params[9];
         for (float& param : params)
         {
-            param = run < 11 ? 1.0F : NextWithin(random, 3.0F);
+            param = run < 11 ? 1.0f : NextWithin(random, 3.0f);
         }
         const Bytes image = RandomImage(random, 256);
         const Bytes layer = RandomImage(random, 256);
@@ -165,11 +174,11 @@ TEST_P(TextureSteps, CombinersEqualThePlainFormForAllPairsOfBytes)
         image[i] = static_cast<uint8_t>(i);
         layer[i] = static_cast<uint8_t>(i / 256);
     }
-    static constexpr float kScales[][2] = {{0.7F, 0.35F},        {1.0F, 1.0F},
-                                           {0.1F, 0.9F},         {1.0F / 255.0F, 1.0F / 255.0F},
-                                           {-1.0F, 1.0F},        {8421504.0F, 8421504.0F},
-                                           {33025.0F, 33026.0F}, {3e9F, -3e9F},
-                                           {-0.5F, -2.5F}};
+    static constexpr float kScales[][2] = {{0.7f, 0.35f},        {1.0f, 1.0f},
+                                           {0.1f, 0.9f},         {1.0f / 255.0f, 1.0f / 255.0f},
+                                           {-1.0f, 1.0f},        {8421504.0f, 8421504.0f},
+                                           {33025.0f, 33026.0f}, {3e9f, -3e9f},
+                                           {-0.5f, -2.5f}};
     for (const float(&scales)[2] : kScales)
     {
         for (const int32_t type : {101, 102, 103, 104, 202})
@@ -183,76 +192,76 @@ TEST_P(TextureSteps, CombinersEqualThePlainFormForAllPairsOfBytes)
 
 TEST_P(TextureSteps, AddOntoBlackIsAScaledCopyOfTheLayerWhateverTheFirstScale)
 {
-    EXPECT_EQ(Point(101, {0.0F, 0.5F}, 0, 201), 100);
-    EXPECT_EQ(Point(101, {17.0F, 0.5F}, 0, 201), 100);
-    EXPECT_EQ(Point(101, {-3.0F, 2.0F}, 0, 201), 255);
+    EXPECT_EQ(Point(101, {0.0f, 0.5f}, 0, 201), 100);
+    EXPECT_EQ(Point(101, {17.0f, 0.5f}, 0, 201), 100);
+    EXPECT_EQ(Point(101, {-3.0f, 2.0f}, 0, 201), 255);
 }
 
 TEST_P(TextureSteps, AddWithANegativeScaleClampsAtBlack)
 {
-    EXPECT_EQ(Point(101, {1.0F, -1.0F}, 100, 101), 0);
-    EXPECT_EQ(Point(101, {1.0F, -1.0F}, 101, 100), 1);
-    EXPECT_EQ(Point(101, {-1.0F, 1.0F}, 200, 50), 0);
+    EXPECT_EQ(Point(101, {1.0f, -1.0f}, 100, 101), 0);
+    EXPECT_EQ(Point(101, {1.0f, -1.0f}, 101, 100), 1);
+    EXPECT_EQ(Point(101, {-1.0f, 1.0f}, 200, 50), 0);
 }
 
 TEST_P(TextureSteps, MultiplyMaximumAndMinimumKeepTheLowBitsOfNegativeResults)
 {
-    EXPECT_EQ(Point(102, {-1.0F}, 1, 1), 255);         // -1
-    EXPECT_EQ(Point(102, {-1.0F}, 10, 30), 212);       // -300 = -512 + 212
-    EXPECT_EQ(Point(103, {-1.0F, -1.0F}, 3, 2), 254);  // max(-2, -3)
-    EXPECT_EQ(Point(104, {-1.0F, 1.0F}, 3, 200), 253); // min(-3, 255, 200)
-    EXPECT_EQ(Point(202, {-2.0F}, 100), 56);           // -200
-    EXPECT_EQ(Point(202, {-0.5F}, 1), 0);              // -0.5 drops to 0
+    EXPECT_EQ(Point(102, {-1.0f}, 1, 1), 255);         // -1
+    EXPECT_EQ(Point(102, {-1.0f}, 10, 30), 212);       // -300 = -512 + 212
+    EXPECT_EQ(Point(103, {-1.0f, -1.0f}, 3, 2), 254);  // max(-2, -3)
+    EXPECT_EQ(Point(104, {-1.0f, 1.0f}, 3, 200), 253); // min(-3, 255, 200)
+    EXPECT_EQ(Point(202, {-2.0f}, 100), 56);           // -200
+    EXPECT_EQ(Point(202, {-0.5f}, 1), 0);              // -0.5 drops to 0
 }
 
 TEST_P(TextureSteps, TheFilterMultiplyStopsAt255)
 {
-    EXPECT_EQ(Point(202, {2.0F}, 100), 200);
-    EXPECT_EQ(Point(202, {2.0F}, 127), 254);
-    EXPECT_EQ(Point(202, {2.0F}, 128), 255); // 256
-    EXPECT_EQ(Point(202, {3.0F}, 200), 255); // 600, whose low 8 bits are 88
-    EXPECT_EQ(Point(202, {1e6F}, 255), 255); // 255,000,000 still is an integer
+    EXPECT_EQ(Point(202, {2.0f}, 100), 200);
+    EXPECT_EQ(Point(202, {2.0f}, 127), 254);
+    EXPECT_EQ(Point(202, {2.0f}, 128), 255); // 256
+    EXPECT_EQ(Point(202, {3.0f}, 200), 255); // 600, whose low 8 bits are 88
+    EXPECT_EQ(Point(202, {1e6f}, 255), 255); // 255,000,000 still is an integer
 }
 
 TEST_P(TextureSteps, ProductsPastTheIntegersCountAsTheLowestOne)
 {
     // -2147483648, whose low 8 bits are 0.
-    EXPECT_EQ(Point(102, {1e8F}, 100, 1), 0);
-    EXPECT_EQ(Point(102, {-1e8F}, 100, 1), 0);
-    EXPECT_EQ(Point(102, {33025.0F}, 255, 255), 255); // 2147450625 fits
-    EXPECT_EQ(Point(102, {33026.0F}, 255, 255), 0);   // 2147515650 does not
+    EXPECT_EQ(Point(102, {1e8f}, 100, 1), 0);
+    EXPECT_EQ(Point(102, {-1e8f}, 100, 1), 0);
+    EXPECT_EQ(Point(102, {33025.0f}, 255, 255), 255); // 2147450625 fits
+    EXPECT_EQ(Point(102, {33026.0f}, 255, 255), 0);   // 2147515650 does not
     // The lowest integer loses against any other as a maximum and wins as a minimum.
-    EXPECT_EQ(Point(103, {1e10F, 1.0F}, 1, 7), 7);
-    EXPECT_EQ(Point(103, {1.0F, 1e10F}, 9, 1), 9);
-    EXPECT_EQ(Point(103, {1e10F, 1e10F}, 1, 1), 0);
-    EXPECT_EQ(Point(104, {1e10F, 1.0F}, 1, 7), 0);
-    EXPECT_EQ(Point(104, {1.0F, 1e10F}, 9, 1), 0);
-    EXPECT_EQ(Point(104, {1e10F, 1.0F}, 0, 7), 0); // 0 times a large number is 0
+    EXPECT_EQ(Point(103, {1e10f, 1.0f}, 1, 7), 7);
+    EXPECT_EQ(Point(103, {1.0f, 1e10f}, 9, 1), 9);
+    EXPECT_EQ(Point(103, {1e10f, 1e10f}, 1, 1), 0);
+    EXPECT_EQ(Point(104, {1e10f, 1.0f}, 1, 7), 0);
+    EXPECT_EQ(Point(104, {1.0f, 1e10f}, 9, 1), 0);
+    EXPECT_EQ(Point(104, {1e10f, 1.0f}, 0, 7), 0); // 0 times a large number is 0
 }
 
 TEST_P(TextureSteps, MultiplyDoesNotDivideBy255)
 {
-    EXPECT_EQ(Point(102, {1.0F}, 16, 15), 240);
-    EXPECT_EQ(Point(102, {1.0F}, 16, 16), 255);
-    EXPECT_EQ(Point(102, {1.0F}, 255, 255), 255);
-    EXPECT_EQ(Point(102, {1.0F / 255.0F}, 128, 128), 64); // 64.25
+    EXPECT_EQ(Point(102, {1.0f}, 16, 15), 240);
+    EXPECT_EQ(Point(102, {1.0f}, 16, 16), 255);
+    EXPECT_EQ(Point(102, {1.0f}, 255, 255), 255);
+    EXPECT_EQ(Point(102, {1.0f / 255.0f}, 128, 128), 64); // 64.25
 }
 
 TEST_P(TextureSteps, MultiplyScalesTheImageBeforeTheLayer)
 {
     // (3 * 0.7) * 50 drops to 104; 3 * (0.7 * 50) and (3 * 50) * 0.7 would both give 105.
-    EXPECT_EQ(Point(102, {0.7F}, 3, 50), 104);
-    EXPECT_EQ(Point(102, {0.7F}, 6, 25), 104);
+    EXPECT_EQ(Point(102, {0.7f}, 3, 50), 104);
+    EXPECT_EQ(Point(102, {0.7f}, 6, 25), 104);
 }
 
 TEST_P(TextureSteps, MaximumAndMinimumCompareScaledBytes)
 {
-    EXPECT_EQ(Point(103, {1.0F, 0.5F}, 90, 200), 100);
-    EXPECT_EQ(Point(103, {2.0F, 0.5F}, 90, 200), 180);
-    EXPECT_EQ(Point(103, {3.0F, 0.5F}, 90, 200), 255);
-    EXPECT_EQ(Point(104, {1.0F, 0.5F}, 90, 200), 90);
-    EXPECT_EQ(Point(104, {2.0F, 0.5F}, 90, 200), 100);
-    EXPECT_EQ(Point(104, {3.0F, 3.0F}, 90, 200), 255);
+    EXPECT_EQ(Point(103, {1.0f, 0.5f}, 90, 200), 100);
+    EXPECT_EQ(Point(103, {2.0f, 0.5f}, 90, 200), 180);
+    EXPECT_EQ(Point(103, {3.0f, 0.5f}, 90, 200), 255);
+    EXPECT_EQ(Point(104, {1.0f, 0.5f}, 90, 200), 90);
+    EXPECT_EQ(Point(104, {2.0f, 0.5f}, 90, 200), 100);
+    EXPECT_EQ(Point(104, {3.0f, 3.0f}, 90, 200), 255);
 }
 
 TEST_P(TextureSteps, InvertIsTheBitwiseComplement)
@@ -267,9 +276,9 @@ TEST_P(TextureSteps, ScalesOfNoUseGiveTheMachinesConversion)
     EXPECT_EQ(Point(202, {NAN}, 5), 0);      // -2147483648, low 8 bits
     EXPECT_EQ(Point(202, {INFINITY}, 5), 0); // the same
     EXPECT_EQ(Point(202, {-INFINITY}, 5), 0);
-    EXPECT_EQ(Point(202, {1e10F}, 1), 0);
-    EXPECT_EQ(Point(202, {8421504.0F}, 254), 255); // 2139062016 fits
-    EXPECT_EQ(Point(101, {1e10F, 1.0F}, 1, 1), 0);
+    EXPECT_EQ(Point(202, {1e10f}, 1), 0);
+    EXPECT_EQ(Point(202, {8421504.0f}, 254), 255); // 2139062016 fits
+    EXPECT_EQ(Point(101, {1e10f, 1.0f}, 1, 1), 0);
 }
 
 TEST_P(TextureSteps, WithNoParametersAddSaturatesTheSum)
@@ -282,7 +291,7 @@ TEST_P(TextureSteps, OffsetMovesRowsByXAndColumnsByY)
 {
     const int32_t size = 4;
     const Bytes image = NumberedImage(size);
-    const Bytes moved = Step(203, {1.0F, 2.0F}, image);
+    const Bytes moved = Step(203, {1.0f, 2.0f}, image);
     for (size_t y = 0; y < 4; ++y)
     {
         for (size_t x = 0; x < 4; ++x)
@@ -307,17 +316,17 @@ TEST_P(TextureSteps, OffsetWithNoParametersMovesByOneRowAndOneColumn)
 TEST_P(TextureSteps, OffsetDropsTheFractionAndTakesNegativesFromTheOtherSide)
 {
     const Bytes image = NumberedImage(16);
-    EXPECT_EQ(Step(203, {1.9F, -1.9F}, image), Step(203, {1.0F, 15.0F}, image));
-    EXPECT_EQ(Step(203, {-16.0F, 16.0F}, image), image);
-    EXPECT_EQ(Step(203, {0.0F, -0.5F}, image), image);
+    EXPECT_EQ(Step(203, {1.9f, -1.9f}, image), Step(203, {1.0f, 15.0f}, image));
+    EXPECT_EQ(Step(203, {-16.0f, 16.0f}, image), image);
+    EXPECT_EQ(Step(203, {0.0f, -0.5f}, image), image);
 }
 
 TEST_P(TextureSteps, OffsetBelowTheSideStaysInsideAndGoesOnWrapping)
 {
     const Bytes image = NumberedImage(16);
-    EXPECT_EQ(Step(203, {-17.0F, -40.0F}, image), Step(203, {15.0F, 8.0F}, image));
-    EXPECT_EQ(Step(203, {-1e20F, NAN}, image), image); // -2147483648, a multiple of 16
-    EXPECT_EQ(Step(203, {2147483520.0F, 0.0F}, image), image);
+    EXPECT_EQ(Step(203, {-17.0f, -40.0f}, image), Step(203, {15.0f, 8.0f}, image));
+    EXPECT_EQ(Step(203, {-1e20f, NAN}, image), image); // -2147483648, a multiple of 16
+    EXPECT_EQ(Step(203, {2147483520.0f, 0.0f}, image), image);
 }
 
 TEST_P(TextureSteps, RippleWithoutAmplitudeIsTheMeanOfTheOtherThreeNeighbours)
@@ -328,7 +337,7 @@ TEST_P(TextureSteps, RippleWithoutAmplitudeIsTheMeanOfTheOtherThreeNeighbours)
     image[(1 * 4 + 0) * 3] = 101; // below it
     image[(1 * 4 + 1) * 3] = 7;   // below right
     image[0] = 255;               // the pixel itself counts for nothing
-    const Bytes result = Step(204, {0.0F, 0.0F, 1.0F, 1.0F}, image);
+    const Bytes result = Step(204, {0.0f, 0.0f, 1.0f, 1.0f}, image);
     EXPECT_EQ(result[0], 102); // 308 / 3
 }
 
@@ -343,7 +352,7 @@ TEST_P(TextureSteps, RippleMovesAlongXWithTheCountOfTheYWavelength)
     {
         image[(y * 4 + 2) * 3] = 240;
     }
-    const Bytes result = Step(204, {0.5F, 0.0F, 0.0F, 1.0F}, image);
+    const Bytes result = Step(204, {0.5f, 0.0f, 0.0f, 1.0f}, image);
     // Displaced by 2, column 3 sees columns 1 and 2: the right one, below right: two thirds.
     EXPECT_EQ(result[(0 * 4 + 3) * 3], 160);
     EXPECT_EQ(result[(0 * 4 + 0) * 3], 80); // column 2 itself: the one below it counts a third
@@ -363,7 +372,7 @@ TEST_P(TextureSteps, RippleMovesAlongYWithTheCountOfTheXWavelength)
     {
         image[(2 * 4 + x) * 3] = 240;
     }
-    const Bytes result = Step(204, {0.0F, 0.5F, 1.0F, 0.0F}, image);
+    const Bytes result = Step(204, {0.0f, 0.5f, 1.0f, 0.0f}, image);
     // Displaced by 2, row 3 sees rows 1 and 2: the lower one, lower right: two thirds.
     EXPECT_EQ(result[(3 * 4 + 0) * 3], 160);
     EXPECT_EQ(result[(3 * 4 + 2) * 3], 160);
@@ -375,7 +384,7 @@ TEST_P(TextureSteps, RippleMovesAlongYWithTheCountOfTheXWavelength)
     EXPECT_EQ(result[(3 * 4 + 1) * 3], 0);
 
     // The other count leaves every column at cosine 1.
-    const Bytes still = Step(204, {0.0F, 0.5F, 0.0F, 1.0F}, image);
+    const Bytes still = Step(204, {0.0f, 0.5f, 0.0f, 1.0f}, image);
     for (size_t x = 0; x < 4; ++x)
     {
         EXPECT_EQ(still[(3 * 4 + x) * 3], 160);
@@ -402,23 +411,23 @@ TEST_P(TextureSteps, RippleWithNoParametersDisplacesByOneSideTimesTheCosineWithO
 TEST_P(TextureSteps, RippleTakesTheSizeOfATruncatedWavelength)
 {
     const Bytes image = NumberedImage(32);
-    EXPECT_EQ(Step(204, {0.1F, 0.2F, -3.9F, -2.2F}, image),
-              Step(204, {0.1F, 0.2F, 3.0F, 2.0F}, image));
+    EXPECT_EQ(Step(204, {0.1f, 0.2f, -3.9f, -2.2f}, image),
+              Step(204, {0.1f, 0.2f, 3.0f, 2.0f}, image));
 }
 
 TEST_P(TextureSteps, RippleBeyondOneSideToTheLeftStaysInsideAndGoesOnWrapping)
 {
     // Amplitude -3 with no waves: three sides to the left, which shows the same as none.
     const Bytes image = NumberedImage(32);
-    EXPECT_EQ(Step(204, {-3.0F, -3.0F, 0.0F, 0.0F}, image),
-              Step(204, {0.0F, 0.0F, 0.0F, 0.0F}, image));
+    EXPECT_EQ(Step(204, {-3.0f, -3.0f, 0.0f, 0.0f}, image),
+              Step(204, {0.0f, 0.0f, 0.0f, 0.0f}, image));
 }
 
 TEST_P(TextureSteps, RippleOfDisplacementsThatNoPixelHasStaysInside)
 {
     // Past 32 bits, infinite or no number: the first row or column counts.
     const Bytes image = NumberedImage(32);
-    const Bytes none = Step(204, {1e30F, NAN, 0.0F, 0.0F}, image);
+    const Bytes none = Step(204, {1e30f, NAN, 0.0f, 0.0f}, image);
     for (size_t i = 3; i < none.size(); ++i)
     {
         ASSERT_EQ(none[i], none[i - 3]);
@@ -471,7 +480,7 @@ TEST_P(TextureSteps, BlurWrapsAroundAllEdges)
 
 TEST_P(TextureSteps, EmbossLeavesFlatAreasAsTheyAre)
 {
-    for (float direction = 1.0F; direction <= 4.0F; direction += 1.0F)
+    for (float direction = 1.0f; direction <= 4.0f; direction += 1.0f)
     {
         EXPECT_EQ(Step(206, {direction}, FlatImage(16, 93)), FlatImage(16, 93));
     }
@@ -503,13 +512,13 @@ TEST_P(TextureSteps, EmbossTakesDirectionsOutsideOneToFourForTheNearest)
 {
     RandomSource random;
     const Bytes image = RandomImage(random, 16);
-    const Bytes first = Step(206, {1.0F}, image);
-    const Bytes fourth = Step(206, {4.0F}, image);
-    EXPECT_EQ(Step(206, {0.0F}, image), first);
-    EXPECT_EQ(Step(206, {-7.0F}, image), first);
+    const Bytes first = Step(206, {1.0f}, image);
+    const Bytes fourth = Step(206, {4.0f}, image);
+    EXPECT_EQ(Step(206, {0.0f}, image), first);
+    EXPECT_EQ(Step(206, {-7.0f}, image), first);
     EXPECT_EQ(Step(206, {}, image), first); // the parameter that no child gives is 1
-    EXPECT_EQ(Step(206, {5.0F}, image), fourth);
-    EXPECT_EQ(Step(206, {4.9F}, image), fourth);
+    EXPECT_EQ(Step(206, {5.0f}, image), fourth);
+    EXPECT_EQ(Step(206, {4.9f}, image), fourth);
     EXPECT_NE(first, fourth);
 }
 
@@ -535,7 +544,7 @@ TEST_P(TextureSteps, ConvolutionTakesItsKernelRowByRowFromTheUpperLeft)
 TEST_P(TextureSteps, ConvolutionAddsInRowOrder)
 {
     // 2^24 + 1 - 2^24: the 1 is lost where it meets the large number first, and kept at the end.
-    const float large = 16777216.0F;
+    const float large = 16777216.0f;
     EXPECT_EQ(Step(207, {large, 1, -large, 0, 0, 0, 0, 0, 0}, FlatImage(3, 1)), FlatImage(3, 0));
     EXPECT_EQ(Step(207, {large, -large, 1, 0, 0, 0, 0, 0, 0}, FlatImage(3, 1)), FlatImage(3, 1));
     EXPECT_EQ(Step(207, {large, 1, 0, 0, 0, 0, -large, 0, 0}, FlatImage(3, 1)), FlatImage(3, 0));

@@ -12,7 +12,7 @@
 #include "engine/data/fault.h"
 #include "engine/data/numeric.h"
 #include "engine/data/random_sequence.h"
-#include "engine/textures/catalogues.h"
+#include "engine/data/vocabulary.h"
 #include "engine/textures/effect_kernels.h"
 
 static constexpr size_t kTestStateSize = 8;
@@ -218,7 +218,7 @@ bool EvaluateFirstParams(const Effect2D* effect, const Animation* animation, flo
         return true;
     }
     FaultList* faults = animation->faults;
-    const uint32_t count = Effect2DCatalogue[effect->type].paramCount;
+    const uint32_t count = CountParamNumbers(FindVocabularyRow(kCatalogueEffects, effect->type));
     for (uint32_t i = 0; i < count && effect->paramEnvelope[i] != 0; ++i)
     {
         faults->place.part = i + 1;

@@ -9,23 +9,15 @@
 #include <cstdint>
 
 #include "engine/data/demo_document.h"
+#include "engine/data/vocabulary_numbers.h"
 
 struct Animation;
 struct FaultList;
 struct RandomSequence;
 
-inline constexpr uint32_t kEffectParams = 32;
 /// lastUpdate of an effect that was never refreshed. A first use at this very time, 65535 ticks,
 /// therefore refreshes nothing.
 inline constexpr int32_t kEffectNeverUpdated = 0xFFFF;
-
-enum EffectType : int32_t
-{
-    kEffectTest = 0,   // "Test 2d effect": a gradient for finding faults
-    kEffectPlasma = 1, // "Effect 1"
-    kEffectAmoba = 2,  // "Amoba"
-    kEffectRotate = 3, // "Rotate"
-};
 
 /// Constant after reading.
 struct Effect2D

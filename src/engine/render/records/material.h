@@ -4,14 +4,11 @@
 #include <cstdint>
 
 #include "engine/data/demo_document.h"
-
-inline constexpr uint32_t kMaterialTypes = 24;
-inline constexpr uint32_t kMaterialParams = 32;
-inline constexpr uint32_t kMaterialRefs = 16;
+#include "engine/data/vocabulary_numbers.h"
 
 struct Material
 {
-    uint32_t type;                      // the recipe, 0 to 23
+    uint32_t type;                      // RecipeType
     uint8_t dynamicMask[4];             // which params are envelope ids, see below
     uint32_t params[kMaterialParams];   // animated slots: red, green, blue, alpha, extra
     uint32_t refs[kMaterialRefs];       // ids of "texture" and "light" children, in order; 0 none

@@ -5,16 +5,8 @@
 #include <cstdint>
 
 #include "engine/data/demo_document.h"
+#include "engine/data/vocabulary_numbers.h"
 #include "engine/geometry/manipulator.h"
-
-inline constexpr uint32_t kSceneObjects = 512;
-inline constexpr uint32_t kSceneManipulators = 7;
-
-enum ObjectKind : uint8_t
-{
-    kObjectModel = 0,
-    kObjectGenMesh = 1, // any other kind draws nothing
-};
 
 /// A placement value of all objects: slots, and a mask with the bit of object n in byte n / 8 at
 /// 0x80 >> (n % 8).

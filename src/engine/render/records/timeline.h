@@ -8,31 +8,11 @@
 #include <cstdint>
 
 #include "engine/data/demo_document.h"
+#include "engine/data/vocabulary_numbers.h"
 
 struct FaultList;
 
-inline constexpr uint32_t kTimelineRows = 32;
-inline constexpr uint32_t kTimelineClips = 1024;
-inline constexpr uint32_t kTimelineSeconds = 1024;
-inline constexpr uint32_t kTicksPerSecond = 100;
 inline constexpr uint32_t kEmptySlot = 0xFFFFFFFF; // reserved marker; the reader never stores it
-
-enum PassKind : int32_t
-{
-    kPassSimple = 0,         // to the whole window
-    kPassTexture = 1,        // to a bitmap
-    kPassLink = 2,           // target, viewport and buffers as the clip before left them
-    kPassClearDepth = 3,     // as simple, depth cleared first
-    kPassTextureWide = 4,    // to a bitmap, aspect 1.6
-    kPassTextureQuarter = 5, // to a bitmap resized to a quarter of the window
-};
-
-enum ProjectionKind : uint8_t
-{
-    kProjectionPerspective = 0,  // fov is a float
-    kProjectionOrthographic = 1, // fov unused
-    kProjectionAnimatedFov = 2,  // fov is an envelope id
-};
 
 /// An animated value in column form: slot and flag of each clip.
 struct ClipValues

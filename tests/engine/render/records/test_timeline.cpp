@@ -1,4 +1,4 @@
-#include "engine/render/timeline.h"
+#include "engine/render/records/timeline.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -9,24 +9,27 @@
 
 #include "engine/animation/animated_value.h"
 #include "engine/data/fault.h"
+#include "support/failing_memory.h"
+#include "support/fault_text.h"
 
 class TimelineTest : public testing::Test
 {
   protected:
     void SetUp() override
     {
-        timeline = CreateTimeline();
+        StartFaults(&faults);
+        timeline = CreateTimeline(&faults);
         document.name = "demo.xmlz";
         document.document = &tree;
         document.timeline = timeline;
         context.document = &document;
-        CurrentPlace = {"demo.xmlz", 10, 0, 0};
+        context.faults = &faults;
     }
 
     void TearDown() override
     {
         free(timeline);
-        CurrentPlace = {nullptr, kNoSection, 0, 0};
+        FreeFaults(&faults);
     }
 
     void Parse(const std::string& text)
@@ -36,12 +39,30 @@ class TimelineTest : public testing::Test
     }
 
     /// Reads <row>clips</row> as row number `row`.
-    void ReadRow(const std::string& clips, uint32_t row = 0)
+    bool ReadRowItem(const std::string& clips, uint32_t row)
     {
         tree.Clear();
         Parse("<row>" + clips + "</row>");
-        CurrentPlace.item = row + 1;
-        ReadTimelineRow(tree.RootElement(), nullptr, row, &context);
+        faults.place = PlaceAt("demo.xmlz", Section::kTimeline, row + 1);
+        return ReadTimelineRow(tree.RootElement(), nullptr, row, &context);
+    }
+
+    void ReadRow(const std::string& clips, uint32_t row = 0)
+    {
+        EXPECT_TRUE(ReadRowItem(clips, row));
+        EXPECT_EQ(FaultText(faults), "");
+        EXPECT_EQ(faults.place.part, 0u);
+    }
+
+    /// @return the line of a fault from its row on
+    std::string FaultOf(const std::string& clips, uint32_t row = 0)
+    {
+        EXPECT_FALSE(ReadRowItem(clips, row));
+        const std::string lines = FaultText(faults);
+        FreeFaults(&faults);
+        const std::string place = "quorvale: demo.xmlz, section 10 (timeline), ";
+        EXPECT_EQ(lines.substr(0, place.size()), place);
+        return lines.substr(place.size());
     }
 
     /// The slots of a row that hold a clip, from the first to the last given second.
@@ -52,11 +73,11 @@ class TimelineTest : public testing::Test
 
     TiXmlDocument tree;
     DemoDocument document = {};
-    LoadContext context = {};
+    FaultList faults;
+    ReadContext context = {};
     Timeline* timeline = nullptr;
 };
 
-using TimelineDeathTest = TimelineTest;
 using SlotList = std::vector<uint32_t>;
 
 static std::string Value(const std::string& type, const std::string& value)
@@ -102,14 +123,14 @@ TEST_F(TimelineTest, AClipFillsTheSlotsFromItsFirstToItsLastSecond)
     EXPECT_EQ(timeline->slotIndex[4][0], 0u);
 }
 
-TEST_F(TimelineTest, AClipThatBeginsInsideASecondStartsWithTheNextSlot)
+TEST_F(TimelineTest, AClipFromInsideASecondStartsWithTheNextSlot)
 {
     AddClipToIndex(0, 250, 5, 0, timeline);
     AddClipToIndex(250, 500, 6, 0, timeline);
     EXPECT_EQ(Slots(0, 0, 6), (SlotList{5, 5, 5, 6, 6, 6, 0}));
 }
 
-TEST_F(TimelineTest, ALaterClipTakesTheSlotThatItSharesWithTheOneBefore)
+TEST_F(TimelineTest, ALaterClipTakesTheSlotThatItShares)
 {
     AddClipToIndex(0, 300, 5, 0, timeline);
     EXPECT_EQ(Slots(0, 0, 4), (SlotList{5, 5, 5, 5, 0}));
@@ -117,7 +138,7 @@ TEST_F(TimelineTest, ALaterClipTakesTheSlotThatItSharesWithTheOneBefore)
     EXPECT_EQ(Slots(0, 0, 5), (SlotList{5, 5, 5, 6, 6, 0}));
 }
 
-TEST_F(TimelineTest, AClipInsideOneSecondThatDoesNotBeginWithItIsDropped)
+TEST_F(TimelineTest, AClipInsideASecondAndNotFromItsStartIsDropped)
 {
     AddClipToIndex(0, 110, 0, 0, timeline);
     AddClipToIndex(110, 190, 1, 0, timeline);
@@ -158,7 +179,7 @@ TEST_F(TimelineTest, SlotsPastTheBlockAreLeftOut)
     EXPECT_EQ(timeline->clipEnd[0][9], 4294967295u);
     EXPECT_EQ(timeline->slotIndex[1][0], 0u);
 
-    AddClipToIndex(102400, 102500, 8, 31, timeline); // behind the last row's last slot
+    AddClipToIndex(102400, 102500, 8, 31, timeline); // after the last row's last slot
     EXPECT_EQ(timeline->slotIndex[31][1023], 0u);
     EXPECT_EQ(timeline->clipEnd[0][0], 0u);
     EXPECT_EQ(timeline->clipEnd[31][8], 102500u);
@@ -209,10 +230,10 @@ TEST_F(TimelineTest, OnlyTheDemosBlockIsClearedWhenItsSectionIsRead)
 {
     timeline->clipCount[5] = 3;
     context.isDemo = false;
-    BeginTimeline(&context);
+    EXPECT_TRUE(BeginTimeline(&context));
     EXPECT_EQ(timeline->clipCount[5], 3u);
     context.isDemo = true;
-    BeginTimeline(&context);
+    EXPECT_TRUE(BeginTimeline(&context));
     EXPECT_EQ(timeline->clipCount[5], 0u);
 }
 
@@ -281,7 +302,7 @@ TEST_F(TimelineTest, FogThatIsOnHasFourChildren)
     EXPECT_EQ(timeline->fogStart.dynamic[0][0], 1);
     EXPECT_EQ(SlotFloat(timeline->fogEnd.slot[0][0]), 250.0f);
     EXPECT_EQ(timeline->fogEnd.dynamic[0][0], 0);
-    EXPECT_EQ(timeline->fogColourMaterial[0][0], 6u);
+    EXPECT_EQ(timeline->fogColorMaterial[0][0], 6u);
 }
 
 TEST_F(TimelineTest, TheFogsTypeIsCutToASignedByte)
@@ -302,13 +323,13 @@ TEST_F(TimelineTest, TheFogsTypeIsCutToASignedByte)
 TEST_F(TimelineTest, FogThatIsOffLeavesItsValuesAsTheyWere)
 {
     timeline->fogEnd.slot[0][0] = 77;
-    timeline->fogColourMaterial[0][0] = 78;
+    timeline->fogColorMaterial[0][0] = 78;
     ReadRow(Clip(Attributes(0, 100), Camera() + Value("static", "60") + "<f type=\"-1\">" +
                                          Value("static", "0.5") + Value("static", "1") +
                                          Value("static", "2") + "<v value=\"5\"/></f>"));
     EXPECT_EQ(timeline->fogMode[0][0], -1);
     EXPECT_EQ(timeline->fogEnd.slot[0][0], 77u);
-    EXPECT_EQ(timeline->fogColourMaterial[0][0], 78u);
+    EXPECT_EQ(timeline->fogColorMaterial[0][0], 78u);
 }
 
 TEST_F(TimelineTest, OnlyPassesToATextureReadTheirTarget)
@@ -373,8 +394,8 @@ TEST_F(TimelineTest, ARowHoldsAThousandAndTwentyFourClips)
 }
 
 /// Reads a whole document whose rows are <row>clips</row>; all other sections are empty.
-static void ReadDocument(const std::vector<std::string>& rows, TiXmlDocument* tree,
-                         LoadContext* context)
+static bool ReadDocument(const std::vector<std::string>& rows, TiXmlDocument* tree,
+                         ReadContext* context)
 {
     std::string text = "<first/>";
     for (int section = 0; section < 10; ++section)
@@ -389,44 +410,43 @@ static void ReadDocument(const std::vector<std::string>& rows, TiXmlDocument* tr
     text += "</s><m/>";
     tree->Clear();
     tree->Parse(text.c_str());
-    ASSERT_FALSE(tree->Error()) << tree->ErrorDesc();
+    EXPECT_FALSE(tree->Error()) << tree->ErrorDesc();
 
     std::vector<SectionReader> readers(kSectionCount);
-    readers[10] = {nullptr, 0, kTimelineRows, BeginTimeline, ReadTimelineRow, EndTimeline};
-    ReadSections(readers.data(), context);
+    readers[10] = {nullptr, 0, kTimelineRows, BeginTimeline, ReadTimelineRow, EndTimeline, nullptr};
+    return ReadSections(readers.data(), context);
 }
 
 TEST_F(TimelineTest, RowsPastTheThirtySecondAreIgnored)
 {
     context.isDemo = true;
     std::vector<std::string> rows(34, PlainClip(0, 100));
-    rows[32] = "no clip at all"; // would end the program
-    ReadDocument(rows, &tree, &context);
+    rows[32] = "no clip at all"; // would be a fault
+    EXPECT_TRUE(ReadDocument(rows, &tree, &context));
     EXPECT_EQ(timeline->clipCount[31], 1u);
     EXPECT_EQ(timeline->clipEnd[31][0], 100u);
 }
 
-TEST_F(TimelineDeathTest, ATimelineWithoutARowEndsTheProgram)
+TEST_F(TimelineTest, ATimelineWithoutARowIsAFault)
 {
-    ReadDocument({""}, &tree, &context); // one without clips will do
+    EXPECT_TRUE(ReadDocument({""}, &tree, &context)); // one without clips will do
     EXPECT_EQ(timeline->clipCount[0], 0u);
-    EXPECT_EXIT(ReadDocument({}, &tree, &context), testing::ExitedWithCode(1),
-                "^quorvale: demo.xmlz, section 10 \\(timeline\\): the timeline has no row\n$");
+    EXPECT_FALSE(ReadDocument({}, &tree, &context));
+    EXPECT_EQ(FaultText(faults),
+              "quorvale: demo.xmlz, section 10 (timeline): the timeline has no row\n");
 }
 
-TEST_F(TimelineDeathTest, AClipTooManyEndsTheProgram)
+TEST_F(TimelineTest, AClipTooManyIsAFault)
 {
     std::string clips;
     for (int i = 0; i < 1025; ++i)
     {
         clips += PlainClip(0, 1);
     }
-    EXPECT_EXIT(ReadRow(clips, 2), testing::ExitedWithCode(1),
-                "^quorvale: demo.xmlz, section 10 \\(timeline\\), row 3, clip 1025: the row has "
-                "more than 1024 clips\n$");
+    EXPECT_EQ(FaultOf(clips, 2), "row 3, clip 1025: the row has more than 1024 clips\n");
 }
 
-TEST_F(TimelineDeathTest, AMissingAttributeEndsTheProgram)
+TEST_F(TimelineTest, AMissingAttributeIsAFault)
 {
     const char* names[] = {"id", "space_before", "length", "offset", "type", "rtex"};
     for (const char* missing : names)
@@ -439,13 +459,14 @@ TEST_F(TimelineDeathTest, AMissingAttributeEndsTheProgram)
         const std::string clips =
             PlainClip(0, 100) +
             Clip(attributes, Camera() + Value("static", "60") + "<f type=\"0\"/>");
-        EXPECT_EXIT(ReadRow(clips, 1), testing::ExitedWithCode(1),
-                    std::string("section 10 \\(timeline\\), row 2, clip 2: attribute \"") +
-                        missing + "\" of <c> is missing\n$");
+        EXPECT_EQ(FaultOf(clips, 1),
+                  "row 2, clip 2: attribute \"" + std::string(missing) + "\" of <c> is missing\n");
     }
+    EXPECT_EQ(FaultOf(PlainClip(0, 100) + "<c/>", 1), // the first of several is the one
+              "row 2, clip 2: attribute \"id\" of <c> is missing\n");
 }
 
-TEST_F(TimelineDeathTest, AMissingChildEndsTheProgram)
+TEST_F(TimelineTest, AMissingChildIsAFault)
 {
     const struct
     {
@@ -455,7 +476,9 @@ TEST_F(TimelineDeathTest, AMissingChildEndsTheProgram)
         {"", "camera x is missing"},
         {Value("static", "1") + Value("static", "1"), "camera z is missing"},
         {Camera(), "field of view is missing"},
+        {Camera() + "<v/>", "attribute \"type\" of <v> is missing"},
         {Camera() + Value("static", "60"), "fog is missing"},
+        {Camera() + Value("static", "60") + "<f/>", "attribute \"type\" of <f> is missing"},
         {Camera() + Value("static", "60") + "<f type=\"1\"/>", "fog density is missing"},
         {Camera() + Value("static", "60") + "<f type=\"1\">" + Value("static", "1") +
              Value("static", "1") + Value("static", "1") + "</f>",
@@ -465,13 +488,22 @@ TEST_F(TimelineDeathTest, AMissingChildEndsTheProgram)
     };
     for (const auto& c : cases)
     {
-        EXPECT_EXIT(ReadRow(Clip(Attributes(0, 100), c.children)), testing::ExitedWithCode(1),
-                    std::string("row 1, clip 1: ") + c.fault + "\n$");
+        EXPECT_EQ(FaultOf(Clip(Attributes(0, 100), c.children)),
+                  std::string("row 1, clip 1: ") + c.fault + "\n");
     }
 }
 
-TEST_F(TimelineDeathTest, TextBetweenClipsEndsTheProgram)
+TEST_F(TimelineTest, TextBetweenClipsIsAFault)
 {
-    EXPECT_EXIT(ReadRow(PlainClip(0, 100) + "text"), testing::ExitedWithCode(1),
-                "row 1, clip 2: clip is not an element\n$");
+    EXPECT_EQ(FaultOf(PlainClip(0, 100) + "text"), "row 1, clip 2: clip is not an element\n");
+}
+
+TEST_F(TimelineTest, WithoutMemoryIsAFaultWithoutAPlace)
+{
+    faults.place = PlaceAt("demo.xmlz", Section::kTimeline, 1);
+    FailAllocation(1);
+    Timeline* none = CreateTimeline(&faults);
+    AllowAllocations();
+    EXPECT_EQ(none, nullptr);
+    EXPECT_EQ(FaultText(faults), "quorvale: there is no memory for a timeline\n");
 }

@@ -1,4 +1,4 @@
-#include "engine/render/effect_kernels.h"
+#include "engine/textures/effect_kernels.h"
 
 #include <bit>
 #include <cstdlib>
@@ -8,8 +8,10 @@
 #include <vector>
 
 #include "engine/data/cos_table.h"
-#include "engine/render/plain_effects.h"
+#include "engine/data/random_sequence.h"
+#include "engine/textures/plain_effects.h"
 #include "support/guarded_bytes.h"
+#include "support/instruction_sets.h"
 
 static constexpr float kInfinity = std::numeric_limits<float>::infinity();
 static constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
@@ -71,9 +73,9 @@ static void ExpectPlainEffect1(uint32_t side, uint32_t bpp, float step)
     std::vector<uint8_t> plain(ImageSize(side, bpp));
     BuildCosTable();
     PlainEffect1(side, bpp, step, plain.data());
-    for (bool wide : {false, true})
+    for (const InstructionSet set : ListInstructionSets())
     {
-        SetWideEffectKernels(wide);
+        const UsedInstructionSet used(set);
         ExpectSame(Effect1(side, bpp, step), plain, step);
     }
 }
@@ -83,9 +85,9 @@ static void ExpectPlainRotate(uint32_t side, uint32_t bpp, float step)
     std::vector<uint8_t> plain(ImageSize(side, bpp));
     BuildCosTable();
     PlainRotate(side, bpp, step, plain.data());
-    for (bool wide : {false, true})
+    for (const InstructionSet set : ListInstructionSets())
     {
-        SetWideEffectKernels(wide);
+        const UsedInstructionSet used(set);
         ExpectSame(Rotate(side, bpp, step), plain, step);
     }
 }
@@ -179,9 +181,9 @@ TEST(CosTable, TakesTheSignedRemainderWhoseEntryIsNotThatOfAMask)
 
 TEST(Effect1, AtStepMinus646ReadsTheTablesLowerHalf)
 {
-    for (bool wide : {false, true})
+    for (const InstructionSet set : ListInstructionSets())
     {
-        SetWideEffectKernels(wide);
+        const UsedInstructionSet used(set);
         EXPECT_EQ(Effect1(256, 24, -646.0f)[124573], 60);
     }
 }
@@ -307,21 +309,28 @@ static std::vector<size_t> LivePixels(const std::vector<uint8_t>& cells, uint32_
     return live;
 }
 
+static RandomSequence SeededRandom(uint32_t seed)
+{
+    RandomSequence random;
+    SeedRandom(&random, seed);
+    return random;
+}
+
 TEST(Amoba, ACellOfExactly64NeverSpreads)
 {
     std::vector<uint8_t> cells(64 * 64, 0);
     cells[20 * 64 + 20] = 64;
-    srand(1);
+    RandomSequence random = SeededRandom(1);
     for (int step = 0; step < 200; ++step)
     {
-        GrowAmoba(64, 8, cells.data());
+        GrowAmoba(64, 8, cells.data(), &random);
     }
     EXPECT_EQ(LivePixels(cells, 8), (std::vector<size_t>{20 * 64 + 20}));
 
     cells[20 * 64 + 20] = 65;
     for (int step = 0; step < 200; ++step)
     {
-        GrowAmoba(64, 8, cells.data());
+        GrowAmoba(64, 8, cells.data(), &random);
     }
     EXPECT_GT(LivePixels(cells, 8).size(), 1000u);
 }
@@ -333,17 +342,17 @@ TEST(Amoba, APixelWhoseChannelsSumTo32NeverSpreads)
     pixel[0] = 10;
     pixel[1] = 20;
     pixel[2] = 2;
-    srand(1);
+    RandomSequence random = SeededRandom(1);
     for (int step = 0; step < 200; ++step)
     {
-        GrowAmoba(64, 24, cells.data());
+        GrowAmoba(64, 24, cells.data(), &random);
     }
     EXPECT_EQ(LivePixels(cells, 24).size(), 3u);
 
     pixel[2] = 3;
     for (int step = 0; step < 200; ++step)
     {
-        GrowAmoba(64, 24, cells.data());
+        GrowAmoba(64, 24, cells.data(), &random);
     }
     EXPECT_GT(LivePixels(cells, 24).size(), 3000u);
 }
@@ -363,10 +372,10 @@ TEST(Amoba, NeverTouchesTheLastRowAndColumnNorBytesOutside)
             }
         }
         std::vector<uint8_t> marked = cells.Bytes();
-        srand(2);
+        RandomSequence random = SeededRandom(2);
         for (int step = 0; step < 50; ++step)
         {
-            GrowAmoba(64, static_cast<uint8_t>(bpp), cells.Data());
+            GrowAmoba(64, static_cast<uint8_t>(bpp), cells.Data(), &random);
         }
         EXPECT_EQ(cells.Bytes(), marked);
         EXPECT_TRUE(cells.GuardsAreWhole());
@@ -380,14 +389,15 @@ TEST(Amoba, GrowsAsThePlainOneFromTheSameNumbers)
         for (uint32_t bpp : {8u, 24u})
         {
             GuardedBytes cells(ImageSize(side, bpp), 0);
-            srand(5);
-            SeedAmoba(static_cast<int32_t>(side), static_cast<uint8_t>(bpp), cells.Data());
+            RandomSequence random = SeededRandom(5);
+            SeedAmoba(static_cast<int32_t>(side), static_cast<uint8_t>(bpp), cells.Data(), &random);
             std::vector<uint8_t> seeded = cells.Bytes();
             for (int step = 0; step < 5; ++step)
             {
-                GrowAmoba(static_cast<int32_t>(side), static_cast<uint8_t>(bpp), cells.Data());
+                GrowAmoba(static_cast<int32_t>(side), static_cast<uint8_t>(bpp), cells.Data(),
+                          &random);
             }
-            int next = rand();
+            const int32_t next = NextRandom(&random);
 
             srand(5);
             PlainAmoba plain = MakePlainAmoba(side, bpp, rand);
@@ -412,9 +422,10 @@ TEST(Amoba, PlantsASeedFor400Pixels)
         for (uint32_t bpp : {8u, 24u})
         {
             std::vector<uint8_t> cells(ImageSize(size[0], bpp), 0);
-            srand(5);
-            SeedAmoba(static_cast<int32_t>(size[0]), static_cast<uint8_t>(bpp), cells.data());
-            int next = rand();
+            RandomSequence random = SeededRandom(5);
+            SeedAmoba(static_cast<int32_t>(size[0]), static_cast<uint8_t>(bpp), cells.data(),
+                      &random);
+            const int32_t next = NextRandom(&random);
 
             srand(5);
             for (uint32_t i = 0; i < size[1] * (bpp == 8 ? 2 : 4); ++i)

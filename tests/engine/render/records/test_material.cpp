@@ -1,4 +1,4 @@
-#include "engine/render/material.h"
+#include "engine/render/records/material.h"
 
 #include <cstring>
 #include <gtest/gtest.h>
@@ -6,31 +6,51 @@
 
 #include "engine/animation/animated_value.h"
 #include "engine/data/fault.h"
+#include "support/fault_text.h"
 
 class MaterialTest : public testing::Test
 {
   protected:
     void SetUp() override
     {
-        CurrentPlace = {"demo.xmlz", 7, 2, 0};
+        StartFaults(&faults);
+        context.faults = &faults;
     }
 
     void TearDown() override
     {
-        CurrentPlace = {nullptr, kNoSection, 0, 0};
+        FreeFaults(&faults);
     }
 
-    /// Reads a material into a record that is full of rubbish, as a table hands it out.
-    void Read(const std::string& text)
+    /// Reads a material into a record that is full of rubbish.
+    bool ReadItem(const std::string& text)
     {
         memset(static_cast<void*>(&material), 0xAA, sizeof material);
         TiXmlDocument document;
         document.Parse(text.c_str());
-        ASSERT_FALSE(document.Error()) << text;
-        ReadMaterialItem(document.FirstChildElement(), &material, 1, nullptr);
+        EXPECT_FALSE(document.Error()) << text;
+        faults.place = PlaceAt("demo.xmlz", Section::kMaterials, 2);
+        return ReadMaterialItem(document.FirstChildElement(), &material, 1, &context);
     }
 
-    /// Expects the 16 entries of a list: those given, and 0 behind them.
+    void Read(const std::string& text)
+    {
+        EXPECT_TRUE(ReadItem(text));
+        EXPECT_EQ(FaultText(faults), "");
+    }
+
+    /// @return the line of a fault from its item on
+    std::string FaultOf(const std::string& text)
+    {
+        EXPECT_FALSE(ReadItem(text));
+        const std::string lines = FaultText(faults);
+        FreeFaults(&faults);
+        const std::string place = "quorvale: demo.xmlz, section 7 (materials), ";
+        EXPECT_EQ(lines.substr(0, place.size()), place);
+        return lines.substr(place.size());
+    }
+
+    /// Expects the 16 entries of a list: those given, and 0 after them.
     static void ExpectRefs(const uint32_t* refs, std::initializer_list<uint32_t> expected)
     {
         uint32_t n = 0;
@@ -66,11 +86,11 @@ class MaterialTest : public testing::Test
     }
 
     Material material;
+    FaultList faults;
+    ReadContext context = {};
 };
 
-using MaterialDeathTest = MaterialTest;
-
-TEST_F(MaterialTest, ParametersComeFirstAndReferencesBehindThem)
+TEST_F(MaterialTest, ParametersComeFirstAndReferencesFollow)
 {
     Read("<material type=\"14\">"
          "<p type=\"static\" value=\"0.25\"/>"
@@ -159,7 +179,7 @@ TEST_F(MaterialTest, Parameters16To31ShareTheBitsOfByte2)
     EXPECT_EQ(material.params[31], 32u);
 }
 
-TEST_F(MaterialTest, TexturesAndLightsShareOneListAndEffectsHaveTheirOwn)
+TEST_F(MaterialTest, EffectsHaveAListOfTheirOwn)
 {
     Read("<m type=\"3\">"
          "<p type=\"static\" value=\"1\"/>"
@@ -174,7 +194,7 @@ TEST_F(MaterialTest, TexturesAndLightsShareOneListAndEffectsHaveTheirOwn)
     ExpectRefs(material.effectRefs, {4, 6});
 }
 
-TEST_F(MaterialTest, AParameterBehindTheFirstReferenceIsAReference)
+TEST_F(MaterialTest, AParameterAfterAReferenceIsAReference)
 {
     Read("<m type=\"2\">"
          "<p type=\"static\" value=\"1\"/>"
@@ -225,37 +245,29 @@ TEST_F(MaterialTest, AllSlotsCanBeFilled)
 TEST_F(MaterialTest, ReadingLeavesThePlaceAtTheItem)
 {
     Read("<m type=\"2\">" + Children("p", "static", 4) + "<texture value=\"3\"/></m>");
-    EXPECT_EQ(CurrentPlace.section, 7);
-    EXPECT_EQ(CurrentPlace.item, 2u);
-    EXPECT_EQ(CurrentPlace.part, 0u);
+    EXPECT_EQ(faults.place.section, Section::kMaterials);
+    EXPECT_EQ(faults.place.item, 2u);
+    EXPECT_EQ(faults.place.part, 0u);
 }
 
-TEST_F(MaterialDeathTest, MoreThanTheSlotsHoldIsFatal)
+TEST_F(MaterialTest, MoreThanTheSlotsHoldIsAFault)
 {
-    EXPECT_EXIT(Read("<m type=\"0\">" + Children("p", "static", 33) + "</m>"),
-                testing::ExitedWithCode(1),
-                "^quorvale: demo.xmlz, section 7 \\(materials\\), item 2, child 33: more than 32 "
-                "parameters\n$");
-    EXPECT_EXIT(Read("<m type=\"0\"><p type=\"static\" value=\"1\"/>" +
-                     Children("texture", "", 17) + "</m>"),
-                testing::ExitedWithCode(1),
-                "^quorvale: demo.xmlz, section 7 \\(materials\\), item 2, child 18: more than 16 "
-                "references\n$");
-    EXPECT_EXIT(Read("<m type=\"0\">" + Children("texture", "", 16) + Children("effect2d", "", 17) +
-                     "</m>"),
-                testing::ExitedWithCode(1),
-                "^quorvale: demo.xmlz, section 7 \\(materials\\), item 2, child 33: more than 16 "
-                "references\n$");
+    EXPECT_EQ(FaultOf("<m type=\"0\">" + Children("p", "static", 33) + "</m>"),
+              "item 2, child 33: more than 32 parameters\n");
+    EXPECT_EQ(FaultOf("<m type=\"0\"><p type=\"static\" value=\"1\"/>" +
+                      Children("texture", "", 17) + "</m>"),
+              "item 2, child 18: more than 16 references\n");
+    EXPECT_EQ(FaultOf("<m type=\"0\">" + Children("texture", "", 16) +
+                      Children("effect2d", "", 17) + "</m>"),
+              "item 2, child 33: more than 16 references\n");
 }
 
-TEST_F(MaterialDeathTest, AMaterialWithoutChildrenIsFatal)
+TEST_F(MaterialTest, WithoutChildrenIsAFault)
 {
-    EXPECT_EXIT(Read("<m type=\"0\"/>"), testing::ExitedWithCode(1),
-                "^quorvale: demo.xmlz, section 7 \\(materials\\), item 2, child 1: first child is "
-                "missing\n$");
+    EXPECT_EQ(FaultOf("<m type=\"0\"/>"), "item 2, child 1: first child is missing\n");
 }
 
-TEST_F(MaterialDeathTest, AMissingAttributeIsFatal)
+TEST_F(MaterialTest, AMissingAttributeIsAFault)
 {
     struct Case
     {
@@ -263,31 +275,28 @@ TEST_F(MaterialDeathTest, AMissingAttributeIsFatal)
         const char* fault;
     };
     const Case cases[] = {
-        {"<m><p type=\"static\" value=\"1\"/></m>", ": attribute \"type\" of <m> is missing\n$"},
+        {"<m><p type=\"static\" value=\"1\"/></m>",
+         "item 2: attribute \"type\" of <m> is missing\n"},
         {"<m type=\"0\"><p value=\"1\"/></m>",
-         ", child 1: attribute \"type\" of <p> is missing\n$"},
+         "item 2, child 1: attribute \"type\" of <p> is missing\n"},
         {"<m type=\"0\"><p type=\"static\"/></m>",
-         ", child 1: attribute \"value\" of <p> is missing\n$"},
+         "item 2, child 1: attribute \"value\" of <p> is missing\n"},
         {"<m type=\"0\"><p type=\"dynamic\"/></m>",
-         ", child 1: attribute \"value\" of <p> is missing\n$"},
+         "item 2, child 1: attribute \"value\" of <p> is missing\n"},
         {"<m type=\"0\"><p type=\"static\" value=\"1\"/><texture/></m>",
-         ", child 2: attribute \"value\" of <texture> is missing\n$"},
+         "item 2, child 2: attribute \"value\" of <texture> is missing\n"},
         {"<m type=\"0\"><effect2d/></m>",
-         ", child 1: attribute \"value\" of <effect2d> is missing\n$"},
+         "item 2, child 1: attribute \"value\" of <effect2d> is missing\n"},
     };
     for (const Case& c : cases)
     {
-        EXPECT_EXIT(Read(c.text), testing::ExitedWithCode(1),
-                    std::string("^quorvale: demo.xmlz, section 7 \\(materials\\), item 2") +
-                        c.fault)
-            << c.text;
+        EXPECT_EQ(FaultOf(c.text), c.fault) << c.text;
     }
 }
 
-TEST_F(MaterialDeathTest, AChildThatIsNoElementIsFatal)
+TEST_F(MaterialTest, AChildThatIsNoElementIsAFault)
 {
-    EXPECT_EXIT(Read("<m type=\"0\">p</m>"), testing::ExitedWithCode(1),
-                "item 2, child 1: first child is not an element\n$");
-    EXPECT_EXIT(Read("<m type=\"0\"><p type=\"static\" value=\"1\"/><!--p--></m>"),
-                testing::ExitedWithCode(1), "item 2, child 2: child is not an element\n$");
+    EXPECT_EQ(FaultOf("<m type=\"0\">p</m>"), "item 2, child 1: first child is not an element\n");
+    EXPECT_EQ(FaultOf("<m type=\"0\"><p type=\"static\" value=\"1\"/><!--p--></m>"),
+              "item 2, child 2: child is not an element\n");
 }

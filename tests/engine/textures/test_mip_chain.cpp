@@ -1,25 +1,16 @@
-#include "engine/textures/mipmaps.h"
+#include "engine/textures/mip_chain.h"
 
-#include <GL/glew.h>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
-#include "engine/data/fault.h"
 #include "engine/textures/compare_bytes.h"
 #include "engine/textures/plain_textures.h"
 #include "engine/textures/random_values.h"
 #include "support/guarded_bytes.h"
 #include "support/instruction_sets.h"
-#include "support/recorded_gl.h"
 
 using Bytes = std::vector<uint8_t>;
-
-static size_t LevelBytes(MipSize level, int32_t components)
-{
-    return static_cast<size_t>(level.width) * static_cast<size_t>(level.height) *
-           static_cast<size_t>(components);
-}
 
 /// All levels of an image, the first being level 1, without OpenGL.
 static std::vector<Bytes> MakeChain(int32_t width, int32_t height, const Bytes& pixels,
@@ -43,21 +34,7 @@ static std::vector<Bytes> MakeChain(int32_t width, int32_t height, const Bytes& 
     }
 }
 
-class Mipmaps : public testing::Test
-{
-  protected:
-    void SetUp() override
-    {
-        ResetGl();
-    }
-
-    void TearDown() override
-    {
-        CurrentPlace = {nullptr, kNoSection, 0, 0};
-    }
-};
-
-TEST_F(Mipmaps, TwoByTwoIsTheMeanOfTheFirstTwoPixels)
+TEST(MipChain, TwoByTwoIsTheMeanOfTheFirstTwoPixels)
 {
     const Bytes three = {10, 20, 30, 13, 21, 40, 200, 200, 200, 250, 250, 250};
     EXPECT_EQ(MakeChain(2, 2, three, 3), (std::vector<Bytes>{{11, 20, 35}}));
@@ -65,7 +42,7 @@ TEST_F(Mipmaps, TwoByTwoIsTheMeanOfTheFirstTwoPixels)
     EXPECT_EQ(MakeChain(2, 2, four, 4), (std::vector<Bytes>{{11, 20, 35, 254}}));
 }
 
-TEST_F(Mipmaps, FourByFourIsBoxedAndThenTakesTheFirstTwoPixels)
+TEST(MipChain, FourByFourIsBoxedAndThenTakesTheFirstTwoPixels)
 {
     // One row of pixels a line; green is red + 100, blue is 0 but for the last pixel.
     const Bytes three = {
@@ -88,7 +65,7 @@ TEST_F(Mipmaps, FourByFourIsBoxedAndThenTakesTheFirstTwoPixels)
                                   {3, 7, 251, 7}}));
 }
 
-TEST_F(Mipmaps, TheBoxDropsItsFraction)
+TEST(MipChain, TheBoxDropsItsFraction)
 {
     const Bytes image = {255, 255, 255, 255, 255, 255, 1, 1, 1, 1, 1, 1, 255, 255, 255, 254,
                          254, 254, 1,   1,   1,   1,   1, 1, 3, 3, 3, 0, 0,   0,   0,   0,
@@ -96,7 +73,7 @@ TEST_F(Mipmaps, TheBoxDropsItsFraction)
     EXPECT_EQ(MakeChain(4, 4, image, 3)[0], (Bytes{254, 254, 254, 1, 1, 1, 0, 0, 0, 0, 0, 0}));
 }
 
-TEST_F(Mipmaps, AFlatImageLooksAtItsFirstRowAlone)
+TEST(MipChain, AFlatImageLooksAtItsFirstRowAlone)
 {
     // 8x2: 4x1 out of the first row's pairs, then 2x1 and 1x1.
     Bytes image;
@@ -111,7 +88,7 @@ TEST_F(Mipmaps, AFlatImageLooksAtItsFirstRowAlone)
                                   {35, 3, 251}}));
 }
 
-TEST_F(Mipmaps, ATallImageLooksAtItsUpperHalfAloneOnTheFirstLevel)
+TEST(MipChain, ATallImageLooksAtItsUpperHalfAloneOnTheFirstLevel)
 {
     // 2x8: 1x4, each the mean of one row, of rows 0 to 3; 1x2 and 1x1 from adjacent rows.
     Bytes image;
@@ -126,7 +103,7 @@ TEST_F(Mipmaps, ATallImageLooksAtItsUpperHalfAloneOnTheFirstLevel)
                                   {32, 1, 2, 3}}));
 }
 
-TEST_F(Mipmaps, ALongFlatImageHalvesItsWidthAlone)
+TEST(MipChain, ALongFlatImageHalvesItsWidthAlone)
 {
     Bytes image;
     for (uint8_t i = 0; i < 16; ++i)
@@ -143,7 +120,7 @@ TEST_F(Mipmaps, ALongFlatImageHalvesItsWidthAlone)
                                   {77, 0, 0, 255}}));
 }
 
-TEST_F(Mipmaps, AnOddWidthIsReadWithRowsOfTwiceTheNewWidth)
+TEST(MipChain, AnOddWidthIsReadWithRowsOfTwiceTheNewWidth)
 {
     // 5x4: the level is 2x2 and takes rows of 4 pixels: pixel 4 belongs to the "second row".
     Bytes image;
@@ -156,7 +133,7 @@ TEST_F(Mipmaps, AnOddWidthIsReadWithRowsOfTwiceTheNewWidth)
               (std::vector<Bytes>{{10, 0, 0, 18, 0, 0, 42, 0, 0, 50, 0, 0}, {14, 0, 0}}));
 }
 
-TEST_F(Mipmaps, SidesEndAtOneEachInItsOwnTime)
+TEST(MipChain, SidesEndAtOneEachInItsOwnTime)
 {
     const auto sizes = [](int32_t width, int32_t height)
     {
@@ -191,12 +168,12 @@ static void CheckLevel(void* user, int width, int height, const uint8_t* pixels)
     ASSERT_LT(check->level, check->chain.size());
     const Bytes& level = check->chain[check->level];
     check->level += 1;
-    ASSERT_EQ(level.size() % static_cast<size_t>(width * height), 0U);
+    ASSERT_EQ(level.size() % static_cast<size_t>(width * height), 0u);
     ASSERT_EQ(CompareBytes(level.data(), pixels, level.size()), "same")
         << "level " << check->level << ", " << width << "x" << height;
 }
 
-TEST_F(Mipmaps, ChainsOfAllSmallSizesAndSomeLargeOnesEqualThePlainForm)
+TEST(MipChain, ChainsOfRandomImagesEqualThePlainForm)
 {
     RandomSource random;
     for (const InstructionSet set : ListInstructionSets())
@@ -210,7 +187,7 @@ TEST_F(Mipmaps, ChainsOfAllSmallSizesAndSomeLargeOnesEqualThePlainForm)
             const int32_t height =
                 small ? 2 + run / 39 : 40 + static_cast<int32_t>(NextBelow(random, 300));
             const int32_t components = 3 + static_cast<int32_t>(NextBelow(random, 2));
-            // Exactly as long as the image: a read behind it is the sanitizer's to find.
+            // Exactly as long as the image: a read past it is the sanitizer's to find.
             Bytes image(LevelBytes({width, height}, components));
             for (uint8_t& byte : image)
             {
@@ -224,113 +201,31 @@ TEST_F(Mipmaps, ChainsOfAllSmallSizesAndSomeLargeOnesEqualThePlainForm)
     }
 }
 
-static std::string Upload(int level, int components, int width, int height)
+TEST(MipChain, ARowIsHalvedInSpansWithoutASeam)
 {
-    return "TexImage2D TEXTURE_2D " + std::to_string(level) + " " + std::to_string(components) +
-           " " + std::to_string(width) + " " + std::to_string(height) + " 0 " +
-           (components == 3 ? "RGB" : "RGBA") + " UNSIGNED_BYTE ?\n";
-}
-
-TEST_F(Mipmaps, ASquareOf256UploadsLevels1To8)
-{
-    const Bytes image(256 * 256 * 3, 200);
-    BuildMipmaps(256, 256, image.data(), 3);
-    EXPECT_EQ(TakeGlCalls(), Upload(1, 3, 128, 128) + Upload(2, 3, 64, 64) + Upload(3, 3, 32, 32) +
-                                 Upload(4, 3, 16, 16) + Upload(5, 3, 8, 8) + Upload(6, 3, 4, 4) +
-                                 "PixelStorei UNPACK_ALIGNMENT 2\n" + Upload(7, 3, 2, 2) +
-                                 "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(8, 3, 1, 1) +
-                                 "PixelStorei UNPACK_ALIGNMENT 4\n");
-    EXPECT_EQ(GlRefusedCalls(), 0U);
-}
-
-TEST_F(Mipmaps, TheShorterSideBelowFourIsTheAlignment)
-{
-    const Bytes image(16 * 4 * 4, 200);
-    BuildMipmaps(16, 4, image.data(), 4);
-    EXPECT_EQ(TakeGlCalls(), "PixelStorei UNPACK_ALIGNMENT 2\n" + Upload(1, 4, 8, 2) +
-                                 "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(2, 4, 4, 1) +
-                                 "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(3, 4, 2, 1) +
-                                 "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(4, 4, 1, 1) +
-                                 "PixelStorei UNPACK_ALIGNMENT 4\n");
-    BuildMipmaps(4, 16, image.data(), 4);
-    EXPECT_EQ(TakeGlCalls(), "PixelStorei UNPACK_ALIGNMENT 2\n" + Upload(1, 4, 2, 8) +
-                                 "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(2, 4, 1, 4) +
-                                 "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(3, 4, 1, 2) +
-                                 "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(4, 4, 1, 1) +
-                                 "PixelStorei UNPACK_ALIGNMENT 4\n");
-}
-
-TEST_F(Mipmaps, ASideOfThreeIsGivenAsAnAlignmentThatOpenGlRefuses)
-{
-    const Bytes image(12 * 7 * 3, 200);
-    BuildMipmaps(12, 7, image.data(), 3);
-    EXPECT_EQ(TakeGlCalls(), "PixelStorei UNPACK_ALIGNMENT 3\n" + Upload(1, 3, 6, 3) +
-                                 "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(2, 3, 3, 1) +
-                                 "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(3, 3, 1, 1) +
-                                 "PixelStorei UNPACK_ALIGNMENT 4\n");
-    EXPECT_EQ(GlRefusedCalls(), 1U);
-}
-
-TEST_F(Mipmaps, UploadedLevelsHoldTheChain)
-{
+    // 5000 pixels are two spans and a rest.
     RandomSource random;
-    Bytes image(64 * 64 * 3);
-    for (uint8_t& byte : image)
+    for (const InstructionSet set : ListInstructionSets())
     {
-        byte = static_cast<uint8_t>(NextWord(random) >> 9);
+        const UsedInstructionSet used(set);
+        for (const int32_t components : {3, 4})
+        {
+            const MipSize level = {5000, 2};
+            Bytes image(4 * LevelBytes(level, components));
+            for (uint8_t& byte : image)
+            {
+                byte = static_cast<uint8_t>(NextWord(random) >> 9);
+            }
+            ChainCheck check = {MakeChain(10000, 4, image, components), 0};
+            PlainMipChain(10000, 4, image.data(), components, CheckLevel, &check);
+            ASSERT_EQ(check.level, check.chain.size());
+        }
     }
-    uint32_t texture = 0;
-    glGenTextures(1, &texture);
-    glBindTexture(GL_TEXTURE_2D, texture);
-    BuildMipmaps(64, 64, image.data(), 3);
-    const std::vector<Bytes> chain = MakeChain(64, 64, image, 3);
-    ASSERT_EQ(chain.size(), 6U);
-    for (size_t i = 0; i < chain.size(); ++i)
-    {
-        const GlTextureImage* level = GlTextureLevel(texture, static_cast<int32_t>(i + 1));
-        ASSERT_NE(level, nullptr);
-        EXPECT_EQ(CompareBytes(level->bytes, chain[i]), "same") << i + 1;
-    }
-    EXPECT_EQ(GlTextureLevel(texture, 7), nullptr);
 }
 
-TEST_F(Mipmaps, OddSizesHandOpenGlAllThatItReads)
+TEST(MipChain, AnUploadReadsRowsAsLongAsAnyAlignmentMakesThem)
 {
-    // The stand-in reads rows as a driver does, up to the alignment in force, and the sanitizer
-    // watches the ends of the blocks.
-    RandomSource random;
-    for (int run = 0; run < 300; ++run)
-    {
-        const int32_t width = 2 + static_cast<int32_t>(NextBelow(random, 60));
-        const int32_t height = 2 + static_cast<int32_t>(NextBelow(random, 60));
-        const int32_t components = 3 + run % 2;
-        const Bytes image(LevelBytes({width, height}, components), 3);
-        BuildMipmaps(width, height, image.data(), components);
-        const std::string calls = TakeGlCalls();
-        EXPECT_NE(calls.find(" 1 1 0 RGB"), std::string::npos) << width << "x" << height;
-    }
-    EXPECT_EQ(UploadBytes(5, 4, 3), 64U); // 15 bytes a row, taken for 16
-    EXPECT_EQ(UploadBytes(8, 2, 4), 64U);
-}
-
-TEST_F(Mipmaps, OneOrTwoComponentsGetNoChain)
-{
-    const Bytes image(16, 1);
-    BuildMipmaps(4, 4, image.data(), 1);
-    BuildMipmaps(4, 2, image.data(), 2);
-    BuildMipmaps(1, 1, image.data(), 1);
-    EXPECT_EQ(TakeGlCalls(), "PixelStorei UNPACK_ALIGNMENT 4\nPixelStorei UNPACK_ALIGNMENT 4\n"
-                             "PixelStorei UNPACK_ALIGNMENT 4\n");
-}
-
-TEST_F(Mipmaps, AnImageNarrowerOrLowerThanTwoPixelsIsFatal)
-{
-    const Bytes image(64, 1);
-    CurrentPlace = {"demo.xmlz", 6, 2, 0};
-    EXPECT_EXIT(
-        BuildMipmaps(1, 8, image.data(), 3), testing::ExitedWithCode(1),
-        "quorvale: demo.xmlz, section 6 \\(bitmaps\\), item 2: an image of 1x8 pixels is too "
-        "small for a mip chain");
-    EXPECT_EXIT(BuildMipmaps(8, 1, image.data(), 4), testing::ExitedWithCode(1), "8x1 pixels");
-    EXPECT_EXIT(BuildMipmaps(1, 1, image.data(), 4), testing::ExitedWithCode(1), "1x1 pixels");
+    EXPECT_EQ(UploadBytes(5, 4, 3), 64u); // 15 bytes a row, taken for 16
+    EXPECT_EQ(UploadBytes(8, 2, 4), 64u);
+    EXPECT_EQ(LevelBytes({5, 4}, 3), 60u);
 }

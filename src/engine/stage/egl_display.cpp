@@ -1,0 +1,349 @@
+#include "engine/stage/egl_display.h"
+
+#define EGL_NO_X11 // its headers name things None and Status
+#include <EGL/egl.h>
+#include <EGL/eglext.h>
+#include <GL/glew.h>
+#include <algorithm>
+#include <cstdarg>
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+
+#include "engine/render/baseline_state.h"
+
+static constexpr EGLint kChannelBits = 8;
+static constexpr EGLint kDepthBits = 24;
+static constexpr EGLint kMaxConfigs = 256;
+static constexpr EGLint kMaxDevices = 16;
+
+[[gnu::format(printf, 2, 3)]] static bool Fail(EglFault* fault, const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    vsnprintf(fault->text, sizeof(fault->text), format, arguments);
+    va_end(arguments);
+    return false;
+}
+
+/// Whether a list of words divided by spaces has the word.
+static bool HasWord(const char* list, const char* word)
+{
+    const size_t length = strlen(word);
+    for (const char* at = list; at != nullptr; at = strchr(at, ' '))
+    {
+        at += *at == ' ' ? 1 : 0;
+        if (strncmp(at, word, length) == 0 && (at[length] == ' ' || at[length] == 0))
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
+static EGLint ConfigValue(EGLDisplay connection, EGLConfig config, EGLint name)
+{
+    EGLint value = 0;
+    eglGetConfigAttrib(connection, config, name, &value);
+    return value;
+}
+
+/// Whether all four channels have exactly the bits that the player asks for: EGL puts deeper ones
+/// first.
+static bool HasPlainChannels(EGLDisplay connection, EGLConfig config)
+{
+    for (const EGLint name : {EGL_RED_SIZE, EGL_GREEN_SIZE, EGL_BLUE_SIZE, EGL_ALPHA_SIZE})
+    {
+        if (ConfigValue(connection, config, name) != kChannelBits)
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Finds the configuration with the fewest samples that are enough, and then the least depth: the
+/// order that EGL itself gives.
+/// @return false if there is none
+static bool ChooseConfig(EGLDisplay connection, EGLint samples, EGLConfig* chosen)
+{
+    const EGLint wishes[] = {
+        // clang-format off
+        EGL_SURFACE_TYPE,    EGL_PBUFFER_BIT,
+        EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT,
+        EGL_RED_SIZE,        kChannelBits,
+        EGL_GREEN_SIZE,      kChannelBits,
+        EGL_BLUE_SIZE,       kChannelBits,
+        EGL_ALPHA_SIZE,      kChannelBits,
+        EGL_DEPTH_SIZE,      kDepthBits,
+        EGL_SAMPLE_BUFFERS,  samples > 0 ? 1 : 0,
+        EGL_SAMPLES,         samples,
+        EGL_NONE,
+        // clang-format on
+    };
+    EGLConfig configs[kMaxConfigs];
+    EGLint count = 0;
+    if (eglChooseConfig(connection, wishes, configs, kMaxConfigs, &count) == EGL_FALSE)
+    {
+        return false;
+    }
+    for (EGLint i = 0; i < count; ++i)
+    {
+        if (HasPlainChannels(connection, configs[i]))
+        {
+            *chosen = configs[i];
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Makes surface and context on a connection.
+/// @return false if the driver can't; what was made until then is in `display`
+static bool CreateBuffers(const EglDisplayRequest* request, EglDisplay* display, EglFault* fault)
+{
+    EGLConfig config = nullptr;
+    if (!ChooseConfig(display->connection, request->samples, &config))
+    {
+        return Fail(fault, "the driver has no picture of 8 bits a channel and %d samples a pixel",
+                    request->samples);
+    }
+    const EGLint size[] = {EGL_WIDTH, request->width, EGL_HEIGHT, request->height, EGL_NONE};
+    display->surface = eglCreatePbufferSurface(display->connection, config, size);
+    if (display->surface == EGL_NO_SURFACE)
+    {
+        return Fail(fault, "the driver has no picture of %d x %d (EGL error 0x%04X)",
+                    request->width, request->height, static_cast<unsigned int>(eglGetError()));
+    }
+    eglBindAPI(EGL_OPENGL_API); // of this thread; EGL's first choice is OpenGL ES
+    // Without attributes the profile is the compatibility one.
+    display->context = eglCreateContext(display->connection, config, EGL_NO_CONTEXT, nullptr);
+    if (display->context == EGL_NO_CONTEXT)
+    {
+        return Fail(fault, "the driver has no OpenGL context (EGL error 0x%04X)",
+                    static_cast<unsigned int>(eglGetError()));
+    }
+    display->width = request->width;
+    display->height = request->height;
+    display->samples = ConfigValue(display->connection, config, EGL_SAMPLES);
+    return true;
+}
+
+/// Loads the entry points. The library also looks for a display of X, which is not there, and
+/// tells so when everything else is loaded.
+static bool LoadEntryPoints(EglFault* fault)
+{
+    const GLenum result = glewInit();
+    if (result != GLEW_OK && result != GLEW_ERROR_NO_GLX_DISPLAY)
+    {
+        return Fail(fault, "the entry points of OpenGL can't be loaded: %s",
+                    reinterpret_cast<const char*>(glewGetErrorString(result)));
+    }
+    return true;
+}
+
+/// The picture with the samples of each pixel mixed into one.
+struct MixedPicture
+{
+    GLuint framebuffer;  // OpenGL's name; owned, as the next
+    GLuint renderbuffer; // OpenGL's name
+};
+
+/// Mixes the samples of each pixel. Sets: the framebuffer that is read, to the mixed picture.
+static MixedPicture MixSamples(const EglDisplay* display)
+{
+    MixedPicture mixed = {};
+    glGenRenderbuffers(1, &mixed.renderbuffer);
+    glBindRenderbuffer(GL_RENDERBUFFER, mixed.renderbuffer);
+    glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA8, display->width, display->height);
+
+    glGenFramebuffers(1, &mixed.framebuffer);
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, mixed.framebuffer);
+    glFramebufferRenderbuffer(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER,
+                              mixed.renderbuffer);
+    glBlitFramebuffer(0, 0, display->width, display->height, 0, 0, display->width, display->height,
+                      GL_COLOR_BUFFER_BIT, GL_NEAREST);
+
+    glBindRenderbuffer(GL_RENDERBUFFER, 0);
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, mixed.framebuffer);
+    return mixed;
+}
+
+/// Sets: the framebuffer that is read, to the display's own.
+static void FreeMixedPicture(const MixedPicture* mixed)
+{
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
+    glDeleteFramebuffers(1, &mixed->framebuffer);
+    glDeleteRenderbuffers(1, &mixed->renderbuffer);
+}
+
+/// Whether the driver really draws the size that it has accepted: some cut it short, and memory is
+/// first taken when something is drawn.
+static bool ClearPicture(const EglDisplay* display, EglFault* fault)
+{
+    GLint limits[2] = {};
+    glGetIntegerv(GL_MAX_VIEWPORT_DIMS, limits);
+    if (display->width > limits[0] || display->height > limits[1])
+    {
+        return Fail(fault, "the driver draws pictures up to %d x %d, and not %d x %d", limits[0],
+                    limits[1], display->width, display->height);
+    }
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    if (display->samples > 0)
+    {
+        // Mesa's software renderer loses the memory of samples that were never mixed.
+        const MixedPicture mixed = MixSamples(display);
+        FreeMixedPicture(&mixed);
+    }
+    glFinish();
+    const GLenum error = glGetError();
+    if (error != GL_NO_ERROR)
+    {
+        return Fail(fault, "the driver has no memory for %d x %d (OpenGL error 0x%04X)",
+                    display->width, display->height, error);
+    }
+    return true;
+}
+
+/// Opens a display on a connection to a driver.
+static bool OpenOnConnection(const EglDisplayRequest* request, EGLDisplay connection,
+                             EglDisplay* display, EglFault* fault)
+{
+    if (eglInitialize(connection, nullptr, nullptr) == EGL_FALSE)
+    {
+        return Fail(fault, "the driver does not start (EGL error 0x%04X)",
+                    static_cast<unsigned int>(eglGetError()));
+    }
+    display->connection = connection;
+    if (CreateBuffers(request, display, fault) && MakeEglDisplayCurrent(display, fault) &&
+        LoadEntryPoints(fault) && ClearPicture(display, fault))
+    {
+        display->features = DetectFeatures();
+        SetBaselineState();
+        return true;
+    }
+    CloseEglDisplay(display);
+    return false;
+}
+
+/// Looks for drivers in the order that the header tells.
+/// @param connections   receives at most 1 + kMaxDevices
+/// @return their number
+static EGLint FindConnections(EGLDisplay* connections)
+{
+    const char* extensions = eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS);
+    EGLint found = 0;
+    if (HasWord(extensions, "EGL_MESA_platform_surfaceless"))
+    {
+        connections[found++] =
+            eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
+    }
+    if (HasWord(extensions, "EGL_EXT_platform_device") &&
+        (HasWord(extensions, "EGL_EXT_device_enumeration") ||
+         HasWord(extensions, "EGL_EXT_device_base")))
+    {
+        const auto queryDevices =
+            reinterpret_cast<PFNEGLQUERYDEVICESEXTPROC>(eglGetProcAddress("eglQueryDevicesEXT"));
+        EGLDeviceEXT devices[kMaxDevices];
+        EGLint count = 0;
+        if (queryDevices == nullptr || queryDevices(kMaxDevices, devices, &count) == EGL_FALSE)
+        {
+            return found;
+        }
+        for (EGLint i = 0; i < count; ++i)
+        {
+            connections[found++] =
+                eglGetPlatformDisplay(EGL_PLATFORM_DEVICE_EXT, devices[i], nullptr);
+        }
+    }
+    return found;
+}
+
+bool OpenEglDisplay(const EglDisplayRequest* request, EglDisplay* display, EglFault* fault)
+{
+    if (request->width < 1 || request->height < 1 || request->samples < 0)
+    {
+        return Fail(fault, "there are no pictures of %d x %d with %d samples a pixel",
+                    request->width, request->height, request->samples);
+    }
+
+    EGLDisplay connections[1 + kMaxDevices];
+    const EGLint count = FindConnections(connections);
+    bool hasFault = false;
+    for (EGLint i = 0; i < count; ++i)
+    {
+        // The first driver is the one that viewers mean to use: its refusal is told.
+        EglFault refusal = {};
+        if (OpenOnConnection(request, connections[i], display, &refusal))
+        {
+            return true;
+        }
+        if (!hasFault)
+        {
+            *fault = refusal;
+            hasFault = true;
+        }
+    }
+    return hasFault ? false : Fail(fault, "EGL knows no driver that draws without a window");
+}
+
+bool MakeEglDisplayCurrent(const EglDisplay* display, EglFault* fault)
+{
+    if (eglMakeCurrent(display->connection, display->surface, display->surface, display->context) ==
+        EGL_FALSE)
+    {
+        return Fail(fault, "the driver does not make its OpenGL current (EGL error 0x%04X)",
+                    static_cast<unsigned int>(eglGetError()));
+    }
+    return true;
+}
+
+static void TurnUpsideDown(const EglDisplay* display, uint8_t* rgb)
+{
+    const size_t row = static_cast<size_t>(display->width) * 3;
+    uint8_t* upper = rgb;
+    uint8_t* lower = rgb + row * static_cast<size_t>(display->height - 1);
+    for (; upper < lower; upper += row, lower -= row)
+    {
+        std::swap_ranges(upper, upper + row, lower);
+    }
+}
+
+void ReadEglPicture(const EglDisplay* display, uint8_t* rgb)
+{
+    // Mesa's software renderer hands out the first sample of a pixel where the mean is due, so the
+    // samples are mixed before they are read.
+    MixedPicture mixed = {};
+    if (display->samples > 0)
+    {
+        mixed = MixSamples(display);
+    }
+    glPixelStorei(GL_PACK_ALIGNMENT, 1);
+    glReadPixels(0, 0, display->width, display->height, GL_RGB, GL_UNSIGNED_BYTE, rgb);
+    if (display->samples > 0)
+    {
+        FreeMixedPicture(&mixed);
+    }
+    TurnUpsideDown(display, rgb); // OpenGL's rows come from the bottom
+}
+
+void CloseEglDisplay(EglDisplay* display)
+{
+    // The connection stays: EGL gives the same one to everybody in the process who asks for this
+    // driver, and ending it would close their displays as well.
+    if (display->context != nullptr)
+    {
+        eglBindAPI(EGL_OPENGL_API);
+        if (eglGetCurrentContext() == display->context)
+        {
+            eglMakeCurrent(display->connection, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+        }
+        eglDestroyContext(display->connection, display->context);
+    }
+    if (display->surface != nullptr)
+    {
+        eglDestroySurface(display->connection, display->surface);
+    }
+    *display = {};
+}

@@ -1,0 +1,71 @@
+// Opening a piece while memory runs out, at each allocation in turn.
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <string>
+
+#include "engine/piece/opened_piece.h"
+#include "support/failing_memory.h"
+#include "support/small_piece.h"
+
+/// Opens a piece whose k-th allocation fails.
+/// @return whether there were so many
+static bool OpenWithout(uint64_t k, const std::string& package, bool computePixels)
+{
+    const int64_t before = LiveBlocks();
+    FaultList faults;
+    StartFaults(&faults);
+    Piece piece;
+    PieceState state;
+    const PieceSource source = {nullptr, reinterpret_cast<const unsigned char*>(package.data()),
+                                package.size(), computePixels};
+    FailAllocation(k);
+    const bool isOpen = OpenPiece(&source, &piece, &state, &faults);
+    const bool hasFailed = AllowAllocations() >= k;
+    EXPECT_EQ(isOpen, !hasFailed) << "allocation " << k;
+    EXPECT_EQ(HasFailed(&faults), hasFailed) << "allocation " << k;
+    EXPECT_EQ(faults.count, hasFailed ? 1u : 0u) << "allocation " << k;
+    ClosePiece(&piece);
+    FreePieceState(&state);
+    FreeFaults(&faults);
+    EXPECT_EQ(LiveBlocks() - before, 0) << "allocation " << k;
+    return hasFailed;
+}
+
+/// A loading document with as little as there can be.
+static DocumentSource BareDocument()
+{
+    DocumentSource source;
+    source.sections[10] = "<row/>";
+    source.music = "<m/>";
+    return source;
+}
+
+TEST(PieceMemory, EveryAllocationThatFailsIsAFaultAndLeaksNothing)
+{
+    OpenedPiece first(SmallPiece()); // the tables that a program builds once
+    const std::string package = SmallPieceOf(BareDocument(), SmallDocument());
+    uint64_t k = 1;
+    while (OpenWithout(k, package, false) && !HasFailure())
+    {
+        k += 1;
+    }
+    EXPECT_GT(k, 500u); // every node of the text is one
+}
+
+TEST(PieceMemory, SoIsEveryOneOfTheRecordsAndTheirPixels)
+{
+    OpenedPiece first(SmallPiece());
+    DocumentSource few = BareDocument();
+    const DocumentSource small = SmallDocument();
+    for (const size_t section : {0u, 1u, 6u})
+    {
+        few.sections[section] = small.sections[section];
+    }
+    const std::string package = SmallPieceOf(BareDocument(), few);
+    uint64_t k = 1;
+    while (OpenWithout(k, package, true) && !HasFailure())
+    {
+        k += 1;
+    }
+    EXPECT_GT(k, 100u);
+}

@@ -1,0 +1,169 @@
+// Records what the player does, and compares it with what it did before. scripts/compare-records
+// compares two builds line by line; a test compares every build with the hashes in goldens.txt.
+//
+//   player_record list                        the names of all runs
+//   player_record log FOLDER [NAME...]        writes NAME.log for each run, or for all
+//   player_record files FOLDER NAME           writes what the run finds in its folder
+//   player_record goldens                     prints a line for each run
+//   player_record check FILE PART OF          compares a share of the runs with such lines
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <sys/stat.h>
+#include <vector>
+
+#include "record/log_hashes.h"
+#include "record/player_run.h"
+#include "record/random_piece.h"
+#include "record/sample_piece.h"
+
+static constexpr uint32_t kRandomPieces = 300;
+static constexpr const char* kRandomName = "random-";
+
+static void Complain(const std::string& text)
+{
+    fprintf(stderr, "player_record: %s\n", text.c_str());
+}
+
+static std::string ReadFile(const std::string& path)
+{
+    std::ifstream stream(path, std::ios::binary);
+    if (!stream)
+    {
+        Complain("cannot read " + path);
+        exit(2);
+    }
+    std::ostringstream content;
+    content << stream.rdbuf();
+    return content.str();
+}
+
+static void WriteFile(const std::string& path, const std::string& bytes)
+{
+    std::ofstream stream(path, std::ios::binary);
+    stream << bytes;
+    if (!stream.flush())
+    {
+        Complain("cannot write " + path);
+        exit(2);
+    }
+}
+
+static std::vector<std::string> AllNames()
+{
+    std::vector<std::string> names = SampleRunNames();
+    for (const std::string& name : SampleFaultNames())
+    {
+        names.push_back(name);
+    }
+    for (uint32_t seed = 1; seed <= kRandomPieces; ++seed)
+    {
+        names.push_back(kRandomName + std::to_string(seed));
+    }
+    return names;
+}
+
+static PlayerRun MakeRun(const std::string& name)
+{
+    if (name.rfind(kRandomName, 0) == 0)
+    {
+        unsigned long seed = strtoul(name.c_str() + strlen(kRandomName), nullptr, 10);
+        return MakeRandomRun(static_cast<uint32_t>(seed));
+    }
+    return MakeSampleRun(ReadFile(PACKAGE), name);
+}
+
+static std::string GoldenLine(const std::string& name)
+{
+    return name + " " + SummarizeLog(RecordPlayerRun(MakeRun(name), true));
+}
+
+/// @return how many differ
+static int CheckShare(const std::string& goldens, size_t part, size_t of)
+{
+    std::map<std::string, std::string> expected; // by name
+    std::istringstream lines(goldens);
+    for (std::string line; std::getline(lines, line);)
+    {
+        expected[line.substr(0, line.find(' '))] = line;
+    }
+
+    int different = 0;
+    std::vector<std::string> names = AllNames();
+    for (size_t i = part; i < names.size(); i += of)
+    {
+        std::string line = GoldenLine(names[i]);
+        if (line != expected[names[i]])
+        {
+            printf("recorded: %s\n     now: %s\n", expected[names[i]].c_str(), line.c_str());
+            different += 1;
+        }
+    }
+    return different;
+}
+
+static void MakeFolder(const std::string& path)
+{
+    mkdir(path.c_str(), 0777); // one that is there is fine, and one that fails shows at the files
+}
+
+static void WriteFiles(const std::string& folder, const std::string& name)
+{
+    MakeFolder(folder);
+    MakeFolder(folder + "/music");
+    for (const PackageEntry& file : MakeRun(name).files)
+    {
+        WriteFile(folder + "/" + file.name, file.bytes);
+    }
+}
+
+int main(int argc, char** argv)
+{
+    std::vector<std::string> words(argv + 1, argv + argc);
+    const std::string command = words.empty() ? "" : words[0];
+    if (command == "list" && words.size() == 1)
+    {
+        for (const std::string& name : AllNames())
+        {
+            printf("%s\n", name.c_str());
+        }
+        return 0;
+    }
+    if (command == "log" && words.size() >= 2)
+    {
+        MakeFolder(words[1]);
+        std::vector<std::string> names(words.begin() + 2, words.end());
+        for (const std::string& name : names.empty() ? AllNames() : names)
+        {
+            WriteFile(words[1] + "/" + name + ".log", RecordPlayerRun(MakeRun(name), false));
+        }
+        return 0;
+    }
+    if (command == "files" && words.size() == 3)
+    {
+        WriteFiles(words[1], words[2]);
+        return 0;
+    }
+    if (command == "goldens" && words.size() == 1)
+    {
+        for (const std::string& name : AllNames())
+        {
+            printf("%s\n", GoldenLine(name).c_str());
+        }
+        return 0;
+    }
+    if (command == "check" && words.size() == 4)
+    {
+        size_t part = strtoul(words[2].c_str(), nullptr, 10);
+        size_t of = strtoul(words[3].c_str(), nullptr, 10);
+        int different = of == 0 ? 1 : CheckShare(ReadFile(words[1]), part, of);
+        printf(different == 0 ? "all as recorded\n" : "%d runs differ\n", different);
+        return different == 0 ? 0 : 1;
+    }
+    Complain("list | log FOLDER [NAME...] | files FOLDER NAME | goldens | check FILE PART OF");
+    return 2;
+}
