@@ -313,7 +313,7 @@ TEST_P(TextureSteps, OffsetWithNoParametersMovesByOneRowAndOneColumn)
     EXPECT_EQ(moved[(255 * 256 + 255) * 3], image[0]);
 }
 
-TEST_P(TextureSteps, OffsetDropsFractionsAndWrapsNegatives)
+TEST_P(TextureSteps, OffsetDropsTheFractionAndWrapsNegatives)
 {
     const Bytes image = NumberedImage(16);
     EXPECT_EQ(Step(203, {1.9f, -1.9f}, image), Step(203, {1.0f, 15.0f}, image));
@@ -329,7 +329,7 @@ TEST_P(TextureSteps, OffsetBelowTheSideStaysInsideAndGoesOnWrapping)
     EXPECT_EQ(Step(203, {2147483520.0f, 0.0f}, image), image);
 }
 
-TEST_P(TextureSteps, RippleWithoutAmplitudeIsAMeanOfThreeNeighbours)
+TEST_P(TextureSteps, RippleWithoutAmplitudeAveragesThreeNeighbours)
 {
     // The nearest pixel's weight is 0 and the other three are 1.
     Bytes image(ImageBytes(4), 0);
@@ -392,7 +392,7 @@ TEST_P(TextureSteps, RippleMovesAlongYWithTheCountOfTheXWavelength)
     }
 }
 
-TEST_P(TextureSteps, RippleWithNoParametersSwingsOnceByOneSide)
+TEST_P(TextureSteps, RippleWithNoParametersIsOneSideAndOneCycle)
 {
     // Row 0 and column 0: cosine 1, one whole side, which is no displacement at all.
     const Bytes image = NumberedImage(256);
@@ -415,7 +415,7 @@ TEST_P(TextureSteps, RippleTakesTheSizeOfATruncatedWavelength)
               Step(204, {0.1f, 0.2f, 3.0f, 2.0f}, image));
 }
 
-TEST_P(TextureSteps, RippleBeyondOneSideToTheLeftWrapsOn)
+TEST_P(TextureSteps, RippleBeyondOneSideToTheLeftWraps)
 {
     // Amplitude -3 with no waves: three sides to the left, which shows the same as none.
     const Bytes image = NumberedImage(32);
