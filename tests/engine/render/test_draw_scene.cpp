@@ -325,7 +325,7 @@ TEST_F(DrawSceneTest, AnObjectThatIsSkippedResolvesNothing)
     EXPECT_EQ(Draw(0, 1), "");
 }
 
-TEST_F(DrawSceneTest, AMissingMeshOrAnUnknownKindSkipsTheObjectAndNoOther)
+TEST_F(DrawSceneTest, AMissingMeshOrUnknownKindSkipsThatObjectAlone)
 {
     AddGenMesh();
     AddObject(kObjectModel, 1);   // no such model

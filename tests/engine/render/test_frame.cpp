@@ -79,7 +79,7 @@ TEST_F(FrameTest, TheEndTickOfAClipBelongsToIt)
     EXPECT_EQ(drawn, 0u);
 }
 
-TEST_F(FrameTest, AClipThatBeginsOnASecondTakesTheEndTickOfTheOneBefore)
+TEST_F(FrameTest, AClipThatBeginsOnASecondTakesTheTickBefore)
 {
     // The search of that second begins at the later clip.
     SetConstant(&timeline->cameraX, 0, AddClip(timeline, 0, 0, 100, 1), 1.0f);
@@ -121,7 +121,7 @@ TEST_F(FrameTest, AClipWithoutASceneSetsItsStateAllTheSame)
     EXPECT_EQ(drawn, 0u);
 }
 
-TEST_F(FrameTest, ADroppedClipIsPassedOverAndTheNextMeasuresFromTickZero)
+TEST_F(FrameTest, AfterADroppedClipTheNextMeasuresFromTickZero)
 {
     SetConstant(&timeline->cameraX, 0, AddClip(timeline, 0, 0, 110, 1), 1.0f);
     SetConstant(&timeline->cameraX, 0, AddClip(timeline, 0, 0, 50, 1), 2.0f);

@@ -338,7 +338,7 @@ TEST_F(SetMaterialTest, Type0IsColor)
                         "BlendFunc SRC_ALPHA ONE_MINUS_SRC_ALPHA\n");
 }
 
-TEST_F(SetMaterialTest, Type1IsLitColorAndLeavesTheCoordinateArrayOfUnit1)
+TEST_F(SetMaterialTest, Type1IsLitColorAndKeepsTheArrayOfUnit1)
 {
     EXPECT_EQ(Calls(1), "PolygonMode FRONT_AND_BACK FILL\n"
                         "Enable DEPTH_TEST\n"
@@ -359,20 +359,20 @@ TEST_F(SetMaterialTest, Type1IsLitColorAndLeavesTheCoordinateArrayOfUnit1)
                         "Lightfv LIGHT1 DIFFUSE 0.4 0.5 0.6 1\n");
 }
 
-TEST_F(SetMaterialTest, Type2IsAProceduralTextureThroughTheCombinerThatIsThere)
+TEST_F(SetMaterialTest, Type2IsAProceduralTextureWithoutACombiner)
 {
     EXPECT_EQ(
         Calls(2),
         FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA UNIT_1_OFF FLAT_13_REPEATED);
 }
 
-TEST_F(SetMaterialTest, Type3IsALitProceduralTextureThroughTheCombinerThatIsThere)
+TEST_F(SetMaterialTest, Type3IsALitProceduralTextureWithoutACombiner)
 {
     EXPECT_EQ(Calls(3),
               FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ALPHA LIGHT_2 UNIT_1_OFF FLAT_13_REPEATED);
 }
 
-TEST_F(SetMaterialTest, Type4IsAProceduralEnvironmentThatTurnsLightingOffLate)
+TEST_F(SetMaterialTest, Type4IsAProceduralEnvironmentUnlitLate)
 {
     EXPECT_EQ(Calls(4), "PolygonMode FRONT_AND_BACK FILL\n"
                         "Enable DEPTH_TEST\n"
@@ -521,13 +521,13 @@ TEST_F(SetMaterialTest, Type10IsAClampedBitmap)
                              COMBINE_M FLAT_24_CLAMPED);
 }
 
-TEST_F(SetMaterialTest, Type11IsABitmapEnvironmentThatTurnsWithTheCamera)
+TEST_F(SetMaterialTest, Type11IsABitmapEnvironmentThatTurns)
 {
     EXPECT_EQ(Calls(11), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA UNIT_1_OFF
                              COMBINE_M SPHERE_24 TURNED DIRECTION MODELVIEW);
 }
 
-TEST_F(SetMaterialTest, Type12IsALitBitmapEnvironmentThatTurnsWithTheCamera)
+TEST_F(SetMaterialTest, Type12IsALitBitmapEnvironmentThatTurns)
 {
     EXPECT_EQ(Calls(12), FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ALPHA LIGHT_2 UNIT_1_OFF COMBINE_M
                              SPHERE_24 TURNED MODELVIEW);
@@ -594,7 +594,7 @@ TEST_F(SetMaterialTest, Type15IsAClampedBitmapWhoseAlphaIsSquared)
                              COMBINE_Q FLAT_24_CLAMPED);
 }
 
-TEST_F(SetMaterialTest, Type16AddsABitmapEnvironmentThroughTheCombinerThatIsThere)
+TEST_F(SetMaterialTest, Type16AddsABitmapEnvironmentWithoutACombiner)
 {
     EXPECT_EQ(Calls(16), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ADD UNIT_1_OFF
                              SPHERE_24 TURNED DIRECTION MODELVIEW);
@@ -606,7 +606,7 @@ TEST_F(SetMaterialTest, Type17IsType15WithoutDepthTest)
                              COMBINE_Q FLAT_24_CLAMPED);
 }
 
-TEST_F(SetMaterialTest, Type18AddsAClampedProceduralTextureWithoutDepthTest)
+TEST_F(SetMaterialTest, Type18AddsAProceduralTextureWithoutDepthTest)
 {
     EXPECT_EQ(Calls(18), FILL DEPTH_OFF NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ADD UNIT_1_OFF
                              COMBINE_M FLAT_13_CLAMPED);
@@ -617,7 +617,7 @@ TEST_F(SetMaterialTest, Type19IsColorWithoutDepthTest)
     EXPECT_EQ(Calls(19), FILL DEPTH_OFF NORMALIZE_OFF UNITS_OFF LIGHTING_OFF COLOR BLEND_ALPHA);
 }
 
-TEST_F(SetMaterialTest, Type20AddsAProceduralEnvironmentThroughTheCombinerThatIsThere)
+TEST_F(SetMaterialTest, Type20AddsAProceduralEnvironmentUncombined)
 {
     EXPECT_EQ(Calls(20), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ADD UNIT_1_OFF
                              SPHERE_13 DIRECTION IDENTITY MODELVIEW);
@@ -754,7 +754,7 @@ static std::string WithBuffer(std::string calls, const std::string& label,
                              "TexCoordPointer 2 FLOAT 0 0\n");
 }
 
-TEST_F(SetMaterialTest, WithBufferObjectsFlatTexturesTakeTheirCoordinatesFromTheFirstBuffer)
+TEST_F(SetMaterialTest, FlatTexturesTakeTheirCoordinatesFromBuffers)
 {
     for (uint32_t type : {2u, 3u, 6u, 7u, 9u, 10u, 13u, 15u, 17u, 18u})
     {
@@ -860,7 +860,7 @@ TEST_F(SetMaterialTest, OneOfTwoBitmapsIsNoBitmap)
     EXPECT_EQ(Calls(14), FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ADD LIGHT_2 TEXTURE_OFF);
 }
 
-TEST_F(SetMaterialTest, WithoutItsLightALitRecipeTurnsLightingOffInTheLightsPlace)
+TEST_F(SetMaterialTest, WithoutItsLightALitRecipeTurnsLightingOff)
 {
     struct Case
     {
@@ -893,7 +893,7 @@ TEST_F(SetMaterialTest, WithoutItsLightALitRecipeTurnsLightingOffInTheLightsPlac
     EXPECT_EQ(Calls(14), lit.replace(lit.find(light), light.size(), LIGHTING_OFF));
 }
 
-TEST_F(SetMaterialTest, AMaterialOfParametersOnlyDrawsItsColorUntexturedAndUnlit)
+TEST_F(SetMaterialTest, AMaterialWithoutReferencesIsItsColorAlone)
 {
     for (uint32_t type = 0; type < kMaterialTypes; ++type)
     {
@@ -961,7 +961,7 @@ TEST_F(SetMaterialTest, OtherMaskBytesMeanNothingToARecipe)
     EXPECT_EQ(GlValue(StateAfter({0}), "Color4f"), "0.25 0.5 0.75 0.125");
 }
 
-TEST_F(SetMaterialTest, TheClampedAlphaRecipesTakeAlphaFromParameter3AlthoughNothingShowsIt)
+TEST_F(SetMaterialTest, ClampedAlphaRecipesTakeAnAlphaThatNothingShows)
 {
     for (uint32_t type : {15u, 17u})
     {
@@ -1035,7 +1035,7 @@ TEST_F(SetMaterialTest, AReflectionThatDoesNotTurnHasAnIdentityMatrix)
     }
 }
 
-TEST_F(SetMaterialTest, AnyOtherValueTurnsTheReflectionByTheHeadingAboutTheTexturesCenter)
+TEST_F(SetMaterialTest, AnyOtherValueTurnsTheReflectionByTheHeading)
 {
     for (float value : {1.0f, -1.0f, 0.5f, 1e-30f, std::numeric_limits<float>::quiet_NaN()})
     {
@@ -1056,7 +1056,7 @@ TEST_F(SetMaterialTest, AnyOtherValueTurnsTheReflectionByTheHeadingAboutTheTextu
     EXPECT_EQ(m[1] * 1.0f + m[5] * 0.5f + m[13], 1.0f);
 }
 
-TEST_F(SetMaterialTest, ADynamicRotateValueIsNotEvaluatedAndTurnsTheReflection)
+TEST_F(SetMaterialTest, ADynamicRotateValueTurnsAndIsNotEvaluated)
 {
     uint32_t zero = AddLinearEnvelope(&piece, 0.0f, 0.0f);
     for (uint32_t type : {11u, 12u, 16u})
@@ -1075,7 +1075,7 @@ TEST_F(SetMaterialTest, ADynamicRotateValueIsNotEvaluatedAndTurnsTheReflection)
     }
 }
 
-TEST_F(SetMaterialTest, TinyValuesTurnTheReflectionWhateverTheProcessorTakesThemFor)
+TEST_F(SetMaterialTest, TinyValuesTurnTheReflectionOnEveryProcessor)
 {
     Of(11)->params[4] = 1; // the id of an envelope, or 1.4e-45
     const uint32_t control = _mm_getcsr();
@@ -1152,7 +1152,7 @@ TEST_F(SetMaterialTest, TimesPast2To31AreKeptWhole)
 
 // Without DOT3.
 
-TEST_F(SetMaterialTest, WithoutDot3Type14DrawsTransparentBlackAndLooksNothingUp)
+TEST_F(SetMaterialTest, WithoutDot3Type14IsBlackAndLooksNothingUp)
 {
     dot3 = 0;
     const char* calls = FILL DEPTH_ON NORMALIZE_ON "Disable TEXTURE_2D\n"
@@ -1168,7 +1168,7 @@ TEST_F(SetMaterialTest, WithoutDot3Type14DrawsTransparentBlackAndLooksNothingUp)
     EXPECT_EQ(Calls(14), calls);
 }
 
-TEST_F(SetMaterialTest, WithoutDot3Type14KeepsTheBlendFunctionOfTheOneBefore)
+TEST_F(SetMaterialTest, WithoutDot3Type14KeepsTheBlendFunction)
 {
     dot3 = 0;
     EXPECT_EQ(GlValue(StateAfter({0, 14}), "BlendFunc"), "SRC_ALPHA ONE_MINUS_SRC_ALPHA");
@@ -1236,7 +1236,7 @@ TEST_F(SetMaterialTest, WireframeIsUndoneByEveryOtherRecipe)
     }
 }
 
-TEST_F(SetMaterialTest, AType24ObjectInheritsAllOfTheOneBeforePolygonModeIncluded)
+TEST_F(SetMaterialTest, AnUnknownTypeInheritsAllOfTheOneBefore)
 {
     AddMaterial(24);
     GlState wireframe = StateAfter({23});
@@ -1273,7 +1273,7 @@ TEST_F(SetMaterialTest, RecipesWithoutCombinerUseTheDefaultUntilOneIsSet)
     }
 }
 
-TEST_F(SetMaterialTest, TwoBitmapsLeaveUnit1SelectedAndTheNextRecipePutsItRight)
+TEST_F(SetMaterialTest, TwoBitmapsLeaveUnit1SelectedForTheNextRecipe)
 {
     for (uint32_t pair : {8u, 14u, 22u})
     {
@@ -1304,7 +1304,7 @@ TEST_F(SetMaterialTest, TwoBitmapsLeaveUnit1SelectedAndTheNextRecipePutsItRight)
     }
 }
 
-TEST_F(SetMaterialTest, AMissingTextureTurnsOffTheSelectedUnitWhicheverThatIs)
+TEST_F(SetMaterialTest, AMissingTextureTurnsOffWhicheverUnitIsSelected)
 {
     Of(7)->refs[0] = 0;
     GlState state = StateAfter({10, 7});
@@ -1376,7 +1376,7 @@ TEST_F(SetMaterialTest, GeneratedCoordinatesStayOnUntilAFlatTexture)
     }
 }
 
-TEST_F(SetMaterialTest, TwoBitmapsTakeTheRestOfTheirAlphaFromTheRecipeBefore)
+TEST_F(SetMaterialTest, TwoBitmapsTakeTheirAlphaFromTheRecipeBefore)
 {
     // Multiplied: only the mode and the first source are its own.
     GlState state = StateAfter({8});
