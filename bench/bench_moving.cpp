@@ -10,11 +10,15 @@
 #include <cstdlib>
 #include <emmintrin.h>
 #include <functional>
+#include <memory>
 #include <time.h>
 #include <vector>
 
+#include "engine/data/arena.h"
 #include "engine/data/cos_table.h"
+#include "engine/data/fault.h"
 #include "engine/data/numeric.h"
+#include "engine/data/random_sequence.h"
 #include "engine/geometry/gen_mesh.h"
 #include "engine/geometry/normals.h"
 #include "engine/geometry/plain_geometry.h"
@@ -254,14 +258,24 @@ struct Sheet
         mesh.vertices = vertices.data();
         mesh.normals = normals.data();
         mesh.indices = indices.data();
+        mesh.faces = &faces;
     }
+    ~Sheet()
+    {
+        FreeVertexFaces(&faces);
+        FreeArena(&arena);
+    }
+    Sheet(const Sheet&) = delete;
+    Sheet& operator=(const Sheet&) = delete;
     std::vector<float> vertices;
     std::vector<float> normals;
     std::vector<uint32_t> indices;
+    VertexFaces faces = {};
+    Arena arena = {};
     Mesh mesh = {};
 };
 
-static void CompareNormals(benchmark::State& state, const Mesh& mesh)
+static void CompareNormals(benchmark::State& state, const Mesh& mesh, Arena* arena)
 {
     Compare(
         state,
@@ -269,25 +283,43 @@ static void CompareNormals(benchmark::State& state, const Mesh& mesh)
             PlainNormals(mesh.vertexCount, mesh.indexCount, mesh.vertices, mesh.normals,
                          mesh.indices);
         },
-        [&] { RecomputeNormals(&mesh); }, nullptr);
+        [&] { RecomputeNormals(&mesh, arena); }, nullptr);
 }
 
 static void BenchNormalsOf50000Vertices(benchmark::State& state)
 {
     Sheet sheet(200, 250);
-    CompareNormals(state, sheet.mesh);
+    CompareNormals(state, sheet.mesh, &sheet.arena);
 }
 BENCHMARK(BenchNormalsOf50000Vertices);
 
 static void BenchNormalsOfWater(benchmark::State& state)
 {
     BuildCosTable();
-    void* water = nullptr;
+    FaultList faults;
+    StartFaults(&faults);
     Mesh mesh = {};
-    BuildGenMesh(kCenterwaveWater, &water, &mesh);
-    SimulateWater(kCenterwaveWater, 1.0f, &water, &mesh);
-    CompareNormals(state, mesh);
-    FreeGenMesh(kCenterwaveWater, &water, &mesh);
+    GenMeshState water = {};
+    VertexFaces faces = {};
+    Arena arena = {};
+    RandomSequence random;
+    SeedRandom(&random, 1);
+    if (!BuildGenMesh(kCenterwaveWater, &mesh, &faults) ||
+        !StartGenMeshState(kCenterwaveWater, &mesh, &water, &faults))
+    {
+        state.SkipWithError("no memory");
+        return;
+    }
+    mesh.faces = &faces;
+    SimulateWater(kCenterwaveWater, 1.0f, &water, &mesh, &random, &arena);
+    Mesh moved = mesh;
+    moved.vertices = water.vertices;
+    moved.normals = water.normals;
+    CompareNormals(state, moved, &arena);
+    FreeVertexFaces(&faces);
+    FreeGenMeshState(&water);
+    FreeGenMesh(kCenterwaveWater, &mesh);
+    FreeArena(&arena);
 }
 BENCHMARK(BenchNormalsOfWater);
 
@@ -308,3 +340,53 @@ static void BenchRippleOf50000Vertices(benchmark::State& state)
         nullptr);
 }
 BENCHMARK(BenchRippleOf50000Vertices);
+
+/// Both, as a "Rippler" does them.
+static void BenchRippleAndNormalsOf50000Vertices(benchmark::State& state)
+{
+    BuildCosTable();
+    Sheet sheet(200, 250);
+    const Mesh& mesh = sheet.mesh;
+    const size_t count = sheet.vertices.size();
+    Compare(
+        state,
+        [&]
+        {
+            PlainRipple(mesh.vertices, count, 0.7f, 0.0f, 1.3f);
+            PlainNormals(mesh.vertexCount, mesh.indexCount, mesh.vertices, mesh.normals,
+                         mesh.indices);
+        },
+        [&]
+        {
+            RippleCoordinates(mesh.vertices, count, static_cast<float>(0.7 * kCosStepsPerRadian),
+                              static_cast<float>(1.3 * kCosStepsPerRadian), 0.0f);
+            RecomputeNormals(&mesh, &sheet.arena);
+        },
+        nullptr);
+}
+BENCHMARK(BenchRippleAndNormalsOf50000Vertices);
+
+/// Normals of so many meshes in turn: the time of each must not grow with their number.
+static void BenchNormalsOfManyMeshes(benchmark::State& state)
+{
+    std::vector<std::unique_ptr<Sheet>> sheets;
+    for (int64_t i = 0; i < state.range(0); ++i)
+    {
+        sheets.push_back(std::make_unique<Sheet>(40, 50));
+    }
+    double shortest = 1e30;
+    while (state.KeepRunning())
+    {
+        TimeForm(
+            [&]
+            {
+                for (const std::unique_ptr<Sheet>& sheet : sheets)
+                {
+                    RecomputeNormals(&sheet->mesh, &sheet->arena);
+                }
+            },
+            &shortest);
+    }
+    state.counters["us_each"] = shortest / static_cast<double>(state.range(0));
+}
+BENCHMARK(BenchNormalsOfManyMeshes)->Arg(1)->Arg(32)->Arg(33)->Arg(64);

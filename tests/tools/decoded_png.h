@@ -4,9 +4,10 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <stb_image.h>
 #include <string>
 #include <vector>
+
+#include "engine/textures/decode_image.h"
 
 struct DecodedPng
 {
@@ -19,21 +20,23 @@ struct DecodedPng
 /// @param file   the bytes of the file; a file that is no PNG ends the test program
 inline DecodedPng DecodePng(const std::string& file)
 {
-    DecodedPng png = {};
-    uint8_t* pixels = file.compare(0, 4, "\x89PNG") != 0
-                          ? nullptr
-                          : stbi_load_from_memory(reinterpret_cast<const uint8_t*>(file.data()),
-                                                  static_cast<int>(file.size()), &png.width,
-                                                  &png.height, &png.channels, 0);
-    if (pixels == nullptr)
+    DecodedImage image = {};
+    const char* reason = nullptr;
+    const DecodeResult result =
+        file.compare(0, 4, "\x89PNG") != 0
+            ? DecodeResult::kRefused
+            : DecodeImage(reinterpret_cast<const uint8_t*>(file.data()),
+                          static_cast<int32_t>(file.size()), UINT64_MAX, &image, &reason);
+    if (result != DecodeResult::kDecoded)
     {
         fprintf(stderr, "a file is no PNG\n");
         abort();
     }
-    png.pixels.assign(pixels, pixels + static_cast<size_t>(png.width) *
-                                           static_cast<size_t>(png.height) *
-                                           static_cast<size_t>(png.channels));
-    free(pixels);
+    const size_t size = static_cast<size_t>(image.width) * static_cast<size_t>(image.height) *
+                        static_cast<size_t>(image.components);
+    DecodedPng png = {
+        image.width, image.height, image.components, {image.pixels, image.pixels + size}};
+    free(image.pixels);
     return png;
 }
 

@@ -48,9 +48,11 @@ TEST(FormatDescription, BothExamplesHaveTwelveNodesAfterTheFirst)
     {
         std::string example = ExampleBelow(heading);
         TiXmlDocument document;
-        EXPECT_TRUE(LoadFromString(&document,
-                                   reinterpret_cast<const unsigned char*>(example.data()),
-                                   static_cast<long>(example.size()), TIXML_ENCODING_UNKNOWN))
+        FaultList faults;
+        StartFaults(&faults);
+        EXPECT_TRUE(
+            LoadFromString(&document, reinterpret_cast<const unsigned char*>(example.data()),
+                           static_cast<long>(example.size()), TIXML_ENCODING_UNKNOWN, &faults))
             << heading << ", line " << document.ErrorRow() << ": " << document.ErrorDesc();
         EXPECT_EQ(CountChildNodes(&document), 1 + 12) << heading;
         EXPECT_NE(document.FirstChild()->ToDeclaration(), nullptr);
@@ -64,8 +66,10 @@ TEST(FormatDescription, EveryItemOfTheExamplesIsAnElement)
     {
         std::string example = ExampleBelow(heading);
         TiXmlDocument document;
+        FaultList faults;
+        StartFaults(&faults);
         LoadFromString(&document, reinterpret_cast<const unsigned char*>(example.data()),
-                       static_cast<long>(example.size()), TIXML_ENCODING_UNKNOWN);
+                       static_cast<long>(example.size()), TIXML_ENCODING_UNKNOWN, &faults);
         for (const TiXmlNode* section = document.FirstChild()->NextSibling(); section != nullptr;
              section = section->NextSibling())
         {

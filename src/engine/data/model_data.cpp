@@ -86,6 +86,7 @@ bool ReadModelItem(const TiXmlElement* item, void* record, uint32_t /*index*/, R
 {
     ModelData* model = static_cast<ModelData*>(record);
     *model = {};
+    model->mesh.faces = &model->faces;
 
     const char* filename = RequireAttribute(item, "filename", context->faults);
     InflatedEntry entry = {};
@@ -111,5 +112,6 @@ void FreeModel(void* record)
 {
     ModelData* model = static_cast<ModelData*>(record);
     free(model->block);
+    free(model->faces.block);
     *model = {};
 }

@@ -19,6 +19,16 @@
 
 inline constexpr uint32_t kModelHeaderSize = 5;
 
+/// The faces around each vertex of a mesh, from which its normals are recomputed. Empty, all 0,
+/// until something first bends the mesh.
+struct VertexFaces
+{
+    uint32_t* block;   // owned: the three arrays below; null for an empty record
+    uint32_t* corners; // three for each triangle: 4 * the number of a vertex; into block
+    uint32_t* faces;   // 4 * the number of a triangle, rising for each vertex; into block
+    uint32_t* first;   // [vertexCount + 1], where a vertex's faces begin in `faces`; into block
+};
+
 /// The arrays that drawing and deformation work on.
 struct Mesh
 {
@@ -30,12 +40,14 @@ struct Mesh
     uint8_t texCoordSets; // 1 or 2
     float* normals;       // [vertexCount][3]
     uint32_t* indices;    // [indexCount], each below vertexCount; GL_TRIANGLES
+    VertexFaces* faces;   // borrowed from the record around the mesh; null if nobody keeps them
 };
 
 struct ModelData
 {
     void* block;         // owned; the uncompressed file lies in it
     Mesh mesh;           // into block
+    VertexFaces faces;   // owned; of the mesh
     uint32_t storedSize; // bytes of the uncompressed file, as its container tells
     uint8_t fileSets;    // T as the file has it, which need not be mesh.texCoordSets
 };
@@ -56,5 +68,5 @@ ModelIndexBytes GetModelIndexBytes(const ModelData* model);
 /// header that claims more than the file holds, and an index past the last vertex.
 bool ReadModelItem(const TiXmlElement* item, void* record, uint32_t index, ReadContext* context);
 
-/// Frees the block of a ModelData.
+/// Frees the blocks of a ModelData.
 void FreeModel(void* record);

@@ -8,6 +8,7 @@
 #include "engine/data/document_values.h"
 #include "engine/data/fault.h"
 #include "engine/data/numeric.h"
+#include "engine/geometry/normals.h"
 #include "engine/geometry/water.h"
 
 /// Of one of the two triangles that every cell is cut into.
@@ -151,13 +152,18 @@ bool ReadGenMeshItem(const TiXmlElement* item, void* record, uint32_t /*index*/,
     FaultList* faults = context->faults;
     *genMesh = {};
     genMesh->type = static_cast<uint32_t>(ReadIntAttribute(item, "type", faults));
-    return !HasFailed(faults) && BuildGenMesh(genMesh->type, &genMesh->mesh, faults) &&
-           ReadGenMeshParams(item, genMesh->params, faults);
+    if (HasFailed(faults) || !BuildGenMesh(genMesh->type, &genMesh->mesh, faults))
+    {
+        return false;
+    }
+    genMesh->mesh.faces = &genMesh->faces;
+    return ReadGenMeshParams(item, genMesh->params, faults);
 }
 
 void FreeGenMeshRecord(void* record)
 {
     GenMesh* genMesh = static_cast<GenMesh*>(record);
+    FreeVertexFaces(&genMesh->faces);
     FreeGenMesh(genMesh->type, &genMesh->mesh);
 }
 
@@ -198,8 +204,13 @@ bool UpdateGenMesh(uint32_t id, const GenMeshSources* sources, uint32_t time)
             return false;
         }
     }
-    return SimulateWater(genMesh->type, v, &sources->states[id - 1], &genMesh->mesh,
-                         sources->random, faults);
+    if (!SimulateWater(genMesh->type, v, &sources->states[id - 1], &genMesh->mesh, sources->random,
+                       sources->arena))
+    {
+        AddFault(faults, "no memory to move generated mesh %u", id);
+        return false;
+    }
+    return true;
 }
 
 Mesh MovedMesh(const GenMesh* genMesh, const GenMeshState* state)

@@ -1,7 +1,7 @@
 // Generated meshes: flat grids that water moves.
 //
-// The mesh fields are those of a model, so drawing and manipulators take either. What differs:
-// there are no buffer objects, because the vertices change from frame to frame.
+// The mesh fields are those of a model, so drawing and manipulators take either. Only
+// buffer objects are missing, because the vertices change from frame to frame.
 #pragma once
 
 #include <cstdint>
@@ -16,12 +16,14 @@ struct Arena;
 struct FaultList;
 struct RandomSequence;
 
-/// Constant after reading. What moves is the GenMeshState that belongs to it.
+/// Constant after reading, but that the first move fills `faces`. A GenMeshState beside it holds
+/// all that moves.
 struct GenMesh
 {
     uint32_t type;                   // GenMeshType
     uint32_t params[kGenMeshParams]; // the first is the driving envelope's id, 0 for none
     Mesh mesh;                       // the grid at rest, arrays owned
+    VertexFaces faces;               // owned; of the mesh
 };
 
 /// Makes a mesh: a grid of 30 by 30 vertices in the plane y = 0, from the origin to (29, 0, 29),
@@ -43,14 +45,14 @@ bool ReadGenMeshItem(const TiXmlElement* item, void* record, uint32_t index, Rea
 /// Frees what a record of section 8 owns, not the record itself.
 void FreeGenMeshRecord(void* record);
 
-/// What moves the generated meshes of one document.
+/// The values and the memory that move the generated meshes of one document.
 struct GenMeshSources
 {
     const ObjectTable* genMeshes; // borrowed
     GenMeshState* states;         // [id - 1], borrowed
     const Animation* animation;   // borrowed; of the same document
     RandomSequence* random;       // borrowed
-    Arena* arena;                 // borrowed; scratch memory
+    Arena* arena;                 // borrowed; scratch memory, given back after each call
 };
 
 /// Moves a mesh to an object time; every use of a generated mesh comes after a call of it. An id

@@ -7,7 +7,6 @@
 
 #include "engine/data/allocate.h"
 #include "engine/data/cos_table.h"
-#include "engine/data/fault.h"
 #include "engine/data/numeric.h"
 #include "engine/data/random_sequence.h"
 #include "engine/geometry/normals.h"
@@ -226,7 +225,7 @@ static bool SimulateCenterwave(float v, CenterwaveState* wave, float* vertices)
 }
 
 bool SimulateWater(uint32_t type, float v, GenMeshState* state, const Mesh* mesh,
-                   RandomSequence* random, FaultList* faults)
+                   RandomSequence* random, Arena* arena)
 {
     if (type == kLakeWater)
     {
@@ -240,10 +239,5 @@ bool SimulateWater(uint32_t type, float v, GenMeshState* state, const Mesh* mesh
     Mesh moved = *mesh;
     moved.vertices = state->vertices;
     moved.normals = state->normals;
-    if (!RecomputeNormals(&moved))
-    {
-        AddFault(faults, "no memory for the normals of %u vertices", moved.vertexCount);
-        return false;
-    }
-    return true;
+    return RecomputeNormals(&moved, arena);
 }

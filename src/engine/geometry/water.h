@@ -9,6 +9,7 @@
 #include "engine/data/model_data.h"
 #include "engine/data/vocabulary_numbers.h"
 
+struct Arena;
 struct FaultList;
 struct RandomSequence;
 
@@ -68,6 +69,7 @@ void FreeGenMeshState(GenMeshState* state);
 ///                radians
 /// @param state   started for this type
 /// @param mesh    the grid at rest, whose indices say which triangles there are
-/// @return false after a fault if there is no memory
+/// @param arena   scratch memory, given back
+/// @return false if there is no memory
 bool SimulateWater(uint32_t type, float v, GenMeshState* state, const Mesh* mesh,
-                   RandomSequence* random, FaultList* faults);
+                   RandomSequence* random, Arena* arena);

@@ -329,9 +329,9 @@ TEST(Vocabulary, AColorIsThreeNumbersAndAReferenceNone)
 
 TEST(Vocabulary, SectionsStandInTheirOrder)
 {
-    for (int32_t i = 0; i <= kMusicNode; ++i)
+    for (int32_t i = 0; i <= kSectionCount; ++i)
     {
-        EXPECT_EQ(VocabularySections[i].number, i);
+        EXPECT_EQ(VocabularySections[i].section, static_cast<Section>(i));
         EXPECT_NE(VocabularySections[i].item, nullptr);
         EXPECT_TRUE(IsWord(VocabularySections[i].word));
     }

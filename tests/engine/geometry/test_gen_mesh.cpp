@@ -359,3 +359,28 @@ TEST(GenMesh, AMissingDrivingEnvelopeIsAFaultOfTheMesh)
     EXPECT_EQ(memcmp(&read.values.faults.place, &place, sizeof(place)), 0);
     EXPECT_EQ(read.state.wave.lastTime, -1.0f); // and nothing has moved
 }
+
+TEST(GenMesh, AMoveWithoutMemoryIsAFault)
+{
+    for (uint64_t k = 1; k <= 2; ++k) // the lists of faces and the scratch memory
+    {
+        ReadMesh read("<m type=\"0\"><p>0</p></m>");
+        FailAllocation(k);
+        const bool moved = read.Update(1, 0);
+        EXPECT_EQ(AllowAllocations(), k);
+        EXPECT_FALSE(moved);
+        EXPECT_EQ(FaultText(read.values.faults), "quorvale: demo.xmlz, section 8 (generated "
+                                                 "meshes), item 1: no memory to move generated "
+                                                 "mesh 1\n");
+    }
+}
+
+TEST(GenMesh, AMoveLikeTheOneBeforeTakesNothingFromTheHeap)
+{
+    ReadMesh read("<m type=\"0\"><p>1</p></m>");
+    read.values.Add(MakeOnePiece(kFunctionLinear, {1.0f, 0.0f}));
+    EXPECT_TRUE(read.Update(1, 1));
+    FailAllocation(1);
+    EXPECT_TRUE(read.Update(1, 2));
+    EXPECT_EQ(AllowAllocations(), 0u);
+}

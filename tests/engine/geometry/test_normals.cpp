@@ -1,19 +1,23 @@
 #include "engine/geometry/normals.h"
 
-#include <cstring>
+#include <bit>
 #include <gtest/gtest.h>
 #include <random>
-#include <utility>
 #include <vector>
 
+#include "engine/data/arena.h"
 #include "engine/data/fault.h"
 #include "engine/geometry/gen_mesh.h"
 #include "engine/geometry/plain_geometry.h"
 #include "engine/geometry/water.h"
+#include "support/failing_memory.h"
 #include "support/guarded_bytes.h"
+#include "support/instruction_sets.h"
 
 /// Runs RecomputeNormals on a mesh made of these, with guards around the normals.
-static std::vector<float> NormalsOf(std::vector<float> vertices, std::vector<uint32_t> indices)
+/// @param faces   kept lists of the mesh, or null
+static std::vector<float> NormalsOf(std::vector<float> vertices, std::vector<uint32_t> indices,
+                                    VertexFaces* faces = nullptr)
 {
     GuardedBytes normals(vertices.size() * sizeof(float));
     const std::vector<float> verticesBefore = vertices;
@@ -25,7 +29,11 @@ static std::vector<float> NormalsOf(std::vector<float> vertices, std::vector<uin
     mesh.vertices = vertices.data();
     mesh.normals = normals.Floats();
     mesh.indices = indices.data();
-    EXPECT_TRUE(RecomputeNormals(&mesh));
+    mesh.faces = faces;
+    Arena arena = {};
+    EXPECT_TRUE(RecomputeNormals(&mesh, &arena));
+    EXPECT_EQ(arena.used, 0u); // the scratch memory is given back
+    FreeArena(&arena);
 
     EXPECT_TRUE(normals.GuardsAreWhole());
     EXPECT_EQ(vertices, verticesBefore);
@@ -36,16 +44,22 @@ static std::vector<float> NormalsOf(std::vector<float> vertices, std::vector<uin
 static void ExpectPlainNormals(const std::vector<float>& vertices,
                                const std::vector<uint32_t>& indices)
 {
-    std::vector<float> normals = NormalsOf(vertices, indices);
     std::vector<float> plain(vertices.size());
     PlainNormals(static_cast<uint32_t>(vertices.size() / 3), static_cast<uint32_t>(indices.size()),
                  vertices.data(), plain.data(), indices.data());
-    for (size_t i = 0; i < plain.size(); ++i)
+    VertexFaces faces = {};
+    for (const InstructionSet set : ListInstructionSets())
     {
-        ASSERT_EQ(std::bit_cast<uint32_t>(normals[i]), std::bit_cast<uint32_t>(plain[i]))
-            << "normal " << i / 3 << ", axis " << i % 3 << ": " << normals[i] << " and "
-            << plain[i];
+        const UsedInstructionSet used(set);
+        const std::vector<float> normals = NormalsOf(vertices, indices, &faces);
+        for (size_t i = 0; i < plain.size(); ++i)
+        {
+            ASSERT_EQ(std::bit_cast<uint32_t>(normals[i]), std::bit_cast<uint32_t>(plain[i]))
+                << InstructionSetNames[set] << ", normal " << i / 3 << ", axis " << i % 3 << ": "
+                << normals[i] << " and " << plain[i];
+        }
     }
+    FreeVertexFaces(&faces);
 }
 
 TEST(Normals, OneTriangleGivesItsThreeVerticesTheUnitFaceNormal)
@@ -103,7 +117,7 @@ TEST(Normals, ATriangleThatNamesAVertexTwiceCountsTwiceForIt)
     EXPECT_EQ(normals, (std::vector<float>{0, 0, 1.0f / 3.0f, 0, 0, 0.5f, 0, 0, 1}));
 }
 
-TEST(Normals, IndicesBehindTheLastWholeTriangleAreNotUsed)
+TEST(Normals, IndicesAfterTheLastWholeTriangleAreNotUsed)
 {
     EXPECT_EQ(NormalsOf({0, 0, 0, 2, 0, 0, 0, 3, 0}, {0, 1, 2, 2, 1}),
               (std::vector<float>{0, 0, 1, 0, 0, 1, 0, 0, 1}));
@@ -111,8 +125,9 @@ TEST(Normals, IndicesBehindTheLastWholeTriangleAreNotUsed)
 
 TEST(Normals, AMeshWithoutVerticesOrTrianglesIsLeftInPeace)
 {
-    Mesh mesh = {};
-    EXPECT_TRUE(RecomputeNormals(&mesh));
+    Arena arena = {};
+    const Mesh mesh = {};
+    EXPECT_TRUE(RecomputeNormals(&mesh, &arena));
     EXPECT_EQ(NormalsOf({1, 2, 3}, {}), (std::vector<float>{0, 0, 0}));
 }
 
@@ -120,9 +135,10 @@ TEST(Normals, OnTheFlatGridStayUnitLengthWithYOfOneSign)
 {
     FaultList faults;
     StartFaults(&faults);
+    Arena arena = {};
     Mesh mesh = {};
     EXPECT_TRUE(BuildGenMesh(kCenterwaveWater, &mesh, &faults));
-    EXPECT_TRUE(RecomputeNormals(&mesh));
+    EXPECT_TRUE(RecomputeNormals(&mesh, &arena));
     for (uint32_t i = 0; i < mesh.vertexCount; ++i)
     {
         EXPECT_EQ(mesh.normals[3 * i], 0.0f);
@@ -130,6 +146,7 @@ TEST(Normals, OnTheFlatGridStayUnitLengthWithYOfOneSign)
         EXPECT_EQ(mesh.normals[3 * i + 2], 0.0f);
     }
     FreeGenMesh(kCenterwaveWater, &mesh);
+    FreeArena(&arena);
 }
 
 TEST(Normals, OfRandomMeshesAreThePlainOnesToTheLastBit)
@@ -193,56 +210,42 @@ TEST(Normals, OfOneVertexThatThousandsOfFacesShareSumInTriangleOrder)
     ExpectPlainNormals(vertices, indices);
 }
 
-TEST(Normals, FollowIndicesThatChangeWhereTheyAre)
+TEST(Normals, WithoutKeptListsFollowIndicesThatChange)
 {
-    float vertices[] = {0, 0, 0, 2, 0, 0, 0, 3, 0};
-    float normals[9] = {};
-    uint32_t indices[] = {0, 1, 2};
-    Mesh mesh = {};
-    mesh.vertexCount = 3;
-    mesh.indexCount = 3;
-    mesh.vertices = vertices;
-    mesh.normals = normals;
-    mesh.indices = indices;
-    EXPECT_TRUE(RecomputeNormals(&mesh));
-    EXPECT_EQ(normals[2], 1.0f);
-
-    std::swap(indices[1], indices[2]); // the other winding
-    EXPECT_TRUE(RecomputeNormals(&mesh));
-    EXPECT_EQ(normals[2], -1.0f);
-    std::swap(indices[1], indices[2]);
-    EXPECT_TRUE(RecomputeNormals(&mesh));
-    EXPECT_EQ(normals[2], 1.0f);
+    const std::vector<float> vertices = {0, 0, 0, 2, 0, 0, 0, 3, 0};
+    EXPECT_EQ(NormalsOf(vertices, {0, 1, 2})[2], 1.0f);
+    EXPECT_EQ(NormalsOf(vertices, {0, 2, 1})[2], -1.0f);
 }
 
-TEST(Normals, OfMoreMeshesInTurnThanAnyoneRemembersAreThePlainOnes)
+TEST(Normals, FillEmptyListsOnceAndTrustThemAfterwards)
 {
-    // All of one size, so that nothing but their indices tells them apart.
-    std::mt19937 random(5);
-    std::vector<std::vector<uint32_t>> meshes(80);
-    std::vector<float> vertices(3 * 12);
-    for (float& v : vertices)
-    {
-        v = static_cast<float>(random() % 1000) * 0.01f;
-    }
-    for (std::vector<uint32_t>& indices : meshes)
-    {
-        for (int i = 0; i < 30; ++i)
-        {
-            indices.push_back(random() % 12);
-        }
-    }
-    for (int round = 0; round < 3; ++round)
-    {
-        for (const std::vector<uint32_t>& indices : meshes)
-        {
-            ExpectPlainNormals(vertices, indices);
-        }
-        for (int i = 0; i < 200; ++i)
-        {
-            ExpectPlainNormals(vertices, meshes[random() % meshes.size()]);
-        }
-    }
+    const std::vector<float> vertices = {0, 0, 0, 2, 0, 0, 0, 3, 0};
+    VertexFaces faces = {};
+    EXPECT_EQ(NormalsOf(vertices, {0, 1, 2}, &faces)[2], 1.0f);
+    const uint32_t* block = faces.block;
+    ASSERT_NE(block, nullptr);
+    EXPECT_EQ(NormalsOf(vertices, {0, 2, 1}, &faces)[2], 1.0f); // of the indices before
+    EXPECT_EQ(faces.block, block);
+
+    FreeVertexFaces(&faces);
+    EXPECT_EQ(faces.block, nullptr);
+    FreeVertexFaces(&faces); // does nothing
+    EXPECT_EQ(NormalsOf(vertices, {0, 2, 1}, &faces)[2], -1.0f);
+    FreeVertexFaces(&faces);
+}
+
+TEST(VertexFaces, AreListedInTheOrderOfTheTriangles)
+{
+    const uint32_t indices[] = {0, 1, 2, 2, 1, 3, 0, 2, 2, 3}; // the last one is no triangle
+    VertexFaces faces = {};
+    ASSERT_TRUE(BuildVertexFaces(indices, 10, 5, &faces));
+    EXPECT_EQ(std::vector<uint32_t>(faces.first, faces.first + 6),
+              (std::vector<uint32_t>{0, 2, 4, 8, 9, 9}));
+    EXPECT_EQ(std::vector<uint32_t>(faces.faces, faces.faces + 9),
+              (std::vector<uint32_t>{0, 8, 0, 4, 0, 4, 8, 8, 4}));
+    EXPECT_EQ(std::vector<uint32_t>(faces.corners, faces.corners + 10),
+              (std::vector<uint32_t>{0, 4, 8, 8, 4, 12, 0, 8, 8, 0}));
+    FreeVertexFaces(&faces);
 }
 
 TEST(Normals, OfCoordinatesPastAllBoundsHurtNobodyElse)
@@ -253,4 +256,31 @@ TEST(Normals, OfCoordinatesPastAllBoundsHurtNobodyElse)
         NormalsOf({0, 0, 0, big, 0, 0, 0, big, 0, 0, 0, 0, 2, 0, 0, 0, 3, 0}, {0, 1, 2, 3, 4, 5});
     EXPECT_EQ(std::vector<float>(normals.begin() + 9, normals.end()),
               (std::vector<float>{0, 0, 1, 0, 0, 1, 0, 0, 1}));
+}
+
+TEST(Normals, WithoutMemoryLeaveTheNormalsAsTheyWere)
+{
+    float vertices[] = {0, 0, 0, 2, 0, 0, 0, 3, 0};
+    float normals[9] = {7};
+    uint32_t indices[] = {0, 1, 2};
+    Mesh mesh = {};
+    mesh.vertexCount = 3;
+    mesh.indexCount = 3;
+    mesh.vertices = vertices;
+    mesh.normals = normals;
+    mesh.indices = indices;
+    VertexFaces faces = {};
+    mesh.faces = &faces;
+    for (uint64_t k = 1; k <= 2; ++k) // the lists and the scratch memory
+    {
+        Arena arena = {};
+        FreeVertexFaces(&faces);
+        FailAllocation(k);
+        const bool recomputed = RecomputeNormals(&mesh, &arena);
+        EXPECT_EQ(AllowAllocations(), k);
+        EXPECT_FALSE(recomputed);
+        EXPECT_EQ(normals[0], 7.0f);
+        FreeArena(&arena);
+    }
+    FreeVertexFaces(&faces);
 }

@@ -1,9 +1,11 @@
 #include "engine/geometry/rippler.h"
 
+#include <algorithm>
 #include <bit>
 #include <gtest/gtest.h>
 #include <limits>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "engine/data/arena.h"
@@ -19,6 +21,7 @@
 #include "support/failing_memory.h"
 #include "support/fault_text.h"
 #include "support/guarded_bytes.h"
+#include "support/instruction_sets.h"
 
 /// A model of one triangle, and the memory that it is bent in.
 struct RippledObject
@@ -136,7 +139,7 @@ TEST(Rippler, BendsAGeneratedMeshAsItStands)
     SeedRandom(&random, 1);
     ASSERT_TRUE(BuildGenMesh(genMesh.type, &genMesh.mesh, &object.faults));
     ASSERT_TRUE(StartGenMeshState(genMesh.type, &genMesh.mesh, &state, &object.faults));
-    ASSERT_TRUE(SimulateWater(genMesh.type, 2.0f, &state, &genMesh.mesh, &random, &object.faults));
+    ASSERT_TRUE(SimulateWater(genMesh.type, 2.0f, &state, &genMesh.mesh, &random, &object.arena));
     const Mesh mesh = MovedMesh(&genMesh, &state);
     std::vector<float> plain(mesh.vertices, mesh.vertices + 2700);
     PlainRipple(plain.data(), plain.size(), 0.7f, 0.3f, 0.9f);
@@ -182,11 +185,26 @@ TEST(Rippler, WithoutMemoryIsAFaultWhicheverAllocationFails)
     }
 }
 
-TEST(Rippler, OfAnyNumberOfCoordinatesIsThePlainOneToTheLastBit)
+/// Runs with each instruction set that this processor has.
+class RipplerLoops : public testing::TestWithParam<InstructionSet>
 {
-    BuildCosTable();
+  protected:
+    void SetUp() override
+    {
+        BuildCosTable();
+    }
+
+    UsedInstructionSet used{GetParam()};
+};
+
+INSTANTIATE_TEST_SUITE_P(EverySet, RipplerLoops, testing::ValuesIn(ListInstructionSets()),
+                         [](const testing::TestParamInfo<InstructionSet>& set)
+                         { return std::string(InstructionSetNames[set.param]); });
+
+TEST_P(RipplerLoops, OfAnyNumberOfCoordinatesAreThePlainOne)
+{
     std::mt19937 random(4);
-    for (size_t count = 0; count < 70; ++count)
+    for (size_t count = 0; count < 150; ++count)
     {
         for (int round = 0; round < 8; ++round)
         {
@@ -210,9 +228,8 @@ TEST(Rippler, OfAnyNumberOfCoordinatesIsThePlainOneToTheLastBit)
     }
 }
 
-TEST(Rippler, TakesTheEntryOfTheSignedRemainderForEveryAngle)
+TEST_P(RipplerLoops, TakeTheEntryOfTheSignedRemainder)
 {
-    BuildCosTable();
     // Coordinates that are whole steps: n is the coordinate itself, over four turns and at the ends
     // of what an integer holds.
     std::vector<float> angles;
@@ -224,8 +241,9 @@ TEST(Rippler, TakesTheEntryOfTheSignedRemainderForEveryAngle)
     for (float angle : angles)
     {
         int32_t n = TruncateToInt(angle);
-        float coordinates[4] = {angle, angle, angle, angle};
-        RippleCoordinates(coordinates, 4, 0.0f, 1.0f, 65536.0f);
+        float coordinates[8];
+        std::fill_n(coordinates, 8, angle);
+        RippleCoordinates(coordinates, 8, 0.0f, 1.0f, 65536.0f);
         float expected = CosTable[4096 + n % 4096] * 65536.0f + angle;
         for (float c : coordinates)
         {
@@ -234,13 +252,12 @@ TEST(Rippler, TakesTheEntryOfTheSignedRemainderForEveryAngle)
     }
 }
 
-TEST(Rippler, CoordinatesPastAllBoundsStayInsideTheTable)
+TEST_P(RipplerLoops, StayInsideTheTablePastAllBounds)
 {
-    BuildCosTable();
     const float infinity = std::numeric_limits<float>::infinity();
-    float coordinates[5] = {3e38f, -3e38f, infinity, -infinity,
+    float coordinates[9] = {3e38f, -3e38f, infinity, -infinity,
                             std::numeric_limits<float>::quiet_NaN()};
-    RippleCoordinates(coordinates, 5, 1.0f, 1000.0f, 2.0f);
+    RippleCoordinates(coordinates, 9, 1.0f, 1000.0f, 2.0f);
     EXPECT_EQ(coordinates[0], 3e38f);
     EXPECT_EQ(coordinates[1], -3e38f);
     EXPECT_EQ(coordinates[2], infinity);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <vector>
 
+#include "engine/data/arena.h"
 #include "engine/data/fault.h"
 #include "engine/data/random_sequence.h"
 #include "engine/geometry/gen_mesh.h"
@@ -19,7 +20,8 @@ static std::vector<std::pair<int, int>> Drops(const std::vector<int32_t>& number
     EXPECT_TRUE(BuildGenMesh(kLakeWater, &mesh, &faults));
     EXPECT_TRUE(StartGenMeshState(kLakeWater, &mesh, &state, &faults));
     RandomSequence random = ScriptedRandom(numbers);
-    EXPECT_TRUE(SimulateWater(kLakeWater, 1.0f, &state, &mesh, &random, &faults));
+    Arena arena = {};
+    EXPECT_TRUE(SimulateWater(kLakeWater, 1.0f, &state, &mesh, &random, &arena));
     EXPECT_EQ(random.oldest, 4u); // four numbers were drawn
 
     std::vector<std::pair<int, int>> drops;
@@ -32,6 +34,7 @@ static std::vector<std::pair<int, int>> Drops(const std::vector<int32_t>& number
     }
     FreeGenMeshState(&state);
     FreeGenMesh(kLakeWater, &mesh);
+    FreeArena(&arena);
     return drops;
 }
 

@@ -195,18 +195,17 @@ TEST_F(DrawSceneTest, AModelIsDrawnFromClientMemoryWithoutBuffers)
     EXPECT_EQ(Draw(120), "EnableClientState NORMAL_ARRAY\n"
                          "EnableClientState VERTEX_ARRAY\n"
                          "VertexPointer 3 FLOAT 0 model.vertices\n"
-                         "NormalPointer FLOAT 0 model.normals\n"
-                         CLOCK_AT("120")
-                         "PushMatrix\n"
-                         "Translatef 1 2 3\n"
-                         "Rotatef 10 1 0 0\n"
-                         "Rotatef 20 0 1 0\n"
-                         "Rotatef 30 0 0 1\n"
-                         "Scalef 0.5 0.25 2\n"
-                         "DrawElements TRIANGLES 3 UNSIGNED_INT model.indices\n"
-                         "PopMatrix\n"
-                         "DisableClientState NORMAL_ARRAY\n"
-                         "DisableClientState VERTEX_ARRAY\n");
+                         "NormalPointer FLOAT 0 model.normals\n" CLOCK_AT(
+                             "120") "PushMatrix\n"
+                                    "Translatef 1 2 3\n"
+                                    "Rotatef 10 1 0 0\n"
+                                    "Rotatef 20 0 1 0\n"
+                                    "Rotatef 30 0 0 1\n"
+                                    "Scalef 0.5 0.25 2\n"
+                                    "DrawElements TRIANGLES 3 UNSIGNED_INT model.indices\n"
+                                    "PopMatrix\n"
+                                    "DisableClientState NORMAL_ARRAY\n"
+                                    "DisableClientState VERTEX_ARRAY\n");
 }
 
 static const char* const kInstanceAtOrigin = "PushMatrix\n"
@@ -217,14 +216,13 @@ static const char* const kInstanceAtOrigin = "PushMatrix\n"
                                              "Scalef 1 1 1\n";
 
 static const std::string kBufferedModel =
-    std::string("EnableClientState NORMAL_ARRAY\n"
-                "EnableClientState VERTEX_ARRAY\n"
-                "BindBufferARB ARRAY_BUFFER 1\n"
-                "VertexPointer 3 FLOAT 0 0\n"
-                "BindBufferARB ARRAY_BUFFER 4\n"
-                "NormalPointer FLOAT 0 0\n"
-                CLOCK_AT("7")
-                "BindBufferARB ELEMENT_ARRAY_BUFFER 5\n") +
+    std::string(
+        "EnableClientState NORMAL_ARRAY\n"
+        "EnableClientState VERTEX_ARRAY\n"
+        "BindBufferARB ARRAY_BUFFER 1\n"
+        "VertexPointer 3 FLOAT 0 0\n"
+        "BindBufferARB ARRAY_BUFFER 4\n"
+        "NormalPointer FLOAT 0 0\n" CLOCK_AT("7") "BindBufferARB ELEMENT_ARRAY_BUFFER 5\n") +
     kInstanceAtOrigin +
     "DrawElements TRIANGLES 3 UNSIGNED_INT 0\n"
     "PopMatrix\n"
@@ -232,16 +230,16 @@ static const std::string kBufferedModel =
     "DisableClientState VERTEX_ARRAY\n";
 
 /// What every generated mesh comes to, after what clears the buffer bindings.
-static const std::string kDrawnGrid = std::string("EnableClientState NORMAL_ARRAY\n"
-                                                  "EnableClientState VERTEX_ARRAY\n"
-                                                  "VertexPointer 3 FLOAT 0 grid.vertices\n"
-                                                  "NormalPointer FLOAT 0 grid.normals\n"
-                                                  CLOCK_AT("7")) +
-                                      kInstanceAtOrigin +
-                                      "DrawElements TRIANGLES 3 UNSIGNED_INT grid.indices\n"
-                                      "PopMatrix\n"
-                                      "DisableClientState NORMAL_ARRAY\n"
-                                      "DisableClientState VERTEX_ARRAY\n";
+static const std::string kDrawnGrid =
+    std::string("EnableClientState NORMAL_ARRAY\n"
+                "EnableClientState VERTEX_ARRAY\n"
+                "VertexPointer 3 FLOAT 0 grid.vertices\n"
+                "NormalPointer FLOAT 0 grid.normals\n" CLOCK_AT("7")) +
+    kInstanceAtOrigin +
+    "DrawElements TRIANGLES 3 UNSIGNED_INT grid.indices\n"
+    "PopMatrix\n"
+    "DisableClientState NORMAL_ARRAY\n"
+    "DisableClientState VERTEX_ARRAY\n";
 
 TEST_F(DrawSceneTest, AModelIsDrawnFromItsBuffersWhereTheyAreInUse)
 {
@@ -401,7 +399,7 @@ TEST_F(DrawSceneTest, AMaterialFindsEachReferenceInItsTable)
     AddTexture(&piece, 31);
     Effect2D effect = {};
     effect.type = -1; // of no type, so its texture stays
-    AddEffect(&piece, effect, {41, 0});
+    AddEffect(&piece, effect, 41, 0);
     Light* light = AddRecord<Light>(piece.document.lights);
     light->position[2] = FloatSlot(3.0f);
 
@@ -550,8 +548,7 @@ TEST_F(DrawSceneTest, EachPlacementValueMayMove)
 static const std::string kSetArrays = "EnableClientState NORMAL_ARRAY\n"
                                       "EnableClientState VERTEX_ARRAY\n"
                                       "VertexPointer 3 FLOAT 0 model.vertices\n"
-                                      "NormalPointer FLOAT 0 model.normals\n"
-                                      CLOCK_AT("7");
+                                      "NormalPointer FLOAT 0 model.normals\n" CLOCK_AT("7");
 static const std::string kArraysOff = "DisableClientState NORMAL_ARRAY\n"
                                       "DisableClientState VERTEX_ARRAY\n";
 
@@ -685,8 +682,7 @@ TEST_F(DrawSceneTest, DeformedArraysExistForOneObjectOnly)
     EXPECT_EQ(Draw(7), "EnableClientState NORMAL_ARRAY\n"
                        "EnableClientState VERTEX_ARRAY\n"
                        "VertexPointer 3 FLOAT 0 ?\n"
-                       "NormalPointer FLOAT 0 ?\n"
-                       CLOCK_AT("7") +
+                       "NormalPointer FLOAT 0 ?\n" CLOCK_AT("7") +
                            kModelInstance + kArraysOff + kSetArrays + kModelInstance + kArraysOff);
 }
 
@@ -761,9 +757,8 @@ TEST_F(DrawSceneTest, ADeformedModelIsDrawnFromBuffersOfItsOwn)
                               "BindBufferARB ARRAY_BUFFER 6\n"
                               "VertexPointer 3 FLOAT 0 0\n"
                               "BindBufferARB ARRAY_BUFFER 7\n"
-                              "NormalPointer FLOAT 0 0\n"
-                              CLOCK_AT("7")
-                              "BindBufferARB ELEMENT_ARRAY_BUFFER 5\n" +
+                              "NormalPointer FLOAT 0 0\n" CLOCK_AT(
+                                  "7") "BindBufferARB ELEMENT_ARRAY_BUFFER 5\n" +
                               kInstanceAtOrigin +
                               "DrawElements TRIANGLES 3 UNSIGNED_INT 0\n"
                               "PopMatrix\n"
@@ -784,8 +779,7 @@ TEST_F(DrawSceneTest, ADeformedGeneratedMeshStaysInClientMemory)
                               "EnableClientState NORMAL_ARRAY\n"
                               "EnableClientState VERTEX_ARRAY\n"
                               "VertexPointer 3 FLOAT 0 ?\n"
-                              "NormalPointer FLOAT 0 ?\n"
-                              CLOCK_AT("7") +
+                              "NormalPointer FLOAT 0 ?\n" CLOCK_AT("7") +
                               kInstanceAtOrigin +
                               "DrawElements TRIANGLES 3 UNSIGNED_INT grid.indices\n"
                               "PopMatrix\n"
