@@ -34,7 +34,7 @@ static void CheckValues(PlayedEnvelope* envelope, const TimeCase (&cases)[count]
 
 // ---- The cache
 
-TEST(Envelope, WithoutPiecesIsOneAtEveryTimeAndLeavesTheCacheAlone)
+TEST(Envelope, WithoutPiecesIsOneAndLeavesTheCacheAlone)
 {
     PlayedEnvelope envelope = MakeEnvelope();
     CheckValues(&envelope, {{0xFFFFFFFF, 1.0f}, {0, 1.0f}, {1, 1.0f}, {100000, 1.0f}});
@@ -75,7 +75,7 @@ TEST(Envelope, TheCacheIsKeyedByTheTimeBeforeTheFold)
 
 // ---- Pieces
 
-TEST(Envelope, ATimeAtAPiecesLengthBelongsToThatPieceAndTheLastOneHolds)
+TEST(Envelope, ATimeAtAPiecesLengthIsStillOfThatPiece)
 {
     PlayedEnvelope envelope = MakeEnvelope();
     AddPiece(&envelope, kFunctionLinear, 100, {1.0f, 0.0f});
@@ -716,7 +716,7 @@ TEST(EnvelopeReading, PieceTypesAndLengthsKeep32Bits)
     EXPECT_EQ(envelope.pieceLength[1], 1u);
 }
 
-TEST(EnvelopeReading, TextThatIsNoNumberIsZeroAndLoopEndsKeepTheirFractions)
+TEST(EnvelopeReading, NoNumberIsZeroAndLoopEndsKeepTheirFractions)
 {
     PlayedEnvelope envelope =
         ReadEnvelope("<e type='x' loop_type='' loop_begin='1000.9' loop_end='y'>"

@@ -79,7 +79,7 @@ TEST_F(FrameTest, TheEndTickOfAClipBelongsToIt)
     EXPECT_EQ(drawn, 0u);
 }
 
-TEST_F(FrameTest, AClipThatBeginsOnASecondTakesTheTickBefore)
+TEST_F(FrameTest, AClipFromASecondOnTakesTheEndTickBeforeIt)
 {
     // The search of that second begins at the later clip.
     SetConstant(&timeline->cameraX, 0, AddClip(timeline, 0, 0, 100, 1), 1.0f);

@@ -49,7 +49,7 @@ TEST_F(RenderTargetTest, AClearingPassClearsTheDepthAgainAfterTheCopy)
                               "Clear DEPTH_BUFFER_BIT\n" + kPlainClip + kFrameEnd);
 }
 
-TEST_F(RenderTargetTest, ATexturePassCopiesTheTargetAndNotItsFilters)
+TEST_F(RenderTargetTest, ATexturePassCopiesAndLeavesTheFilters)
 {
     AddBitmap(256, 64);
     AddBitmap(128, 128);
@@ -84,7 +84,7 @@ TEST_F(RenderTargetTest, AWidePassHasItsAspectWithAMovingFovAsWell)
     EXPECT_EQ(Render(10), Viewport(256, 64) + kWideClip + kFrameEnd);
 }
 
-TEST_F(RenderTargetTest, AWidePassToATextureOfZeroHasItsAspectAlone)
+TEST_F(RenderTargetTest, AWidePassToTextureZeroKeepsTheViewport)
 {
     SetTarget(0, AddClip(timeline, 0, 0, 100, 1), kPassTextureWide, 0);
     AddClip(timeline, 1, 0, 100, 1);
@@ -147,7 +147,7 @@ TEST_F(RenderTargetTest, ATargetThatIsOpenWhenTheFrameEndsIsLost)
     EXPECT_EQ(Render(151), kWindow + kPlainClip + kFrameEnd); // nothing is open any more
 }
 
-TEST_F(RenderTargetTest, TheViewportOfALostTargetStaysInTheNextFrame)
+TEST_F(RenderTargetTest, ALostTargetsViewportStaysInTheNextFrame)
 {
     AddBitmap(256, 64);
     SetTarget(0, AddClip(timeline, 0, 0, 150, 1), kPassTexture, 1);

@@ -359,20 +359,20 @@ TEST_F(SetMaterialTest, Type1IsLitColorAndKeepsTheArrayOfUnit1)
                         "Lightfv LIGHT1 DIFFUSE 0.4 0.5 0.6 1\n");
 }
 
-TEST_F(SetMaterialTest, Type2IsAProceduralTextureWithoutACombiner)
+TEST_F(SetMaterialTest, Type2IsAProceduralTextureByTheCombinerThere)
 {
     EXPECT_EQ(
         Calls(2),
         FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA UNIT_1_OFF FLAT_13_REPEATED);
 }
 
-TEST_F(SetMaterialTest, Type3IsALitProceduralTextureWithoutACombiner)
+TEST_F(SetMaterialTest, Type3IsALitTextureByTheCombinerThere)
 {
     EXPECT_EQ(Calls(3),
               FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ALPHA LIGHT_2 UNIT_1_OFF FLAT_13_REPEATED);
 }
 
-TEST_F(SetMaterialTest, Type4IsAProceduralEnvironmentUnlitLate)
+TEST_F(SetMaterialTest, Type4IsAnEnvironmentThatTurnsLightingOffLate)
 {
     EXPECT_EQ(Calls(4), "PolygonMode FRONT_AND_BACK FILL\n"
                         "Enable DEPTH_TEST\n"
@@ -528,7 +528,7 @@ TEST_F(SetMaterialTest, Type11IsABitmapEnvironmentThatTurns)
                              COMBINE_M SPHERE_24 TURNED DIRECTION MODELVIEW);
 }
 
-TEST_F(SetMaterialTest, Type12IsALitBitmapEnvironmentThatTurns)
+TEST_F(SetMaterialTest, Type12IsALitEnvironmentThatTurnsWithTheCamera)
 {
     EXPECT_EQ(Calls(12), FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ALPHA LIGHT_2 UNIT_1_OFF COMBINE_M
                              SPHERE_24 TURNED MODELVIEW);
@@ -595,7 +595,7 @@ TEST_F(SetMaterialTest, Type15IsAClampedBitmapWhoseAlphaIsSquared)
                              COMBINE_Q FLAT_24_CLAMPED);
 }
 
-TEST_F(SetMaterialTest, Type16AddsABitmapEnvironmentWithoutACombiner)
+TEST_F(SetMaterialTest, Type16AddsABitmapEnvironment)
 {
     EXPECT_EQ(Calls(16), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ADD UNIT_1_OFF
                              SPHERE_24 TURNED DIRECTION MODELVIEW);
@@ -607,7 +607,7 @@ TEST_F(SetMaterialTest, Type17IsType15WithoutDepthTest)
                              COMBINE_Q FLAT_24_CLAMPED);
 }
 
-TEST_F(SetMaterialTest, Type18AddsAProceduralTextureWithoutDepthTest)
+TEST_F(SetMaterialTest, Type18AddsAClampedTextureWithoutDepthTest)
 {
     EXPECT_EQ(Calls(18), FILL DEPTH_OFF NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ADD UNIT_1_OFF
                              COMBINE_M FLAT_13_CLAMPED);
@@ -618,7 +618,7 @@ TEST_F(SetMaterialTest, Type19IsColorWithoutDepthTest)
     EXPECT_EQ(Calls(19), FILL DEPTH_OFF NORMALIZE_OFF UNITS_OFF LIGHTING_OFF COLOR BLEND_ALPHA);
 }
 
-TEST_F(SetMaterialTest, Type20AddsAProceduralEnvironmentUncombined)
+TEST_F(SetMaterialTest, Type20AddsAProceduralEnvironment)
 {
     EXPECT_EQ(Calls(20), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ADD UNIT_1_OFF
                              SPHERE_13 DIRECTION IDENTITY MODELVIEW);
@@ -755,7 +755,7 @@ static std::string WithBuffer(std::string calls, const std::string& label,
                              "TexCoordPointer 2 FLOAT 0 0\n");
 }
 
-TEST_F(SetMaterialTest, FlatTexturesTakeTheirCoordinatesFromBuffers)
+TEST_F(SetMaterialTest, FlatTexturesTakeTheFirstCoordinateBuffer)
 {
     for (uint32_t type : {2u, 3u, 6u, 7u, 9u, 10u, 13u, 15u, 17u, 18u})
     {
@@ -894,7 +894,7 @@ TEST_F(SetMaterialTest, WithoutItsLightALitRecipeTurnsLightingOff)
     EXPECT_EQ(Calls(14), lit.replace(lit.find(light), light.size(), LIGHTING_OFF));
 }
 
-TEST_F(SetMaterialTest, AMaterialWithoutReferencesIsItsColorAlone)
+TEST_F(SetMaterialTest, AMaterialOfParametersOnlyIsItsColor)
 {
     for (uint32_t type = 0; type < kMaterialTypes; ++type)
     {
@@ -962,7 +962,7 @@ TEST_F(SetMaterialTest, OtherMaskBytesMeanNothingToARecipe)
     EXPECT_EQ(GlValue(StateAfter({0}), "Color4f"), "0.25 0.5 0.75 0.125");
 }
 
-TEST_F(SetMaterialTest, ClampedAlphaRecipesTakeAnAlphaThatNothingShows)
+TEST_F(SetMaterialTest, ClampedAlphaRecipesTakeAlphaFromParameter3)
 {
     for (uint32_t type : {15u, 17u})
     {
@@ -1057,7 +1057,7 @@ TEST_F(SetMaterialTest, AnyOtherValueTurnsTheReflectionByTheHeading)
     EXPECT_EQ(m[1] * 1.0f + m[5] * 0.5f + m[13], 1.0f);
 }
 
-TEST_F(SetMaterialTest, ADynamicRotateValueTurnsAndIsNotEvaluated)
+TEST_F(SetMaterialTest, ADynamicRotateValueTurnsWithoutBeingEvaluated)
 {
     uint32_t zero = AddLinearEnvelope(&piece, 0.0f, 0.0f);
     for (uint32_t type : {11u, 12u, 16u})
@@ -1076,7 +1076,7 @@ TEST_F(SetMaterialTest, ADynamicRotateValueTurnsAndIsNotEvaluated)
     }
 }
 
-TEST_F(SetMaterialTest, TinyValuesTurnTheReflectionOnEveryProcessor)
+TEST_F(SetMaterialTest, DenormalValuesTurnTheReflection)
 {
     Of(11)->params[4] = 1; // the id of an envelope, or 1.4e-45
     const uint32_t control = _mm_getcsr();
@@ -1153,7 +1153,7 @@ TEST_F(SetMaterialTest, TimesPast2To31AreKeptWhole)
 
 // Without DOT3.
 
-TEST_F(SetMaterialTest, WithoutDot3Type14IsBlackAndLooksNothingUp)
+TEST_F(SetMaterialTest, WithoutDot3Type14IsTransparentBlack)
 {
     dot3 = 0;
     const char* calls = FILL DEPTH_ON NORMALIZE_ON "Disable TEXTURE_2D\n"
@@ -1237,7 +1237,7 @@ TEST_F(SetMaterialTest, WireframeIsUndoneByEveryOtherRecipe)
     }
 }
 
-TEST_F(SetMaterialTest, AnUnknownTypeInheritsAllOfTheOneBefore)
+TEST_F(SetMaterialTest, AType24ObjectInheritsAllOfTheOneBefore)
 {
     AddMaterial(24);
     GlState wireframe = StateAfter({23});
@@ -1274,7 +1274,7 @@ TEST_F(SetMaterialTest, RecipesWithoutCombinerUseTheDefaultUntilOneIsSet)
     }
 }
 
-TEST_F(SetMaterialTest, TwoBitmapsLeaveUnit1SelectedForTheNextRecipe)
+TEST_F(SetMaterialTest, TwoBitmapsLeaveUnit1ToTheNextRecipe)
 {
     for (uint32_t pair : {8u, 14u, 22u})
     {
@@ -1305,7 +1305,7 @@ TEST_F(SetMaterialTest, TwoBitmapsLeaveUnit1SelectedForTheNextRecipe)
     }
 }
 
-TEST_F(SetMaterialTest, AMissingTextureTurnsOffWhicheverUnitIsSelected)
+TEST_F(SetMaterialTest, AMissingTextureTurnsOffTheSelectedUnit)
 {
     Of(7)->refs[0] = 0;
     GlState state = StateAfter({10, 7});
@@ -1377,7 +1377,7 @@ TEST_F(SetMaterialTest, GeneratedCoordinatesStayOnUntilAFlatTexture)
     }
 }
 
-TEST_F(SetMaterialTest, TwoBitmapsTakeTheirAlphaFromTheRecipeBefore)
+TEST_F(SetMaterialTest, TwoBitmapsInheritTheRestOfTheirAlpha)
 {
     // Multiplied: only the mode and the first source are its own.
     GlState state = StateAfter({8});

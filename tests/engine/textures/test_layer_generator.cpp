@@ -240,7 +240,7 @@ TEST_P(LayerGenerator, RadialColorsOffsetKeepsTheCenterAndSteepensTheRest)
               Generate(2, {0, 0, 0, 1, 1, 1, 1.0f, 0.0f}));
 }
 
-TEST_P(LayerGenerator, RadialColorsOfANegativeInverseRadianAreTheCenterColor)
+TEST_P(LayerGenerator, ANegativeInverseRadianIsTheCenterColor)
 {
     // Every distance gives a negative ramp, which counts as 0: 255 * 0.5 and 255 * 1.5 - 256.
     const Bytes pixels = Generate(2, {0.5f, 1.0f, 1.5f, 0.25f, 0.25f, 0.25f, -1.0f, 0.0f});
@@ -465,7 +465,7 @@ TEST_P(LayerGenerator, ABrickEndsWhereThePixelEqualsItsWidth)
     EXPECT_EQ(At(pixels, 255, 0), 255); // t is 127
 }
 
-TEST_P(LayerGenerator, HorizontalNumberCountsCoursesAndVerticalNumberBricks)
+TEST_P(LayerGenerator, HorizontalNumberCountsCoursesVerticalBricks)
 {
     const Bytes courses = Generate(4, Wall(4, 1, 2, 0, 0));
     EXPECT_EQ(At(courses, 100, 0), 0);
@@ -529,7 +529,7 @@ TEST_P(LayerGenerator, EverySecondCourseIsRotatedLeft)
     EXPECT_EQ(At(pixels, 246, 255), 0); // where the row's start went
 }
 
-TEST_P(LayerGenerator, ASecondLineOffsetOfZeroOrTheWholeSideRotatesNothing)
+TEST_P(LayerGenerator, ALineOffsetOfZeroOrTheSideRotatesNothing)
 {
     const Bytes none = Generate(4, Wall(8, 4, 1, 1, 0));
     EXPECT_EQ(Generate(4, Wall(8, 4, 1, 1, 256)), none);
