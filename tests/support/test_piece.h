@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 
 #include "engine/animation/envelope.h"
@@ -95,9 +94,7 @@ template <typename Record>
 Record* AddRecord(ObjectTable* table)
 {
     const uint32_t id = AllocateObject(table);
-    Record* record = GetRecord<Record>(id, table);
-    memset(static_cast<void*>(record), 0, sizeof(Record));
-    return record;
+    return GetRecord<Record>(id, table);
 }
 
 /// Starts the state of the record that was added last.
