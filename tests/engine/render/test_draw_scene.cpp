@@ -156,22 +156,26 @@ class DrawSceneTest : public testing::Test
     MeshArrays grid = MakeMeshArrays(3);
 };
 
-// What the clock sets at a time.
-#define CLOCK_AT(time)                         \
-    "PolygonMode FRONT_AND_BACK FILL\n"        \
-    "Enable DEPTH_TEST\n"                      \
-    "Disable NORMALIZE\n"                      \
-    "ActiveTextureARB TEXTURE1\n"              \
-    "ClientActiveTextureARB TEXTURE1\n"        \
-    "DisableClientState TEXTURE_COORD_ARRAY\n" \
-    "Disable TEXTURE_2D\n"                     \
-    "ActiveTextureARB TEXTURE0\n"              \
-    "ClientActiveTextureARB TEXTURE0\n"        \
-    "DisableClientState TEXTURE_COORD_ARRAY\n" \
-    "Disable TEXTURE_2D\n"                     \
-    "Disable LIGHTING\n"                       \
-    "Color4f " time " 0 0 0\n"                 \
-    "BlendFunc SRC_ALPHA ONE_MINUS_SRC_ALPHA\n"
+/// What the clock sets at a time.
+static std::string ClockAt(const std::string& time)
+{
+    return "PolygonMode FRONT_AND_BACK FILL\n"
+           "Enable DEPTH_TEST\n"
+           "Disable NORMALIZE\n"
+           "ActiveTextureARB TEXTURE1\n"
+           "ClientActiveTextureARB TEXTURE1\n"
+           "DisableClientState TEXTURE_COORD_ARRAY\n"
+           "Disable TEXTURE_2D\n"
+           "ActiveTextureARB TEXTURE0\n"
+           "ClientActiveTextureARB TEXTURE0\n"
+           "DisableClientState TEXTURE_COORD_ARRAY\n"
+           "Disable TEXTURE_2D\n"
+           "Disable LIGHTING\n"
+           "Color4f " +
+           time +
+           " 0 0 0\n"
+           "BlendFunc SRC_ALPHA ONE_MINUS_SRC_ALPHA\n";
+}
 
 TEST_F(DrawSceneTest, AnEmptySceneCallsNothing)
 {
@@ -195,17 +199,18 @@ TEST_F(DrawSceneTest, AModelIsDrawnFromClientMemoryWithoutBuffers)
     EXPECT_EQ(Draw(120), "EnableClientState NORMAL_ARRAY\n"
                          "EnableClientState VERTEX_ARRAY\n"
                          "VertexPointer 3 FLOAT 0 model.vertices\n"
-                         "NormalPointer FLOAT 0 model.normals\n" CLOCK_AT(
-                             "120") "PushMatrix\n"
-                                    "Translatef 1 2 3\n"
-                                    "Rotatef 10 1 0 0\n"
-                                    "Rotatef 20 0 1 0\n"
-                                    "Rotatef 30 0 0 1\n"
-                                    "Scalef 0.5 0.25 2\n"
-                                    "DrawElements TRIANGLES 3 UNSIGNED_INT model.indices\n"
-                                    "PopMatrix\n"
-                                    "DisableClientState NORMAL_ARRAY\n"
-                                    "DisableClientState VERTEX_ARRAY\n");
+                         "NormalPointer FLOAT 0 model.normals\n" +
+                             ClockAt("120") +
+                             "PushMatrix\n"
+                             "Translatef 1 2 3\n"
+                             "Rotatef 10 1 0 0\n"
+                             "Rotatef 20 0 1 0\n"
+                             "Rotatef 30 0 0 1\n"
+                             "Scalef 0.5 0.25 2\n"
+                             "DrawElements TRIANGLES 3 UNSIGNED_INT model.indices\n"
+                             "PopMatrix\n"
+                             "DisableClientState NORMAL_ARRAY\n"
+                             "DisableClientState VERTEX_ARRAY\n");
 }
 
 static const char* const kInstanceAtOrigin = "PushMatrix\n"
@@ -216,13 +221,13 @@ static const char* const kInstanceAtOrigin = "PushMatrix\n"
                                              "Scalef 1 1 1\n";
 
 static const std::string kBufferedModel =
-    std::string(
-        "EnableClientState NORMAL_ARRAY\n"
-        "EnableClientState VERTEX_ARRAY\n"
-        "BindBufferARB ARRAY_BUFFER 1\n"
-        "VertexPointer 3 FLOAT 0 0\n"
-        "BindBufferARB ARRAY_BUFFER 4\n"
-        "NormalPointer FLOAT 0 0\n" CLOCK_AT("7") "BindBufferARB ELEMENT_ARRAY_BUFFER 5\n") +
+    std::string("EnableClientState NORMAL_ARRAY\n"
+                "EnableClientState VERTEX_ARRAY\n"
+                "BindBufferARB ARRAY_BUFFER 1\n"
+                "VertexPointer 3 FLOAT 0 0\n"
+                "BindBufferARB ARRAY_BUFFER 4\n"
+                "NormalPointer FLOAT 0 0\n" +
+                ClockAt("7") + "BindBufferARB ELEMENT_ARRAY_BUFFER 5\n") +
     kInstanceAtOrigin +
     "DrawElements TRIANGLES 3 UNSIGNED_INT 0\n"
     "PopMatrix\n"
@@ -230,16 +235,16 @@ static const std::string kBufferedModel =
     "DisableClientState VERTEX_ARRAY\n";
 
 /// What every generated mesh comes to, after what clears the buffer bindings.
-static const std::string kDrawnGrid =
-    std::string("EnableClientState NORMAL_ARRAY\n"
-                "EnableClientState VERTEX_ARRAY\n"
-                "VertexPointer 3 FLOAT 0 grid.vertices\n"
-                "NormalPointer FLOAT 0 grid.normals\n" CLOCK_AT("7")) +
-    kInstanceAtOrigin +
-    "DrawElements TRIANGLES 3 UNSIGNED_INT grid.indices\n"
-    "PopMatrix\n"
-    "DisableClientState NORMAL_ARRAY\n"
-    "DisableClientState VERTEX_ARRAY\n";
+static const std::string kDrawnGrid = std::string("EnableClientState NORMAL_ARRAY\n"
+                                                  "EnableClientState VERTEX_ARRAY\n"
+                                                  "VertexPointer 3 FLOAT 0 grid.vertices\n"
+                                                  "NormalPointer FLOAT 0 grid.normals\n" +
+                                                  ClockAt("7")) +
+                                      kInstanceAtOrigin +
+                                      "DrawElements TRIANGLES 3 UNSIGNED_INT grid.indices\n"
+                                      "PopMatrix\n"
+                                      "DisableClientState NORMAL_ARRAY\n"
+                                      "DisableClientState VERTEX_ARRAY\n";
 
 TEST_F(DrawSceneTest, AModelIsDrawnFromItsBuffersWhereTheyAreInUse)
 {
@@ -548,7 +553,8 @@ TEST_F(DrawSceneTest, EachPlacementValueMayMove)
 static const std::string kSetArrays = "EnableClientState NORMAL_ARRAY\n"
                                       "EnableClientState VERTEX_ARRAY\n"
                                       "VertexPointer 3 FLOAT 0 model.vertices\n"
-                                      "NormalPointer FLOAT 0 model.normals\n" CLOCK_AT("7");
+                                      "NormalPointer FLOAT 0 model.normals\n" +
+                                      ClockAt("7");
 static const std::string kArraysOff = "DisableClientState NORMAL_ARRAY\n"
                                       "DisableClientState VERTEX_ARRAY\n";
 
@@ -682,8 +688,9 @@ TEST_F(DrawSceneTest, DeformedArraysExistForOneObjectOnly)
     EXPECT_EQ(Draw(7), "EnableClientState NORMAL_ARRAY\n"
                        "EnableClientState VERTEX_ARRAY\n"
                        "VertexPointer 3 FLOAT 0 ?\n"
-                       "NormalPointer FLOAT 0 ?\n" CLOCK_AT("7") +
-                           kModelInstance + kArraysOff + kSetArrays + kModelInstance + kArraysOff);
+                       "NormalPointer FLOAT 0 ?\n" +
+                           ClockAt("7") + kModelInstance + kArraysOff + kSetArrays +
+                           kModelInstance + kArraysOff);
 }
 
 /// The bytes of an array, as a buffer holds them.
@@ -757,8 +764,8 @@ TEST_F(DrawSceneTest, ADeformedModelIsDrawnFromBuffersOfItsOwn)
                               "BindBufferARB ARRAY_BUFFER 6\n"
                               "VertexPointer 3 FLOAT 0 0\n"
                               "BindBufferARB ARRAY_BUFFER 7\n"
-                              "NormalPointer FLOAT 0 0\n" CLOCK_AT(
-                                  "7") "BindBufferARB ELEMENT_ARRAY_BUFFER 5\n" +
+                              "NormalPointer FLOAT 0 0\n" +
+                              ClockAt("7") + "BindBufferARB ELEMENT_ARRAY_BUFFER 5\n" +
                               kInstanceAtOrigin +
                               "DrawElements TRIANGLES 3 UNSIGNED_INT 0\n"
                               "PopMatrix\n"
@@ -779,8 +786,8 @@ TEST_F(DrawSceneTest, ADeformedGeneratedMeshStaysInClientMemory)
                               "EnableClientState NORMAL_ARRAY\n"
                               "EnableClientState VERTEX_ARRAY\n"
                               "VertexPointer 3 FLOAT 0 ?\n"
-                              "NormalPointer FLOAT 0 ?\n" CLOCK_AT("7") +
-                              kInstanceAtOrigin +
+                              "NormalPointer FLOAT 0 ?\n" +
+                              ClockAt("7") + kInstanceAtOrigin +
                               "DrawElements TRIANGLES 3 UNSIGNED_INT grid.indices\n"
                               "PopMatrix\n"
                               "DeleteBuffersARB 1 1\n"
