@@ -14,8 +14,11 @@
 #include <time.h>
 #include <vector>
 
+#include "engine/data/arena.h"
 #include "engine/data/cos_table.h"
+#include "engine/data/fault.h"
 #include "engine/data/numeric.h"
+#include "engine/data/random_sequence.h"
 #include "engine/geometry/gen_mesh.h"
 #include "engine/geometry/normals.h"
 #include "engine/geometry/plain_geometry.h"
@@ -260,6 +263,7 @@ struct Sheet
     ~Sheet()
     {
         FreeVertexFaces(&faces);
+        FreeArena(&arena);
     }
     Sheet(const Sheet&) = delete;
     Sheet& operator=(const Sheet&) = delete;
@@ -267,10 +271,11 @@ struct Sheet
     std::vector<float> normals;
     std::vector<uint32_t> indices;
     VertexFaces faces = {};
+    Arena arena = {};
     Mesh mesh = {};
 };
 
-static void CompareNormals(benchmark::State& state, const Mesh& mesh)
+static void CompareNormals(benchmark::State& state, const Mesh& mesh, Arena* arena)
 {
     Compare(
         state,
@@ -278,28 +283,43 @@ static void CompareNormals(benchmark::State& state, const Mesh& mesh)
             PlainNormals(mesh.vertexCount, mesh.indexCount, mesh.vertices, mesh.normals,
                          mesh.indices);
         },
-        [&] { RecomputeNormals(&mesh); }, nullptr);
+        [&] { RecomputeNormals(&mesh, arena); }, nullptr);
 }
 
 static void BenchNormalsOf50000Vertices(benchmark::State& state)
 {
     Sheet sheet(200, 250);
-    CompareNormals(state, sheet.mesh);
+    CompareNormals(state, sheet.mesh, &sheet.arena);
 }
 BENCHMARK(BenchNormalsOf50000Vertices);
 
 static void BenchNormalsOfWater(benchmark::State& state)
 {
     BuildCosTable();
-    void* water = nullptr;
+    FaultList faults;
+    StartFaults(&faults);
     Mesh mesh = {};
-    BuildGenMesh(kCenterwaveWater, &water, &mesh);
+    GenMeshState water = {};
     VertexFaces faces = {};
+    Arena arena = {};
+    RandomSequence random;
+    SeedRandom(&random, 1);
+    if (!BuildGenMesh(kCenterwaveWater, &mesh, &faults) ||
+        !StartGenMeshState(kCenterwaveWater, &mesh, &water, &faults))
+    {
+        state.SkipWithError("no memory");
+        return;
+    }
     mesh.faces = &faces;
-    SimulateWater(kCenterwaveWater, 1.0f, &water, &mesh);
-    CompareNormals(state, mesh);
+    SimulateWater(kCenterwaveWater, 1.0f, &water, &mesh, &random, &arena);
+    Mesh moved = mesh;
+    moved.vertices = water.vertices;
+    moved.normals = water.normals;
+    CompareNormals(state, moved, &arena);
     FreeVertexFaces(&faces);
-    FreeGenMesh(kCenterwaveWater, &water, &mesh);
+    FreeGenMeshState(&water);
+    FreeGenMesh(kCenterwaveWater, &mesh);
+    FreeArena(&arena);
 }
 BENCHMARK(BenchNormalsOfWater);
 
@@ -340,7 +360,7 @@ static void BenchRippleAndNormalsOf50000Vertices(benchmark::State& state)
         {
             RippleCoordinates(mesh.vertices, count, static_cast<float>(0.7 * kCosStepsPerRadian),
                               static_cast<float>(1.3 * kCosStepsPerRadian), 0.0f);
-            RecomputeNormals(&mesh);
+            RecomputeNormals(&mesh, &sheet.arena);
         },
         nullptr);
 }
@@ -362,7 +382,7 @@ static void BenchNormalsOfManyMeshes(benchmark::State& state)
             {
                 for (const std::unique_ptr<Sheet>& sheet : sheets)
                 {
-                    RecomputeNormals(&sheet->mesh);
+                    RecomputeNormals(&sheet->mesh, &sheet->arena);
                 }
             },
             &shortest);

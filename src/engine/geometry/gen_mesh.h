@@ -1,7 +1,7 @@
 // Generated meshes: flat grids that water moves.
 //
-// The mesh fields are those of a model, so drawing and manipulators take either. What differs:
-// there are no buffer objects, because the vertices change from frame to frame.
+// The mesh fields are those of a model, so drawing and manipulators take either. Only
+// buffer objects are missing, because the vertices change from frame to frame.
 #pragma once
 
 #include <cstdint>
@@ -16,8 +16,8 @@ struct Arena;
 struct FaultList;
 struct RandomSequence;
 
-/// Constant after reading, but that the first move fills `faces`. What moves is the GenMeshState
-/// that belongs to it.
+/// Constant after reading, but that the first move fills `faces`. A GenMeshState beside it holds
+/// all that moves.
 struct GenMesh
 {
     uint32_t type;                   // GenMeshType
@@ -45,7 +45,7 @@ bool ReadGenMeshItem(const TiXmlElement* item, void* record, uint32_t index, Rea
 /// Frees what a record of section 8 owns, not the record itself.
 void FreeGenMeshRecord(void* record);
 
-/// What moves the generated meshes of one document.
+/// The values and the memory that move the generated meshes of one document.
 struct GenMeshSources
 {
     const ObjectTable* genMeshes; // borrowed

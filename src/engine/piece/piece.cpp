@@ -54,7 +54,7 @@ static bool OpenPackage(const PieceSource* source, PackageFile* package, FaultLi
                : OpenPackageMemory(source->bytes, source->size, package, faults);
 }
 
-/// Reads one of a piece's documents, and frees the layers that a fault may leave behind.
+/// Reads one of a piece's documents, and frees the layers that a fault may leave.
 static bool ReadDocument(const PieceSource* source, bool isDemo, Piece* piece, PieceState* state,
                          FaultList* faults)
 {

@@ -13,7 +13,7 @@
 #include "engine/geometry/water.h"
 #include "engine/render/records/effect2d.h"
 
-/// What changes of one document. Arrays are owned and have room for the next power of two, so that
+/// The part of one document. Arrays are owned and have room for the next power of two, so that
 /// a document can be read item by item.
 struct DocumentState
 {

@@ -63,12 +63,12 @@ static Placement FindPlacementMesh(const Manipulator* manipulator, const FrameSo
 }
 
 /// The placement mesh's vertices under the nine parameters. The matrix is built on OpenGL's stack,
-/// where no draw call ever sees it. A shadowed frame draws nothing and takes the vertices unmoved.
+/// where no draw call ever sees it. A frame that is not drawn takes the vertices unmoved.
 /// @return null after a fault
 static const float* TransformPlacement(const Mesh* placement, const float* params,
                                        const FrameSources* sources)
 {
-    if (IsShadowed(sources->gl))
+    if (SkipsCalls(sources->gl))
     {
         return placement->vertices;
     }
@@ -149,7 +149,7 @@ bool RunManipulator(const Manipulator* manipulator, const ManipulatedObject* obj
         return false;
     }
     const bool bent = manipulator->type == kManipulatorRippler;
-    if (bent && sources->features.vbo != 0 && !IsShadowed(sources->gl))
+    if (bent && sources->features.vbo != 0 && !SkipsCalls(sources->gl))
     {
         UploadDeformedMesh(object, &sources->upload->deformed);
     }

@@ -165,9 +165,12 @@ static TexCoordSource SetBufferArrays(const DrawnObject* object)
 static void DrawInstances(const DrawnObject* object, uint32_t indexCount, const uint32_t* indices)
 {
     GlContext* gl = object->sources->gl;
-    if (IsShadowed(gl))
+    if (gl->shadow != nullptr)
     {
-        ShadowNoteDraw(gl->shadow);
+        ShadowNoteDraw(gl);
+    }
+    if (SkipsCalls(gl))
+    {
         return;
     }
     for (uint32_t i = 0; i < object->instances.count; ++i)

@@ -121,9 +121,21 @@ bool UpdateEffect2D(uint32_t id, const FrameSources* sources, uint32_t time)
     {
         return false;
     }
-    const EffectTexture texture = {effect, &sources->state->effects[id - 1],
-                                   &sources->upload->effects[id - 1], sources->random,
-                                   sources->faults};
+    EffectState* state = &sources->state->effects[id - 1];
+    EffectUpload* upload = &sources->upload->effects[id - 1];
+    GlContext* gl = sources->gl;
+    upload->stale = SkipsCalls(gl);
+    if (gl->shadow != nullptr)
+    {
+        ShadowBindTexture(gl, upload->glTexture);
+    }
+    if (SkipsCalls(gl))
+    {
+        StepEffect2D(effect, params, state, sources->random);
+        return true;
+    }
+
+    const EffectTexture texture = {effect, state, upload, sources->random, sources->faults};
     if (sources->features.pbo == 0)
     {
         return RenderThroughMemory(&texture, params, kRefreshTexture);
@@ -134,4 +146,21 @@ bool UpdateEffect2D(uint32_t id, const FrameSources* sources, uint32_t time)
     }
     glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0);
     return true;
+}
+
+bool RefreshStaleEffect(uint32_t id, const FrameSources* sources)
+{
+    EffectUpload* upload = &sources->upload->effects[id - 1];
+    GlContext* gl = sources->gl;
+    if (!upload->stale || SkipsCalls(gl))
+    {
+        return true;
+    }
+    upload->stale = false;
+    EffectState* state = &sources->state->effects[id - 1];
+    const EffectTexture texture = {GetRecord<Effect2D>(id, sources->document->effects), state,
+                                   upload, sources->random, sources->faults};
+    const bool rendered = RenderThroughMemory(&texture, state->imageParams, kRefreshTexture);
+    glBindTexture(GL_TEXTURE_2D, gl->shadow->state.units[gl->texCoords.unit].texture);
+    return rendered;
 }

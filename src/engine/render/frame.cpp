@@ -129,7 +129,7 @@ static bool SetClipProjection(const DrawnClip* drawn)
         GlDisable(gl, GL_DEPTH_TEST);
         GlMatrixMode(gl, GL_PROJECTION);
         GlLoadIdentity(gl);
-        if (!IsShadowed(gl))
+        if (!SkipsCalls(gl))
         {
             glOrtho(0.0, 1.0, 1.0, 0.0, -1.0, 1.0);
         }

@@ -1,8 +1,8 @@
 // The OpenGL calls that a frame makes, one routine a call, each named after its function.
 //
-// While a context draws, each is the call and nothing else. While it is shadowed nothing reaches
-// OpenGL, and what outlives a frame is written down. Calls that are made while a piece is loaded do
-// not go through here: loading always reaches OpenGL.
+// Each is the call and nothing else in a program that only plays. With a shadow it is written down
+// as well, as far as it outlives the frame, and a context that skips calls makes none. Calls that
+// are made while a piece is loaded do not go through here.
 #pragma once
 
 #include <GL/glew.h>
@@ -12,157 +12,171 @@
 
 inline void GlEnable(GlContext* gl, GLenum capability)
 {
-    if (IsShadowed(gl))
+    if (gl->shadow != nullptr)
     {
-        ShadowSetEnabled(gl->shadow, capability, true);
-        return;
+        ShadowSetEnabled(gl, capability, true);
     }
-    glEnable(capability);
+    if (!SkipsCalls(gl))
+    {
+        glEnable(capability);
+    }
 }
 
 inline void GlDisable(GlContext* gl, GLenum capability)
 {
-    if (IsShadowed(gl))
+    if (gl->shadow != nullptr)
     {
-        ShadowSetEnabled(gl->shadow, capability, false);
-        return;
+        ShadowSetEnabled(gl, capability, false);
     }
-    glDisable(capability);
+    if (!SkipsCalls(gl))
+    {
+        glDisable(capability);
+    }
 }
 
 inline void GlEnableClientState(GlContext* gl, GLenum array)
 {
-    if (IsShadowed(gl))
+    if (!SkipsCalls(gl))
     {
-        ShadowSetArray(gl->shadow, array, true);
-        return;
+        glEnableClientState(array);
     }
-    glEnableClientState(array);
 }
 
 inline void GlDisableClientState(GlContext* gl, GLenum array)
 {
-    if (IsShadowed(gl))
+    if (!SkipsCalls(gl))
     {
-        ShadowSetArray(gl->shadow, array, false);
-        return;
+        glDisableClientState(array);
     }
-    glDisableClientState(array);
 }
 
 inline void GlActiveTexture(GlContext* gl, GLenum unit)
 {
-    if (IsShadowed(gl))
+    if (!SkipsCalls(gl))
     {
-        ShadowSelectServerUnit(gl->shadow, unit);
-        return;
+        glActiveTextureARB(unit);
     }
-    glActiveTextureARB(unit);
 }
 
 inline void GlClientActiveTexture(GlContext* gl, GLenum unit)
 {
-    if (IsShadowed(gl))
+    if (!SkipsCalls(gl))
     {
-        ShadowSelectClientUnit(gl->shadow, unit);
-        return;
+        glClientActiveTextureARB(unit);
     }
-    glClientActiveTextureARB(unit);
 }
 
 inline void GlBindTexture(GlContext* gl, GLenum target, GLuint texture)
 {
-    if (IsShadowed(gl))
+    if (gl->shadow != nullptr)
     {
-        ShadowBindTexture(gl->shadow, texture);
-        return;
+        ShadowBindTexture(gl, texture);
     }
-    glBindTexture(target, texture);
+    if (!SkipsCalls(gl))
+    {
+        glBindTexture(target, texture);
+    }
 }
 
 inline void GlTexParameteri(GlContext* gl, GLenum target, GLenum name, GLint value)
 {
-    if (IsShadowed(gl))
+    if (gl->shadow != nullptr)
     {
-        ShadowSetTexParameter(gl->shadow, name, value);
-        return;
+        ShadowSetTexParameter(gl, name, value);
     }
-    glTexParameteri(target, name, value);
+    if (!SkipsCalls(gl))
+    {
+        glTexParameteri(target, name, value);
+    }
 }
 
 inline void GlTexParameterf(GlContext* gl, GLenum target, GLenum name, GLfloat value)
 {
-    if (IsShadowed(gl))
+    if (gl->shadow != nullptr)
     {
-        ShadowSetTexParameter(gl->shadow, name, static_cast<GLint>(value));
-        return;
+        ShadowSetTexParameter(gl, name, static_cast<GLint>(value));
     }
-    glTexParameterf(target, name, value);
+    if (!SkipsCalls(gl))
+    {
+        glTexParameterf(target, name, value);
+    }
 }
 
 inline void GlTexEnvi(GlContext* gl, GLenum target, GLenum name, GLint value)
 {
-    if (IsShadowed(gl))
+    if (gl->shadow != nullptr)
     {
-        ShadowSetTexEnv(gl->shadow, name, value);
-        return;
+        ShadowSetTexEnv(gl, name, value);
     }
-    glTexEnvi(target, name, value);
+    if (!SkipsCalls(gl))
+    {
+        glTexEnvi(target, name, value);
+    }
 }
 
 inline void GlBlendFunc(GlContext* gl, GLenum source, GLenum destination)
 {
-    if (IsShadowed(gl))
+    if (gl->shadow != nullptr)
     {
-        ShadowSetBlend(gl->shadow, source, destination);
-        return;
+        ShadowSetBlend(gl, source, destination);
     }
-    glBlendFunc(source, destination);
+    if (!SkipsCalls(gl))
+    {
+        glBlendFunc(source, destination);
+    }
 }
 
 inline void GlPolygonMode(GlContext* gl, GLenum face, GLenum mode)
 {
-    if (IsShadowed(gl))
+    if (gl->shadow != nullptr)
     {
-        ShadowSetPolygonMode(gl->shadow, mode);
-        return;
+        ShadowSetPolygonMode(gl, mode);
     }
-    glPolygonMode(face, mode);
+    if (!SkipsCalls(gl))
+    {
+        glPolygonMode(face, mode);
+    }
 }
 
 inline void GlLineWidth(GlContext* gl, GLfloat width)
 {
-    if (IsShadowed(gl))
+    if (gl->shadow != nullptr)
     {
-        ShadowSetLineWidth(gl->shadow, width);
-        return;
+        ShadowSetLineWidth(gl, width);
     }
-    glLineWidth(width);
+    if (!SkipsCalls(gl))
+    {
+        glLineWidth(width);
+    }
 }
 
 inline void GlColor4f(GlContext* gl, GLfloat red, GLfloat green, GLfloat blue, GLfloat alpha)
 {
-    if (IsShadowed(gl))
+    if (gl->shadow != nullptr)
     {
-        ShadowSetColor(gl->shadow, red, green, blue, alpha);
-        return;
+        ShadowSetColor(gl, {red, green, blue, alpha});
     }
-    glColor4f(red, green, blue, alpha);
+    if (!SkipsCalls(gl))
+    {
+        glColor4f(red, green, blue, alpha);
+    }
 }
 
 inline void GlViewport(GlContext* gl, GLint x, GLint y, GLsizei width, GLsizei height)
 {
-    if (IsShadowed(gl))
+    if (gl->shadow != nullptr)
     {
-        ShadowSetViewport(gl->shadow, width, height);
-        return;
+        ShadowSetViewport(gl, width, height);
     }
-    glViewport(x, y, width, height);
+    if (!SkipsCalls(gl))
+    {
+        glViewport(x, y, width, height);
+    }
 }
 
 inline void GlClear(GlContext* gl, GLbitfield mask)
 {
-    if (!IsShadowed(gl))
+    if (!SkipsCalls(gl))
     {
         glClear(mask);
     }
@@ -170,37 +184,31 @@ inline void GlClear(GlContext* gl, GLbitfield mask)
 
 inline void GlFogi(GlContext* gl, GLenum name, GLint value)
 {
-    if (IsShadowed(gl))
+    if (!SkipsCalls(gl))
     {
-        ShadowSetFog(gl->shadow, name, static_cast<GLfloat>(value));
-        return;
+        glFogi(name, value);
     }
-    glFogi(name, value);
 }
 
 inline void GlFogf(GlContext* gl, GLenum name, GLfloat value)
 {
-    if (IsShadowed(gl))
+    if (!SkipsCalls(gl))
     {
-        ShadowSetFog(gl->shadow, name, value);
-        return;
+        glFogf(name, value);
     }
-    glFogf(name, value);
 }
 
 inline void GlFogfv(GlContext* gl, GLenum name, const GLfloat* values)
 {
-    if (IsShadowed(gl))
+    if (!SkipsCalls(gl))
     {
-        ShadowSetFogColor(gl->shadow, values);
-        return;
+        glFogfv(name, values);
     }
-    glFogfv(name, values);
 }
 
 inline void GlHint(GlContext* gl, GLenum target, GLenum mode)
 {
-    if (!IsShadowed(gl))
+    if (!SkipsCalls(gl))
     {
         glHint(target, mode);
     }
@@ -208,37 +216,43 @@ inline void GlHint(GlContext* gl, GLenum target, GLenum mode)
 
 inline void GlLightfv(GlContext* gl, GLenum light, GLenum name, const GLfloat* values)
 {
-    if (IsShadowed(gl))
+    if (gl->shadow != nullptr)
     {
-        ShadowSetLight(gl->shadow, name, values);
-        return;
+        ShadowSetLight(gl, name, values);
     }
-    glLightfv(light, name, values);
+    if (!SkipsCalls(gl))
+    {
+        glLightfv(light, name, values);
+    }
 }
 
 inline void GlMatrixMode(GlContext* gl, GLenum mode)
 {
-    if (IsShadowed(gl))
+    if (gl->shadow != nullptr)
     {
-        ShadowSetMatrixMode(gl->shadow, mode);
-        return;
+        ShadowSetMatrixMode(gl, mode);
     }
-    glMatrixMode(mode);
+    if (!SkipsCalls(gl))
+    {
+        glMatrixMode(mode);
+    }
 }
 
 inline void GlLoadIdentity(GlContext* gl)
 {
-    if (IsShadowed(gl))
+    if (gl->shadow != nullptr)
     {
-        ShadowStartMatrix(gl->shadow);
-        return;
+        ShadowStartMatrix(gl);
     }
-    glLoadIdentity();
+    if (!SkipsCalls(gl))
+    {
+        glLoadIdentity();
+    }
 }
 
 inline void GlLoadMatrixf(GlContext* gl, const GLfloat* matrix)
 {
-    if (!IsShadowed(gl))
+    if (!SkipsCalls(gl))
     {
         glLoadMatrixf(matrix);
     }
@@ -246,38 +260,44 @@ inline void GlLoadMatrixf(GlContext* gl, const GLfloat* matrix)
 
 inline void GlTranslatef(GlContext* gl, GLfloat x, GLfloat y, GLfloat z)
 {
-    if (IsShadowed(gl))
+    if (gl->shadow != nullptr)
     {
-        ShadowAddMatrixCall(gl->shadow, MatrixCall{MatrixCallKind::kTranslate, 0.0f, x, y, z});
-        return;
+        ShadowAddMatrixCall(gl, MatrixCall{MatrixCallKind::kTranslate, 0.0f, x, y, z});
     }
-    glTranslatef(x, y, z);
+    if (!SkipsCalls(gl))
+    {
+        glTranslatef(x, y, z);
+    }
 }
 
 inline void GlRotatef(GlContext* gl, GLfloat angle, GLfloat x, GLfloat y, GLfloat z)
 {
-    if (IsShadowed(gl))
+    if (gl->shadow != nullptr)
     {
-        ShadowAddMatrixCall(gl->shadow, MatrixCall{MatrixCallKind::kRotate, angle, x, y, z});
-        return;
+        ShadowAddMatrixCall(gl, MatrixCall{MatrixCallKind::kRotate, angle, x, y, z});
     }
-    glRotatef(angle, x, y, z);
+    if (!SkipsCalls(gl))
+    {
+        glRotatef(angle, x, y, z);
+    }
 }
 
 inline void GlBindBuffer(GlContext* gl, GLenum target, GLuint buffer)
 {
-    if (IsShadowed(gl))
+    if (gl->shadow != nullptr)
     {
-        ShadowBindBuffer(gl->shadow, target, buffer);
-        return;
+        ShadowBindBuffer(gl, target, buffer);
     }
-    glBindBufferARB(target, buffer);
+    if (!SkipsCalls(gl))
+    {
+        glBindBufferARB(target, buffer);
+    }
 }
 
 inline void GlVertexPointer(GlContext* gl, GLint size, GLenum type, GLsizei stride,
                             const void* pointer)
 {
-    if (!IsShadowed(gl))
+    if (!SkipsCalls(gl))
     {
         glVertexPointer(size, type, stride, pointer);
     }
@@ -285,7 +305,7 @@ inline void GlVertexPointer(GlContext* gl, GLint size, GLenum type, GLsizei stri
 
 inline void GlNormalPointer(GlContext* gl, GLenum type, GLsizei stride, const void* pointer)
 {
-    if (!IsShadowed(gl))
+    if (!SkipsCalls(gl))
     {
         glNormalPointer(type, stride, pointer);
     }
@@ -294,10 +314,12 @@ inline void GlNormalPointer(GlContext* gl, GLenum type, GLsizei stride, const vo
 inline void GlTexCoordPointer(GlContext* gl, GLint size, GLenum type, GLsizei stride,
                               const void* pointer)
 {
-    if (IsShadowed(gl))
+    if (gl->shadow != nullptr)
     {
-        ShadowSetTexCoordPointer(gl->shadow, pointer);
-        return;
+        ShadowSetTexCoordPointer(gl, pointer);
     }
-    glTexCoordPointer(size, type, stride, pointer);
+    if (!SkipsCalls(gl))
+    {
+        glTexCoordPointer(size, type, stride, pointer);
+    }
 }

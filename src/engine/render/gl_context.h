@@ -23,13 +23,12 @@ struct TexCoordArrays
 struct GlContext
 {
     TexCoordArrays texCoords;
-    /// Null while frames are drawn. Otherwise nothing reaches OpenGL: what a frame would leave
-    /// behind is written down here. Borrowed.
-    GlShadow* shadow;
+    GlShadow* shadow; // written down beside the calls; borrowed, null for a program that only plays
+    bool skips;       // no call of a frame reaches OpenGL; needs a shadow
 };
 
 /// Whether frames are run for what they leave behind, without OpenGL.
-inline bool IsShadowed(const GlContext* gl)
+inline bool SkipsCalls(const GlContext* gl)
 {
-    return gl->shadow != nullptr;
+    return gl->skips;
 }

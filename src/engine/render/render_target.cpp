@@ -21,9 +21,12 @@ static BitmapUpload* RequireBitmap(int32_t id, const FrameSources* sources)
 static void FinishTarget(int32_t id, const BitmapUpload* bitmap, GlContext* gl)
 {
     GlBindTexture(gl, GL_TEXTURE_2D, bitmap->glTexture);
-    if (IsShadowed(gl))
+    if (gl->shadow != nullptr)
     {
-        ShadowNoteCopy(gl->shadow, static_cast<uint32_t>(id), bitmap->width, bitmap->height);
+        ShadowNoteCopy(gl, static_cast<uint32_t>(id));
+    }
+    if (SkipsCalls(gl))
+    {
         return;
     }
     glCopyTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 0, 0, bitmap->width, bitmap->height);
@@ -60,34 +63,46 @@ static int32_t PowerOfTwoSide(int32_t half)
     return half < 256 ? 128 : 256;
 }
 
-/// Gives the bitmap a new texture, black. Loading order and names are OpenGL's: this reaches it
-/// even while the context is shadowed, so that a target has its size and name from then on.
-/// @return false after a fault
-static bool ResizeTarget(BitmapUpload* bitmap, int32_t width, int32_t height,
-                         const FrameSources* sources)
+TargetSize QuarterTargetSize(int32_t halfWidth, int32_t halfHeight, bool npot)
 {
-    glDeleteTextures(1, &bitmap->glTexture);
-    bitmap->width = width;
-    bitmap->height = height;
-    bitmap->components = 3;
-    glGenTextures(1, &bitmap->glTexture);
+    return npot ? TargetSize{halfWidth, halfHeight}
+                : TargetSize{PowerOfTwoSide(halfWidth), PowerOfTwoSide(halfHeight)};
+}
 
+bool SpecifyBlackTarget(const BitmapUpload* bitmap, FaultList* faults)
+{
     // OpenGL reads rows from multiples of four bytes, so after a row of an odd width lie bytes that
     // belong to no pixel.
-    const size_t rowSize = (static_cast<size_t>(width) * 3 + 3) / 4 * 4;
+    const size_t rowSize = (static_cast<size_t>(bitmap->width) * 3 + 3) / 4 * 4;
     uint8_t* black =
-        AllocateZeroed<uint8_t>(static_cast<size_t>(height) * rowSize, "a target", sources->faults);
+        AllocateZeroed<uint8_t>(static_cast<size_t>(bitmap->height) * rowSize, "a target", faults);
     if (black == nullptr)
     {
         return false;
     }
 
     glBindTexture(GL_TEXTURE_2D, bitmap->glTexture);
-    glTexImage2D(GL_TEXTURE_2D, 0, 3, width, height, 0, GL_RGB, GL_UNSIGNED_BYTE, black);
+    glTexImage2D(GL_TEXTURE_2D, 0, 3, bitmap->width, bitmap->height, 0, GL_RGB, GL_UNSIGNED_BYTE,
+                 black);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
     free(black);
     return true;
+}
+
+/// Gives the bitmap a new texture, black.
+/// @return false after a fault
+static bool ResizeTarget(int32_t id, BitmapUpload* bitmap, TargetSize size,
+                         const FrameSources* sources)
+{
+    if (sources->gl->shadow != nullptr)
+    {
+        return ShadowResize(sources->gl, static_cast<uint32_t>(id), sources->faults);
+    }
+    glDeleteTextures(1, &bitmap->glTexture);
+    *bitmap = {0, size.width, size.height, 3};
+    glGenTextures(1, &bitmap->glTexture);
+    return SpecifyBlackTarget(bitmap, sources->faults);
 }
 
 bool OpenTarget(RenderTarget* target, const TargetPass* pass, const FrameSources* sources)
@@ -115,11 +130,10 @@ bool OpenTarget(RenderTarget* target, const TargetPass* pass, const FrameSources
     }
     if (pass->quarter)
     {
-        const bool anySize = sources->features.npot != 0;
-        const int32_t width = anySize ? pass->halfWidth : PowerOfTwoSide(pass->halfWidth);
-        const int32_t height = anySize ? pass->halfHeight : PowerOfTwoSide(pass->halfHeight);
-        const bool fits = bitmap->width == width && bitmap->height == height;
-        if (!fits && !ResizeTarget(bitmap, width, height, sources))
+        const TargetSize size =
+            QuarterTargetSize(pass->halfWidth, pass->halfHeight, sources->features.npot != 0);
+        const bool fits = bitmap->width == size.width && bitmap->height == size.height;
+        if (!fits && !ResizeTarget(bitmapId, bitmap, size, sources))
         {
             return false;
         }

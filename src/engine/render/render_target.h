@@ -32,6 +32,21 @@ struct TargetPass
 /// Sets: for the copy what CloseTarget does, except the filters; for a resize a new texture, bound,
 /// with both filters GL_LINEAR; then the viewport.
 /// An id of 0.0 opens nothing: the viewport and the old target stay, and the next pass copies to
-/// that once more. Without GlFeatures.npot each side of a resized bitmap is 64, 128 or 256.
+/// that once more.
 /// @return false after a fault: no such bitmap, or no memory
 bool OpenTarget(RenderTarget* target, const TargetPass* pass, const FrameSources* sources);
+
+struct TargetSize
+{
+    int32_t width;  // pixels
+    int32_t height; // pixels
+};
+
+/// The size that a quarter-screen pass gives its bitmap.
+/// @param npot   bitmaps may have any size; otherwise each side is 64, 128 or 256
+TargetSize QuarterTargetSize(int32_t halfWidth, int32_t halfHeight, bool npot);
+
+/// Gives a resized bitmap's texture, which has a name, its black picture and linear filters.
+/// Leaves: the texture bound.
+/// @return false after a fault: no memory
+bool SpecifyBlackTarget(const BitmapUpload* bitmap, FaultList* faults);

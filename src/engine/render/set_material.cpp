@@ -518,6 +518,10 @@ static bool ApplyEffect(const MaterialSetup& setup, const Recipe& recipe)
         }
         state->lastUpdate = static_cast<int32_t>(setup.request->time);
     }
+    else if (!RefreshStaleEffect(id, setup.sources))
+    {
+        return false;
+    }
     TurnUnit1Off(setup.gl);
     CombineModulate(setup.gl);
     SetFlatTexture(setup, effect->glTexture, GL_REPEAT);

@@ -33,6 +33,7 @@ struct EffectUpload
 {
     uint32_t glTexture;
     uint32_t pixelBuffer; // only on the buffer path
+    bool stale;           // the texture lacks the last image: a frame that made it was not drawn
 };
 
 /// Bent geometry of the object that is being drawn; 0 between objects, unless a fault ended one.

@@ -116,7 +116,7 @@ static size_t StateSize(const Effect2D* effect)
 bool InitEffect2D(const Effect2D* effect, EffectState* state, RandomSequence* random,
                   FaultList* faults)
 {
-    *state = {nullptr, 0, kEffectNeverUpdated};
+    *state = {nullptr, 0, kEffectNeverUpdated, {}};
     const size_t size = StateSize(effect);
     if (size == 0)
     {
@@ -159,20 +159,21 @@ bool CopyEffectState(const EffectState* from, EffectState* to, FaultList* faults
         memcpy(to->state, from->state, from->stateSize);
     }
     to->lastUpdate = from->lastUpdate;
+    std::copy_n(from->imageParams, kEffectImageParams, to->imageParams);
     return true;
 }
 
 void ReleaseEffect2DState(EffectState* state)
 {
     free(state->state);
-    *state = {nullptr, 0, kEffectNeverUpdated};
+    *state = {nullptr, 0, kEffectNeverUpdated, {}};
 }
 
 // ---- Images
 
 /// One step when the whole part of "Update" has changed, either way and however far.
-static void RenderAmoba(const Effect2D* effect, float update, AmobaState* amoba,
-                        RandomSequence* random, uint8_t* out)
+static void StepAmoba(const Effect2D* effect, float update, AmobaState* amoba,
+                      RandomSequence* random)
 {
     const int32_t step = TruncateToInt(update);
     if (TruncateToInt(amoba->lastStep) != step)
@@ -180,7 +181,16 @@ static void RenderAmoba(const Effect2D* effect, float update, AmobaState* amoba,
         amoba->lastStep = static_cast<float>(step);
         GrowAmoba(effect->width, effect->bpp, AmobaCells(amoba), random);
     }
-    memcpy(out, AmobaCells(amoba), EffectImageBytes(effect));
+}
+
+void StepEffect2D(const Effect2D* effect, const float* params, EffectState* state,
+                  RandomSequence* random)
+{
+    std::copy_n(params, kEffectImageParams, state->imageParams);
+    if (effect->type == kEffectAmoba)
+    {
+        StepAmoba(effect, params[0], static_cast<AmobaState*>(state->state), random);
+    }
 }
 
 void RenderEffect2D(const Effect2D* effect, const float* params, EffectState* state,
@@ -188,6 +198,7 @@ void RenderEffect2D(const Effect2D* effect, const float* params, EffectState* st
 {
     assert(effect->width == effect->height);
     const int32_t side = effect->width;
+    StepEffect2D(effect, params, state, random);
     switch (effect->type)
     {
     case kEffectTest:
@@ -198,7 +209,7 @@ void RenderEffect2D(const Effect2D* effect, const float* params, EffectState* st
         RenderEffect1(side, effect->bpp, params[0], out);
         break;
     case kEffectAmoba:
-        RenderAmoba(effect, params[0], static_cast<AmobaState*>(state->state), random, out);
+        memcpy(out, AmobaCells(static_cast<AmobaState*>(state->state)), EffectImageBytes(effect));
         break;
     case kEffectRotate:
         RenderRotate(side, effect->bpp, params[0], out);

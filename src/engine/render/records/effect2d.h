@@ -30,15 +30,19 @@ struct Effect2D
     uint32_t paramEnvelope[kEffectParams]; // envelope ids
 };
 
+/// The parameters that images are made of.
+inline constexpr uint32_t kEffectImageParams = 3;
+
 /// All of an effect that changes while a piece plays.
 struct EffectState
 {
     void* state;        // owned, stateSize bytes of plain data; null for types without memory
     size_t stateSize;   // bytes
     int32_t lastUpdate; // ticks of the last refresh; kEffectNeverUpdated at first
+    float imageParams[kEffectImageParams]; // of the last image
 };
 
-/// What EffectState::state begins with for "Amoba". The living image comes right after it.
+/// The head of EffectState::state for "Amoba". The living image comes right after it.
 struct AmobaState
 {
     float lastStep; // the whole part of "Update" at the last step
@@ -85,8 +89,15 @@ bool CopyEffectState(const EffectState* from, EffectState* to, FaultList* faults
 /// Frees what a state owns and clears it.
 void ReleaseEffect2DState(EffectState* state);
 
-/// Computes one image. Does nothing for a type outside EffectType.
-/// @param params   [3]; the third counts for "Test 2d effect" at 8 bits, and nothing ever sets it
+/// Takes the step to an image without computing it: keeps its parameters, and "Amoba" may grow.
+/// Taken a second time with the same parameters it changes nothing.
+/// @param params   [kEffectImageParams]
+void StepEffect2D(const Effect2D* effect, const float* params, EffectState* state,
+                  RandomSequence* random);
+
+/// Takes the step to an image and computes it. Does nothing for a type outside EffectType.
+/// @param params   [kEffectImageParams]; the third counts for "Test 2d effect" at 8 bits, and
+///                 nothing ever sets it
 /// @param state    made by InitEffect2D; "Amoba" may take a step
 /// @param out      [EffectImageBytes], only written to
 void RenderEffect2D(const Effect2D* effect, const float* params, EffectState* state,
