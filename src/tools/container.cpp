@@ -47,6 +47,7 @@ static bool Inflate(const Bytes& container, size_t most, Bytes* data)
         return false;
     }
 
+    data->reserve(most + kStep); // else it would be moved as it grows, and there twice
     int result = Z_OK;
     while (result == Z_OK && data->size() <= most)
     {
