@@ -248,12 +248,14 @@ bool BuildFolder(const std::string& folder, const std::string& package, const Bu
     }
     const bool isPut = EndPackage(&writer);
     ReportFaults(&faults);
-    const size_t size = bytes.size;
+    // Put together before the package is in its place: nothing may fail after that.
+    const std::string line = Printable(package) + ": " + std::to_string(plan.size()) +
+                             (plan.size() == 1 ? " entry, " : " entries, ") +
+                             std::to_string(bytes.size) + " bytes\n";
     if (!isPut || !WritePackage(package, plan, &bytes))
     {
         return false;
     }
-    printf("%s: %zu %s, %zu bytes\n", Printable(package).c_str(), plan.size(),
-           plan.size() == 1 ? "entry" : "entries", size);
+    fputs(line.c_str(), stdout);
     return true;
 }

@@ -17,6 +17,8 @@ int main(int argc, char** argv)
     std::set_new_handler(EndWithoutMemory);
     // A limit on file sizes is then an error of the write like any other, and can be cleaned up.
     signal(SIGXFSZ, SIG_IGN);
+    // Whoever started the program may ignore the ends of children; here they are waited for.
+    signal(SIGCHLD, SIG_DFL);
 
     int code = RunCommandLine(argc, argv);
     if (fflush(stdout) != 0 || ferror(stdout) != 0)

@@ -5,13 +5,20 @@
 #include <assimp/postprocess.h>
 #include <assimp/scene.h>
 #include <cmath>
+#include <cstdarg>
+#include <cstdio>
 #include <string_view>
 
+#include "engine/data/byte_order.h"
 #include "engine/data/limits.h"
+#include "tools/child_process.h"
 #include "tools/container.h"
 #include "tools/report.h"
 
-/// What is told of the source when it is read.
+/// The models that come of a mesh have at most 1 GiB, so twice that is enough to make them.
+static constexpr ChildLimits kImportLimits = {uint64_t{2} << 30, 60};
+
+/// Things of the source that the author hears about.
 struct ImportNotes
 {
     uint64_t droppedFaces;   // points and lines
@@ -178,14 +185,29 @@ static bool IsFinite(const TriangleMesh& mesh)
     return true;
 }
 
-static void PrintLacking(const std::string& label, const ImportNotes& notes, int set)
+/// Adds a line to a text.
+/// @param format   printf format, without the label in front and the newline
+[[gnu::format(printf, 3, 4)]] static void AppendLine(const std::string& label, std::string* text,
+                                                     const char* format, ...)
 {
-    static constexpr const char* kWhich[2] = {"first", "second"};
+    char line[512];
+    va_list arguments;
+    va_start(arguments, format);
+    vsnprintf(line, sizeof(line), format, arguments);
+    va_end(arguments);
+    *text += label + ": " + line + "\n";
+}
+
+static void AppendLacking(const std::string& label, const ImportNotes& notes, int set,
+                          std::string* text)
+{
+    static constexpr const char* kSetNames[2] = {"first", "second"};
     if (notes.lacking[set] != 0)
     {
-        printf("%s: no %s set of texture coordinates in %llu of %llu meshes: zeros stand there\n",
-               label.c_str(), kWhich[set], static_cast<unsigned long long>(notes.lacking[set]),
-               static_cast<unsigned long long>(notes.meshes));
+        AppendLine(label, text,
+                   "no %s set of texture coordinates in %llu of %llu meshes: zeros stand there",
+                   kSetNames[set], static_cast<unsigned long long>(notes.lacking[set]),
+                   static_cast<unsigned long long>(notes.meshes));
     }
 }
 
@@ -197,7 +219,7 @@ static std::string PointText(const float* point)
     return text;
 }
 
-static void PrintSummary(const std::string& label, const TriangleMesh& mesh)
+static void AppendSummary(const std::string& label, const TriangleMesh& mesh, std::string* text)
 {
     MeshVertex low = mesh.vertices[0];
     MeshVertex high = mesh.vertices[0];
@@ -209,28 +231,30 @@ static void PrintSummary(const std::string& label, const TriangleMesh& mesh)
             high.position[k] = fmaxf(high.position[k], vertex.position[k]);
         }
     }
-    printf("%s: vertices %zu, triangles %zu, texture coordinate sets %u, from %s to %s\n",
-           label.c_str(), mesh.vertices.size(), mesh.indices.size() / 3, mesh.texCoordSets,
-           PointText(low.position).c_str(), PointText(high.position).c_str());
+    AppendLine(label, text,
+               "vertices %zu, triangles %zu, texture coordinate sets %u, from %s to %s",
+               mesh.vertices.size(), mesh.indices.size() / 3, mesh.texCoordSets,
+               PointText(low.position).c_str(), PointText(high.position).c_str());
 }
 
-static void PrintNotes(const std::string& label, const ImportNotes& notes, uint32_t texCoordSets)
+static void AppendNotes(const std::string& label, const ImportNotes& notes, uint32_t texCoordSets,
+                        std::string* text)
 {
-    PrintLacking(label, notes, 0);
+    AppendLacking(label, notes, 0, text);
     if (texCoordSets == 2)
     {
-        PrintLacking(label, notes, 1);
+        AppendLacking(label, notes, 1, text);
     }
     if (notes.withoutNormals != 0)
     {
-        printf("%s: no normals in %llu of %llu meshes: smooth ones were made\n", label.c_str(),
-               static_cast<unsigned long long>(notes.withoutNormals),
-               static_cast<unsigned long long>(notes.meshes));
+        AppendLine(label, text, "no normals in %llu of %llu meshes: smooth ones were made",
+                   static_cast<unsigned long long>(notes.withoutNormals),
+                   static_cast<unsigned long long>(notes.meshes));
     }
     if (notes.droppedFaces != 0)
     {
-        printf("%s: points and lines dropped: %llu\n", label.c_str(),
-               static_cast<unsigned long long>(notes.droppedFaces));
+        AppendLine(label, text, "points and lines dropped: %llu",
+                   static_cast<unsigned long long>(notes.droppedFaces));
     }
 }
 
@@ -284,51 +308,93 @@ static bool CheckSource(const std::string& path)
     return true;
 }
 
-bool ImportMesh(const std::string& path, const MeshOptions& options, const std::string& label,
-                TriangleMesh* mesh)
+/// A mesh as a model file, and what to tell of it.
+struct ImportedMesh
 {
-    if (!CheckSource(path))
-    {
-        return false;
-    }
+    bool isDone;
+    std::string text; // lines to print; what is wrong if it is not done
+    Bytes model;
+};
 
+static ImportedMesh RefuseMesh(const std::string& what)
+{
+    return {false, what, {}};
+}
+
+/// Reads a mesh. The library may end the process, or take all of its memory and time.
+static ImportedMesh ImportMesh(const std::string& path, const MeshOptions& options,
+                               const std::string& label)
+{
     const aiScene* scene =
         aiImportFile(path.c_str(), aiProcess_ValidateDataStructure | aiProcess_Triangulate);
     if (scene == nullptr)
     {
-        ReportError("%s: %s", Printable(path).c_str(), Printable(aiGetErrorString()).c_str());
-        return false;
+        return RefuseMesh(Printable(aiGetErrorString()));
     }
-    *mesh = {};
+    TriangleMesh mesh = {};
     ImportNotes notes = {};
-    const char* fault = TakeScene(scene, options, mesh, &notes);
+    const char* fault = TakeScene(scene, options, &mesh, &notes);
     aiReleaseImport(scene);
     if (fault != nullptr)
     {
-        ReportError("%s: %s", Printable(path).c_str(), fault);
-        return false;
+        return RefuseMesh(fault);
     }
 
-    PrintSummary(label, *mesh);
-    PrintNotes(label, notes, mesh->texCoordSets);
-    return true;
+    ImportedMesh imported = {true, "", {}};
+    AppendSummary(label, mesh, &imported.text);
+    AppendNotes(label, notes, mesh.texCoordSets, &imported.text);
+    return EncodeModel(mesh, &imported.model) ? imported
+                                              : RefuseMesh("the model would be larger than 4 GiB");
+}
+
+/// The form in which a child process gives a mesh: whether it is done, the length of the text, the
+/// text, the model.
+static constexpr size_t kMessageHead = 5; // bytes
+
+static void WriteMessage(const ImportedMesh& imported, Bytes* message)
+{
+    message->resize(kMessageHead);
+    (*message)[0] = imported.isDone ? 1 : 0;
+    StoreLittleEndian32(static_cast<uint32_t>(imported.text.size()), message->data() + 1);
+    message->insert(message->end(), imported.text.begin(), imported.text.end());
+    message->insert(message->end(), imported.model.begin(), imported.model.end());
+}
+
+static ImportedMesh ReadMessage(const Bytes& message)
+{
+    const size_t length =
+        message.size() < kMessageHead ? SIZE_MAX : LoadLittleEndian32(message.data() + 1);
+    if (length > message.size() - kMessageHead)
+    {
+        return RefuseMesh("the import gave no model");
+    }
+    const auto text = message.begin() + kMessageHead;
+    const auto model = text + static_cast<ptrdiff_t>(length);
+    return {message[0] == 1, {text, model}, {model, message.end()}};
 }
 
 bool ConvertMesh(const std::string& path, const MeshOptions& options, const std::string& label,
                  Bytes* container)
 {
-    TriangleMesh mesh;
-    if (!ImportMesh(path, options, label, &mesh))
+    if (!CheckSource(path))
     {
         return false;
     }
-    Bytes model;
-    if (!EncodeModel(mesh, &model))
+    Bytes message;
+    const std::string end = RunInChild(
+        kImportLimits,
+        [&path, &options, &label](Bytes* output)
+        { WriteMessage(ImportMesh(path, options, label), output); },
+        &message);
+    const ImportedMesh imported =
+        end.empty() ? ReadMessage(message) : RefuseMesh("its import " + end);
+    if (!imported.isDone)
     {
-        ReportError("%s: the model would be larger than 4 GiB", Printable(path).c_str());
+        ReportError("%s: %s", Printable(path).c_str(), imported.text.c_str());
         return false;
     }
-    return PackContainer(model, container);
+    fputs(imported.text.c_str(), stdout);
+    return PackContainer(imported.model, container);
 }
 
 bool ConvertMeshFile(const std::string& in, const std::string& out, const MeshOptions& options)

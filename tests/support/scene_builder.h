@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "engine/animation/animated_value.h"
-#include "support/piece_tables.h"
 #include "support/recorded_gl.h"
+#include "support/test_piece.h"
 
-/// The arrays of a mesh, each of exactly its size: a sanitizer sees what reads behind them.
+/// The arrays of a mesh, each of exactly its size: a sanitizer sees reads past their ends.
 struct MeshArrays
 {
     std::vector<float> vertices;
@@ -58,7 +58,8 @@ inline Mesh MakeMesh(MeshArrays* arrays, uint8_t sets)
             sets == 2 ? arrays->texCoords2.data() : nullptr,
             sets,
             arrays->normals.data(),
-            arrays->indices.data()};
+            arrays->indices.data(),
+            nullptr};
 }
 
 /// Puts an array into a new buffer. Leaves GL_ARRAY_BUFFER bound to 0.
@@ -78,18 +79,20 @@ uint32_t MakeBuffer(const std::vector<Element>& elements)
 /// was recorded so far is dropped.
 /// @param arrays   lent to the model
 /// @param sets     of texture coordinates, 1 or 2
-inline ModelData* AddModel(PieceTables* tables, MeshArrays* arrays, uint8_t sets)
+/// @return the model's OpenGL names, lent until the next model
+inline ModelUpload* AddModel(TestPiece* piece, MeshArrays* arrays, uint8_t sets)
 {
-    ModelData* model = AddRecord<ModelData>(tables->models);
+    ModelData* model = AddRecord<ModelData>(piece->document.models);
     model->mesh = MakeMesh(arrays, sets);
-    model->vertexBuffer = MakeBuffer(arrays->vertices);
-    model->texCoordBuffer1 = MakeBuffer(arrays->texCoords1);
-    model->texCoordBuffer2 = MakeBuffer(arrays->texCoords2);
-    model->normalBuffer = MakeBuffer(arrays->normals);
-    model->indexBuffer = MakeBuffer(arrays->indices);
-    model->bufferIndexCount = model->mesh.indexCount;
+    ModelUpload* upload = AddUploadEntry(&piece->upload.models, &piece->upload.modelCount);
+    upload->vertexBuffer = MakeBuffer(arrays->vertices);
+    upload->texCoordBuffer1 = MakeBuffer(arrays->texCoords1);
+    upload->texCoordBuffer2 = MakeBuffer(arrays->texCoords2);
+    upload->normalBuffer = MakeBuffer(arrays->normals);
+    upload->indexBuffer = MakeBuffer(arrays->indices);
+    upload->bufferIndexCount = model->mesh.indexCount;
     TakeGlCalls();
-    return model;
+    return upload;
 }
 
 /// Adds an object at the origin, of its mesh's own size.

@@ -4,9 +4,9 @@
 #include <cstdint>
 
 #include "engine/animation/animated_value.h"
-#include "engine/render/timeline.h"
+#include "engine/render/records/timeline.h"
 
-/// Adds a clip behind the last of its row: a simple pass in a perspective of 90 degrees from the
+/// Adds a clip after the last of its row: a simple pass in a perspective of 90 degrees from the
 /// origin, without fog. What else it should be is for the caller to write.
 /// @return its index in the row
 inline uint32_t AddClip(Timeline* timeline, uint32_t row, uint32_t spaceBefore, uint32_t length,

@@ -29,6 +29,11 @@ inline const DpkSurroundings kOrdinary = {{}, {}, 0, 022};
 DpkRun RunDpk(const TemporaryFolder& folder, const std::vector<std::string>& arguments,
               const DpkSurroundings& surroundings = kOrdinary);
 
+/// Turns this process, a child that a test has forked, into dpk with the folder as the working
+/// directory. All that it prints is lost.
+[[noreturn]] void ExecuteDpk(const TemporaryFolder& folder,
+                             const std::vector<std::string>& arguments);
+
 /// @return the names of all files of the folder, hidden ones too, sorted, with a space between them
 std::string FilesIn(const TemporaryFolder& folder);
 

@@ -223,7 +223,7 @@ TEST(DpkExtract, WritesAllEntriesToAFolderThatItMakes)
     EXPECT_EQ(PermissionsOf(folder, "deep/er/a"), 0600u);
 }
 
-TEST(DpkExtract, WithoutAFolderWritesToTheWorkingDirectoryOverWhatIsThere)
+TEST(DpkExtract, WithoutAFolderWritesToTheWorkingDirectory)
 {
     TemporaryFolder folder;
     folder.Write("p.dpk", MakePackage({{"a", "new"}}));

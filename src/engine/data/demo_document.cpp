@@ -1,7 +1,6 @@
 #include "engine/data/demo_document.h"
 
 #include <cstdlib>
-#include <cstring>
 #include <new>
 
 #include "engine/data/compressed_entry.h"
@@ -133,9 +132,7 @@ static void* AddRecord(ObjectTable* table, FaultList* faults)
                : AddFault(faults, "out of memory");
         return nullptr;
     }
-    void* record = GetObject(id, table);
-    memset(record, 0, table->recordSize);
-    return record;
+    return GetObject(id, table);
 }
 
 /// @return false after a fault

@@ -50,7 +50,7 @@ uint32_t AllocateObject(ObjectTable* table)
 
     const uint32_t id = table->lowestFree;
     assert(table->idUsed[id - 1] == 0);
-    table->records[id - 1] = malloc(table->recordSize);
+    table->records[id - 1] = calloc(1, table->recordSize);
     if (table->records[id - 1] == nullptr)
     {
         return 0;

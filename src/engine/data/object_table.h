@@ -33,7 +33,8 @@ ObjectTable* CreateObjectTable(uint32_t recordSize);
 /// to is not the table's. Null is allowed.
 void FreeObjectTable(ObjectTable* table);
 
-/// Adds an uninitialised record at the end of the order.
+/// Adds a record of zeros at the end of the order. The memory of a large one is taken from the
+/// machine page by page, as it is written: a scene is half a megabyte, and mostly empty.
 /// @return its id, the lowest free one; 0 if the table is full (count is kObjectTableCapacity) or
 ///         there is no memory, and then nothing has changed
 uint32_t AllocateObject(ObjectTable* table);

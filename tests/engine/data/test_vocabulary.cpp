@@ -120,7 +120,7 @@ TEST(Vocabulary, AnEffectOfType0HasTwoParametersAndTheOthersHaveOne)
     EXPECT_EQ(CountParamNumbers(FindVocabularyRow(kCatalogueEffects, 3)), 1U);
 }
 
-TEST(Vocabulary, MaterialsAreTheTwentyFourRecipesRow3sMisspellingIncluded)
+TEST(Vocabulary, MaterialsAreTheTwentyFourRecipes)
 {
     static constexpr ExpectedRow kExpected[] = {
         {0, "Color", "Color|Alpha (0-1)"},
@@ -329,9 +329,9 @@ TEST(Vocabulary, AColorIsThreeNumbersAndAReferenceNone)
 
 TEST(Vocabulary, SectionsStandInTheirOrder)
 {
-    for (int32_t i = 0; i <= kMusicNode; ++i)
+    for (int32_t i = 0; i <= kSectionCount; ++i)
     {
-        EXPECT_EQ(VocabularySections[i].number, i);
+        EXPECT_EQ(VocabularySections[i].section, static_cast<Section>(i));
         EXPECT_NE(VocabularySections[i].item, nullptr);
         EXPECT_TRUE(IsWord(VocabularySections[i].word));
     }

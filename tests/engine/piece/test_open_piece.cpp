@@ -3,6 +3,7 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/resource.h>
 
 #include "engine/data/model_data.h"
 #include "engine/piece/opened_piece.h"
@@ -275,4 +276,26 @@ TEST(Piece, IsConstantWhileItsStateMoves)
         opened.Move(&opened.state, time);
     }
     EXPECT_EQ(memcmp(mesh.vertices, rest.data(), rest.size()), 0);
+}
+
+/// @return the most memory that this process has held so far, in KiB
+static long MostMemory()
+{
+    rusage usage = {};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
+
+TEST(Piece, OfManyEmptyScenesTakesLittleMemory)
+{
+    DocumentSource document = SmallDocument();
+    for (int i = 0; i < 1000; ++i)
+    {
+        document.sections[9] += "<s/>";
+    }
+    const std::string package = SmallPieceOf(SmallDocument(), document);
+    const long before = MostMemory();
+    OpenedPiece opened(package, false);
+    EXPECT_EQ(opened.piece.demo.scenes->count, 1003u);
+    EXPECT_LT(MostMemory() - before, 250000); // records of scenes are 544324 bytes each
 }

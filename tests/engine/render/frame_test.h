@@ -2,16 +2,13 @@
 #pragma once
 
 #include <GL/glew.h>
-#include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <string>
 
-#include "engine/data/fault.h"
 #include "engine/render/frame.h"
-#include "engine/render/tex_coord_arrays.h"
-#include "support/piece_tables.h"
 #include "support/recorded_gl.h"
+#include "support/test_piece.h"
 #include "support/timeline_builder.h"
 
 class FrameTest : public testing::Test
@@ -20,25 +17,17 @@ class FrameTest : public testing::Test
     void SetUp() override
     {
         ResetGl();
-        CurrentTexCoordArrays = {};
-        timeline = CreateTimeline();
-        tables = MakePieceTables();
+        StartTestPiece(&piece);
+        timeline = piece.document.timeline;
         // Three scenes without objects, so that a frame's calls are the frame's own.
-        AddRecord<Scene>(tables.scenes);
-        AddRecord<Scene>(tables.scenes);
-        AddRecord<Scene>(tables.scenes);
-        CurrentPlace = {"demo.xmlz", kNoSection, 0, 0};
+        AddRecord<Scene>(piece.document.scenes);
+        AddRecord<Scene>(piece.document.scenes);
+        AddRecord<Scene>(piece.document.scenes);
     }
 
     void TearDown() override
     {
-        for (uint32_t id = 1; id <= tables.bitmaps->count; ++id)
-        {
-            free(GetRecord<BitmapTexture>(id, tables.bitmaps)->pixels);
-        }
-        FreePieceTables(&tables);
-        free(timeline);
-        CurrentPlace = {nullptr, kNoSection, 0, 0};
+        FreeTestPiece(&piece);
     }
 
     /// Takes all clips out again.
@@ -50,18 +39,21 @@ class FrameTest : public testing::Test
     /// A bitmap with the next texture name, from 1.
     uint32_t AddBitmap(int32_t width, int32_t height)
     {
-        BitmapTexture* bitmap = AddRecord<BitmapTexture>(tables.bitmaps);
-        bitmap->width = width;
-        bitmap->height = height;
-        bitmap->components = 4;
-        glGenTextures(1, &bitmap->glTexture);
+        BitmapUpload bitmap = {0, width, height, 4};
+        glGenTextures(1, &bitmap.glTexture);
         TakeGlCalls();
-        return tables.bitmaps->count;
+        ::AddBitmap(&piece, bitmap);
+        return piece.document.bitmaps->count;
     }
 
-    BitmapTexture* Bitmap(uint32_t id) const
+    const BitmapUpload* Bitmap(uint32_t id) const
     {
-        return GetRecord<BitmapTexture>(id, tables.bitmaps);
+        return GetBitmapUpload(&piece.upload, id);
+    }
+
+    Scene* GetScene(uint32_t id) const
+    {
+        return GetRecord<Scene>(id, piece.document.scenes);
     }
 
     /// Makes a clip a pass to a texture.
@@ -71,18 +63,37 @@ class FrameTest : public testing::Test
         timeline->passParams[row][clip][0] = static_cast<float>(bitmapId);
     }
 
+    /// Draws a frame of the piece's features; `drawn` receives its result.
+    void RenderPlain(const FrameRequest& request)
+    {
+        const FrameSources sources = TestSources(&piece);
+        drawn = RenderFrame(&sources, &request);
+        EXPECT_EQ(GlRefusedCalls(), 0u);
+        EXPECT_EQ(piece.arena.used, 0u); // each object gives back what it took
+    }
+
     /// Draws a frame in a square aspect and returns its calls; `drawn` receives its result.
     std::string Render(uint32_t time, int32_t width = 640, int32_t height = 480, int32_t npot = 0)
     {
-        drawn = RenderFrame(timeline, tables.scenes, tables.materials, tables.lights,
-                            tables.textures, tables.envelopes, 1.0f, tables.effects, tables.models,
-                            tables.bitmaps, tables.genMeshes, time, width, height, 0, 0, npot, 0);
-        EXPECT_EQ(GlRefusedCalls(), 0u);
+        piece.features.npot = npot;
+        RenderPlain({1.0f, time, width, height});
+        EXPECT_EQ(TakeFaults(&piece), "");
         return TakeGlCalls();
     }
 
-    Timeline* timeline = nullptr;
-    PieceTables tables = {};
+    /// Draws a frame that meets one fault.
+    /// @param place   of the fault, such as "section 9 (scenes), item 3"
+    /// @return its calls, up to there
+    std::string RenderToFault(uint32_t time, const std::string& place, const std::string& words)
+    {
+        RenderPlain({1.0f, time, 640, 480});
+        EXPECT_EQ(drawn, 0u);
+        EXPECT_EQ(TakeFaults(&piece), "quorvale: demo.xmlz, " + place + ": " + words + "\n");
+        return TakeGlCalls();
+    }
+
+    TestPiece piece = {};
+    Timeline* timeline = nullptr; // of the piece
     uint32_t drawn = 0;
 };
 
@@ -99,6 +110,6 @@ inline const std::string kCameraAtOrigin = "MatrixMode MODELVIEW\n"
                                            "Rotatef 0 1 0 0\n"
                                            "Rotatef 0 0 1 0\n"
                                            "Translatef 0 0 0\n";
-/// What a clip of AddClip comes to behind its pass.
+/// What a clip of AddClip comes to after its pass.
 inline const std::string kPlainClip = kPerspective + kNoFog + kCameraAtOrigin;
 inline const std::string kFrameEnd = "Lightfv LIGHT1 POSITION 0 0 1 0\n";

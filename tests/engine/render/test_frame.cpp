@@ -4,10 +4,9 @@
 #include <string>
 
 #include "engine/render/frame_test.h"
-#include "engine/render/material_stand_in.h"
 #include "support/scene_builder.h"
 
-/// The camera's x of each clip that was set, in order, each behind a space: what tells clips apart.
+/// The camera's x of each clip that was set, in order, each after a space: what tells clips apart.
 static std::string CamerasSeen(const std::string& calls)
 {
     std::string seen;
@@ -80,7 +79,7 @@ TEST_F(FrameTest, TheEndTickOfAClipBelongsToIt)
     EXPECT_EQ(drawn, 0u);
 }
 
-TEST_F(FrameTest, AClipThatBeginsOnASecondTakesTheEndTickOfTheOneBefore)
+TEST_F(FrameTest, AClipFromASecondOnTakesTheEndTickBeforeIt)
 {
     // The search of that second begins at the later clip.
     SetConstant(&timeline->cameraX, 0, AddClip(timeline, 0, 0, 100, 1), 1.0f);
@@ -122,12 +121,12 @@ TEST_F(FrameTest, AClipWithoutASceneSetsItsStateAllTheSame)
     EXPECT_EQ(drawn, 0u);
 }
 
-TEST_F(FrameTest, ADroppedClipIsPassedOverAndTheNextMeasuresFromTickZero)
+TEST_F(FrameTest, AfterADroppedClipTheNextMeasuresFromTickZero)
 {
     SetConstant(&timeline->cameraX, 0, AddClip(timeline, 0, 0, 110, 1), 1.0f);
     SetConstant(&timeline->cameraX, 0, AddClip(timeline, 0, 0, 50, 1), 2.0f);
     const uint32_t third = AddClip(timeline, 0, 0, 140, 1); // 160 to 300
-    timeline->cameraX.slot[0][third] = AddLinearEnvelope(&tables, 1.0f, 0.0f);
+    timeline->cameraX.slot[0][third] = AddLinearEnvelope(&piece, 1.0f, 0.0f);
     timeline->cameraX.dynamic[0][third] = 1;
     EXPECT_EQ(timeline->clipEnd[0][1], 0u);
     EXPECT_EQ(CamerasSeen(Render(110)), " 1");
@@ -190,7 +189,7 @@ TEST_F(FrameTest, AFieldOfViewMayMove)
 {
     const uint32_t clip = AddClip(timeline, 0, 0, 1000, 1);
     timeline->projectionKind[0][clip] = kProjectionAnimatedFov;
-    timeline->fov[0][clip] = AddLinearEnvelope(&tables, 0.5f, 35.0f);
+    timeline->fov[0][clip] = AddLinearEnvelope(&piece, 0.5f, 35.0f);
     const std::string head = kWindow + "Enable DEPTH_TEST\n"
                                        "MatrixMode PROJECTION\n"
                                        "LoadIdentity\n";
@@ -206,17 +205,15 @@ TEST_F(FrameTest, AFieldOfViewMovesWithTheClipsOwnTimeAndItsOffset)
     const uint32_t clip = AddClip(timeline, 0, 30, 500, 1);
     timeline->offset[0][clip] = 1000;
     timeline->projectionKind[0][clip] = kProjectionAnimatedFov;
-    timeline->fov[0][clip] = AddLinearEnvelope(&tables, 0.0625f, 24.375f);
+    timeline->fov[0][clip] = AddLinearEnvelope(&piece, 0.0625f, 24.375f);
     EXPECT_EQ(Render(80), kWindow + kPlainClip + kFrameEnd); // 90 degrees at 1050
-    EXPECT_EQ(GetRecord<Envelope>(1, tables.envelopes)->lastTime, 1050u);
+    EXPECT_EQ(EnvelopeTime(&piece, 1), 1050u);
 }
 
 TEST_F(FrameTest, TheAspectIsTheCallers)
 {
     AddClip(timeline, 0, 0, 100, 1);
-    RenderFrame(timeline, tables.scenes, tables.materials, tables.lights, tables.textures,
-                tables.envelopes, 1.3333334f, tables.effects, tables.models, tables.bitmaps,
-                tables.genMeshes, 50, 640, 480, 0, 0, 0, 0);
+    RenderPlain({1.3333334f, 50, 640, 480});
     EXPECT_NE(TakeGlCalls().find("LoadMatrixf 0.75 0 0 0 0 1 "), std::string::npos);
 }
 
@@ -246,7 +243,7 @@ TEST_F(FrameTest, CameraValuesMoveWithTheClipsOwnTimeAndItsOffset)
     AddClip(timeline, 0, 0, 150, 1);
     const uint32_t clip = AddClip(timeline, 0, 30, 500, 1);
     timeline->offset[0][clip] = 1000;
-    const uint32_t envelope = AddLinearEnvelope(&tables, 1.0f, 0.0f);
+    const uint32_t envelope = AddLinearEnvelope(&piece, 1.0f, 0.0f);
     for (ClipValues* values : {&timeline->cameraX, &timeline->cameraY, &timeline->cameraZ,
                                &timeline->cameraRotX, &timeline->cameraRotY, &timeline->cameraRotZ})
     {
@@ -267,7 +264,7 @@ TEST_F(FrameTest, AnOffsetMayRunBackwards)
 {
     const uint32_t clip = AddClip(timeline, 0, 0, 500, 1);
     timeline->offset[0][clip] = static_cast<uint32_t>(-100);
-    SetEnvelope(&timeline->cameraX, 0, clip, AddLinearEnvelope(&tables, 1.0f, 0.0f));
+    SetEnvelope(&timeline->cameraX, 0, clip, AddLinearEnvelope(&piece, 1.0f, 0.0f));
     EXPECT_EQ(CamerasSeen(Render(250)), " 150");
     // Before the offset the time wraps.
     EXPECT_EQ(CamerasSeen(Render(50)), " 4294967296");
@@ -291,25 +288,25 @@ class FogTest : public FrameTest
     /// A material with the constants 0.1, 0.2, 0.3 and 0.4.
     Material* AddMaterial(uint32_t type)
     {
-        Material* material = AddRecord<Material>(tables.materials);
+        Material* material = AddRecord<Material>(piece.document.materials);
         material->type = type;
         const float values[] = {0.1f, 0.2f, 0.3f, 0.4f};
         for (uint32_t i = 0; i < 4; ++i)
         {
             material->params[i] = FloatSlot(values[i]);
         }
-        timeline->fogColourMaterial[0][0] = tables.materials->count;
+        timeline->fogColorMaterial[0][0] = piece.document.materials->count;
         return material;
     }
 
-    static std::string FrameWithFog(const std::string& colour, const std::string& values)
+    static std::string FrameWithFog(const std::string& color, const std::string& values)
     {
         return kWindow + kPerspective +
                "Enable FOG\n"
                "Fogi FOG_MODE LINEAR\n"
                "Hint FOG_HINT DONT_CARE\n"
                "Fogfv FOG_COLOR " +
-               colour + "\n" + values + kCameraAtOrigin + kFrameEnd;
+               color + "\n" + values + kCameraAtOrigin + kFrameEnd;
     }
 };
 
@@ -322,7 +319,7 @@ TEST_F(FogTest, FogWithoutAMaterialIsWhite)
     EXPECT_EQ(Render(50), FrameWithFog("1 1 1 1", kFogConstants));
 }
 
-TEST_F(FogTest, FogTakesTheColourOfAPlainMaterial)
+TEST_F(FogTest, FogTakesTheColorOfAPlainMaterial)
 {
     AddMaterial(0);
     EXPECT_EQ(Render(50), FrameWithFog("0.1 0.2 0.3 0.4", kFogConstants));
@@ -337,41 +334,41 @@ TEST_F(FogTest, FogOfAnyOtherMaterialIsWhite)
     }
 }
 
-TEST_F(FogTest, EachChannelOfTheColourHasItsOwnBit)
+TEST_F(FogTest, EachChannelOfTheColorHasItsOwnBit)
 {
     const struct
     {
         uint8_t bit;
-        const char* colour;
+        const char* color;
     } cases[] = {
         {0x80, "0.5 0.2 0.3 0.4"},
         {0x40, "0.1 0.5 0.3 0.4"},
         {0x20, "0.1 0.2 0.5 0.4"},
         {0x10, "0.1 0.2 0.3 0.5"},
     };
-    const uint32_t envelope = AddLinearEnvelope(&tables, 0.01f, 0.0f);
+    const uint32_t envelope = AddLinearEnvelope(&piece, 0.01f, 0.0f);
     for (uint32_t i = 0; i < 4; ++i)
     {
         Material* material = AddMaterial(0);
         material->params[i] = envelope;
         material->dynamicMask[0] = cases[i].bit;
-        EXPECT_EQ(Render(50), FrameWithFog(cases[i].colour, kFogConstants)) << i;
+        EXPECT_EQ(Render(50), FrameWithFog(cases[i].color, kFogConstants)) << i;
     }
 }
 
 TEST_F(FogTest, FogMovesWithTheClipsTime)
 {
     timeline->offset[0][0] = 100;
-    SetEnvelope(&timeline->fogDensity, 0, 0, AddLinearEnvelope(&tables, 1.0f, 0.0f));
-    SetEnvelope(&timeline->fogStart, 0, 0, AddLinearEnvelope(&tables, 2.0f, 0.0f));
-    SetEnvelope(&timeline->fogEnd, 0, 0, AddLinearEnvelope(&tables, 4.0f, 0.0f));
+    SetEnvelope(&timeline->fogDensity, 0, 0, AddLinearEnvelope(&piece, 1.0f, 0.0f));
+    SetEnvelope(&timeline->fogStart, 0, 0, AddLinearEnvelope(&piece, 2.0f, 0.0f));
+    SetEnvelope(&timeline->fogEnd, 0, 0, AddLinearEnvelope(&piece, 4.0f, 0.0f));
     Material* material = AddMaterial(0);
-    material->params[3] = AddLinearEnvelope(&tables, 0.0f, 0.75f);
+    material->params[3] = AddLinearEnvelope(&piece, 0.0f, 0.75f);
     material->dynamicMask[0] = 0x10;
     EXPECT_EQ(Render(50), FrameWithFog("0.1 0.2 0.3 0.75", "Fogf FOG_DENSITY 150\n"
                                                            "Fogf FOG_START 300\n"
                                                            "Fogf FOG_END 600\n"));
-    EXPECT_EQ(GetRecord<Envelope>(4, tables.envelopes)->lastTime, 150u);
+    EXPECT_EQ(EnvelopeTime(&piece, 4), 150u);
 }
 
 TEST_F(FogTest, FogIsOnForEveryModeAboveZero)
@@ -388,13 +385,26 @@ TEST_F(FogTest, FogIsOnForEveryModeAboveZero)
 
 // Scenes.
 
-TEST_F(FrameTest, AnObjectIsDrawnBehindProjectionFogAndCamera)
+/// Adds a material whose reflection, of bitmap 1, turns with the camera and whose red is the time.
+/// @return its id
+static uint32_t AddReflection(TestPiece* piece)
+{
+    Material* material = AddRecord<Material>(piece->document.materials);
+    material->type = 11;
+    material->refs[0] = 1;
+    material->params[0] = AddLinearEnvelope(piece, 1.0f, 0.0f);
+    material->dynamicMask[0] = 0x80;
+    material->params[4] = FloatSlot(1.0f);
+    return piece->document.materials->count;
+}
+
+TEST_F(FrameTest, AnObjectIsDrawnAfterProjectionFogAndCamera)
 {
     MeshArrays triangle = MakeMeshArrays(3);
     NameMeshArrays(triangle, "model");
-    AddModel(&tables, &triangle, 1);
-    const uint32_t n = AddObject(GetRecord<Scene>(2, tables.scenes), kObjectModel, 1, 77);
-    GetRecord<Scene>(2, tables.scenes)->positionX.slot[n] = FloatSlot(5.0f);
+    AddModel(&piece, &triangle, 1);
+    const uint32_t n = AddObject(GetScene(2), kObjectModel, 1, 0);
+    GetScene(2)->positionX.slot[n] = FloatSlot(5.0f);
     const uint32_t clip = AddClip(timeline, 0, 0, 100, 2);
     SetConstant(&timeline->cameraZ, 0, clip, -9.0f);
     SetConstant(&timeline->cameraRotY, 0, clip, 45.25f);
@@ -409,7 +419,6 @@ TEST_F(FrameTest, AnObjectIsDrawnBehindProjectionFogAndCamera)
                               "EnableClientState VERTEX_ARRAY\n"
                               "VertexPointer 3 FLOAT 0 model.vertices\n"
                               "NormalPointer FLOAT 0 model.normals\n"
-                              "SetMaterial 77 at 50 vbo 0 pbo 0 dot3 0 heading 45.25\n"
                               "PushMatrix\n"
                               "Translatef 5 0 0\n"
                               "Rotatef 0 1 0 0\n"
@@ -424,11 +433,24 @@ TEST_F(FrameTest, AnObjectIsDrawnBehindProjectionFogAndCamera)
     EXPECT_EQ(drawn, 1u);
 }
 
-TEST_F(FrameTest, EachFlagReachesItsPlace)
+TEST_F(FrameTest, EachFeatureReachesItsPlace)
 {
     MeshArrays triangle = MakeMeshArrays(3);
-    AddModel(&tables, &triangle, 1);
-    AddObject(GetRecord<Scene>(2, tables.scenes), kObjectModel, 1, 77);
+    AddModel(&piece, &triangle, 1);
+    Effect2D effect = {"", kEffectPlasma, 64, 64, 8, {}};
+    uint32_t glTexture;
+    glGenTextures(1, &glTexture);
+    glBindTexture(GL_TEXTURE_2D, glTexture);
+    glTexImage2D(GL_TEXTURE_2D, 0, 1, 64, 64, 0, GL_LUMINANCE, GL_UNSIGNED_BYTE, nullptr);
+    uint32_t pixelBuffer;
+    glGenBuffers(1, &pixelBuffer);
+    AddEffect(&piece, effect, glTexture, pixelBuffer);
+    AddRecord<Material>(piece.document.materials)->type = 14;
+    Material* material = AddRecord<Material>(piece.document.materials);
+    material->type = 6;
+    material->effectRefs[0] = 1;
+    AddObject(GetScene(2), kObjectModel, 1, 1);
+    AddObject(GetScene(2), kObjectModel, 1, 2);
     SetTarget(0, AddClip(timeline, 0, 0, 100, 2), kPassTextureQuarter, AddBitmap(32, 32));
     for (int32_t flags = 0; flags < 16; ++flags)
     {
@@ -436,51 +458,43 @@ TEST_F(FrameTest, EachFlagReachesItsPlace)
         const int32_t pbo = flags >> 1 & 1;
         const int32_t npot = flags >> 2 & 1;
         const int32_t dot3 = flags >> 3;
-        RenderFrame(timeline, tables.scenes, tables.materials, tables.lights, tables.textures,
-                    tables.envelopes, 1.0f, tables.effects, tables.models, tables.bitmaps,
-                    tables.genMeshes, 50, 640, 480, vbo, pbo, npot, dot3);
+        piece.features = {vbo, pbo, npot, dot3};
+        piece.state.demo.effects[0].lastUpdate = kEffectNeverUpdated;
+        RenderPlain({1.0f, 50, 640, 480});
         const std::string calls = TakeGlCalls();
-        char material[64];
-        snprintf(material, sizeof(material), "SetMaterial 77 at 50 vbo %d pbo %d dot3 %d ", vbo,
-                 pbo, dot3);
-        EXPECT_NE(calls.find(material), std::string::npos) << calls;
-        const char* viewport = npot != 0 ? "Viewport 0 0 320 240\n" : "Viewport 0 0 256 128\n";
-        EXPECT_NE(calls.find(viewport), std::string::npos) << calls;
-        EXPECT_EQ(GlRefusedCalls(), 0u);
+        EXPECT_EQ(calls.find("BindBufferARB ARRAY_BUFFER 1\n") != std::string::npos, vbo != 0);
+        EXPECT_EQ(calls.find("MapBuffer PIXEL_UNPACK_BUFFER") != std::string::npos, pbo != 0);
+        EXPECT_EQ(calls.find("Viewport 0 0 320 240\n") != std::string::npos, npot != 0);
+        EXPECT_EQ(calls.find("Viewport 0 0 256 128\n") != std::string::npos, npot == 0);
+        EXPECT_EQ(calls.find("BlendFunc ONE ONE\n") != std::string::npos, dot3 != 0);
         // In a run buffer objects are in use or they are not.
         glBindBuffer(GL_ARRAY_BUFFER, 0);
         glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0);
+        TakeGlCalls();
     }
 }
 
-TEST_F(FrameTest, AnObjectGetsTheClipsTimeFlagsAndHeading)
+TEST_F(FrameTest, AnObjectGetsTheClipsTimeAndHeading)
 {
-    GenMesh* genMesh = AddRecord<GenMesh>(tables.genMeshes);
-    genMesh->type = 99;
-    Scene* scene = GetRecord<Scene>(2, tables.scenes);
-    scene->objectCount = 1;
-    scene->objectKind[0] = kObjectGenMesh;
-    scene->objectId[0] = 1;
-    scene->materialId[0] = 77;
+    MeshArrays triangle = MakeMeshArrays(3);
+    AddStillGenMesh(&piece, MakeMesh(&triangle, 1));
+    AddBitmap(4, 4);
+    AddObject(GetScene(2), kObjectGenMesh, 1, AddReflection(&piece));
 
     const uint32_t clip = AddClip(timeline, 0, 20, 100, 2);
     timeline->offset[0][clip] = 300;
     SetConstant(&timeline->cameraRotX, 0, clip, 1.0f);
     SetConstant(&timeline->cameraRotY, 0, clip, 45.0f);
     SetConstant(&timeline->cameraRotZ, 0, clip, 3.0f);
-    drawn = RenderFrame(timeline, tables.scenes, tables.materials, tables.lights, tables.textures,
-                        tables.envelopes, 1.0f, tables.effects, tables.models, tables.bitmaps,
-                        tables.genMeshes, 50, 640, 480, 1, 1, 0, 1);
+    piece.features = {1, 1, 0, 1};
+    RenderPlain({1.0f, 50, 640, 480});
     const std::string calls = TakeGlCalls();
     EXPECT_EQ(drawn, 1u);
     // Buffers are in use, but not for a generated mesh.
     EXPECT_NE(calls.find("\nBindBufferARB ARRAY_BUFFER 0\n"), std::string::npos) << calls;
-    EXPECT_NE(calls.find("\nSetMaterial 77 at 330 vbo 0 pbo 1 dot3 1 heading 45\n"),
-              std::string::npos)
+    EXPECT_NE(calls.find("\nColor4f 330 0 0 0\n"), std::string::npos) << calls;
+    EXPECT_NE(calls.find("\nRotatef -45 0 0 1\nTranslatef -0.5 -0.5 0\n"), std::string::npos)
         << calls;
-    EXPECT_EQ(materialTables,
-              (std::vector<const ObjectTable*>{tables.materials, tables.lights, tables.textures,
-                                               tables.envelopes, tables.effects, tables.bitmaps}));
 }
 
 TEST_F(FrameTest, TheSameSceneCountsEachTimeThatItIsDrawn)
@@ -496,19 +510,19 @@ TEST_F(FrameTest, TheSameSceneCountsEachTimeThatItIsDrawn)
 TEST_F(FrameTest, AFrameLeavesTheCallersPlaceAlone)
 {
     AddClip(timeline, 0, 0, 100, 1);
-    CurrentPlace = {"demo.xmlz", 3, 14, 15};
+    piece.faults.place = {"loading.xmlz", Section::kEnvelopes, 14, 15, 16, 17};
     Render(50);
-    EXPECT_STREQ(CurrentPlace.document, "demo.xmlz");
-    EXPECT_EQ(CurrentPlace.section, 3);
-    EXPECT_EQ(CurrentPlace.item, 14u);
-    EXPECT_EQ(CurrentPlace.part, 15u);
+    EXPECT_STREQ(piece.faults.place.document, "loading.xmlz");
+    EXPECT_EQ(piece.faults.place.section, Section::kEnvelopes);
+    EXPECT_EQ(piece.faults.place.item, 14u);
+    EXPECT_EQ(piece.faults.place.part, 15u);
+    EXPECT_EQ(piece.faults.place.line, 16);
+    EXPECT_EQ(piece.faults.place.column, 17);
 }
 
-// Faults.
+// Faults. After one OpenGL is called no more.
 
-static const std::string kFaultAtClip = "^quorvale: demo.xmlz, section 10 \\(timeline\\), row 3, "
-                                        "clip 2: ";
-
+/// Clip 2 of row 3 is at fault, after a clip of row 1 without a scene.
 class FaultyClipTest : public FrameTest
 {
   protected:
@@ -519,64 +533,75 @@ class FaultyClipTest : public FrameTest
         AddClip(timeline, 2, 0, 150, 0);
         AddClip(timeline, 2, 0, 150, 0);
     }
+
+    /// @return the calls of the faulty clip alone
+    std::string CallsOfClip(const std::string& words)
+    {
+        const std::string calls = RenderToFault(200, "section 10 (timeline), row 3, clip 2", words);
+        const std::string before = kWindow + kPlainClip;
+        EXPECT_EQ(calls.substr(0, before.size()), before);
+        return calls.substr(before.size());
+    }
 };
 
-using FaultyClipDeathTest = FaultyClipTest;
+static const std::string kFogBegins = "Enable FOG\n"
+                                      "Fogi FOG_MODE LINEAR\n"
+                                      "Hint FOG_HINT DONT_CARE\n";
 
-TEST_F(FaultyClipDeathTest, ASceneWithoutARecordEndsTheProgram)
+TEST_F(FaultyClipTest, ASceneWithoutARecordIsAFault)
 {
     for (uint32_t id : {4u, 4097u, 4294967295u})
     {
         timeline->sceneId[2][1] = id;
-        EXPECT_EXIT(Render(200), testing::ExitedWithCode(1),
-                    kFaultAtClip + "scene " + std::to_string(static_cast<int32_t>(id)) +
-                        " does not exist\n$");
+        EXPECT_EQ(
+            CallsOfClip("scene " + std::to_string(static_cast<int32_t>(id)) + " does not exist"),
+            kWindow + kPlainClip);
     }
 }
 
-TEST_F(FaultyClipDeathTest, AnEnvelopeWithoutARecordEndsTheProgram)
+TEST_F(FaultyClipTest, AnEnvelopeWithoutARecordIsAFault)
 {
     SetEnvelope(&timeline->cameraRotZ, 2, 1, 9);
-    EXPECT_EXIT(Render(200), testing::ExitedWithCode(1),
-                kFaultAtClip + "envelope 9 does not exist\n$");
+    EXPECT_EQ(CallsOfClip("envelope 9 does not exist"), kWindow);
     SetConstant(&timeline->cameraRotZ, 2, 1, 0.0f);
 
     timeline->projectionKind[2][1] = kProjectionAnimatedFov;
     timeline->fov[2][1] = 8;
-    EXPECT_EXIT(Render(200), testing::ExitedWithCode(1),
-                kFaultAtClip + "envelope 8 does not exist\n$");
-    timeline->projectionKind[2][1] = kProjectionOrthographic;
+    EXPECT_EQ(CallsOfClip("envelope 8 does not exist"), kWindow + "Enable DEPTH_TEST\n");
+    timeline->projectionKind[2][1] = kProjectionPerspective;
+    timeline->fov[2][1] = FloatSlot(90.0f);
 
     timeline->fogMode[2][1] = 1;
     SetEnvelope(&timeline->fogEnd, 2, 1, 7);
-    EXPECT_EXIT(Render(200), testing::ExitedWithCode(1),
-                kFaultAtClip + "envelope 7 does not exist\n$");
+    EXPECT_EQ(CallsOfClip("envelope 7 does not exist"), kWindow + kPerspective + kFogBegins +
+                                                            "Fogfv FOG_COLOR 1 1 1 1\n"
+                                                            "Fogf FOG_DENSITY 0\n"
+                                                            "Fogf FOG_START 0\n");
 }
 
-TEST_F(FaultyClipDeathTest, AFogMaterialWithoutARecordEndsTheProgram)
+TEST_F(FaultyClipTest, AFogMaterialWithoutARecordIsAFault)
 {
     timeline->fogMode[2][1] = 1;
-    timeline->fogColourMaterial[2][1] = 6;
-    EXPECT_EXIT(Render(200), testing::ExitedWithCode(1),
-                kFaultAtClip + "material 6, the colour of the fog, does not exist\n$");
+    timeline->fogColorMaterial[2][1] = 6;
+    EXPECT_EQ(CallsOfClip("material 6, the colour of the fog, does not exist"),
+              kWindow + kPerspective + kFogBegins);
 }
 
-TEST_F(FaultyClipDeathTest, AFogColourWithoutAnEnvelopeEndsTheProgram)
+TEST_F(FaultyClipTest, AFogColorWithoutAnEnvelopeIsAFault)
 {
-    Material* material = AddRecord<Material>(tables.materials);
+    Material* material = AddRecord<Material>(piece.document.materials);
     material->params[2] = 5;
     material->dynamicMask[0] = 0x20;
     timeline->fogMode[2][1] = 1;
-    timeline->fogColourMaterial[2][1] = 1;
-    EXPECT_EXIT(Render(200), testing::ExitedWithCode(1),
-                kFaultAtClip + "envelope 5 does not exist\n$");
+    timeline->fogColorMaterial[2][1] = 1;
+    EXPECT_EQ(CallsOfClip("envelope 5 does not exist"), kWindow + kPerspective + kFogBegins);
     material->type = 1; // then it is white, whatever the parameters are
     Render(200);
 }
 
-TEST_F(FaultyClipDeathTest, TheCameraIsResolvedFirstThenFieldOfViewAndFog)
+TEST_F(FaultyClipTest, TheCameraIsResolvedFirstThenFieldOfViewAndFog)
 {
-    Material* material = AddRecord<Material>(tables.materials);
+    Material* material = AddRecord<Material>(piece.document.materials);
     ClipValues* camera[] = {&timeline->cameraX,    &timeline->cameraY,    &timeline->cameraZ,
                             &timeline->cameraRotX, &timeline->cameraRotY, &timeline->cameraRotZ};
     ClipValues* fog[] = {&timeline->fogDensity, &timeline->fogStart, &timeline->fogEnd};
@@ -587,7 +612,7 @@ TEST_F(FaultyClipDeathTest, TheCameraIsResolvedFirstThenFieldOfViewAndFog)
     timeline->projectionKind[2][1] = kProjectionAnimatedFov;
     timeline->fov[2][1] = 76;
     timeline->fogMode[2][1] = 1;
-    timeline->fogColourMaterial[2][1] = 1;
+    timeline->fogColorMaterial[2][1] = 1;
     material->dynamicMask[0] = 0xF0;
     for (uint32_t i = 0; i < 4; ++i)
     {
@@ -600,8 +625,7 @@ TEST_F(FaultyClipDeathTest, TheCameraIsResolvedFirstThenFieldOfViewAndFog)
 
     const auto expectFault = [this](uint32_t envelope)
     {
-        EXPECT_EXIT(Render(200), testing::ExitedWithCode(1),
-                    kFaultAtClip + "envelope " + std::to_string(envelope) + " does not exist\n$");
+        CallsOfClip("envelope " + std::to_string(envelope) + " does not exist");
     };
     for (uint32_t i = 0; i < 6; ++i)
     {
@@ -623,17 +647,35 @@ TEST_F(FaultyClipDeathTest, TheCameraIsResolvedFirstThenFieldOfViewAndFog)
     Render(200);
 }
 
-TEST_F(FaultyClipDeathTest, AFaultInASceneNamesTheSceneAndItsObject)
+TEST_F(FaultyClipTest, AFaultInASceneNamesTheSceneAndItsObject)
 {
     timeline->sceneId[2][1] = 3;
-    Scene* scene = GetRecord<Scene>(3, tables.scenes);
+    Scene* scene = GetScene(3);
     scene->objectCount = 6;
     for (uint32_t n = 0; n < 6; ++n)
     {
         scene->objectKind[n] = 2; // draws nothing
     }
     scene->visibilityEnvelope[5] = 12;
-    EXPECT_EXIT(Render(200), testing::ExitedWithCode(1),
-                "^quorvale: demo.xmlz, section 9 \\(scenes\\), item 3, object 6: envelope 12 does "
-                "not exist\n$");
+    EXPECT_EQ(
+        RenderToFault(200, "section 9 (scenes), item 3, object 6", "envelope 12 does not exist"),
+        kWindow + kPlainClip + kWindow + kPlainClip);
+}
+
+TEST_F(FaultyClipTest, RowsAfterAFaultAreNotLookedAt)
+{
+    AddClip(timeline, 3, 0, 500, 1);
+    timeline->sceneId[2][1] = 4;
+    EXPECT_EQ(CallsOfClip("scene 4 does not exist"), kWindow + kPlainClip);
+}
+
+TEST_F(FaultyClipTest, AfterAFaultThePlaceIsTheCallersAgain)
+{
+    timeline->sceneId[2][1] = 4;
+    piece.faults.place = PlaceAt("loading.xmlz", Section::kMaterials, 2, 3);
+    CallsOfClip("scene 4 does not exist");
+    EXPECT_STREQ(piece.faults.place.document, "loading.xmlz");
+    EXPECT_EQ(piece.faults.place.section, Section::kMaterials);
+    EXPECT_EQ(piece.faults.place.item, 2u);
+    EXPECT_EQ(piece.faults.place.part, 3u);
 }

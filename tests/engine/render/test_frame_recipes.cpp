@@ -1,4 +1,4 @@
-// Frames whose objects wear real recipes: what one sets, seen by the draw calls behind it.
+// Frames whose objects wear real recipes: what one sets, seen by the draw calls after it.
 
 #include <gtest/gtest.h>
 #include <sstream>
@@ -18,16 +18,16 @@ class FrameRecipesTest : public FrameTest
     {
         FrameTest::SetUp();
         NameMeshArrays(triangle, "model");
-        AddModel(&tables, &triangle, 1);
+        AddModel(&piece, &triangle, 1);
         AddBitmap(16, 16);
-        Light* light = AddRecord<Light>(tables.lights);
+        Light* light = AddRecord<Light>(piece.document.lights);
         for (uint32_t i = 0; i < 3; ++i)
         {
             light->position[i] = FloatSlot(static_cast<float>(i + 1));
         }
         for (uint32_t type = 0; type < kMaterialTypes; ++type)
         {
-            Material* material = AddRecord<Material>(tables.materials);
+            Material* material = AddRecord<Material>(piece.document.materials);
             material->type = type;
             material->refs[0] = 1;
         }
@@ -36,7 +36,7 @@ class FrameRecipesTest : public FrameTest
     /// Adds an object of recipe `type` at x = 5 to a scene.
     void AddTriangle(uint32_t sceneId, uint32_t type)
     {
-        Scene* scene = GetRecord<Scene>(sceneId, tables.scenes);
+        Scene* scene = GetScene(sceneId);
         const uint32_t n = AddObject(scene, kObjectModel, 1, type + 1);
         scene->positionX.slot[n] = FloatSlot(5.0f);
     }
@@ -61,7 +61,7 @@ class FrameRecipesTest : public FrameTest
     MeshArrays triangle = MakeMeshArrays(3);
 };
 
-TEST_F(FrameRecipesTest, OnlyRecipesWithoutDepthTestKeepItOffInAnOrthographicClip)
+TEST_F(FrameRecipesTest, DepthTestedRecipesTurnItOnInOrthographicClips)
 {
     timeline->projectionKind[0][AddClip(timeline, 0, 0, 100, 1)] = kProjectionOrthographic;
     AddTriangle(1, 19);

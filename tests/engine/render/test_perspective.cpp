@@ -9,7 +9,8 @@
 static std::string Load(float fov, float aspect, float nearPlane, float farPlane)
 {
     ResetGl();
-    LoadPerspective(fov, aspect, nearPlane, farPlane);
+    GlContext gl = {};
+    LoadPerspective(&gl, fov, aspect, nearPlane, farPlane);
     return TakeGlCalls();
 }
 

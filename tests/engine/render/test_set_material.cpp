@@ -1,43 +1,17 @@
 #include "engine/render/set_material.h"
 
-#include <cstring>
+#include <GL/glew.h>
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <immintrin.h>
 #include <initializer_list>
 #include <limits>
 #include <string>
-#include <vector>
 
 #include "engine/animation/animated_value.h"
-#include "engine/animation/envelope.h"
-#include "engine/animation/light.h"
-#include "engine/data/fault.h"
-#include "engine/render/effect2d.h"
-#include "engine/render/material.h"
-#include "engine/render/tex_coord_arrays.h"
-#include "engine/textures/bitmap_texture.h"
-#include "engine/textures/procedural_texture.h"
 #include "support/gl_state.h"
-#include "support/piece_tables.h"
 #include "support/recorded_gl.h"
-
-// In the place of the effects, whose own calls are no matter of the recipes.
-struct EffectUpdate
-{
-    uint32_t id;
-    ObjectTable* effects;
-    ObjectTable* envelopes;
-    uint32_t time;
-    int32_t useBuffer;
-    uint64_t callsBefore; // OpenGL calls since ResetGl
-};
-static std::vector<EffectUpdate> effectUpdates;
-
-void UpdateEffect2D(uint32_t id, ObjectTable* effects, ObjectTable* envelopes, uint32_t time,
-                    int32_t useBuffer)
-{
-    effectUpdates.push_back({id, effects, envelopes, time, useBuffer, GlCallCount()});
-}
+#include "support/test_piece.h"
 
 static const float firstTexCoords[2] = {0.0f, 1.0f};
 static const float secondTexCoords[2] = {1.0f, 0.0f};
@@ -50,7 +24,7 @@ static const float secondTexCoords[2] = {1.0f, 0.0f};
 #define NORMALIZE_ON "Enable NORMALIZE\n"
 #define NORMALIZE_OFF "Disable NORMALIZE\n"
 #define LIGHTING_OFF "Disable LIGHTING\n"
-#define COLOUR "Color4f 0.25 0.5 0.75 0.125\n"
+#define COLOR "Color4f 0.25 0.5 0.75 0.125\n"
 #define BLEND_ALPHA "BlendFunc SRC_ALPHA ONE_MINUS_SRC_ALPHA\n"
 #define BLEND_ADD "BlendFunc ONE ONE\n"
 #define TEXTURE_OFF "Disable TEXTURE_2D\n"
@@ -138,6 +112,19 @@ static const float secondTexCoords[2] = {1.0f, 0.0f};
 #define SPHERE_13 SPHERE("13")
 #define SPHERE_24 SPHERE("24")
 
+// What a refresh of effect 2 comes to.
+#define UPDATE_32                 \
+    "BindTexture TEXTURE_2D 32\n" \
+    "TexSubImage2D TEXTURE_2D 0 0 0 64 64 LUMINANCE UNSIGNED_BYTE ?\n"
+#define UPDATE_32_BY_BUFFER                                            \
+    "BindBuffer PIXEL_UNPACK_BUFFER 2\n"                               \
+    "BufferData PIXEL_UNPACK_BUFFER 4096 0 STREAM_DRAW\n"              \
+    "MapBuffer PIXEL_UNPACK_BUFFER WRITE_ONLY\n"                       \
+    "UnmapBuffer PIXEL_UNPACK_BUFFER\n"                                \
+    "BindTexture TEXTURE_2D 32\n"                                      \
+    "TexSubImage2D TEXTURE_2D 0 0 0 64 64 LUMINANCE UNSIGNED_BYTE 0\n" \
+    "BindBuffer PIXEL_UNPACK_BUFFER 0\n"
+
 #define DIRECTION "Lightfv LIGHT1 POSITION 0 0 1 0\n"
 
 #define IDENTITY           \
@@ -181,52 +168,49 @@ static constexpr uint32_t kRefs[kMaterialTypes][3] = {
     {},        // 23
 };
 
-/// One material of each recipe, id = type + 1, all of colour (0.25, 0.5, 0.75, 0.125) and with
+/// One material of each recipe, id = type + 1, all of color (0.25, 0.5, 0.75, 0.125) and with
 /// their references set: light 2, procedural texture 3 (OpenGL's 13), bitmaps 4 and 5 (24 and 25),
-/// effect 2 (32). No record that a recipe names has the id of another kind's.
+/// effect 2 (32). No record that a recipe names has the id of another kind's. The effects are up to
+/// date at the time.
 class SetMaterialTest : public testing::Test
 {
   protected:
     void SetUp() override
     {
         ResetGl();
-        effectUpdates.clear();
-        CurrentPlace = {"demo.xmlz", 10, 3, 4};
+        StartTestPiece(&piece);
+        piece.faults.place = PlaceAt("demo.xmlz", Section::kTimeline, 3, 4);
         NameGlPointer(firstTexCoords, "first");
         NameGlPointer(secondTexCoords, "second");
-        CurrentTexCoords = {firstTexCoords, secondTexCoords, 41, 42, 1};
-        CurrentTexCoordArrays = {};
-        tables = MakePieceTables();
-
-        for (int i = 0; i < 2; ++i)
-        {
-            AddLight();
-            AddEffect(31 + static_cast<uint32_t>(i));
-        }
+        uint32_t names[32];
+        glGenTextures(32, names);
         for (uint32_t i = 0; i < 5; ++i)
         {
-            AddRecord<ProceduralTexture>(tables.textures)->glTexture = 11 + i;
-            AddRecord<BitmapTexture>(tables.bitmaps)->glTexture = 21 + i;
+            AddTexture(&piece, 11 + i);
+            AddBitmap(&piece, {21 + i, 4, 4, 3});
+        }
+        for (uint32_t i = 0; i < 2; ++i)
+        {
+            AddLight();
+            AddPlasma(31 + i);
         }
         for (uint32_t type = 0; type < kMaterialTypes; ++type)
         {
             AddMaterial(type);
         }
+        TakeGlCalls();
     }
 
     void TearDown() override
     {
-        FreePieceTables(&tables);
-        CurrentPlace = {nullptr, kNoSection, 0, 0};
-        CurrentTexCoords = {};
-        CurrentTexCoordArrays = {};
+        FreeTestPiece(&piece);
         ResetGl();
     }
 
     void AddLight()
     {
-        Light* light = AddRecord<Light>(tables.lights);
-        bool isSecond = tables.lights->count == 2;
+        Light* light = AddRecord<Light>(piece.document.lights);
+        const bool isSecond = piece.document.lights->count == 2;
         for (uint32_t i = 0; i < 3 && isSecond; ++i)
         {
             light->position[i] = FloatSlot(static_cast<float>(i + 1));
@@ -235,16 +219,25 @@ class SetMaterialTest : public testing::Test
         }
     }
 
-    void AddEffect(uint32_t glTexture)
+    /// An effect of 64 by 64 pixels at 8 bits.
+    void AddPlasma(uint32_t glTexture)
     {
-        Effect2D* effect = AddRecord<Effect2D>(tables.effects);
-        effect->glTexture = glTexture;
-        effect->lastUpdate = kEffectNeverUpdated;
+        Effect2D effect = {};
+        effect.type = kEffectPlasma;
+        effect.width = 64;
+        effect.height = 64;
+        effect.bpp = 8;
+        glBindTexture(GL_TEXTURE_2D, glTexture);
+        glTexImage2D(GL_TEXTURE_2D, 0, 1, 64, 64, 0, GL_LUMINANCE, GL_UNSIGNED_BYTE, nullptr);
+        uint32_t pixelBuffer;
+        glGenBuffers(1, &pixelBuffer);
+        const uint32_t id = AddEffect(&piece, effect, glTexture, pixelBuffer);
+        piece.state.demo.effects[id - 1].lastUpdate = static_cast<int32_t>(time);
     }
 
     void AddMaterial(uint32_t type)
     {
-        Material* material = AddRecord<Material>(tables.materials);
+        Material* material = AddRecord<Material>(piece.document.materials);
         material->type = type;
         material->params[0] = FloatSlot(0.25f);
         material->params[1] = FloatSlot(0.5f);
@@ -261,13 +254,29 @@ class SetMaterialTest : public testing::Test
     /// The material of a recipe, to be changed.
     Material* Of(uint32_t type)
     {
-        return GetRecord<Material>(type + 1, tables.materials);
+        return GetRecord<Material>(type + 1, piece.document.materials);
+    }
+
+    /// What changes of an effect.
+    EffectState* StateOf(uint32_t effectId)
+    {
+        return &piece.state.demo.effects[effectId - 1];
+    }
+
+    /// Sets a material, which may meet a fault.
+    bool SetOrFail(uint32_t id)
+    {
+        piece.features = {vbo, pbo, 0, dot3};
+        const FrameSources sources = TestSources(&piece);
+        const MaterialRequest request = {
+            time, cameraRotY, {firstTexCoords, secondTexCoords, 41, 42, 1, vbo != 0}};
+        return SetMaterial(id, &sources, &request);
     }
 
     void Set(uint32_t id)
     {
-        SetMaterial(id, tables.materials, tables.lights, tables.textures, tables.envelopes,
-                    tables.effects, tables.bitmaps, time, vbo, pbo, dot3, cameraRotY);
+        EXPECT_TRUE(SetOrFail(id));
+        EXPECT_EQ(TakeFaults(&piece), "");
     }
 
     /// Sets the material of a recipe.
@@ -276,6 +285,17 @@ class SetMaterialTest : public testing::Test
     {
         TakeGlCalls();
         Set(type + 1);
+        return TakeGlCalls();
+    }
+
+    /// Sets the material of a recipe, which meets one fault.
+    /// @return the calls up to there
+    std::string CallsToFault(uint32_t type, const std::string& words)
+    {
+        TakeGlCalls();
+        EXPECT_FALSE(SetOrFail(type + 1));
+        EXPECT_EQ(TakeFaults(&piece), "quorvale: demo.xmlz, section 7 (materials), item " +
+                                          std::to_string(type + 1) + ": " + words + "\n");
         return TakeGlCalls();
     }
 
@@ -290,7 +310,7 @@ class SetMaterialTest : public testing::Test
         return state;
     }
 
-    PieceTables tables = {};
+    TestPiece piece = {};
     uint32_t time = 100;
     int32_t vbo = 0;
     int32_t pbo = 0;
@@ -298,11 +318,9 @@ class SetMaterialTest : public testing::Test
     float cameraRotY = 30.0f;
 };
 
-using SetMaterialDeathTest = SetMaterialTest;
-
 // The 24 recipes, with all their references.
 
-TEST_F(SetMaterialTest, Type0IsColour)
+TEST_F(SetMaterialTest, Type0IsColor)
 {
     EXPECT_EQ(Calls(0), "PolygonMode FRONT_AND_BACK FILL\n"
                         "Enable DEPTH_TEST\n"
@@ -320,7 +338,7 @@ TEST_F(SetMaterialTest, Type0IsColour)
                         "BlendFunc SRC_ALPHA ONE_MINUS_SRC_ALPHA\n");
 }
 
-TEST_F(SetMaterialTest, Type1IsLitColourAndLeavesTheCoordinateArrayOfUnit1)
+TEST_F(SetMaterialTest, Type1IsLitColorAndKeepsTheArrayOfUnit1)
 {
     EXPECT_EQ(Calls(1), "PolygonMode FRONT_AND_BACK FILL\n"
                         "Enable DEPTH_TEST\n"
@@ -341,20 +359,20 @@ TEST_F(SetMaterialTest, Type1IsLitColourAndLeavesTheCoordinateArrayOfUnit1)
                         "Lightfv LIGHT1 DIFFUSE 0.4 0.5 0.6 1\n");
 }
 
-TEST_F(SetMaterialTest, Type2IsAProceduralTextureThroughTheCombinerThatIsThere)
+TEST_F(SetMaterialTest, Type2IsAProceduralTextureByTheCombinerThere)
 {
     EXPECT_EQ(
         Calls(2),
-        FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ALPHA UNIT_1_OFF FLAT_13_REPEATED);
+        FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA UNIT_1_OFF FLAT_13_REPEATED);
 }
 
-TEST_F(SetMaterialTest, Type3IsALitProceduralTextureThroughTheCombinerThatIsThere)
+TEST_F(SetMaterialTest, Type3IsALitTextureByTheCombinerThere)
 {
     EXPECT_EQ(Calls(3),
-              FILL DEPTH_ON NORMALIZE_ON COLOUR BLEND_ALPHA LIGHT_2 UNIT_1_OFF FLAT_13_REPEATED);
+              FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ALPHA LIGHT_2 UNIT_1_OFF FLAT_13_REPEATED);
 }
 
-TEST_F(SetMaterialTest, Type4IsAProceduralEnvironmentThatTurnsLightingOffLate)
+TEST_F(SetMaterialTest, Type4IsAnEnvironmentThatTurnsLightingOffLate)
 {
     EXPECT_EQ(Calls(4), "PolygonMode FRONT_AND_BACK FILL\n"
                         "Enable DEPTH_TEST\n"
@@ -381,24 +399,27 @@ TEST_F(SetMaterialTest, Type4IsAProceduralEnvironmentThatTurnsLightingOffLate)
 
 TEST_F(SetMaterialTest, Type5IsALitProceduralEnvironment)
 {
-    EXPECT_EQ(Calls(5), FILL DEPTH_ON NORMALIZE_ON COLOUR BLEND_ALPHA LIGHT_2 UNIT_1_OFF SPHERE_13
+    EXPECT_EQ(Calls(5), FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ALPHA LIGHT_2 UNIT_1_OFF SPHERE_13
                             IDENTITY MODELVIEW);
 }
 
 TEST_F(SetMaterialTest, Type6IsAnEffectThatIsUpdatedBeforeUnit1GoesOff)
 {
-    pbo = 1;
-    EXPECT_EQ(Calls(6), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ALPHA UNIT_1_OFF
-                            COMBINE_M FLAT_32_REPEATED);
-
-    ASSERT_EQ(effectUpdates.size(), 1u);
-    EXPECT_EQ(effectUpdates[0].id, 2u);
-    EXPECT_EQ(effectUpdates[0].effects, tables.effects);
-    EXPECT_EQ(effectUpdates[0].envelopes, tables.envelopes);
-    EXPECT_EQ(effectUpdates[0].time, 100u);
-    EXPECT_EQ(effectUpdates[0].useBuffer, 1);
-    EXPECT_EQ(effectUpdates[0].callsBefore, 6u); // polygon mode to blend function
-    EXPECT_EQ(GetRecord<Effect2D>(2, tables.effects)->lastUpdate, 100);
+    Effect2D* effect = GetRecord<Effect2D>(2, piece.document.effects);
+    effect->paramEnvelope[0] = AddLinearEnvelope(&piece, 1.0f, 0.0f);
+    for (int32_t useBuffer : {0, 1})
+    {
+        pbo = useBuffer;
+        StateOf(2)->lastUpdate = kEffectNeverUpdated;
+        const std::string expected =
+            std::string(FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA) +
+            (useBuffer == 0 ? UPDATE_32 : UPDATE_32_BY_BUFFER) +
+            UNIT_1_OFF COMBINE_M FLAT_32_REPEATED;
+        EXPECT_EQ(Calls(6), expected);
+        EXPECT_EQ(EnvelopeTime(&piece, effect->paramEnvelope[0]), 100u);
+        EXPECT_EQ(StateOf(2)->lastUpdate, 100);
+    }
+    EXPECT_EQ(GlRefusedCalls(), 0u);
 }
 
 TEST_F(SetMaterialTest, Type7IsABitmap)
@@ -490,31 +511,32 @@ TEST_F(SetMaterialTest, Type8MultipliesTwoBitmapsAndEndsOnUnit1)
 
 TEST_F(SetMaterialTest, Type9IsALitBitmap)
 {
-    EXPECT_EQ(Calls(9), FILL DEPTH_ON NORMALIZE_ON COLOUR BLEND_ALPHA LIGHT_2 UNIT_1_OFF COMBINE_M
-                            FLAT_24_REPEATED);
+    EXPECT_EQ(
+        Calls(9),
+        FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ALPHA LIGHT_2 UNIT_1_OFF COMBINE_M FLAT_24_REPEATED);
 }
 
 TEST_F(SetMaterialTest, Type10IsAClampedBitmap)
 {
-    EXPECT_EQ(Calls(10), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ALPHA UNIT_1_OFF
+    EXPECT_EQ(Calls(10), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA UNIT_1_OFF
                              COMBINE_M FLAT_24_CLAMPED);
 }
 
-TEST_F(SetMaterialTest, Type11IsABitmapEnvironmentThatTurnsWithTheCamera)
+TEST_F(SetMaterialTest, Type11IsABitmapEnvironmentThatTurns)
 {
-    EXPECT_EQ(Calls(11), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ALPHA UNIT_1_OFF
+    EXPECT_EQ(Calls(11), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA UNIT_1_OFF
                              COMBINE_M SPHERE_24 TURNED DIRECTION MODELVIEW);
 }
 
-TEST_F(SetMaterialTest, Type12IsALitBitmapEnvironmentThatTurnsWithTheCamera)
+TEST_F(SetMaterialTest, Type12IsALitEnvironmentThatTurnsWithTheCamera)
 {
-    EXPECT_EQ(Calls(12), FILL DEPTH_ON NORMALIZE_ON COLOUR BLEND_ALPHA LIGHT_2 UNIT_1_OFF COMBINE_M
+    EXPECT_EQ(Calls(12), FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ALPHA LIGHT_2 UNIT_1_OFF COMBINE_M
                              SPHERE_24 TURNED MODELVIEW);
 }
 
 TEST_F(SetMaterialTest, Type13AddsAClampedBitmap)
 {
-    EXPECT_EQ(Calls(13), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ADD UNIT_1_OFF
+    EXPECT_EQ(Calls(13), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ADD UNIT_1_OFF
                              COMBINE_M FLAT_24_CLAMPED);
 }
 
@@ -569,40 +591,40 @@ TEST_F(SetMaterialTest, Type14AddsADotProductOfTwoBitmapsAndEndsOnUnit1)
 
 TEST_F(SetMaterialTest, Type15IsAClampedBitmapWhoseAlphaIsSquared)
 {
-    EXPECT_EQ(Calls(15), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ALPHA UNIT_1_OFF
+    EXPECT_EQ(Calls(15), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA UNIT_1_OFF
                              COMBINE_Q FLAT_24_CLAMPED);
 }
 
-TEST_F(SetMaterialTest, Type16AddsABitmapEnvironmentThroughTheCombinerThatIsThere)
+TEST_F(SetMaterialTest, Type16AddsABitmapEnvironment)
 {
-    EXPECT_EQ(Calls(16), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ADD UNIT_1_OFF
+    EXPECT_EQ(Calls(16), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ADD UNIT_1_OFF
                              SPHERE_24 TURNED DIRECTION MODELVIEW);
 }
 
 TEST_F(SetMaterialTest, Type17IsType15WithoutDepthTest)
 {
-    EXPECT_EQ(Calls(17), FILL DEPTH_OFF NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ALPHA UNIT_1_OFF
+    EXPECT_EQ(Calls(17), FILL DEPTH_OFF NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA UNIT_1_OFF
                              COMBINE_Q FLAT_24_CLAMPED);
 }
 
-TEST_F(SetMaterialTest, Type18AddsAClampedProceduralTextureWithoutDepthTest)
+TEST_F(SetMaterialTest, Type18AddsAClampedTextureWithoutDepthTest)
 {
-    EXPECT_EQ(Calls(18), FILL DEPTH_OFF NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ADD UNIT_1_OFF
+    EXPECT_EQ(Calls(18), FILL DEPTH_OFF NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ADD UNIT_1_OFF
                              COMBINE_M FLAT_13_CLAMPED);
 }
 
-TEST_F(SetMaterialTest, Type19IsColourWithoutDepthTest)
+TEST_F(SetMaterialTest, Type19IsColorWithoutDepthTest)
 {
-    EXPECT_EQ(Calls(19), FILL DEPTH_OFF NORMALIZE_OFF UNITS_OFF LIGHTING_OFF COLOUR BLEND_ALPHA);
+    EXPECT_EQ(Calls(19), FILL DEPTH_OFF NORMALIZE_OFF UNITS_OFF LIGHTING_OFF COLOR BLEND_ALPHA);
 }
 
-TEST_F(SetMaterialTest, Type20AddsAProceduralEnvironmentThroughTheCombinerThatIsThere)
+TEST_F(SetMaterialTest, Type20AddsAProceduralEnvironment)
 {
-    EXPECT_EQ(Calls(20), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ADD UNIT_1_OFF
+    EXPECT_EQ(Calls(20), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ADD UNIT_1_OFF
                              SPHERE_13 DIRECTION IDENTITY MODELVIEW);
 }
 
-TEST_F(SetMaterialTest, Type21AddsAnOpaqueColourWithoutDepthTest)
+TEST_F(SetMaterialTest, Type21AddsAnOpaqueColorWithoutDepthTest)
 {
     EXPECT_EQ(Calls(21), "PolygonMode FRONT_AND_BACK FILL\n"
                          "Disable DEPTH_TEST\n"
@@ -699,8 +721,7 @@ TEST_F(SetMaterialTest, NoRecordAndTypesFrom24OnChangeNothing)
         Set(id);
         EXPECT_EQ(TakeGlCalls(), "") << id;
     }
-    EXPECT_EQ(GlCallCount(), 0u);
-    EXPECT_EQ(effectUpdates.size(), 0u);
+    EXPECT_EQ(GlRefusedCalls(), 0u);
 }
 
 TEST_F(SetMaterialTest, ReferencesThatARecipeDoesNotUseAreNotLookedUp)
@@ -734,7 +755,7 @@ static std::string WithBuffer(std::string calls, const std::string& label,
                              "TexCoordPointer 2 FLOAT 0 0\n");
 }
 
-TEST_F(SetMaterialTest, WithBufferObjectsFlatTexturesTakeTheirCoordinatesFromTheFirstBuffer)
+TEST_F(SetMaterialTest, FlatTexturesTakeTheFirstCoordinateBuffer)
 {
     for (uint32_t type : {2u, 3u, 6u, 7u, 9u, 10u, 13u, 15u, 17u, 18u})
     {
@@ -745,7 +766,7 @@ TEST_F(SetMaterialTest, WithBufferObjectsFlatTexturesTakeTheirCoordinatesFromThe
     }
     vbo = 1;
     EXPECT_EQ(Calls(7),
-              FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ALPHA UNIT_1_OFF COMBINE_M
+              FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA UNIT_1_OFF COMBINE_M
               "BindTexture TEXTURE_2D 24\n"
               "TexParameterf TEXTURE_2D TEXTURE_WRAP_S REPEAT\n"
               "TexParameterf TEXTURE_2D TEXTURE_WRAP_T REPEAT\n"
@@ -786,7 +807,7 @@ TEST_F(SetMaterialTest, RecipesWithoutCoordinatesDoNotMindBufferObjects)
 
 // References of 0.
 
-TEST_F(SetMaterialTest, WithoutItsTextureAnUnlitRecipeEndsBehindTheBlend)
+TEST_F(SetMaterialTest, WithoutItsTextureAnUnlitRecipeEndsAfterTheBlend)
 {
     struct Case
     {
@@ -794,20 +815,20 @@ TEST_F(SetMaterialTest, WithoutItsTextureAnUnlitRecipeEndsBehindTheBlend)
         const char* calls;
     };
     const Case cases[] = {
-        {2, FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ALPHA TEXTURE_OFF},
-        {4, FILL DEPTH_ON NORMALIZE_OFF COLOUR BLEND_ALPHA TEXTURE_OFF}, // lighting untouched
-        {6, FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ALPHA TEXTURE_OFF},
-        {7, FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ALPHA TEXTURE_OFF},
-        {8, FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ALPHA TEXTURE_OFF},
-        {10, FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ALPHA TEXTURE_OFF},
-        {11, FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ALPHA TEXTURE_OFF},
-        {13, FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ADD TEXTURE_OFF},
-        {15, FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ALPHA TEXTURE_OFF},
-        {16, FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ADD TEXTURE_OFF},
-        {17, FILL DEPTH_OFF NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ALPHA TEXTURE_OFF},
-        {18, FILL DEPTH_OFF NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ADD TEXTURE_OFF},
-        {20, FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ADD TEXTURE_OFF},
-        {22, FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ADD TEXTURE_OFF},
+        {2, FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA TEXTURE_OFF},
+        {4, FILL DEPTH_ON NORMALIZE_OFF COLOR BLEND_ALPHA TEXTURE_OFF}, // lighting untouched
+        {6, FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA TEXTURE_OFF},
+        {7, FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA TEXTURE_OFF},
+        {8, FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA TEXTURE_OFF},
+        {10, FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA TEXTURE_OFF},
+        {11, FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA TEXTURE_OFF},
+        {13, FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ADD TEXTURE_OFF},
+        {15, FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA TEXTURE_OFF},
+        {16, FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ADD TEXTURE_OFF},
+        {17, FILL DEPTH_OFF NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA TEXTURE_OFF},
+        {18, FILL DEPTH_OFF NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ADD TEXTURE_OFF},
+        {20, FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ADD TEXTURE_OFF},
+        {22, FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ADD TEXTURE_OFF},
     };
     for (const Case& c : cases)
     {
@@ -815,13 +836,12 @@ TEST_F(SetMaterialTest, WithoutItsTextureAnUnlitRecipeEndsBehindTheBlend)
         Of(c.type)->effectRefs[0] = 0;
         EXPECT_EQ(Calls(c.type), c.calls) << c.type;
     }
-    EXPECT_EQ(effectUpdates.size(), 0u);
 }
 
-TEST_F(SetMaterialTest, WithoutItsTextureALitRecipeEndsBehindTheLight)
+TEST_F(SetMaterialTest, WithoutItsTextureALitRecipeEndsAfterTheLight)
 {
-    const char* added = FILL DEPTH_ON NORMALIZE_ON COLOUR BLEND_ADD LIGHT_2 TEXTURE_OFF;
-    const char* blended = FILL DEPTH_ON NORMALIZE_ON COLOUR BLEND_ALPHA LIGHT_2 TEXTURE_OFF;
+    const char* added = FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ADD LIGHT_2 TEXTURE_OFF;
+    const char* blended = FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ALPHA LIGHT_2 TEXTURE_OFF;
     for (uint32_t type : {3u, 5u, 9u, 12u, 14u})
     {
         Of(type)->refs[1] = 0;
@@ -836,12 +856,12 @@ TEST_F(SetMaterialTest, OneOfTwoBitmapsIsNoBitmap)
         Of(type)->refs[1] = 0;
     }
     Of(14)->refs[2] = 0;
-    EXPECT_EQ(Calls(8), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ALPHA TEXTURE_OFF);
-    EXPECT_EQ(Calls(22), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ADD TEXTURE_OFF);
-    EXPECT_EQ(Calls(14), FILL DEPTH_ON NORMALIZE_ON COLOUR BLEND_ADD LIGHT_2 TEXTURE_OFF);
+    EXPECT_EQ(Calls(8), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA TEXTURE_OFF);
+    EXPECT_EQ(Calls(22), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ADD TEXTURE_OFF);
+    EXPECT_EQ(Calls(14), FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ADD LIGHT_2 TEXTURE_OFF);
 }
 
-TEST_F(SetMaterialTest, WithoutItsLightALitRecipeTurnsLightingOffInTheLightsPlace)
+TEST_F(SetMaterialTest, WithoutItsLightALitRecipeTurnsLightingOff)
 {
     struct Case
     {
@@ -849,12 +869,12 @@ TEST_F(SetMaterialTest, WithoutItsLightALitRecipeTurnsLightingOffInTheLightsPlac
         const char* calls;
     };
     const Case cases[] = {
-        {3, FILL DEPTH_ON NORMALIZE_ON COLOUR BLEND_ALPHA LIGHTING_OFF UNIT_1_OFF FLAT_13_REPEATED},
-        {5, FILL DEPTH_ON NORMALIZE_ON COLOUR BLEND_ALPHA LIGHTING_OFF UNIT_1_OFF SPHERE_13 IDENTITY
+        {3, FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ALPHA LIGHTING_OFF UNIT_1_OFF FLAT_13_REPEATED},
+        {5, FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ALPHA LIGHTING_OFF UNIT_1_OFF SPHERE_13 IDENTITY
                 MODELVIEW},
-        {9, FILL DEPTH_ON NORMALIZE_ON COLOUR BLEND_ALPHA LIGHTING_OFF UNIT_1_OFF COMBINE_M
+        {9, FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ALPHA LIGHTING_OFF UNIT_1_OFF COMBINE_M
                 FLAT_24_REPEATED},
-        {12, FILL DEPTH_ON NORMALIZE_ON COLOUR BLEND_ALPHA LIGHTING_OFF UNIT_1_OFF COMBINE_M
+        {12, FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ALPHA LIGHTING_OFF UNIT_1_OFF COMBINE_M
                  SPHERE_24 TURNED MODELVIEW},
     };
     for (const Case& c : cases)
@@ -866,7 +886,7 @@ TEST_F(SetMaterialTest, WithoutItsLightALitRecipeTurnsLightingOffInTheLightsPlac
     Of(1)->refs[0] = 0;
     EXPECT_EQ(
         Calls(1), FILL DEPTH_ON NORMALIZE_ON SELECT_1 TEXTURE_OFF SELECT_0
-        "DisableClientState TEXTURE_COORD_ARRAY\n" TEXTURE_OFF COLOUR BLEND_ALPHA LIGHTING_OFF);
+        "DisableClientState TEXTURE_COORD_ARRAY\n" TEXTURE_OFF COLOR BLEND_ALPHA LIGHTING_OFF);
 
     std::string lit = Calls(14);
     Of(14)->refs[0] = 0;
@@ -874,12 +894,12 @@ TEST_F(SetMaterialTest, WithoutItsLightALitRecipeTurnsLightingOffInTheLightsPlac
     EXPECT_EQ(Calls(14), lit.replace(lit.find(light), light.size(), LIGHTING_OFF));
 }
 
-TEST_F(SetMaterialTest, AMaterialOfParametersOnlyDrawsItsColourUntexturedAndUnlit)
+TEST_F(SetMaterialTest, AMaterialOfParametersOnlyIsItsColor)
 {
     for (uint32_t type = 0; type < kMaterialTypes; ++type)
     {
-        memset(Of(type)->refs, 0, sizeof(Material::refs));
-        memset(Of(type)->effectRefs, 0, sizeof(Material::effectRefs));
+        std::fill_n(Of(type)->refs, kMaterialRefs, 0u);
+        std::fill_n(Of(type)->effectRefs, kMaterialRefs, 0u);
         GlState state = StateAfter({type});
         EXPECT_EQ(GlValue(state, "unit0 TEXTURE_2D"), "off") << type;
         EXPECT_EQ(GlValue(state, "LIGHTING"), type == 4 ? "unset" : "off") << type;
@@ -895,12 +915,12 @@ TEST_F(SetMaterialTest, DynamicParametersAreTheirEnvelopesAtTheTime)
     Material* material = Of(0);
     for (uint32_t i = 0; i < 4; ++i)
     {
-        material->params[i] = AddLinearEnvelope(&tables, 0.5f, static_cast<float>(i));
+        AddLinearEnvelope(&piece, 0.5f, static_cast<float>(i)); // ids 1 to 4
     }
     struct Case
     {
         uint8_t mask;
-        const char* colour;
+        const char* color;
     };
     const Case cases[] = {
         // at time 7, envelope n is 3.5 + n - 1
@@ -916,13 +936,13 @@ TEST_F(SetMaterialTest, DynamicParametersAreTheirEnvelopesAtTheTime)
         {
             material->params[i] = (c.mask & (0x80u >> i)) != 0 ? i + 1 : FloatSlot(constants[i]);
         }
-        EXPECT_EQ(GlValue(StateAfter({0}), "Color4f"), c.colour) << int{c.mask};
+        EXPECT_EQ(GlValue(StateAfter({0}), "Color4f"), c.color) << int{c.mask};
     }
 }
 
-TEST_F(SetMaterialTest, EveryRecipeResolvesItsColour)
+TEST_F(SetMaterialTest, EveryRecipeResolvesItsColor)
 {
-    uint32_t envelope = AddLinearEnvelope(&tables, 1.0f, 0.5f);
+    uint32_t envelope = AddLinearEnvelope(&piece, 1.0f, 0.5f);
     time = 2;
     for (uint32_t type = 0; type < kMaterialTypes; ++type)
     {
@@ -942,7 +962,7 @@ TEST_F(SetMaterialTest, OtherMaskBytesMeanNothingToARecipe)
     EXPECT_EQ(GlValue(StateAfter({0}), "Color4f"), "0.25 0.5 0.75 0.125");
 }
 
-TEST_F(SetMaterialTest, TheClampedAlphaRecipesTakeAlphaFromParameter3AlthoughNothingShowsIt)
+TEST_F(SetMaterialTest, ClampedAlphaRecipesTakeAlphaFromParameter3)
 {
     for (uint32_t type : {15u, 17u})
     {
@@ -971,7 +991,7 @@ TEST_F(SetMaterialTest, Type21IsOpaqueWhateverSlot3Holds)
 
 TEST_F(SetMaterialTest, TheLineWidthMayBeAnEnvelope)
 {
-    Of(23)->params[4] = AddLinearEnvelope(&tables, 0.25f, 1.0f);
+    Of(23)->params[4] = AddLinearEnvelope(&piece, 0.25f, 1.0f);
     Of(23)->dynamicMask[0] = 0x08;
     time = 6;
     EXPECT_EQ(GlValue(StateAfter({23}), "LineWidth"), "2.5");
@@ -985,8 +1005,8 @@ TEST_F(SetMaterialTest, TheLineWidthMayBeAnEnvelope)
 
 TEST_F(SetMaterialTest, TheLightIsResolvedAtTheTimeOfTheMaterial)
 {
-    Light* light = GetRecord<Light>(2, tables.lights);
-    light->position[0] = AddLinearEnvelope(&tables, 2.0f, 0.0f);
+    Light* light = GetRecord<Light>(2, piece.document.lights);
+    light->position[0] = AddLinearEnvelope(&piece, 2.0f, 0.0f);
     light->flagsB = 0x80;
     for (uint32_t type : {1u, 3u, 5u, 9u, 12u, 14u})
     {
@@ -1007,16 +1027,16 @@ TEST_F(SetMaterialTest, AReflectionThatDoesNotTurnHasAnIdentityMatrix)
         {
             Of(type)->params[4] = FloatSlot(zero);
         }
-        EXPECT_EQ(Calls(11), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ALPHA UNIT_1_OFF
+        EXPECT_EQ(Calls(11), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA UNIT_1_OFF
                                  COMBINE_M SPHERE_24 IDENTITY DIRECTION MODELVIEW);
-        EXPECT_EQ(Calls(12), FILL DEPTH_ON NORMALIZE_ON COLOUR BLEND_ALPHA LIGHT_2 UNIT_1_OFF
+        EXPECT_EQ(Calls(12), FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ALPHA LIGHT_2 UNIT_1_OFF
                                  COMBINE_M SPHERE_24 IDENTITY MODELVIEW);
-        EXPECT_EQ(Calls(16), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ADD UNIT_1_OFF
+        EXPECT_EQ(Calls(16), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ADD UNIT_1_OFF
                                  SPHERE_24 IDENTITY DIRECTION MODELVIEW);
     }
 }
 
-TEST_F(SetMaterialTest, AnyOtherValueTurnsTheReflectionByTheHeadingAboutTheTexturesCentre)
+TEST_F(SetMaterialTest, AnyOtherValueTurnsTheReflectionByTheHeading)
 {
     for (float value : {1.0f, -1.0f, 0.5f, 1e-30f, std::numeric_limits<float>::quiet_NaN()})
     {
@@ -1037,9 +1057,9 @@ TEST_F(SetMaterialTest, AnyOtherValueTurnsTheReflectionByTheHeadingAboutTheTextu
     EXPECT_EQ(m[1] * 1.0f + m[5] * 0.5f + m[13], 1.0f);
 }
 
-TEST_F(SetMaterialTest, ADynamicRotateValueIsNotEvaluatedAndTurnsTheReflection)
+TEST_F(SetMaterialTest, ADynamicRotateValueTurnsWithoutBeingEvaluated)
 {
-    uint32_t zero = AddLinearEnvelope(&tables, 0.0f, 0.0f);
+    uint32_t zero = AddLinearEnvelope(&piece, 0.0f, 0.0f);
     for (uint32_t type : {11u, 12u, 16u})
     {
         Of(type)->dynamicMask[0] = 0x08;
@@ -1056,7 +1076,7 @@ TEST_F(SetMaterialTest, ADynamicRotateValueIsNotEvaluatedAndTurnsTheReflection)
     }
 }
 
-TEST_F(SetMaterialTest, TinyValuesTurnTheReflectionWhateverTheProcessorTakesThemFor)
+TEST_F(SetMaterialTest, DenormalValuesTurnTheReflection)
 {
     Of(11)->params[4] = 1; // the id of an envelope, or 1.4e-45
     const uint32_t control = _mm_getcsr();
@@ -1069,62 +1089,71 @@ TEST_F(SetMaterialTest, TinyValuesTurnTheReflectionWhateverTheProcessorTakesThem
 
 // 2D effects.
 
+/// How often an effect was refreshed in a row of calls.
+static size_t CountUpdates(const std::string& calls)
+{
+    size_t count = 0;
+    for (size_t at = calls.find("TexSubImage2D"); at != std::string::npos;
+         at = calls.find("TexSubImage2D", at + 1))
+    {
+        count += 1;
+    }
+    return count;
+}
+
 TEST_F(SetMaterialTest, AnEffectIsUpdatedOncePerDistinctTime)
 {
-    Calls(6);
-    Calls(6);
-    EXPECT_EQ(effectUpdates.size(), 1u);
+    Effect2D* effect = GetRecord<Effect2D>(2, piece.document.effects);
+    effect->paramEnvelope[0] = AddLinearEnvelope(&piece, 1.0f, 0.0f);
+    StateOf(2)->lastUpdate = kEffectNeverUpdated;
+    EXPECT_EQ(CountUpdates(Calls(6)), 1u);
+    EXPECT_EQ(CountUpdates(Calls(6)), 0u);
     time = 101;
-    Calls(6);
+    EXPECT_EQ(CountUpdates(Calls(6)), 1u);
+    EXPECT_EQ(EnvelopeTime(&piece, effect->paramEnvelope[0]), 101u);
     time = 100; // backwards counts as well
-    Calls(6);
-    Calls(6);
-    EXPECT_EQ(effectUpdates.size(), 3u);
-    EXPECT_EQ(effectUpdates[1].time, 101u);
-    EXPECT_EQ(effectUpdates[2].time, 100u);
-    EXPECT_EQ(effectUpdates[2].useBuffer, 0);
+    EXPECT_EQ(CountUpdates(Calls(6)), 1u);
+    EXPECT_EQ(CountUpdates(Calls(6)), 0u);
+    EXPECT_EQ(EnvelopeTime(&piece, effect->paramEnvelope[0]), 100u);
 }
 
 TEST_F(SetMaterialTest, AnEffectOfTwoMaterialsIsUpdatedOnce)
 {
     AddMaterial(6);
-    Set(7);
-    Set(tables.materials->count);
-    EXPECT_EQ(effectUpdates.size(), 1u);
+    const uint32_t second = piece.document.materials->count - 1; // as a type's number
+    time = 7;
+    EXPECT_EQ(CountUpdates(Calls(6)), 1u);
+    EXPECT_EQ(CountUpdates(Calls(second)), 0u);
 
-    GetRecord<Material>(tables.materials->count, tables.materials)->effectRefs[0] = 1;
-    Set(tables.materials->count);
-    EXPECT_EQ(effectUpdates.size(), 2u);
-    EXPECT_EQ(effectUpdates[1].id, 1u);
+    Of(second)->effectRefs[0] = 1;
+    const std::string calls = Calls(second);
+    EXPECT_EQ(CountUpdates(calls), 1u);
+    EXPECT_NE(calls.find("BindTexture TEXTURE_2D 31\nTexSubImage2D"), std::string::npos);
 }
 
 TEST_F(SetMaterialTest, AFirstTimeOf65535TicksDoesNotUpdateAnEffect)
 {
+    StateOf(2)->lastUpdate = kEffectNeverUpdated;
     time = 65535;
-    std::string calls = Calls(6);
-    EXPECT_EQ(effectUpdates.size(), 0u);
-    EXPECT_EQ(calls, FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOUR BLEND_ALPHA UNIT_1_OFF
-                         COMBINE_M FLAT_32_REPEATED);
+    EXPECT_EQ(Calls(6), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA UNIT_1_OFF
+                            COMBINE_M FLAT_32_REPEATED);
     time = 65534;
-    Calls(6);
+    EXPECT_EQ(CountUpdates(Calls(6)), 1u);
     time = 65535;
-    Calls(6);
-    EXPECT_EQ(effectUpdates.size(), 2u);
+    EXPECT_EQ(CountUpdates(Calls(6)), 1u);
 }
 
 TEST_F(SetMaterialTest, TimesPast2To31AreKeptWhole)
 {
     time = 0xFFFFFF00;
-    Calls(6);
-    Calls(6);
-    ASSERT_EQ(effectUpdates.size(), 1u);
-    EXPECT_EQ(effectUpdates[0].time, 0xFFFFFF00u);
-    EXPECT_EQ(GetRecord<Effect2D>(2, tables.effects)->lastUpdate, -256);
+    EXPECT_EQ(CountUpdates(Calls(6)), 1u);
+    EXPECT_EQ(CountUpdates(Calls(6)), 0u);
+    EXPECT_EQ(StateOf(2)->lastUpdate, -256);
 }
 
 // Without DOT3.
 
-TEST_F(SetMaterialTest, WithoutDot3Type14DrawsTransparentBlackAndLooksNothingUp)
+TEST_F(SetMaterialTest, WithoutDot3Type14IsTransparentBlack)
 {
     dot3 = 0;
     const char* calls = FILL DEPTH_ON NORMALIZE_ON "Disable TEXTURE_2D\n"
@@ -1140,7 +1169,7 @@ TEST_F(SetMaterialTest, WithoutDot3Type14DrawsTransparentBlackAndLooksNothingUp)
     EXPECT_EQ(Calls(14), calls);
 }
 
-TEST_F(SetMaterialTest, WithoutDot3Type14KeepsTheBlendFunctionOfTheOneBefore)
+TEST_F(SetMaterialTest, WithoutDot3Type14KeepsTheBlendFunction)
 {
     dot3 = 0;
     EXPECT_EQ(GlValue(StateAfter({0, 14}), "BlendFunc"), "SRC_ALPHA ONE_MINUS_SRC_ALPHA");
@@ -1208,7 +1237,7 @@ TEST_F(SetMaterialTest, WireframeIsUndoneByEveryOtherRecipe)
     }
 }
 
-TEST_F(SetMaterialTest, AType24ObjectInheritsAllOfTheOneBeforePolygonModeIncluded)
+TEST_F(SetMaterialTest, AType24ObjectInheritsAllOfTheOneBefore)
 {
     AddMaterial(24);
     GlState wireframe = StateAfter({23});
@@ -1233,11 +1262,11 @@ TEST_F(SetMaterialTest, RecipesWithoutCombinerUseTheDefaultUntilOneIsSet)
         EXPECT_EQ(GlValue(afterBitmap, "unit0 SOURCE0_ALPHA"), "PRIMARY_COLOR") << type;
         EXPECT_EQ(GlValue(afterBitmap, "unit0 texture"), type == 16 ? "24" : "13") << type;
 
-        // Behind a cut-out they square their alpha too.
+        // After a cut-out they square their alpha too.
         GlState afterCutOut = StateAfter({15, type});
         EXPECT_EQ(GlValue(afterCutOut, "unit0 SOURCE0_ALPHA"), "TEXTURE") << type;
 
-        // Behind bump mapping they modulate plainly; its sources stand by unused.
+        // After bump mapping they modulate plainly; its sources stand by unused.
         GlState afterBump = StateAfter({7, 14, type});
         EXPECT_EQ(GlValue(afterBump, "unit0 TEXTURE_ENV_MODE"), "MODULATE") << type;
         EXPECT_EQ(GlValue(afterBump, "unit0 SOURCE0_RGB"), "TEXTURE") << type;
@@ -1245,7 +1274,7 @@ TEST_F(SetMaterialTest, RecipesWithoutCombinerUseTheDefaultUntilOneIsSet)
     }
 }
 
-TEST_F(SetMaterialTest, TwoBitmapsLeaveUnit1SelectedAndTheNextRecipePutsItRight)
+TEST_F(SetMaterialTest, TwoBitmapsLeaveUnit1ToTheNextRecipe)
 {
     for (uint32_t pair : {8u, 14u, 22u})
     {
@@ -1269,20 +1298,20 @@ TEST_F(SetMaterialTest, TwoBitmapsLeaveUnit1SelectedAndTheNextRecipePutsItRight)
             EXPECT_EQ(GlValue(state, "unit"), "0") << pair << " " << type;
             EXPECT_EQ(GlValue(state, "client unit"), "0") << pair << " " << type;
             EXPECT_EQ(GlValue(state, "unit1 TEXTURE_2D"), "off") << pair << " " << type;
-            // Colour with a light leaves the array of unit 1 on; all others turn it off.
+            // Color with a light leaves the array of unit 1 on; all others turn it off.
             EXPECT_EQ(GlValue(state, "client1 TEXTURE_COORD_ARRAY"), type == 1 ? "on" : "off")
                 << pair << " " << type;
         }
     }
 }
 
-TEST_F(SetMaterialTest, AMissingTextureTurnsOffTheSelectedUnitWhicheverThatIs)
+TEST_F(SetMaterialTest, AMissingTextureTurnsOffTheSelectedUnit)
 {
     Of(7)->refs[0] = 0;
     GlState state = StateAfter({10, 7});
     EXPECT_EQ(GlValue(state, "unit0 TEXTURE_2D"), "off");
 
-    // Behind two bitmaps that is unit 1, and the first bitmap shows on.
+    // After two bitmaps that is unit 1, and the first bitmap shows on.
     state = StateAfter({8, 7});
     EXPECT_EQ(GlValue(state, "unit0 TEXTURE_2D"), "on");
     EXPECT_EQ(GlValue(state, "unit1 TEXTURE_2D"), "off");
@@ -1348,7 +1377,7 @@ TEST_F(SetMaterialTest, GeneratedCoordinatesStayOnUntilAFlatTexture)
     }
 }
 
-TEST_F(SetMaterialTest, TwoBitmapsTakeTheRestOfTheirAlphaFromTheRecipeBefore)
+TEST_F(SetMaterialTest, TwoBitmapsInheritTheRestOfTheirAlpha)
 {
     // Multiplied: only the mode and the first source are its own.
     GlState state = StateAfter({8});
@@ -1379,31 +1408,27 @@ TEST_F(SetMaterialTest, TheThirdSourceOfAFadeStaysOnUnit1)
 
 TEST_F(SetMaterialTest, AnEffectIsUpdatedOnWhicheverUnitIsSelected)
 {
-    ResetGl();
-    NameGlPointer(firstTexCoords, "first");
-    NameGlPointer(secondTexCoords, "second");
-    Set(9);
-    uint64_t callsOfPair = GlCallCount();
-    Set(7);
-    ASSERT_EQ(effectUpdates.size(), 1u);
-    EXPECT_EQ(effectUpdates[0].callsBefore, callsOfPair + 6); // unit 1 still selected
+    StateOf(2)->lastUpdate = kEffectNeverUpdated;
+    const GlState state = StateAfter({8, 6}); // after two bitmaps that is unit 1
+    EXPECT_EQ(GlValue(state, "unit1 texture"), "32");
+    EXPECT_EQ(GlValue(state, "unit0 texture"), "32");
 }
 
-// Faults.
+// Faults. After one OpenGL is called no more.
 
 TEST_F(SetMaterialTest, ThePlaceOfFaultsIsTheCallersAgainAfterwards)
 {
     for (uint32_t type = 0; type < kMaterialTypes; ++type)
     {
         Calls(type);
-        EXPECT_STREQ(CurrentPlace.document, "demo.xmlz");
-        EXPECT_EQ(CurrentPlace.section, 10);
-        EXPECT_EQ(CurrentPlace.item, 3u);
-        EXPECT_EQ(CurrentPlace.part, 4u);
+        EXPECT_STREQ(piece.faults.place.document, "demo.xmlz");
+        EXPECT_EQ(piece.faults.place.section, Section::kTimeline);
+        EXPECT_EQ(piece.faults.place.item, 3u);
+        EXPECT_EQ(piece.faults.place.part, 4u);
     }
 }
 
-TEST_F(SetMaterialDeathTest, AReferenceWithoutARecordIsFatalAndNamesTheMaterial)
+TEST_F(SetMaterialTest, AReferenceWithoutARecordIsAFault)
 {
     struct Case
     {
@@ -1442,46 +1467,51 @@ TEST_F(SetMaterialDeathTest, AReferenceWithoutARecordIsFatalAndNamesTheMaterial)
     };
     for (const Case& c : cases)
     {
+        const std::string whole = Calls(c.type);
         uint32_t* ref = &Of(c.type)->refs[c.ref];
-        uint32_t kept = *ref;
+        const uint32_t kept = *ref;
         *ref = 99;
-        EXPECT_EXIT(Set(c.type + 1), testing::ExitedWithCode(1),
-                    "^quorvale: demo.xmlz, section 7 \\(materials\\), item " +
-                        std::to_string(c.type + 1) + ": " + c.what + " 99 does not exist\n$")
-            << c.type;
+        const std::string calls = CallsToFault(c.type, std::string(c.what) + " 99 does not exist");
         *ref = kept;
+
+        EXPECT_TRUE(whole.starts_with(calls)) << c.type;
+        const bool isLight = c.what == std::string("light");
+        const bool isLit = kRefs[c.type][0] == 2;
+        const bool adds = whole.find("BlendFunc ONE ONE\n") != std::string::npos;
+        EXPECT_TRUE(calls.ends_with(isLight ? "Enable LIGHT1\n"
+                                    : isLit ? "Lightfv LIGHT1 DIFFUSE 0.4 0.5 0.6 1\n"
+                                    : adds  ? BLEND_ADD
+                                            : BLEND_ALPHA))
+            << c.type;
     }
 
     Of(6)->effectRefs[0] = 3;
-    EXPECT_EXIT(Set(7), testing::ExitedWithCode(1),
-                "^quorvale: demo.xmlz, section 7 \\(materials\\), item 7: 2D effect 3 does not "
-                "exist\n$");
+    EXPECT_EQ(CallsToFault(6, "2D effect 3 does not exist"),
+              FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA);
     Of(7)->refs[0] = 0xFFFFFFFF; // "-1"
-    EXPECT_EXIT(Set(8), testing::ExitedWithCode(1),
-                "^quorvale: demo.xmlz, section 7 \\(materials\\), item 8: bitmap -1 does not "
-                "exist\n$");
+    EXPECT_EQ(CallsToFault(7, "bitmap -1 does not exist"),
+              FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA);
 }
 
-TEST_F(SetMaterialDeathTest, AnEnvelopeWithoutARecordIsFatalAndNamesTheMaterial)
+TEST_F(SetMaterialTest, AnEnvelopeWithoutARecordIsAFault)
 {
     for (uint32_t param = 0; param < 4; ++param)
     {
         Of(2)->params[param] = 77;
         Of(2)->dynamicMask[0] = static_cast<uint8_t>(0x80 >> param);
-        EXPECT_EXIT(Set(3), testing::ExitedWithCode(1),
-                    "^quorvale: demo.xmlz, section 7 \\(materials\\), item 3: envelope 77 does not "
-                    "exist\n$");
+        EXPECT_EQ(CallsToFault(2, "envelope 77 does not exist"),
+                  FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF);
         Of(2)->params[param] = 0;
     }
 
     Of(23)->params[4] = 0; // an id of 0 is no envelope
     Of(23)->dynamicMask[0] = 0x08;
-    EXPECT_EXIT(Set(24), testing::ExitedWithCode(1),
-                "^quorvale: demo.xmlz, section 7 \\(materials\\), item 24: envelope 0 does not "
-                "exist\n$");
+    EXPECT_EQ(
+        CallsToFault(23, "envelope 0 does not exist"),
+        "PolygonMode FRONT_AND_BACK LINE\n" DEPTH_ON NORMALIZE_OFF UNITS_OFF LIGHTING_OFF COLOR);
 }
 
-TEST_F(SetMaterialDeathTest, TheColourIsResolvedFirstThenTheLineWidth)
+TEST_F(SetMaterialTest, TheColorIsResolvedFirstThenTheLineWidth)
 {
     Material* material = Of(23);
     for (uint32_t i = 0; i < 5; ++i)
@@ -1491,25 +1521,38 @@ TEST_F(SetMaterialDeathTest, TheColourIsResolvedFirstThenTheLineWidth)
     material->dynamicMask[0] = 0xF8;
     for (uint32_t i = 0; i < 5; ++i)
     {
-        EXPECT_EXIT(Set(24), testing::ExitedWithCode(1),
-                    "item 24: envelope " + std::to_string(70 + i) + " does not exist\n$");
+        CallsToFault(23, "envelope " + std::to_string(70 + i) + " does not exist");
         material->dynamicMask[0] = static_cast<uint8_t>(0xF8 & (0x7F >> i));
     }
 }
 
-TEST_F(SetMaterialDeathTest, BehindTheColourComesTheLightAndThenTheTexture)
+TEST_F(SetMaterialTest, AfterTheColorComesTheLightAndThenTheTexture)
 {
     for (uint32_t type : {3u, 5u, 9u, 12u, 14u})
     {
+        const std::string kind = type < 6 ? "procedural texture" : "bitmap";
         Material* material = Of(type);
         material->params[3] = 73;
         material->dynamicMask[0] = 0x10;
         material->refs[0] = 74;
         material->refs[1] = 75;
-        EXPECT_EXIT(Set(type + 1), testing::ExitedWithCode(1), ": envelope 73 does not exist\n$");
+        CallsToFault(type, "envelope 73 does not exist");
         material->dynamicMask[0] = 0;
-        EXPECT_EXIT(Set(type + 1), testing::ExitedWithCode(1), ": light 74 does not exist\n$");
+        CallsToFault(type, "light 74 does not exist");
         material->refs[0] = 2;
-        EXPECT_EXIT(Set(type + 1), testing::ExitedWithCode(1), " 75 does not exist\n$");
+        CallsToFault(type, kind + " 75 does not exist");
     }
+}
+
+TEST_F(SetMaterialTest, AFaultOfAnEffectLeavesItStale)
+{
+    GetRecord<Effect2D>(2, piece.document.effects)->paramEnvelope[0] = 12;
+    StateOf(2)->lastUpdate = kEffectNeverUpdated;
+    TakeGlCalls();
+    EXPECT_FALSE(SetOrFail(7));
+    EXPECT_EQ(TakeFaults(&piece), "quorvale: demo.xmlz, section 5 (2D effects), item 2, "
+                                  "parameter 1: envelope 12 does not exist\n");
+    EXPECT_EQ(TakeGlCalls(), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA);
+    EXPECT_EQ(StateOf(2)->lastUpdate, kEffectNeverUpdated);
+    EXPECT_EQ(piece.faults.place.section, Section::kTimeline);
 }

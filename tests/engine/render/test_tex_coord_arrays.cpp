@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "engine/render/draw_scene.h"
 #include "support/gl_state.h"
-#include "support/piece_tables.h"
 #include "support/recorded_gl.h"
 #include "support/scene_builder.h"
 
@@ -17,36 +17,33 @@ class TexCoordArraysTest : public testing::Test
     void SetUp() override
     {
         ResetGl();
-        CurrentTexCoordArrays = {};
-        CurrentTexCoords = {};
-        tables = MakePieceTables();
-        scene = AddRecord<Scene>(tables.scenes);
+        StartTestPiece(&piece);
+        piece.features.dot3 = 1;
+        scene = AddRecord<Scene>(piece.document.scenes);
         NameMeshArrays(small, "small");
         NameMeshArrays(large, "large");
-        AddModel(&tables, &small, 2);
-        AddModel(&tables, &large, 2);
-        for (uint32_t i = 0; i < 2; ++i)
+        AddModel(&piece, &small, 2);
+        AddModel(&piece, &large, 2);
+        for (uint32_t glTexture : {21u, 22u})
         {
-            AddRecord<BitmapTexture>(tables.bitmaps)->glTexture = 21 + i;
+            AddBitmap(&piece, {glTexture, 4, 4, 3});
         }
     }
 
     void TearDown() override
     {
-        FreePieceTables(&tables);
-        CurrentTexCoordArrays = {};
-        CurrentTexCoords = {};
+        FreeTestPiece(&piece);
     }
 
     /// @return its id
     uint32_t AddMaterial(uint32_t type, uint32_t ref0 = 0, uint32_t ref1 = 0, uint32_t ref2 = 0)
     {
-        Material* material = AddRecord<Material>(tables.materials);
+        Material* material = AddRecord<Material>(piece.document.materials);
         material->type = type;
         material->refs[0] = ref0;
         material->refs[1] = ref1;
         material->refs[2] = ref2;
-        return tables.materials->count;
+        return piece.document.materials->count;
     }
 
     /// A material of one of the recipes that turn both arrays on: 8, 14 and 22.
@@ -57,14 +54,15 @@ class TexCoordArraysTest : public testing::Test
 
     std::string Draw(int32_t vbo)
     {
-        DrawSceneObjects(scene, tables.materials, tables.lights, tables.textures, tables.envelopes,
-                         tables.effects, tables.models, tables.bitmaps, tables.genMeshes, 0, vbo, 0,
-                         1, 0.0f);
+        piece.features.vbo = vbo;
+        const FrameSources sources = TestSources(&piece);
+        const SceneRequest request = {0, 0.0f};
+        EXPECT_TRUE(DrawSceneObjects(scene, &sources, &request));
         EXPECT_EQ(GlRefusedCalls(), 0u);
         return TakeGlCalls();
     }
 
-    /// The state at each draw call of a scene, and behind them the state at its end.
+    /// The state at each draw call of a scene, and after them the state at its end.
     std::vector<GlState> StatesAtDraws(int32_t vbo)
     {
         std::vector<GlState> states;
@@ -82,7 +80,7 @@ class TexCoordArraysTest : public testing::Test
         return states;
     }
 
-    PieceTables tables = {};
+    TestPiece piece = {};
     Scene* scene = nullptr;
     MeshArrays small = MakeMeshArrays(3);
     MeshArrays large = MakeMeshArrays(6);
@@ -91,7 +89,7 @@ class TexCoordArraysTest : public testing::Test
 static const std::string kArray0 = "client0 TEXTURE_COORD_ARRAY";
 static const std::string kArray1 = "client1 TEXTURE_COORD_ARRAY";
 
-TEST_F(TexCoordArraysTest, AnObjectWithoutAMaterialBehindASmallerOneReadsNoForeignMemory)
+TEST_F(TexCoordArraysTest, AfterASmallerObjectNoForeignMemoryIsRead)
 {
     AddObject(scene, kObjectModel, 1, AddMaterial(7, 1));
     AddObject(scene, kObjectModel, 2, 0);
@@ -120,7 +118,7 @@ TEST_F(TexCoordArraysTest, AnObjectWithoutAMaterialBehindASmallerOneReadsNoForei
                                     "DisableClientState VERTEX_ARRAY\n");
 }
 
-TEST_F(TexCoordArraysTest, NoMaterialThatSetsNoCoordinatesReadsThoseOfASmallerObject)
+TEST_F(TexCoordArraysTest, NoRecipeReadsCoordinatesOfASmallerObject)
 {
     const uint32_t materials[] = {0, AddMaterial(24), AddMaterial(7), AddMaterial(4)};
     AddObject(scene, kObjectModel, 1, AddMaterial(7, 1));
@@ -139,7 +137,7 @@ TEST_F(TexCoordArraysTest, NoMaterialThatSetsNoCoordinatesReadsThoseOfASmallerOb
     }
 }
 
-TEST_F(TexCoordArraysTest, LitColourBehindTwoBitmapsReadsNoForeignMemoryOnUnit1)
+TEST_F(TexCoordArraysTest, LitColorAfterTwoBitmapsReadsNoForeignMemory)
 {
     AddObject(scene, kObjectModel, 1, 0);
     AddObject(scene, kObjectModel, 2, AddMaterial(1));
@@ -154,7 +152,7 @@ TEST_F(TexCoordArraysTest, LitColourBehindTwoBitmapsReadsNoForeignMemoryOnUnit1)
             EXPECT_EQ(GlValue(states[1], kArray0), "off") << type;
             EXPECT_EQ(GlValue(states[1], kArray1), "off") << type;
             EXPECT_EQ(GlValue(states[2], kArray0), "off") << type;
-            EXPECT_EQ(GlValue(states[2], kArray1), "on") << type; // which lit colour leaves alone
+            EXPECT_EQ(GlValue(states[2], kArray1), "on") << type; // which lit color leaves alone
             EXPECT_EQ(GlValue(states[2], "unit"), "0");
             EXPECT_EQ(GlValue(states[2], "client unit"), "0");
         }
@@ -216,9 +214,7 @@ TEST_F(TexCoordArraysTest, AMaterialThatPointsAnewCoversTheLargerObject)
 
 TEST_F(TexCoordArraysTest, ASmallerGeneratedMeshCountsAsWell)
 {
-    GenMesh* genMesh = AddRecord<GenMesh>(tables.genMeshes);
-    genMesh->type = 99; // nothing moves it
-    genMesh->mesh = MakeMesh(&small, 1);
+    AddStillGenMesh(&piece, MakeMesh(&small, 1));
     AddObject(scene, kObjectGenMesh, 1, AddMaterial(7, 1));
     AddObject(scene, kObjectModel, 2, 0);
     for (int32_t vbo : {0, 1})
@@ -243,14 +239,17 @@ TEST_F(TexCoordArraysTest, AnArrayThatIsOffIsNotTurnedOn)
 
 TEST_F(TexCoordArraysTest, EachUnitIsKeptByItself)
 {
-    CurrentTexCoords = {small.texCoords1.data(), small.texCoords2.data(), 7, 8, 3};
-    SelectTextureUnit(1);
-    SetSecondTexCoords(1);
-    EnableTexCoords();
-    SelectTextureUnit(0);
-    CurrentTexCoords.vertexCount = 6;
-    SetFirstTexCoords(0);
-    EnableTexCoords();
+    GlContext* gl = &piece.gl;
+    const float* first = small.texCoords1.data();
+    const float* second = small.texCoords2.data();
+    const TexCoordSource buffers = {first, second, 7, 8, 3, true};
+    const TexCoordSource arrays = {first, second, 7, 8, 6, false};
+    SelectTextureUnit(gl, 1);
+    SetSecondTexCoords(gl, &buffers);
+    EnableTexCoords(gl);
+    SelectTextureUnit(gl, 0);
+    SetFirstTexCoords(gl, &arrays);
+    EnableTexCoords(gl);
     EXPECT_EQ(TakeGlCalls(), "ActiveTextureARB TEXTURE1\n"
                              "ClientActiveTextureARB TEXTURE1\n"
                              "BindBufferARB ARRAY_BUFFER 8\n"
@@ -261,18 +260,18 @@ TEST_F(TexCoordArraysTest, EachUnitIsKeptByItself)
                              "TexCoordPointer 2 FLOAT 0 small.texCoords1\n"
                              "EnableClientState TEXTURE_COORD_ARRAY\n");
 
-    EXPECT_EQ(HideShortTexCoords(3), 0u);
+    EXPECT_EQ(HideShortTexCoords(gl, 3), 0u);
     EXPECT_EQ(TakeGlCalls(), "");
-    EXPECT_EQ(HideShortTexCoords(6), 2u);
+    EXPECT_EQ(HideShortTexCoords(gl, 6), 2u);
     EXPECT_EQ(TakeGlCalls(), "ClientActiveTextureARB TEXTURE1\n"
                              "DisableClientState TEXTURE_COORD_ARRAY\n"
                              "ClientActiveTextureARB TEXTURE0\n");
-    ShowTexCoords(2);
+    ShowTexCoords(gl, 2);
     EXPECT_EQ(TakeGlCalls(), "ClientActiveTextureARB TEXTURE1\n"
                              "EnableClientState TEXTURE_COORD_ARRAY\n"
                              "ClientActiveTextureARB TEXTURE0\n");
-    EXPECT_EQ(HideShortTexCoords(7), 3u);
-    DisableTexCoords();
+    EXPECT_EQ(HideShortTexCoords(gl, 7), 3u);
+    DisableTexCoords(gl);
     TakeGlCalls();
-    EXPECT_EQ(HideShortTexCoords(7), 2u);
+    EXPECT_EQ(HideShortTexCoords(gl, 7), 2u);
 }

@@ -6,10 +6,9 @@
 #include "engine/animation/animated_value.h"
 #include "engine/data/vocabulary.h"
 #include "engine/render/set_material.h"
-#include "engine/render/tex_coord_arrays.h"
 #include "support/gl_state.h"
-#include "support/piece_tables.h"
 #include "support/recorded_gl.h"
+#include "support/test_piece.h"
 
 class VocabularyRecipes : public testing::Test
 {
@@ -17,16 +16,17 @@ class VocabularyRecipes : public testing::Test
     void SetUp() override
     {
         ResetGl();
-        tables = MakePieceTables();
-        AddRecord<ProceduralTexture>(tables.textures)->glTexture = 71;
-        AddRecord<BitmapTexture>(tables.bitmaps)->glTexture = 72;
-        Effect2D* effect = AddRecord<Effect2D>(tables.effects);
-        effect->glTexture = 73;
-        effect->lastUpdate = kTime; // nothing is left to update
-        AddRecord<Light>(tables.lights);
+        StartTestPiece(&piece);
+        piece.features.dot3 = 1;
+        AddTexture(&piece, 71);
+        AddBitmap(&piece, {72, 4, 4, 3});
+        Effect2D effect = {};
+        effect.type = -1; // nothing is left to update
+        AddEffect(&piece, effect, 73, 0);
+        AddRecord<Light>(piece.document.lights);
         for (const VocabularyRow& row : Catalogues[kCatalogueRecipes].rows)
         {
-            Material* material = AddRecord<Material>(tables.materials);
+            Material* material = AddRecord<Material>(piece.document.materials);
             material->type = static_cast<uint32_t>(row.number);
             material->params[3] = FloatSlot(0.5f);
             for (uint32_t i = 0; i < 3; ++i)
@@ -39,16 +39,16 @@ class VocabularyRecipes : public testing::Test
 
     void TearDown() override
     {
-        FreePieceTables(&tables);
+        FreeTestPiece(&piece);
     }
 
     /// The calls of a recipe, all references 1.
     std::string Calls(const VocabularyRow& row)
     {
-        CurrentTexCoordArrays = {};
-        SetMaterial(static_cast<uint32_t>(row.number) + 1, tables.materials, tables.lights,
-                    tables.textures, tables.envelopes, tables.effects, tables.bitmaps, kTime, 0, 0,
-                    1, 30.0f);
+        piece.gl = {};
+        const FrameSources sources = TestSources(&piece);
+        const MaterialRequest request = {kTime, 30.0f, {}};
+        EXPECT_TRUE(SetMaterial(static_cast<uint32_t>(row.number) + 1, &sources, &request));
         EXPECT_EQ(GlRefusedCalls(), 0u);
         return TakeGlCalls();
     }
@@ -73,7 +73,7 @@ class VocabularyRecipes : public testing::Test
     }
 
     static constexpr int32_t kTime = 7;
-    PieceTables tables = {};
+    TestPiece piece = {};
 };
 
 TEST_F(VocabularyRecipes, LitOnesTurnLightingOn)
@@ -146,7 +146,7 @@ TEST_F(VocabularyRecipes, TurningOnesTakeTheCamerasHeading)
 {
     for (const VocabularyRow& row : Catalogues[kCatalogueRecipes].rows)
     {
-        GetRecord<Material>(static_cast<uint32_t>(row.number) + 1, tables.materials)->params[4] =
+        GetRecord<Material>(static_cast<uint32_t>(row.number) + 1, piece.document.materials)->params[4] =
             FloatSlot(1.0f);
         const bool turns = Calls(row).find("Rotatef -30 0 0 1") != std::string::npos;
         EXPECT_EQ(turns, Has(row, kTraitTurns)) << row.name;
