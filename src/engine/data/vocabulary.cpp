@@ -71,8 +71,8 @@ static constexpr Param kScale[] = {
     {"Scale", "scale", "scale", Number, -kAny, kAny, 1, Works},
 };
 static constexpr Param kOffsetParams[] = {
-    {"X offset", "rows", "move in rows", Integer, 0, 255, 0, Wraps},
-    {"Y offset", "columns", "move in columns", Integer, 0, 255, 0, Wraps},
+    {"X offset", "rows", "move in rows", Integer, -255, 255, 0, Wraps},
+    {"Y offset", "columns", "move in columns", Integer, -255, 255, 0, Wraps},
 };
 static constexpr Param kRippleParams[] = {
     {"X amplitude", "amplitude_x", "amplitude across, in image widths", Number, -kAny, kAny, 0.05f, Works},
