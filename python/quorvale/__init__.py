@@ -1,8 +1,9 @@
 """Pieces for quorvale, written in Python.
 
-What moves are `Curve`s, made by `hold`, `line`, `ease_in`, `wave`, `spline` and others. Textures are
-expressions of `layers` and `steps`; materials are functions of `recipes`. A `Scene` holds objects, a
-`Document` shows scenes on rows of clips through `Camera`s and writes the text that `dpk build` packs.
+What moves are `Curve`s, made by `hold`, `line`, `ease_in`, `wave`, `spline` and others. Textures
+are expressions of `layers` and `steps`; materials are functions of `recipes`. A `Scene` holds
+objects, a `Document` shows scenes on rows of clips through `Camera`s and writes the text that
+`dpk build` packs.
 
     from quorvale import Document, FLAT, Model, Scene, line, recipes
 
@@ -30,6 +31,7 @@ __all__ = [
     "BLACK", "Bitmap", "Camera", "Clip", "Color", "ColorLike", "Curve", "Document", "Effect",
     "FLAT", "Fog", "GenMesh", "Layer", "Light", "Manipulator", "Material", "Model", "Music", "Row",
     "Scene", "Texture", "Value", "Vector", "WHITE", "ease", "ease_in", "ease_out", "effects",
-    "hold", "layers", "levels", "line", "look", "manipulators", "material", "orbit", "path", "recipes",
+    "hold", "layers", "levels", "line", "look", "manipulators", "material", "orbit", "path",
+    "recipes",
     "ring_down", "seconds", "span", "spline", "steps", "waters", "wave",
 ]

@@ -23,8 +23,8 @@ Point = tuple[float, float, float]
 class Camera:
     """What a clip's scene is moved and turned by, and its field of view in degrees.
 
-    `look`, `path` and `orbit` make one from points of the scene; `FLAT` sees the unit square, x from
-    0 at the left to 1 at the right, y from 0 at the top to 1 at the bottom, and has no `fov`.
+    `look`, `path` and `orbit` make one from points of the scene; `FLAT` sees the unit square, x
+    from 0 at the left to 1 at the right, y from 0 at the top to 1 at the bottom, and has no `fov`.
     """
 
     position: Vector
@@ -72,8 +72,14 @@ class Camera:
             angles = (atan2_degrees(-m12, m22),
                       atan2_degrees(m02, math.sqrt(m12 * m12 + m22 * m22)),
                       atan2_degrees(-m01, m00))
-            for points, angle in zip(knots, angles):
-                points.append((t, _nearest_turn(angle, points)))
+            # The same turn in other angles, which may be nearer to where the last ones were.
+            others = (angles[0] + 180.0, 180.0 - angles[1], angles[2] + 180.0)
+            near, far = ([_nearest_turn(angle, points) for points, angle in zip(knots, triple)]
+                         for triple in (angles, others))
+            if _distance(far, knots) < _distance(near, knots):
+                near = far
+            for points, angle in zip(knots, near):
+                points.append((t, angle))
         x, y, z = (_curve(points) for points in knots)
         return x, y, z
 
@@ -93,6 +99,11 @@ def _nearest_turn(angle: float, points: Sequence[tuple[int, float]]) -> float:
         while angle - points[-1][1] < -180.0:
             angle += 360.0
     return angle
+
+
+def _distance(angles: Sequence[float], knots: Sequence[Sequence[tuple[int, float]]]) -> float:
+    """How far three angles are from the last knots; 0 from none."""
+    return sum(abs(angle - points[-1][1]) for angle, points in zip(angles, knots) if points)
 
 
 def _curve(points: Sequence[tuple[int, float]]) -> Value:

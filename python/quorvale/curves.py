@@ -37,15 +37,14 @@ _LIFTED: Final = {CONSTANT: (0,), LINEAR: (1,), QUADRATIC: (2,), SINUS: (3,), SP
 
 
 def number_text(value: float) -> str:
-    """A number as documents have it: seven digits, the same text on every machine.
+    """A number as documents have it: seven digits, the same text on every machine, and no -0.
 
     >>> number_text(1 / 255), number_text(2.0), number_text(-0.0)
     ('0.003921569', '2', '0')
     """
     if isinstance(value, int):
         return str(value)
-    text = "%.7g" % value
-    return "0" if text == "-0" else text
+    return "%.7g" % value if f32(value) != 0.0 else "0"
 
 
 def written(value: float) -> float:
@@ -333,8 +332,13 @@ def _polynomial(piece: Piece) -> tuple[float, float, float]:
 
 
 def _from_polynomial(a: float, b: float, c: float, length: int) -> Piece:
-    if a != 0.0:
+    """a x x + b x + c as one function, a bend that no one sees left out."""
+    size = abs(b) * length + abs(c) + abs(a) * length * length
+    if abs(a) * length * length > 1e-6 * size:
         middle = -b / (2.0 * a)
+        if abs(a) * middle * middle > 1e3 * size:
+            raise ValueError("the sum is almost a line, and seven digits would lose its bend: "
+                             "use sampled()")
         return Piece(QUADRATIC, length, (a, middle, c - a * middle * middle))
     if b != 0.0:
         return Piece(LINEAR, length, (b, c))

@@ -93,8 +93,8 @@ class Row:
             raise ValueError(f"show(): a clip ends later than it starts, not from {start} to {end}")
         for other in self.clips:
             if start < other.end and other.start < end:
-                raise ValueError(f"show(): row {self.number} shows another scene from {other.start} "
-                                 f"to {other.end}, made at {other.origin}")
+                raise ValueError(f"show(): row {self.number} shows another scene from "
+                                 f"{other.start} to {other.end}, made at {other.origin}")
         if len(self.clips) == LIMITS["clips"]:
             raise ValueError(f"show(): a row has up to {LIMITS['clips']} clips")
         clip = Clip(start, end, scene, camera, how, offset, fog, target, here())
@@ -175,8 +175,9 @@ def _identity(item: Item) -> object:
     if isinstance(item, (Model, Bitmap)):
         return item.filename
     if isinstance(item, Texture):
-        return (item.name, tuple((step.row.number, step.numbers, step.layer and _identity(step.layer))
-                                 for step in item.finished()))
+        return (item.name, tuple(
+            (step.row.number, step.numbers, step.layer and _identity(step.layer))
+            for step in item.finished()))
     return id(item)
 
 
@@ -454,8 +455,8 @@ class _Writer:
             assert isinstance(scene, Scene)
             for placed in scene.objects:
                 makers.append((placed.origin.order, id(placed), self.placed, placed))
-                makers += [(manipulator.origin.order, id(manipulator), self.manipulator, manipulator)
-                           for manipulator in placed.manipulators]
+                makers += [(each.origin.order, id(each), self.manipulator, each)
+                           for each in placed.manipulators]
         for _, key, make, item in sorted(makers, key=lambda entry: entry[0]):
             if key not in self.elements:
                 self.elements[key] = make(item)
@@ -516,4 +517,5 @@ class _Writer:
         for number, row in sorted(self.document._rows.items()):
             for part, clip in enumerate(sorted(row.clips, key=lambda clip: clip.start), 1):
                 add(10, number + 1, part, clip.origin)
-        return json.dumps({"document": name, "origins": entries}, indent=1, ensure_ascii=False) + "\n"
+        table = {"document": name, "origins": entries}
+        return json.dumps(table, indent=1, ensure_ascii=False) + "\n"

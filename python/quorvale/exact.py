@@ -203,9 +203,9 @@ def sine32(angle: float) -> float:
     if abs(angle) < 120.0:
         quarters = (int(angle * _HALF_PI_INVERSE) + 0x800000) >> 24
         rest = angle - quarters * _HALF_PI
-        sign = (1.0, -1.0, -1.0, 1.0)[quarters & 3]
-        return f32(_sine_or_cosine(rest * sign, rest * rest, bool(quarters & 1), bool(quarters & 2)))
-    rest, quarters = _reduce_large(angle)
-    turned = quarters + (2 if angle < 0.0 else 0)
+        turned = quarters
+    else:
+        rest, quarters = _reduce_large(angle)
+        turned = quarters + (2 if angle < 0.0 else 0)
     sign = (1.0, -1.0, -1.0, 1.0)[turned & 3]
     return f32(_sine_or_cosine(rest * sign, rest * rest, bool(quarters & 1), bool(turned & 2)))

@@ -1,4 +1,4 @@
-"""What documents are made of: layers, textures, models, lights, effects, bitmaps, materials, meshes.
+"""What documents are made of: layers, textures, models, lights, effects, bitmaps, materials.
 
 Items hold each other as objects; `Document.write` finds all that its clips need and numbers them in
 the order in which they were made.
@@ -224,8 +224,8 @@ class Effect(Item):
         if self.size not in (64, 128, 256, 512):
             raise ValueError(f"{self.row.word}(): the size is 64, 128, 256 or 512, not {self.size}")
         if self.name is not None and len(self.name.encode("utf-8")) > LIMITS["effect_name"]:
-            raise ValueError(f"{self.row.word}(): the name has up to {LIMITS['effect_name']} bytes, "
-                             f'not as many as "{self.name}"')
+            raise ValueError(f"{self.row.word}(): the name has up to {LIMITS['effect_name']} "
+                             f'bytes, not as many as "{self.name}"')
 
 
 @dataclass(eq=False)

@@ -149,7 +149,8 @@ class _Player:
 def _play(data: bytes, path: str) -> list[SoundingRow]:
     if not data.startswith(_HEADER) or len(data) < 80:
         raise ValueError(f'Music(): "{path}" is no Extended Module')
-    size, length, _, channels, count, _, _, speed, tempo = struct.unpack_from("<IHHHHHHHH", data, 60)
+    size, length, _, channels, count, _, _, speed, tempo = struct.unpack_from("<IHHHHHHHH", data,
+                                                                              60)
     orders = list(data[80:80 + length])
     patterns = _patterns(data, count, channels, 60 + size)
     player = _Player(speed, tempo, channels)
