@@ -20,7 +20,7 @@ int main(int argc, char** argv)
     // Whoever started the program may ignore the ends of children; here they are waited for.
     signal(SIGCHLD, SIG_DFL);
 
-    int code = RunCommandLine(argc, argv);
+    const int code = RunCommandLine(argc, argv);
     if (fflush(stdout) != 0 || ferror(stdout) != 0)
     {
         ReportError("standard output could not be written");

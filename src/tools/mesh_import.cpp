@@ -15,7 +15,7 @@
 #include "tools/container.h"
 #include "tools/report.h"
 
-/// The models that come of a mesh have at most 1 GiB, so twice that is enough to make them.
+/// A model has at most 1 GiB, and Assimp's own form of a mesh is about as large.
 static constexpr ChildLimits kImportLimits = {uint64_t{2} << 30, 60};
 
 /// Things of the source that the author hears about.
@@ -39,7 +39,8 @@ static bool HasTriangle(const aiMesh* source)
     return false;
 }
 
-/// Normals go with the inverse transpose: the cofactors, which exist for a flattened mesh too.
+/// Normals are transformed by the inverse transpose. Its multiple, the matrix of cofactors, exists
+/// for a flattened mesh too.
 static aiMatrix3x3 NormalMatrix(const aiMatrix4x4& m)
 {
     return {m.b2 * m.c3 - m.b3 * m.c2, m.b3 * m.c1 - m.b1 * m.c3, m.b1 * m.c2 - m.b2 * m.c1,
@@ -49,7 +50,8 @@ static aiMatrix3x3 NormalMatrix(const aiMatrix4x4& m)
 
 static bool IsIdentity(const aiMatrix4x4& m)
 {
-    // Exactly: Assimp's own test is content with nearly, and the source's bits would be lost.
+    // Exactly: Assimp's own test also takes what is nearly one, and bits of the source would
+    // change.
     return m == aiMatrix4x4();
 }
 
@@ -63,9 +65,9 @@ static void PutVector(const aiVector3D& vector, float* to)
 static void AppendVertices(const aiMesh* source, const aiMatrix4x4& transform,
                            const MeshOptions& options, TriangleMesh* mesh)
 {
-    bool moved = !IsIdentity(transform);
-    bool mirrored = transform.Determinant() < 0.0f;
-    aiMatrix3x3 normalMatrix = NormalMatrix(transform);
+    const bool moved = !IsIdentity(transform);
+    const bool mirrored = transform.Determinant() < 0.0f;
+    const aiMatrix3x3 normalMatrix = NormalMatrix(transform);
 
     for (unsigned int i = 0; i < source->mNumVertices; ++i)
     {
@@ -85,7 +87,7 @@ static void AppendVertices(const aiMesh* source, const aiMatrix4x4& transform,
             aiVector3D normal = source->mNormals[i];
             if (moved)
             {
-                // A mirroring turns the cofactors' normals inside out.
+                // With a mirroring the cofactors turn normals inside out.
                 normal = normalMatrix * normal;
                 normal = (mirrored ? -normal : normal).NormalizeSafe();
             }
@@ -133,7 +135,7 @@ static bool AppendMesh(const aiMesh* source, const aiMatrix4x4& transform,
     notes->lacking[1] += source->HasTextureCoords(1) ? 0 : 1;
     notes->withoutNormals += source->HasNormals() ? 0 : 1;
 
-    uint32_t firstVertex = static_cast<uint32_t>(mesh->vertices.size());
+    const uint32_t firstVertex = static_cast<uint32_t>(mesh->vertices.size());
     AppendVertices(source, transform, options, mesh);
     AppendTriangles(source, firstVertex, transform.Determinant() < 0.0f, mesh, notes);
     return true;
@@ -143,9 +145,9 @@ static bool AppendMesh(const aiMesh* source, const aiMatrix4x4& transform,
 static bool AppendNode(const aiScene* scene, const aiNode* node, const aiMatrix4x4& parent,
                        const MeshOptions& options, TriangleMesh* mesh, ImportNotes* notes)
 {
-    // Not multiplied where nothing is to be gained: 0 * -1 would turn zeros around.
-    bool rootOnly = IsIdentity(parent);
-    aiMatrix4x4 transform = rootOnly ? node->mTransformation : parent * node->mTransformation;
+    // Not multiplied by the identity: 0 * -1 would change the sign of zeros.
+    const bool rootOnly = IsIdentity(parent);
+    const aiMatrix4x4 transform = rootOnly ? node->mTransformation : parent * node->mTransformation;
 
     for (unsigned int i = 0; i < node->mNumMeshes; ++i)
     {
@@ -278,11 +280,11 @@ static const char* TakeScene(const aiScene* scene, const MeshOptions& options, T
     return IsFinite(*mesh) ? nullptr : "a vertex holds a number that is not finite";
 }
 
-/// Whether a PLY file's header ends, with a line of its own. Where it does not, Assimp reads on and
-/// on. Other files have no such header.
+/// Whether a PLY file's header ends, with a line of its own. If it does not, Assimp never stops
+/// reading. Other files have no such header.
 static bool HasHeaderEnd(const Bytes& file)
 {
-    std::string_view text(reinterpret_cast<const char*>(file.data()), file.size());
+    const std::string_view text(reinterpret_cast<const char*>(file.data()), file.size());
     if (!text.starts_with("ply"))
     {
         return true;

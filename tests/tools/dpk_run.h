@@ -14,7 +14,7 @@ struct DpkRun
     std::string err;
 };
 
-/// What a run finds around it.
+/// The surroundings of a run.
 struct DpkSurroundings
 {
     std::string workshops;  // TMPDIR; empty leaves it as it is

@@ -1,4 +1,4 @@
-// Files that dpk works on: what it leaves alone, and what is there after it was interrupted.
+// The files that dpk works on, and those that it has to leave alone, also when it is interrupted.
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -25,7 +25,7 @@ static std::string PathIn(const TemporaryFolder& folder, const std::string& name
     return folder.path + "/" + name;
 }
 
-// ---- What extract leaves alone
+// ---- Files that extract leaves alone
 
 TEST(DpkExtract, NeverReplacesItsOwnPackage)
 {
@@ -88,7 +88,7 @@ TEST(DpkExtract, LeavesNoHalfFiles)
     EXPECT_NE(access(PathIn(folder, "out/a").c_str(), F_OK), 0);
 }
 
-// ---- What is no file
+// ---- Pipes
 
 TEST(DpkFiles, APipeIsNeverWaitedFor)
 {
@@ -192,7 +192,7 @@ static void FillForKill(const TemporaryFolder& folder)
     unlink(PathIn(folder, "y").c_str());
 }
 
-/// What a folder holds under a name, in one text that compares: an absent file differs from all.
+/// The contents of a file, in a text that an absent file does not have.
 static std::string Contents(const TemporaryFolder& folder, const std::string& name)
 {
     return access(PathIn(folder, name).c_str(), F_OK) == 0 ? "+" + folder.Read(name) : "";
@@ -223,7 +223,7 @@ static void RunAndKill(const TemporaryFolder& folder, const std::vector<std::str
     waitpid(child, nullptr, 0);
 }
 
-/// Removes what dpk had linked but not yet renamed, and counts it.
+/// Removes new files that had no time to take the place of the old ones, and counts them.
 static int RemoveLeftOver(const TemporaryFolder& folder)
 {
     int count = 0;

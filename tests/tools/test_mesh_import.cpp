@@ -12,7 +12,8 @@ static std::string Unpack(const std::string& container)
 }
 
 /// Runs "dpk model" and compares the model, uncompressed, byte by byte.
-/// @param notes   what is printed behind the line of numbers, each line without "out: " in front
+/// @param notes   the lines that are printed after the line of numbers, each line without "out: "
+/// in front
 static void ExpectModel(const TemporaryFolder& folder, const std::string& source,
                         const ModelSource& expected, const std::string& summary,
                         const std::vector<std::string>& notes,
@@ -261,7 +262,7 @@ TEST(MeshImport, AMirroredTriangleIsTurnedRound)
                 {kNoCoords});
 }
 
-// ---- What is no mesh
+// ---- Files that are no meshes
 
 TEST(MeshImport, WhatGivesNoTriangleIsAnErrorAndTheOldModelStays)
 {

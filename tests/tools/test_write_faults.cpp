@@ -36,7 +36,7 @@ struct WritingCommand
     bool (*run)();                    // in the folder
 };
 
-/// What fails in a run.
+/// The cause of failures in a run.
 enum class FaultSource
 {
     kMemory,
@@ -173,7 +173,7 @@ static void Fill(const TemporaryFolder& folder, const WritingCommand& command)
     }
 }
 
-/// What a folder holds, in one text that compares: an absent file differs from all others.
+/// The contents of a file, in a text that an absent file does not have.
 static std::string Contents(const TemporaryFolder& folder, const std::string& name)
 {
     return access((folder.path + "/" + name).c_str(), F_OK) == 0 ? "+" + folder.Read(name) : "";
