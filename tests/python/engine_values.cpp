@@ -6,34 +6,21 @@
 //
 // A line of the records is a word, the record's id and numbers; a value is "s" and a float or "d"
 // and the id of an envelope.
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
+#include <iterator>
 #include <string>
 #include <tinyxml.h>
 
 #include "engine/animation/animated_value.h"
 #include "engine/animation/envelope.h"
-#include "engine/data/demo_document.h"
 #include "engine/data/document_text.h"
-#include "engine/render/material.h"
-#include "engine/render/scene.h"
-#include "engine/render/timeline.h"
-
-// clang-format off
-/// A row's place is the section's number. What has no reader is walked over.
-static constexpr SectionReader kReaders[kSectionCount] = {
-    // table, recordSize, itemLimit, begin, readItem, end
-    {}, {}, {},
-    {&DemoDocument::envelopes, sizeof(Envelope), 0, nullptr, ReadEnvelopeItem, nullptr},
-    {}, {}, {},
-    {&DemoDocument::materials, sizeof(Material), 0, nullptr, ReadMaterialItem, nullptr},
-    {},
-    {&DemoDocument::scenes, sizeof(Scene), 0, nullptr, ReadSceneItem, nullptr},
-    {nullptr, 0, kTimelineRows, BeginTimeline, ReadTimelineRow, EndTimeline},
-};
-// clang-format on
+#include "engine/piece/piece_sections.h"
+#include "engine/render/records/material.h"
+#include "engine/render/records/scene.h"
+#include "engine/render/records/timeline.h"
 
 static bool ReadFile(const char* path, std::string* text)
 {
@@ -138,7 +125,7 @@ static void PrintClip(const Timeline* timeline, uint32_t row, uint32_t clip)
     {
         PrintValue(timeline->fogStart.slot[row][clip], timeline->fogStart.dynamic[row][clip] != 0);
         PrintValue(timeline->fogEnd.slot[row][clip], timeline->fogEnd.dynamic[row][clip] != 0);
-        printf(" %u", timeline->fogColourMaterial[row][clip]);
+        printf(" %u", timeline->fogColorMaterial[row][clip]);
     }
     printf("\n");
 }
@@ -178,12 +165,13 @@ static bool PrintValues(const DemoDocument* document)
     uint32_t tick = 0;
     while (scanf("%u %u", &id, &tick) == 2)
     {
-        Envelope* envelope = GetRecord<Envelope>(id, document->envelopes);
+        const Envelope* envelope = GetRecord<Envelope>(id, document->envelopes);
         if (envelope == nullptr)
         {
             return false;
         }
-        printf("%08x\n", std::bit_cast<uint32_t>(EvaluateEnvelope(envelope, tick)));
+        EnvelopeCache cache = kEmptyEnvelopeCache;
+        printf("%08x\n", std::bit_cast<uint32_t>(EvaluateEnvelope(envelope, &cache, tick)));
     }
     return true;
 }
@@ -197,24 +185,31 @@ int main(int argc, char** argv)
         return 2;
     }
 
-    TiXmlDocument tree;
-    if (!LoadFromString(&tree, reinterpret_cast<const unsigned char*>(text.c_str()),
-                        static_cast<long>(text.size()), TIXML_ENCODING_UNKNOWN))
-    {
-        fprintf(stderr, "the text does not parse, line %d\n", tree.ErrorRow());
-        return 1;
-    }
+    // What lies in a package is walked over.
+    SectionReader readers[kSectionCount];
+    std::copy(std::begin(PieceSections), std::end(PieceSections), readers);
+    readers[static_cast<size_t>(Section::kModels)] = {};
+    readers[static_cast<size_t>(Section::kBitmaps)] = {};
+
+    FaultList faults;
+    StartFaults(&faults);
     DemoDocument document = {};
     document.name = argv[1];
-    document.document = &tree;
-    document.timeline = CreateTimeline();
-    InitializeTimeline(document.timeline);
-    LoadContext context = {};
+    document.document = new TiXmlDocument;
+    document.timeline = CreateTimeline(&faults);
+    ReadContext context = {};
     context.document = &document;
-    ReadSections(kReaders, &context);
-
-    bool done = true;
-    if (argc > 2)
+    context.isDemo = true;
+    context.faults = &faults;
+    bool done =
+        LoadFromString(document.document, reinterpret_cast<const unsigned char*>(text.c_str()),
+                       static_cast<long>(text.size()), TIXML_ENCODING_UNKNOWN, &faults) &&
+        ReadSections(readers, &context);
+    if (!done)
+    {
+        fprintf(stderr, "%s\n", faults.first.text);
+    }
+    else if (argc > 2)
     {
         done = PrintValues(&document);
     }
@@ -222,9 +217,7 @@ int main(int argc, char** argv)
     {
         PrintRecords(&document);
     }
-    FreeObjectTable(document.envelopes);
-    FreeObjectTable(document.materials);
-    FreeObjectTable(document.scenes);
-    free(document.timeline);
+    FreeDocument(readers, &document);
+    FreeFaults(&faults);
     return done ? 0 : 1;
 }
