@@ -117,29 +117,51 @@ void FreeNotedBlocks(BlockNotes* notes)
     EndNotes(notes);
 }
 
-// The whole program's `new` and `delete`: the parser is a library, and asks these. The forms for
-// arrays and those that do not throw are the standard library's, and come here.
+// The whole program's `new` and `delete`: the parser is a library, and asks these. All forms but
+// those for types of unusual alignment are here, since the sanitizers have others, which would not
+// agree.
 
-void* operator new(size_t size)
+/// @return null without memory
+static void* TakeBlock(size_t size)
 {
     BlockNotes* notes = notesOfThread;
     void* block = malloc(size == 0 ? 1 : size);
-    while (block == nullptr && notes == nullptr)
+    while (block == nullptr && notes == nullptr && std::get_new_handler() != nullptr)
     {
-        const std::new_handler handler = std::get_new_handler();
-        if (handler == nullptr)
-        {
-            throw std::bad_alloc();
-        }
-        handler();
+        std::get_new_handler()();
         block = malloc(size == 0 ? 1 : size);
     }
-    if (notes != nullptr && (block == nullptr || !NoteBlock(notes, block)))
+    if (block != nullptr && notes != nullptr && !NoteBlock(notes, block))
     {
         free(block);
+        return nullptr;
+    }
+    return block;
+}
+
+void* operator new(size_t size)
+{
+    void* block = TakeBlock(size);
+    if (block == nullptr)
+    {
         throw std::bad_alloc();
     }
     return block;
+}
+
+void* operator new[](size_t size)
+{
+    return operator new(size);
+}
+
+void* operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept
+{
+    return TakeBlock(size);
+}
+
+void* operator new[](size_t size, const std::nothrow_t& /*tag*/) noexcept
+{
+    return TakeBlock(size);
 }
 
 void operator delete(void* block) noexcept
@@ -151,7 +173,17 @@ void operator delete(void* block) noexcept
     free(block);
 }
 
+void operator delete[](void* block) noexcept
+{
+    operator delete(block);
+}
+
 void operator delete(void* block, size_t /*size*/) noexcept
+{
+    operator delete(block);
+}
+
+void operator delete[](void* block, size_t /*size*/) noexcept
 {
     operator delete(block);
 }
