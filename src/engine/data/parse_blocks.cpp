@@ -117,51 +117,30 @@ void FreeNotedBlocks(BlockNotes* notes)
     EndNotes(notes);
 }
 
-// The whole program's `new` and `delete`: the parser is a library, and asks these. All forms but
-// those for types of unusual alignment are here, since the sanitizers have others, which would not
-// agree.
-
-/// @return null without memory
-static void* TakeBlock(size_t size)
-{
-    BlockNotes* notes = notesOfThread;
-    void* block = malloc(size == 0 ? 1 : size);
-    while (block == nullptr && notes == nullptr && std::get_new_handler() != nullptr)
-    {
-        std::get_new_handler()();
-        block = malloc(size == 0 ? 1 : size);
-    }
-    if (block != nullptr && notes != nullptr && !NoteBlock(notes, block))
-    {
-        free(block);
-        return nullptr;
-    }
-    return block;
-}
+// The whole program's `new` and `delete`: the parser is a library, and asks these. The forms for
+// arrays and those that do not throw come here too: left to a sanitizer, they would take blocks
+// that the forms here are to give back.
 
 void* operator new(size_t size)
 {
-    void* block = TakeBlock(size);
-    if (block == nullptr)
+    BlockNotes* notes = notesOfThread;
+    void* block = malloc(size == 0 ? 1 : size);
+    while (block == nullptr && notes == nullptr)
     {
+        const std::new_handler handler = std::get_new_handler();
+        if (handler == nullptr)
+        {
+            throw std::bad_alloc();
+        }
+        handler();
+        block = malloc(size == 0 ? 1 : size);
+    }
+    if (notes != nullptr && (block == nullptr || !NoteBlock(notes, block)))
+    {
+        free(block);
         throw std::bad_alloc();
     }
     return block;
-}
-
-void* operator new[](size_t size)
-{
-    return operator new(size);
-}
-
-void* operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept
-{
-    return TakeBlock(size);
-}
-
-void* operator new[](size_t size, const std::nothrow_t& /*tag*/) noexcept
-{
-    return TakeBlock(size);
 }
 
 void operator delete(void* block) noexcept
@@ -173,17 +152,49 @@ void operator delete(void* block) noexcept
     free(block);
 }
 
-void operator delete[](void* block) noexcept
-{
-    operator delete(block);
-}
-
 void operator delete(void* block, size_t /*size*/) noexcept
 {
     operator delete(block);
 }
 
+void* operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept
+{
+    try
+    {
+        return operator new(size);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return nullptr;
+    }
+}
+
+void* operator new[](size_t size)
+{
+    return operator new(size);
+}
+
+void* operator new[](size_t size, const std::nothrow_t& tag) noexcept
+{
+    return operator new(size, tag);
+}
+
+void operator delete(void* block, const std::nothrow_t& /*tag*/) noexcept
+{
+    operator delete(block);
+}
+
+void operator delete[](void* block) noexcept
+{
+    operator delete(block);
+}
+
 void operator delete[](void* block, size_t /*size*/) noexcept
+{
+    operator delete(block);
+}
+
+void operator delete[](void* block, const std::nothrow_t& /*tag*/) noexcept
 {
     operator delete(block);
 }

@@ -186,7 +186,7 @@ static bool IsSame(float a, float b)
            (std::isnan(a) && std::isnan(b));
 }
 
-TEST(EnvelopePlain, RandomEnvelopesAreBitForBitThoseOfThePlainForm)
+TEST(EnvelopePlain, RandomEnvelopesEqualThePlainForm)
 {
     Random random(20240607);
     Envelope envelope;

@@ -40,7 +40,7 @@ TEST_F(RenderTargetTest, AWindowPassCopiesTheTargetWithItsFiltersSet)
     EXPECT_EQ(drawn, 2u);
 }
 
-TEST_F(RenderTargetTest, AClearingPassClearsTheDepthOnceMoreBehindTheCopy)
+TEST_F(RenderTargetTest, AClearingPassClearsTheDepthAgainAfterTheCopy)
 {
     AddBitmap(256, 64);
     SetTarget(0, AddClip(timeline, 0, 0, 100, 1), kPassTexture, 1);
@@ -75,7 +75,7 @@ TEST_F(RenderTargetTest, AWidePassDiffersInItsAspectOnly)
     EXPECT_EQ(Render(10), Viewport(256, 64) + kWideClip + kFrameEnd);
 }
 
-TEST_F(RenderTargetTest, AWidePassHasItsAspectWithAMovingFieldOfViewAsWell)
+TEST_F(RenderTargetTest, AWidePassHasItsAspectWithAMovingFovAsWell)
 {
     AddBitmap(256, 64);
     SetTarget(0, AddClip(timeline, 0, 0, 100, 1), kPassTextureWide, 1);
@@ -124,7 +124,7 @@ TEST_F(RenderTargetTest, ATextureOfZeroDrawsToTheScreenInTheCurrentViewport)
     }
 }
 
-TEST_F(RenderTargetTest, AFinishedTargetStaysOpenBehindATextureOfZero)
+TEST_F(RenderTargetTest, AFinishedTargetStaysOpenAfterATextureOfZero)
 {
     AddBitmap(256, 64);
     SetTarget(0, AddClip(timeline, 0, 0, 100, 1), kPassTexture, 1);

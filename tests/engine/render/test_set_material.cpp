@@ -113,15 +113,15 @@ static const float secondTexCoords[2] = {1.0f, 0.0f};
 #define SPHERE_24 SPHERE("24")
 
 // What a refresh of effect 2 comes to.
-#define UPDATE_32               \
+#define UPDATE_32                 \
     "BindTexture TEXTURE_2D 32\n" \
     "TexSubImage2D TEXTURE_2D 0 0 0 64 64 LUMINANCE UNSIGNED_BYTE ?\n"
-#define UPDATE_32_BY_BUFFER                                           \
-    "BindBuffer PIXEL_UNPACK_BUFFER 2\n"                              \
-    "BufferData PIXEL_UNPACK_BUFFER 4096 0 STREAM_DRAW\n"             \
-    "MapBuffer PIXEL_UNPACK_BUFFER WRITE_ONLY\n"                      \
-    "UnmapBuffer PIXEL_UNPACK_BUFFER\n"                               \
-    "BindTexture TEXTURE_2D 32\n"                                     \
+#define UPDATE_32_BY_BUFFER                                            \
+    "BindBuffer PIXEL_UNPACK_BUFFER 2\n"                               \
+    "BufferData PIXEL_UNPACK_BUFFER 4096 0 STREAM_DRAW\n"              \
+    "MapBuffer PIXEL_UNPACK_BUFFER WRITE_ONLY\n"                       \
+    "UnmapBuffer PIXEL_UNPACK_BUFFER\n"                                \
+    "BindTexture TEXTURE_2D 32\n"                                      \
     "TexSubImage2D TEXTURE_2D 0 0 0 64 64 LUMINANCE UNSIGNED_BYTE 0\n" \
     "BindBuffer PIXEL_UNPACK_BUFFER 0\n"
 
@@ -227,11 +227,11 @@ class SetMaterialTest : public testing::Test
         effect.width = 64;
         effect.height = 64;
         effect.bpp = 8;
-        EffectUpload upload = {glTexture, 0};
         glBindTexture(GL_TEXTURE_2D, glTexture);
         glTexImage2D(GL_TEXTURE_2D, 0, 1, 64, 64, 0, GL_LUMINANCE, GL_UNSIGNED_BYTE, nullptr);
-        glGenBuffers(1, &upload.pixelBuffer);
-        const uint32_t id = AddEffect(&piece, effect, upload);
+        uint32_t pixelBuffer;
+        glGenBuffers(1, &pixelBuffer);
+        const uint32_t id = AddEffect(&piece, effect, glTexture, pixelBuffer);
         piece.state.demo.effects[id - 1].lastUpdate = static_cast<int32_t>(time);
     }
 
@@ -338,7 +338,7 @@ TEST_F(SetMaterialTest, Type0IsColor)
                         "BlendFunc SRC_ALPHA ONE_MINUS_SRC_ALPHA\n");
 }
 
-TEST_F(SetMaterialTest, Type1IsLitColorAndLeavesTheCoordinateArrayOfUnit1)
+TEST_F(SetMaterialTest, Type1IsLitColorAndKeepsTheArrayOfUnit1)
 {
     EXPECT_EQ(Calls(1), "PolygonMode FRONT_AND_BACK FILL\n"
                         "Enable DEPTH_TEST\n"
@@ -511,8 +511,9 @@ TEST_F(SetMaterialTest, Type8MultipliesTwoBitmapsAndEndsOnUnit1)
 
 TEST_F(SetMaterialTest, Type9IsALitBitmap)
 {
-    EXPECT_EQ(Calls(9), FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ALPHA LIGHT_2 UNIT_1_OFF COMBINE_M
-                            FLAT_24_REPEATED);
+    EXPECT_EQ(
+        Calls(9),
+        FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ALPHA LIGHT_2 UNIT_1_OFF COMBINE_M FLAT_24_REPEATED);
 }
 
 TEST_F(SetMaterialTest, Type10IsAClampedBitmap)
@@ -521,7 +522,7 @@ TEST_F(SetMaterialTest, Type10IsAClampedBitmap)
                              COMBINE_M FLAT_24_CLAMPED);
 }
 
-TEST_F(SetMaterialTest, Type11IsABitmapEnvironmentThatTurnsWithTheCamera)
+TEST_F(SetMaterialTest, Type11IsABitmapEnvironmentThatTurns)
 {
     EXPECT_EQ(Calls(11), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA UNIT_1_OFF
                              COMBINE_M SPHERE_24 TURNED DIRECTION MODELVIEW);
@@ -1505,9 +1506,9 @@ TEST_F(SetMaterialTest, AnEnvelopeWithoutARecordIsAFault)
 
     Of(23)->params[4] = 0; // an id of 0 is no envelope
     Of(23)->dynamicMask[0] = 0x08;
-    EXPECT_EQ(CallsToFault(23, "envelope 0 does not exist"),
-              "PolygonMode FRONT_AND_BACK LINE\n" DEPTH_ON NORMALIZE_OFF UNITS_OFF LIGHTING_OFF
-                  COLOR);
+    EXPECT_EQ(
+        CallsToFault(23, "envelope 0 does not exist"),
+        "PolygonMode FRONT_AND_BACK LINE\n" DEPTH_ON NORMALIZE_OFF UNITS_OFF LIGHTING_OFF COLOR);
 }
 
 TEST_F(SetMaterialTest, TheColorIsResolvedFirstThenTheLineWidth)
