@@ -4,22 +4,11 @@
 #include <cerrno>
 #include <cstddef>
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define QUORVALE_ADDRESS_SANITIZER
-#endif
-#elif defined(__SANITIZE_ADDRESS__)
-#define QUORVALE_ADDRESS_SANITIZER
-#endif
-
-// The heap that stands under this one. The first allocations come before the sanitizer is ready, so
-// nothing here is instrumented.
-#ifdef QUORVALE_ADDRESS_SANITIZER
+// The heap that stands under this one. Under the sanitizers it is theirs: its blocks are followed.
+#ifdef QUORVALE_SANITIZE
 #define REAL(name) __interceptor_##name
-#define PLAIN __attribute__((no_sanitize("address", "undefined")))
 #else
 #define REAL(name) __libc_##name
-#define PLAIN
 #endif
 
 extern "C"
@@ -38,7 +27,7 @@ static std::atomic<uint64_t> failingTo{0};
 static std::atomic<int64_t> live{0};
 
 /// Whether the allocation at hand is to fail.
-PLAIN static bool IsFailing()
+static bool IsFailing()
 {
     if (!isCounting.load(std::memory_order_relaxed))
     {
@@ -51,7 +40,7 @@ PLAIN static bool IsFailing()
     return fails;
 }
 
-PLAIN static void* Counted(void* block)
+static void* Counted(void* block)
 {
     if (block != nullptr)
     {
@@ -62,17 +51,17 @@ PLAIN static void* Counted(void* block)
 
 extern "C"
 {
-    PLAIN void* malloc(size_t size)
+    void* malloc(size_t size)
     {
         return IsFailing() ? nullptr : Counted(REAL(malloc)(size));
     }
 
-    PLAIN void* calloc(size_t count, size_t size)
+    void* calloc(size_t count, size_t size)
     {
         return IsFailing() ? nullptr : Counted(REAL(calloc)(count, size));
     }
 
-    PLAIN void* realloc(void* block, size_t size)
+    void* realloc(void* block, size_t size)
     {
         if (IsFailing())
         {
@@ -81,17 +70,17 @@ extern "C"
         return block == nullptr ? Counted(REAL(realloc)(block, size)) : REAL(realloc)(block, size);
     }
 
-    PLAIN void* aligned_alloc(size_t alignment, size_t size)
+    void* aligned_alloc(size_t alignment, size_t size)
     {
         return IsFailing() ? nullptr : Counted(REAL(memalign)(alignment, size));
     }
 
-    PLAIN void* memalign(size_t alignment, size_t size)
+    void* memalign(size_t alignment, size_t size)
     {
         return IsFailing() ? nullptr : Counted(REAL(memalign)(alignment, size));
     }
 
-    PLAIN int posix_memalign(void** block, size_t alignment, size_t size)
+    int posix_memalign(void** block, size_t alignment, size_t size)
     {
         void* taken = IsFailing() ? nullptr : Counted(REAL(memalign)(alignment, size));
         if (taken == nullptr)
@@ -102,7 +91,7 @@ extern "C"
         return 0;
     }
 
-    PLAIN void free(void* block)
+    void free(void* block)
     {
         if (block != nullptr)
         {

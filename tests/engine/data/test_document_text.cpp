@@ -262,7 +262,7 @@ TEST(DocumentText, NothingLeaksWhenMemoryRunsOut)
         "<a b=\"a value that is longer than a small string\">a text that is longer than that</a>"
         "<![CDATA[<any text of some length that is data>]]><!DOCTYPE of some length>",
         "<a b=\"1\"><c><d>text</d><an error in the text",
-        Repeated("<e f='1'/>", 700),
+        Repeated("<e f='1'/>", 300),
         "",
     };
     for (const std::string& text : texts)

@@ -462,9 +462,9 @@ static Bytes RandomPackage(std::mt19937* random)
         AppendText(&bytes, name, 32);
         const uint32_t start = below(300);
         const uint32_t end = start + below(20) - 1;
+        const bool isText = below(4) == 0;
         for (uint32_t value : {start, end})
         {
-            const bool isText = below(4) == 0;
             for (int shift = 24; shift >= 0; shift -= 8)
             {
                 bytes.push_back(isText ? 'a' : static_cast<uint8_t>(value >> shift));
@@ -478,7 +478,7 @@ static Bytes RandomPackage(std::mt19937* random)
     }
     for (uint32_t i = below(3); i > 0; --i)
     {
-        bytes[below(static_cast<uint32_t>(bytes.size()))] = below(2) == 0 ? 0 : 'a';
+        bytes[below(static_cast<uint32_t>(bytes.size()))] = below(4) != 0 ? 0 : 'a';
     }
     bytes.resize(below(2) == 0 ? bytes.size() : below(static_cast<uint32_t>(bytes.size()) + 1));
     return bytes;
@@ -519,6 +519,10 @@ TEST(PackageDirectory, TheIndexFindsAsAWalkDoes)
         {
             const std::string name = RandomName(bytes, &random);
             const Lookup walked = Walk(bytes, name);
+            if (walked.found && walked.size >= kMostCompared)
+            {
+                continue; // numbers that are no numbers make gigabytes of zeros
+            }
             const Lookup lookup = FindIn(&package, name);
             ASSERT_TRUE(lookup == walked) << "package " << i << ", name " << name;
             found += lookup.found ? 1 : 0;
@@ -558,8 +562,8 @@ static double TimeLookups(const Bytes& bytes, const std::vector<std::string>& na
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }
 
-// A walk for each name took minutes. The limits leave room for a busy machine and for sanitizers.
-static constexpr double kMostSeconds = 10.0;
+// A walk for each name took hours. The limits leave room for a busy machine and for sanitizers.
+static constexpr double kMostSeconds = 60.0;
 
 TEST(PackageDirectory, EveryNameOf60000IsFoundInTime)
 {
