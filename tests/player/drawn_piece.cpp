@@ -29,16 +29,13 @@ static void RequireNoFault(const FaultList* faults)
 void OpenDrawnPiece(const std::string& package, int32_t width, int32_t height, DrawnPiece* piece)
 {
     const EglDisplayRequest request = {width, height, kSamples};
-    EglFault fault = {};
-    if (!OpenEglDisplay(&request, &piece->display, &fault))
-    {
-        Fail(fault.text);
-    }
+    StartFaults(&piece->faults);
+    OpenEglDisplay(&request, &piece->display, &piece->faults);
+    RequireNoFault(&piece->faults);
     BuildCosTable();
     BuildCornerMasks();
 
     PieceRun* run = &piece->run;
-    StartFaults(&piece->faults);
     StartRun(run, &piece->faults);
     OpenPackageFile(package.c_str(), &run->piece.package, &piece->faults);
     RequireNoFault(&piece->faults);

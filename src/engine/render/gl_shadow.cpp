@@ -68,14 +68,19 @@ static bool AllocateArrays(const DocumentUpload* upload, GlShadow* shadow, Fault
     ShadowState* state = &shadow->state;
     state->textures = AllocateZeroed<TextureSettings>(most, kWhat, faults);
     state->resized = AllocateZeroed<bool>(bitmaps, kWhat, faults);
-    state->bitmapCount = bitmaps;
     shadow->names = AllocateZeroed<ShadowTexture>(most, kWhat, faults);
     shadow->inOpenGl = AllocateZeroed<TextureSettings>(most, kWhat, faults);
     shadow->originals = AllocateZeroed<BitmapUpload>(bitmaps, kWhat, faults);
     shadow->resized = AllocateZeroed<BitmapUpload>(bitmaps, kWhat, faults);
     shadow->uses = AllocateZeroed<BitmapUse>(bitmaps, kWhat, faults);
     shadow->useOf = AllocateZeroed<uint32_t>(bitmaps, kWhat, faults);
-    return !HasFailed(faults);
+    if (HasFailed(faults))
+    {
+        return false;
+    }
+    std::copy(upload->bitmaps, upload->bitmaps + bitmaps, shadow->originals);
+    state->bitmapCount = bitmaps; // from here on FreeShadow gives the originals back
+    return true;
 }
 
 /// Makes the texture of a resized target, black, like the one that a run that only plays makes.
@@ -177,12 +182,8 @@ bool StartShadow(const DemoDocument* document, DocumentUpload* upload, const Sha
 {
     shadow->upload = upload;
     StartState(view, &shadow->state);
-    if (!AllocateArrays(upload, shadow, faults))
-    {
-        return false;
-    }
-    std::copy(upload->bitmaps, upload->bitmaps + upload->bitmapCount, shadow->originals);
-    if (!CreateAllResized(document->timeline, view, shadow, faults))
+    if (!AllocateArrays(upload, shadow, faults) ||
+        !CreateAllResized(document->timeline, view, shadow, faults))
     {
         return false;
     }
@@ -202,15 +203,12 @@ static void ChooseBitmaps(const GlShadow* shadow)
 
 void FreeShadow(GlShadow* shadow)
 {
-    if (shadow->originals != nullptr && shadow->resized != nullptr)
+    for (uint32_t i = 0; i < shadow->state.bitmapCount; ++i)
     {
-        for (uint32_t i = 0; i < shadow->state.bitmapCount; ++i)
+        shadow->upload->bitmaps[i] = shadow->originals[i];
+        if (shadow->resized[i].glTexture != 0)
         {
-            shadow->upload->bitmaps[i] = shadow->originals[i];
-            if (shadow->resized[i].glTexture != 0)
-            {
-                glDeleteTextures(1, &shadow->resized[i].glTexture);
-            }
+            glDeleteTextures(1, &shadow->resized[i].glTexture);
         }
     }
     free(shadow->names);
@@ -233,6 +231,9 @@ bool KeepShadowState(const GlContext* gl, ShadowState* to, FaultList* faults)
     if (textures == nullptr)
     {
         textures = AllocateBlock<TextureSettings>(from->textureCount, kWhat, faults);
+    }
+    if (resized == nullptr && textures != nullptr)
+    {
         resized = AllocateBlock<bool>(from->bitmapCount, kWhat, faults);
     }
     *to = *from;

@@ -5,9 +5,7 @@
 #include <EGL/eglext.h>
 #include <GL/glew.h>
 #include <algorithm>
-#include <cstdarg>
 #include <cstddef>
-#include <cstdio>
 #include <cstring>
 
 #include "engine/render/baseline_state.h"
@@ -16,15 +14,6 @@ static constexpr EGLint kChannelBits = 8;
 static constexpr EGLint kDepthBits = 24;
 static constexpr EGLint kMaxConfigs = 256;
 static constexpr EGLint kMaxDevices = 16;
-
-[[gnu::format(printf, 2, 3)]] static bool Fail(EglFault* fault, const char* format, ...)
-{
-    va_list arguments;
-    va_start(arguments, format);
-    vsnprintf(fault->text, sizeof(fault->text), format, arguments);
-    va_end(arguments);
-    return false;
-}
 
 /// Whether a list of words divided by spaces has the word.
 static bool HasWord(const char* list, const char* word)
@@ -100,28 +89,31 @@ static bool ChooseConfig(EGLDisplay connection, EGLint samples, EGLConfig* chose
 
 /// Makes surface and context on a connection.
 /// @return false if the driver can't; what was made until then is in `display`
-static bool CreateBuffers(const EglDisplayRequest* request, EglDisplay* display, EglFault* fault)
+static bool CreateBuffers(const EglDisplayRequest* request, EglDisplay* display, FaultList* faults)
 {
     EGLConfig config = nullptr;
     if (!ChooseConfig(display->connection, request->samples, &config))
     {
-        return Fail(fault, "the driver has no picture of 8 bits a channel and %d samples a pixel",
-                    request->samples);
+        AddError(faults, "the driver has no picture of 8 bits a channel and %d samples a pixel",
+                 request->samples);
+        return false;
     }
     const EGLint size[] = {EGL_WIDTH, request->width, EGL_HEIGHT, request->height, EGL_NONE};
     display->surface = eglCreatePbufferSurface(display->connection, config, size);
     if (display->surface == EGL_NO_SURFACE)
     {
-        return Fail(fault, "the driver has no picture of %d x %d (EGL error 0x%04X)",
-                    request->width, request->height, static_cast<unsigned int>(eglGetError()));
+        AddError(faults, "the driver has no picture of %d x %d (EGL error 0x%04X)", request->width,
+                 request->height, static_cast<unsigned int>(eglGetError()));
+        return false;
     }
     eglBindAPI(EGL_OPENGL_API); // of this thread; EGL's first choice is OpenGL ES
     // Without attributes the profile is the compatibility one.
     display->context = eglCreateContext(display->connection, config, EGL_NO_CONTEXT, nullptr);
     if (display->context == EGL_NO_CONTEXT)
     {
-        return Fail(fault, "the driver has no OpenGL context (EGL error 0x%04X)",
-                    static_cast<unsigned int>(eglGetError()));
+        AddError(faults, "the driver has no OpenGL context (EGL error 0x%04X)",
+                 static_cast<unsigned int>(eglGetError()));
+        return false;
     }
     display->width = request->width;
     display->height = request->height;
@@ -131,13 +123,14 @@ static bool CreateBuffers(const EglDisplayRequest* request, EglDisplay* display,
 
 /// Loads the entry points. The library also looks for a display of X, which is not there, and
 /// tells so when everything else is loaded.
-static bool LoadEntryPoints(EglFault* fault)
+static bool LoadEntryPoints(FaultList* faults)
 {
     const GLenum result = glewInit();
     if (result != GLEW_OK && result != GLEW_ERROR_NO_GLX_DISPLAY)
     {
-        return Fail(fault, "the entry points of OpenGL can't be loaded: %s",
-                    reinterpret_cast<const char*>(glewGetErrorString(result)));
+        AddError(faults, "the entry points of OpenGL can't be loaded: %s",
+                 reinterpret_cast<const char*>(glewGetErrorString(result)));
+        return false;
     }
     return true;
 }
@@ -180,14 +173,15 @@ static void FreeMixedPicture(const MixedPicture* mixed)
 
 /// Whether the driver really draws the size that it has accepted: some cut it short, and memory is
 /// first taken when something is drawn.
-static bool ClearPicture(const EglDisplay* display, EglFault* fault)
+static bool ClearPicture(const EglDisplay* display, FaultList* faults)
 {
     GLint limits[2] = {};
     glGetIntegerv(GL_MAX_VIEWPORT_DIMS, limits);
     if (display->width > limits[0] || display->height > limits[1])
     {
-        return Fail(fault, "the driver draws pictures up to %d x %d, and not %d x %d", limits[0],
-                    limits[1], display->width, display->height);
+        AddError(faults, "the driver draws pictures up to %d x %d, and not %d x %d", limits[0],
+                 limits[1], display->width, display->height);
+        return false;
     }
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     if (display->samples > 0)
@@ -200,24 +194,26 @@ static bool ClearPicture(const EglDisplay* display, EglFault* fault)
     const GLenum error = glGetError();
     if (error != GL_NO_ERROR)
     {
-        return Fail(fault, "the driver has no memory for %d x %d (OpenGL error 0x%04X)",
-                    display->width, display->height, error);
+        AddError(faults, "the driver has no memory for %d x %d (OpenGL error 0x%04X)",
+                 display->width, display->height, error);
+        return false;
     }
     return true;
 }
 
 /// Opens a display on a connection to a driver.
 static bool OpenOnConnection(const EglDisplayRequest* request, EGLDisplay connection,
-                             EglDisplay* display, EglFault* fault)
+                             EglDisplay* display, FaultList* faults)
 {
     if (eglInitialize(connection, nullptr, nullptr) == EGL_FALSE)
     {
-        return Fail(fault, "the driver does not start (EGL error 0x%04X)",
-                    static_cast<unsigned int>(eglGetError()));
+        AddError(faults, "the driver does not start (EGL error 0x%04X)",
+                 static_cast<unsigned int>(eglGetError()));
+        return false;
     }
     display->connection = connection;
-    if (CreateBuffers(request, display, fault) && MakeEglDisplayCurrent(display, fault) &&
-        LoadEntryPoints(fault) && ClearPicture(display, fault))
+    if (CreateBuffers(request, display, faults) && MakeEglDisplayCurrent(display, faults) &&
+        LoadEntryPoints(faults) && ClearPicture(display, faults))
     {
         display->features = DetectFeatures();
         SetBaselineState();
@@ -260,41 +256,46 @@ static EGLint FindConnections(EGLDisplay* connections)
     return found;
 }
 
-bool OpenEglDisplay(const EglDisplayRequest* request, EglDisplay* display, EglFault* fault)
+bool OpenEglDisplay(const EglDisplayRequest* request, EglDisplay* display, FaultList* faults)
 {
     if (request->width < 1 || request->height < 1 || request->samples < 0)
     {
-        return Fail(fault, "there are no pictures of %d x %d with %d samples a pixel",
-                    request->width, request->height, request->samples);
+        AddError(faults, "there are no pictures of %d x %d with %d samples a pixel", request->width,
+                 request->height, request->samples);
+        return false;
     }
 
     EGLDisplay connections[1 + kMaxDevices];
     const EGLint count = FindConnections(connections);
-    bool hasFault = false;
-    for (EGLint i = 0; i < count; ++i)
+    if (count == 0)
     {
-        // The first driver is the one that viewers mean to use: its refusal is told.
-        EglFault refusal = {};
-        if (OpenOnConnection(request, connections[i], display, &refusal))
-        {
-            return true;
-        }
-        if (!hasFault)
-        {
-            *fault = refusal;
-            hasFault = true;
-        }
+        AddError(faults, "EGL knows no driver that draws without a window");
+        return false;
     }
-    return hasFault ? false : Fail(fault, "EGL knows no driver that draws without a window");
+    // All are tried, and the refusal of the first is told: it is the one that viewers mean to use.
+    FaultList refusals;
+    StartFaults(&refusals);
+    bool opened = false;
+    for (EGLint i = 0; i < count && !opened; ++i)
+    {
+        opened = OpenOnConnection(request, connections[i], display, &refusals);
+    }
+    if (!opened)
+    {
+        AddError(faults, "%s", GetFault(&refusals, 0)->text);
+    }
+    FreeFaults(&refusals);
+    return opened;
 }
 
-bool MakeEglDisplayCurrent(const EglDisplay* display, EglFault* fault)
+bool MakeEglDisplayCurrent(const EglDisplay* display, FaultList* faults)
 {
     if (eglMakeCurrent(display->connection, display->surface, display->surface, display->context) ==
         EGL_FALSE)
     {
-        return Fail(fault, "the driver does not make its OpenGL current (EGL error 0x%04X)",
-                    static_cast<unsigned int>(eglGetError()));
+        AddError(faults, "the driver does not make its OpenGL current (EGL error 0x%04X)",
+                 static_cast<unsigned int>(eglGetError()));
+        return false;
     }
     return true;
 }

@@ -11,6 +11,7 @@
 
 #include <cstdint>
 
+#include "engine/data/fault.h"
 #include "engine/data/gl_features.h"
 
 /// Wishes for a display.
@@ -33,21 +34,14 @@ struct EglDisplay
     GlFeatures features;
 };
 
-/// Why something failed, as one line without its end.
-struct EglFault
-{
-    char text[200];
-};
-
 /// Opens a display, makes it current, clears it to black and sets the baseline state.
 /// @param display   all zero; stays so when the display can't be opened
-/// @param fault     receives why it can't be opened
-/// @return false if there is no driver, or none that can do the size and the samples
-bool OpenEglDisplay(const EglDisplayRequest* request, EglDisplay* display, EglFault* fault);
+/// @return false after a fault: there is no driver, or none that can do the size and the samples
+bool OpenEglDisplay(const EglDisplayRequest* request, EglDisplay* display, FaultList* faults);
 
 /// Sends the calls of this thread to an open display.
-/// @return false if the driver refuses; `fault` says why
-bool MakeEglDisplayCurrent(const EglDisplay* display, EglFault* fault);
+/// @return false after a fault: the driver refuses
+bool MakeEglDisplayCurrent(const EglDisplay* display, FaultList* faults);
 
 /// Reads the picture of the display, which is current.
 /// @param rgb   receives [height][width][3] bytes, the upper row first, no padding

@@ -42,10 +42,11 @@ int main(int argc, char** argv)
     }
     const EglDisplayRequest request = {atoi(argv[1]), atoi(argv[2]), atoi(argv[3])};
     EglDisplay display = {};
-    EglFault fault = {};
-    if (!OpenEglDisplay(&request, &display, &fault))
+    FaultList faults;
+    StartFaults(&faults);
+    if (!OpenEglDisplay(&request, &display, &faults))
     {
-        printf("%s\n", fault.text);
+        printf("%s\n", faults.first.text);
         return 1;
     }
 

@@ -31,13 +31,24 @@ std::string FaultLine(const FaultList& faults)
     return line;
 }
 
+void MakeCurrent(const EglDisplay& display)
+{
+    FaultList faults;
+    StartFaults(&faults);
+    if (!MakeEglDisplayCurrent(&display, &faults))
+    {
+        Fail(faults.first.text);
+    }
+}
+
 static void OpenDisplay(const StageView& view, int32_t samples, EglDisplay* display)
 {
     const EglDisplayRequest request = {view.width, view.height, samples};
-    EglFault fault = {};
-    if (!OpenEglDisplay(&request, display, &fault))
+    FaultList faults;
+    StartFaults(&faults);
+    if (!OpenEglDisplay(&request, display, &faults))
     {
-        Fail(fault.text);
+        Fail(faults.first.text);
     }
     BuildCosTable();
     BuildCornerMasks();
@@ -103,8 +114,7 @@ OpenedStage::OpenedStage(const std::string& package, const StageView& stageView,
 
 OpenedStage::~OpenedStage()
 {
-    EglFault ignored = {};
-    MakeEglDisplayCurrent(&display, &ignored);
+    MakeCurrent(display);
     CloseStage(stage);
     delete stage;
     CloseEglDisplay(&display);
@@ -112,8 +122,7 @@ OpenedStage::~OpenedStage()
 
 SoughtFrame Seek(OpenedStage* opened, uint32_t tick, uint32_t stride)
 {
-    EglFault ignored = {};
-    MakeEglDisplayCurrent(&opened->display, &ignored);
+    MakeCurrent(opened->display);
     FaultList faults;
     StartFaults(&faults);
     SoughtFrame frame;

@@ -12,7 +12,10 @@
 /// RGB, rows from the top, no padding.
 using Pixels = std::vector<uint8_t>;
 
-/// @return the picture of the display that is current
+/// Ends the test program if the driver refuses.
+void MakeCurrent(const EglDisplay& display);
+
+/// @return the picture of the display, which is current
 Pixels TakePixels(const EglDisplay& display);
 
 struct PlayedFrames

@@ -20,8 +20,10 @@ struct OpenDisplay
     OpenDisplay(int32_t width, int32_t height, int32_t samples)
     {
         const EglDisplayRequest request = {width, height, samples};
-        isOpen = OpenEglDisplay(&request, &display, &fault);
-        EXPECT_TRUE(isOpen) << fault.text;
+        FaultList faults;
+        StartFaults(&faults);
+        isOpen = OpenEglDisplay(&request, &display, &faults);
+        EXPECT_TRUE(isOpen) << faults.first.text;
     }
     ~OpenDisplay()
     {
@@ -31,7 +33,6 @@ struct OpenDisplay
     OpenDisplay& operator=(const OpenDisplay&) = delete;
 
     EglDisplay display = {};
-    EglFault fault = {};
     bool isOpen;
 };
 
@@ -231,38 +232,40 @@ TEST_F(EglDisplays, KeepTheirPicturesAndNamesApart)
     const OpenDisplay first(32, 16, 0);
     const OpenDisplay second(24, 40, 4);
     ASSERT_TRUE(first.isOpen && second.isOpen);
-    EglFault fault = {};
+    FaultList faults;
+    StartFaults(&faults);
 
-    ASSERT_TRUE(MakeEglDisplayCurrent(&first.display, &fault)) << fault.text;
+    ASSERT_TRUE(MakeEglDisplayCurrent(&first.display, &faults)) << faults.first.text;
     FillRectangle(0, 0, 32, 16, {200, 0, 0});
     GLuint texture = 0;
     glGenTextures(1, &texture);
     glBindTexture(GL_TEXTURE_2D, texture);
-    ASSERT_TRUE(MakeEglDisplayCurrent(&second.display, &fault)) << fault.text;
+    ASSERT_TRUE(MakeEglDisplayCurrent(&second.display, &faults)) << faults.first.text;
     FillRectangle(0, 0, 24, 40, {0, 0, 90});
     EXPECT_FALSE(glIsTexture(texture));
 
-    ASSERT_TRUE(MakeEglDisplayCurrent(&first.display, &fault)) << fault.text;
+    ASSERT_TRUE(MakeEglDisplayCurrent(&first.display, &faults)) << faults.first.text;
     EXPECT_TRUE(glIsTexture(texture));
     EXPECT_EQ(PixelOf(first.display, TakePicture(first.display), 31, 15), (Pixel{200, 0, 0}));
-    ASSERT_TRUE(MakeEglDisplayCurrent(&second.display, &fault)) << fault.text;
+    ASSERT_TRUE(MakeEglDisplayCurrent(&second.display, &faults)) << faults.first.text;
     EXPECT_EQ(PixelOf(second.display, TakePicture(second.display), 23, 39), (Pixel{0, 0, 90}));
 }
 
 TEST_F(EglDisplays, OutliveOthersThatAreClosed)
 {
     const OpenDisplay stays(8, 8, 0);
-    EglFault fault = {};
+    FaultList faults;
+    StartFaults(&faults);
     for (int i = 0; i < 20; ++i)
     {
         const EglDisplayRequest request = {8 + i, 9, i % 2 == 0 ? 0 : 4};
         EglDisplay other = {};
-        ASSERT_TRUE(OpenEglDisplay(&request, &other, &fault)) << fault.text;
+        ASSERT_TRUE(OpenEglDisplay(&request, &other, &faults)) << faults.first.text;
         CloseEglDisplay(&other);
         EXPECT_EQ(other.context, nullptr);
         CloseEglDisplay(&other); // for nothing
 
-        ASSERT_TRUE(MakeEglDisplayCurrent(&stays.display, &fault)) << fault.text;
+        ASSERT_TRUE(MakeEglDisplayCurrent(&stays.display, &faults)) << faults.first.text;
         FillRectangle(0, 0, 8, 8, {i, 2, 3});
         EXPECT_EQ(PixelOf(stays.display, TakePicture(stays.display), 7, 0), (Pixel{i, 2, 3}));
     }
@@ -285,9 +288,12 @@ TEST_F(EglDisplays, ThatCanNotBeAreFaults)
     for (const auto& c : cases)
     {
         EglDisplay display = {};
-        EglFault fault = {};
-        EXPECT_FALSE(OpenEglDisplay(&c.request, &display, &fault)) << c.text;
-        EXPECT_EQ(std::string(fault.text).substr(0, strlen(c.text)), c.text);
+        FaultList faults;
+        StartFaults(&faults);
+        EXPECT_FALSE(OpenEglDisplay(&c.request, &display, &faults)) << c.text;
+        EXPECT_EQ(faults.count, 1u);
+        EXPECT_EQ(faults.first.kind, FaultKind::kProgram);
+        EXPECT_EQ(std::string(faults.first.text).substr(0, strlen(c.text)), c.text);
         EXPECT_EQ(display.connection, nullptr);
         EXPECT_EQ(display.context, nullptr);
     }

@@ -420,8 +420,7 @@ TEST_F(Stages, ChangeTheirStride)
 
 static Pixels ShowLoading(OpenedStage* opened, uint32_t time)
 {
-    EglFault ignored = {};
-    MakeEglDisplayCurrent(&opened->display, &ignored);
+    MakeCurrent(opened->display);
     FaultList faults;
     StartFaults(&faults);
     EXPECT_TRUE(ShowLoadingScreen(opened->stage, time, &faults));
