@@ -1,102 +1,129 @@
 #include "engine/data/parse_blocks.h"
 
 #include <cassert>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <new>
 
-static constexpr size_t kFirstCapacity = 1024;
+static constexpr size_t kAlignment = alignof(std::max_align_t);
+static constexpr size_t kChunkSize = size_t{64} << 10; // bytes, its head included
+static constexpr size_t kLargeBlock =
+    kChunkSize / 8; // bytes; larger ones have a chunk of their own
+
+/// A stretch of memory that blocks are cut from. It is given back with its last block, but the
+/// current one of a parse only after the parse.
+struct alignas(kAlignment) BlockChunk
+{
+    BlockNotes* notes; // null once the parse has ended
+    BlockChunk* next;  // of the same parse
+    BlockChunk* previous;
+    size_t size; // bytes, the head included
+    size_t used; // bytes, the head included
+    size_t live; // blocks that were not deleted
+};
+
+/// Stands before every block.
+struct alignas(kAlignment) BlockHead
+{
+    BlockChunk* chunk; // null for a block of the heap
+    size_t size;       // bytes of a block of a chunk, this head included
+};
 
 // `new` has no argument to hand the notes over by. Each thread has its own, so documents can be
 // parsed side by side, and it is null but for the time of a parse.
 static thread_local BlockNotes* notesOfThread = nullptr;
 
-static size_t SlotOf(const void* block, size_t capacity)
+/// @return a chunk at the front of the list; null without memory
+static BlockChunk* AddChunk(BlockNotes* notes, size_t size)
 {
-    const uint64_t mixed = (reinterpret_cast<uintptr_t>(block) >> 4) * 0x9E3779B97F4A7C15;
-    return static_cast<size_t>(mixed >> 32) & (capacity - 1);
+    BlockChunk* chunk = static_cast<BlockChunk*>(malloc(size));
+    if (chunk == nullptr)
+    {
+        return nullptr;
+    }
+    *chunk = {notes, notes->first, nullptr, size, sizeof(BlockChunk), 0};
+    if (chunk->next != nullptr)
+    {
+        chunk->next->previous = chunk;
+    }
+    notes->first = chunk;
+    return chunk;
 }
 
-static void PutBlock(void* block, void** slots, size_t capacity)
+static void FreeChunk(BlockChunk* chunk)
 {
-    size_t i = SlotOf(block, capacity);
-    while (slots[i] != nullptr)
+    if (chunk->previous != nullptr)
     {
-        i = (i + 1) & (capacity - 1);
+        chunk->previous->next = chunk->next;
     }
-    slots[i] = block;
+    else if (chunk->notes != nullptr)
+    {
+        chunk->notes->first = chunk->next;
+    }
+    if (chunk->next != nullptr)
+    {
+        chunk->next->previous = chunk->previous;
+    }
+    free(chunk);
 }
 
-/// @return false without memory
-static bool GrowNotes(BlockNotes* notes)
+/// @param size   bytes, the head included
+/// @return null without memory
+static BlockHead* CutBlock(BlockNotes* notes, size_t size)
 {
-    const size_t capacity = notes->capacity == 0 ? kFirstCapacity : 2 * notes->capacity;
-    void** slots = static_cast<void**>(calloc(capacity, sizeof(void*)));
-    if (slots == nullptr)
+    BlockChunk* chunk = notes->current;
+    if (size > kLargeBlock)
     {
-        return false;
+        chunk = AddChunk(notes, sizeof(BlockChunk) + size);
     }
-    for (size_t i = 0; i < notes->capacity; ++i)
+    else if (chunk == nullptr || chunk->size - chunk->used < size)
     {
-        if (notes->slots[i] != nullptr)
+        chunk = AddChunk(notes, kChunkSize);
+        if (chunk != nullptr)
         {
-            PutBlock(notes->slots[i], slots, capacity);
+            BlockChunk* full = notes->current;
+            notes->current = chunk;
+            if (full != nullptr && full->live == 0)
+            {
+                FreeChunk(full);
+            }
         }
     }
-    free(notes->slots);
-    notes->slots = slots;
-    notes->capacity = capacity;
-    return true;
-}
-
-/// @return false without memory
-static bool NoteBlock(BlockNotes* notes, void* block)
-{
-    if (2 * (notes->count + 1) > notes->capacity && !GrowNotes(notes))
+    if (chunk == nullptr)
     {
-        return false;
+        return nullptr;
     }
-    PutBlock(block, notes->slots, notes->capacity);
-    notes->count += 1;
-    return true;
+    BlockHead* head =
+        reinterpret_cast<BlockHead*>(reinterpret_cast<unsigned char*>(chunk) + chunk->used);
+    chunk->used += size;
+    chunk->live += 1;
+    *head = {chunk, size};
+    return head;
 }
 
-static void ForgetBlock(BlockNotes* notes, const void* block)
+static void ReturnBlock(const BlockHead* head)
 {
-    if (notes->capacity == 0)
+    BlockChunk* chunk = head->chunk;
+    chunk->live -= 1;
+    const bool isCurrent = chunk->notes != nullptr && chunk->notes->current == chunk;
+    if (chunk->live == 0 && !isCurrent)
     {
+        FreeChunk(chunk);
         return;
     }
-    const size_t mask = notes->capacity - 1;
-    size_t hole = SlotOf(block, notes->capacity);
-    while (notes->slots[hole] != block)
+    // Strings that grow take a block and give one back in turns: the last block makes room again.
+    const unsigned char* end = reinterpret_cast<const unsigned char*>(head) + head->size;
+    if (end == reinterpret_cast<const unsigned char*>(chunk) + chunk->used)
     {
-        if (notes->slots[hole] == nullptr)
-        {
-            return; // it was taken before
-        }
-        hole = (hole + 1) & mask;
+        chunk->used -= head->size;
     }
-    notes->count -= 1;
-
-    // Those after the hole move up, as far as their own slots allow: a search ends at an empty
-    // slot.
-    for (size_t i = (hole + 1) & mask; notes->slots[i] != nullptr; i = (i + 1) & mask)
-    {
-        const size_t home = SlotOf(notes->slots[i], notes->capacity);
-        if (((i - home) & mask) >= ((i - hole) & mask))
-        {
-            notes->slots[hole] = notes->slots[i];
-            hole = i;
-        }
-    }
-    notes->slots[hole] = nullptr;
 }
 
 void BeginNotes(BlockNotes* notes)
 {
     assert(notesOfThread == nullptr);
-    *notes = {};
+    *notes = {nullptr, nullptr};
     notesOfThread = notes;
 }
 
@@ -104,52 +131,89 @@ void EndNotes(BlockNotes* notes)
 {
     assert(notesOfThread == notes);
     notesOfThread = nullptr;
-    free(notes->slots);
-    *notes = {};
+    for (BlockChunk* chunk = notes->first; chunk != nullptr;)
+    {
+        BlockChunk* next = chunk->next;
+        if (chunk->live == 0)
+        {
+            FreeChunk(chunk);
+        }
+        else
+        {
+            chunk->notes = nullptr;
+        }
+        chunk = next;
+    }
+    *notes = {nullptr, nullptr};
 }
 
 void FreeNotedBlocks(BlockNotes* notes)
 {
-    for (size_t i = 0; i < notes->capacity; ++i)
+    assert(notesOfThread == notes);
+    notesOfThread = nullptr;
+    for (BlockChunk* chunk = notes->first; chunk != nullptr;)
     {
-        free(notes->slots[i]);
+        BlockChunk* next = chunk->next;
+        free(chunk);
+        chunk = next;
     }
-    EndNotes(notes);
+    *notes = {nullptr, nullptr};
 }
 
 // The whole program's `new` and `delete`: the parser is a library, and asks these. The forms for
 // arrays and those that do not throw come here too: left to a sanitizer, they would take blocks
 // that the forms here are to give back.
 
-void* operator new(size_t size)
+/// @param size   bytes, the head included
+/// @return null without memory, after asking the program's handler as long as there is one
+static BlockHead* TakeHeapBlock(size_t size)
 {
-    BlockNotes* notes = notesOfThread;
-    void* block = malloc(size == 0 ? 1 : size);
-    while (block == nullptr && notes == nullptr)
+    BlockHead* head = static_cast<BlockHead*>(malloc(size));
+    while (head == nullptr)
     {
         const std::new_handler handler = std::get_new_handler();
         if (handler == nullptr)
         {
-            throw std::bad_alloc();
+            return nullptr;
         }
         handler();
-        block = malloc(size == 0 ? 1 : size);
+        head = static_cast<BlockHead*>(malloc(size));
     }
-    if (notes != nullptr && (block == nullptr || !NoteBlock(notes, block)))
+    *head = {nullptr, size};
+    return head;
+}
+
+void* operator new(size_t size)
+{
+    if (size > SIZE_MAX / 2)
     {
-        free(block);
         throw std::bad_alloc();
     }
-    return block;
+    const size_t bytes = sizeof(BlockHead) + (size + kAlignment - 1) / kAlignment * kAlignment;
+    BlockNotes* notes = notesOfThread;
+    BlockHead* head = notes != nullptr ? CutBlock(notes, bytes) : TakeHeapBlock(bytes);
+    if (head == nullptr)
+    {
+        throw std::bad_alloc();
+    }
+    return head + 1;
 }
 
 void operator delete(void* block) noexcept
 {
-    if (block != nullptr && notesOfThread != nullptr)
+    if (block == nullptr)
     {
-        ForgetBlock(notesOfThread, block);
+        return;
     }
-    free(block);
+    BlockHead* head = static_cast<BlockHead*>(block) - 1;
+    if (head->chunk != nullptr)
+    {
+        ReturnBlock(head);
+    }
+    else
+    {
+        free(head);
+    }
 }
 
 void operator delete(void* block, size_t /*size*/) noexcept

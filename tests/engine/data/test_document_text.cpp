@@ -290,7 +290,7 @@ TEST(DocumentText, AFaultTellsThatThereIsNoMemory)
     const std::string text = "<a><b/></a>";
     FaultList faults = {};
     TiXmlDocument document;
-    FailAllocationsFrom(3);
+    FailAllocationsFrom(2); // after the text itself
     const bool isParsed =
         LoadFromString(&document, reinterpret_cast<const unsigned char*>(text.data()),
                        static_cast<long>(text.size()), TIXML_ENCODING_UNKNOWN, &faults);
@@ -299,4 +299,35 @@ TEST(DocumentText, AFaultTellsThatThereIsNoMemory)
     EXPECT_EQ(FaultText(faults), "quorvale: no memory for the tree of a text\n");
     FreeFaults(&faults);
     EXPECT_TRUE(Load(&document, text)); // and the document can be used again
+}
+
+TEST(DocumentText, ALargeTreeLeavesNothingWithoutMemory)
+{
+    // Some hundred kilobytes of nodes, attributes and strings, short ones and long ones.
+    std::string text = "<a>";
+    for (int i = 0; i < 2000; ++i)
+    {
+        text += "<b c=\"" + std::to_string(i) + "\">text</b>";
+    }
+    text += "<d e=\"" + std::string(20000, 'x') + "\"/></a>";
+
+    bool hasFailed = true;
+    uint64_t k = 1;
+    for (; hasFailed; ++k)
+    {
+        const int64_t before = LiveBlocks();
+        {
+            FaultList faults = {};
+            TiXmlDocument document;
+            FailAllocation(k);
+            const bool isParsed =
+                LoadFromString(&document, reinterpret_cast<const unsigned char*>(text.data()),
+                               static_cast<long>(text.size()), TIXML_ENCODING_UNKNOWN, &faults);
+            hasFailed = AllowAllocations() >= k;
+            EXPECT_EQ(isParsed, !hasFailed) << k;
+            FreeFaults(&faults);
+        }
+        EXPECT_EQ(LiveBlocks(), before) << k;
+    }
+    EXPECT_GT(k, 8u);
 }
