@@ -8,7 +8,8 @@ import hypothesis
 import pytest
 
 # The machine that tests run on may be busy; examples are the same on every run.
-hypothesis.settings.register_profile("tests", deadline=None, derandomize=True, max_examples=12)
+hypothesis.settings.register_profile("tests", deadline=None, derandomize=True, max_examples=12,
+                                     suppress_health_check=list(hypothesis.HealthCheck))
 hypothesis.settings.load_profile("tests")
 
 
