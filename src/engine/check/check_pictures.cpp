@@ -1,0 +1,5 @@
+#include "engine/check/context.h"
+
+void CheckPictures(CheckContext*, CheckedDocument*)
+{
+}
