@@ -2,20 +2,13 @@
 // objects, and what the OpenGL calls of those objects cost without it.
 #include <GL/glew.h>
 #include <benchmark/benchmark.h>
-#include <cstdlib>
 
 #include "engine/render/frame.h"
-#include "support/piece_tables.h"
 #include "support/recorded_gl.h"
+#include "support/test_piece.h"
 #include "support/timeline_builder.h"
 
 static constexpr uint32_t kObjectsPerScene = 500;
-
-struct Piece
-{
-    Timeline* timeline; // owned
-    PieceTables tables;
-};
 
 static float vertices[9] = {0, 0, 0, 1, 0, 0, 0, 1, 0};
 static float texCoords[6] = {0, 0, 1, 0, 0, 1};
@@ -23,13 +16,12 @@ static float normals[9] = {0, 0, 1, 0, 0, 1, 0, 0, 1};
 static uint32_t indices[3] = {0, 1, 2};
 
 /// Materials 1 "Color", 2 "Bitmap texture" and 3 "Bitmap environment mapping".
-static void AddMaterials(PieceTables* tables)
+static void AddMaterials(TestPiece* piece)
 {
-    BitmapTexture* bitmap = AddRecord<BitmapTexture>(tables->bitmaps);
-    bitmap->glTexture = 1;
+    AddBitmap(piece, {1, 4, 4, 3});
     for (uint32_t type : {0u, 7u, 11u})
     {
-        Material* material = AddRecord<Material>(tables->materials);
+        Material* material = AddRecord<Material>(piece->document.materials);
         material->type = type;
         material->refs[0] = 1;
     }
@@ -51,31 +43,24 @@ static void AddObject(Scene* scene, uint32_t envelope)
     }
 }
 
-/// A piece of one clip on each row that is needed for so many objects.
-static Piece MakePiece(uint32_t objects)
+/// Fills a piece with one clip on each row that is needed for so many objects.
+static void AddObjects(TestPiece* piece, uint32_t objects)
 {
-    Piece piece = {CreateTimeline(), MakePieceTables()};
-    ModelData* model = AddRecord<ModelData>(piece.tables.models);
-    model->mesh = {3, 3, vertices, texCoords, nullptr, 1, normals, indices};
-    const uint32_t envelope = AddLinearEnvelope(&piece.tables, 0.01f, 0.0f);
-    AddMaterials(&piece.tables);
+    ModelData* model = AddRecord<ModelData>(piece->document.models);
+    model->mesh = {3, 3, vertices, texCoords, nullptr, 1, normals, indices, nullptr};
+    AddUploadEntry(&piece->upload.models, &piece->upload.modelCount)->bufferIndexCount = 3;
+    const uint32_t envelope = AddLinearEnvelope(piece, 0.01f, 0.0f);
+    AddMaterials(piece);
 
     for (uint32_t row = 0; objects > 0; ++row)
     {
-        Scene* scene = AddRecord<Scene>(piece.tables.scenes);
-        AddClip(piece.timeline, row, 0, 100000, piece.tables.scenes->count);
+        Scene* scene = AddRecord<Scene>(piece->document.scenes);
+        AddClip(piece->document.timeline, row, 0, 100000, piece->document.scenes->count);
         for (; objects > 0 && scene->objectCount < kObjectsPerScene; --objects)
         {
             AddObject(scene, envelope);
         }
     }
-    return piece;
-}
-
-static void FreePiece(Piece* piece)
-{
-    FreePieceTables(&piece->tables);
-    free(piece->timeline);
 }
 
 /// Arguments: objects; buffer objects in use.
@@ -83,22 +68,23 @@ static void BenchFrame(benchmark::State& state)
 {
     ResetGl();
     MuteGl(true);
-    Piece piece = MakePiece(static_cast<uint32_t>(state.range(0)));
-    const int32_t vbo = static_cast<int32_t>(state.range(1));
+    TestPiece piece;
+    StartTestPiece(&piece);
+    AddObjects(&piece, static_cast<uint32_t>(state.range(0)));
+    piece.features = {static_cast<int32_t>(state.range(1)), 0, 1, 1};
+    const FrameSources sources = TestSources(&piece);
     uint32_t time = 0;
     for (auto unused : state)
     {
         static_cast<void>(unused);
-        const PieceTables& t = piece.tables;
-        benchmark::DoNotOptimize(RenderFrame(
-            piece.timeline, t.scenes, t.materials, t.lights, t.textures, t.envelopes, 1.6f,
-            t.effects, t.models, t.bitmaps, t.genMeshes, time, 1280, 800, vbo, 0, 1, 1));
+        const FrameRequest request = {1.6f, time, 1280, 800};
+        benchmark::DoNotOptimize(RenderFrame(&sources, &request));
         time = time < 99999 ? time + 1 : 0;
     }
     state.counters["calls"] =
         static_cast<double>(GlCallCount()) / static_cast<double>(state.iterations());
     state.SetItemsProcessed(state.iterations() * state.range(0));
-    FreePiece(&piece);
+    FreeTestPiece(&piece);
 }
 BENCHMARK(BenchFrame)
     ->ArgNames({"objects", "vbo"})

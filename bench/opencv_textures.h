@@ -11,5 +11,5 @@ void OpenCvFilter(int size, const uint8_t* pixels, const float* kernel, uint8_t*
 void OpenCvAddWeighted(int size, const uint8_t* pixels, float scale1, const uint8_t* layer,
                        float scale2, uint8_t* out);
 /// resize by INTER_AREA down to 1x1.
-/// @param out   room for all levels, one behind the other
+/// @param out   room for all levels, one after the other
 void OpenCvAreaChain(int size, int components, const uint8_t* pixels, uint8_t* out);

@@ -58,7 +58,7 @@ void StartAudioClock()
 // to wait.
 static void UpdateAudioClock()
 {
-    // The block's time is taken before anything else: read behind SDL_GetTicks, it could belong to
+    // The block's time is taken before anything else: read after SDL_GetTicks, it could belong to
     // a later block than the ticks, and time before 0 wraps to the end of all pieces.
     uint32_t blockTicks = AudioClock.lastBlockTicks;
     if (!HasBlock(blockTicks))

@@ -13,7 +13,7 @@
 #include "tools/textures_command.h"
 #include "tools/vocabulary_command.h"
 
-/// What the arguments say. Each command uses some of it.
+/// The values of all arguments. Each command uses some of them.
 struct Arguments
 {
     std::string file;
@@ -207,10 +207,9 @@ static constexpr CommandRow kCommands[] = {
     {AddTextures, RunTextures}, {AddVocabulary, RunVocabulary},
 };
 
-/// The library takes "[a,b]" for a list and "{}" and "%%" for more of the kind, and what stands
-/// behind
-/// "--" for options if enough arguments came before. Here all of these are names like any other, so
-/// a mark in front keeps them apart while it parses.
+/// The library gives "[a,b]", "{}" and "%%" meanings of their own, and may take arguments after
+/// "--" for options. Here all of these are names like any other, so a mark in front keeps them
+/// apart while it parses.
 static constexpr char kMark = '\x01';
 
 static bool NeedsMark(char first)
@@ -218,7 +217,7 @@ static bool NeedsMark(char first)
     return first == '[' || first == '{' || first == '%' || first == kMark;
 }
 
-/// All arguments behind the program's name, last first, as the library wants them.
+/// All arguments after the program's name, last first, as the library wants them.
 static std::vector<std::string> MarkArguments(int argc, const char* const* argv)
 {
     std::vector<std::string> marked;

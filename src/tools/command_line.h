@@ -1,7 +1,7 @@
 // The command line of dpk.
 #pragma once
 
-/// What dpk ends with.
+/// The exit codes of dpk.
 inline constexpr int kExitDone = 0;
 inline constexpr int kExitFailed = 1; // after a line on standard error
 inline constexpr int kExitUsage = 2;  // the arguments make no sense; a line on standard error too

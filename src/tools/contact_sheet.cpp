@@ -43,7 +43,7 @@ static void FillRectangle(Sheet* sheet, int32_t left, int32_t top, int32_t width
     }
 }
 
-/// The text as the font knows it: it has no letters but those of ASCII, and looks at nothing else.
+/// Replaces the letters that the font lacks: all but those of ASCII.
 static std::string MakeDrawable(const std::string& text)
 {
     std::string drawable;
@@ -68,7 +68,7 @@ static void DrawTextLine(Sheet* sheet, const TextLine& line, const std::string& 
     std::string drawable = MakeDrawable(text);
     CutToWidth(&drawable, line.width / line.magnification);
     std::vector<char> quads(drawable.size() * kQuadsPerLetter * kBytesPerQuad);
-    const int count = stb_easy_font_print(0.0F, 0.0F, drawable.data(), nullptr, quads.data(),
+    const int count = stb_easy_font_print(0.0f, 0.0f, drawable.data(), nullptr, quads.data(),
                                           static_cast<int>(quads.size()));
     for (int i = 0; i < count; ++i)
     {

@@ -25,7 +25,7 @@ struct SheetGroup
 inline constexpr int32_t kSheetColumns = 8;
 inline constexpr int32_t kSheetGap = 8;                  // between tiles and round everything
 inline constexpr int32_t kHeadingHeight = 12 + 24 + 4;   // with what is free above and below
-inline constexpr int32_t kTileWidth = 128 + 8;           // the gap behind it included
+inline constexpr int32_t kTileWidth = 128 + 8;           // the gap after it included
 inline constexpr int32_t kTileHeight = 128 + 4 + 24 + 8; // two lines of text and the gap too
 inline constexpr int32_t kSheetWidth = kSheetGap + kSheetColumns * kTileWidth;
 
@@ -36,7 +36,7 @@ void AddTile(const Picture& picture, const std::string& label, const std::string
 /// In pixels. A group takes its heading and as many rows as its tiles need, none for no tiles.
 int32_t FindSheetHeight(const std::vector<SheetGroup>& groups);
 
-/// Draws the sheet and writes it as a PNG file, RGB. What the font lacks, all that is not ASCII, is
-/// drawn as question marks.
+/// Draws the sheet and writes it as a PNG file, RGB. Letters that are not ASCII, which the
+/// font lacks, are drawn as question marks.
 /// @return false after an error line
 bool WriteContactSheet(const std::string& path, const std::vector<SheetGroup>& groups);

@@ -1,5 +1,6 @@
 #include "tools/container.h"
 
+#include <algorithm>
 #include <zlib.h>
 
 #include "engine/data/byte_order.h"
@@ -13,7 +14,7 @@ static constexpr uint64_t kLargestContainer = uint64_t{kLargestInflatedSize} + (
 
 bool PackContainer(const Bytes& data, Bytes* container)
 {
-    if (data.size() > UINT32_MAX)
+    if (data.size() > kLargestInflatedSize)
     {
         ReportError("data of %zu bytes is too large for a container", data.size());
         return false;
@@ -34,9 +35,9 @@ bool PackContainer(const Bytes& data, Bytes* container)
 }
 
 /// Inflates to the end of the stream, step by step: the size word is not believed.
-/// @return false if the stream is damaged. One that is longer than `limit` ends somewhere behind
-/// it.
-static bool Inflate(const Bytes& container, size_t limit, Bytes* data)
+/// @param most   bytes; a longer stream ends somewhere after them
+/// @return false if the stream is damaged
+static bool Inflate(const Bytes& container, size_t most, Bytes* data)
 {
     z_stream stream = {};
     stream.next_in = const_cast<unsigned char*>(container.data()) + kSizeWord;
@@ -46,10 +47,11 @@ static bool Inflate(const Bytes& container, size_t limit, Bytes* data)
         return false;
     }
 
+    data->reserve(most + kStep); // else it would be moved as it grows, and there twice
     int result = Z_OK;
-    while (result == Z_OK && data->size() <= limit)
+    while (result == Z_OK && data->size() <= most)
     {
-        size_t before = data->size();
+        const size_t before = data->size();
         data->resize(before + kStep);
         stream.next_out = data->data() + before;
         stream.avail_out = kStep;
@@ -67,14 +69,18 @@ const char* UnpackContainer(const Bytes& container, Bytes* data)
     {
         return "shorter than its size word";
     }
-    if (container.size() > UINT32_MAX)
+    if (container.size() > kLargestContainer)
     {
         return "too large for a container";
     }
-    size_t told = LoadLittleEndian32(container.data());
-    if (!Inflate(container, told, data))
+    const size_t told = LoadLittleEndian32(container.data());
+    if (!Inflate(container, std::min<size_t>(told, kLargestInflatedSize), data))
     {
         return "the compressed data is damaged";
+    }
+    if (data->size() > kLargestInflatedSize)
+    {
+        return "it holds more than 1 GiB, which no reader takes";
     }
     return data->size() == told ? nullptr : "its size word is not the size of its data";
 }

@@ -5,15 +5,19 @@
 #include "tools/files.h"
 
 /// Packs data at zlib's highest level, so that the same data gives the same bytes.
-/// @return false after an error line if the data is larger than the size word can say
+/// @return false after an error line if the data is larger than kLargestInflatedSize: no reader
+///         would take it
 bool PackContainer(const Bytes& data, Bytes* container);
 
+/// Unpacks no more than kLargestInflatedSize bytes.
 /// @return null, or what is wrong with the container. A size word that is not the stream's length
-/// is
-///         wrong here; players cut or pad.
+///         is wrong here; players cut or pad.
 const char* UnpackContainer(const Bytes& container, Bytes* data);
 
 /// Packs one file into another.
+/// @return false after an error line; the other file is untouched then
 bool CompressFile(const std::string& in, const std::string& out);
 
+/// Unpacks one file into another.
+/// @return false after an error line; the other file is untouched then
 bool DecompressFile(const std::string& in, const std::string& out);

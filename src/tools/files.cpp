@@ -95,17 +95,18 @@ bool MakeFolder(const std::string& folder)
     return error ? ReportFile(folder, error.message().c_str()) : true;
 }
 
-/// The path with links followed. A path that does not exist stays as it is.
-static std::string FollowLinks(const std::string& path)
+/// Finds what a path with links means.
+/// @return false with errno set
+static bool FollowLinks(const std::string& path, std::string* target)
 {
     char* real = realpath(path.c_str(), nullptr);
     if (real == nullptr)
     {
-        return path;
+        return false;
     }
-    std::string followed = real;
+    *target = real;
     free(real);
-    return followed;
+    return true;
 }
 
 /// A file that is written beside the one that it will replace.
@@ -156,7 +157,11 @@ static bool CheckTarget(const std::string& path, const ReplaceOptions& options,
 static bool OpenFolder(const std::string& path, const ReplaceOptions& options,
                        Replacement* replacement)
 {
-    const std::string target = options.followsLinks ? FollowLinks(path) : path;
+    std::string target = path;
+    if (options.followsLinks && !replacement->isNew && !FollowLinks(path, &target))
+    {
+        return ReportErrno(path);
+    }
     const size_t slash = target.rfind('/');
     const std::string folder = slash == std::string::npos ? "." : target.substr(0, slash + 1);
     replacement->name = slash == std::string::npos ? target : target.substr(slash + 1);

@@ -10,10 +10,10 @@
 
 using Bytes = std::vector<unsigned char>;
 
-/// Tells the size of a regular file in bytes. What is none, a pipe and the like, is an error.
+/// Tells the size of a regular file in bytes. Anything else, such as a pipe, is an error.
 bool MeasureFile(const std::string& path, uint64_t* size);
 
-/// Reads a regular file whole, without waiting for what is none.
+/// Reads a regular file whole, and never waits for a pipe.
 /// @param most   bytes; a larger file is an error
 bool ReadWholeFile(const std::string& path, uint64_t most, Bytes* bytes);
 
@@ -32,9 +32,9 @@ inline constexpr ReplaceOptions kOrdinaryReplacement = {0644, true, nullptr};
 
 /// Replaces a file, or makes a new one. The bytes are written beside it, flushed to the disk and
 /// then given its name and its permissions. A target that exists has to be a regular file that may
-/// be written. What is written has no name before it is whole, where the file system can do that,
-/// so that nothing stays behind even if the program is killed. Signals that a user sends wait until
-/// it is over.
+/// be written. Where the file system can do that, the new file has no name before it is whole, so
+/// that nothing stays behind even if the program is killed. Signals that a user sends wait until it
+/// is over.
 /// @param bytes   size bytes
 /// @return false after an error line; the old file is untouched then
 bool ReplaceFile(const std::string& path, const unsigned char* bytes, size_t size,

@@ -56,7 +56,7 @@ struct SourceFile
 
 static bool HasEnding(const std::string& name, const char* ending)
 {
-    size_t length = strlen(ending);
+    const size_t length = strlen(ending);
     return name.size() >= length && strcasecmp(name.c_str() + name.size() - length, ending) == 0;
 }
 
@@ -85,7 +85,7 @@ static SourceKind KindOf(const std::string& name, const BuildOptions& options)
 
 static std::string EntryName(const std::string& fileName, SourceKind kind)
 {
-    std::string stem = fileName.substr(0, fileName.rfind('.'));
+    const std::string stem = fileName.substr(0, fileName.rfind('.'));
     switch (kind)
     {
     case SourceKind::kDocument:
@@ -97,7 +97,7 @@ static std::string EntryName(const std::string& fileName, SourceKind kind)
     }
 }
 
-/// Whether a name of the folder `path` is a regular file, and not the package that is being built.
+/// @return whether a name of the folder `path` is a regular file other than the package
 static bool IsSource(std::string path, const std::string& name, const struct stat* package)
 {
     path += "/";
@@ -115,7 +115,7 @@ static bool ListSources(const std::string& folder, const std::string& package,
                         const BuildOptions& options, std::vector<SourceFile>* sources)
 {
     struct stat packageStatus;
-    bool packageExists = stat(package.c_str(), &packageStatus) == 0;
+    const bool packageExists = stat(package.c_str(), &packageStatus) == 0;
 
     DIR* directory = opendir(folder.c_str());
     if (directory == nullptr)
@@ -125,8 +125,8 @@ static bool ListSources(const std::string& folder, const std::string& package,
     }
     while (const dirent* item = readdir(directory))
     {
-        std::string name = item->d_name;
-        SourceKind kind = KindOf(name, options);
+        const std::string name = item->d_name;
+        const SourceKind kind = KindOf(name, options);
         if (kind != SourceKind::kLeftOut &&
             IsSource(folder, name, packageExists ? &packageStatus : nullptr))
         {
@@ -146,7 +146,8 @@ static bool ListSources(const std::string& folder, const std::string& package,
 /// A document with a mistake is refused here already: the player ends when it meets one.
 static bool CheckDocument(const std::string& path, const Bytes& text)
 {
-    static constexpr unsigned char kNothing = 0; // an empty text is a text still
+    static constexpr unsigned char kNothing =
+        0; // for an empty text, which is refused like others that do not parse
     TiXmlDocument document;
     FaultList faults;
     StartFaults(&faults);
@@ -182,7 +183,7 @@ static bool MakeEntry(const std::string& path, const SourceFile& source,
            PackContainer(text, entry);
 }
 
-/// Two sources for one entry are no slip of the package but of the folder, so both are named.
+/// Names both sources that would become one entry.
 static bool CheckEntryNames(const std::vector<SourceFile>& sources)
 {
     for (size_t i = 1; i < sources.size(); ++i)
@@ -248,12 +249,14 @@ bool BuildFolder(const std::string& folder, const std::string& package, const Bu
     }
     const bool isPut = EndPackage(&writer);
     ReportFaults(&faults);
-    const size_t size = bytes.size;
+    // Put together before the package is in its place: nothing may fail after that.
+    const std::string line = Printable(package) + ": " + std::to_string(plan.size()) +
+                             (plan.size() == 1 ? " entry, " : " entries, ") +
+                             std::to_string(bytes.size) + " bytes\n";
     if (!isPut || !WritePackage(package, plan, &bytes))
     {
         return false;
     }
-    printf("%s: %zu %s, %zu bytes\n", Printable(package).c_str(), plan.size(),
-           plan.size() == 1 ? "entry" : "entries", size);
+    fputs(line.c_str(), stdout);
     return true;
 }

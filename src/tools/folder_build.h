@@ -6,8 +6,8 @@
 //   .py .md .mtl .xm .dpk, NAME~, .NAME       left out
 //   any other file                            as it is, under its own name
 //
-// Endings count in any case of letters. Sub-folders and what is no regular file are left out, and
-// so is the package itself. Entries are sorted by the bytes of their names, so that the same folder
+// Endings count in any case of letters. Sub-folders, pipes and the like are left out, and so is the
+// package itself. Entries are sorted by the bytes of their names, so that the same folder
 // gives the same package.
 #pragma once
 
@@ -22,8 +22,8 @@ struct BuildOptions
     MeshOptions mesh;
 };
 
-/// Builds a package, over an old one, and prints what ImportMesh tells of each mesh and a line with
-/// the number of entries and bytes.
+/// Builds a package, over an old one, and prints the lines of ConvertMesh for each mesh, then one
+/// with the number of entries and bytes.
 /// @return false after an error line; the old package is untouched then
 bool BuildFolder(const std::string& folder, const std::string& package,
                  const BuildOptions& options);

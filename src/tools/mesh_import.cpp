@@ -5,13 +5,20 @@
 #include <assimp/postprocess.h>
 #include <assimp/scene.h>
 #include <cmath>
+#include <cstdarg>
+#include <cstdio>
 #include <string_view>
 
+#include "engine/data/byte_order.h"
 #include "engine/data/limits.h"
+#include "tools/child_process.h"
 #include "tools/container.h"
 #include "tools/report.h"
 
-/// What is told of the source when it is read.
+/// A model has at most 1 GiB, and Assimp's own form of a mesh is about as large.
+static constexpr ChildLimits kImportLimits = {uint64_t{2} << 30, 60};
+
+/// Things of the source that the author hears about.
 struct ImportNotes
 {
     uint64_t droppedFaces;   // points and lines
@@ -32,7 +39,8 @@ static bool HasTriangle(const aiMesh* source)
     return false;
 }
 
-/// Normals go with the inverse transpose: the cofactors, which exist for a flattened mesh too.
+/// Normals are transformed by the inverse transpose. Its multiple, the matrix of cofactors, exists
+/// for a flattened mesh too.
 static aiMatrix3x3 NormalMatrix(const aiMatrix4x4& m)
 {
     return {m.b2 * m.c3 - m.b3 * m.c2, m.b3 * m.c1 - m.b1 * m.c3, m.b1 * m.c2 - m.b2 * m.c1,
@@ -42,7 +50,8 @@ static aiMatrix3x3 NormalMatrix(const aiMatrix4x4& m)
 
 static bool IsIdentity(const aiMatrix4x4& m)
 {
-    // Exactly: Assimp's own test is content with nearly, and the source's bits would be lost.
+    // Exactly: Assimp's own test also takes what is nearly one, and bits of the source would
+    // change.
     return m == aiMatrix4x4();
 }
 
@@ -56,9 +65,9 @@ static void PutVector(const aiVector3D& vector, float* to)
 static void AppendVertices(const aiMesh* source, const aiMatrix4x4& transform,
                            const MeshOptions& options, TriangleMesh* mesh)
 {
-    bool moved = !IsIdentity(transform);
-    bool mirrored = transform.Determinant() < 0.0f;
-    aiMatrix3x3 normalMatrix = NormalMatrix(transform);
+    const bool moved = !IsIdentity(transform);
+    const bool mirrored = transform.Determinant() < 0.0f;
+    const aiMatrix3x3 normalMatrix = NormalMatrix(transform);
 
     for (unsigned int i = 0; i < source->mNumVertices; ++i)
     {
@@ -78,7 +87,7 @@ static void AppendVertices(const aiMesh* source, const aiMatrix4x4& transform,
             aiVector3D normal = source->mNormals[i];
             if (moved)
             {
-                // A mirroring turns the cofactors' normals inside out.
+                // With a mirroring the cofactors turn normals inside out.
                 normal = normalMatrix * normal;
                 normal = (mirrored ? -normal : normal).NormalizeSafe();
             }
@@ -126,7 +135,7 @@ static bool AppendMesh(const aiMesh* source, const aiMatrix4x4& transform,
     notes->lacking[1] += source->HasTextureCoords(1) ? 0 : 1;
     notes->withoutNormals += source->HasNormals() ? 0 : 1;
 
-    uint32_t firstVertex = static_cast<uint32_t>(mesh->vertices.size());
+    const uint32_t firstVertex = static_cast<uint32_t>(mesh->vertices.size());
     AppendVertices(source, transform, options, mesh);
     AppendTriangles(source, firstVertex, transform.Determinant() < 0.0f, mesh, notes);
     return true;
@@ -136,9 +145,9 @@ static bool AppendMesh(const aiMesh* source, const aiMatrix4x4& transform,
 static bool AppendNode(const aiScene* scene, const aiNode* node, const aiMatrix4x4& parent,
                        const MeshOptions& options, TriangleMesh* mesh, ImportNotes* notes)
 {
-    // Not multiplied where nothing is to be gained: 0 * -1 would turn zeros around.
-    bool rootOnly = IsIdentity(parent);
-    aiMatrix4x4 transform = rootOnly ? node->mTransformation : parent * node->mTransformation;
+    // Not multiplied by the identity: 0 * -1 would change the sign of zeros.
+    const bool rootOnly = IsIdentity(parent);
+    const aiMatrix4x4 transform = rootOnly ? node->mTransformation : parent * node->mTransformation;
 
     for (unsigned int i = 0; i < node->mNumMeshes; ++i)
     {
@@ -178,14 +187,29 @@ static bool IsFinite(const TriangleMesh& mesh)
     return true;
 }
 
-static void PrintLacking(const std::string& label, const ImportNotes& notes, int set)
+/// Adds a line to a text.
+/// @param format   printf format, without the label in front and the newline
+[[gnu::format(printf, 3, 4)]] static void AppendLine(const std::string& label, std::string* text,
+                                                     const char* format, ...)
 {
-    static constexpr const char* kWhich[2] = {"first", "second"};
+    char line[512];
+    va_list arguments;
+    va_start(arguments, format);
+    vsnprintf(line, sizeof(line), format, arguments);
+    va_end(arguments);
+    *text += label + ": " + line + "\n";
+}
+
+static void AppendLacking(const std::string& label, const ImportNotes& notes, int set,
+                          std::string* text)
+{
+    static constexpr const char* kSetNames[2] = {"first", "second"};
     if (notes.lacking[set] != 0)
     {
-        printf("%s: no %s set of texture coordinates in %llu of %llu meshes: zeros stand there\n",
-               label.c_str(), kWhich[set], static_cast<unsigned long long>(notes.lacking[set]),
-               static_cast<unsigned long long>(notes.meshes));
+        AppendLine(label, text,
+                   "no %s set of texture coordinates in %llu of %llu meshes: zeros stand there",
+                   kSetNames[set], static_cast<unsigned long long>(notes.lacking[set]),
+                   static_cast<unsigned long long>(notes.meshes));
     }
 }
 
@@ -197,7 +221,7 @@ static std::string PointText(const float* point)
     return text;
 }
 
-static void PrintSummary(const std::string& label, const TriangleMesh& mesh)
+static void AppendSummary(const std::string& label, const TriangleMesh& mesh, std::string* text)
 {
     MeshVertex low = mesh.vertices[0];
     MeshVertex high = mesh.vertices[0];
@@ -209,28 +233,30 @@ static void PrintSummary(const std::string& label, const TriangleMesh& mesh)
             high.position[k] = fmaxf(high.position[k], vertex.position[k]);
         }
     }
-    printf("%s: vertices %zu, triangles %zu, texture coordinate sets %u, from %s to %s\n",
-           label.c_str(), mesh.vertices.size(), mesh.indices.size() / 3, mesh.texCoordSets,
-           PointText(low.position).c_str(), PointText(high.position).c_str());
+    AppendLine(label, text,
+               "vertices %zu, triangles %zu, texture coordinate sets %u, from %s to %s",
+               mesh.vertices.size(), mesh.indices.size() / 3, mesh.texCoordSets,
+               PointText(low.position).c_str(), PointText(high.position).c_str());
 }
 
-static void PrintNotes(const std::string& label, const ImportNotes& notes, uint32_t texCoordSets)
+static void AppendNotes(const std::string& label, const ImportNotes& notes, uint32_t texCoordSets,
+                        std::string* text)
 {
-    PrintLacking(label, notes, 0);
+    AppendLacking(label, notes, 0, text);
     if (texCoordSets == 2)
     {
-        PrintLacking(label, notes, 1);
+        AppendLacking(label, notes, 1, text);
     }
     if (notes.withoutNormals != 0)
     {
-        printf("%s: no normals in %llu of %llu meshes: smooth ones were made\n", label.c_str(),
-               static_cast<unsigned long long>(notes.withoutNormals),
-               static_cast<unsigned long long>(notes.meshes));
+        AppendLine(label, text, "no normals in %llu of %llu meshes: smooth ones were made",
+                   static_cast<unsigned long long>(notes.withoutNormals),
+                   static_cast<unsigned long long>(notes.meshes));
     }
     if (notes.droppedFaces != 0)
     {
-        printf("%s: points and lines dropped: %llu\n", label.c_str(),
-               static_cast<unsigned long long>(notes.droppedFaces));
+        AppendLine(label, text, "points and lines dropped: %llu",
+                   static_cast<unsigned long long>(notes.droppedFaces));
     }
 }
 
@@ -254,11 +280,11 @@ static const char* TakeScene(const aiScene* scene, const MeshOptions& options, T
     return IsFinite(*mesh) ? nullptr : "a vertex holds a number that is not finite";
 }
 
-/// Whether a PLY file's header ends, with a line of its own. Where it does not, Assimp reads on and
-/// on. Other files have no such header.
+/// Whether a PLY file's header ends, with a line of its own. If it does not, Assimp never stops
+/// reading. Other files have no such header.
 static bool HasHeaderEnd(const Bytes& file)
 {
-    std::string_view text(reinterpret_cast<const char*>(file.data()), file.size());
+    const std::string_view text(reinterpret_cast<const char*>(file.data()), file.size());
     if (!text.starts_with("ply"))
     {
         return true;
@@ -284,51 +310,93 @@ static bool CheckSource(const std::string& path)
     return true;
 }
 
-bool ImportMesh(const std::string& path, const MeshOptions& options, const std::string& label,
-                TriangleMesh* mesh)
+/// A mesh as a model file, and what to tell of it.
+struct ImportedMesh
 {
-    if (!CheckSource(path))
-    {
-        return false;
-    }
+    bool isDone;
+    std::string text; // lines to print; what is wrong if it is not done
+    Bytes model;
+};
 
+static ImportedMesh RefuseMesh(const std::string& what)
+{
+    return {false, what, {}};
+}
+
+/// Reads a mesh. The library may end the process, or take all of its memory and time.
+static ImportedMesh ImportMesh(const std::string& path, const MeshOptions& options,
+                               const std::string& label)
+{
     const aiScene* scene =
         aiImportFile(path.c_str(), aiProcess_ValidateDataStructure | aiProcess_Triangulate);
     if (scene == nullptr)
     {
-        ReportError("%s: %s", Printable(path).c_str(), Printable(aiGetErrorString()).c_str());
-        return false;
+        return RefuseMesh(Printable(aiGetErrorString()));
     }
-    *mesh = {};
+    TriangleMesh mesh = {};
     ImportNotes notes = {};
-    const char* fault = TakeScene(scene, options, mesh, &notes);
+    const char* fault = TakeScene(scene, options, &mesh, &notes);
     aiReleaseImport(scene);
     if (fault != nullptr)
     {
-        ReportError("%s: %s", Printable(path).c_str(), fault);
-        return false;
+        return RefuseMesh(fault);
     }
 
-    PrintSummary(label, *mesh);
-    PrintNotes(label, notes, mesh->texCoordSets);
-    return true;
+    ImportedMesh imported = {true, "", {}};
+    AppendSummary(label, mesh, &imported.text);
+    AppendNotes(label, notes, mesh.texCoordSets, &imported.text);
+    return EncodeModel(mesh, &imported.model) ? imported
+                                              : RefuseMesh("the model would be larger than 4 GiB");
+}
+
+/// The form in which a child process gives a mesh: whether it is done, the length of the text, the
+/// text, the model.
+static constexpr size_t kMessageHead = 5; // bytes
+
+static void WriteMessage(const ImportedMesh& imported, Bytes* message)
+{
+    message->resize(kMessageHead);
+    (*message)[0] = imported.isDone ? 1 : 0;
+    StoreLittleEndian32(static_cast<uint32_t>(imported.text.size()), message->data() + 1);
+    message->insert(message->end(), imported.text.begin(), imported.text.end());
+    message->insert(message->end(), imported.model.begin(), imported.model.end());
+}
+
+static ImportedMesh ReadMessage(const Bytes& message)
+{
+    const size_t length =
+        message.size() < kMessageHead ? SIZE_MAX : LoadLittleEndian32(message.data() + 1);
+    if (length > message.size() - kMessageHead)
+    {
+        return RefuseMesh("the import gave no model");
+    }
+    const auto text = message.begin() + kMessageHead;
+    const auto model = text + static_cast<ptrdiff_t>(length);
+    return {message[0] == 1, {text, model}, {model, message.end()}};
 }
 
 bool ConvertMesh(const std::string& path, const MeshOptions& options, const std::string& label,
                  Bytes* container)
 {
-    TriangleMesh mesh;
-    if (!ImportMesh(path, options, label, &mesh))
+    if (!CheckSource(path))
     {
         return false;
     }
-    Bytes model;
-    if (!EncodeModel(mesh, &model))
+    Bytes message;
+    const std::string end = RunInChild(
+        kImportLimits,
+        [&path, &options, &label](Bytes* output)
+        { WriteMessage(ImportMesh(path, options, label), output); },
+        &message);
+    const ImportedMesh imported =
+        end.empty() ? ReadMessage(message) : RefuseMesh("its import " + end);
+    if (!imported.isDone)
     {
-        ReportError("%s: the model would be larger than 4 GiB", Printable(path).c_str());
+        ReportError("%s: %s", Printable(path).c_str(), imported.text.c_str());
         return false;
     }
-    return PackContainer(model, container);
+    fputs(imported.text.c_str(), stdout);
+    return PackContainer(imported.model, container);
 }
 
 bool ConvertMeshFile(const std::string& in, const std::string& out, const MeshOptions& options)

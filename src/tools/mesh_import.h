@@ -18,13 +18,11 @@ struct MeshOptions
     bool flipV;
 };
 
-/// Reads a mesh and prints, behind `label` and a colon, what became of it: one line with vertices,
-/// triangles, sets and the bounding box, and one for each thing that was dropped or made up.
+/// Reads a mesh into a model file's container and prints what became of it, each line after `label`
+/// and a colon: one with vertices, triangles, sets and the bounding box, and one for each thing
+/// that was dropped or made up. The import runs in a process of its own with limits of memory and
+/// time, so that no file can do more than not be imported.
 /// @return false after an error line; a file without a triangle is an error
-bool ImportMesh(const std::string& path, const MeshOptions& options, const std::string& label,
-                TriangleMesh* mesh);
-
-/// Reads a mesh, as ImportMesh tells, into a model file's container.
 bool ConvertMesh(const std::string& path, const MeshOptions& options, const std::string& label,
                  Bytes* container);
 

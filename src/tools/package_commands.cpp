@@ -14,7 +14,7 @@ static constexpr ReplaceOptions kPackageReplacement = {0644, true,
                                                        "could not be written; is the disk full?"};
 static constexpr ReplaceOptions kExtractReplacement = {0600, false, "could not be written"};
 
-// ---- What a package can hold
+// ---- The limits of a package
 
 static bool CheckName(const std::string& name, std::set<std::string>* seen)
 {

@@ -40,7 +40,7 @@ static void AppendBlock(void* bytes, void* block, int size)
 
 bool WritePng(const std::string& path, const Picture& picture)
 {
-    // A row has a byte in front that names its filter.
+    // Each row begins with a byte that names its filter.
     assert((int64_t{picture.width} * picture.channels + 1) * picture.height < INT32_MAX);
 
     Bytes file;

@@ -1,4 +1,4 @@
-// What dpk tells its user.
+// Lines that dpk prints for its user.
 #pragma once
 
 #include <string>

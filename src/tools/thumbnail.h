@@ -8,7 +8,7 @@
 
 inline constexpr int32_t kThumbnailSide = 128; // pixels
 inline constexpr size_t kThumbnailBytes = size_t{3} * kThumbnailSide * kThumbnailSide;
-/// What lies around a picture that is no square, each channel.
+/// Each channel of the area around a picture that is no square.
 inline constexpr uint8_t kThumbnailGround = 48;
 /// Transparent parts show a board of these two greys, in squares of eight pixels; the first one
 /// lies in the corners.

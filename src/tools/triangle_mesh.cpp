@@ -41,7 +41,7 @@ static Sum TriangleNormal(const float* a, const float* b, const float* c)
 
 static void SetUnitNormal(const Sum& sum, MeshVertex* vertex)
 {
-    double length = sqrt(sum[0] * sum[0] + sum[1] * sum[1] + sum[2] * sum[2]);
+    const double length = sqrt(sum[0] * sum[0] + sum[1] * sum[1] + sum[2] * sum[2]);
     for (size_t k = 0; k < 3; ++k)
     {
         vertex->normal[k] = length > 0.0 ? static_cast<float>(sum[k] / length) : 0.0f;
@@ -54,7 +54,7 @@ void MakeMissingNormals(TriangleMesh* mesh)
     for (size_t i = 0; i < mesh->indices.size(); i += 3)
     {
         const uint32_t* corners = &mesh->indices[i];
-        Sum normal =
+        const Sum normal =
             TriangleNormal(mesh->vertices[corners[0]].position, mesh->vertices[corners[1]].position,
                            mesh->vertices[corners[2]].position);
         for (int c = 0; c < 3; ++c)
@@ -82,7 +82,7 @@ void MakeMissingNormals(TriangleMesh* mesh)
 void JoinIdenticalVertices(TriangleMesh* mesh)
 {
     std::vector<uint8_t> used(mesh->vertices.size(), 0);
-    for (uint32_t index : mesh->indices)
+    for (const uint32_t index : mesh->indices)
     {
         used[index] = 1;
     }
@@ -96,7 +96,7 @@ void JoinIdenticalVertices(TriangleMesh* mesh)
         {
             continue;
         }
-        VertexKey key = std::bit_cast<VertexKey>(mesh->vertices[i]);
+        const VertexKey key = std::bit_cast<VertexKey>(mesh->vertices[i]);
         auto [found, isNew] = seen.emplace(key, static_cast<uint32_t>(joined.vertices.size()));
         if (isNew)
         {
@@ -126,9 +126,9 @@ static unsigned char* PutFloats(const float* values, int count, unsigned char* a
 
 bool EncodeModel(const TriangleMesh& mesh, Bytes* model)
 {
-    uint64_t vertexCount = mesh.vertices.size();
-    uint64_t size = kModelHeaderSize + 8 * (3 + uint64_t{mesh.texCoordSets}) * vertexCount +
-                    4 * uint64_t{mesh.indices.size()};
+    const uint64_t vertexCount = mesh.vertices.size();
+    const uint64_t size = kModelHeaderSize + 8 * (3 + uint64_t{mesh.texCoordSets}) * vertexCount +
+                          4 * uint64_t{mesh.indices.size()};
     if (size > UINT32_MAX)
     {
         return false;
@@ -155,7 +155,7 @@ bool EncodeModel(const TriangleMesh& mesh, Bytes* model)
     {
         at = PutFloats(vertex.normal, 3, at);
     }
-    for (uint32_t index : mesh.indices)
+    for (const uint32_t index : mesh.indices)
     {
         StoreLittleEndian32(index, at);
         at += 4;

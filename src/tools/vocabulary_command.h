@@ -1,4 +1,4 @@
-// What documents can say, for people and for programs.
+// The vocabulary of documents, for people and for programs.
 #pragma once
 
 enum class VocabularyForm

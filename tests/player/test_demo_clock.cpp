@@ -15,7 +15,7 @@ static void ResetClock(std::vector<uint32_t> ticks)
     Sdl.ticks = std::move(ticks);
 }
 
-TEST(DemoClock, OneSecondOfBytesAnd10MillisecondsSinceTheBlockAre1010)
+TEST(DemoClock, ASecondOfBytesAnd10MillisecondsAre1010)
 {
     ResetClock({5010});
     AudioClock = {44100 * 4, 44100 * 4 + 32768, 5000, 1};

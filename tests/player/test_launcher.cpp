@@ -74,7 +74,7 @@ static std::string IdleLook(int x, int y, const std::string& button = "")
 }
 
 /// What follows on a look that changes something.
-/// @param marks   of the switches that are on, and behind them the pressed button
+/// @param marks   of the switches that are on, and after them the pressed button
 static std::string Redraw(const std::string& selectors, const std::string& marks)
 {
     return kClear + kBackground + selectors + marks + kShow + kPause;
@@ -185,7 +185,7 @@ TEST(Launcher, APassTakesOneEventAndOneLookAtTheMouseAndWaits30Ms)
                                      "SDL_Quit\n");
 }
 
-TEST(Launcher, ClosingTheWindowSaysByeAndEndsWithCode0EvenWhileAButtonIsDown)
+TEST(Launcher, ClosingTheWindowSaysByeAndEndsWithCode0)
 {
     ChildRun run = LaunchAndClose({Down(223, 185)});
     EXPECT_EQ(run.exitCode, 0);
@@ -303,7 +303,7 @@ TEST(Launcher, TheReleaseOverTheButtonEndsItAtOnceWithSdlLeftOpen)
     EXPECT_EQ(run.record.substr(run.record.size() - end.size()), end);
 }
 
-TEST(Launcher, AnEventInFrontOfTheReleaseDoesNotKeepItFromStarting)
+TEST(Launcher, AnEventBeforeTheReleaseDoesNotKeepItBack)
 {
     SdlScript script = {};
     script.polls = {kNoEvent, kKey};
@@ -323,7 +323,7 @@ TEST(Launcher, AClosedWindowWinsOverAReleaseInTheSamePass)
     EXPECT_EQ(run.record.substr(run.record.size() - kClosed.size()), kClosed);
 }
 
-TEST(Launcher, WithoutTheBackgroundOrTheResolutionSelectorItEndsWithCode1AndLeavesSdlAlone)
+TEST(Launcher, WithoutBackgroundOrSelectorItEndsWithCode1)
 {
     const std::string images[] = {"313x384", "99x20"};
     for (uint32_t image : {0u, 1u})
@@ -338,7 +338,7 @@ TEST(Launcher, WithoutTheBackgroundOrTheResolutionSelectorItEndsWithCode1AndLeav
     }
 }
 
-TEST(Launcher, TheOtherThreeImagesAreMissedOnlyWhereTheyWouldBeDrawn)
+TEST(Launcher, OtherImagesAreMissedOnlyWhereTheyAreDrawn)
 {
     SdlScript script = {};
     script.imagesToFail = 0b11100;

@@ -327,7 +327,7 @@ TEST(LauncherImages, TheWindowAndItsListAreFramedByALine)
     }
 }
 
-TEST(LauncherImages, TheListSpellsTheResolutionsAndTheAspectsInTheSameDigits)
+TEST(LauncherImages, ResolutionsAndAspectsAreInTheSameDigits)
 {
     Image background = Decode(kLauncherBackground);
     Reader reader;
@@ -511,7 +511,7 @@ TEST(LauncherImages, AMarkKeepsTheLinesOfItsBoxAndTouchesNoLabel)
     }
 }
 
-TEST(LauncherImages, TheButtonCoversWhatItsHitTestTakesAndLooksPressedEverywhere)
+TEST(LauncherImages, TheButtonCoversAllThatItsHitTestTakes)
 {
     Image background = Decode(kLauncherBackground);
     Image pressed = Decode(kStartPressed);

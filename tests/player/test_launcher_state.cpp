@@ -149,7 +149,7 @@ TEST(LauncherHit, BetweenTheColumnsNothingIsHitAtAnyHeight)
     }
 }
 
-TEST(LauncherHit, ThePictureOfTheButtonIsLargerThanWhatItsHitTestTakes)
+TEST(LauncherHit, TheButtonsPictureIsLargerThanItsHitTest)
 {
     // The image covers 188 to 264 and 163 to 208.
     for (int32_t y = 163; y <= 208; ++y)
@@ -279,7 +279,7 @@ TEST(LauncherState, HoldingTheButtonOnACheckBoxTogglesItOnce)
     EXPECT_EQ(looks.state.choice.fullscreen, kSwitchOff);
 }
 
-TEST(LauncherState, DraggingFromOneCheckBoxToAnotherTogglesOnlyTheFirst)
+TEST(LauncherState, DraggingBetweenCheckBoxesTogglesTheFirst)
 {
     Looks looks;
     EXPECT_EQ(looks.Down(163, 300), kRedraw);
@@ -294,7 +294,7 @@ TEST(LauncherState, DraggingFromOneCheckBoxToAnotherTogglesOnlyTheFirst)
     EXPECT_EQ(looks.state.choice.antialiasing, kSwitchOff);
 }
 
-TEST(LauncherState, ASwitchThatWasToggledDoesNotKeepRowsFromBeingChosen)
+TEST(LauncherState, AToggledSwitchDoesNotKeepRowsFromBeingChosen)
 {
     Looks looks;
     EXPECT_EQ(looks.Down(163, 300), kRedraw);
@@ -342,7 +342,7 @@ TEST(LauncherState, AReleaseOverTheButtonWithoutAPressStartsNothing)
     EXPECT_EQ(looks.Up(223, 185), kNothing); // never seen on the button with the mouse down
 }
 
-TEST(LauncherState, DraggingOffTheButtonTakesThePressedLookAwayAndAReleaseThereCancels)
+TEST(LauncherState, DraggingOffTheButtonCancels)
 {
     Looks looks;
     EXPECT_EQ(looks.Down(223, 185), kRedraw);
@@ -375,7 +375,7 @@ TEST(LauncherState, AMouseThatIsBackOnTheButtonWithinOneLookStarts)
     EXPECT_EQ(looks.Up(223, 185), kStart); // armed stays as long as the button is down
 }
 
-TEST(LauncherState, ADragFromAResolutionRowOntoTheButtonStartsWithThatRow)
+TEST(LauncherState, ADragFromARowOntoTheButtonStartsWithThatRow)
 {
     Looks looks;
     EXPECT_EQ(looks.Down(70, 160), kRedraw);
@@ -386,7 +386,7 @@ TEST(LauncherState, ADragFromAResolutionRowOntoTheButtonStartsWithThatRow)
     EXPECT_EQ(looks.state.choice.resolutionIndex, 6);
 }
 
-TEST(LauncherState, DraggingFromTheButtonOverARowChoosesItAndShowsTheButtonUp)
+TEST(LauncherState, DraggingFromTheButtonOverARowChoosesIt)
 {
     Looks looks;
     looks.Down(223, 185);
@@ -396,7 +396,7 @@ TEST(LauncherState, DraggingFromTheButtonOverARowChoosesItAndShowsTheButtonUp)
     EXPECT_EQ(looks.Up(70, 360), kNothing);
 }
 
-TEST(LauncherState, AReleaseElsewhereWithinOneLookLeavesThePressedImageUntilTheNextPress)
+TEST(LauncherState, AReleaseElsewhereInOneLookLeavesThePressedImage)
 {
     Looks looks;
     looks.Down(223, 185);

@@ -49,7 +49,7 @@ static std::string LoadingFrame(uint32_t time, const char* flags = "vbo 0 pbo 0 
            "Clear COLOR_BUFFER_BIT|DEPTH_BUFFER_BIT\n";
 }
 
-TEST(LoadPiece, Of7ItemsTheTickAfterTheThirdDrawsTime42AndTheLastOne100)
+TEST(LoadPiece, Of7ItemsTheThirdDrawsTime42AndTheLast100)
 {
     DocumentSource demo = DemoSource();
     demo.sections[10] = Rows(7);
@@ -90,11 +90,11 @@ TEST(LoadPiece, ATickNeedsMoreThan50Milliseconds)
                                  "SDL_GetTicks 53\n");
 }
 
-TEST(LoadPiece, ItemsThatTakeLessThan50MillisecondsShowFramesAsOftenAsThoseHaveBuiltUp)
+TEST(LoadPiece, QuickItemsShowAFrameOnce50MillisecondsBuiltUp)
 {
     DocumentSource demo = DemoSource();
     demo.sections[10] = Rows(6);
-    // 20 ms an item: the third and the sixth come more than 50 ms behind the frame before.
+    // 20 ms an item: the third and the sixth come more than 50 ms after the frame before.
     PlayScript script = LoadingScript({0, 20, 40, 60, 60, 80, 100, 120, 120, 130});
 
     ChildRun run = PlayPackage(PieceOf(LoadingSource(), demo), script);
@@ -406,7 +406,7 @@ TEST(LoadPiece, EachSectionHasItsReader)
     }
 }
 
-TEST(LoadPiece, WithoutADemoTheMusicIsTheLoadingDocumentsAndThePieceEndsAtOnce)
+TEST(LoadPiece, WithoutADemoTheMusicIsTheLoadingDocuments)
 {
     DocumentSource loading = LoadingSource();
     loading.music = "<music file=\"b.xm\"/>";
@@ -427,7 +427,7 @@ TEST(LoadPiece, WithoutADemoTheMusicIsTheLoadingDocumentsAndThePieceEndsAtOnce)
               "SDL_Quit\n");
 }
 
-TEST(LoadPiece, WithoutALoadingDocumentTicksDrawAnEmptyTimelineAndThePiecePlays)
+TEST(LoadPiece, WithoutALoadingDocumentThePiecePlays)
 {
     PlayScript script = LoadingScript({0, 100, 100, 200, 210});
     script.demoFrames = 1;
@@ -447,7 +447,7 @@ TEST(LoadPiece, WithoutALoadingDocumentTicksDrawAnEmptyTimelineAndThePiecePlays)
               "> Bye!\n");
 }
 
-TEST(LoadPiece, WithoutAnyDocumentARunWithoutMusicEndsAtOnceAndOneWithMusicIsAFault)
+TEST(LoadPiece, WithoutAnyDocumentMusicIsAFault)
 {
     ChildRun silent = PlayPackage(MakePackage({}), LoadingScript({}));
     EXPECT_EQ(silent.exitCode, 0);

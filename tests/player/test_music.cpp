@@ -146,7 +146,7 @@ TEST_F(Music, AModuleThatIsNotThereIsPlayedFromTheMusicFolder)
     EXPECT_EQ(run.record, Loaded("below") + "SDL_PauseAudio 0\n");
 }
 
-TEST_F(Music, AFileThatNamesAFolderIsPutBehindTheMusicFolderAsItStands)
+TEST_F(Music, APathGoesBelowTheMusicFolderAsItStands)
 {
     folder.Write("music/more/a.xm", "far below");
 
@@ -207,7 +207,7 @@ TEST_F(Music, ANodeThatIsMissingOrNoElementIsAFault)
     EXPECT_EQ(comment.record, "! quorvale: demo.xmlz, music node: the node is not an element\n");
 }
 
-TEST_F(Music, ADeviceThatDoesNotOpenIsReportedOnStandardErrorAndStartsNoSilentClock)
+TEST_F(Music, ADeviceThatDoesNotOpenStartsNoSilentClock)
 {
     folder.Write("a.xm", "module");
     Sdl.openAudioFails = true;
@@ -247,7 +247,7 @@ TEST_F(Music, EveryBlockSetsAudioStarted)
     for (bool loadFails : {false, true})
     {
         ModPlug.loadFails = loadFails;
-        ModPlug.moduleBytes = 32768; // the second block comes behind the module's end
+        ModPlug.moduleBytes = 32768; // the second block comes after the module's end
 
         EXPECT_EQ(FillBlocks(folder, {32768, 32768, 32768}).exitCode, 0);
     }
@@ -283,7 +283,7 @@ TEST_F(Music, ABlockOfAnyLengthIsCountedAndFilledWhole)
                           "AudioBlock filled\n");
 }
 
-TEST_F(Music, AFileThatIsNoModuleFillsABlockOfAnyLengthWithSilence)
+TEST_F(Music, AFileThatIsNoModuleFillsBlocksWithSilence)
 {
     folder.Write("a.xm", "no module");
     ModPlug.loadFails = true;

@@ -207,7 +207,7 @@ TEST_F(SamplePiece, TheMusicIsTheOneBesideThePackage)
     EXPECT_STREQ(last->musicNode->ToElement()->Attribute("file"), "quorvale.xm");
 }
 
-TEST_F(SamplePiece, DrawsSomethingUpToTheEndOfTheMusicAndNothingFromThereOn)
+TEST_F(SamplePiece, DrawsSomethingUpToTheEndOfTheMusic)
 {
     for (uint32_t time = 0; time < kEnd; time += 10)
     {

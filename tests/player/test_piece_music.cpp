@@ -67,7 +67,7 @@ class PieceMusic : public testing::Test
   protected:
     void SetUp() override
     {
-        // The player reads the module under the library's defaults and sets the rest behind that.
+        // The player reads the module under the library's defaults and sets the rest after that.
         static const ModPlug_Settings defaults = GetSettings();
         ModPlug_SetSettings(&defaults);
         bytes = ReadFile(PIECE_DIR "/music/quorvale.xm");

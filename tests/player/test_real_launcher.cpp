@@ -290,7 +290,7 @@ TEST_F(RealLauncher, HoldingAndDraggingTogglesOneSwitchOnce)
     EXPECT_TRUE(CaptureLauncher(screen).rgb == allOn.rgb);
 }
 
-TEST_F(RealLauncher, ADragFromARowOverTheButtonAndBackOntoItStartsWithThatRow)
+TEST_F(RealLauncher, ADragFromARowOverTheButtonStartsWithThatRow)
 {
     PlayerProcess player(setting);
     ASSERT_TRUE(WaitForLauncher(screen));

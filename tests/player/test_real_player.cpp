@@ -241,7 +241,7 @@ TEST_F(RealPlayer, AShortPieceIsPlayedToItsEndWithItsMusic)
     EXPECT_GT(rate, 0.0f);
 
     // The device gives silence until it is let go. From there on each byte is the module's, and
-    // behind its end there is silence again.
+    // after its end there is silence again.
     std::string sound = folder.Read("sound");
     size_t begin = 0;
     while (begin < sound.size() && LoudestSample(sound.substr(begin, kBlockBytes)) == 0)

@@ -109,7 +109,7 @@ TEST(RunDemo, TheCursorGoesAfterTheSecondSwap)
               "SDL_ShowCursor 0\n");
 }
 
-TEST(RunDemo, ThePackageIsLookedForBehindTheLauncherAndBeforeTheStart)
+TEST(RunDemo, ThePackageIsLookedForAfterTheLauncher)
 {
     ChildRun run = PlayUsualPiece(SilentScript({}, 0));
 
@@ -120,7 +120,7 @@ TEST(RunDemo, ThePackageIsLookedForBehindTheLauncherAndBeforeTheStart)
     EXPECT_EQ(run.record.substr(0, begin.size()), begin);
 }
 
-TEST(RunDemo, WithoutAntialiasingNoAttributeIsSetAndSdlsDefaultDepthStands)
+TEST(RunDemo, WithoutAntialiasingNoAttributeIsSet)
 {
     PlayScript script;
     script.choice.antialiasing = kSwitchOff;
@@ -149,7 +149,7 @@ TEST(RunDemo, WithoutMusicNoAudioIsStartedAndTheClockIsSilent)
                   kFrame + "0" + kFrameEnd + "SDL_GetTicks 1025\n" + kFrame + "2" + kFrameEnd);
 }
 
-TEST(RunDemo, WithTheVboSwitchOffNeitherVboLineIsPrintedWhateverTheDriverOffers)
+TEST(RunDemo, WithTheVboSwitchOffNoVboLineIsPrinted)
 {
     for (bool offered : {true, false})
     {
@@ -221,7 +221,7 @@ TEST(RunDemo, FeaturesAreReportedAndPassedOnAsTheyWereFound)
          {"-forcepbo"},
          vbo + pbo + npot + dot3,
          "vbo 1 pbo 1 npot 1 dot3 1"},
-        {{true, true, true, true, false}, // more characters behind the option
+        {{true, true, true, true, false}, // more characters after the option
          {"-forcepbonow"},
          vbo + pbo + npot + dot3,
          "vbo 1 pbo 1 npot 1 dot3 1"},
@@ -408,7 +408,7 @@ TEST(RunDemo, AWindowThatDoesNotOpenEndsTheRunWithSdlsText)
     EXPECT_EQ(run.record.substr(run.record.size() - end.size()), end);
 }
 
-TEST(RunDemo, EscapeEndsTheDemoWithoutShowingTheFrameAndWithoutABenchmark)
+TEST(RunDemo, EscapeEndsWithoutShowingTheFrameOrABenchmark)
 {
     PlayScript script = SilentScript({0, 0, 1000, 1010, 1020}, 10);
     script.sdl.polls = {{0, false, false, false}, {0, true, false, true}};
@@ -498,7 +498,7 @@ TEST(RunDemo, NoEventIsReadBeforeTheFirstFrame)
                   kFrame + "0" + kFrameEnd);
 }
 
-TEST(RunDemo, TimeStepsEvery10MillisecondsSoTwoFastFramesCanGetTheSame)
+TEST(RunDemo, TwoFastFramesCanGetTheSameTime)
 {
     ChildRun run = PlayUsualPiece(SilentScript({0, 0, 1000, 1009, 1010, 1019, 1020}, 4));
 
@@ -542,7 +542,7 @@ TEST(RunDemo, ADemoThatEndsAtOnceAfterSomeMusicHasARateOf0)
               kFrame + "2" + kFrameEnd + "> Benchmark result: 0.00 fps\n");
 }
 
-TEST(RunDemo, AFaultInADocumentNamesItsPlaceAndGivesTheDisplayBack)
+TEST(RunDemo, AFaultNamesItsPlaceAndGivesTheDisplayBack)
 {
     DocumentSource demo = DemoSource();
     demo.sections[10] = "<row><clip/></row>";
@@ -559,7 +559,7 @@ TEST(RunDemo, AFaultInADocumentNamesItsPlaceAndGivesTheDisplayBack)
     EXPECT_EQ(run.record.substr(run.record.size() - end.size()), end);
 }
 
-TEST(RunDemo, ASoundDeviceThatDoesNotOpenEndsTheRunWithCode1AndSdlOpen)
+TEST(RunDemo, ASoundDeviceThatDoesNotOpenEndsTheRunWithCode1)
 {
     PlayScript script;
     script.sdl.audioFails = true;
@@ -573,7 +573,7 @@ TEST(RunDemo, ASoundDeviceThatDoesNotOpenEndsTheRunWithCode1AndSdlOpen)
     EXPECT_EQ(run.record.substr(run.record.size() - end.size()), end);
 }
 
-TEST(RunDemo, ThePictureRunsOnPastTheModulesEndTimedByTheSilenceThatIsCounted)
+TEST(RunDemo, ThePictureRunsOnPastTheModulesEnd)
 {
     PlayScript script;
     script.modplug.moduleBytes = 32768;

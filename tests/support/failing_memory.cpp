@@ -1,68 +1,134 @@
 #include "support/failing_memory.h"
 
+#include <atomic>
+#include <cerrno>
 #include <cstddef>
 
-static bool isCounting = false;
-static uint64_t asked = 0;
-static uint64_t failing = 0; // counted from 1
-static int64_t live = 0;
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define QUORVALE_ADDRESS_SANITIZER
+#endif
+#elif defined(__SANITIZE_ADDRESS__)
+#define QUORVALE_ADDRESS_SANITIZER
+#endif
 
-extern "C" void* __real_malloc(size_t size);
-extern "C" void* __real_calloc(size_t count, size_t size);
-extern "C" void* __real_realloc(void* block, size_t size);
-extern "C" void __real_free(void* block);
-extern "C" void* __wrap_malloc(size_t size);
-extern "C" void* __wrap_calloc(size_t count, size_t size);
-extern "C" void* __wrap_realloc(void* block, size_t size);
-extern "C" void __wrap_free(void* block);
+// The heap that stands under this one. The first allocations come before the sanitizer is ready, so
+// nothing here is instrumented.
+#ifdef QUORVALE_ADDRESS_SANITIZER
+#define REAL(name) __interceptor_##name
+#define PLAIN __attribute__((no_sanitize("address", "undefined")))
+#else
+#define REAL(name) __libc_##name
+#define PLAIN
+#endif
 
-static bool MayAllocate()
+extern "C"
 {
-    if (!isCounting)
-    {
-        return true;
-    }
-    asked += 1;
-    return asked != failing;
+    void* REAL(malloc)(size_t size);
+    void* REAL(calloc)(size_t count, size_t size);
+    void* REAL(realloc)(void* block, size_t size);
+    void* REAL(memalign)(size_t alignment, size_t size);
+    void REAL(free)(void* block);
 }
 
-static void* Count(void* block)
+static std::atomic<bool> isCounting{false};
+static std::atomic<uint64_t> asked{0};   // allocations since isCounting
+static std::atomic<uint64_t> failing{0}; // number of the one that fails, counted from 1
+static std::atomic<uint64_t> failingTo{0};
+static std::atomic<int64_t> live{0};
+
+/// Whether the allocation at hand is to fail.
+PLAIN static bool IsFailing()
 {
-    live += block != nullptr ? 1 : 0;
+    if (!isCounting.load(std::memory_order_relaxed))
+    {
+        return false;
+    }
+    const uint64_t number = asked.fetch_add(1, std::memory_order_relaxed) + 1;
+    const bool fails = number >= failing.load(std::memory_order_relaxed) &&
+                       number <= failingTo.load(std::memory_order_relaxed);
+    errno = fails ? ENOMEM : errno;
+    return fails;
+}
+
+PLAIN static void* Counted(void* block)
+{
+    if (block != nullptr)
+    {
+        live.fetch_add(1, std::memory_order_relaxed);
+    }
     return block;
 }
 
-void* __wrap_malloc(size_t size)
+extern "C"
 {
-    return MayAllocate() ? Count(__real_malloc(size)) : nullptr;
-}
-
-void* __wrap_calloc(size_t count, size_t size)
-{
-    return MayAllocate() ? Count(__real_calloc(count, size)) : nullptr;
-}
-
-void* __wrap_realloc(void* block, size_t size)
-{
-    if (!MayAllocate())
+    PLAIN void* malloc(size_t size)
     {
-        return nullptr;
+        return IsFailing() ? nullptr : Counted(REAL(malloc)(size));
     }
-    void* moved = __real_realloc(block, size);
-    return block == nullptr ? Count(moved) : moved;
+
+    PLAIN void* calloc(size_t count, size_t size)
+    {
+        return IsFailing() ? nullptr : Counted(REAL(calloc)(count, size));
+    }
+
+    PLAIN void* realloc(void* block, size_t size)
+    {
+        if (IsFailing())
+        {
+            return nullptr;
+        }
+        return block == nullptr ? Counted(REAL(realloc)(block, size)) : REAL(realloc)(block, size);
+    }
+
+    PLAIN void* aligned_alloc(size_t alignment, size_t size)
+    {
+        return IsFailing() ? nullptr : Counted(REAL(memalign)(alignment, size));
+    }
+
+    PLAIN void* memalign(size_t alignment, size_t size)
+    {
+        return IsFailing() ? nullptr : Counted(REAL(memalign)(alignment, size));
+    }
+
+    PLAIN int posix_memalign(void** block, size_t alignment, size_t size)
+    {
+        void* taken = IsFailing() ? nullptr : Counted(REAL(memalign)(alignment, size));
+        if (taken == nullptr)
+        {
+            return ENOMEM;
+        }
+        *block = taken;
+        return 0;
+    }
+
+    PLAIN void free(void* block)
+    {
+        if (block != nullptr)
+        {
+            live.fetch_sub(1, std::memory_order_relaxed);
+        }
+        REAL(free)(block);
+    }
 }
 
-void __wrap_free(void* block)
+/// Lets the allocations with these numbers fail.
+static void FailRange(uint64_t first, uint64_t last)
 {
-    live -= block != nullptr ? 1 : 0;
-    __real_free(block);
+    asked = 0;
+    failing = first;
+    failingTo = last;
+    isCounting = true;
 }
 
 void FailAllocation(uint64_t k)
 {
-    asked = 0;
-    failing = k;
-    isCounting = true;
+    FailRange(k, k);
+}
+
+void FailAllocationsFrom(uint64_t k)
+{
+    FailRange(k, UINT64_MAX);
 }
 
 uint64_t AllowAllocations()

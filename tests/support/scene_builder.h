@@ -58,7 +58,8 @@ inline Mesh MakeMesh(MeshArrays* arrays, uint8_t sets)
             sets == 2 ? arrays->texCoords2.data() : nullptr,
             sets,
             arrays->normals.data(),
-            arrays->indices.data()};
+            arrays->indices.data(),
+            nullptr};
 }
 
 /// Puts an array into a new buffer. Leaves GL_ARRAY_BUFFER bound to 0.

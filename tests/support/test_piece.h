@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 
 #include "engine/animation/envelope.h"
@@ -95,9 +94,7 @@ template <typename Record>
 Record* AddRecord(ObjectTable* table)
 {
     const uint32_t id = AllocateObject(table);
-    Record* record = GetRecord<Record>(id, table);
-    memset(static_cast<void*>(record), 0, sizeof(Record));
-    return record;
+    return GetRecord<Record>(id, table);
 }
 
 /// Starts the state of the record that was added last.
@@ -167,11 +164,15 @@ inline void AddBitmap(TestPiece* piece, const BitmapUpload& bitmap)
 }
 
 /// Adds a 2D effect with its state. It may be of no type, and then nothing refreshes it.
+/// @param glTexture, pixelBuffer   names that OpenGL gave, or may not know
 /// @return its id
-inline uint32_t AddEffect(TestPiece* piece, const Effect2D& effect, const EffectUpload& upload)
+inline uint32_t AddEffect(TestPiece* piece, const Effect2D& effect, uint32_t glTexture,
+                          uint32_t pixelBuffer)
 {
     *AddRecord<Effect2D>(piece->document.effects) = effect;
-    *AddUploadEntry(&piece->upload.effects, &piece->upload.effectCount) = upload;
+    EffectUpload* upload = AddUploadEntry(&piece->upload.effects, &piece->upload.effectCount);
+    upload->glTexture = glTexture;
+    upload->pixelBuffer = pixelBuffer;
     const uint32_t id = piece->document.effects->count;
     StartState(piece, Section::kEffects, id);
     return id;

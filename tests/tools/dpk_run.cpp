@@ -82,6 +82,13 @@ DpkRun RunDpk(const TemporaryFolder& folder, const std::vector<std::string>& arg
     return run;
 }
 
+void ExecuteDpk(const TemporaryFolder& folder, const std::vector<std::string>& arguments)
+{
+    const int nothing = open("/dev/null", O_RDWR);
+    Execute(folder, arguments, kOrdinary, nothing, nothing);
+    _exit(127);
+}
+
 std::string FilesIn(const TemporaryFolder& folder)
 {
     std::set<std::string> names;

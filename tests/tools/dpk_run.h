@@ -14,7 +14,7 @@ struct DpkRun
     std::string err;
 };
 
-/// What a run finds around it.
+/// The surroundings of a run.
 struct DpkSurroundings
 {
     std::string workshops;  // TMPDIR; empty leaves it as it is
@@ -28,6 +28,11 @@ inline const DpkSurroundings kOrdinary = {{}, {}, 0, 022};
 /// Runs dpk with the folder as the working directory.
 DpkRun RunDpk(const TemporaryFolder& folder, const std::vector<std::string>& arguments,
               const DpkSurroundings& surroundings = kOrdinary);
+
+/// Turns this process, a child that a test has forked, into dpk with the folder as the working
+/// directory. All that it prints is lost.
+[[noreturn]] void ExecuteDpk(const TemporaryFolder& folder,
+                             const std::vector<std::string>& arguments);
 
 /// @return the names of all files of the folder, hidden ones too, sorted, with a space between them
 std::string FilesIn(const TemporaryFolder& folder);

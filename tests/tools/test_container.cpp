@@ -1,6 +1,7 @@
 #include "tools/container.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 #include <zlib.h>
 
 #include "support/package_builder.h"
@@ -80,6 +81,54 @@ TEST(Container, BytesBehindTheStreamDoNotMatter)
     Bytes data;
     EXPECT_EQ(UnpackContainer(BytesOf(MakeContainer("text") + "more"), &data), nullptr);
     EXPECT_EQ(data, BytesOf("text"));
+}
+
+/// A container of zeros, without an end: blocks that are independent of each other.
+static std::string ZerosInContainer(size_t mebibytes)
+{
+    z_stream stream = {};
+    EXPECT_EQ(deflateInit(&stream, 9), Z_OK);
+    std::string container = Raw("\xFF\xFF\xFF\xFF");
+    std::vector<unsigned char> zeros(1 << 20);
+    std::vector<unsigned char> block(1 << 20);
+    std::string repeated;
+    for (size_t i = 0; i < 2; ++i) // the first comes with the head of the stream
+    {
+        stream.next_in = zeros.data();
+        stream.avail_in = static_cast<uInt>(zeros.size());
+        stream.next_out = block.data();
+        stream.avail_out = static_cast<uInt>(block.size());
+        EXPECT_EQ(deflate(&stream, Z_FULL_FLUSH), Z_OK);
+        repeated.assign(block.begin(), block.end() - stream.avail_out);
+        container += repeated;
+    }
+    deflateEnd(&stream);
+    for (size_t i = 2; i < mebibytes; ++i)
+    {
+        container += repeated;
+    }
+    return container;
+}
+
+TEST(DpkDecompress, UnpacksNoMoreThanReadersTake)
+{
+    TemporaryFolder folder;
+    folder.Write("bomb", ZerosInContainer(1025));
+    DpkRun run = RunDpk(folder, {"decompress", "bomb", "out"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "dpk: bomb: it holds more than 1 GiB, which no reader takes\n");
+    EXPECT_EQ(FilesIn(folder), "bomb");
+}
+
+TEST(DpkCompress, PacksNoMoreThanReadersTake)
+{
+    TemporaryFolder folder;
+    folder.Write("large", "");
+    ASSERT_EQ(truncate((folder.path + "/large").c_str(), (1L << 30) + 1), 0);
+    DpkRun run = RunDpk(folder, {"compress", "large", "out"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "dpk: large: larger than 1073741824 bytes\n");
+    EXPECT_EQ(FilesIn(folder), "large");
 }
 
 TEST(DpkCompress, GoesThereAndBack)

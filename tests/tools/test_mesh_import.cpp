@@ -12,7 +12,8 @@ static std::string Unpack(const std::string& container)
 }
 
 /// Runs "dpk model" and compares the model, uncompressed, byte by byte.
-/// @param notes   what is printed behind the line of numbers, each line without "out: " in front
+/// @param notes   the lines that are printed after the line of numbers, each line without "out: "
+/// in front
 static void ExpectModel(const TemporaryFolder& folder, const std::string& source,
                         const ModelSource& expected, const std::string& summary,
                         const std::vector<std::string>& notes,
@@ -261,7 +262,7 @@ TEST(MeshImport, AMirroredTriangleIsTurnedRound)
                 {kNoCoords});
 }
 
-// ---- What is no mesh
+// ---- Files that are no meshes
 
 TEST(MeshImport, WhatGivesNoTriangleIsAnErrorAndTheOldModelStays)
 {
@@ -296,6 +297,37 @@ TEST(MeshImport, WhatGivesNoTriangleIsAnErrorAndTheOldModelStays)
         EXPECT_EQ(folder.Read("out"), "old");
     }
     EXPECT_EQ(FilesIn(folder), "dots.obj endless.ply junk.obj junk.unknown nan.obj out");
+}
+
+TEST(MeshImport, AFileThatCrashesTheReaderIsAnError)
+{
+    TemporaryFolder folder;
+    // A node that holds itself: the reader goes down until there is no stack.
+    folder.Write("loop.dae", "<?xml version=\"1.0\"?><COLLADA version=\"1.4.1\">"
+                             "<library_visual_scenes><visual_scene id=\"s\"><node id=\"n\">"
+                             "<instance_node url=\"#n\"/></node></visual_scene>"
+                             "</library_visual_scenes><scene><instance_visual_scene url=\"#s\"/>"
+                             "</scene></COLLADA>");
+    folder.Write("out", "old");
+    DpkRun run = RunDpk(folder, {"model", "loop.dae", "out"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.err, "dpk: loop.dae: its import ended by signal 11 (Segmentation fault)\n");
+    EXPECT_EQ(folder.Read("out"), "old");
+    EXPECT_EQ(FilesIn(folder), "loop.dae out");
+}
+
+TEST(MeshImport, AFileThatClaimsGigabytesIsAnError)
+{
+    TemporaryFolder folder;
+    folder.Write("huge.ply", "ply\nformat binary_little_endian 1.0\nelement vertex 400000000\n"
+                             "property float x\nproperty float y\nproperty float z\n"
+                             "element face 400000000\n"
+                             "property list uint int vertex_indices\nend_header\n");
+    DpkRun run = RunDpk(folder, {"model", "huge.ply", "out"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err.find("dpk: huge.ply: "), 0u) << run.err;
+    EXPECT_EQ(FilesIn(folder), "huge.ply");
 }
 
 TEST(MeshImport, AModelGoesToAPlaceThatExists)

@@ -223,7 +223,7 @@ TEST(DpkExtract, WritesAllEntriesToAFolderThatItMakes)
     EXPECT_EQ(PermissionsOf(folder, "deep/er/a"), 0600u);
 }
 
-TEST(DpkExtract, WithoutAFolderWritesToTheWorkingDirectoryOverWhatIsThere)
+TEST(DpkExtract, WithoutAFolderWritesToTheWorkingDirectory)
 {
     TemporaryFolder folder;
     folder.Write("p.dpk", MakePackage({{"a", "new"}}));
@@ -305,7 +305,7 @@ TEST(DpkExtract, WhatCantBeWrittenIsAnError)
     ExpectError(RunDpk(folder, {"extract", "p.dpk", "-o", ""}), ": Invalid argument");
 }
 
-// ---- What a package can't hold
+// ---- The limits of a package
 
 /// The package that is there before a command that has to fail.
 static const std::string kOldPackage = MakePackage({{"old", "data"}});
@@ -463,7 +463,7 @@ TEST(DpkGuards, APlaceWhereNothingCanBeWrittenIsAnError)
     ExpectRefusal(folder, {"create", ""}, ": No such file or directory");
 }
 
-// ---- What is no package
+// ---- Files that are no packages
 
 struct DamageCase
 {

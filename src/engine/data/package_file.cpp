@@ -21,9 +21,12 @@ static constexpr char kCutLine[] = "unexpected error\n";
 static constexpr char kEndLine[] = "End of object table reached!\n";
 
 /// Reads bytes of the package.
+/// @param error   receives 0, or why the file can't be read
 /// @return the number that it has there, less than size at its end
-static size_t ReadAt(const PackageFile* package, uint64_t offset, unsigned char* out, size_t size)
+static size_t ReadAt(const PackageFile* package, uint64_t offset, unsigned char* out, size_t size,
+                     int* error)
 {
+    *error = 0;
     if (package->bytes != nullptr)
     {
         const size_t begin = static_cast<size_t>(std::min<uint64_t>(offset, package->size));
@@ -43,6 +46,7 @@ static size_t ReadAt(const PackageFile* package, uint64_t offset, unsigned char*
         }
         if (step <= 0)
         {
+            *error = step < 0 ? errno : 0;
             break;
         }
         got += static_cast<size_t>(step);
@@ -82,7 +86,13 @@ static bool ReadDirectory(PackageFile* package, bool* isEnded, FaultList* faults
         const size_t wanted = size_t{room - package->entryCount} * kPackageEntrySize;
         const uint64_t offset =
             kPackageHeaderSize + uint64_t{package->entryCount} * kPackageEntrySize;
-        const size_t got = ReadAt(package, offset, begin, wanted);
+        int error = 0;
+        const size_t got = ReadAt(package, offset, begin, wanted, &error);
+        if (error != 0)
+        {
+            AddError(faults, "the package's directory can't be read: %s", strerror(error));
+            return false;
+        }
         memset(begin + got, 0, wanted - got);
 
         for (size_t at = 0; at < wanted; at += kPackageEntrySize)
@@ -291,7 +301,14 @@ static unsigned char* ReadEntryData(const PackageFile* package, const char* name
                  size);
         return nullptr;
     }
-    ReadAt(package, start, static_cast<unsigned char*>(data), static_cast<size_t>(size));
+    int error = 0;
+    ReadAt(package, start, static_cast<unsigned char*>(data), static_cast<size_t>(size), &error);
+    if (error != 0)
+    {
+        AddFault(faults, "package entry \"%s\": %s", name, strerror(error));
+        free(data);
+        return nullptr;
+    }
     *sizeOut = size;
     return static_cast<unsigned char*>(data);
 }
@@ -302,7 +319,13 @@ unsigned char* ReadPackageEntry(PackageFile* package, const char* name, int32_t*
     if (name[0] == 0)
     {
         unsigned char entry[kPackageEntrySize] = {};
-        ReadAt(package, kPackageHeaderSize, entry, kPackageEntrySize);
+        int error = 0;
+        ReadAt(package, kPackageHeaderSize, entry, kPackageEntrySize, &error);
+        if (error != 0)
+        {
+            AddFault(faults, "the package's directory can't be read: %s", strerror(error));
+            return nullptr;
+        }
         return ReadEntryData(package, name, entry, sizeOut, faults);
     }
 

@@ -63,7 +63,8 @@ struct PackageFile
 /// Opens a package and reads its directory. What is no regular file is no package; a folder reads
 /// as an empty one.
 /// @return false after a fault: "%s: " and what the system says, "%s: it is no regular file", more
-///         than kMostPackageEntries entries, or no memory; the record needs no ClosePackage then
+///         than kMostPackageEntries entries, no memory, or a file that can't be read; the record
+///         needs no ClosePackage then
 bool OpenPackageFile(const char* path, PackageFile* package, FaultList* faults);
 
 /// The same for a package in memory.
@@ -82,7 +83,7 @@ void ClosePackage(PackageFile* package);
 /// @return a new heap block of *sizeOut bytes and kEntryPadding zero bytes, for the caller to free;
 ///         null without a fault if the directory lacks the name. Where the offsets reach past the
 ///         end of the file the block holds zeros. A size that can't be allocated, a negative one
-///         included, is a fault.
+///         included, and a file that can't be read are faults.
 /// A lookup that ends without a match notes the line "End of object table reached!", and one that
 /// meets the end of the file before the end of the directory "unexpected error".
 unsigned char* ReadPackageEntry(PackageFile* package, const char* name, int32_t* sizeOut,

@@ -118,7 +118,8 @@ void FreeNotedBlocks(BlockNotes* notes)
 }
 
 // The whole program's `new` and `delete`: the parser is a library, and asks these. The forms for
-// arrays and those that do not throw are the standard library's, and come here.
+// arrays and those that do not throw come here too: left to a sanitizer, they would take blocks
+// that the forms here are to give back.
 
 void* operator new(size_t size)
 {
@@ -152,6 +153,48 @@ void operator delete(void* block) noexcept
 }
 
 void operator delete(void* block, size_t /*size*/) noexcept
+{
+    operator delete(block);
+}
+
+void* operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept
+{
+    try
+    {
+        return operator new(size);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return nullptr;
+    }
+}
+
+void* operator new[](size_t size)
+{
+    return operator new(size);
+}
+
+void* operator new[](size_t size, const std::nothrow_t& tag) noexcept
+{
+    return operator new(size, tag);
+}
+
+void operator delete(void* block, const std::nothrow_t& /*tag*/) noexcept
+{
+    operator delete(block);
+}
+
+void operator delete[](void* block) noexcept
+{
+    operator delete(block);
+}
+
+void operator delete[](void* block, size_t /*size*/) noexcept
+{
+    operator delete(block);
+}
+
+void operator delete[](void* block, const std::nothrow_t& /*tag*/) noexcept
 {
     operator delete(block);
 }

@@ -111,6 +111,57 @@ static void DropFourthComponent(uint8_t* pixels, size_t count)
     }
 }
 
+/// The byte at a place of a file; 0 past its end, as the decoder reads.
+static int32_t ByteAt(const uint8_t* file, int32_t size, int64_t at)
+{
+    return at < size ? file[at] : 0;
+}
+
+/// True if the Huffman tables of one segment have more symbols than a table can hold.
+/// @param at   where the segment's length stands
+static bool HasOverfullTable(const uint8_t* file, int32_t size, int64_t at)
+{
+    static constexpr int32_t kHead = 17; // the table's number and 16 counts
+    static constexpr int32_t kSymbols = 256;
+    int32_t left = ByteAt(file, size, at) * 256 + ByteAt(file, size, at + 1) - 2;
+    at += 2;
+    while (left > 0)
+    {
+        int32_t symbols = 0;
+        for (int32_t i = 1; i < kHead; ++i)
+        {
+            symbols += ByteAt(file, size, at + i);
+        }
+        if (symbols > kSymbols)
+        {
+            return true;
+        }
+        at += kHead + symbols;
+        left -= kHead + symbols;
+    }
+    return false;
+}
+
+/// True if a JPEG file brings a Huffman table of more symbols than the decoder has room for: it
+/// does not look, and writes over its own memory. Every pair of bytes that could begin a table is
+/// looked at, so that the decoder finds none that was missed. Pixels never hold that pair; in
+/// comments and color profiles a false find comes once in some two million bytes.
+static bool HasOverfullTables(const uint8_t* file, int32_t size)
+{
+    if (size == 0 || file[0] != 0xFF)
+    {
+        return false; // no JPEG file
+    }
+    for (int32_t at = 0; at + 1 < size; ++at)
+    {
+        if (file[at] == 0xFF && file[at + 1] == 0xC4 && HasOverfullTable(file, size, at + 2))
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
 /// A copy of a Radiance file with bytes after it at which its decoder stops. After the end of a
 /// file it reads zeros, and a run of no length for ever: a file that is cut short must end in
 /// something else. A length of 255 runs past the end of any row at last.
@@ -135,6 +186,11 @@ static const uint8_t* EndRadianceFile(const uint8_t* file, int32_t* size)
 static DecodeResult RunDecoder(const uint8_t* file, int32_t size, uint64_t largest,
                                DecodedImage* image, const char** reason)
 {
+    if (HasOverfullTables(file, size))
+    {
+        *reason = "Corrupt JPEG"; // the decoder's own words
+        return DecodeResult::kRefused;
+    }
     if (stbi_is_hdr_from_memory(file, size) != 0)
     {
         file = EndRadianceFile(file, &size);

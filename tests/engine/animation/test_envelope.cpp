@@ -34,7 +34,7 @@ static void CheckValues(PlayedEnvelope* envelope, const TimeCase (&cases)[count]
 
 // ---- The cache
 
-TEST(Envelope, WithoutPiecesIsOneAtEveryTimeAndLeavesTheCacheAlone)
+TEST(Envelope, WithoutPiecesIsOneAndLeavesTheCacheAlone)
 {
     PlayedEnvelope envelope = MakeEnvelope();
     CheckValues(&envelope, {{0xFFFFFFFF, 1.0f}, {0, 1.0f}, {1, 1.0f}, {100000, 1.0f}});
@@ -75,7 +75,7 @@ TEST(Envelope, TheCacheIsKeyedByTheTimeBeforeTheFold)
 
 // ---- Pieces
 
-TEST(Envelope, ATimeAtAPiecesLengthBelongsToThatPieceAndTheLastOneHolds)
+TEST(Envelope, ATimeAtAPiecesLengthIsStillOfThatPiece)
 {
     PlayedEnvelope envelope = MakeEnvelope();
     AddPiece(&envelope, kFunctionLinear, 100, {1.0f, 0.0f});
@@ -369,7 +369,7 @@ TEST(EnvelopeSpline, PointsThatAreNotGivenEndFlat)
                                {4000000000, 5.0f},
                            });
 
-    // The points 3 to 12 went to 1001 to 1010, the last knot lies 999999 behind.
+    // The points 3 to 12 went to 1001 to 1010, the last knot lies 999999 further on.
     const float knots[] = {-1,   0,    1000, 1001, 1002, 1003, 1004,
                            1005, 1006, 1007, 1008, 1009, 1010, 1001009};
     for (uint32_t i = 0; i < std::size(knots); ++i)
@@ -435,7 +435,7 @@ TEST(EnvelopeSpline, TheSegmentBeforeTheFirstPointHasItsValueAtBothEnds)
     CheckValues(&whole, {{0, 10.0f}, {1, 10.0f}});
 }
 
-TEST(EnvelopeSpline, RunsOnAtHalfTheSlopeBehindTheLastPoint)
+TEST(EnvelopeSpline, RunsOnAtHalfTheSlopePastTheLastPoint)
 {
     // The last slope is 1. Behind x = 1100 the segment is 999999 ticks long.
     PlayedEnvelope envelope = MakeSpline({0,   0, 100, 0, 200, 0, 300, 0, 400,  0, 500,  0,
@@ -466,9 +466,9 @@ TEST(EnvelopeSpline, HoldsTheFirstValueUpToATickBeforeTheFirstPoint)
                            });
 }
 
-TEST(EnvelopeSpline, HasNoValueWhereItsEndMeetsTheSentinelBehindIt)
+TEST(EnvelopeSpline, HasNoValueWhereItsEndMeetsTheSentinel)
 {
-    // The last point at 9000000 puts the knot behind it on 9999999, where the last sentinel lies:
+    // The last point at 9000000 puts the knot after it on 9999999, where the last sentinel lies:
     // the slope between the two is 0 / 0. A tick earlier there is one.
     PlayedEnvelope meets = MakeSpline(
         {0, 1, 10, 1, 20, 1, 30, 1, 40, 1, 50, 1, 60, 1, 70, 1, 80, 1, 90, 1, 100, 1, 9000000, 1});
@@ -568,7 +568,7 @@ TEST(EnvelopeSpline, KnotsAtInfinityHoldWhatTheyCan)
     EXPECT_EQ(EvaluateEnvelope(&behind, 0), 4.0f);
     EXPECT_TRUE(std::isnan(EvaluateEnvelope(&behind, 1))); // on a segment without an end
 
-    // Everything lies behind -infinity, but a knot is found as soon as one is in front again.
+    // Everything lies past -infinity, but a knot is found as soon as one lies ahead again.
     PlayedEnvelope falling = MakeSpline({-kInfinity, 4, 16, 5, 32, 6, 48, 6, 64, 6});
     EXPECT_TRUE(std::isnan(EvaluateEnvelope(&falling, 8)));
     EXPECT_EQ(EvaluateEnvelope(&falling, 56), 6.0f);
@@ -716,7 +716,7 @@ TEST(EnvelopeReading, PieceTypesAndLengthsKeep32Bits)
     EXPECT_EQ(envelope.pieceLength[1], 1u);
 }
 
-TEST(EnvelopeReading, TextThatIsNoNumberIsZeroAndLoopEndsKeepTheirFractions)
+TEST(EnvelopeReading, NoNumberIsZeroAndLoopEndsKeepTheirFractions)
 {
     PlayedEnvelope envelope =
         ReadEnvelope("<e type='x' loop_type='' loop_begin='1000.9' loop_end='y'>"

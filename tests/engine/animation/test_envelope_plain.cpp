@@ -186,7 +186,7 @@ static bool IsSame(float a, float b)
            (std::isnan(a) && std::isnan(b));
 }
 
-TEST(EnvelopePlain, RandomEnvelopesAreBitForBitThoseOfThePlainForm)
+TEST(EnvelopePlain, RandomEnvelopesEqualThePlainForm)
 {
     Random random(20240607);
     Envelope envelope;
@@ -211,7 +211,7 @@ TEST(EnvelopePlain, RandomEnvelopesAreBitForBitThoseOfThePlainForm)
     EXPECT_GT(numbers, 500000u); // of 600000: the comparison is about values
 }
 
-TEST(EnvelopePlain, EveryTickOfRandomSplinesIsBitForBitThatOfThePlainForm)
+TEST(EnvelopePlain, RandomSplinesAreThoseOfThePlainFormAtEveryTick)
 {
     Random random(7);
     for (uint32_t run = 0; run < 500; ++run)

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "support/byte_file.h"
+#include "support/fault_text.h"
 
 /// zlib's "hello hello hello" at level 9, spelled out.
 static const Bytes kHelloStream = {0x78, 0xda, 0xcb, 0x48, 0xcd, 0xc9, 0xc9, 0x57,
@@ -29,13 +30,37 @@ static Bytes Container(const Bytes& sizeWord, const Bytes& stream)
     return entry;
 }
 
+/// An entry that was asked for, and what there was to say.
+struct Inflation
+{
+    bool isMade;
+    InflatedEntry entry;
+    std::string printed;
+    uint64_t taken; // bytes of the package's budget
+};
+
+static Inflation TryInflate(const Bytes& container, const char* name = "e", uint32_t lead = 0,
+                            uint32_t most = kLargestInflatedSize)
+{
+    const Bytes bytes = PackageOf(container);
+    Inflation inflation = {};
+    FaultList faults = {};
+    PackageFile package;
+    EXPECT_TRUE(OpenPackageMemory(bytes.data(), bytes.size(), &package, &faults));
+    const uint64_t budget = package.budget.bytesLeft;
+    inflation.isMade = InflatePackageEntry(&package, name, lead, most, &inflation.entry, &faults);
+    inflation.printed = FaultText(faults);
+    inflation.taken = budget - package.budget.bytesLeft;
+    FreeFaults(&faults);
+    ClosePackage(&package);
+    return inflation;
+}
+
 static InflatedEntry Inflate(const Bytes& container, uint32_t lead = 0)
 {
-    InflatedEntry entry = {};
-    FILE* package = OpenBytes(PackageOf(container));
-    EXPECT_TRUE(InflatePackageEntry(package, "e", lead, &entry));
-    fclose(package);
-    return entry;
+    const Inflation inflation = TryInflate(container, "e", lead);
+    EXPECT_TRUE(inflation.isMade) << inflation.printed;
+    return inflation.entry;
 }
 
 TEST(CompressedEntry, TheSizeWordIsLittleEndian)
@@ -74,7 +99,7 @@ TEST(CompressedEntry, ASizeWordThatIsTooLargeLeavesZeros)
 TEST(CompressedEntry, TheSourceCountsTheSizeWordThatItDoesNotHold)
 {
     // The byte 0xff, stored, and its checksum 0x01000100. The last zero is cut off, and the padding
-    // behind the entry stands in for it. The size word is one more, or the data would pass as cut.
+    // after the entry stands in for it. The size word is one more, or the data would pass as cut.
     const Bytes stream = {0x78, 0x01, 0x01, 0x01, 0x00, 0xfe, 0xff, 0xff, 0x01, 0x00, 0x01};
     InflatedEntry entry = Inflate(Container({2, 0, 0, 0}, stream));
     EXPECT_EQ(entry.length, 1u);
@@ -93,36 +118,73 @@ TEST(CompressedEntry, TheLeadFallsOnA16ByteBoundary)
     }
 }
 
-TEST(CompressedEntry, AMissingEntryIsReportedToTheCaller)
+TEST(CompressedEntry, AMissingEntryIsNoFault)
 {
-    FILE* package = OpenBytes(PackageOf({}));
-    InflatedEntry entry = {};
-    testing::internal::CaptureStdout();
-    EXPECT_FALSE(InflatePackageEntry(package, "other", 0, &entry));
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "End of object table reached!\n");
-    EXPECT_EQ(entry.block, nullptr);
-    fclose(package);
+    const Inflation inflation = TryInflate({}, "other");
+    EXPECT_FALSE(inflation.isMade);
+    EXPECT_EQ(inflation.printed, "");
+    EXPECT_EQ(inflation.entry.block, nullptr);
+    EXPECT_EQ(inflation.taken, 0u);
 }
 
-TEST(CompressedEntryDeathTest, AStreamThatDoesNotInflateIsFatal)
+TEST(CompressedEntry, AStreamThatDoesNotInflateIsAFault)
 {
-    const char* line = "quorvale: \"e\" does not inflate: its data is damaged";
+    const char* line = "quorvale: \"e\" does not inflate: its data is damaged\n";
     Bytes damaged = kHelloStream;
     damaged[5] ^= 0xff;
-    EXPECT_EXIT(Inflate(Container({17, 0, 0, 0}, damaged)), testing::ExitedWithCode(1), line);
+    EXPECT_EQ(TryInflate(Container({17, 0, 0, 0}, damaged)).printed, line);
 
     Bytes brokenOff(kHelloStream.begin(), kHelloStream.begin() + 9);
-    EXPECT_EXIT(Inflate(Container({17, 0, 0, 0}, brokenOff)), testing::ExitedWithCode(1), line);
+    EXPECT_EQ(TryInflate(Container({17, 0, 0, 0}, brokenOff)).printed, line);
 
-    EXPECT_EXIT(Inflate(Container({17, 0, 0, 0}, {})), testing::ExitedWithCode(1), line);
-    EXPECT_EXIT(Inflate({17}), testing::ExitedWithCode(1), line);
+    EXPECT_EQ(TryInflate(Container({17, 0, 0, 0}, {})).printed, line);
+    EXPECT_EQ(TryInflate({17}).printed, line);
+    EXPECT_EQ(TryInflate({17}).entry.block, nullptr);
 }
 
-TEST(CompressedEntryDeathTest, ASizeThatNoPieceNeedsIsFatal)
+TEST(CompressedEntry, ASizeThatNoPieceNeedsIsAFault)
 {
-    EXPECT_EXIT(Inflate(Container({1, 0, 0, 0x40}, kHelloStream)), testing::ExitedWithCode(1),
-                "\"e\": its size of 1073741825 bytes can't be allocated");
+    const Inflation inflation = TryInflate(Container({1, 0, 0, 0x40}, kHelloStream));
+    EXPECT_EQ(inflation.printed,
+              "quorvale: \"e\": its size of 1073741825 bytes can't be allocated\n");
+    EXPECT_EQ(inflation.taken, 0u);
     InflatedEntry entry = Inflate(Container({0, 0, 0, 0x04}, kHelloStream)); // 64 MiB of zeros
     EXPECT_EQ(entry.storedSize, 67108864u);
     FreeInflatedEntry(&entry);
+}
+
+TEST(CompressedEntry, TheStreamIsReadNoFurtherThanAsked)
+{
+    Inflation inflation = TryInflate(Container({17, 0, 0, 0}, kHelloStream), "e", 0, 5);
+    EXPECT_TRUE(inflation.isMade);
+    EXPECT_EQ(inflation.entry.storedSize, 17u);
+    EXPECT_EQ(inflation.entry.length, 5u);
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(inflation.entry.data), 17),
+              "hello" + std::string(12, '\0'));
+    FreeInflatedEntry(&inflation.entry);
+}
+
+TEST(CompressedEntry, AllEntriesOfAPackageShareABudget)
+{
+    const Bytes bytes = PackageOf(Container({0, 0, 0, 0x20}, kHelloStream)); // 512 MiB
+    FaultList faults = {};
+    PackageFile package;
+    ASSERT_TRUE(OpenPackageMemory(bytes.data(), bytes.size(), &package, &faults));
+    InflatedEntry entries[3] = {};
+    for (int i = 0; i < 2; ++i)
+    {
+        EXPECT_TRUE(InflatePackageEntry(&package, "e", 0, 100, &entries[i], &faults));
+    }
+    EXPECT_EQ(package.budget.bytesLeft, 0u);
+    EXPECT_FALSE(InflatePackageEntry(&package, "e", 0, 100, &entries[2], &faults));
+    EXPECT_EQ(FaultText(faults), "quorvale: a piece of more than 1024 MiB of inflated data and "
+                                 "pixels is not read\n");
+    FreeFaults(&faults);
+
+    FreeInflatedEntry(&entries[0]);
+    ReturnToBudget(&package.budget, entries[0].storedSize);
+    EXPECT_TRUE(InflatePackageEntry(&package, "e", 0, 100, &entries[2], &faults));
+    FreeInflatedEntry(&entries[1]);
+    FreeInflatedEntry(&entries[2]);
+    ClosePackage(&package);
 }

@@ -4,8 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/data/fault.h"
-#include "support/byte_file.h"
+#include "support/fault_text.h"
 #include "support/package_builder.h"
 
 /// A record of these tests: what the reader saw.
@@ -18,30 +17,53 @@ struct Note
 static std::string journal; // what the readers did, in order
 static uint32_t itemsAtEnd; // of the last section that ended
 
-static void ReadNote(const TiXmlElement* item, void* record, uint32_t index, LoadContext* context)
+/// The reader fails at the item with this index; none if it is negative.
+static int failingIndex = -1;
+
+static int SectionOf(const ReadContext* context)
 {
-    journal += "item " + std::to_string(CurrentPlace.section) + "." + std::to_string(index) + " " +
+    return static_cast<int>(context->faults->place.section);
+}
+
+static bool ReadNote(const TiXmlElement* item, void* record, uint32_t index, ReadContext* context)
+{
+    journal += "item " + std::to_string(SectionOf(context)) + "." + std::to_string(index) + " " +
                item->Value() + (record == nullptr ? " no record\n" : "\n");
+    if (static_cast<int>(index) == failingIndex)
+    {
+        AddFault(context->faults, "no note");
+        return false;
+    }
     if (record != nullptr)
     {
         *static_cast<Note*>(record) = {index, context->isDemo ? 1 : 0};
     }
+    return true;
 }
 
-static void BeginNotes(LoadContext* /*context*/)
+static bool BeginNotes(ReadContext* context)
 {
-    journal += "begin " + std::to_string(CurrentPlace.section) + "\n";
+    journal += "begin " + std::to_string(SectionOf(context)) + " of " +
+               std::to_string(context->sectionItems) + "\n";
+    return true;
 }
 
-static void EndNotes(LoadContext* context)
+static bool EndNotes(ReadContext* context)
 {
-    journal += "end " + std::to_string(CurrentPlace.section) + "\n";
+    journal += "end " + std::to_string(SectionOf(context)) + "\n";
     itemsAtEnd = context->itemCount;
+    return true;
 }
 
-static void CountDone(void* user)
+static bool FailHook(ReadContext* context)
 {
-    journal += "done " + std::to_string(++*static_cast<int*>(user)) + "\n";
+    AddFault(context->faults, "no hook");
+    return false;
+}
+
+static void FreeNote(void* record)
+{
+    journal += "free " + std::to_string(static_cast<Note*>(record)->value) + "\n";
 }
 
 /// Sections 2 and 3 make records, section 10 has no table and a limit of 2, the others only walk.
@@ -49,9 +71,9 @@ static std::vector<SectionReader> Readers()
 {
     std::vector<SectionReader> readers(kSectionCount);
     readers[1].table = &DemoDocument::textures;
-    readers[2] = {&DemoDocument::models, sizeof(Note), 0, BeginNotes, ReadNote, EndNotes};
-    readers[3] = {&DemoDocument::envelopes, sizeof(Note), 0, nullptr, ReadNote, nullptr};
-    readers[10] = {nullptr, 0, 2, nullptr, ReadNote, EndNotes};
+    readers[2] = {&DemoDocument::models, sizeof(Note), 0, BeginNotes, ReadNote, EndNotes, FreeNote};
+    readers[3] = {&DemoDocument::envelopes, sizeof(Note), 0, nullptr, ReadNote, nullptr, nullptr};
+    readers[10] = {nullptr, 0, 2, BeginNotes, ReadNote, EndNotes, nullptr};
     return readers;
 }
 
@@ -60,43 +82,57 @@ class DemoDocumentTest : public testing::Test
   protected:
     void SetUp() override
     {
-        journal.clear();
+        failingIndex = -1;
+        readers = Readers();
+        Forget();
     }
 
     void TearDown() override
     {
-        FreeTables();
+        Forget();
     }
 
-    void FreeTables()
+    /// Gives back what was read.
+    void Forget()
     {
-        for (ObjectTable* table : {demo.textures, demo.models, demo.envelopes})
-        {
-            if (table != nullptr)
-            {
-                FreeObjectTable(table);
-            }
-        }
-        demo = {};
+        FreeDocument(readers.data(), &demo);
+        FreeFaults(&faults);
+        journal.clear();
+    }
+
+    /// Makes the tree of the document.
+    void Parse(const std::string& text)
+    {
+        Forget();
+        demo.name = "demo.xmlz";
+        demo.document = new TiXmlDocument();
+        demo.document->Parse(text.c_str());
+        ASSERT_FALSE(demo.document->Error()) << demo.document->ErrorDesc();
+        context = {};
+        context.document = &demo;
+        context.isDemo = true;
+        context.faults = &faults;
     }
 
     void Read(const std::string& text)
     {
-        tree.Parse(text.c_str());
-        ASSERT_FALSE(tree.Error()) << tree.ErrorDesc();
-        demo.name = "demo.xmlz";
-        demo.document = &tree;
-        context.document = &demo;
-        context.isDemo = true;
-        ReadSections(Readers().data(), &context);
+        Parse(text);
+        ASSERT_TRUE(ReadSections(readers.data(), &context)) << FaultText(faults);
     }
 
-    TiXmlDocument tree;
-    DemoDocument demo = {};
-    LoadContext context = {};
-};
+    /// The lines of reading a text that is no document.
+    std::string FaultOf(const std::string& text)
+    {
+        Parse(text);
+        EXPECT_FALSE(ReadSections(readers.data(), &context));
+        return FaultText(faults);
+    }
 
-using DemoDocumentDeathTest = DemoDocumentTest;
+    std::vector<SectionReader> readers;
+    DemoDocument demo = {};
+    FaultList faults = {};
+    ReadContext context = {};
+};
 
 static const std::string kFourSections = "<?xml version=\"1.0\"?><s0/><s1><t/><t/></s1>"
                                          "<s2><m/><m/></s2><s3><e/></s3>";
@@ -105,8 +141,8 @@ static const std::string kRestOfSections = "<s4/><s5/><s6/><s7/><s8/><s9/>";
 TEST_F(DemoDocumentTest, ASectionIsWhatItIsByItsPlace)
 {
     Read(kFourSections + kRestOfSections + "<rows><r/></rows><music file=\"m.xm\"/>");
-    EXPECT_EQ(journal, "begin 2\nitem 2.0 m\nitem 2.1 m\nend 2\nitem 3.0 e\n"
-                       "item 10.0 r no record\nend 10\n");
+    EXPECT_EQ(journal, "begin 2 of 2\nitem 2.0 m\nitem 2.1 m\nend 2\nitem 3.0 e\n"
+                       "begin 10 of 1\nitem 10.0 r no record\nend 10\n");
     EXPECT_EQ(demo.models->count, 2u);
     EXPECT_EQ(GetRecord<Note>(2, demo.models)->index, 1u); // the n-th item has id n
     EXPECT_EQ(GetRecord<Note>(2, demo.models)->value, 1);
@@ -118,10 +154,10 @@ TEST_F(DemoDocumentTest, TheFirstTopLevelNodeIsSkippedUnseen)
     Read("<anything><m/></anything><s0/><s1/><s2><m/></s2><s3/>" + kRestOfSections +
          "<rows/><music/>");
     EXPECT_EQ(demo.models->count, 1u);
-    EXPECT_EQ(CountItems(&tree), 1u);
+    EXPECT_EQ(CountItems(&demo), 1u);
 }
 
-TEST_F(DemoDocumentTest, AnEmptySectionYieldsAnEmptyTableAndKeepsTheOthersInPlace)
+TEST_F(DemoDocumentTest, AnEmptySectionGivesAnEmptyTable)
 {
     Read("<?xml?><s0/><s1/><s2/><s3><e/></s3>" + kRestOfSections + "<rows/><music/>");
     ASSERT_NE(demo.models, nullptr);
@@ -136,50 +172,75 @@ TEST_F(DemoDocumentTest, SectionsWithoutAReaderMakeNoRecordsButATable)
     EXPECT_EQ(demo.textures->count, 0u);
 }
 
-TEST_F(DemoDocumentTest, EachItemOfEachSectionIsReportedWhenItIsDone)
+TEST_F(DemoDocumentTest, ItemsAreReadOneByOne)
 {
-    int done = 0;
-    context.itemDone = CountDone;
-    context.user = &done;
-    Read("<?xml?><s0/><s1><t/></s1><s2><m/></s2><s3/>" + kRestOfSections +
-         "<rows><r/></rows><music/>");
-    EXPECT_EQ(journal, "done 1\nbegin 2\nitem 2.0 m\ndone 2\nend 2\nitem 10.0 r no record\ndone 3\n"
-                       "end 10\n");
+    Parse("<?xml?><s0/><s1><t/></s1><s2><m/></s2><s3/>" + kRestOfSections +
+          "<rows><r/><r/><r/></rows><music/>");
+    DocumentReader reader;
+    ItemPlace item = {};
+    BeginReading(readers.data(), &context, &reader);
+
+    EXPECT_EQ(ReadNextItem(&reader, &item), ReadStep::kItem); // section 1 only walks
+    EXPECT_EQ(item.section, Section::kTextures);
+    EXPECT_EQ(item.id, 1u);
+    EXPECT_EQ(item.record, nullptr);
+    EXPECT_EQ(journal, "");
+
+    EXPECT_EQ(ReadNextItem(&reader, &item), ReadStep::kItem);
+    EXPECT_EQ(item.section, Section::kModels);
+    EXPECT_EQ(item.id, 1u);
+    EXPECT_EQ(item.record, GetRecord<Note>(1, demo.models));
+    EXPECT_EQ(journal, "begin 2 of 1\nitem 2.0 m\n");
+    EXPECT_EQ(faults.place.section, Section::kModels);
+    EXPECT_EQ(faults.place.item, 1u);
+
+    EXPECT_EQ(ReadNextItem(&reader, &item), ReadStep::kItem);
+    EXPECT_EQ(item.section, Section::kTimeline);
+    EXPECT_EQ(item.record, nullptr);
+    EXPECT_EQ(journal, "begin 2 of 1\nitem 2.0 m\nend 2\nbegin 10 of 2\nitem 10.0 r no record\n");
+
+    EXPECT_EQ(ReadNextItem(&reader, &item), ReadStep::kItem);
+    EXPECT_EQ(item.id, 2u);
+    EXPECT_EQ(demo.musicNode, nullptr);
+    EXPECT_EQ(ReadNextItem(&reader, &item), ReadStep::kDone); // the third row is past the limit
+    EXPECT_STREQ(demo.musicNode->Value(), "music");
+    EXPECT_EQ(faults.place.section, Section::kNone);
+    EXPECT_EQ(ReadNextItem(&reader, &item), ReadStep::kDone);
 }
 
-TEST_F(DemoDocumentTest, ItemsBehindALimitAreNeitherReadNorReported)
+TEST_F(DemoDocumentTest, ThePlaceFollowsTheText)
 {
-    int done = 0;
-    context.itemDone = CountDone;
-    context.user = &done;
-    Read("<?xml?><s0/><s1/><s2/><s3/>" + kRestOfSections + "<rows><r/><r/><r/></rows><music/>");
-    EXPECT_EQ(done, 2);
+    Parse("<?xml?><s0/><s1/>\n<s2><m/>\n  <m/></s2><s3/>" + kRestOfSections + "<rows/><music/>");
+    DocumentReader reader;
+    ItemPlace item = {};
+    BeginReading(readers.data(), &context, &reader);
+    ReadNextItem(&reader, &item);
+    ReadNextItem(&reader, &item);
+    EXPECT_EQ(faults.place.item, 2u);
+    EXPECT_EQ(faults.place.line, 3);
+    EXPECT_EQ(faults.place.column, 3);
 }
 
 TEST_F(DemoDocumentTest, TheEndOfASectionSeesHowManyItemsWereRead)
 {
     Read("<?xml?><s0/><s1/><s2><m/><m/><m/></s2><s3/>" + kRestOfSections + "<rows/><music/>");
     EXPECT_EQ(itemsAtEnd, 0u);
-    FreeTables();
-    tree.Clear();
     Read("<?xml?><s0/><s1/><s2/><s3/>" + kRestOfSections + "<rows><r/></rows><music/>");
     EXPECT_EQ(itemsAtEnd, 1u);
-    FreeTables();
-    tree.Clear();
     Read("<?xml?><s0/><s1/><s2/><s3/>" + kRestOfSections + "<rows><r/><r/><r/></rows><music/>");
     EXPECT_EQ(itemsAtEnd, 2u); // up to the limit
 }
 
-TEST_F(DemoDocumentTest, AllChildrenOfAllSectionsAndOfTheMusicNodeCountAsItems)
+TEST_F(DemoDocumentTest, AllChildrenOfSectionsAndMusicNodeCountAsItems)
 {
     Read(kFourSections + kRestOfSections + "<rows><r><clip/></r></rows><music><x/></music>");
-    EXPECT_EQ(CountItems(&tree), 2u + 2u + 1u + 1u + 1u);
+    EXPECT_EQ(CountItems(&demo), 2u + 2u + 1u + 1u + 1u);
 }
 
-TEST_F(DemoDocumentTest, NodesBehindTheMusicCountToo)
+TEST_F(DemoDocumentTest, NodesAfterTheMusicCountToo)
 {
     Read(kFourSections + kRestOfSections + "<rows/><music/><more><x/><x/></more>");
-    EXPECT_EQ(CountItems(&tree), 2u + 2u + 1u + 2u);
+    EXPECT_EQ(CountItems(&demo), 2u + 2u + 1u + 2u);
     EXPECT_STREQ(demo.musicNode->Value(), "music");
 }
 
@@ -189,100 +250,169 @@ TEST_F(DemoDocumentTest, WithoutAMusicNodeThereIsNone)
     EXPECT_EQ(demo.musicNode, nullptr);
 }
 
-TEST_F(DemoDocumentDeathTest, TooFewSectionsAreFatal)
+TEST_F(DemoDocumentTest, WithoutATreeThereAreNoItems)
 {
-    EXPECT_EXIT(Read(kFourSections), testing::ExitedWithCode(1),
-                "^quorvale: demo.xmlz, section 4 \\(lights\\): the section is missing");
+    demo = {};
+    EXPECT_EQ(CountItems(&demo), 0u);
 }
 
-TEST_F(DemoDocumentDeathTest, AnItemThatIsNoElementIsFatal)
+TEST_F(DemoDocumentTest, TooFewSectionsAreAFault)
 {
-    EXPECT_EXIT(Read("<?xml?><s0/><s1/><s2><m/><!-- no --></s2>"), testing::ExitedWithCode(1),
-                "section 2 \\(models\\), item 2: the item is not an element");
+    EXPECT_EQ(FaultOf(kFourSections), "quorvale: demo.xmlz, section 4 (lights): "
+                                      "the section is missing: a document has 11 of them\n");
+    EXPECT_EQ(FaultOf("<only/>"), "quorvale: demo.xmlz, section 0 (layers): "
+                                  "the section is missing: a document has 11 of them\n");
 }
 
-TEST_F(DemoDocumentDeathTest, MoreItemsThanATableHoldsAreFatal)
+TEST_F(DemoDocumentTest, AnItemThatIsNoElementIsAFault)
+{
+    EXPECT_EQ(FaultOf("<?xml?><s0/><s1/><s2><m/><!-- no --></s2>"),
+              "quorvale: demo.xmlz, section 2 (models), item 2: the item is not an element\n");
+}
+
+TEST_F(DemoDocumentTest, MoreItemsThanATableHoldsAreAFault)
 {
     std::string items;
     for (int i = 0; i < 4097; ++i)
     {
         items += "<m/>";
     }
-    EXPECT_EXIT(Read("<?xml?><s0/><s1/><s2>" + items + "</s2>"), testing::ExitedWithCode(1),
-                "section 2 \\(models\\), item 4097: the section holds more than 4096 items");
+    EXPECT_EQ(FaultOf("<?xml?><s0/><s1/><s2>" + items + "</s2>"),
+              "quorvale: demo.xmlz, section 2 (models), item 4097: "
+              "the section holds more than 4096 items\n");
 }
 
-/// A package whose only entry, "demo.xmlz", holds the text.
-static FILE* PackageWith(const std::string& text)
+TEST_F(DemoDocumentTest, AReaderThatFailsEndsTheReading)
 {
-    return OpenBytes(MakePackage({{"demo.xmlz", MakeContainer(text)}}));
+    failingIndex = 1;
+    EXPECT_EQ(FaultOf(kFourSections + kRestOfSections + "<rows/><music/>"),
+              "quorvale: demo.xmlz, section 2 (models), item 2: no note\n");
+    EXPECT_EQ(journal, "begin 2 of 2\nitem 2.0 m\nitem 2.1 m\n");
+    EXPECT_EQ(demo.envelopes, nullptr);
+    EXPECT_EQ(demo.musicNode, nullptr);
+
+    journal.clear();
+    FreeDocument(readers.data(), &demo);
+    EXPECT_EQ(journal, "free 1\nfree 0\n"); // the record that was not read is all zeros
+    EXPECT_EQ(demo.models, nullptr);
+    EXPECT_EQ(demo.document, nullptr);
+    EXPECT_STREQ(demo.name, "demo.xmlz");
 }
 
-/// The same with another size word.
-static FILE* PackageWith(const std::string& text, uint8_t sizeWord)
+TEST_F(DemoDocumentTest, AHookThatFailsEndsTheReading)
 {
-    std::string container = MakeContainer(text);
+    readers[2].begin = FailHook;
+    EXPECT_EQ(FaultOf(kFourSections + kRestOfSections + "<rows/><music/>"),
+              "quorvale: demo.xmlz, section 2 (models): no hook\n");
+    EXPECT_EQ(journal, "");
+
+    readers[2].begin = nullptr;
+    readers[2].end = FailHook;
+    EXPECT_EQ(FaultOf(kFourSections + kRestOfSections + "<rows/><music/>"),
+              "quorvale: demo.xmlz, section 2 (models): no hook\n");
+    EXPECT_EQ(demo.envelopes, nullptr);
+}
+
+/// A document that was asked for, and what there was to say.
+struct Loaded
+{
+    explicit Loaded(const std::string& entry, const char* name = "demo.xmlz")
+    {
+        const std::string bytes = MakePackage({{"demo.xmlz", entry}});
+        PackageFile package;
+        EXPECT_TRUE(OpenPackageMemory(reinterpret_cast<const unsigned char*>(bytes.data()),
+                                      bytes.size(), &package, &faults));
+        const uint64_t budget = package.budget.bytesLeft;
+        document.name = name;
+        isLoaded = LoadDocument(&package, &document, &faults);
+        EXPECT_EQ(package.budget.bytesLeft, budget); // the text is gone again
+        printed = FaultText(faults);
+        ClosePackage(&package);
+    }
+    ~Loaded()
+    {
+        const std::vector<SectionReader> none(kSectionCount);
+        FreeDocument(none.data(), &document);
+        FreeFaults(&faults);
+    }
+    Loaded(const Loaded&) = delete;
+    Loaded& operator=(const Loaded&) = delete;
+
+    DemoDocument document = {};
+    FaultList faults = {};
+    bool isLoaded = false;
+    std::string printed;
+};
+
+/// A container with another size word.
+static std::string Resized(std::string container, uint8_t sizeWord)
+{
     container.replace(0, 4, std::string{static_cast<char>(sizeWord), 0, 0, 0});
-    return OpenBytes(MakePackage({{"demo.xmlz", container}}));
+    return container;
 }
 
 TEST(LoadDocument, ReadsTheTreeOutOfThePackage)
 {
-    FILE* package = PackageWith("<?xml?><a/>\r\n<b/>");
-    TiXmlDocument tree;
-    EXPECT_TRUE(LoadDocument(package, "demo.xmlz", &tree));
-    EXPECT_STREQ(tree.LastChild()->Value(), "b");
-    fclose(package);
+    const Loaded loaded(MakeContainer("<?xml?><a/>\r\n<b/>"));
+    EXPECT_TRUE(loaded.isLoaded);
+    EXPECT_STREQ(loaded.document.document->LastChild()->Value(), "b");
 }
 
-TEST(LoadDocument, IsFalseForAMissingEntry)
+TEST(LoadDocument, IsFalseWithoutAFaultForAMissingEntry)
 {
-    FILE* package = PackageWith("<a/>");
-    TiXmlDocument tree;
-    testing::internal::CaptureStdout();
-    EXPECT_FALSE(LoadDocument(package, "loading.xmlz", &tree));
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "End of object table reached!\n");
-    fclose(package);
+    const Loaded loaded(MakeContainer("<a/>"), "loading.xmlz");
+    EXPECT_FALSE(loaded.isLoaded);
+    EXPECT_EQ(loaded.printed, "");
+    EXPECT_EQ(loaded.document.document, nullptr);
 }
 
 TEST(LoadDocument, ASizeWordThatIsTooSmallCutsTheText)
 {
-    FILE* package = PackageWith("<a/><b/><c/>", 8);
-    TiXmlDocument tree;
-    EXPECT_TRUE(LoadDocument(package, "demo.xmlz", &tree));
-    EXPECT_STREQ(tree.LastChild()->Value(), "b");
-    fclose(package);
+    const Loaded loaded(Resized(MakeContainer("<a/><b/><c/>"), 8));
+    EXPECT_TRUE(loaded.isLoaded);
+    EXPECT_STREQ(loaded.document.document->LastChild()->Value(), "b");
 }
 
-TEST(LoadDocumentDeathTest, TextThatDoesNotParseIsFatal)
+TEST(LoadDocument, TextThatDoesNotParseIsAFault)
 {
-    FILE* package = PackageWith("<a>\n<b></a>");
-    TiXmlDocument tree;
-    EXPECT_EXIT(
-        LoadDocument(package, "demo.xmlz", &tree), testing::ExitedWithCode(1),
-        "^quorvale: demo.xmlz: the text does not parse \\(line [0-9]+, column [0-9]+\\)\n$");
-    fclose(package);
+    const Loaded loaded(MakeContainer("<a>\n<b></a>"));
+    EXPECT_FALSE(loaded.isLoaded);
+    EXPECT_EQ(loaded.printed, "quorvale: demo.xmlz: the text does not parse (line 2, column 4)\n");
+    EXPECT_EQ(GetFault(&loaded.faults, 0)->place.line, 2);
+    EXPECT_EQ(GetFault(&loaded.faults, 0)->place.column, 4);
 }
 
-TEST(LoadDocumentDeathTest, TextThatNestsWithoutEndIsFatal)
+TEST(LoadDocument, TextThatNestsWithoutEndIsAFault)
 {
     std::string text;
     for (int i = 0; i < 20000; ++i)
     {
         text += "<a>";
     }
-    FILE* package = PackageWith(text);
-    TiXmlDocument tree;
-    EXPECT_EXIT(LoadDocument(package, "demo.xmlz", &tree), testing::ExitedWithCode(1),
-                "^quorvale: demo.xmlz: the text does not parse");
-    fclose(package);
+    EXPECT_EQ(Loaded(MakeContainer(text)).printed,
+              "quorvale: demo.xmlz: the text does not parse (line 0, column 0)\n");
 }
 
-TEST(LoadDocumentDeathTest, AnEmptyTextIsFatal)
+TEST(LoadDocument, AnEmptyTextIsAFault)
 {
-    FILE* package = PackageWith("<a/>", 0);
-    TiXmlDocument tree;
-    EXPECT_EXIT(LoadDocument(package, "demo.xmlz", &tree), testing::ExitedWithCode(1),
-                "^quorvale: demo.xmlz: the text does not parse");
-    fclose(package);
+    EXPECT_EQ(Loaded(Resized(MakeContainer("<a/>"), 0)).printed,
+              "quorvale: demo.xmlz: the text does not parse (line 0, column 0)\n");
+}
+
+TEST(LoadDocument, TextOfMoreThan64MiBIsAFault)
+{
+    std::string text((64 << 20) + 1, ' ');
+    EXPECT_EQ(Loaded(MakeContainer(text)).printed,
+              "quorvale: demo.xmlz: a text of more than 67108864 bytes is larger than any "
+              "document\n");
+    text.replace(0, 4, "<a/>");
+    text.pop_back();
+    EXPECT_TRUE(Loaded(MakeContainer(text)).isLoaded);
+}
+
+TEST(LoadDocument, ASizeWordThatIsTooLargeHarmsNothing)
+{
+    std::string container = MakeContainer("<a/><b/>");
+    container.replace(0, 4, std::string{0, 0, 0, 0x40}); // 1 GiB
+    EXPECT_TRUE(Loaded(container).isLoaded);
 }

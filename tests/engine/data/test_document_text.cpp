@@ -1,13 +1,22 @@
 #include "engine/data/document_text.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <string>
 
+#include "support/failing_memory.h"
+#include "support/fault_text.h"
+
 static bool Load(TiXmlDocument* document, const std::string& text)
 {
-    return LoadFromString(document, reinterpret_cast<const unsigned char*>(text.data()),
-                          static_cast<long>(text.size()), TIXML_ENCODING_UNKNOWN);
+    FaultList faults = {};
+    const bool isParsed =
+        LoadFromString(document, reinterpret_cast<const unsigned char*>(text.data()),
+                       static_cast<long>(text.size()), TIXML_ENCODING_UNKNOWN, &faults);
+    EXPECT_EQ(FaultText(faults), "");
+    FreeFaults(&faults);
+    return isParsed;
 }
 
 static std::string Printed(const TiXmlDocument& document)
@@ -31,7 +40,9 @@ TEST(DocumentText, NullDataIsAFileThatDoesNotOpen)
 {
     TiXmlDocument document;
     Load(&document, "<kept/>");
-    EXPECT_FALSE(LoadFromString(&document, nullptr, 10, TIXML_ENCODING_UNKNOWN));
+    FaultList faults = {};
+    EXPECT_FALSE(LoadFromString(&document, nullptr, 10, TIXML_ENCODING_UNKNOWN, &faults));
+    EXPECT_FALSE(HasFailed(&faults));
     EXPECT_EQ(document.ErrorId(), TiXmlBase::TIXML_ERROR_OPENING_FILE);
     EXPECT_STREQ(document.FirstChild()->Value(), "kept"); // nothing is deleted yet at that point
 }
@@ -43,7 +54,9 @@ TEST(DocumentText, LengthZeroIsAnEmptyDocument)
         TiXmlDocument document;
         Load(&document, "<gone/>");
         unsigned char byte = '<';
-        EXPECT_FALSE(LoadFromString(&document, &byte, length, TIXML_ENCODING_UNKNOWN));
+        FaultList faults = {};
+        EXPECT_FALSE(LoadFromString(&document, &byte, length, TIXML_ENCODING_UNKNOWN, &faults));
+        EXPECT_FALSE(HasFailed(&faults));
         EXPECT_EQ(document.ErrorId(), TiXmlBase::TIXML_ERROR_DOCUMENT_EMPTY);
         EXPECT_EQ(document.FirstChild(), nullptr);
         EXPECT_EQ(document.Row(), 0); // -1 inside, counted from 1 outside
@@ -95,7 +108,8 @@ TEST(DocumentText, TextNeedsNoTerminator)
 {
     const unsigned char bytes[] = {'<', 'a', '/', '>', '<', 'b', '/', '>'};
     TiXmlDocument document;
-    EXPECT_TRUE(LoadFromString(&document, bytes, 4, TIXML_ENCODING_UNKNOWN));
+    FaultList faults = {};
+    EXPECT_TRUE(LoadFromString(&document, bytes, 4, TIXML_ENCODING_UNKNOWN, &faults));
     EXPECT_EQ(document.FirstChild()->NextSibling(), nullptr);
 }
 
@@ -161,10 +175,128 @@ TEST(DocumentText, AttributesWithoutEndAreAnError)
     for (int i = 0; i < 200000; ++i)
     {
         many += " a" + std::to_string(i) + "=''";
-        few += i < 1000 ? " a" + std::to_string(i) + "='='" : "";
+        few += i < 64 ? " a" + std::to_string(i) + "='='" : "";
     }
     TiXmlDocument document;
     EXPECT_TRUE(Load(&document, few + "/>"));
     EXPECT_FALSE(Load(&document, many + "/>"));
     EXPECT_EQ(document.ErrorId(), TiXmlBase::TIXML_ERROR_PARSING_ELEMENT);
+}
+
+TEST(DocumentText, OneAttributeMoreThan64IsAnError)
+{
+    std::string text = "<a";
+    for (int i = 0; i < 64; ++i)
+    {
+        text += " a" + std::to_string(i) + "=''";
+    }
+    TiXmlDocument document;
+    EXPECT_TRUE(Load(&document, text + "/><b c=''/>")); // each element counts for itself
+    EXPECT_FALSE(Load(&document, text + " b=''/>"));
+}
+
+static std::string Repeated(const std::string& text, int count)
+{
+    std::string all;
+    for (int i = 0; i < count; ++i)
+    {
+        all += text;
+    }
+    return all;
+}
+
+TEST(DocumentText, MoreThanAMillionNodesAreAnError)
+{
+    TiXmlDocument document;
+    EXPECT_FALSE(Load(&document, Repeated("<a/>", 1000001)));
+    EXPECT_EQ(document.ErrorId(), TiXmlBase::TIXML_ERROR_PARSING_ELEMENT);
+    EXPECT_FALSE(Load(&document, Repeated("<a b=''/>", 500001))); // attributes are nodes too
+    EXPECT_FALSE(Load(&document, Repeated("<a>b</a>", 400000)));  // and so is text
+    EXPECT_FALSE(Load(&document, Repeated("</a>", 1000001)));     // and an end without a begin
+    EXPECT_TRUE(Load(&document, Repeated("<a>b</a>", 100000)));
+}
+
+/// Leaves elements in the heap, where the next blocks of up to 200 bytes will lie.
+static void SoilHeap()
+{
+    char* blocks[25];
+    for (size_t i = 0; i < 25; ++i)
+    {
+        blocks[i] = static_cast<char*>(malloc(8 * i + 8));
+        for (size_t k = 0; k < 8 * i + 8; ++k)
+        {
+            blocks[i][k] = "<strange/>"[k % 10];
+        }
+    }
+    for (char* block : blocks)
+    {
+        free(block);
+    }
+}
+
+TEST(DocumentText, ATextThatEndsInsideACharacterEndsThere)
+{
+    // A sequence's first byte makes the parser skip up to four, past the zero at the end.
+    for (const char* end : {"\xF0", "\xF0\x9F", "\xE2", "\xC3", "\xEF\xBB"})
+    {
+        for (const char* begin :
+             {"", "<", "<a", "<a ", "<a b", "<a b='", "<a>", "<a>x", "<!--", "<![CDATA[", "<?",
+              "<!", "<a>&#x", "</", "<a></", "<a>1234567890123456"})
+        {
+            TiXmlDocument document;
+            const std::string text = std::string("<?xml encoding='UTF-8'?>") + begin + end;
+            SoilHeap();
+            Load(&document, text);
+            EXPECT_EQ(Printed(document).find("strange"), std::string::npos) << text;
+        }
+    }
+}
+
+TEST(DocumentText, NothingLeaksWhenMemoryRunsOut)
+{
+    // An element of each kind, strings that grow, an error in the text, and enough nodes to make
+    // the list of blocks grow.
+    const std::string texts[] = {
+        "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?><!-- a comment that is long "
+        "-->"
+        "<a b=\"a value that is longer than a small string\">a text that is longer than that</a>"
+        "<![CDATA[<any text of some length that is data>]]><!DOCTYPE of some length>",
+        "<a b=\"1\"><c><d>text</d><an error in the text",
+        Repeated("<e f='1'/>", 700),
+        "",
+    };
+    for (const std::string& text : texts)
+    {
+        RunOutOfMemory(
+            [&text]
+            {
+                FaultList faults = {};
+                TiXmlDocument document;
+                const bool isParsed =
+                    LoadFromString(&document, reinterpret_cast<const unsigned char*>(text.data()),
+                                   static_cast<long>(text.size()), TIXML_ENCODING_UNKNOWN, &faults);
+                const bool isRight =
+                    isParsed ? !HasFailed(&faults) : document.Error() || HasFailed(&faults);
+                const bool isEmptyAfterAFault =
+                    !HasFailed(&faults) || document.FirstChild() == nullptr;
+                FreeFaults(&faults);
+                return isRight && isEmptyAfterAFault;
+            });
+    }
+}
+
+TEST(DocumentText, AFaultTellsThatThereIsNoMemory)
+{
+    const std::string text = "<a><b/></a>";
+    FaultList faults = {};
+    TiXmlDocument document;
+    FailAllocationsFrom(3);
+    const bool isParsed =
+        LoadFromString(&document, reinterpret_cast<const unsigned char*>(text.data()),
+                       static_cast<long>(text.size()), TIXML_ENCODING_UNKNOWN, &faults);
+    AllowAllocations();
+    EXPECT_FALSE(isParsed);
+    EXPECT_EQ(FaultText(faults), "quorvale: no memory for the tree of a text\n");
+    FreeFaults(&faults);
+    EXPECT_TRUE(Load(&document, text)); // and the document can be used again
 }

@@ -3,7 +3,7 @@
 #include <bit>
 #include <gtest/gtest.h>
 
-#include "engine/data/fault.h"
+#include "support/fault_text.h"
 
 class DocumentValues : public testing::Test
 {
@@ -15,10 +15,24 @@ class DocumentValues : public testing::Test
         return document.FirstChildElement();
     }
 
-    TiXmlDocument document;
-};
+    void TearDown() override
+    {
+        FreeFaults(&faults);
+    }
 
-using DocumentValuesDeathTest = DocumentValues;
+    /// The lines of the faults so far, which are forgotten.
+    std::string TakeFaults()
+    {
+        std::string text = FaultText(faults);
+        const Place place = faults.place;
+        FreeFaults(&faults);
+        faults.place = place;
+        return text;
+    }
+
+    TiXmlDocument document;
+    FaultList faults = {};
+};
 
 TEST_F(DocumentValues, IntegersAreBase10AndIgnoreTrailingRubbish)
 {
@@ -47,12 +61,12 @@ TEST_F(DocumentValues, FloatsAreDoublesNarrowedOnce)
 TEST_F(DocumentValues, AnAnimatedValueIsDynamicOnlyForTheExactWord)
 {
     uint32_t slot = 0;
-    EXPECT_TRUE(ReadAnimatedValue(Parse("<p type=\"dynamic\" value=\"3.7\"/>"), &slot));
+    EXPECT_TRUE(ReadAnimatedValue(Parse("<p type=\"dynamic\" value=\"3.7\"/>"), &slot, &faults));
     EXPECT_EQ(slot, 3u);
     for (const char* word : {"static", "Dynamic", "DYNAMIC", "dynamic ", ""})
     {
         std::string text = std::string("<p type=\"") + word + "\" value=\"2.5\"/>";
-        EXPECT_FALSE(ReadAnimatedValue(Parse(text.c_str()), &slot)) << word;
+        EXPECT_FALSE(ReadAnimatedValue(Parse(text.c_str()), &slot, &faults)) << word;
         EXPECT_EQ(slot, std::bit_cast<uint32_t>(2.5f));
     }
 }
@@ -66,43 +80,77 @@ TEST_F(DocumentValues, ChildrenOfAnyKindCount)
 
 TEST_F(DocumentValues, TextIsTheValueOfTheFirstChild)
 {
-    EXPECT_STREQ(RequireText(Parse("<p> 12 </p>")), "12");
-    EXPECT_EQ(ReadIntAttribute(Parse("<p n=\"12\"/>"), "n"), 12);
-    EXPECT_EQ(ReadFloatAttribute(Parse("<p n=\"1.5\"/>"), "n"), 1.5f);
+    EXPECT_STREQ(RequireText(Parse("<p> 12 </p>"), &faults), "12");
+    EXPECT_EQ(ReadIntAttribute(Parse("<p n=\"12\"/>"), "n", &faults), 12);
+    EXPECT_EQ(ReadFloatAttribute(Parse("<p n=\"1.5\"/>"), "n", &faults), 1.5f);
 }
 
-TEST_F(DocumentValues, ChildrenAreTakenOneBehindTheOther)
+TEST_F(DocumentValues, ChildrenAreTakenOneAfterTheOther)
 {
     const TiXmlNode* node = Parse("<a><b/><c/></a>")->FirstChild();
-    EXPECT_STREQ(TakeElement(&node, "the first")->Value(), "b");
-    EXPECT_STREQ(TakeElement(&node, "the second")->Value(), "c");
+    EXPECT_STREQ(TakeElement(&node, "the first", &faults)->Value(), "b");
+    EXPECT_STREQ(TakeElement(&node, "the second", &faults)->Value(), "c");
     EXPECT_EQ(node, nullptr);
 }
 
-TEST_F(DocumentValuesDeathTest, TakingAChildThatIsNotThereEndsTheProgram)
+TEST_F(DocumentValues, TakingAChildThatIsNotThereIsAFault)
 {
     const TiXmlNode* node = Parse("<a><b/>text</a>")->FirstChild();
-    TakeElement(&node, "the first");
-    EXPECT_EXIT(TakeElement(&node, "the second"), testing::ExitedWithCode(1),
-                "the second is not an element");
-    node = nullptr;
-    EXPECT_EXIT(TakeElement(&node, "the third"), testing::ExitedWithCode(1),
-                "the third is missing");
+    TakeElement(&node, "the first", &faults);
+    EXPECT_EQ(TakeElement(&node, "the second", &faults), nullptr);
+    EXPECT_EQ(node, nullptr);
+    EXPECT_EQ(TakeFaults(), "quorvale: the second is not an element\n");
+    EXPECT_EQ(TakeElement(&node, "the third", &faults), nullptr);
+    EXPECT_EQ(TakeFaults(), "quorvale: the third is missing\n");
 }
 
-TEST_F(DocumentValuesDeathTest, WhatIsMissingEndsTheProgramAtThePlace)
+TEST_F(DocumentValues, ForAMissingValueTheFaultTellsThePlace)
 {
-    CurrentPlace = {"demo.xmlz", 4, 9, 0};
-    EXPECT_EXIT(RequireElement(nullptr, "the position"), testing::ExitedWithCode(1),
-                "^quorvale: demo.xmlz, section 4 \\(lights\\), item 9: the position is missing\n$");
-    EXPECT_EXIT(RequireAttribute(Parse("<v type=\"x\"/>"), "value"), testing::ExitedWithCode(1),
-                "item 9: attribute \"value\" of <v> is missing");
-    EXPECT_EXIT(RequireText(Parse("<v/>")), testing::ExitedWithCode(1), "<v> has no text");
+    faults.place = PlaceAt("demo.xmlz", Section::kLights, 9);
+    const std::string at = "quorvale: demo.xmlz, section 4 (lights), item 9: ";
+    EXPECT_EQ(RequireElement(nullptr, "the position", &faults), nullptr);
+    EXPECT_EQ(TakeFaults(), at + "the position is missing\n");
+    EXPECT_EQ(RequireAttribute(Parse("<v type=\"x\"/>"), "value", &faults), nullptr);
+    EXPECT_EQ(TakeFaults(), at + "attribute \"value\" of <v> is missing\n");
+    EXPECT_EQ(ReadIntAttribute(Parse("<v/>"), "n", &faults), 0);
+    EXPECT_EQ(TakeFaults(), at + "attribute \"n\" of <v> is missing\n");
+    EXPECT_EQ(ReadFloatAttribute(Parse("<v/>"), "n", &faults), 0.0f);
+    EXPECT_EQ(TakeFaults(), at + "attribute \"n\" of <v> is missing\n");
+    EXPECT_EQ(RequireText(Parse("<v/>"), &faults), nullptr);
+    EXPECT_EQ(TakeFaults(), at + "<v> has no text\n");
     document.Clear();
     document.Parse("<!-- note -->");
-    EXPECT_EXIT(RequireElement(document.FirstChild(), "the item"), testing::ExitedWithCode(1),
-                "the item is not an element");
-    uint32_t slot = 0;
-    EXPECT_EXIT(ReadAnimatedValue(Parse("<v value=\"1\"/>"), &slot), testing::ExitedWithCode(1),
-                "attribute \"type\" of <v> is missing");
+    EXPECT_EQ(RequireElement(document.FirstChild(), "the item", &faults), nullptr);
+    EXPECT_EQ(TakeFaults(), at + "the item is not an element\n");
+    uint32_t slot = 7;
+    EXPECT_FALSE(ReadAnimatedValue(Parse("<v value=\"1\"/>"), &slot, &faults));
+    EXPECT_EQ(TakeFaults(), at + "attribute \"type\" of <v> is missing\n");
+    EXPECT_EQ(slot, 0u);
+    slot = 7;
+    EXPECT_FALSE(ReadAnimatedValue(Parse("<v type=\"dynamic\"/>"), &slot, &faults));
+    EXPECT_EQ(TakeFaults(), at + "attribute \"value\" of <v> is missing\n");
+    EXPECT_EQ(slot, 0u);
+}
+
+TEST_F(DocumentValues, AFaultKnowsTheLineOfTheElement)
+{
+    const TiXmlElement* b = Parse("<a>\n\n  <b/></a>")->FirstChildElement();
+    RequireAttribute(b, "value", &faults);
+    EXPECT_EQ(GetFault(&faults, 0)->place.line, 3);
+    EXPECT_EQ(GetFault(&faults, 0)->place.column, 3);
+}
+
+TEST_F(DocumentValues, AfterAFaultTheRestIsQuiet)
+{
+    const TiXmlElement* element = RequireElement(nullptr, "the clip", &faults);
+    uint32_t slot = 7;
+    EXPECT_EQ(RequireAttribute(element, "x", &faults), nullptr);
+    EXPECT_EQ(ReadIntAttribute(element, "x", &faults), 0);
+    EXPECT_EQ(ReadFloatAttribute(element, "x", &faults), 0.0f);
+    EXPECT_EQ(ParseInt(RequireText(element, &faults)), 0);
+    EXPECT_EQ(ParseFloat(RequireText(element, &faults)), 0.0f);
+    EXPECT_FALSE(ReadAnimatedValue(element, &slot, &faults));
+    const TiXmlNode* node = nullptr;
+    EXPECT_EQ(TakeElement(&node, "the next", &faults), nullptr);
+    EXPECT_EQ(TakeFaults(), "quorvale: the clip is missing\n");
 }

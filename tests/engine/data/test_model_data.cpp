@@ -1,16 +1,13 @@
 #include "engine/data/model_data.h"
 
-#include <GL/glew.h>
 #include <bit>
-#include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <string>
 
-#include "engine/data/fault.h"
 #include "support/byte_file.h"
+#include "support/fault_text.h"
 #include "support/package_builder.h"
-#include "support/recorded_gl.h"
 
 static void AppendLittle(Bytes* bytes, uint32_t value)
 {
@@ -51,22 +48,17 @@ class ModelDataTest : public testing::Test
   protected:
     void SetUp() override
     {
-        ResetGl();
-        glewInit();
-        TakeGlCalls();
         demo.name = "demo.xmlz";
         context.document = &demo;
-        CurrentPlace = {"demo.xmlz", 2, 1, 0};
+        context.package = &package;
+        context.faults = &faults;
+        faults.place = PlaceAt("demo.xmlz", Section::kModels, 1);
     }
 
     void TearDown() override
     {
-        if (model.block != nullptr)
-        {
-            // The block begins 11 bytes into its allocation, where offset 5 is aligned.
-            free(model.block - 11);
-        }
-        CurrentPlace = {nullptr, kNoSection, 0, 0};
+        FreeModel(&model);
+        FreeFaults(&faults);
     }
 
     void Read(const Bytes& file, const char* item = "<m filename=\"triangle\"/>")
@@ -77,15 +69,18 @@ class ModelDataTest : public testing::Test
     /// Reads from a package whose only entry, "triangle", is this.
     void ReadContainer(const std::string& container, const char* item)
     {
-        context.package = OpenBytes(MakePackage({{"triangle", container}}));
+        FreeModel(&model);
+        const std::string bytes = MakePackage({{"triangle", container}});
+        ASSERT_TRUE(OpenPackageMemory(reinterpret_cast<const unsigned char*>(bytes.data()),
+                                      bytes.size(), &package, &faults));
         TiXmlDocument tree;
         tree.Parse(item);
-        memset(static_cast<void*>(&model), 0xA5, sizeof model); // as the table leaves it
-        ReadModelItem(tree.FirstChildElement(), &model, 0, &context);
-        fclose(context.package);
+        const bool isRead = ReadModelItem(tree.FirstChildElement(), &model, 0, &context);
+        EXPECT_NE(isRead, HasFailed(&faults));
+        ClosePackage(&package);
     }
 
-    /// Reads the file behind another size word.
+    /// Reads the file with another size word.
     void ReadWithSize(const Bytes& file, uint8_t sizeWord)
     {
         std::string container = Container(file);
@@ -93,24 +88,29 @@ class ModelDataTest : public testing::Test
         ReadContainer(container, "<m filename=\"triangle\"/>");
     }
 
-    void ReadInDemo(const Bytes& file)
+    /// The lines of reading a file that is no model.
+    std::string FaultOf(const Bytes& file, const char* item = "<m filename=\"triangle\"/>")
     {
-        context.isDemo = true;
-        context.features.vbo = 1;
-        Read(file);
+        Read(file, item);
+        const std::string text = FaultText(faults);
+        FreeFaults(&faults);
+        faults.place = PlaceAt("demo.xmlz", Section::kModels, 1);
+        return text;
     }
 
+    /// The offset in the file; offset 5 is where the vertices begin.
     size_t Offset(const void* pointer) const
     {
-        return static_cast<size_t>(static_cast<const unsigned char*>(pointer) - model.block);
+        return 5 + static_cast<size_t>(static_cast<const unsigned char*>(pointer) -
+                                       reinterpret_cast<const unsigned char*>(model.mesh.vertices));
     }
 
     DemoDocument demo = {};
-    LoadContext context = {};
+    ReadContext context = {};
+    PackageFile package = {};
+    FaultList faults = {};
     ModelData model = {};
 };
-
-using ModelDataDeathTest = ModelDataTest;
 
 TEST_F(ModelDataTest, ATriangleWithOneSetIs113BytesLong)
 {
@@ -170,7 +170,7 @@ TEST_F(ModelDataTest, AModelWithoutVerticesHasItsIndexListAtOffset5)
     EXPECT_EQ(model.mesh.indexCount, 0u);
 }
 
-TEST_F(ModelDataTest, BytesBehindTheLastWholeIndexAreNoIndex)
+TEST_F(ModelDataTest, BytesAfterTheLastWholeIndexAreNoIndex)
 {
     Bytes file = Triangle(1);
     AppendBytes(&file, {0, 0, 0});
@@ -184,7 +184,6 @@ TEST_F(ModelDataTest, TheIndexCountGoesByTheSizeWord)
     ReadWithSize(Triangle(1), 113 - 4);
     EXPECT_EQ(model.mesh.indexCount, 2u);
     EXPECT_EQ(model.mesh.indices[1], 1u);
-    free(model.block - 11);
 
     ReadWithSize(Triangle(1), 113 + 8); // what the stream does not give is zeros
     ASSERT_EQ(model.mesh.indexCount, 5u);
@@ -204,76 +203,45 @@ TEST_F(ModelDataTest, ArraysAreAligned)
     }
 }
 
-TEST_F(ModelDataTest, TheDemoUploadsFourBuffersOfAModelWithOneSet)
+TEST_F(ModelDataTest, AllIndicesOfOneOrTwoSetsGoIntoTheBuffer)
 {
-    ReadInDemo(Triangle(1));
-    EXPECT_EQ(TakeGlCalls(), "GenBuffers 1 1\n"
-                             "BindBuffer ARRAY_BUFFER 1\n"
-                             "BufferData ARRAY_BUFFER 36 ? STATIC_DRAW\n"
-                             "GenBuffers 1 2\n"
-                             "BindBuffer ARRAY_BUFFER 2\n"
-                             "BufferData ARRAY_BUFFER 24 ? STATIC_DRAW\n"
-                             "GenBuffers 1 3\n"
-                             "BindBuffer ARRAY_BUFFER 3\n"
-                             "BufferData ARRAY_BUFFER 36 ? STATIC_DRAW\n"
-                             "GenBuffers 1 4\n"
-                             "BindBuffer ELEMENT_ARRAY_BUFFER 4\n"
-                             "BufferData ELEMENT_ARRAY_BUFFER 12 ? STATIC_DRAW\n"
-                             "BindBuffer ARRAY_BUFFER 0\n"
-                             "BindBuffer ELEMENT_ARRAY_BUFFER 0\n");
-    EXPECT_EQ(model.vertexBuffer, 1u);
-    EXPECT_EQ(model.texCoordBuffer1, 2u);
-    EXPECT_EQ(model.texCoordBuffer2, 0u);
-    EXPECT_EQ(model.normalBuffer, 3u);
-    EXPECT_EQ(model.indexBuffer, 4u);
-    EXPECT_EQ(model.bufferIndexCount, 3u);
-
-    const Bytes file = Triangle(1);
-    EXPECT_EQ(GlBufferBytes(1), Bytes(file.begin() + 5, file.begin() + 41));
-    EXPECT_EQ(GlBufferBytes(2), Bytes(file.begin() + 41, file.begin() + 65));
-    EXPECT_EQ(GlBufferBytes(3), Bytes(file.begin() + 65, file.begin() + 101));
-    EXPECT_EQ(GlBufferBytes(4), Bytes(file.begin() + 101, file.end()));
-}
-
-TEST_F(ModelDataTest, ASecondSetGetsABufferBetweenTheFirstAndTheNormals)
-{
-    ReadInDemo(Triangle(2));
-    EXPECT_EQ(model.texCoordBuffer1, 2u);
-    EXPECT_EQ(model.texCoordBuffer2, 3u);
-    EXPECT_EQ(model.normalBuffer, 4u);
-    EXPECT_EQ(model.indexBuffer, 5u);
-    const Bytes file = Triangle(2);
-    EXPECT_EQ(GlBufferBytes(3), Bytes(file.begin() + 65, file.begin() + 89));
-    EXPECT_EQ(GlBufferBytes(5).size(), 12u);
-    EXPECT_EQ(model.bufferIndexCount, 3u);
+    for (uint8_t sets : {uint8_t{1}, uint8_t{2}})
+    {
+        Read(Triangle(sets));
+        const ModelIndexBytes bytes = GetModelIndexBytes(&model);
+        EXPECT_EQ(bytes.size, 12u);
+        EXPECT_EQ(bytes.present, 12u);
+        EXPECT_EQ(bytes.count, 3u);
+        EXPECT_EQ(model.fileSets, sets);
+    }
 }
 
 TEST_F(ModelDataTest, TheIndexBufferGoesByOneOrTwoSetsWhateverTheFileHas)
 {
     // Without sets it is 8 * 3 bytes too small: 12 - 24 is below nothing, so nothing is uploaded.
-    ReadInDemo(Triangle(0));
-    EXPECT_EQ(GlBufferBytes(model.indexBuffer).size(), 0u);
-    EXPECT_EQ(model.bufferIndexCount, 0u);
-    free(model.block - 11);
+    Read(Triangle(0));
+    ModelIndexBytes bytes = GetModelIndexBytes(&model);
+    EXPECT_EQ(bytes.size, 0u);
+    EXPECT_EQ(bytes.present, 0u);
+    EXPECT_EQ(bytes.count, 0u);
 
-    // With three sets it reaches 8 * 3 bytes behind the file, and zeros stand there.
-    ReadInDemo(Triangle(3));
-    Bytes expected;
-    for (uint32_t index : {0u, 1u, 2u, 0u, 0u, 0u, 0u, 0u, 0u})
-    {
-        AppendLittle(&expected, index);
-    }
-    EXPECT_EQ(GlBufferBytes(model.indexBuffer), expected);
-    EXPECT_EQ(model.bufferIndexCount, 3u); // the zeros are not drawn
+    // With three sets it reaches 8 * 3 bytes past the end of the file; those zeros are not drawn.
+    Read(Triangle(3));
+    bytes = GetModelIndexBytes(&model);
+    EXPECT_EQ(bytes.size, 36u);
+    EXPECT_EQ(bytes.present, 12u);
+    EXPECT_EQ(bytes.count, 3u);
+    EXPECT_EQ(model.fileSets, 3u);
 }
 
 TEST_F(ModelDataTest, WithoutSetsTheIndexBufferIs8VBytesShort)
 {
     Bytes file = {1, 0, 0, 0, 0};
     file.insert(file.end(), 24 + 12 * 4, 0); // one vertex, its normal, twelve times index 0
-    ReadInDemo(file);
+    Read(file);
     EXPECT_EQ(model.mesh.indexCount, 12u);
-    EXPECT_EQ(GlBufferBytes(model.indexBuffer).size(), 40u); // and not 48
+    EXPECT_EQ(GetModelIndexBytes(&model).size, 40u); // and not 48
+    EXPECT_EQ(GetModelIndexBytes(&model).count, 10u);
 }
 
 TEST_F(ModelDataTest, NoMoreIndicesAreDrawnFromABufferThanItHolds)
@@ -284,60 +252,52 @@ TEST_F(ModelDataTest, NoMoreIndicesAreDrawnFromABufferThanItHolds)
         AppendLittle(&file, index);
     }
     AppendBytes(&file, {0, 0, 0});
-    ReadInDemo(file); // 39 bytes behind the arrays, of which 8 * 3 are left out
+    Read(file); // 39 bytes after the arrays, of which 8 * 3 are left out
     EXPECT_EQ(model.mesh.indexCount, 9u);
-    EXPECT_EQ(GlBufferBytes(model.indexBuffer).size(), 15u);
-    EXPECT_EQ(model.bufferIndexCount, 3u);
+    EXPECT_EQ(GetModelIndexBytes(&model).size, 15u);
+    EXPECT_EQ(GetModelIndexBytes(&model).present, 15u);
+    EXPECT_EQ(GetModelIndexBytes(&model).count, 3u);
 }
 
-TEST_F(ModelDataTest, WithoutTheVboSwitchNothingIsUploaded)
+TEST_F(ModelDataTest, ClaimsThatTheFileDoesNotHoldAreFaults)
 {
-    context.isDemo = true;
-    context.features.vbo = 0;
-    Read(Triangle(1));
-    EXPECT_EQ(TakeGlCalls(), "");
-    EXPECT_EQ(model.vertexBuffer, 0u);
-    EXPECT_EQ(model.bufferIndexCount, 0u);
-    EXPECT_EQ(model.mesh.indexCount, 3u);
-}
-
-TEST_F(ModelDataTest, ModelsOfTheLoadingDocumentNeverGetBuffers)
-{
-    context.isDemo = false;
-    context.features.vbo = 1;
-    Read(Triangle(1));
-    EXPECT_EQ(TakeGlCalls(), "");
-}
-
-TEST_F(ModelDataDeathTest, WhatTheFileDoesNotHoldIsFatal)
-{
-    EXPECT_EXIT(Read({3, 0, 0, 0}), testing::ExitedWithCode(1),
-                "^quorvale: demo.xmlz, section 2 \\(models\\), item 1: "
-                "model \"triangle\" is shorter than its header");
+    const std::string at = "quorvale: demo.xmlz, section 2 (models), item 1: ";
+    EXPECT_EQ(FaultOf({3, 0, 0, 0}), at + "model \"triangle\" is shorter than its header\n");
 
     Bytes claims = Triangle(1);
     claims[0] = 4; // 5 + 32 * 4 = 133 bytes, and the file has 113
-    EXPECT_EXIT(Read(claims), testing::ExitedWithCode(1),
-                "model \"triangle\" claims 4 vertices with 1 coordinate sets, more than its 113 "
-                "bytes");
+    EXPECT_EQ(FaultOf(claims), at + "model \"triangle\" claims 4 vertices with 1 coordinate sets, "
+                                    "more than its 113 bytes\n");
     claims[0] = claims[1] = claims[2] = claims[3] = claims[4] = 0xff; // wraps in 32 bits
-    EXPECT_EXIT(Read(claims), testing::ExitedWithCode(1), "claims 4294967295 vertices");
+    EXPECT_EQ(FaultOf(claims), at + "model \"triangle\" claims 4294967295 vertices with 255 "
+                                    "coordinate sets, more than its 113 bytes\n");
 
     Bytes index = Triangle(1);
     index[101 + 8] = 3;
-    EXPECT_EXIT(Read(index), testing::ExitedWithCode(1), "index 2 names vertex 3 of 3");
+    EXPECT_EQ(FaultOf(index), at + "model \"triangle\": index 2 names vertex 3 of 3\n");
 }
 
-TEST_F(ModelDataDeathTest, AnIndexIntoNoVerticesIsFatal)
+TEST_F(ModelDataTest, AnIndexIntoNoVerticesIsAFault)
 {
-    EXPECT_EXIT(Read({0, 0, 0, 0, 1, 0, 0, 0, 0}), testing::ExitedWithCode(1),
-                "model \"triangle\": index 0 names vertex 0 of 0");
+    EXPECT_EQ(FaultOf({0, 0, 0, 0, 1, 0, 0, 0, 0}),
+              "quorvale: demo.xmlz, section 2 (models), item 1: "
+              "model \"triangle\": index 0 names vertex 0 of 0\n");
 }
 
-TEST_F(ModelDataDeathTest, AMissingNameOrEntryIsFatal)
+TEST_F(ModelDataTest, AMissingNameOrEntryIsAFault)
 {
-    EXPECT_EXIT(Read(Triangle(1), "<m file=\"triangle\"/>"), testing::ExitedWithCode(1),
-                "attribute \"filename\" of <m> is missing");
-    EXPECT_EXIT(Read(Triangle(1), "<m filename=\"other\"/>"), testing::ExitedWithCode(1),
-                "the package has no model \"other\"");
+    const std::string at = "quorvale: demo.xmlz, section 2 (models), item 1: ";
+    EXPECT_EQ(FaultOf(Triangle(1), "<m file=\"triangle\"/>"),
+              at + "attribute \"filename\" of <m> is missing\n");
+    EXPECT_EQ(FaultOf(Triangle(1), "<m filename=\"other\"/>"),
+              at + "the package has no model \"other\"\n");
+}
+
+TEST_F(ModelDataTest, FreeingLeavesARecordOfZeros)
+{
+    Read(Triangle(1));
+    FreeModel(&model);
+    EXPECT_EQ(model.block, nullptr);
+    EXPECT_EQ(model.mesh.vertices, nullptr);
+    FreeModel(&model);
 }

@@ -2,6 +2,9 @@
 
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <type_traits>
+
+#include "support/failing_memory.h"
 
 /// What holds of a table from which nothing was removed: ids are handed out in a row, and id and
 /// position are the same number.
@@ -99,10 +102,11 @@ TEST(ObjectTable, GivesNullForIdsThatAreNoRecord)
     EXPECT_NE(GetObject(1, table), nullptr);
     EXPECT_EQ(GetObject(2, table), nullptr);
     EXPECT_EQ(GetObject(0, table), nullptr);
-    EXPECT_EQ(GetObject(-1, table), nullptr);
+    EXPECT_EQ(GetObject(static_cast<uint32_t>(-1), table), nullptr);
     EXPECT_EQ(GetObject(4097, table), nullptr);
     EXPECT_EQ(GetObject(4096, table), nullptr); // a valid read of a free id
-    EXPECT_EQ(GetObject(INT32_MIN, table), nullptr);
+    EXPECT_EQ(GetObject(static_cast<uint32_t>(INT32_MIN), table), nullptr);
+    EXPECT_EQ(GetObject(2, static_cast<const ObjectTable*>(table)), nullptr);
     FreeObjectTable(table);
 }
 
@@ -110,7 +114,7 @@ TEST(ObjectTable, GivesNullForPositionsBeyondTheCount)
 {
     ObjectTable* table = CreateObjectTable(4);
     uint32_t id = AllocateObject(table);
-    EXPECT_EQ(GetObjectAtPosition(1, table), GetObject(static_cast<int32_t>(id), table));
+    EXPECT_EQ(GetObjectAtPosition(1, table), GetObject(id, table));
     EXPECT_EQ(GetObjectAtPosition(0, table), nullptr);
     EXPECT_EQ(GetObjectAtPosition(-1, table), nullptr);
     EXPECT_EQ(GetObjectAtPosition(2, table), nullptr);
@@ -129,5 +133,35 @@ TEST(ObjectTable, RecordsAreSeparateBlocks)
     {
         EXPECT_EQ(*GetRecord<uint64_t>(id, table), id * uint64_t{1000});
     }
+    FreeObjectTable(table);
+}
+
+TEST(ObjectTable, ATableThatIsConstLendsConstRecords)
+{
+    ObjectTable* table = CreateObjectTable(sizeof(int));
+    *GetRecord<int>(AllocateObject(table), table) = 5;
+    const ObjectTable* lent = table;
+    static_assert(std::is_same_v<decltype(GetRecord<int>(1, lent)), const int*>);
+    static_assert(std::is_same_v<decltype(GetObject(1, lent)), const void*>);
+    EXPECT_EQ(*GetRecord<int>(1, lent), 5);
+    FreeObjectTable(table);
+}
+
+TEST(ObjectTable, WithoutMemoryThereIsNoRecordAndNothingChanges)
+{
+    FailAllocation(1);
+    EXPECT_EQ(CreateObjectTable(8), nullptr);
+    AllowAllocations();
+    FreeObjectTable(nullptr);
+
+    ObjectTable* table = CreateObjectTable(8);
+    AllocateObject(table);
+    FailAllocation(1);
+    const uint32_t id = AllocateObject(table);
+    AllowAllocations();
+    EXPECT_EQ(id, 0u);
+    EXPECT_EQ(table->count, 1u);
+    CheckUneditedTable(table);
+    EXPECT_EQ(AllocateObject(table), 2u);
     FreeObjectTable(table);
 }

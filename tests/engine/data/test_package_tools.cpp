@@ -6,7 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "engine/data/package_file.h"
+#include "support/fault_text.h"
 #include "support/package_builder.h"
 #include "support/temporary_folder.h"
 
@@ -53,6 +53,57 @@ static std::string Names(const PendingEntry* list)
     return names;
 }
 
+/// What a routine returned, and the errors that it added.
+struct Outcome
+{
+    bool isWhole;
+    std::string faults;
+};
+
+static const std::string kNoFaults;
+
+static Outcome End(bool isWhole, FaultList* faults)
+{
+    const Outcome outcome = {isWhole, FaultText(*faults)};
+    EXPECT_EQ(isWhole, outcome.faults.empty());
+    FreeFaults(faults);
+    return outcome;
+}
+
+static std::string Rewrite(const PendingEntry* list, const std::string& path, PackageFile* source)
+{
+    FaultList faults = {};
+    return End(RewritePackage(list, path.c_str(), source, &faults), &faults).faults;
+}
+
+static std::string Copy(const PendingEntry* list, const std::string& path, PackageFile* source)
+{
+    FaultList faults = {};
+    return End(WritePackageCopy(list, path.c_str(), source, &faults), &faults).faults;
+}
+
+static std::string ExtractList(const PendingEntry* list, PackageFile* source,
+                               const std::string& prefix)
+{
+    FaultList faults = {};
+    return End(ExtractPendingEntries(list, source, prefix.c_str(), &faults), &faults).faults;
+}
+
+static std::string Extract(PackageFile* package, const std::string& prefix)
+{
+    FaultList faults = {};
+    return End(ExtractPackage(package, prefix.c_str(), &faults), &faults).faults;
+}
+
+static PendingEntry* ReadNames(const PackageFile* package)
+{
+    FaultList faults = {};
+    PendingEntry* list = ReadPackageDirectory(package, &faults);
+    EXPECT_NE(list, nullptr);
+    EXPECT_FALSE(HasFailed(&faults));
+    return list;
+}
+
 /// A package in a folder of its own, open for reading.
 struct OpenedPackage
 {
@@ -61,11 +112,12 @@ struct OpenedPackage
         folder.Write("p.dpk", bytes);
         path = folder.path + "/p.dpk";
         prefix = folder.path + "/";
-        stream = fopen(path.c_str(), "rb");
+        FaultList faults = {};
+        EXPECT_TRUE(OpenPackageFile(path.c_str(), &file, &faults));
     }
     ~OpenedPackage()
     {
-        fclose(stream);
+        ClosePackage(&file);
     }
     OpenedPackage(const OpenedPackage&) = delete;
     OpenedPackage& operator=(const OpenedPackage&) = delete;
@@ -73,7 +125,7 @@ struct OpenedPackage
     TemporaryFolder folder;
     std::string path;
     std::string prefix;
-    FILE* stream;
+    PackageFile file;
 };
 
 static unsigned Permissions(const std::string& path)
@@ -99,7 +151,7 @@ TEST(PendingList, ANewOneIsOneZeroedSentinel)
     FreePendingList(list);
 }
 
-TEST(PendingList, AppendingFillsTheSentinelAndHangsAFreshOneBehindIt)
+TEST(PendingList, AppendingFillsTheSentinelAndAddsAFreshOne)
 {
     PendingEntry* list = NewPendingList();
     char* name = strdup("a");
@@ -205,7 +257,7 @@ TEST(PendingList, RemovingFromAnEmptyOnePrintsAndReturnsTheSameHead)
 TEST(PackageDirectory, GivesEveryNameInOrderWithoutASource)
 {
     OpenedPackage package(MakePackage({{"b", "1"}, {"a", ""}, {"b", "22"}}));
-    PendingEntry* list = ReadPackageDirectory(package.stream);
+    PendingEntry* list = ReadNames(&package.file);
     EXPECT_EQ(Names(list), "b;a;b;");
     EXPECT_EQ(list->sourceDir, nullptr);
     EXPECT_EQ(list->next->sourceDir, nullptr);
@@ -215,16 +267,16 @@ TEST(PackageDirectory, GivesEveryNameInOrderWithoutASource)
 TEST(PackageDirectory, OfAnEmptyPackageIsAnEmptyList)
 {
     OpenedPackage package(MakePackage({}));
-    PendingEntry* list = ReadPackageDirectory(package.stream);
+    PendingEntry* list = ReadNames(&package.file);
     EXPECT_EQ(list->name, nullptr);
     FreePendingList(list);
 }
 
-TEST(PackageDirectory, ANameOf32BytesGetsAZeroBehindIt)
+TEST(PackageDirectory, ANameOf32BytesGetsAZeroAfterIt)
 {
     const std::string name = "0123456789abcdef0123456789abcdef";
     OpenedPackage package(MakePackage({{name, "x"}}));
-    PendingEntry* list = ReadPackageDirectory(package.stream);
+    PendingEntry* list = ReadNames(&package.file);
     EXPECT_EQ(memcmp(list->name, (name + Zeros(1)).data(), 33), 0);
     FreePendingList(list);
 }
@@ -233,7 +285,7 @@ TEST(PackageDirectory, KeepsAllBytesOfTheField)
 {
     // Readers stop at the zero, but the copy is of the field.
     OpenedPackage package(Raw("DP\1a\0b") + Zeros(29) + Zeros(8) + Zeros(32));
-    PendingEntry* list = ReadPackageDirectory(package.stream);
+    PendingEntry* list = ReadNames(&package.file);
     EXPECT_EQ(memcmp(list->name, (Raw("a\0b") + Zeros(30)).data(), 33), 0);
     FreePendingList(list);
 }
@@ -254,7 +306,7 @@ TEST(PackageDirectory, EndsWhereTheFileEnds)
     for (const auto& c : cases)
     {
         OpenedPackage package(whole.substr(0, c.size));
-        PendingEntry* list = ReadPackageDirectory(package.stream);
+        PendingEntry* list = ReadNames(&package.file);
         EXPECT_EQ(Names(list), c.names) << c.size << " bytes";
         FreePendingList(list);
     }
@@ -266,7 +318,7 @@ TEST(WritePackageCopy, AnEmptyListGives35Bytes)
 {
     TemporaryFolder folder;
     PendingEntry* list = NewPendingList();
-    WritePackageCopy(list, (folder.path + "/out").c_str(), nullptr);
+    EXPECT_EQ(Copy(list, folder.path + "/out", nullptr), kNoFaults);
     EXPECT_EQ(folder.Read("out"), Raw("DP\1") + Zeros(32));
     FreePendingList(list);
 }
@@ -276,7 +328,7 @@ TEST(RewritePackage, AnEmptyListGives35Bytes)
     TemporaryFolder folder;
     PendingEntry* list = NewPendingList();
     CaptureStdout();
-    RewritePackage(list, (folder.path + "/out").c_str(), nullptr);
+    EXPECT_EQ(Rewrite(list, folder.path + "/out", nullptr), kNoFaults);
     EXPECT_EQ(GetCapturedStdout(), "count = 0\n");
     EXPECT_EQ(folder.Read("out"), Raw("DP\1") + Zeros(32));
     FreePendingList(list);
@@ -303,7 +355,7 @@ TEST(WritePackageCopy, WritesFilesOfTheDiskByteForByteAndPrintsNothing)
         {{"one", sourceDir.c_str()}, {"empty", sourceDir.c_str()}, {"two", sourceDir.c_str()}});
 
     CaptureStdout();
-    WritePackageCopy(list, (folder.path + "/out").c_str(), nullptr);
+    EXPECT_EQ(Copy(list, folder.path + "/out", nullptr), kNoFaults);
     EXPECT_EQ(GetCapturedStdout(), "");
     EXPECT_EQ(folder.Read("out"), ThreeEntries());
     FreePendingList(list);
@@ -320,7 +372,7 @@ TEST(RewritePackage, WritesFilesOfTheDiskByteForByteAndTellsTheirSizes)
         {{"one", sourceDir.c_str()}, {"empty", sourceDir.c_str()}, {"two", sourceDir.c_str()}});
 
     CaptureStdout();
-    RewritePackage(list, (folder.path + "/out").c_str(), nullptr);
+    EXPECT_EQ(Rewrite(list, folder.path + "/out", nullptr), kNoFaults);
     EXPECT_EQ(GetCapturedStdout(), "count = 0\n"
                                    "size of the file: 3\n"
                                    "size of the file: 0\n"
@@ -333,11 +385,11 @@ TEST(RewritePackage, OverThePackageThatItReadsKeepsAllData)
 {
     OpenedPackage package(MakePackage({{"a", "first"}, {"b", ""}, {"c", "third"}}));
     package.folder.Write("new", "fresh");
-    PendingEntry* list = ReadPackageDirectory(package.stream);
+    PendingEntry* list = ReadNames(&package.file);
     AppendPendingEntry(list, strdup("new"), strdup(package.prefix.c_str()));
 
     CaptureStdout();
-    RewritePackage(list, package.path.c_str(), package.stream);
+    EXPECT_EQ(Rewrite(list, package.path, &package.file), kNoFaults);
     EXPECT_EQ(GetCapturedStdout(), "count = 3\n"
                                    "NAME: a\n"
                                    "NAME: b\n"
@@ -354,10 +406,10 @@ TEST(RewritePackage, OverThePackageThatItReadsKeepsAllData)
 TEST(RewritePackage, DeletesAnEntryOverTheSamePath)
 {
     OpenedPackage package(MakePackage({{"a", "first"}, {"b", "second"}, {"c", "third"}}));
-    PendingEntry* list = RemovePendingEntry(ReadPackageDirectory(package.stream), 1);
+    PendingEntry* list = RemovePendingEntry(ReadNames(&package.file), 1);
 
     CaptureStdout();
-    RewritePackage(list, package.path.c_str(), package.stream);
+    EXPECT_EQ(Rewrite(list, package.path, &package.file), kNoFaults);
     EXPECT_EQ(GetCapturedStdout(), "count = 2\nNAME: a\nNAME: c\nsize=5\nsize=5\n");
     EXPECT_EQ(package.folder.Read("p.dpk"), MakePackage({{"a", "first"}, {"c", "third"}}));
     FreePendingList(list);
@@ -370,7 +422,7 @@ TEST(RewritePackage, MixesKeptEntriesAndFilesInListOrder)
     PendingEntry* list = MakeList({{"b", nullptr}, {"n", package.prefix.c_str()}, {"a", nullptr}});
 
     CaptureStdout();
-    RewritePackage(list, package.path.c_str(), package.stream);
+    EXPECT_EQ(Rewrite(list, package.path, &package.file), kNoFaults);
     EXPECT_EQ(GetCapturedStdout(), "count = 2\nNAME: b\nNAME: a\n"
                                    "size=6\nsize of the file: 3\nsize=5\n");
     EXPECT_EQ(package.folder.Read("p.dpk"),
@@ -386,7 +438,7 @@ TEST(WritePackageCopy, TakesKeptEntriesFromTheSourceAndLeavesItAlone)
     PendingEntry* list = MakeList({{"b", nullptr}, {"n", package.prefix.c_str()}, {"a", nullptr}});
 
     CaptureStdout();
-    WritePackageCopy(list, (package.prefix + "out").c_str(), package.stream);
+    EXPECT_EQ(Copy(list, package.prefix + "out", &package.file), kNoFaults);
     EXPECT_EQ(GetCapturedStdout(), "");
     EXPECT_EQ(package.folder.Read("out"),
               MakePackage({{"b", "second"}, {"n", "new"}, {"a", "first"}}));
@@ -398,8 +450,8 @@ TEST(WritePackageCopy, KeepsANameOf32Bytes)
 {
     std::string source = MakePackage({{"0123456789abcdef0123456789abcdef", "x"}, {"b", "y"}});
     OpenedPackage package(source);
-    PendingEntry* list = ReadPackageDirectory(package.stream);
-    WritePackageCopy(list, (package.prefix + "out").c_str(), package.stream);
+    PendingEntry* list = ReadNames(&package.file);
+    EXPECT_EQ(Copy(list, package.prefix + "out", &package.file), kNoFaults);
     EXPECT_EQ(package.folder.Read("out"), source);
     FreePendingList(list);
 }
@@ -407,8 +459,8 @@ TEST(WritePackageCopy, KeepsANameOf32Bytes)
 TEST(WritePackageCopy, OfTwoEntriesWithOneNameTakesTheFirstTwice)
 {
     OpenedPackage package(MakePackage({{"a", "first"}, {"a", "second"}}));
-    PendingEntry* list = ReadPackageDirectory(package.stream);
-    WritePackageCopy(list, (package.prefix + "out").c_str(), package.stream);
+    PendingEntry* list = ReadNames(&package.file);
+    EXPECT_EQ(Copy(list, package.prefix + "out", &package.file), kNoFaults);
     EXPECT_EQ(package.folder.Read("out"), MakePackage({{"a", "first"}, {"a", "first"}}));
     FreePendingList(list);
 }
@@ -419,8 +471,8 @@ TEST(PackageWriters, CreateWithPermissions0600)
     PendingEntry* list = NewPendingList();
     mode_t mask = umask(0);
     CaptureStdout();
-    RewritePackage(list, (folder.path + "/rewritten").c_str(), nullptr);
-    WritePackageCopy(list, (folder.path + "/copied").c_str(), nullptr);
+    EXPECT_EQ(Rewrite(list, folder.path + "/rewritten", nullptr), kNoFaults);
+    EXPECT_EQ(Copy(list, folder.path + "/copied", nullptr), kNoFaults);
     GetCapturedStdout();
     umask(mask);
     EXPECT_EQ(Permissions(folder.path + "/rewritten"), 0600u);
@@ -433,7 +485,7 @@ TEST(PackageWriters, TruncateAFileThatIsThere)
     TemporaryFolder folder;
     folder.Write("out", std::string(1000, 'x'));
     PendingEntry* list = NewPendingList();
-    WritePackageCopy(list, (folder.path + "/out").c_str(), nullptr);
+    EXPECT_EQ(Copy(list, folder.path + "/out", nullptr), kNoFaults);
     EXPECT_EQ(folder.Read("out"), MakePackage({}));
     FreePendingList(list);
 }
@@ -445,13 +497,14 @@ TEST(PackageWriters, AMissingFileCountsAsEmpty)
     TemporaryFolder folder;
     folder.Write("b", "data");
     std::string sourceDir = folder.path + "/";
+    const std::string line = "quorvale: " + sourceDir + "a: No such file or directory\n";
     PendingEntry* list = MakeList({{"a", sourceDir.c_str()}, {"b", sourceDir.c_str()}});
 
-    WritePackageCopy(list, (folder.path + "/copied").c_str(), nullptr);
+    EXPECT_EQ(Copy(list, folder.path + "/copied", nullptr), line);
     EXPECT_EQ(folder.Read("copied"), MakePackage({{"a", ""}, {"b", "data"}}));
 
     CaptureStdout();
-    RewritePackage(list, (folder.path + "/rewritten").c_str(), nullptr);
+    EXPECT_EQ(Rewrite(list, folder.path + "/rewritten", nullptr), line);
     EXPECT_EQ(GetCapturedStdout(), "count = 0\nsize of the file: 0\nsize of the file: 4\n");
     EXPECT_EQ(folder.Read("rewritten"), MakePackage({{"a", ""}, {"b", "data"}}));
     FreePendingList(list);
@@ -462,7 +515,8 @@ TEST(PackageWriters, AFolderInAFilesPlaceCountsAsEmpty)
     TemporaryFolder folder;
     folder.Write("a/inside", "data");
     PendingEntry* list = MakeList({{"a", (folder.path + "/").c_str()}});
-    WritePackageCopy(list, (folder.path + "/out").c_str(), nullptr);
+    EXPECT_EQ(Copy(list, folder.path + "/out", nullptr),
+              "quorvale: " + folder.path + "/a: it is no regular file of less than 2 GiB\n");
     EXPECT_EQ(folder.Read("out"), MakePackage({{"a", ""}}));
     FreePendingList(list);
 }
@@ -473,12 +527,14 @@ TEST(PackageWriters, AnEntryThatTheSourceLacksCountsAsEmpty)
     PendingEntry* list = MakeList({{"a", nullptr}, {"b", nullptr}});
 
     CaptureStdout();
-    WritePackageCopy(list, (package.prefix + "out").c_str(), package.stream);
+    EXPECT_EQ(Copy(list, package.prefix + "out", &package.file),
+              "quorvale: the package has no entry \"a\"\n");
     EXPECT_EQ(GetCapturedStdout(), "End of object table reached!\n");
     EXPECT_EQ(package.folder.Read("out"), MakePackage({{"a", ""}, {"b", "data"}}));
 
     CaptureStdout();
-    RewritePackage(list, package.path.c_str(), package.stream);
+    EXPECT_EQ(Rewrite(list, package.path, &package.file),
+              "quorvale: the package has no entry \"a\"\n");
     EXPECT_EQ(GetCapturedStdout(), "count = 2\n"
                                    "NAME: a\nEnd of object table reached!\nNAME: b\n"
                                    "size=0\nsize=4\n");
@@ -490,10 +546,12 @@ TEST(PackageWriters, WithoutASourceKeptEntriesAreEmpty)
 {
     TemporaryFolder folder;
     PendingEntry* list = MakeList({{"a", nullptr}});
-    WritePackageCopy(list, (folder.path + "/copied").c_str(), nullptr);
+    EXPECT_EQ(Copy(list, folder.path + "/copied", nullptr),
+              "quorvale: the package has no entry \"a\"\n");
     EXPECT_EQ(folder.Read("copied"), MakePackage({{"a", ""}}));
     CaptureStdout();
-    RewritePackage(list, (folder.path + "/rewritten").c_str(), nullptr);
+    EXPECT_EQ(Rewrite(list, folder.path + "/rewritten", nullptr),
+              "quorvale: the package has no entry \"a\"\n");
     EXPECT_EQ(GetCapturedStdout(), "count = 1\nNAME: a\nsize=0\n");
     EXPECT_EQ(folder.Read("rewritten"), MakePackage({{"a", ""}}));
     FreePendingList(list);
@@ -505,12 +563,48 @@ TEST(PackageWriters, AnOutputThatCantBeCreatedIsNotWritten)
     package.folder.Write("n", "new");
     PendingEntry* list = MakeList({{"a", nullptr}, {"n", package.prefix.c_str()}});
     std::string path = package.prefix + "nowhere/out";
-    WritePackageCopy(list, path.c_str(), package.stream);
+    EXPECT_EQ(Copy(list, path, &package.file),
+              "quorvale: " + path + ": No such file or directory\n");
     EXPECT_FALSE(Exists(path));
     CaptureStdout();
-    RewritePackage(list, path.c_str(), package.stream);
+    EXPECT_EQ(Rewrite(list, path, &package.file),
+              "quorvale: " + path + ": No such file or directory\n");
     EXPECT_EQ(GetCapturedStdout(), "count = 1\nNAME: a\nsize=4\nsize of the file: 3\n");
     EXPECT_FALSE(Exists(path));
+    FreePendingList(list);
+}
+
+TEST(PackageWriters, AnOutputThatTakesNoMoreIsAFault)
+{
+    TemporaryFolder folder;
+    folder.Write("a", "data");
+    PendingEntry* list = MakeList({{"a", (folder.path + "/").c_str()}});
+    EXPECT_EQ(Copy(list, "/dev/full", nullptr), "quorvale: /dev/full: No space left on device\n");
+    FreePendingList(list);
+}
+
+TEST(PackageWriters, APipeInAFilesPlaceHoldsNobodyUp)
+{
+    TemporaryFolder folder;
+    ASSERT_EQ(mkfifo((folder.path + "/a").c_str(), 0600), 0);
+    PendingEntry* list = MakeList({{"a", (folder.path + "/").c_str()}});
+    EXPECT_EQ(Copy(list, folder.path + "/out", nullptr),
+              "quorvale: " + folder.path + "/a: it is no regular file of less than 2 GiB\n");
+    EXPECT_EQ(folder.Read("out"), MakePackage({{"a", ""}}));
+    FreePendingList(list);
+}
+
+TEST(PackageWriters, ANameThatRunsPastTheDataMakesThePackageLonger)
+{
+    const std::string name(100, 'n');
+    OpenedPackage package(MakePackage({{"b", "y"}}));
+    package.folder.Write(name, "x");
+    PendingEntry* list = MakeList({{name.c_str(), package.prefix.c_str()}});
+    EXPECT_EQ(Copy(list, package.prefix + "out", nullptr), kNoFaults);
+    // Header, 32 characters, start 75 and end 75, then the rest of the name but for byte 75.
+    EXPECT_EQ(package.folder.Read("out"), Raw("DP\1") + std::string(32, 'n') +
+                                              Raw("\0\0\0\x4B\0\0\0\x4B") + std::string(32, 'n') +
+                                              "x" + std::string(27, 'n'));
     FreePendingList(list);
 }
 
@@ -523,7 +617,7 @@ TEST(PackageWriters, ANameOver32BytesGoesUnderItsOwnNumbers)
     folder.Write("b", "y");
     std::string sourceDir = folder.path + "/";
     PendingEntry* list = MakeList({{name, sourceDir.c_str()}, {"b", sourceDir.c_str()}});
-    WritePackageCopy(list, (folder.path + "/out").c_str(), nullptr);
+    EXPECT_EQ(Copy(list, folder.path + "/out", nullptr), kNoFaults);
     EXPECT_EQ(folder.Read("out"),
               MakePackage({{"0123456789abcdef0123456789abcdef", "x"}, {"b", "y"}}));
     FreePendingList(list);
@@ -537,7 +631,7 @@ TEST(PackageWriters, ANameOver40BytesRunsIntoWhatFollows)
     folder.Write("b", "y");
     std::string sourceDir = folder.path + "/";
     PendingEntry* list = MakeList({{name, sourceDir.c_str()}, {"b", sourceDir.c_str()}});
-    WritePackageCopy(list, (folder.path + "/out").c_str(), nullptr);
+    EXPECT_EQ(Copy(list, folder.path + "/out", nullptr), kNoFaults);
     EXPECT_EQ(folder.Read("out"),
               MakePackage({{"0123456789abcdef0123456789abcdef", "x"}, {"bver", "y"}}));
     FreePendingList(list);
@@ -549,7 +643,7 @@ TEST(ExtractPackage, WritesEachEntryToPrefixAndName)
 {
     OpenedPackage package(MakePackage({{"a", Raw("fi\0st")}, {"b", ""}}));
     CaptureStdout();
-    ExtractPackage(package.stream, (package.prefix + "out-").c_str());
+    EXPECT_EQ(Extract(&package.file, package.prefix + "out-"), kNoFaults);
     EXPECT_EQ(GetCapturedStdout(), "");
     EXPECT_EQ(package.folder.Read("out-a"), Raw("fi\0st"));
     EXPECT_EQ(package.folder.Read("out-b"), "");
@@ -560,7 +654,7 @@ TEST(ExtractPackage, CreatesFilesWithPermissions0600AndTruncatesOldOnes)
     OpenedPackage package(MakePackage({{"a", "first"}, {"b", "second"}}));
     package.folder.Write("out/b", std::string(1000, 'x'));
     mode_t mask = umask(0);
-    ExtractPackage(package.stream, (package.prefix + "out/").c_str());
+    EXPECT_EQ(Extract(&package.file, package.prefix + "out/"), kNoFaults);
     umask(mask);
     EXPECT_EQ(Permissions(package.prefix + "out/a"), 0600u);
     EXPECT_EQ(package.folder.Read("out/b"), "second");
@@ -570,21 +664,23 @@ TEST(ExtractPackage, ReadsANameOf32Bytes)
 {
     const std::string name = "0123456789abcdef0123456789abcdef";
     OpenedPackage package(MakePackage({{name, "x"}}));
-    ExtractPackage(package.stream, package.prefix.c_str());
+    EXPECT_EQ(Extract(&package.file, package.prefix), kNoFaults);
     EXPECT_EQ(package.folder.Read(name), "x");
 }
 
 TEST(ExtractPackage, OfAnEmptyPackageWritesNothing)
 {
     OpenedPackage package(MakePackage({}));
-    ExtractPackage(package.stream, (package.prefix + "out").c_str());
+    EXPECT_EQ(Extract(&package.file, package.prefix + "out"), kNoFaults);
     EXPECT_FALSE(Exists(package.prefix + "out"));
 }
 
 TEST(ExtractPackage, AFileThatCantBeCreatedIsPassedOver)
 {
     OpenedPackage package(MakePackage({{"in/a", "first"}, {"b", "second"}}));
-    ExtractPackage(package.stream, package.prefix.c_str()); // there is no folder "in"
+    EXPECT_EQ(Extract(&package.file, package.prefix),
+              "quorvale: " + package.prefix +
+                  "in/a: No such file or directory\n"); // there is no folder "in"
     EXPECT_FALSE(Exists(package.prefix + "in/a"));
     EXPECT_EQ(package.folder.Read("b"), "second");
 }
@@ -594,7 +690,7 @@ TEST(ExtractPendingEntries, TakesDataFromTheDiskOrThePackage)
     OpenedPackage package(MakePackage({{"a", "packed a"}, {"b", "packed b"}}));
     package.folder.Write("in/a", "a of the disk");
     PendingEntry* list = MakeList({{"a", (package.prefix + "in/").c_str()}, {"b", nullptr}});
-    ExtractPendingEntries(list, package.stream, (package.prefix + "out-").c_str());
+    EXPECT_EQ(ExtractList(list, &package.file, package.prefix + "out-"), kNoFaults);
     EXPECT_EQ(package.folder.Read("out-a"), "a of the disk");
     EXPECT_EQ(package.folder.Read("out-b"), "packed b");
     FreePendingList(list);
@@ -606,7 +702,10 @@ TEST(ExtractPendingEntries, WhatCantBeHadMakesNoFile)
     package.folder.Write("out-b", "old");
     PendingEntry* list = MakeList({{"a", package.prefix.c_str()}, {"b", nullptr}, {"c", nullptr}});
     CaptureStdout();
-    ExtractPendingEntries(list, package.stream, (package.prefix + "out-").c_str());
+    EXPECT_EQ(ExtractList(list, &package.file, package.prefix + "out-"),
+              "quorvale: " + package.prefix +
+                  "a: No such file or directory\n"
+                  "quorvale: the package has no entry \"b\"\n");
     EXPECT_EQ(GetCapturedStdout(), "End of object table reached!\n");
     EXPECT_FALSE(Exists(package.prefix + "out-a"));
     EXPECT_EQ(package.folder.Read("out-b"), "old");
@@ -620,7 +719,7 @@ TEST(ExtractPendingEntries, AFileWrittenOntoItselfKeepsItsBytes)
     folder.Write("a", "data");
     std::string prefix = folder.path + "/";
     PendingEntry* list = MakeList({{"a", prefix.c_str()}});
-    ExtractPendingEntries(list, nullptr, prefix.c_str());
+    EXPECT_EQ(ExtractList(list, nullptr, prefix), kNoFaults);
     EXPECT_EQ(folder.Read("a"), "data");
     FreePendingList(list);
 }

@@ -120,7 +120,7 @@ TEST(Vocabulary, AnEffectOfType0HasTwoParametersAndTheOthersHaveOne)
     EXPECT_EQ(CountParamNumbers(FindVocabularyRow(kCatalogueEffects, 3)), 1U);
 }
 
-TEST(Vocabulary, MaterialsAreTheTwentyFourRecipesRow3sMisspellingIncluded)
+TEST(Vocabulary, MaterialsAreTheTwentyFourRecipes)
 {
     static constexpr ExpectedRow kExpected[] = {
         {0, "Color", "Color|Alpha (0-1)"},

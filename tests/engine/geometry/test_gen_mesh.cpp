@@ -215,7 +215,7 @@ TEST(GenMesh, WithoutMemoryIsAFaultWhicheverAllocationFails)
 
 // ---- Reading
 
-TEST(GenMesh, Type1WithASinglePOfZeroIsAGridWithoutADrivingEnvelope)
+TEST(GenMesh, AParameterOfZeroIsAGridWithoutAnEnvelope)
 {
     ReadMesh read("<m type=\"1\"><p>0</p></m>");
     EXPECT_EQ(read.genMesh->type, 1u);

@@ -90,7 +90,7 @@ TEST(Normals, AVertexOfNoTriangleKeepsZero)
     EXPECT_EQ(normals, (std::vector<float>{0, 0, 1, 0, 0, 1, 0, 0, 0, 0, 0, 1}));
 }
 
-TEST(Normals, AZeroAreaTriangleAddsNothingAndStillShortensTheMean)
+TEST(Normals, AZeroAreaTriangleStillShortensTheMean)
 {
     // Vertices 0, 1 and 3 lie in a line. Vertices 0 and 1 are used twice, vertex 2 once.
     std::vector<float> normals =
@@ -194,7 +194,7 @@ TEST(Normals, OfMeshesOfEverySmallSizeAreThePlainOnes)
     }
 }
 
-TEST(Normals, OfOneVertexThatThousandsOfFacesShareSumInTriangleOrder)
+TEST(Normals, OfThousandsOfFacesSumInTriangleOrder)
 {
     std::mt19937 random(3);
     std::vector<float> vertices(3 * 3000);

@@ -127,7 +127,7 @@ TEST(LakeWater, AtZeroForEverStaysFlatWithNoStepAndNoDrops)
     EXPECT_EQ(lake.Heights(), std::vector<float>(kWaterCells, 0.0f));
 }
 
-TEST(LakeWater, RisingPastAWholeNumberTakesOneStepWithFourDropsIntoCurrent)
+TEST(LakeWater, RisingPastAWholeNumberTakesAStepWithFourDrops)
 {
     std::vector<int32_t> dropped = kFlat;
     std::vector<size_t> cells = DropCells(11);
@@ -245,7 +245,7 @@ TEST(LakeWater, ShiftsRoundTowardMinusInfinity)
     EXPECT_EQ(HeightAfterStep(0, 2), -1);
 }
 
-TEST(LakeWater, TheFirstAndLastColumnsEndAtZeroAndTheFirstAndLastRowsAreNotStepped)
+TEST(LakeWater, EdgeColumnsEndAtZeroAndEdgeRowsAreNotStepped)
 {
     Surface lake(kLakeWater);
     LakeWaterState* state = lake.Lake();
@@ -350,7 +350,7 @@ TEST(LakeWater, IsThePlainLakeOverThousandsOfStepsToTheLastBit)
     EXPECT_TRUE(moved);                  // and there were waves to compare
 }
 
-TEST(LakeWater, ValuesPastAllBoundsNeitherCrashNorHarmWhatComesAfter)
+TEST(LakeWater, ValuesPastAllBoundsHarmNothingAfterThem)
 {
     Surface lake(kLakeWater);
     for (float v : {kNaN, kInfinity, -kInfinity, 3e38f, -3e38f, 2147483648.0f, -2147483648.0f,
@@ -396,7 +396,7 @@ TEST(CenterwaveWater, WithoutADriverMakesStillRingsOnceAndThenStops)
     EXPECT_EQ(wave.state.normals[0], 88.0f);
 }
 
-TEST(CenterwaveWater, AFirstValueOfMinusOneLeavesTheGridFlatWithoutNormals)
+TEST(CenterwaveWater, AFirstValueOfMinusOneLeavesTheGridFlat)
 {
     Surface wave(kCenterwaveWater);
     wave.Move(-1.0f);
@@ -466,7 +466,7 @@ TEST(CenterwaveWater, IsThePlainOneForRandomValuesToTheLastBit)
     }
 }
 
-TEST(CenterwaveWater, ValuesPastAllBoundsNeitherCrashNorHarmWhatComesAfter)
+TEST(CenterwaveWater, ValuesPastAllBoundsHarmNothingAfterThem)
 {
     Surface wave(kCenterwaveWater);
     for (float v : {kNaN, kNaN, kInfinity, -kInfinity, 3e38f})

@@ -156,22 +156,26 @@ class DrawSceneTest : public testing::Test
     MeshArrays grid = MakeMeshArrays(3);
 };
 
-// What the clock sets at a time.
-#define CLOCK_AT(time)                         \
-    "PolygonMode FRONT_AND_BACK FILL\n"        \
-    "Enable DEPTH_TEST\n"                      \
-    "Disable NORMALIZE\n"                      \
-    "ActiveTextureARB TEXTURE1\n"              \
-    "ClientActiveTextureARB TEXTURE1\n"        \
-    "DisableClientState TEXTURE_COORD_ARRAY\n" \
-    "Disable TEXTURE_2D\n"                     \
-    "ActiveTextureARB TEXTURE0\n"              \
-    "ClientActiveTextureARB TEXTURE0\n"        \
-    "DisableClientState TEXTURE_COORD_ARRAY\n" \
-    "Disable TEXTURE_2D\n"                     \
-    "Disable LIGHTING\n"                       \
-    "Color4f " time " 0 0 0\n"                 \
-    "BlendFunc SRC_ALPHA ONE_MINUS_SRC_ALPHA\n"
+/// What the clock sets at a time.
+static std::string ClockAt(const std::string& time)
+{
+    return "PolygonMode FRONT_AND_BACK FILL\n"
+           "Enable DEPTH_TEST\n"
+           "Disable NORMALIZE\n"
+           "ActiveTextureARB TEXTURE1\n"
+           "ClientActiveTextureARB TEXTURE1\n"
+           "DisableClientState TEXTURE_COORD_ARRAY\n"
+           "Disable TEXTURE_2D\n"
+           "ActiveTextureARB TEXTURE0\n"
+           "ClientActiveTextureARB TEXTURE0\n"
+           "DisableClientState TEXTURE_COORD_ARRAY\n"
+           "Disable TEXTURE_2D\n"
+           "Disable LIGHTING\n"
+           "Color4f " +
+           time +
+           " 0 0 0\n"
+           "BlendFunc SRC_ALPHA ONE_MINUS_SRC_ALPHA\n";
+}
 
 TEST_F(DrawSceneTest, AnEmptySceneCallsNothing)
 {
@@ -195,18 +199,18 @@ TEST_F(DrawSceneTest, AModelIsDrawnFromClientMemoryWithoutBuffers)
     EXPECT_EQ(Draw(120), "EnableClientState NORMAL_ARRAY\n"
                          "EnableClientState VERTEX_ARRAY\n"
                          "VertexPointer 3 FLOAT 0 model.vertices\n"
-                         "NormalPointer FLOAT 0 model.normals\n"
-                         CLOCK_AT("120")
-                         "PushMatrix\n"
-                         "Translatef 1 2 3\n"
-                         "Rotatef 10 1 0 0\n"
-                         "Rotatef 20 0 1 0\n"
-                         "Rotatef 30 0 0 1\n"
-                         "Scalef 0.5 0.25 2\n"
-                         "DrawElements TRIANGLES 3 UNSIGNED_INT model.indices\n"
-                         "PopMatrix\n"
-                         "DisableClientState NORMAL_ARRAY\n"
-                         "DisableClientState VERTEX_ARRAY\n");
+                         "NormalPointer FLOAT 0 model.normals\n" +
+                             ClockAt("120") +
+                             "PushMatrix\n"
+                             "Translatef 1 2 3\n"
+                             "Rotatef 10 1 0 0\n"
+                             "Rotatef 20 0 1 0\n"
+                             "Rotatef 30 0 0 1\n"
+                             "Scalef 0.5 0.25 2\n"
+                             "DrawElements TRIANGLES 3 UNSIGNED_INT model.indices\n"
+                             "PopMatrix\n"
+                             "DisableClientState NORMAL_ARRAY\n"
+                             "DisableClientState VERTEX_ARRAY\n");
 }
 
 static const char* const kInstanceAtOrigin = "PushMatrix\n"
@@ -222,9 +226,8 @@ static const std::string kBufferedModel =
                 "BindBufferARB ARRAY_BUFFER 1\n"
                 "VertexPointer 3 FLOAT 0 0\n"
                 "BindBufferARB ARRAY_BUFFER 4\n"
-                "NormalPointer FLOAT 0 0\n"
-                CLOCK_AT("7")
-                "BindBufferARB ELEMENT_ARRAY_BUFFER 5\n") +
+                "NormalPointer FLOAT 0 0\n" +
+                ClockAt("7") + "BindBufferARB ELEMENT_ARRAY_BUFFER 5\n") +
     kInstanceAtOrigin +
     "DrawElements TRIANGLES 3 UNSIGNED_INT 0\n"
     "PopMatrix\n"
@@ -235,8 +238,8 @@ static const std::string kBufferedModel =
 static const std::string kDrawnGrid = std::string("EnableClientState NORMAL_ARRAY\n"
                                                   "EnableClientState VERTEX_ARRAY\n"
                                                   "VertexPointer 3 FLOAT 0 grid.vertices\n"
-                                                  "NormalPointer FLOAT 0 grid.normals\n"
-                                                  CLOCK_AT("7")) +
+                                                  "NormalPointer FLOAT 0 grid.normals\n" +
+                                                  ClockAt("7")) +
                                       kInstanceAtOrigin +
                                       "DrawElements TRIANGLES 3 UNSIGNED_INT grid.indices\n"
                                       "PopMatrix\n"
@@ -325,7 +328,7 @@ TEST_F(DrawSceneTest, AnObjectThatIsSkippedResolvesNothing)
     EXPECT_EQ(Draw(0, 1), "");
 }
 
-TEST_F(DrawSceneTest, AMissingMeshOrAnUnknownKindSkipsTheObjectAndNoOther)
+TEST_F(DrawSceneTest, AMissingMeshOrUnknownKindSkipsThatObjectAlone)
 {
     AddGenMesh();
     AddObject(kObjectModel, 1);   // no such model
@@ -401,7 +404,7 @@ TEST_F(DrawSceneTest, AMaterialFindsEachReferenceInItsTable)
     AddTexture(&piece, 31);
     Effect2D effect = {};
     effect.type = -1; // of no type, so its texture stays
-    AddEffect(&piece, effect, {41, 0});
+    AddEffect(&piece, effect, 41, 0);
     Light* light = AddRecord<Light>(piece.document.lights);
     light->position[2] = FloatSlot(3.0f);
 
@@ -550,8 +553,8 @@ TEST_F(DrawSceneTest, EachPlacementValueMayMove)
 static const std::string kSetArrays = "EnableClientState NORMAL_ARRAY\n"
                                       "EnableClientState VERTEX_ARRAY\n"
                                       "VertexPointer 3 FLOAT 0 model.vertices\n"
-                                      "NormalPointer FLOAT 0 model.normals\n"
-                                      CLOCK_AT("7");
+                                      "NormalPointer FLOAT 0 model.normals\n" +
+                                      ClockAt("7");
 static const std::string kArraysOff = "DisableClientState NORMAL_ARRAY\n"
                                       "DisableClientState VERTEX_ARRAY\n";
 
@@ -685,9 +688,9 @@ TEST_F(DrawSceneTest, DeformedArraysExistForOneObjectOnly)
     EXPECT_EQ(Draw(7), "EnableClientState NORMAL_ARRAY\n"
                        "EnableClientState VERTEX_ARRAY\n"
                        "VertexPointer 3 FLOAT 0 ?\n"
-                       "NormalPointer FLOAT 0 ?\n"
-                       CLOCK_AT("7") +
-                           kModelInstance + kArraysOff + kSetArrays + kModelInstance + kArraysOff);
+                       "NormalPointer FLOAT 0 ?\n" +
+                           ClockAt("7") + kModelInstance + kArraysOff + kSetArrays +
+                           kModelInstance + kArraysOff);
 }
 
 /// The bytes of an array, as a buffer holds them.
@@ -761,9 +764,8 @@ TEST_F(DrawSceneTest, ADeformedModelIsDrawnFromBuffersOfItsOwn)
                               "BindBufferARB ARRAY_BUFFER 6\n"
                               "VertexPointer 3 FLOAT 0 0\n"
                               "BindBufferARB ARRAY_BUFFER 7\n"
-                              "NormalPointer FLOAT 0 0\n"
-                              CLOCK_AT("7")
-                              "BindBufferARB ELEMENT_ARRAY_BUFFER 5\n" +
+                              "NormalPointer FLOAT 0 0\n" +
+                              ClockAt("7") + "BindBufferARB ELEMENT_ARRAY_BUFFER 5\n" +
                               kInstanceAtOrigin +
                               "DrawElements TRIANGLES 3 UNSIGNED_INT 0\n"
                               "PopMatrix\n"
@@ -784,9 +786,8 @@ TEST_F(DrawSceneTest, ADeformedGeneratedMeshStaysInClientMemory)
                               "EnableClientState NORMAL_ARRAY\n"
                               "EnableClientState VERTEX_ARRAY\n"
                               "VertexPointer 3 FLOAT 0 ?\n"
-                              "NormalPointer FLOAT 0 ?\n"
-                              CLOCK_AT("7") +
-                              kInstanceAtOrigin +
+                              "NormalPointer FLOAT 0 ?\n" +
+                              ClockAt("7") + kInstanceAtOrigin +
                               "DrawElements TRIANGLES 3 UNSIGNED_INT grid.indices\n"
                               "PopMatrix\n"
                               "DeleteBuffersARB 1 1\n"

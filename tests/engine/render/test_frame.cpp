@@ -79,7 +79,7 @@ TEST_F(FrameTest, TheEndTickOfAClipBelongsToIt)
     EXPECT_EQ(drawn, 0u);
 }
 
-TEST_F(FrameTest, AClipThatBeginsOnASecondTakesTheEndTickOfTheOneBefore)
+TEST_F(FrameTest, AClipFromASecondOnTakesTheEndTickBeforeIt)
 {
     // The search of that second begins at the later clip.
     SetConstant(&timeline->cameraX, 0, AddClip(timeline, 0, 0, 100, 1), 1.0f);
@@ -121,7 +121,7 @@ TEST_F(FrameTest, AClipWithoutASceneSetsItsStateAllTheSame)
     EXPECT_EQ(drawn, 0u);
 }
 
-TEST_F(FrameTest, ADroppedClipIsPassedOverAndTheNextMeasuresFromTickZero)
+TEST_F(FrameTest, AfterADroppedClipTheNextMeasuresFromTickZero)
 {
     SetConstant(&timeline->cameraX, 0, AddClip(timeline, 0, 0, 110, 1), 1.0f);
     SetConstant(&timeline->cameraX, 0, AddClip(timeline, 0, 0, 50, 1), 2.0f);
@@ -438,12 +438,13 @@ TEST_F(FrameTest, EachFeatureReachesItsPlace)
     MeshArrays triangle = MakeMeshArrays(3);
     AddModel(&piece, &triangle, 1);
     Effect2D effect = {"", kEffectPlasma, 64, 64, 8, {}};
-    EffectUpload upload = {};
-    glGenTextures(1, &upload.glTexture);
-    glBindTexture(GL_TEXTURE_2D, upload.glTexture);
+    uint32_t glTexture;
+    glGenTextures(1, &glTexture);
+    glBindTexture(GL_TEXTURE_2D, glTexture);
     glTexImage2D(GL_TEXTURE_2D, 0, 1, 64, 64, 0, GL_LUMINANCE, GL_UNSIGNED_BYTE, nullptr);
-    glGenBuffers(1, &upload.pixelBuffer);
-    AddEffect(&piece, effect, upload);
+    uint32_t pixelBuffer;
+    glGenBuffers(1, &pixelBuffer);
+    AddEffect(&piece, effect, glTexture, pixelBuffer);
     AddRecord<Material>(piece.document.materials)->type = 14;
     Material* material = AddRecord<Material>(piece.document.materials);
     material->type = 6;
@@ -552,9 +553,9 @@ TEST_F(FaultyClipTest, ASceneWithoutARecordIsAFault)
     for (uint32_t id : {4u, 4097u, 4294967295u})
     {
         timeline->sceneId[2][1] = id;
-        EXPECT_EQ(CallsOfClip("scene " + std::to_string(static_cast<int32_t>(id)) +
-                              " does not exist"),
-                  kWindow + kPlainClip);
+        EXPECT_EQ(
+            CallsOfClip("scene " + std::to_string(static_cast<int32_t>(id)) + " does not exist"),
+            kWindow + kPlainClip);
     }
 }
 
@@ -623,7 +624,9 @@ TEST_F(FaultyClipTest, TheCameraIsResolvedFirstThenFieldOfViewAndFog)
     }
 
     const auto expectFault = [this](uint32_t envelope)
-    { CallsOfClip("envelope " + std::to_string(envelope) + " does not exist"); };
+    {
+        CallsOfClip("envelope " + std::to_string(envelope) + " does not exist");
+    };
     for (uint32_t i = 0; i < 6; ++i)
     {
         expectFault(70 + i);
@@ -654,9 +657,9 @@ TEST_F(FaultyClipTest, AFaultInASceneNamesTheSceneAndItsObject)
         scene->objectKind[n] = 2; // draws nothing
     }
     scene->visibilityEnvelope[5] = 12;
-    EXPECT_EQ(RenderToFault(200, "section 9 (scenes), item 3, object 6",
-                            "envelope 12 does not exist"),
-              kWindow + kPlainClip + kWindow + kPlainClip);
+    EXPECT_EQ(
+        RenderToFault(200, "section 9 (scenes), item 3, object 6", "envelope 12 does not exist"),
+        kWindow + kPlainClip + kWindow + kPlainClip);
 }
 
 TEST_F(FaultyClipTest, RowsAfterAFaultAreNotLookedAt)

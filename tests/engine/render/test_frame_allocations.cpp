@@ -129,7 +129,7 @@ TEST_F(FrameAllocationsTest, EveryRecipeAllocatesNothing)
     AddBitmap(2, 2);
     Effect2D effect = {};
     effect.type = -1; // what a refresh takes is its own
-    AddEffect(&piece, effect, {1, 0});
+    AddEffect(&piece, effect, 1, 0);
     for (uint32_t type = 0; type < kMaterialTypes; ++type)
     {
         Material* material = AddRecord<Material>(piece.document.materials);

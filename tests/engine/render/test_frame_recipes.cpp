@@ -61,7 +61,7 @@ class FrameRecipesTest : public FrameTest
     MeshArrays triangle = MakeMeshArrays(3);
 };
 
-TEST_F(FrameRecipesTest, OnlyRecipesWithoutDepthTestKeepItOffInAnOrthographicClip)
+TEST_F(FrameRecipesTest, DepthTestedRecipesTurnItOnInOrthographicClips)
 {
     timeline->projectionKind[0][AddClip(timeline, 0, 0, 100, 1)] = kProjectionOrthographic;
     AddTriangle(1, 19);

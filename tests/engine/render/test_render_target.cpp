@@ -40,7 +40,7 @@ TEST_F(RenderTargetTest, AWindowPassCopiesTheTargetWithItsFiltersSet)
     EXPECT_EQ(drawn, 2u);
 }
 
-TEST_F(RenderTargetTest, AClearingPassClearsTheDepthOnceMoreBehindTheCopy)
+TEST_F(RenderTargetTest, AClearingPassClearsTheDepthAgainAfterTheCopy)
 {
     AddBitmap(256, 64);
     SetTarget(0, AddClip(timeline, 0, 0, 100, 1), kPassTexture, 1);
@@ -49,7 +49,7 @@ TEST_F(RenderTargetTest, AClearingPassClearsTheDepthOnceMoreBehindTheCopy)
                               "Clear DEPTH_BUFFER_BIT\n" + kPlainClip + kFrameEnd);
 }
 
-TEST_F(RenderTargetTest, ATexturePassCopiesTheTargetWithoutTouchingItsFilters)
+TEST_F(RenderTargetTest, ATexturePassCopiesAndLeavesTheFilters)
 {
     AddBitmap(256, 64);
     AddBitmap(128, 128);
@@ -75,7 +75,7 @@ TEST_F(RenderTargetTest, AWidePassDiffersInItsAspectOnly)
     EXPECT_EQ(Render(10), Viewport(256, 64) + kWideClip + kFrameEnd);
 }
 
-TEST_F(RenderTargetTest, AWidePassHasItsAspectWithAMovingFieldOfViewAsWell)
+TEST_F(RenderTargetTest, AWidePassHasItsAspectWithAMovingFovAsWell)
 {
     AddBitmap(256, 64);
     SetTarget(0, AddClip(timeline, 0, 0, 100, 1), kPassTextureWide, 1);
@@ -84,7 +84,7 @@ TEST_F(RenderTargetTest, AWidePassHasItsAspectWithAMovingFieldOfViewAsWell)
     EXPECT_EQ(Render(10), Viewport(256, 64) + kWideClip + kFrameEnd);
 }
 
-TEST_F(RenderTargetTest, AWidePassToATextureOfZeroKeepsTheViewportAndHasItsAspect)
+TEST_F(RenderTargetTest, AWidePassToTextureZeroKeepsTheViewport)
 {
     SetTarget(0, AddClip(timeline, 0, 0, 100, 1), kPassTextureWide, 0);
     AddClip(timeline, 1, 0, 100, 1);
@@ -124,7 +124,7 @@ TEST_F(RenderTargetTest, ATextureOfZeroDrawsToTheScreenInTheCurrentViewport)
     }
 }
 
-TEST_F(RenderTargetTest, AFinishedTargetStaysOpenBehindATextureOfZero)
+TEST_F(RenderTargetTest, AFinishedTargetStaysOpenAfterATextureOfZero)
 {
     AddBitmap(256, 64);
     SetTarget(0, AddClip(timeline, 0, 0, 100, 1), kPassTexture, 1);
@@ -147,7 +147,7 @@ TEST_F(RenderTargetTest, ATargetThatIsOpenWhenTheFrameEndsIsLost)
     EXPECT_EQ(Render(151), kWindow + kPlainClip + kFrameEnd); // nothing is open any more
 }
 
-TEST_F(RenderTargetTest, TheViewportOfATargetThatIsLostStaysSetInTheNextFrame)
+TEST_F(RenderTargetTest, ALostTargetsViewportStaysInTheNextFrame)
 {
     AddBitmap(256, 64);
     SetTarget(0, AddClip(timeline, 0, 0, 150, 1), kPassTexture, 1);

@@ -113,15 +113,15 @@ static const float secondTexCoords[2] = {1.0f, 0.0f};
 #define SPHERE_24 SPHERE("24")
 
 // What a refresh of effect 2 comes to.
-#define UPDATE_32               \
+#define UPDATE_32                 \
     "BindTexture TEXTURE_2D 32\n" \
     "TexSubImage2D TEXTURE_2D 0 0 0 64 64 LUMINANCE UNSIGNED_BYTE ?\n"
-#define UPDATE_32_BY_BUFFER                                           \
-    "BindBuffer PIXEL_UNPACK_BUFFER 2\n"                              \
-    "BufferData PIXEL_UNPACK_BUFFER 4096 0 STREAM_DRAW\n"             \
-    "MapBuffer PIXEL_UNPACK_BUFFER WRITE_ONLY\n"                      \
-    "UnmapBuffer PIXEL_UNPACK_BUFFER\n"                               \
-    "BindTexture TEXTURE_2D 32\n"                                     \
+#define UPDATE_32_BY_BUFFER                                            \
+    "BindBuffer PIXEL_UNPACK_BUFFER 2\n"                               \
+    "BufferData PIXEL_UNPACK_BUFFER 4096 0 STREAM_DRAW\n"              \
+    "MapBuffer PIXEL_UNPACK_BUFFER WRITE_ONLY\n"                       \
+    "UnmapBuffer PIXEL_UNPACK_BUFFER\n"                                \
+    "BindTexture TEXTURE_2D 32\n"                                      \
     "TexSubImage2D TEXTURE_2D 0 0 0 64 64 LUMINANCE UNSIGNED_BYTE 0\n" \
     "BindBuffer PIXEL_UNPACK_BUFFER 0\n"
 
@@ -227,11 +227,11 @@ class SetMaterialTest : public testing::Test
         effect.width = 64;
         effect.height = 64;
         effect.bpp = 8;
-        EffectUpload upload = {glTexture, 0};
         glBindTexture(GL_TEXTURE_2D, glTexture);
         glTexImage2D(GL_TEXTURE_2D, 0, 1, 64, 64, 0, GL_LUMINANCE, GL_UNSIGNED_BYTE, nullptr);
-        glGenBuffers(1, &upload.pixelBuffer);
-        const uint32_t id = AddEffect(&piece, effect, upload);
+        uint32_t pixelBuffer;
+        glGenBuffers(1, &pixelBuffer);
+        const uint32_t id = AddEffect(&piece, effect, glTexture, pixelBuffer);
         piece.state.demo.effects[id - 1].lastUpdate = static_cast<int32_t>(time);
     }
 
@@ -338,7 +338,7 @@ TEST_F(SetMaterialTest, Type0IsColor)
                         "BlendFunc SRC_ALPHA ONE_MINUS_SRC_ALPHA\n");
 }
 
-TEST_F(SetMaterialTest, Type1IsLitColorAndLeavesTheCoordinateArrayOfUnit1)
+TEST_F(SetMaterialTest, Type1IsLitColorAndKeepsTheArrayOfUnit1)
 {
     EXPECT_EQ(Calls(1), "PolygonMode FRONT_AND_BACK FILL\n"
                         "Enable DEPTH_TEST\n"
@@ -359,20 +359,20 @@ TEST_F(SetMaterialTest, Type1IsLitColorAndLeavesTheCoordinateArrayOfUnit1)
                         "Lightfv LIGHT1 DIFFUSE 0.4 0.5 0.6 1\n");
 }
 
-TEST_F(SetMaterialTest, Type2IsAProceduralTextureThroughTheCombinerThatIsThere)
+TEST_F(SetMaterialTest, Type2IsAProceduralTextureByTheCombinerThere)
 {
     EXPECT_EQ(
         Calls(2),
         FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA UNIT_1_OFF FLAT_13_REPEATED);
 }
 
-TEST_F(SetMaterialTest, Type3IsALitProceduralTextureThroughTheCombinerThatIsThere)
+TEST_F(SetMaterialTest, Type3IsALitTextureByTheCombinerThere)
 {
     EXPECT_EQ(Calls(3),
               FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ALPHA LIGHT_2 UNIT_1_OFF FLAT_13_REPEATED);
 }
 
-TEST_F(SetMaterialTest, Type4IsAProceduralEnvironmentThatTurnsLightingOffLate)
+TEST_F(SetMaterialTest, Type4IsAnEnvironmentThatTurnsLightingOffLate)
 {
     EXPECT_EQ(Calls(4), "PolygonMode FRONT_AND_BACK FILL\n"
                         "Enable DEPTH_TEST\n"
@@ -511,8 +511,9 @@ TEST_F(SetMaterialTest, Type8MultipliesTwoBitmapsAndEndsOnUnit1)
 
 TEST_F(SetMaterialTest, Type9IsALitBitmap)
 {
-    EXPECT_EQ(Calls(9), FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ALPHA LIGHT_2 UNIT_1_OFF COMBINE_M
-                            FLAT_24_REPEATED);
+    EXPECT_EQ(
+        Calls(9),
+        FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ALPHA LIGHT_2 UNIT_1_OFF COMBINE_M FLAT_24_REPEATED);
 }
 
 TEST_F(SetMaterialTest, Type10IsAClampedBitmap)
@@ -521,13 +522,13 @@ TEST_F(SetMaterialTest, Type10IsAClampedBitmap)
                              COMBINE_M FLAT_24_CLAMPED);
 }
 
-TEST_F(SetMaterialTest, Type11IsABitmapEnvironmentThatTurnsWithTheCamera)
+TEST_F(SetMaterialTest, Type11IsABitmapEnvironmentThatTurns)
 {
     EXPECT_EQ(Calls(11), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ALPHA UNIT_1_OFF
                              COMBINE_M SPHERE_24 TURNED DIRECTION MODELVIEW);
 }
 
-TEST_F(SetMaterialTest, Type12IsALitBitmapEnvironmentThatTurnsWithTheCamera)
+TEST_F(SetMaterialTest, Type12IsALitEnvironmentThatTurnsWithTheCamera)
 {
     EXPECT_EQ(Calls(12), FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ALPHA LIGHT_2 UNIT_1_OFF COMBINE_M
                              SPHERE_24 TURNED MODELVIEW);
@@ -594,7 +595,7 @@ TEST_F(SetMaterialTest, Type15IsAClampedBitmapWhoseAlphaIsSquared)
                              COMBINE_Q FLAT_24_CLAMPED);
 }
 
-TEST_F(SetMaterialTest, Type16AddsABitmapEnvironmentThroughTheCombinerThatIsThere)
+TEST_F(SetMaterialTest, Type16AddsABitmapEnvironment)
 {
     EXPECT_EQ(Calls(16), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ADD UNIT_1_OFF
                              SPHERE_24 TURNED DIRECTION MODELVIEW);
@@ -606,7 +607,7 @@ TEST_F(SetMaterialTest, Type17IsType15WithoutDepthTest)
                              COMBINE_Q FLAT_24_CLAMPED);
 }
 
-TEST_F(SetMaterialTest, Type18AddsAClampedProceduralTextureWithoutDepthTest)
+TEST_F(SetMaterialTest, Type18AddsAClampedTextureWithoutDepthTest)
 {
     EXPECT_EQ(Calls(18), FILL DEPTH_OFF NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ADD UNIT_1_OFF
                              COMBINE_M FLAT_13_CLAMPED);
@@ -617,7 +618,7 @@ TEST_F(SetMaterialTest, Type19IsColorWithoutDepthTest)
     EXPECT_EQ(Calls(19), FILL DEPTH_OFF NORMALIZE_OFF UNITS_OFF LIGHTING_OFF COLOR BLEND_ALPHA);
 }
 
-TEST_F(SetMaterialTest, Type20AddsAProceduralEnvironmentThroughTheCombinerThatIsThere)
+TEST_F(SetMaterialTest, Type20AddsAProceduralEnvironment)
 {
     EXPECT_EQ(Calls(20), FILL DEPTH_ON NORMALIZE_OFF LIGHTING_OFF COLOR BLEND_ADD UNIT_1_OFF
                              SPHERE_13 DIRECTION IDENTITY MODELVIEW);
@@ -754,7 +755,7 @@ static std::string WithBuffer(std::string calls, const std::string& label,
                              "TexCoordPointer 2 FLOAT 0 0\n");
 }
 
-TEST_F(SetMaterialTest, WithBufferObjectsFlatTexturesTakeTheirCoordinatesFromTheFirstBuffer)
+TEST_F(SetMaterialTest, FlatTexturesTakeTheFirstCoordinateBuffer)
 {
     for (uint32_t type : {2u, 3u, 6u, 7u, 9u, 10u, 13u, 15u, 17u, 18u})
     {
@@ -860,7 +861,7 @@ TEST_F(SetMaterialTest, OneOfTwoBitmapsIsNoBitmap)
     EXPECT_EQ(Calls(14), FILL DEPTH_ON NORMALIZE_ON COLOR BLEND_ADD LIGHT_2 TEXTURE_OFF);
 }
 
-TEST_F(SetMaterialTest, WithoutItsLightALitRecipeTurnsLightingOffInTheLightsPlace)
+TEST_F(SetMaterialTest, WithoutItsLightALitRecipeTurnsLightingOff)
 {
     struct Case
     {
@@ -893,7 +894,7 @@ TEST_F(SetMaterialTest, WithoutItsLightALitRecipeTurnsLightingOffInTheLightsPlac
     EXPECT_EQ(Calls(14), lit.replace(lit.find(light), light.size(), LIGHTING_OFF));
 }
 
-TEST_F(SetMaterialTest, AMaterialOfParametersOnlyDrawsItsColorUntexturedAndUnlit)
+TEST_F(SetMaterialTest, AMaterialOfParametersOnlyIsItsColor)
 {
     for (uint32_t type = 0; type < kMaterialTypes; ++type)
     {
@@ -961,7 +962,7 @@ TEST_F(SetMaterialTest, OtherMaskBytesMeanNothingToARecipe)
     EXPECT_EQ(GlValue(StateAfter({0}), "Color4f"), "0.25 0.5 0.75 0.125");
 }
 
-TEST_F(SetMaterialTest, TheClampedAlphaRecipesTakeAlphaFromParameter3AlthoughNothingShowsIt)
+TEST_F(SetMaterialTest, ClampedAlphaRecipesTakeAlphaFromParameter3)
 {
     for (uint32_t type : {15u, 17u})
     {
@@ -1035,7 +1036,7 @@ TEST_F(SetMaterialTest, AReflectionThatDoesNotTurnHasAnIdentityMatrix)
     }
 }
 
-TEST_F(SetMaterialTest, AnyOtherValueTurnsTheReflectionByTheHeadingAboutTheTexturesCenter)
+TEST_F(SetMaterialTest, AnyOtherValueTurnsTheReflectionByTheHeading)
 {
     for (float value : {1.0f, -1.0f, 0.5f, 1e-30f, std::numeric_limits<float>::quiet_NaN()})
     {
@@ -1056,7 +1057,7 @@ TEST_F(SetMaterialTest, AnyOtherValueTurnsTheReflectionByTheHeadingAboutTheTextu
     EXPECT_EQ(m[1] * 1.0f + m[5] * 0.5f + m[13], 1.0f);
 }
 
-TEST_F(SetMaterialTest, ADynamicRotateValueIsNotEvaluatedAndTurnsTheReflection)
+TEST_F(SetMaterialTest, ADynamicRotateValueTurnsWithoutBeingEvaluated)
 {
     uint32_t zero = AddLinearEnvelope(&piece, 0.0f, 0.0f);
     for (uint32_t type : {11u, 12u, 16u})
@@ -1075,7 +1076,7 @@ TEST_F(SetMaterialTest, ADynamicRotateValueIsNotEvaluatedAndTurnsTheReflection)
     }
 }
 
-TEST_F(SetMaterialTest, TinyValuesTurnTheReflectionWhateverTheProcessorTakesThemFor)
+TEST_F(SetMaterialTest, DenormalValuesTurnTheReflection)
 {
     Of(11)->params[4] = 1; // the id of an envelope, or 1.4e-45
     const uint32_t control = _mm_getcsr();
@@ -1152,7 +1153,7 @@ TEST_F(SetMaterialTest, TimesPast2To31AreKeptWhole)
 
 // Without DOT3.
 
-TEST_F(SetMaterialTest, WithoutDot3Type14DrawsTransparentBlackAndLooksNothingUp)
+TEST_F(SetMaterialTest, WithoutDot3Type14IsTransparentBlack)
 {
     dot3 = 0;
     const char* calls = FILL DEPTH_ON NORMALIZE_ON "Disable TEXTURE_2D\n"
@@ -1168,7 +1169,7 @@ TEST_F(SetMaterialTest, WithoutDot3Type14DrawsTransparentBlackAndLooksNothingUp)
     EXPECT_EQ(Calls(14), calls);
 }
 
-TEST_F(SetMaterialTest, WithoutDot3Type14KeepsTheBlendFunctionOfTheOneBefore)
+TEST_F(SetMaterialTest, WithoutDot3Type14KeepsTheBlendFunction)
 {
     dot3 = 0;
     EXPECT_EQ(GlValue(StateAfter({0, 14}), "BlendFunc"), "SRC_ALPHA ONE_MINUS_SRC_ALPHA");
@@ -1236,7 +1237,7 @@ TEST_F(SetMaterialTest, WireframeIsUndoneByEveryOtherRecipe)
     }
 }
 
-TEST_F(SetMaterialTest, AType24ObjectInheritsAllOfTheOneBeforePolygonModeIncluded)
+TEST_F(SetMaterialTest, AType24ObjectInheritsAllOfTheOneBefore)
 {
     AddMaterial(24);
     GlState wireframe = StateAfter({23});
@@ -1273,7 +1274,7 @@ TEST_F(SetMaterialTest, RecipesWithoutCombinerUseTheDefaultUntilOneIsSet)
     }
 }
 
-TEST_F(SetMaterialTest, TwoBitmapsLeaveUnit1SelectedAndTheNextRecipePutsItRight)
+TEST_F(SetMaterialTest, TwoBitmapsLeaveUnit1ToTheNextRecipe)
 {
     for (uint32_t pair : {8u, 14u, 22u})
     {
@@ -1304,7 +1305,7 @@ TEST_F(SetMaterialTest, TwoBitmapsLeaveUnit1SelectedAndTheNextRecipePutsItRight)
     }
 }
 
-TEST_F(SetMaterialTest, AMissingTextureTurnsOffTheSelectedUnitWhicheverThatIs)
+TEST_F(SetMaterialTest, AMissingTextureTurnsOffTheSelectedUnit)
 {
     Of(7)->refs[0] = 0;
     GlState state = StateAfter({10, 7});
@@ -1376,7 +1377,7 @@ TEST_F(SetMaterialTest, GeneratedCoordinatesStayOnUntilAFlatTexture)
     }
 }
 
-TEST_F(SetMaterialTest, TwoBitmapsTakeTheRestOfTheirAlphaFromTheRecipeBefore)
+TEST_F(SetMaterialTest, TwoBitmapsInheritTheRestOfTheirAlpha)
 {
     // Multiplied: only the mode and the first source are its own.
     GlState state = StateAfter({8});
@@ -1505,9 +1506,9 @@ TEST_F(SetMaterialTest, AnEnvelopeWithoutARecordIsAFault)
 
     Of(23)->params[4] = 0; // an id of 0 is no envelope
     Of(23)->dynamicMask[0] = 0x08;
-    EXPECT_EQ(CallsToFault(23, "envelope 0 does not exist"),
-              "PolygonMode FRONT_AND_BACK LINE\n" DEPTH_ON NORMALIZE_OFF UNITS_OFF LIGHTING_OFF
-                  COLOR);
+    EXPECT_EQ(
+        CallsToFault(23, "envelope 0 does not exist"),
+        "PolygonMode FRONT_AND_BACK LINE\n" DEPTH_ON NORMALIZE_OFF UNITS_OFF LIGHTING_OFF COLOR);
 }
 
 TEST_F(SetMaterialTest, TheColorIsResolvedFirstThenTheLineWidth)

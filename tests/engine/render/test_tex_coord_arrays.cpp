@@ -89,7 +89,7 @@ class TexCoordArraysTest : public testing::Test
 static const std::string kArray0 = "client0 TEXTURE_COORD_ARRAY";
 static const std::string kArray1 = "client1 TEXTURE_COORD_ARRAY";
 
-TEST_F(TexCoordArraysTest, AnObjectWithoutAMaterialBehindASmallerOneReadsNoForeignMemory)
+TEST_F(TexCoordArraysTest, AfterASmallerObjectNoForeignMemoryIsRead)
 {
     AddObject(scene, kObjectModel, 1, AddMaterial(7, 1));
     AddObject(scene, kObjectModel, 2, 0);
@@ -118,7 +118,7 @@ TEST_F(TexCoordArraysTest, AnObjectWithoutAMaterialBehindASmallerOneReadsNoForei
                                     "DisableClientState VERTEX_ARRAY\n");
 }
 
-TEST_F(TexCoordArraysTest, NoMaterialThatSetsNoCoordinatesReadsThoseOfASmallerObject)
+TEST_F(TexCoordArraysTest, NoRecipeReadsCoordinatesOfASmallerObject)
 {
     const uint32_t materials[] = {0, AddMaterial(24), AddMaterial(7), AddMaterial(4)};
     AddObject(scene, kObjectModel, 1, AddMaterial(7, 1));
@@ -137,7 +137,7 @@ TEST_F(TexCoordArraysTest, NoMaterialThatSetsNoCoordinatesReadsThoseOfASmallerOb
     }
 }
 
-TEST_F(TexCoordArraysTest, LitColorBehindTwoBitmapsReadsNoForeignMemoryOnUnit1)
+TEST_F(TexCoordArraysTest, LitColorAfterTwoBitmapsReadsNoForeignMemory)
 {
     AddObject(scene, kObjectModel, 1, 0);
     AddObject(scene, kObjectModel, 2, AddMaterial(1));

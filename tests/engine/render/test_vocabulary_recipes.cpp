@@ -22,7 +22,7 @@ class VocabularyRecipes : public testing::Test
         AddBitmap(&piece, {72, 4, 4, 3});
         Effect2D effect = {};
         effect.type = -1; // nothing is left to update
-        AddEffect(&piece, effect, {73, 0});
+        AddEffect(&piece, effect, 73, 0);
         AddRecord<Light>(piece.document.lights);
         for (const VocabularyRow& row : Catalogues[kCatalogueRecipes].rows)
         {

@@ -55,7 +55,6 @@ class UploadTest : public testing::Test
         ObjectTable* table = piece.document.*reader.table;
         const uint32_t id = AllocateObject(table);
         void* record = GetObject(id, table);
-        memset(record, 0, reader.recordSize);
         piece.faults.place = PlaceAt("demo.xmlz", section, id);
         const uint64_t callsBefore = GlCallCount();
 

@@ -53,6 +53,19 @@ inline std::string MakeBareJpeg()
     return std::string(reinterpret_cast<const char*>(file), sizeof(file));
 }
 
+/// The same with a Huffman table, as a segment that comes first.
+/// @param symbols   how many codes of each length from 9 to 16 bits the table claims, 255 at most
+inline std::string MakeJpegWithTable(int symbols)
+{
+    std::string table(1, '\0');
+    table += std::string(8, '\0') + std::string(8, static_cast<char>(symbols));
+    table += std::string(static_cast<size_t>(8 * symbols), '\x40');
+    const size_t length = table.size() + 2;
+    const std::string file = MakeBareJpeg();
+    return file.substr(0, 2) + "\xFF\xC4" + static_cast<char>(length >> 8) +
+           static_cast<char>(length & 255) + table + file.substr(2);
+}
+
 /// A PNG file of 2x2 pixels with a palette of red, green, blue and white: every kind of chunk that
 /// takes memory of its own, and two parts of its data.
 inline std::string MakePng()

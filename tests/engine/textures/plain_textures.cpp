@@ -34,10 +34,10 @@ static void BuildPlainMasks()
                 const float y = static_cast<float>(row);
                 const float a = (m - y) / m;
                 const float b = y / m;
-                const float m0 = (m - x) * a / m * 255.0F;
-                const float m1 = b * x / m * 255.0F + (m - x) * b / m * 255.0F;
-                const float m2 = a * x / m * 255.0F + (m - x) * b / m * 255.0F;
-                const float m3 = a * x / m * 255.0F + (m - x) * b / m * 255.0F + x * b / m * 255.0F;
+                const float m0 = (m - x) * a / m * 255.0f;
+                const float m1 = b * x / m * 255.0f + (m - x) * b / m * 255.0f;
+                const float m2 = a * x / m * 255.0f + (m - x) * b / m * 255.0f;
+                const float m3 = a * x / m * 255.0f + (m - x) * b / m * 255.0f + x * b / m * 255.0f;
                 plainMasks[k][0].push_back(curve[TruncateToByte(m0)]);
                 plainMasks[k][1].push_back(curve[TruncateToByte(m1)]);
                 plainMasks[k][2].push_back(curve[TruncateToByte(m2)]);
@@ -64,7 +64,7 @@ static void Color(const float* params, int size, uint8_t* pixels)
     {
         for (int channel = 0; channel < 3; ++channel)
         {
-            pixels[3 * i + channel] = TruncateToByte(255.0F * params[channel]);
+            pixels[3 * i + channel] = TruncateToByte(255.0f * params[channel]);
         }
     }
 }
@@ -105,14 +105,14 @@ static void RadialColors(const float* params, int size, uint8_t* pixels)
             const double d = sqrt(static_cast<double>(dx * dx + dy * dy));
             float t =
                 static_cast<float>(static_cast<double>(params[6]) * d - static_cast<double>(off));
-            t = t > 0.0F ? t : 0.0F;
+            t = t > 0.0f ? t : 0.0f;
             const float q = t / static_cast<float>(half - off) * static_cast<float>(half);
-            float a = 255.0F;
-            float b = 0.0F;
-            if (!(q > 127.0F))
+            float a = 255.0f;
+            float b = 0.0f;
+            if (!(q > 127.0f))
             {
                 a = q + q;
-                b = 255.0F - a > 0.0F ? 255.0F - a : 0.0F;
+                b = 255.0f - a > 0.0f ? 255.0f - a : 0.0f;
             }
             for (int channel = 0; channel < 3; ++channel)
             {
@@ -126,17 +126,17 @@ static void RadialColors(const float* params, int size, uint8_t* pixels)
 /// One step of the local generator, as a float from 0 to below 1.
 static float NextRandom(uint32_t& seed)
 {
-    seed = seed * 1103515245U + 12345U;
-    return static_cast<float>((seed >> 16) & 0x7FFF) * (1.0F / 32768.0F);
+    seed = seed * 1103515245u + 12345u;
+    return static_cast<float>((seed >> 16) & 0x7FFF) * (1.0f / 32768.0f);
 }
 
 static float Clamp01(float value)
 {
-    if (!(value > 0.0F))
+    if (!(value > 0.0f))
     {
-        return 0.0F;
+        return 0.0f;
     }
-    return value < 1.0F ? value : 1.0F;
+    return value < 1.0f ? value : 1.0f;
 }
 
 /// Fills one block of a maze, the mask value of each pixel coming from `at`.
@@ -236,13 +236,13 @@ static void Maze(const float* params, int size, uint8_t* pixels)
     const int n = size / s;
     uint32_t seed = TruncateToUnsigned(params[4]);
     const float f = Clamp01(params[5]);
-    const float offset = 2.0F * f - 1.0F;
+    const float offset = 2.0f * f - 1.0f;
 
     std::vector<uint8_t> grid(static_cast<size_t>((n + 1) * (n + 1)));
     for (uint8_t& cell : grid)
     {
         const float r = Clamp01(NextRandom(seed) + offset);
-        cell = r > 0.5F ? 1 : 0;
+        cell = r > 0.5f ? 1 : 0;
     }
     const auto at = [&](int row, int column) -> uint8_t&
     {
@@ -272,7 +272,7 @@ static float Wrap(int coordinate, float pitch, unsigned& count)
 {
     float t = static_cast<float>(coordinate);
     count = 0;
-    if (pitch < 0.0F)
+    if (pitch < 0.0f)
     {
         return t;
     }
@@ -312,13 +312,13 @@ static void Bricks(const float* params, int size, uint8_t* pixels)
     {
         unsigned count;
         const float t = Wrap(x, colPitch, count);
-        const float rest = colPitch < 0.0F ? INFINITY : colPitch - t;
+        const float rest = colPitch < 0.0f ? INFINITY : colPitch - t;
         const bool isWall = static_cast<float>(mv) > t || static_cast<float>(mv) > rest;
         for (int channel = 0; channel < 3; ++channel)
         {
             const int i = 3 * x + channel;
-            wallRow.data()[i] = TruncateToByte(wall[channel] * 255.0F);
-            rowA.data()[i] = TruncateToByte((isWall ? wall : brick)[channel] * 255.0F);
+            wallRow.data()[i] = TruncateToByte(wall[channel] * 255.0f);
+            rowA.data()[i] = TruncateToByte((isWall ? wall : brick)[channel] * 255.0f);
         }
     }
     for (int x = 0; x < size; ++x)
@@ -332,7 +332,7 @@ static void Bricks(const float* params, int size, uint8_t* pixels)
     {
         unsigned course;
         const float t = Wrap(y, rowPitch, course);
-        const float rest = rowPitch < 0.0F ? INFINITY : rowPitch - t;
+        const float rest = rowPitch < 0.0f ? INFINITY : rowPitch - t;
         const bool isWall = static_cast<float>(mh) > t || static_cast<float>(mh) > rest;
         const std::vector<uint8_t>& row = isWall ? wallRow : (course % 2 == 0 ? rowA : rowB);
         memcpy(pixels + static_cast<size_t>(y) * rowBytes, row.data(), rowBytes);
@@ -347,7 +347,7 @@ static void Noise(const float* params, int size, uint8_t* pixels)
         const float r = Clamp01(NextRandom(seed));
         for (int channel = 0; channel < 3; ++channel)
         {
-            pixels[3 * i + channel] = TruncateToByte(r * (255.0F * params[channel]));
+            pixels[3 * i + channel] = TruncateToByte(r * (255.0f * params[channel]));
         }
     }
 }
@@ -413,13 +413,13 @@ static void Offset(const float* params, int size, uint8_t* pixels)
 /// The wrapped position of Ripple. Positions that no integer holds have no pixel; they count as 0.
 static float WrapRipple(float position, int size)
 {
-    if (position < 0.0F)
+    if (position < 0.0f)
     {
         position = position + static_cast<float>(size);
     }
-    if (!(position > -2147483648.0F && position < 2147483648.0F))
+    if (!(position > -2147483648.0f && position < 2147483648.0f))
     {
-        return 0.0F;
+        return 0.0f;
     }
     const int i = TruncateToInt(floorf(position));
     return static_cast<float>(i % size) + (position - static_cast<float>(i));
@@ -438,13 +438,13 @@ static void Ripple(const float* params, int size, uint8_t* pixels)
     {
         const float dX =
             S *
-            cosLookup(TruncateToInt(static_cast<float>(y) / S * 4096.0F * static_cast<float>(ny))) *
+            cosLookup(TruncateToInt(static_cast<float>(y) / S * 4096.0f * static_cast<float>(ny))) *
             ampX;
         for (int x = 0; x < size; ++x)
         {
             const float sx = WrapRipple(dX + static_cast<float>(x), size);
             const float dY = S *
-                             cosLookup(TruncateToInt(static_cast<float>(x) / S * 4096.0F *
+                             cosLookup(TruncateToInt(static_cast<float>(x) / S * 4096.0f *
                                                      static_cast<float>(nx))) *
                              ampY;
             const float sy = WrapRipple(dY + static_cast<float>(y), size);
@@ -453,8 +453,8 @@ static void Ripple(const float* params, int size, uint8_t* pixels)
             const int iy = TruncateToInt(floorf(sy));
             const float fx = sx - static_cast<float>(ix);
             const float fy = sy - static_cast<float>(iy);
-            const float gx = 1.0F - fx;
-            const float gy = 1.0F - fy;
+            const float gx = 1.0f - fx;
+            const float gy = 1.0f - fy;
             // The remainders are those of the rule; the modulo keeps the rest inside.
             const int column = Modulo(ix, size);
             const int row = Modulo(iy, size);
@@ -538,7 +538,7 @@ static void Convolve(const float* kernel, int size, uint8_t* pixels)
             FindNeighbours(x, y, size, starts);
             for (int channel = 0; channel < 3; ++channel)
             {
-                float sum = 0.0F;
+                float sum = 0.0f;
                 for (int n = 0; n < 9; ++n)
                 {
                     sum += static_cast<float>(pixels[starts[n] + channel]) * kernel[n];
@@ -589,7 +589,7 @@ static void PointStep(const float* params, const uint8_t* layer, int size, uint8
 {
     for (int i = 0; i < size * size * 3; ++i)
     {
-        const float src = kType < 200 ? static_cast<float>(layer[i]) : 0.0F;
+        const float src = kType < 200 ? static_cast<float>(layer[i]) : 0.0f;
         pixels[i] = PointResult(kType, static_cast<float>(pixels[i]), src, params);
     }
 }

@@ -27,13 +27,13 @@ inline uint32_t NextBelow(RandomSource& random, uint32_t count)
 /// From 0 to below 1.
 inline float NextUnit(RandomSource& random)
 {
-    return static_cast<float>(NextWord(random) >> 8) * (1.0F / 16777216.0F);
+    return static_cast<float>(NextWord(random) >> 8) * (1.0f / 16777216.0f);
 }
 
 /// From -reach to reach.
 inline float NextWithin(RandomSource& random, float reach)
 {
-    return (NextUnit(random) * 2.0F - 1.0F) * reach;
+    return (NextUnit(random) * 2.0f - 1.0f) * reach;
 }
 
 /// Mostly a value near those that documents hold; now and then an integer, a tie, a huge or tiny
@@ -41,11 +41,11 @@ inline float NextWithin(RandomSource& random, float reach)
 inline float NextParam(RandomSource& random)
 {
     static constexpr float kSpecial[] = {
-        0.0F,           -0.0F,         1.0F,       -1.0F,       0.5F,
-        1.5F,           2.5F,          255.0F,     256.0F,      -256.0F,
-        1.0F / 255.0F,  127.0F,        8421504.0F, -8421504.0F, 2147483648.0F,
-        -2147483648.0F, 4294967296.0F, 1e10F,      -1e10F,      3e38F,
-        -3e38F,         1e-40F,        INFINITY,   -INFINITY,   NAN,
+        0.0f,           -0.0f,         1.0f,       -1.0f,       0.5f,
+        1.5f,           2.5f,          255.0f,     256.0f,      -256.0f,
+        1.0f / 255.0f,  127.0f,        8421504.0f, -8421504.0f, 2147483648.0f,
+        -2147483648.0f, 4294967296.0f, 1e10f,      -1e10f,      3e38f,
+        -3e38f,         1e-40f,        INFINITY,   -INFINITY,   NAN,
     };
     switch (NextBelow(random, 8))
     {
@@ -54,10 +54,10 @@ inline float NextParam(RandomSource& random)
     case 1:
         return static_cast<float>(static_cast<int>(NextBelow(random, 600)) - 300);
     case 2:
-        return NextWithin(random, 300.0F);
+        return NextWithin(random, 300.0f);
     case 3:
-        return ldexpf(NextWithin(random, 1.0F), static_cast<int>(NextBelow(random, 80)) - 40);
+        return ldexpf(NextWithin(random, 1.0f), static_cast<int>(NextBelow(random, 80)) - 40);
     default:
-        return NextWithin(random, 2.0F);
+        return NextWithin(random, 2.0f);
     }
 }

@@ -20,7 +20,7 @@ TEST_F(CornerMasksTest, MasksLieOneBehindTheOther)
     const uint8_t* next = CornerMasks;
     for (uint32_t size = 0; size < kCornerSizes; ++size)
     {
-        const uint32_t side = 2U << size;
+        const uint32_t side = 2u << size;
         for (uint32_t shape = 0; shape < kCornerShapes; ++shape)
         {
             EXPECT_EQ(GetCornerMask(size, shape), next);

@@ -64,6 +64,17 @@ TEST(DecodeImage, AJpegFileWithoutItsTablesIsGrey)
     EXPECT_EQ(image.pixels, Bytes(64, 128));
 }
 
+TEST(DecodeImage, AHuffmanTableOfTooManySymbolsIsRefused)
+{
+    EXPECT_NE(Decode(MakeJpegWithTable(32)).reason, ""); // 256 symbols of a picture that is none
+    for (const int symbols : {33, 100, 255})
+    {
+        const Decoded image = Decode(MakeJpegWithTable(symbols));
+        EXPECT_EQ(image.result, DecodeResult::kRefused) << symbols;
+        EXPECT_EQ(image.reason, "Corrupt JPEG") << symbols;
+    }
+}
+
 TEST(DecodeImage, APaletteIsResolved)
 {
     const Decoded png = Decode(MakePng());

@@ -175,7 +175,7 @@ TEST_P(LayerGenerator, NoiseEqualsThePlainForm)
 TEST_P(LayerGenerator, AColorAboveOneWrapsRound)
 {
     const Bytes pixels = Generate(0, {1.5f, 1.0f, -0.25f}); // 382.5, 255, -63.75
-    ASSERT_EQ(pixels.size(), 196608U);
+    ASSERT_EQ(pixels.size(), 196608u);
     for (size_t i = 0; i < pixels.size(); i += 3)
     {
         ASSERT_EQ(pixels[i], 126);
@@ -240,7 +240,7 @@ TEST_P(LayerGenerator, RadialColorsOffsetKeepsTheCenterAndSteepensTheRest)
               Generate(2, {0, 0, 0, 1, 1, 1, 1.0f, 0.0f}));
 }
 
-TEST_P(LayerGenerator, RadialColorsOfANegativeInverseRadianAreTheCenterColor)
+TEST_P(LayerGenerator, ANegativeInverseRadianIsTheCenterColor)
 {
     // Every distance gives a negative ramp, which counts as 0: 255 * 0.5 and 255 * 1.5 - 256.
     const Bytes pixels = Generate(2, {0.5f, 1.0f, 1.5f, 0.25f, 0.25f, 0.25f, -1.0f, 0.0f});
@@ -284,7 +284,7 @@ TEST_P(LayerGenerator, MazeFullnessZeroIsBlackAndOneIsFlat)
 /// The corner grid's cell 0 for a seed: r of the generator's first step.
 static float FirstRandom(uint32_t seed)
 {
-    seed = seed * 1103515245U + 12345U;
+    seed = seed * 1103515245u + 12345u;
     return static_cast<float>((seed >> 16) & 0x7FFF) / 32768.0f;
 }
 
@@ -336,7 +336,7 @@ static std::vector<uint32_t> MazeCases(uint32_t seed, size_t cells)
     std::vector<uint32_t> grid((cells + 1) * (cells + 1));
     for (uint32_t& cell : grid)
     {
-        seed = seed * 1103515245U + 12345U;
+        seed = seed * 1103515245u + 12345u;
         cell = ((seed >> 16) & 0x7FFF) > 16384 ? 1 : 0;
     }
     std::vector<uint32_t> cases;
@@ -465,7 +465,7 @@ TEST_P(LayerGenerator, ABrickEndsWhereThePixelEqualsItsWidth)
     EXPECT_EQ(At(pixels, 255, 0), 255); // t is 127
 }
 
-TEST_P(LayerGenerator, HorizontalNumberCountsCoursesAndVerticalNumberBricks)
+TEST_P(LayerGenerator, HorizontalNumberCountsCoursesVerticalBricks)
 {
     const Bytes courses = Generate(4, Wall(4, 1, 2, 0, 0));
     EXPECT_EQ(At(courses, 100, 0), 0);
@@ -529,7 +529,7 @@ TEST_P(LayerGenerator, EverySecondCourseIsRotatedLeft)
     EXPECT_EQ(At(pixels, 246, 255), 0); // where the row's start went
 }
 
-TEST_P(LayerGenerator, ASecondLineOffsetOfZeroOrTheWholeSideRotatesNothing)
+TEST_P(LayerGenerator, ALineOffsetOfZeroOrTheSideRotatesNothing)
 {
     const Bytes none = Generate(4, Wall(8, 4, 1, 1, 0));
     EXPECT_EQ(Generate(4, Wall(8, 4, 1, 1, 256)), none);
@@ -627,7 +627,7 @@ TEST_P(LayerGenerator, NoiseSeedsKeepTheLow32BitsOfA64BitInteger)
 TEST_P(LayerGenerator, AnUnknownTypeLeavesThePixelsAlone)
 {
     EXPECT_EQ(Generate(6, {1, 1, 1}), Bytes(ImageBytes(256), 0xEE));
-    EXPECT_EQ(Generate(0xFFFFFFFFU, {1, 1, 1}), Bytes(ImageBytes(256), 0xEE));
+    EXPECT_EQ(Generate(0xFFFFFFFFu, {1, 1, 1}), Bytes(ImageBytes(256), 0xEE));
 }
 
 TEST_P(LayerGenerator, RandomParametersTakeOneRandForEachEntry)

@@ -88,7 +88,7 @@ TEST(MipChain, AFlatImageLooksAtItsFirstRowAlone)
                                   {35, 3, 251}}));
 }
 
-TEST(MipChain, ATallImageLooksAtItsUpperHalfAloneOnTheFirstLevel)
+TEST(MipChain, ATallImageLooksAtItsUpperHalfFirst)
 {
     // 2x8: 1x4, each the mean of one row, of rows 0 to 3; 1x2 and 1x1 from adjacent rows.
     Bytes image;

@@ -257,45 +257,45 @@ struct Stack
 
 static constexpr Stack kStacks[] = {
     {"<layer type=\"101\" id=\"6\"/><s type=\"205\"/><s type=\"205\"/><s type=\"206\"><p>1</p></s>",
-     0xF553C056080780B3U},
+     0xF553C056080780B3u},
     {"<layer type=\"101\" id=\"1\"/><layer type=\"102\" id=\"4\"><p>0.005</p></layer>"
      "<s type=\"204\"><p>0.05</p><p>0.03</p><p>3</p><p>2</p></s>",
-     0x404D254EA5298E01U},
+     0x404D254EA5298E01u},
     {"<layer type=\"101\" id=\"5\"/><s type=\"206\"><p>2</p></s><layer type=\"103\" id=\"3\">"
      "<p>0.6</p><p>0.9</p></layer>",
-     0x7D659F559F2A492BU},
+     0x7D659F559F2A492Bu},
     {"<layer type=\"101\" id=\"2\"><p>1</p><p>0.8</p></layer><layer type=\"104\" "
      "id=\"6\"><p>1.5</p>"
      "<p>0.7</p></layer><s type=\"207\"><p>0.1</p><p>0.2</p><p>0.1</p><p>0.05</p><p>0.3</p>"
      "<p>0.05</p><p>-0.1</p><p>0.2</p><p>0.1</p></s>",
-     0xAFB756344DA338F5U},
+     0xAFB756344DA338F5u},
     {"<layer type=\"101\" id=\"3\"/><s type=\"201\"/><s type=\"203\"><p>17</p><p>-40</p></s>"
      "<layer type=\"101\" id=\"0\"><p>0.5</p><p>0.5</p></layer>",
-     0xF814A391F0A0DF39U},
+     0xF814A391F0A0DF39u},
     {"<layer type=\"101\" id=\"6\"/><s type=\"202\"><p>-1.7</p></s><s type=\"205\"/>"
      "<s type=\"206\"><p>3</p></s><s type=\"202\"><p>1.9</p></s>",
-     0xDC934552D5CDDC6AU},
+     0xDC934552D5CDDC6Au},
     {"<layer type=\"101\" id=\"7\"/><layer type=\"102\" id=\"1\"><p>0.00392157</p></layer>"
      "<s type=\"204\"/><s type=\"205\"/>",
-     0x18D8357CBA0C0C3AU},
+     0x18D8357CBA0C0C3Au},
     {"<layer type=\"101\" id=\"5\"/><s type=\"204\"><p>0.1</p><p>-0.2</p><p>1</p><p>5</p></s>"
      "<s type=\"206\"><p>4</p></s><s type=\"207\"/>",
-     0x560386DA83BD0013U},
+     0x560386DA83BD0013u},
     {"<layer type=\"103\" id=\"4\"/><layer type=\"104\" id=\"3\"><p>-0.4</p><p>1.1</p></layer>"
      "<s type=\"203\"/><s type=\"177\"/><s type=\"205\"/>",
-     0xFA859B588F41C46AU},
+     0xFA859B588F41C46Au},
     {"<layer type=\"101\" id=\"2\"/><layer type=\"101\" id=\"7\"><p>-0.5</p><p>0.9</p></layer>"
      "<s type=\"207\"><p>-1</p><p>-1</p><p>-1</p><p>-1</p><p>9</p><p>-1</p><p>-1</p><p>-1</p>"
      "<p>-1</p></s>",
-     0xCE0B56E123E30C4EU},
+     0xCE0B56E123E30C4Eu},
     {"<combiner type=\"101\"/><layer type=\"102\" id=\"6\"><p>0.01</p></layer><s type=\"201\"/>"
      "<layer type=\"103\" id=\"5\"><p>0.4</p><p>0.7</p></layer>"
      "<s type=\"204\"><p>0.31</p><p>0.27</p><p>7</p><p>4</p></s>",
-     0x8F2E23B0EA312271U},
+     0x8F2E23B0EA312271u},
     {"<layer type=\"101\" id=\"6\"/><s type=\"205\"/><s type=\"205\"/><s type=\"205\"/>"
      "<s type=\"205\"/><s type=\"202\"><p>3.3</p></s><layer type=\"104\" id=\"1\"/>"
      "<s type=\"206\"><p>0</p></s><s type=\"203\"><p>255</p><p>1</p></s>",
-     0xB964CC659E4321B0U},
+     0xB964CC659E4321B0u},
 };
 
 /// The same stack in the plain form, from the record that was read.

@@ -190,7 +190,7 @@ TEST_P(TextureSteps, CombinersEqualThePlainFormForAllPairsOfBytes)
     }
 }
 
-TEST_P(TextureSteps, AddOntoBlackIsAScaledCopyOfTheLayerWhateverTheFirstScale)
+TEST_P(TextureSteps, AddOntoBlackIsAScaledCopyOfTheLayer)
 {
     EXPECT_EQ(Point(101, {0.0f, 0.5f}, 0, 201), 100);
     EXPECT_EQ(Point(101, {17.0f, 0.5f}, 0, 201), 100);
@@ -204,7 +204,7 @@ TEST_P(TextureSteps, AddWithANegativeScaleClampsAtBlack)
     EXPECT_EQ(Point(101, {-1.0f, 1.0f}, 200, 50), 0);
 }
 
-TEST_P(TextureSteps, MultiplyMaximumAndMinimumKeepTheLowBitsOfNegativeResults)
+TEST_P(TextureSteps, NegativeResultsKeepTheirLowBits)
 {
     EXPECT_EQ(Point(102, {-1.0f}, 1, 1), 255);         // -1
     EXPECT_EQ(Point(102, {-1.0f}, 10, 30), 212);       // -300 = -512 + 212
@@ -313,7 +313,7 @@ TEST_P(TextureSteps, OffsetWithNoParametersMovesByOneRowAndOneColumn)
     EXPECT_EQ(moved[(255 * 256 + 255) * 3], image[0]);
 }
 
-TEST_P(TextureSteps, OffsetDropsTheFractionAndTakesNegativesFromTheOtherSide)
+TEST_P(TextureSteps, OffsetDropsTheFractionAndWrapsNegatives)
 {
     const Bytes image = NumberedImage(16);
     EXPECT_EQ(Step(203, {1.9f, -1.9f}, image), Step(203, {1.0f, 15.0f}, image));
@@ -329,7 +329,7 @@ TEST_P(TextureSteps, OffsetBelowTheSideStaysInsideAndGoesOnWrapping)
     EXPECT_EQ(Step(203, {2147483520.0f, 0.0f}, image), image);
 }
 
-TEST_P(TextureSteps, RippleWithoutAmplitudeIsTheMeanOfTheOtherThreeNeighbours)
+TEST_P(TextureSteps, RippleWithoutAmplitudeAveragesThreeNeighbours)
 {
     // The nearest pixel's weight is 0 and the other three are 1.
     Bytes image(ImageBytes(4), 0);
@@ -392,7 +392,7 @@ TEST_P(TextureSteps, RippleMovesAlongYWithTheCountOfTheXWavelength)
     }
 }
 
-TEST_P(TextureSteps, RippleWithNoParametersDisplacesByOneSideTimesTheCosineWithOneCycle)
+TEST_P(TextureSteps, RippleWithNoParametersIsOneSideAndOneCycle)
 {
     // Row 0 and column 0: cosine 1, one whole side, which is no displacement at all.
     const Bytes image = NumberedImage(256);
@@ -415,7 +415,7 @@ TEST_P(TextureSteps, RippleTakesTheSizeOfATruncatedWavelength)
               Step(204, {0.1f, 0.2f, 3.0f, 2.0f}, image));
 }
 
-TEST_P(TextureSteps, RippleBeyondOneSideToTheLeftStaysInsideAndGoesOnWrapping)
+TEST_P(TextureSteps, RippleBeyondOneSideToTheLeftWraps)
 {
     // Amplitude -3 with no waves: three sides to the left, which shows the same as none.
     const Bytes image = NumberedImage(32);
@@ -522,7 +522,7 @@ TEST_P(TextureSteps, EmbossTakesDirectionsOutsideOneToFourForTheNearest)
     EXPECT_NE(first, fourth);
 }
 
-TEST_P(TextureSteps, ConvolutionWithNoParametersSumsTheNeighbourhoodAndSaturates)
+TEST_P(TextureSteps, ConvolutionWithNoParametersSumsAndSaturates)
 {
     EXPECT_EQ(Step(207, {}, FlatImage(8, 28)), FlatImage(8, 252));
     EXPECT_EQ(Step(207, {}, FlatImage(8, 29)), FlatImage(8, 255));

@@ -1,5 +1,5 @@
 // Each allocation in turn fails while layers, textures, bitmaps and images are read: that is a
-// fault, and under the sanitizer nothing is left behind.
+// fault, and nothing is left behind.
 
 #include <gtest/gtest.h>
 #include <string>
@@ -16,31 +16,55 @@
 #include "support/fault_text.h"
 #include "support/package_builder.h"
 
-/// Runs a reading without memory at the k-th allocation, for every k that it comes to.
-/// @param read   reads and frees; adds to the faults exactly if it returns false
-/// @return how many allocations it takes
+/// What one reading came to.
+struct Outcome
+{
+    bool done;
+    uint32_t faults;
+    std::string text;   // of the faults
+    uint64_t asked;     // allocations
+    int64_t leftBehind; // blocks
+};
+
+/// Reads while the k-th allocation fails.
+/// @param stays   all allocations after it fail too
+template <typename Read>
+static Outcome ReadWithout(uint64_t k, bool stays, Read read)
+{
+    FaultList faults;
+    StartFaults(&faults);
+    const int64_t before = LiveBlocks();
+    stays ? FailAllocationsFrom(k) : FailAllocation(k);
+    const bool done = read(&faults);
+    const uint64_t asked = AllowAllocations();
+    const int64_t leftBehind = LiveBlocks() - before;
+    const Outcome outcome = {done, faults.count, FaultText(faults), asked, leftBehind};
+    FreeFaults(&faults);
+    return outcome;
+}
+
+/// Reads without memory at the k-th allocation, for every k that it comes to: each time that is one
+/// fault, and all is given back.
+/// @return how many allocations a whole reading takes
 template <typename Read>
 static uint64_t FailEachAllocation(Read read)
 {
     for (uint64_t k = 1;; ++k)
     {
-        FaultList faults;
-        StartFaults(&faults);
-        FailAllocation(k);
-        const bool done = read(&faults);
-        const uint64_t asked = AllowAllocations();
-        EXPECT_EQ(faults.count, done ? 0u : 1u) << "allocation " << k;
-        const std::string text = FaultText(faults);
-        const bool tellsMemory = text.find("memory") != std::string::npos ||
-                                 text.find("can't be allocated") != std::string::npos;
-        EXPECT_EQ(tellsMemory, !done) << "allocation " << k << ": " << text;
-        FreeFaults(&faults);
-        if (asked < k)
+        for (const bool stays : {true, false})
         {
-            EXPECT_TRUE(done);
-            return asked;
+            const Outcome outcome = ReadWithout(k, stays, read);
+            EXPECT_EQ(outcome.leftBehind, 0) << "allocation " << k;
+            EXPECT_EQ(outcome.done, outcome.asked < k) << "allocation " << k;
+            EXPECT_EQ(outcome.faults, outcome.done ? 0u : 1u) << "allocation " << k;
+            const bool tellsMemory = outcome.text.find("memory") != std::string::npos ||
+                                     outcome.text.find("can't be allocated") != std::string::npos;
+            EXPECT_EQ(tellsMemory, !outcome.done) << "allocation " << k << ": " << outcome.text;
+            if (!stays && outcome.done)
+            {
+                return outcome.asked;
+            }
         }
-        EXPECT_FALSE(done) << "allocation " << k;
     }
 }
 

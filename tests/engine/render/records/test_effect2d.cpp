@@ -381,6 +381,22 @@ TEST(Effect2D, RotateShowsItsParameterAtBothDepths)
     }
 }
 
+TEST(Effect2D, At8BitsTheSecondParameterOfTheTestEffectIsIdle)
+{
+    EffectFixture fixture;
+    fixture.values.Add(MakeOnePiece(kFunctionConstant, {30.0f}));
+    fixture.Read("<e name=\"\" type=\"0\" resolution=\"64x64\" bpp=\"8\">"
+                 "<p>1</p><p>1</p><p>1</p></e>");
+    fixture.Init();
+    for (const std::vector<float>& params : {fixture.FirstParams(), fixture.Params(0)})
+    {
+        std::vector<uint8_t> image(64 * 64);
+        RenderEffect2D(&fixture.effect, params.data(), &fixture.state, &fixture.random,
+                       image.data());
+        EXPECT_EQ(image[0], 30);
+    }
+}
+
 TEST(Effect2D, AnUnknownTypeRendersNothing)
 {
     EffectFixture fixture;
