@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/check_command.h"
 #include "tools/container.h"
 #include "tools/folder_build.h"
 #include "tools/mesh_import.h"
@@ -21,6 +22,7 @@ struct Arguments
     std::vector<std::string> names; // entries, or paths
     BuildOptions build;
     bool json = false;
+    CheckOptions check = {};
 };
 
 /// An argument that is known by its place: FILE, NAME and so on.
@@ -139,72 +141,97 @@ static CLI::App* AddVocabulary(CLI::App* app, Arguments* arguments)
     return command;
 }
 
-static bool RunList(const Arguments& arguments)
+static CLI::App* AddCheck(CLI::App* app, Arguments* arguments)
 {
-    return ListPackage(arguments.file);
+    CLI::App* command =
+        app->add_subcommand("check", "Tell all that is wrong with packages or source folders");
+    AddArgument(command, "PATH", &arguments->names, "Packages, or folders of sources")->required();
+    command->add_flag("--json", arguments->check.json, "Print one JSON object a path");
+    command->add_flag("--strict", arguments->check.isStrict, "Count warnings like errors");
+    command->add_option("--only", arguments->check.only, "Tell of these rules alone")
+        ->type_name("RULE,...")
+        ->delimiter(',')
+        ->expected(1)
+        ->take_all();
+    return command;
 }
 
-static bool RunExtract(const Arguments& arguments)
+static int ExitCode(bool isDone)
 {
-    return ExtractFromPackage(arguments.file, arguments.out, arguments.names);
+    return isDone ? kExitDone : kExitFailed;
 }
 
-static bool RunAdd(const Arguments& arguments)
+static int RunList(const Arguments& arguments)
 {
-    return AddToPackage(arguments.file, arguments.names);
+    return ExitCode(ListPackage(arguments.file));
 }
 
-static bool RunRemove(const Arguments& arguments)
+static int RunExtract(const Arguments& arguments)
 {
-    return RemoveFromPackage(arguments.file, arguments.names);
+    return ExitCode(ExtractFromPackage(arguments.file, arguments.out, arguments.names));
 }
 
-static bool RunCreate(const Arguments& arguments)
+static int RunAdd(const Arguments& arguments)
 {
-    return CreatePackage(arguments.file, arguments.names);
+    return ExitCode(AddToPackage(arguments.file, arguments.names));
 }
 
-static bool RunBuild(const Arguments& arguments)
+static int RunRemove(const Arguments& arguments)
 {
-    return BuildFolder(arguments.file, arguments.out, arguments.build);
+    return ExitCode(RemoveFromPackage(arguments.file, arguments.names));
 }
 
-static bool RunModel(const Arguments& arguments)
+static int RunCreate(const Arguments& arguments)
 {
-    return ConvertMeshFile(arguments.file, arguments.out, arguments.build.mesh);
+    return ExitCode(CreatePackage(arguments.file, arguments.names));
 }
 
-static bool RunCompress(const Arguments& arguments)
+static int RunBuild(const Arguments& arguments)
 {
-    return CompressFile(arguments.file, arguments.out);
+    return ExitCode(BuildFolder(arguments.file, arguments.out, arguments.build));
 }
 
-static bool RunDecompress(const Arguments& arguments)
+static int RunModel(const Arguments& arguments)
 {
-    return DecompressFile(arguments.file, arguments.out);
+    return ExitCode(ConvertMeshFile(arguments.file, arguments.out, arguments.build.mesh));
 }
 
-static bool RunTextures(const Arguments& arguments)
+static int RunCompress(const Arguments& arguments)
 {
-    return WriteTextures(arguments.file, arguments.out);
+    return ExitCode(CompressFile(arguments.file, arguments.out));
 }
 
-static bool RunVocabulary(const Arguments& arguments)
+static int RunDecompress(const Arguments& arguments)
 {
-    return PrintVocabulary(arguments.json ? VocabularyForm::Json : VocabularyForm::Text);
+    return ExitCode(DecompressFile(arguments.file, arguments.out));
+}
+
+static int RunTextures(const Arguments& arguments)
+{
+    return ExitCode(WriteTextures(arguments.file, arguments.out));
+}
+
+static int RunVocabulary(const Arguments& arguments)
+{
+    return ExitCode(PrintVocabulary(arguments.json ? VocabularyForm::Json : VocabularyForm::Text));
+}
+
+static int RunCheck(const Arguments& arguments)
+{
+    return CheckPaths(arguments.names, arguments.check);
 }
 
 struct CommandRow
 {
     CLI::App* (*add)(CLI::App* app, Arguments* arguments);
-    bool (*run)(const Arguments& arguments);
+    int (*run)(const Arguments& arguments); // the exit code
 };
 
 static constexpr CommandRow kCommands[] = {
     {AddList, RunList},         {AddExtract, RunExtract},       {AddAdd, RunAdd},
     {AddRemove, RunRemove},     {AddCreate, RunCreate},         {AddBuild, RunBuild},
     {AddModel, RunModel},       {AddCompress, RunCompress},     {AddDecompress, RunDecompress},
-    {AddTextures, RunTextures}, {AddVocabulary, RunVocabulary},
+    {AddTextures, RunTextures}, {AddVocabulary, RunVocabulary}, {AddCheck, RunCheck},
 };
 
 /// The library gives "[a,b]", "{}" and "%%" meanings of their own, and may take arguments after
@@ -298,7 +325,7 @@ int RunCommandLine(int argc, const char* const* argv)
     {
         if (commands[i]->parsed())
         {
-            return kCommands[i].run(arguments) ? kExitDone : kExitFailed;
+            return kCommands[i].run(arguments);
         }
     }
     return ReportUsage("no command is given");

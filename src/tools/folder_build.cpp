@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <dirent.h>
 #include <fnmatch.h>
@@ -179,8 +180,8 @@ static bool MakeEntry(const std::string& path, const SourceFile& source,
         return ConvertMesh(path, options.mesh, Printable(source.entryName), entry);
     }
     Bytes text;
-    return ReadWholeFile(path, kLargestText, &text) && CheckDocument(path, text) &&
-           PackContainer(text, entry);
+    return ReadWholeFile(path, kLargestText, &text) &&
+           (options.takesAnyText || CheckDocument(path, text)) && PackContainer(text, entry);
 }
 
 /// Names both sources that would become one entry.
@@ -226,34 +227,46 @@ static bool MakeEntries(const std::string& folder, const std::vector<SourceFile>
     return PlaceEntries(plan);
 }
 
-bool BuildFolder(const std::string& folder, const std::string& package, const BuildOptions& options)
+bool PackFolder(const std::string& folder, const std::string& package, const BuildOptions& options,
+                PackedFolder* packed)
 {
     std::vector<SourceFile> sources;
     std::vector<Bytes> entries;
-    std::vector<PlannedEntry> plan;
     if (!ListSources(folder, package, options, &sources) || !CheckEntryNames(sources) ||
-        !MakeEntries(folder, sources, options, &entries, &plan))
+        !MakeEntries(folder, sources, options, &entries, &packed->plan))
     {
         return false;
     }
 
     FaultList faults;
     StartFaults(&faults);
-    PackageBytes bytes = {};
-    PackageWriter writer = BeginPackage(&bytes, static_cast<uint32_t>(entries.size()), &faults);
+    packed->package = {};
+    PackageWriter writer =
+        BeginPackage(&packed->package, static_cast<uint32_t>(entries.size()), &faults);
     for (size_t i = 0; i < entries.size(); ++i)
     {
-        PutPackageEntry(&writer, plan[i].name.c_str(), entries[i].data(),
+        PutPackageEntry(&writer, packed->plan[i].name.c_str(), entries[i].data(),
                         static_cast<uint32_t>(entries[i].size()));
         entries[i] = {};
     }
     const bool isPut = EndPackage(&writer);
     ReportFaults(&faults);
+    return isPut;
+}
+
+bool BuildFolder(const std::string& folder, const std::string& package, const BuildOptions& options)
+{
+    PackedFolder packed = {};
+    if (!PackFolder(folder, package, options, &packed))
+    {
+        free(packed.package.bytes);
+        return false;
+    }
     // Put together before the package is in its place: nothing may fail after that.
-    const std::string line = Printable(package) + ": " + std::to_string(plan.size()) +
-                             (plan.size() == 1 ? " entry, " : " entries, ") +
-                             std::to_string(bytes.size) + " bytes\n";
-    if (!isPut || !WritePackage(package, plan, &bytes))
+    const std::string line = Printable(package) + ": " + std::to_string(packed.plan.size()) +
+                             (packed.plan.size() == 1 ? " entry, " : " entries, ") +
+                             std::to_string(packed.package.size) + " bytes\n";
+    if (!WritePackage(package, packed.plan, &packed.package))
     {
         return false;
     }

@@ -1,6 +1,6 @@
-#include <iterator>
-
 #include "record/player_run.h"
+
+#include <iterator>
 
 ScriptedMouse ResolutionRow(uint32_t index)
 {

@@ -171,10 +171,11 @@ static std::vector<RecipeReference> RecipeReferences(const VocabularyRow* row)
     return references;
 }
 
-static void TellMissingReference(ReferenceWalk* walk, const TiXmlBase* node,
+/// @param severity   a note where the document says 0, which means none
+static void TellMissingReference(ReferenceWalk* walk, Severity severity, const TiXmlBase* node,
                                  const RecipeReference& reference, const VocabularyRow* row)
 {
-    AddFinding(&walk->spot, Severity::kWarning, Rule::kMissingReference, node,
+    AddFinding(&walk->spot, severity, Rule::kMissingReference, node,
                FormatText("the recipe \"%s\" takes a %s, and the material names none", row->name,
                           reference.name))
         ->cure = FormatText("add <%s value=\"ID\"/>",
@@ -215,14 +216,14 @@ static void FollowRecipe(ReferenceWalk* walk, const TiXmlElement* item, const Vo
         const uint32_t id = AttributeId(children[i], "value");
         if (id == 0)
         {
-            TellMissingReference(walk, children[i], references[i], row);
+            TellMissingReference(walk, Severity::kNote, children[i], references[i], row);
             continue;
         }
         FollowId(walk, AttributeNode(children[i], "value"), references[i].section, id);
     }
     for (size_t i = children.size(); i < references.size(); ++i)
     {
-        TellMissingReference(walk, item, references[i], row);
+        TellMissingReference(walk, Severity::kWarning, item, references[i], row);
     }
 }
 

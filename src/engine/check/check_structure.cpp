@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -494,6 +496,8 @@ static void CheckCount(StructureWalk* walk, const TiXmlBase* node, const Vocabul
     {
         return;
     }
+    // Materials give all four numbers of a color, whether the recipe looks at alpha or not.
+    const uint32_t free = walk->spot.section == Section::kMaterials ? 4 : 0;
     const uint32_t wanted = CountParamNumbers(row);
     if (count < wanted)
     {
@@ -503,7 +507,7 @@ static void CheckCount(StructureWalk* walk, const TiXmlBase* node, const Vocabul
             ->cure =
             FormatText("numbers that are not given count as %g", static_cast<double>(absent));
     }
-    else if (count > wanted)
+    else if (count > std::max(wanted, free))
     {
         Tell(walk, Severity::kNote, Rule::kParameterCount, node,
              FormatText("\"%s\" takes %u numbers, and never looks at %u more", row->name, wanted,
@@ -526,8 +530,10 @@ static void CheckRange(StructureWalk* walk, const TiXmlBase* node, const Vocabul
                                                "counts as 0",
                                                "leaves the number before",
                                                ""};
-    const bool isHeld = param.past == PastRange::Holds;
-    Tell(walk, isHeld ? Severity::kNote : Severity::kWarning, Rule::kParameterOutOfRange, node,
+    const bool isPlain =
+        param.past == PastRange::Holds || // and integers that come round are offsets
+        (param.past == PastRange::Wraps && param.kind != ParamKind::Color);
+    Tell(walk, isPlain ? Severity::kNote : Severity::kWarning, Rule::kParameterOutOfRange, node,
          FormatText("\"%s\" is %g, outside %g to %g: it %s", param.name, static_cast<double>(value),
                     static_cast<double>(param.least), static_cast<double>(param.most),
                     kEffects[static_cast<size_t>(param.past)]));
@@ -774,12 +780,6 @@ static void TellFaults(StructureWalk* walk, Section section, uint32_t item)
 
 // ---- Sections
 
-static bool HasFailedItem(const CheckedDocument* checked, Section section, uint32_t item)
-{
-    const std::vector<uint8_t>& failed = checked->failed[static_cast<size_t>(section)];
-    return item <= failed.size() && failed[item - 1] != 0;
-}
-
 static void CheckItem(StructureWalk* walk, const TiXmlNode* node)
 {
     walk->errors = 0;
@@ -788,7 +788,10 @@ static void CheckItem(StructureWalk* walk, const TiXmlNode* node)
     if (item != nullptr)
     {
         CheckElement(walk, item, *FindVocabularySection(walk->spot.section)->item, 0);
-        CheckItemParams(walk, item);
+        if (walk->errors == 0) // else numbers may stand in other places than they should
+        {
+            CheckItemParams(walk, item);
+        }
     }
     if (walk->isRefused)
     {

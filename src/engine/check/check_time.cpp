@@ -42,7 +42,7 @@ static void CheckSpline(const Spot* spot, const TiXmlNode* node, const float* pa
                               static_cast<double>(params[0])));
     }
     uint32_t last = kSplinePoints; // the points that are no padding at the end
-    while (last > 1 && params[2 * last - 2] == 0.0f && params[2 * last - 1] == 0.0f)
+    while (last > 1 && params[2 * last - 2] == 0.0f)
     {
         --last;
     }
@@ -151,6 +151,7 @@ static void CheckClip(const PlacedClip* placed, uint32_t start, uint32_t end)
     }
     const uint32_t sceneId = timeline->sceneId[placed->row][placed->clip];
     if (GetObject(sceneId, checked->document.scenes) != nullptr &&
+        !HasFailedItem(checked, Section::kScenes, sceneId) &&
         !DrawsSomething(&checked->document, sceneId))
     {
         AddFinding(&placed->spot, Severity::kWarning, Rule::kEmptyClip, placed->node,
@@ -183,7 +184,8 @@ static TimelineEnd CheckRows(CheckContext* context, CheckedDocument* checked)
                 {context, checked, Section::kTimeline, r + 1, c + 1, nullptr}, node, r, c};
             const uint32_t end = time + timeline->spaceBefore[r][c] + timeline->length[r][c];
             CheckClip(&placed, time + timeline->spaceBefore[r][c], end);
-            if (timeline->sceneId[r][c] != 0 && end > last.tick)
+            const bool isFound = timeline->clipEnd[r][c] == end;
+            if (timeline->sceneId[r][c] != 0 && isFound && end > last.tick)
             {
                 last = {end, node, placed.spot};
             }
@@ -233,5 +235,9 @@ void CheckTime(CheckContext* context, CheckedDocument* checked)
 {
     CheckEnvelopes(context, checked);
     const TimelineEnd last = CheckRows(context, checked);
+    if (!checked->failed[static_cast<size_t>(Section::kTimeline)].empty())
+    {
+        return; // rows end where their readers failed
+    }
     checked->isDemo ? CheckEnd(checked, last) : CheckLoadingEnd(last);
 }

@@ -95,3 +95,9 @@ const ObjectTable* TableOf(const DemoDocument* document, Section section)
     const int32_t number = static_cast<int32_t>(section);
     return number < 0 || number >= kSectionCount ? nullptr : tables[number];
 }
+
+bool HasFailedItem(const CheckedDocument* checked, Section section, uint32_t item)
+{
+    const std::vector<uint8_t>& failed = checked->failed[static_cast<size_t>(section)];
+    return item <= failed.size() && failed[item - 1] != 0;
+}

@@ -24,7 +24,7 @@ struct CheckedDocument
     uint32_t layerCount;
     std::vector<uint8_t> usedLayers;          // [id]
     std::vector<uint8_t> used[kSectionCount]; // [id - 1], something names the item
-    std::vector<std::string> images[2];       // names of files: models, bitmaps
+
     PlayResult played;
 };
 
@@ -86,6 +86,9 @@ void CheckPictures(CheckContext* context, CheckedDocument* checked);
 
 /// The package's directory, and the music.
 void CheckPackage(CheckContext* context, const char* musicFolder);
+
+/// @return whether the reader of an item met a fault
+bool HasFailedItem(const CheckedDocument* checked, Section section, uint32_t item);
 
 /// @return the attribute of an element, for its place; the element itself where it has none
 const TiXmlBase* AttributeNode(const TiXmlElement* element, const char* name);

@@ -442,6 +442,27 @@ static bool WalkClip(PlayWalk* walk, uint32_t row, uint32_t clip, uint32_t local
     return true;
 }
 
+/// The target that a frame draws into.
+struct WalkTarget
+{
+    bool isOpen;
+    uint32_t row;
+    uint32_t clip;
+};
+
+static void WalkTargets(const Timeline* timeline, uint32_t row, uint32_t clip, WalkTarget* target)
+{
+    const int32_t pass = timeline->passKind[row][clip];
+    if (pass == kPassSimple || pass == kPassClearDepth)
+    {
+        target->isOpen = false;
+    }
+    else if (HasTarget(pass) && timeline->passParams[row][clip][0] != 0.0f)
+    {
+        *target = {true, row, clip};
+    }
+}
+
 /// @return whether the frame draws a scene
 static bool WalkFrame(PlayWalk* walk, uint32_t tick, PlayResult* result)
 {
@@ -452,6 +473,7 @@ static bool WalkFrame(PlayWalk* walk, uint32_t tick, PlayResult* result)
     }
     const uint32_t second = std::min(tick / kTicksPerSecond, kTimelineSeconds - 1);
     bool draws = false;
+    WalkTarget target = {};
     for (uint32_t row = 0; row < kTimelineRows; ++row)
     {
         uint32_t clip = 0;
@@ -459,7 +481,14 @@ static bool WalkFrame(PlayWalk* walk, uint32_t tick, PlayResult* result)
         if (timeline->clipCount[row] != 0 && FindClip(timeline, row, second, tick, &clip, &local))
         {
             draws = WalkClip(walk, row, clip, local, result) || draws;
+            WalkTargets(timeline, row, clip, &target);
         }
+    }
+    if (target.isOpen && result->openTick == kNoTick)
+    {
+        result->openTick = tick;
+        result->openRow = target.row;
+        result->openClip = target.clip;
     }
     return draws;
 }
@@ -546,6 +575,7 @@ static void StartWalk(const DemoDocument* document, PlayWalk* walk, PlayResult* 
 {
     *walk = {};
     *result = {};
+    result->openTick = kNoTick;
     walk->document = document;
     StartState(document, &walk->state);
     for (uint32_t row = 0; row < kTimelineRows; ++row)

@@ -43,7 +43,12 @@ struct PlayResult
     bool hasEnd;      // there is one among the ticks that are walked
     std::vector<uint8_t> seenClips[kTimelineRows]; // [clip], whether a frame shows it
     std::vector<uint8_t> drawnScenes;              // [id - 1], the same
+    uint32_t openTick; // the first frame that ends inside a target; kNoTick if there is none
+    uint32_t openRow;  // from 0, the row that opened it
+    uint32_t openClip; // from 0, its clip
 };
+
+inline constexpr uint32_t kNoTick = 0xFFFFFFFF;
 
 /// Walks the demo from tick 0 to the tick that ends it.
 /// @param document   read; items whose reading failed hold what was read of them
