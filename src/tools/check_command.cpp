@@ -400,13 +400,6 @@ bool CheckPacked(const std::string& folder, const unsigned char* bytes, size_t s
     const CheckRequest request = {nullptr, bytes, size, folder.c_str()};
     CheckPiece(&request, &checked.result);
     FindingList* findings = &checked.result.findings;
-    for (Finding& finding : *findings)
-    {
-        if (finding.rule == Rule::kMissingDocument)
-        {
-            finding.severity = Severity::kWarning; // a package of other things is none of a mistake
-        }
-    }
     std::erase_if(*findings,
                   [](const Finding& finding) { return finding.severity == Severity::kNote; });
     PrintFindings(checked);

@@ -31,5 +31,5 @@ int CheckPaths(const std::vector<std::string>& paths, const CheckOptions& option
 
 /// A package in memory, as `dpk build` checks it: prints errors and warnings, and no verdict.
 /// @param folder   that it was made of, for the places of findings and for the module
-/// @return whether it has no error. A package without documents is only told of.
+/// @return whether it has no error
 bool CheckPacked(const std::string& folder, const unsigned char* bytes, size_t size);

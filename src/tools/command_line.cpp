@@ -10,6 +10,7 @@
 #include "tools/folder_build.h"
 #include "tools/mesh_import.h"
 #include "tools/package_commands.h"
+#include "tools/piece_script.h"
 #include "tools/report.h"
 #include "tools/textures_command.h"
 #include "tools/vocabulary_command.h"
@@ -19,6 +20,7 @@ struct Arguments
 {
     std::string file;
     std::string out = ".";          // where nothing has to be given
+    std::string package;            // of a build; empty for one named after its folder
     std::vector<std::string> names; // entries, or paths
     BuildOptions build;
     bool json = false;
@@ -81,17 +83,26 @@ static CLI::App* AddCreate(CLI::App* app, Arguments* arguments)
     return command;
 }
 
+static CLI::App* AddNew(CLI::App* app, Arguments* arguments)
+{
+    CLI::App* command =
+        app->add_subcommand("new", "Make a folder with a piece in Python that plays");
+    AddArgument(command, "DIR", &arguments->file, "The folder")->required();
+    return command;
+}
+
 static CLI::App* AddBuild(CLI::App* app, Arguments* arguments)
 {
     CLI::App* command = app->add_subcommand("build", "Make a package of a folder of sources");
     AddArgument(command, "DIR", &arguments->file, "The folder")->required();
-    command->add_option("-o,--output", arguments->out, "The package")
+    command->add_option("-o,--output", arguments->package, "The package")
         ->type_name("FILE")
-        ->required();
+        ->default_str("DIR/NAME.dpk");
     command->add_option("--ignore", arguments->build.ignored, "Leave out files of this pattern")
         ->type_name("PATTERN")
         ->expected(1)
         ->take_all();
+    command->add_flag("--force", arguments->build.isForced, "Pack in spite of errors");
     AddFlipOption(command, arguments);
     return command;
 }
@@ -156,64 +167,71 @@ static CLI::App* AddCheck(CLI::App* app, Arguments* arguments)
     return command;
 }
 
-static int ExitCode(bool isDone)
+static bool RunList(const Arguments& arguments)
 {
-    return isDone ? kExitDone : kExitFailed;
+    return ListPackage(arguments.file);
 }
 
-static int RunList(const Arguments& arguments)
+static bool RunExtract(const Arguments& arguments)
 {
-    return ExitCode(ListPackage(arguments.file));
+    return ExtractFromPackage(arguments.file, arguments.out, arguments.names);
 }
 
-static int RunExtract(const Arguments& arguments)
+static bool RunAdd(const Arguments& arguments)
 {
-    return ExitCode(ExtractFromPackage(arguments.file, arguments.out, arguments.names));
+    return AddToPackage(arguments.file, arguments.names);
 }
 
-static int RunAdd(const Arguments& arguments)
+static bool RunRemove(const Arguments& arguments)
 {
-    return ExitCode(AddToPackage(arguments.file, arguments.names));
+    return RemoveFromPackage(arguments.file, arguments.names);
 }
 
-static int RunRemove(const Arguments& arguments)
+static bool RunCreate(const Arguments& arguments)
 {
-    return ExitCode(RemoveFromPackage(arguments.file, arguments.names));
+    return CreatePackage(arguments.file, arguments.names);
 }
 
-static int RunCreate(const Arguments& arguments)
+static bool RunBuild(const Arguments& arguments)
 {
-    return ExitCode(CreatePackage(arguments.file, arguments.names));
+    if (HasPieceScript(arguments.file) && !RunPieceScript(arguments.file))
+    {
+        return false;
+    }
+    return BuildFolder(arguments.file,
+                       arguments.package.empty() ? PackageOfFolder(arguments.file)
+                                                 : arguments.package,
+                       arguments.build);
 }
 
-static int RunBuild(const Arguments& arguments)
+static bool RunNew(const Arguments& arguments)
 {
-    return ExitCode(BuildFolder(arguments.file, arguments.out, arguments.build));
+    return MakePieceFolder(arguments.file);
 }
 
-static int RunModel(const Arguments& arguments)
+static bool RunModel(const Arguments& arguments)
 {
-    return ExitCode(ConvertMeshFile(arguments.file, arguments.out, arguments.build.mesh));
+    return ConvertMeshFile(arguments.file, arguments.out, arguments.build.mesh);
 }
 
-static int RunCompress(const Arguments& arguments)
+static bool RunCompress(const Arguments& arguments)
 {
-    return ExitCode(CompressFile(arguments.file, arguments.out));
+    return CompressFile(arguments.file, arguments.out);
 }
 
-static int RunDecompress(const Arguments& arguments)
+static bool RunDecompress(const Arguments& arguments)
 {
-    return ExitCode(DecompressFile(arguments.file, arguments.out));
+    return DecompressFile(arguments.file, arguments.out);
 }
 
-static int RunTextures(const Arguments& arguments)
+static bool RunTextures(const Arguments& arguments)
 {
-    return ExitCode(WriteTextures(arguments.file, arguments.out));
+    return WriteTextures(arguments.file, arguments.out);
 }
 
-static int RunVocabulary(const Arguments& arguments)
+static bool RunVocabulary(const Arguments& arguments)
 {
-    return ExitCode(PrintVocabulary(arguments.json ? VocabularyForm::Json : VocabularyForm::Text));
+    return PrintVocabulary(arguments.json ? VocabularyForm::Json : VocabularyForm::Text);
 }
 
 static int RunCheck(const Arguments& arguments)
@@ -224,14 +242,24 @@ static int RunCheck(const Arguments& arguments)
 struct CommandRow
 {
     CLI::App* (*add)(CLI::App* app, Arguments* arguments);
-    int (*run)(const Arguments& arguments); // the exit code
+    bool (*run)(const Arguments& arguments); // null where the exit code is not done or failed
+    int (*tell)(const Arguments& arguments) = nullptr; // tells the exit code
 };
 
 static constexpr CommandRow kCommands[] = {
-    {AddList, RunList},         {AddExtract, RunExtract},       {AddAdd, RunAdd},
-    {AddRemove, RunRemove},     {AddCreate, RunCreate},         {AddBuild, RunBuild},
-    {AddModel, RunModel},       {AddCompress, RunCompress},     {AddDecompress, RunDecompress},
-    {AddTextures, RunTextures}, {AddVocabulary, RunVocabulary}, {AddCheck, RunCheck},
+    {AddList, RunList},
+    {AddExtract, RunExtract},
+    {AddAdd, RunAdd},
+    {AddRemove, RunRemove},
+    {AddCreate, RunCreate},
+    {AddBuild, RunBuild},
+    {AddNew, RunNew},
+    {AddModel, RunModel},
+    {AddCompress, RunCompress},
+    {AddDecompress, RunDecompress},
+    {AddTextures, RunTextures},
+    {AddVocabulary, RunVocabulary},
+    {AddCheck, nullptr, RunCheck},
 };
 
 /// The library gives "[a,b]", "{}" and "%%" meanings of their own, and may take arguments after
@@ -275,6 +303,7 @@ static void UnmarkArguments(Arguments* arguments)
 {
     Unmark(&arguments->file);
     Unmark(&arguments->out);
+    Unmark(&arguments->package);
     for (std::string& name : arguments->names)
     {
         Unmark(&name);
@@ -325,7 +354,11 @@ int RunCommandLine(int argc, const char* const* argv)
     {
         if (commands[i]->parsed())
         {
-            return kCommands[i].run(arguments);
+            if (kCommands[i].tell != nullptr)
+            {
+                return kCommands[i].tell(arguments);
+            }
+            return kCommands[i].run(arguments) ? kExitDone : kExitFailed;
         }
     }
     return ReportUsage("no command is given");

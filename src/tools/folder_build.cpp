@@ -12,6 +12,7 @@
 
 #include "engine/data/document_text.h"
 #include "engine/data/package_tools.h"
+#include "tools/check_command.h"
 #include "tools/container.h"
 #include "tools/package_commands.h"
 #include "tools/report.h"
@@ -254,11 +255,26 @@ bool PackFolder(const std::string& folder, const std::string& package, const Bui
     return isPut;
 }
 
+/// A folder without a demo is no piece yet, and there is nothing to check.
+static bool PassesCheck(const std::string& folder, const PackedFolder& packed)
+{
+    const bool hasDemo =
+        std::any_of(packed.plan.begin(), packed.plan.end(),
+                    [](const PlannedEntry& entry) { return entry.name == "demo.xmlz"; });
+    return !hasDemo || CheckPacked(folder, packed.package.bytes, packed.package.size);
+}
+
 bool BuildFolder(const std::string& folder, const std::string& package, const BuildOptions& options)
 {
     PackedFolder packed = {};
     if (!PackFolder(folder, package, options, &packed))
     {
+        free(packed.package.bytes);
+        return false;
+    }
+    if (!PassesCheck(folder, packed) && !options.isForced)
+    {
+        ReportError("%s: it is not packed; --force packs it as it is", Printable(folder).c_str());
         free(packed.package.bytes);
         return false;
     }

@@ -22,6 +22,7 @@ struct BuildOptions
 {
     std::vector<std::string> ignored; // shell patterns of file names to leave out as well
     MeshOptions mesh;
+    bool isForced;     // packs what a check refuses
     bool takesAnyText; // packs documents that do not parse as they are, for whoever tells why
 };
 
@@ -40,6 +41,7 @@ bool PackFolder(const std::string& folder, const std::string& package, const Bui
 
 /// Builds a package, over an old one, and prints the lines of ConvertMesh for each mesh, then one
 /// with the number of entries and bytes.
+/// A folder with a demo is checked first: errors and warnings are printed, and errors end it.
 /// @return false after an error line; the old package is untouched then
 bool BuildFolder(const std::string& folder, const std::string& package,
                  const BuildOptions& options);

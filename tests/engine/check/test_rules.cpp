@@ -1,7 +1,9 @@
 // Each rule from both sides: a document without a mistake has no finding, and one change of it has
 // the finding of the rule, at its line.
 #include <algorithm>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <set>
 #include <string>
 #include <vector>
@@ -272,6 +274,35 @@ TEST_F(RulesTest, PackagesHaveTheirMistakesTold)
     EXPECT_TRUE(Has(CheckBytes(cut), Rule::kDamagedEntry, kWarn, 0));
 }
 
+TEST_F(RulesTest, WhatCantBeOpenedOrIsTooLargeIsAnError)
+{
+    const CheckRequest request = {"/dev/null", nullptr, 0, nullptr};
+    CheckResult result;
+    CheckPiece(&request, &result);
+    EXPECT_TRUE(Has(result, Rule::kUnreadablePackage, kError, 0)) << Lines(result);
+    const std::string claims("\xff\xff\xff\x7f", 4);
+    EXPECT_TRUE(Has(CheckEntry({"square.model", claims}), Rule::kTooLarge, kError, 9));
+}
+
+TEST_F(RulesTest, AnEntryThatNoReaderFindsIsTold)
+{
+    std::vector<PackageEntry> entries = BaseEntries();
+    entries.push_back({"large", std::string(size_t{1} << 24, 'x')});
+    entries.push_back({std::string(32, 'n'), "data"});
+    EXPECT_TRUE(Has(CheckBytes(MakePackage(entries)), Rule::kUnreachableEntry, kWarn, 0));
+}
+
+TEST_F(RulesTest, TwoTexturesOnOneSetAreTold)
+{
+    const std::string text = Changed(
+        "<materials>", "type=\"15\"", "type=\"8\"",
+        Changed("<materials>",
+                "<p type=\"static\" value=\"1\"/><texture value=\"1\"/></material>\n</materials>",
+                "<p type=\"static\" value=\"1\"/><p type=\"static\" value=\"1\"/><texture "
+                "value=\"1\"/><texture value=\"1\"/></material>\n</materials>"));
+    EXPECT_TRUE(Has(CheckDemo(text), Rule::kOneCoordinateSet, kNote, 0));
+}
+
 TEST_F(RulesTest, ALoadingDocumentEndsAtTick100)
 {
     std::vector<PackageEntry> entries = BaseEntries();
@@ -356,6 +387,44 @@ TEST_F(RulesTest, AllMistakesOfADocumentAreTold)
               "demo.xmlz:69:11: error: scene 5 does not exist; there is 1 [dangling-reference]\n"
               "demo.xmlz:72:26: warning: \"6o\" goes on after its number, and counts as 6 "
               "[rubbish-after-number]\n");
+}
+
+/// Rules that have a test of their own here.
+static constexpr Rule kTestedAlone[] = {
+    Rule::kUnreadablePackage, Rule::kMissingDocument, Rule::kDoubledEntry,
+    Rule::kUnreachableEntry,  Rule::kUnnamedEntry,    Rule::kGreyBitmap,
+    Rule::kOddSides,          Rule::kNoCoordinates,   Rule::kBitmapWithoutAlpha,
+    Rule::kOneCoordinateSet,  Rule::kNoNormals,       Rule::kFlatTriangles,
+    Rule::kTargetNotShown,    Rule::kHiddenClip,      Rule::kEarlyEnd,
+    Rule::kLoadingLength,     Rule::kTooLarge,        Rule::kSize,
+};
+
+TEST(RuleNames, AllHaveATest)
+{
+    std::set<Rule> tested(std::begin(kTestedAlone), std::end(kTestedAlone));
+    for (const DocumentCase& c : kCases)
+    {
+        tested.insert(c.rule);
+    }
+    EXPECT_EQ(tested.size(), kRuleCount);
+}
+
+TEST(RuleNames, AreThoseOfThePage)
+{
+    std::ifstream page(RULES_PAGE);
+    std::vector<std::string> names;
+    for (std::string line; std::getline(page, line);)
+    {
+        if (line.rfind("### ", 0) == 0)
+        {
+            names.push_back(line.substr(4));
+        }
+    }
+    ASSERT_EQ(names.size(), kRuleCount);
+    for (uint32_t i = 0; i < kRuleCount; ++i)
+    {
+        EXPECT_EQ(names[i], RuleName(static_cast<Rule>(i)));
+    }
 }
 
 TEST(RuleNames, AreAllDifferentAndFound)
