@@ -321,17 +321,45 @@ static int ReportUsage(std::string what)
     return kExitUsage;
 }
 
+/// The command that a mistyped one was probably meant to be; null if there is none near, or if the
+/// first argument is a command or an option.
+static const char* MeantCommand(int argc, const char* const* argv,
+                                const std::vector<CLI::App*>& commands)
+{
+    if (argc < 2 || argv[1][0] == '-')
+    {
+        return nullptr;
+    }
+    std::vector<const char*> names;
+    for (const CLI::App* command : commands)
+    {
+        if (command->get_name() == argv[1])
+        {
+            return nullptr;
+        }
+        names.push_back(command->get_name().c_str());
+    }
+    return FindNearest(argv[1], names);
+}
+
 int RunCommandLine(int argc, const char* const* argv)
 {
     Arguments arguments = {};
     CLI::App app("Writes, reads and takes apart the packages that quorvale plays.", "dpk");
-    app.set_version_flag("--version", "dpk " DPK_VERSION);
+    app.set_version_flag("-V,--version", "dpk " DPK_VERSION);
     app.require_subcommand(0, 1); // none is met below: the library's own line hides unknown ones
 
     std::vector<CLI::App*> commands;
     for (const CommandRow& row : kCommands)
     {
         commands.push_back(row.add(&app, &arguments));
+    }
+
+    const char* meant = MeantCommand(argc, argv, commands);
+    if (meant != nullptr)
+    {
+        return ReportUsage(std::string("there is no command \"") + argv[1] +
+                           "\", the nearest is \"" + meant + "\"");
     }
 
     // The library speaks by exceptions, help and version included; no other file sees them.
