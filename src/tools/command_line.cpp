@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/check_command.h"
 #include "tools/container.h"
 #include "tools/folder_build.h"
 #include "tools/mesh_import.h"
@@ -23,6 +24,7 @@ struct Arguments
     std::vector<std::string> names; // entries, or paths
     BuildOptions build;
     bool json = false;
+    CheckOptions check = {};
 };
 
 /// An argument that is known by its place: FILE, NAME and so on.
@@ -100,6 +102,7 @@ static CLI::App* AddBuild(CLI::App* app, Arguments* arguments)
         ->type_name("PATTERN")
         ->expected(1)
         ->take_all();
+    command->add_flag("--force", arguments->build.isForced, "Pack in spite of errors");
     AddFlipOption(command, arguments);
     return command;
 }
@@ -146,6 +149,21 @@ static CLI::App* AddVocabulary(CLI::App* app, Arguments* arguments)
     CLI::App* command = app->add_subcommand(
         "vocabulary", "Print what documents can say: names, numbers, parameters, limits");
     command->add_flag("--json", arguments->json, "Print one JSON object, for programs");
+    return command;
+}
+
+static CLI::App* AddCheck(CLI::App* app, Arguments* arguments)
+{
+    CLI::App* command =
+        app->add_subcommand("check", "Tell all that is wrong with packages or source folders");
+    AddArgument(command, "PATH", &arguments->names, "Packages, or folders of sources")->required();
+    command->add_flag("--json", arguments->check.json, "Print one JSON object a path");
+    command->add_flag("--strict", arguments->check.isStrict, "Count warnings like errors");
+    command->add_option("--only", arguments->check.only, "Tell of these rules alone")
+        ->type_name("RULE,...")
+        ->delimiter(',')
+        ->expected(1)
+        ->take_all();
     return command;
 }
 
@@ -216,19 +234,32 @@ static bool RunVocabulary(const Arguments& arguments)
     return PrintVocabulary(arguments.json ? VocabularyForm::Json : VocabularyForm::Text);
 }
 
+static int RunCheck(const Arguments& arguments)
+{
+    return CheckPaths(arguments.names, arguments.check);
+}
+
 struct CommandRow
 {
     CLI::App* (*add)(CLI::App* app, Arguments* arguments);
-    bool (*run)(const Arguments& arguments);
+    bool (*run)(const Arguments& arguments); // null where the exit code is not done or failed
+    int (*tell)(const Arguments& arguments) = nullptr; // tells the exit code
 };
 
 static constexpr CommandRow kCommands[] = {
-    {AddList, RunList},         {AddExtract, RunExtract},
-    {AddAdd, RunAdd},           {AddRemove, RunRemove},
-    {AddCreate, RunCreate},     {AddBuild, RunBuild},
-    {AddNew, RunNew},           {AddModel, RunModel},
-    {AddCompress, RunCompress}, {AddDecompress, RunDecompress},
-    {AddTextures, RunTextures}, {AddVocabulary, RunVocabulary},
+    {AddList, RunList},
+    {AddExtract, RunExtract},
+    {AddAdd, RunAdd},
+    {AddRemove, RunRemove},
+    {AddCreate, RunCreate},
+    {AddBuild, RunBuild},
+    {AddNew, RunNew},
+    {AddModel, RunModel},
+    {AddCompress, RunCompress},
+    {AddDecompress, RunDecompress},
+    {AddTextures, RunTextures},
+    {AddVocabulary, RunVocabulary},
+    {AddCheck, nullptr, RunCheck},
 };
 
 /// The library gives "[a,b]", "{}" and "%%" meanings of their own, and may take arguments after
@@ -290,17 +321,45 @@ static int ReportUsage(std::string what)
     return kExitUsage;
 }
 
+/// The command that a mistyped one was probably meant to be; null if there is none near, or if the
+/// first argument is a command or an option.
+static const char* MeantCommand(int argc, const char* const* argv,
+                                const std::vector<CLI::App*>& commands)
+{
+    if (argc < 2 || argv[1][0] == '-')
+    {
+        return nullptr;
+    }
+    std::vector<const char*> names;
+    for (const CLI::App* command : commands)
+    {
+        if (command->get_name() == argv[1])
+        {
+            return nullptr;
+        }
+        names.push_back(command->get_name().c_str());
+    }
+    return FindNearest(argv[1], names);
+}
+
 int RunCommandLine(int argc, const char* const* argv)
 {
     Arguments arguments = {};
     CLI::App app("Writes, reads and takes apart the packages that quorvale plays.", "dpk");
-    app.set_version_flag("--version", "dpk " DPK_VERSION);
+    app.set_version_flag("-V,--version", "dpk " DPK_VERSION);
     app.require_subcommand(0, 1); // none is met below: the library's own line hides unknown ones
 
     std::vector<CLI::App*> commands;
     for (const CommandRow& row : kCommands)
     {
         commands.push_back(row.add(&app, &arguments));
+    }
+
+    const char* meant = MeantCommand(argc, argv, commands);
+    if (meant != nullptr)
+    {
+        return ReportUsage(std::string("there is no command \"") + argv[1] +
+                           "\", the nearest is \"" + meant + "\"");
     }
 
     // The library speaks by exceptions, help and version included; no other file sees them.
@@ -323,6 +382,10 @@ int RunCommandLine(int argc, const char* const* argv)
     {
         if (commands[i]->parsed())
         {
+            if (kCommands[i].tell != nullptr)
+            {
+                return kCommands[i].tell(arguments);
+            }
             return kCommands[i].run(arguments) ? kExitDone : kExitFailed;
         }
     }

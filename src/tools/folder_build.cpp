@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <dirent.h>
 #include <fnmatch.h>
@@ -11,6 +12,7 @@
 
 #include "engine/data/document_text.h"
 #include "engine/data/package_tools.h"
+#include "tools/check_command.h"
 #include "tools/container.h"
 #include "tools/package_commands.h"
 #include "tools/report.h"
@@ -179,8 +181,8 @@ static bool MakeEntry(const std::string& path, const SourceFile& source,
         return ConvertMesh(path, options.mesh, Printable(source.entryName), entry);
     }
     Bytes text;
-    return ReadWholeFile(path, kLargestText, &text) && CheckDocument(path, text) &&
-           PackContainer(text, entry);
+    return ReadWholeFile(path, kLargestText, &text) &&
+           (options.takesAnyText || CheckDocument(path, text)) && PackContainer(text, entry);
 }
 
 /// Names both sources that would become one entry.
@@ -226,34 +228,61 @@ static bool MakeEntries(const std::string& folder, const std::vector<SourceFile>
     return PlaceEntries(plan);
 }
 
-bool BuildFolder(const std::string& folder, const std::string& package, const BuildOptions& options)
+bool PackFolder(const std::string& folder, const std::string& package, const BuildOptions& options,
+                PackedFolder* packed)
 {
     std::vector<SourceFile> sources;
     std::vector<Bytes> entries;
-    std::vector<PlannedEntry> plan;
     if (!ListSources(folder, package, options, &sources) || !CheckEntryNames(sources) ||
-        !MakeEntries(folder, sources, options, &entries, &plan))
+        !MakeEntries(folder, sources, options, &entries, &packed->plan))
     {
         return false;
     }
 
     FaultList faults;
     StartFaults(&faults);
-    PackageBytes bytes = {};
-    PackageWriter writer = BeginPackage(&bytes, static_cast<uint32_t>(entries.size()), &faults);
+    packed->package = {};
+    PackageWriter writer =
+        BeginPackage(&packed->package, static_cast<uint32_t>(entries.size()), &faults);
     for (size_t i = 0; i < entries.size(); ++i)
     {
-        PutPackageEntry(&writer, plan[i].name.c_str(), entries[i].data(),
+        PutPackageEntry(&writer, packed->plan[i].name.c_str(), entries[i].data(),
                         static_cast<uint32_t>(entries[i].size()));
         entries[i] = {};
     }
     const bool isPut = EndPackage(&writer);
     ReportFaults(&faults);
+    return isPut;
+}
+
+/// A folder without a demo is no piece yet, and there is nothing to check.
+static bool PassesCheck(const std::string& folder, const PackedFolder& packed)
+{
+    const bool hasDemo =
+        std::any_of(packed.plan.begin(), packed.plan.end(),
+                    [](const PlannedEntry& entry) { return entry.name == "demo.xmlz"; });
+    return !hasDemo || CheckPacked(folder, packed.package.bytes, packed.package.size);
+}
+
+bool BuildFolder(const std::string& folder, const std::string& package, const BuildOptions& options)
+{
+    PackedFolder packed = {};
+    if (!PackFolder(folder, package, options, &packed))
+    {
+        free(packed.package.bytes);
+        return false;
+    }
+    if (!PassesCheck(folder, packed) && !options.isForced)
+    {
+        ReportError("%s: it is not packed; --force packs it as it is", Printable(folder).c_str());
+        free(packed.package.bytes);
+        return false;
+    }
     // Put together before the package is in its place: nothing may fail after that.
-    const std::string line = Printable(package) + ": " + std::to_string(plan.size()) +
-                             (plan.size() == 1 ? " entry, " : " entries, ") +
-                             std::to_string(bytes.size) + " bytes\n";
-    if (!isPut || !WritePackage(package, plan, &bytes))
+    const std::string line = Printable(package) + ": " + std::to_string(packed.plan.size()) +
+                             (packed.plan.size() == 1 ? " entry, " : " entries, ") +
+                             std::to_string(packed.package.size) + " bytes\n";
+    if (!WritePackage(package, packed.plan, &packed.package))
     {
         return false;
     }

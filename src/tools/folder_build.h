@@ -14,16 +14,34 @@
 #include <string>
 #include <vector>
 
+#include "engine/data/package_tools.h"
 #include "tools/mesh_import.h"
+#include "tools/package_commands.h"
 
 struct BuildOptions
 {
     std::vector<std::string> ignored; // shell patterns of file names to leave out as well
     MeshOptions mesh;
+    bool isForced;     // packs what a check refuses
+    bool takesAnyText; // packs documents that do not parse as they are, for whoever tells why
 };
+
+/// A package in memory, made of a folder.
+struct PackedFolder
+{
+    std::vector<PlannedEntry> plan; // where everything is
+    PackageBytes package;           // owned, for free
+};
+
+/// Makes a package of a folder in memory, and prints what ImportMesh tells of each mesh.
+/// @param package   a file that is left out, the package itself; empty for none
+/// @return false after an error line
+bool PackFolder(const std::string& folder, const std::string& package, const BuildOptions& options,
+                PackedFolder* packed);
 
 /// Builds a package, over an old one, and prints the lines of ConvertMesh for each mesh, then one
 /// with the number of entries and bytes.
+/// A folder with a demo is checked first: errors and warnings are printed, and errors end it.
 /// @return false after an error line; the old package is untouched then
 bool BuildFolder(const std::string& folder, const std::string& package,
                  const BuildOptions& options);

@@ -395,7 +395,10 @@ bool ConvertMesh(const std::string& path, const MeshOptions& options, const std:
         ReportError("%s: %s", Printable(path).c_str(), imported.text.c_str());
         return false;
     }
-    fputs(imported.text.c_str(), stdout);
+    if (!options.isQuiet)
+    {
+        fputs(imported.text.c_str(), stdout);
+    }
     return PackContainer(imported.model, container);
 }
 

@@ -16,6 +16,7 @@ struct MeshOptions
     /// Stores 1 - v for v: for sources that count v from the lower edge of an image, since a
     /// bitmap's first row lies at v = 0 here.
     bool flipV;
+    bool isQuiet; // prints nothing but errors
 };
 
 /// Reads a mesh into a model file's container and prints what became of it, each line after `label`

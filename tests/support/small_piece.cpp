@@ -143,7 +143,7 @@ static std::string Image(int components)
     return file;
 }
 
-std::string SmallPieceOf(const DocumentSource& loading, const DocumentSource& demo)
+std::string SmallPieceOf(const std::string& loading, const std::string& demo)
 {
     const ModelSource triangle = {
         {0, 0, 0, 1, 0, 0, 0, 1, 0}, {{0, 0, 1, 0, 0, 1}}, {0, 0, 1, 0, 0, 1, 0, 0, 1}, {0, 1, 2}};
@@ -151,12 +151,17 @@ std::string SmallPieceOf(const DocumentSource& loading, const DocumentSource& de
                                 {{0, 0, 1, 0, 1, 1, 0, 1}, {0, 0, 2, 0, 2, 2, 0, 2}},
                                 {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1},
                                 {0, 1, 2, 0, 2, 3}};
-    return MakePackage({{"loading.xmlz", MakeDocument(loading)},
-                        {"demo.xmlz", MakeDocument(demo)},
+    return MakePackage({{"loading.xmlz", MakeContainer(loading)},
+                        {"demo.xmlz", MakeContainer(demo)},
                         {"triangle", MakeModel(triangle)},
                         {"square", MakeModel(square)},
                         {"rgb.tga", Image(3)},
                         {"rgba.tga", Image(4)}});
+}
+
+std::string SmallPieceOf(const DocumentSource& loading, const DocumentSource& demo)
+{
+    return SmallPieceOf(MakeDocumentText(loading), MakeDocumentText(demo));
 }
 
 std::string SmallPiece()

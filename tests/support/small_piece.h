@@ -18,3 +18,6 @@ std::string SmallPiece();
 /// @return a package whose two documents are these, with the models and images that SmallDocument
 ///         names
 std::string SmallPieceOf(const DocumentSource& loading, const DocumentSource& demo);
+
+/// @return the same of two texts, which need not parse
+std::string SmallPieceOf(const std::string& loading, const std::string& demo);

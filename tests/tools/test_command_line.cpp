@@ -55,6 +55,7 @@ TEST(CommandLine, ArgumentsThatMakeNoSenseEndWithCode2)
     } cases[] = {
         {{}, "no command is given"},
         {{"frobnicate"}, "The following argument was not expected: frobnicate"},
+        {{"lsit", "a"}, "there is no command \"lsit\", the nearest is \"list\""},
         {{"--frobnicate"}, "The following argument was not expected: --frobnicate"},
         {{"list"}, "FILE is required"},
         {{"list", "a", "b"}, "The following argument was not expected: b"},

@@ -205,6 +205,29 @@ ReadStep ReadNextItem(DocumentReader* reader, ItemPlace* item)
     return ReadStep::kDone;
 }
 
+bool SkipFailure(DocumentReader* reader)
+{
+    ReadContext* context = reader->context;
+    if (!reader->isInside)
+    {
+        return false;
+    }
+    if (context->itemCount == context->sectionItems) // the end of the section failed
+    {
+        reader->isInside = false;
+        reader->section += 1;
+        reader->sectionNode = reader->sectionNode->NextSibling();
+        return true;
+    }
+    context->itemCount += 1;
+    reader->nextItem = reader->nextItem->NextSibling();
+    if (context->itemCount > kObjectTableCapacity) // said once, and true of all that follow
+    {
+        context->itemCount = context->sectionItems;
+    }
+    return true;
+}
+
 bool ReadSections(const SectionReader* readers, ReadContext* context)
 {
     DocumentReader reader;

@@ -123,6 +123,11 @@ void BeginReading(const SectionReader* readers, ReadContext* context, DocumentRe
 /// @param item   receives the item that was read; untouched for kDone and kFailed
 ReadStep ReadNextItem(DocumentReader* reader, ItemPlace* item);
 
+/// Goes on after kFailed, for a program that wants all faults of a document. The item that failed
+/// counts as read, and its record stays as far as it was filled.
+/// @return false if nothing can follow: the section is missing, or there is no memory for its table
+bool SkipFailure(DocumentReader* reader);
+
 /// Reads all items of a document.
 /// @return false after a fault; the records up to there belong to the document
 bool ReadSections(const SectionReader* readers, ReadContext* context);

@@ -22,34 +22,6 @@ struct Camera
     float rotX, rotY, rotZ; // degrees
 };
 
-/// Finds the clip of a row at a time, through the index by second.
-/// @param local   receives the ticks since the clip began
-/// @return false in the gap before a clip and past the row's end
-static bool FindClip(const Timeline* timeline, uint32_t row, uint32_t second, uint32_t time,
-                     uint32_t* clip, uint32_t* local)
-{
-    const uint32_t count = timeline->clipCount[row];
-    uint32_t i = timeline->slotIndex[row][second];
-    while (i < count && time > timeline->clipEnd[row][i])
-    {
-        ++i;
-    }
-    if (i >= count) // an empty slot's marker is as far out as it gets
-    {
-        return false;
-    }
-
-    const uint32_t previousEnd = i == 0 ? 0 : timeline->clipEnd[row][i - 1];
-    const uint32_t space = timeline->spaceBefore[row][i];
-    if (time < previousEnd + space)
-    {
-        return false;
-    }
-    *clip = i;
-    *local = time - previousEnd - space;
-    return true;
-}
-
 /// One clip at one moment.
 struct DrawnClip
 {

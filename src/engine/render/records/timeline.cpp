@@ -60,6 +60,31 @@ void AddClipToIndex(uint32_t start, uint32_t end, uint32_t clip, uint32_t row, T
     }
 }
 
+bool FindClip(const Timeline* timeline, uint32_t row, uint32_t second, uint32_t time,
+              uint32_t* clip, uint32_t* local)
+{
+    const uint32_t count = timeline->clipCount[row];
+    uint32_t i = timeline->slotIndex[row][second];
+    while (i < count && time > timeline->clipEnd[row][i])
+    {
+        ++i;
+    }
+    if (i >= count) // an empty slot's marker is as far out as it gets
+    {
+        return false;
+    }
+
+    const uint32_t previousEnd = i == 0 ? 0 : timeline->clipEnd[row][i - 1];
+    const uint32_t space = timeline->spaceBefore[row][i];
+    if (time < previousEnd + space)
+    {
+        return false;
+    }
+    *clip = i;
+    *local = time - previousEnd - space;
+    return true;
+}
+
 /// An animated value of a clip, and the name of the child that holds it.
 struct NamedClipValues
 {

@@ -54,6 +54,13 @@ void InitializeTimeline(Timeline* timeline);
 /// @param clip, row    from 0
 void AddClipToIndex(uint32_t start, uint32_t end, uint32_t clip, uint32_t row, Timeline* timeline);
 
+/// Finds the clip of a row at a time, through the index by second.
+/// @param second   of the time, at most kTimelineSeconds - 1
+/// @param local    receives the ticks since the clip began
+/// @return false in the gap before a clip and past the row's end
+bool FindClip(const Timeline* timeline, uint32_t row, uint32_t second, uint32_t time,
+              uint32_t* clip, uint32_t* local);
+
 /// Section 10, one row: reads all its clips.
 /// @param index   the row, below kTimelineRows: those after are not read
 /// @return false after a fault: more than 1024 clips, a missing attribute or child

@@ -1,0 +1,441 @@
+// Each rule from both sides: a document without a mistake has no finding, and one change of it has
+// the finding of the rule, at its line.
+#include <algorithm>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "base_document.h"
+#include "engine/check/check_piece.h"
+#include "support/package_builder.h"
+#include "support/temporary_folder.h"
+
+static const ModelSource kSquare = {{0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0},
+                                    {{0, 0, 1, 0, 1, 1, 0, 1}},
+                                    {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1},
+                                    {0, 1, 2, 0, 2, 3}};
+
+/// An uncompressed image in the Targa format.
+static std::string Image(int width, int height, int components)
+{
+    std::string file(18, '\0');
+    file[2] = components == 1 ? 3 : 2;
+    file[12] = static_cast<char>(width);
+    file[14] = static_cast<char>(height);
+    file[16] = static_cast<char>(8 * components);
+    file[17] = 0x20; // from the top
+    return file + std::string(static_cast<size_t>(width * height * components), '\x40');
+}
+
+static std::vector<PackageEntry> BaseEntries()
+{
+    return {{"loading.xmlz", MakeContainer(kBaseDocument)},
+            {"demo.xmlz", MakeContainer(kBaseDocument)},
+            {"square.model", MakeModel(kSquare)},
+            {"alpha.tga", Image(4, 4, 4)}};
+}
+
+static CheckResult CheckBytes(const std::string& package, const char* folder = nullptr)
+{
+    const CheckRequest request = {nullptr, reinterpret_cast<const unsigned char*>(package.data()),
+                                  package.size(), folder};
+    CheckResult result;
+    CheckPiece(&request, &result);
+    return result;
+}
+
+static std::string Line(const Finding& finding)
+{
+    return FormatText("%s:%d:%d: %s: %s [%s]",
+                      finding.place.document == nullptr ? "package" : finding.place.document,
+                      finding.place.line, finding.place.column, SeverityWord(finding.severity),
+                      finding.text.c_str(), RuleName(finding.rule));
+}
+
+static std::string Lines(const CheckResult& result)
+{
+    std::string text;
+    for (const Finding& finding : result.findings)
+    {
+        text += finding.rule == Rule::kSize ? "" : Line(finding) + "\n";
+    }
+    return text;
+}
+
+/// A document with its first `from` after `after` replaced.
+static std::string Changed(const std::string& after, const std::string& from, const std::string& to,
+                           std::string text = kBaseDocument)
+{
+    const size_t start = text.find(after);
+    const size_t at = start == std::string::npos ? start : text.find(from, start);
+    EXPECT_NE(at, std::string::npos) << after << " " << from;
+    return at == std::string::npos ? text : text.replace(at, from.size(), to);
+}
+
+struct DocumentCase
+{
+    Rule rule;
+    Severity severity;
+    const char* after; // the change lies after this
+    const char* from;
+    const char* to;
+    int line; // of the finding, from that of the change; kAnyLine
+};
+
+static constexpr Severity kNote = Severity::kNote;
+static constexpr Severity kWarn = Severity::kWarning;
+static constexpr Severity kError = Severity::kError;
+
+// clang-format off
+static constexpr int kAnyLine = 1000;
+
+static constexpr DocumentCase kCases[] = {
+    {Rule::kUnreadableText, kError, "<lights>", "<light>", "<light", kAnyLine},
+    {Rule::kMissingSection, kError, "<timeline>", "</timeline>\n<music file=\"song.xm\"/>", "</timeline>", kAnyLine},
+    {Rule::kMissingSection, kError, "<layers>", "<layers>\n  <layer type=\"0\"><p>1</p><p>0.5</p><p>0</p></layer>\n</layers>\n<textures>\n  <texture><layer type=\"101\" id=\"0\"><p>1</p><p>1</p></layer></texture>\n</textures>\n", "", kAnyLine},
+    {Rule::kMovedSection, kWarn, "<bitmaps>", "<bitmaps>\n  <bitmap filename=\"alpha.tga\"/>\n</bitmaps>", "<materials>\n  <bitmap filename=\"alpha.tga\"/>\n</materials>", 0},
+    {Rule::kMovedSection, kWarn, "<layers>", "<layers>", "<!-- one --><layers>", 0},
+    {Rule::kExtraNode, kNote, "<music", "/>", "/><more/>", 0},
+    {Rule::kNotAnElement, kError, "<scenes>", "<rx", "<!-- turned --><rx", 0},
+    {Rule::kMissingAttribute, kError, "<timeline>", " offset=\"0\"", "", 0},
+    {Rule::kMissingAttribute, kError, "<models>", "filename", "file_name", 0},
+    {Rule::kMissingChild, kError, "<scenes>", "<sz type=\"static\" value=\"1\"/>\n      <visible value=\"1\"/><shift value=\"0\"/>\n      <manipulator type=\"2\"><p type=\"static\" value=\"0\"/><p type=\"static\" value=\"0.1\"/><p type=\"static\" value=\"1\"/></manipulator>", "", -3},
+    {Rule::kMissingText, kError, "<layers>", "<p>0.5</p>", "<p/>", 0},
+    {Rule::kTooMany, kError, "<piece", "<p>1</p>", "<p>1</p><p>1</p><p>1</p><p>1</p><p>1</p><p>1</p><p>1</p><p>1</p><p>1</p><p>1</p><p>1</p><p>1</p><p>1</p><p>1</p><p>1</p><p>1</p><p>1</p><p>1</p><p>1</p><p>1</p><p>1</p><p>1</p><p>1</p><p>1</p><p>1</p>", 0},
+    {Rule::kIgnoredRows, kWarn, "<timeline>", "</timeline>", "<row/><row/><row/><row/><row/><row/><row/><row/><row/><row/><row/><row/><row/><row/><row/><row/><row/><row/><row/><row/><row/><row/><row/><row/><row/><row/><row/><row/><row/><row/><row/><row/></timeline>", 0},
+    {Rule::kUnknownElement, kNote, "<models>", "/>", "><colour/></model>", 0},
+    {Rule::kUnknownAttribute, kNote, "<scenes>", "material=\"1\"", "material=\"1\" materiel=\"1\"", 0},
+    {Rule::kNotANumber, kWarn, "<layers>", "<p>0.5</p>", "<p>half</p>", 0},
+    {Rule::kNotANumber, kWarn, "<timeline>", "offset=\"0\"", "offset=\"\"", 0},
+    {Rule::kRubbishAfterNumber, kWarn, "<scenes>", "<shift value=\"0\"", "<shift value=\"0s\"", 0},
+    {Rule::kCommaDecimal, kWarn, "<envelopes>", "0.01", "0,01", 0},
+    {Rule::kHexNumber, kWarn, "<timeline>", "offset=\"0\"", "offset=\"0x10\"", 0},
+    {Rule::kNotFinite, kWarn, "<scenes>", "value=\"0\"", "value=\"nan\"", 0},
+    {Rule::kNumberOutOfRange, kWarn, "<envelopes>", "length=\"200\"", "length=\"20000000000\"", 0},
+    {Rule::kNumberOutOfRange, kWarn, "<envelopes>", "loop_type=\"0\"", "loop_type=\"256\"", 0},
+    {Rule::kNegativeTicks, kWarn, "<timeline>", "offset=\"0\"", "offset=\"-7\"", 0},
+    {Rule::kUnknownWord, kWarn, "<lights>", "\"dynamic\"", "\"Dynamic\"", 0},
+    {Rule::kUnknownWord, kWarn, "<effects>", "64x64", "64x46", 0},
+    {Rule::kUnknownType, kWarn, "<layers>", "type=\"0\"", "type=\"9\"", 0},
+    {Rule::kUnknownType, kWarn, "<materials>", "type=\"6\"", "type=\"60\"", 0},
+    {Rule::kParameterCount, kWarn, "<layers>", "<p>0</p>", "", 0},
+    {Rule::kParameterCount, kNote, "<layers>", "<p>0</p>", "<p>0</p><p>0</p>", 0},
+    {Rule::kParameterOutOfRange, kWarn, "<layers>", "<p>1</p>", "<p>1.5</p>", 0},
+    {Rule::kDanglingReference, kError, "<scenes>", "<x type=\"static\" value=\"0\"", "<x type=\"dynamic\" value=\"9\"", 0},
+    {Rule::kDanglingReference, kError, "<timeline>", "id=\"1\"", "id=\"2\"", 0},
+    {Rule::kDanglingReference, kError, "<textures>", "id=\"0\"", "id=\"1\"", 0},
+    {Rule::kDanglingReference, kError, "<effects>", "<p>1</p>", "<p>3</p>", 0},
+    {Rule::kDanglingReference, kWarn, "<scenes>", "material=\"1\"", "material=\"42\"", 0},
+    {Rule::kMissingReference, kWarn, "<materials>", "<light value=\"1\"/>", "", 0},
+    {Rule::kMissingReference, kNote, "<materials>", "<light value=\"1\"/>", "<light value=\"0\"/>", 0},
+    {Rule::kMissingReference, kWarn, "<scenes>", "material=\"1\"", "material=\"0\"", 0},
+    {Rule::kWrongReference, kWarn, "<materials>", "<effect2d value=\"1\"/>", "<texture value=\"1\"/>", 0},
+    {Rule::kUnusedItem, kNote, "<scenes>", "material=\"4\"", "material=\"3\"", kAnyLine},
+    {Rule::kMissingEntry, kError, "<models>", "square.model", "sqare.model", 0},
+    {Rule::kDamagedEntry, kError, "<bitmaps>", "alpha.tga", "square.model", 0},
+    {Rule::kMissingMusic, kWarn, "<music", "song.xm", "gone.xm", 0},
+    {Rule::kNotAModule, kWarn, "<music", "song.xm", "text.xm", 0},
+    {Rule::kIgnoredAlpha, kWarn, "<materials>", "type=\"2\"", "type=\"18\"", 0},
+    {Rule::kNoScale, kWarn, "material=\"3\"", "<sx type=\"static\" value=\"1\"/><sy type=\"static\" value=\"1\"/>", "<sx type=\"static\" value=\"0\"/><sy type=\"static\" value=\"0\"/>", -3},
+    {Rule::kOpenTarget, kWarn, "<timeline>", "type=\"3\"", "type=\"1\" rtex=\"1\"", 0},
+    {Rule::kTargetFeedsItself, kNote, "<timeline>", "type=\"3\"", "type=\"1\" rtex=\"1\"", 0},
+    {Rule::kEmptyTimeline, kWarn, "<timeline>", "space_before=\"0\"", "space_before=\"10\"", -2},
+    {Rule::kPastIndex, kWarn, "<timeline>", "length=\"100\"", "length=\"110000\"", 0},
+    {Rule::kEmptyLoop, kWarn, "<envelopes>", "loop_type=\"0\"", "loop_type=\"1\"", 0},
+    {Rule::kLateSpline, kNote, "<envelopes>", "<piece type=\"1\" length=\"200\"><p>0.01</p><p>1</p>", "<piece type=\"4\" length=\"200\"><p>5</p><p>1</p><p>200</p><p>2</p>", 0},
+    {Rule::kLateSpline, kWarn, "<envelopes>", "<piece type=\"1\" length=\"200\"><p>0.01</p><p>1</p>", "<piece type=\"4\" length=\"200\"><p>0</p><p>1</p><p>100</p><p>2</p><p>50</p><p>2</p>", 0},
+    {Rule::kEmptyClip, kWarn, "<scenes>", "<scene name=\"hall\">", "<scene/><scene>", kAnyLine},
+    {Rule::kTooManyInstances, kError, "<scenes>", "<manipulator type=\"2\"><p type=\"static\" value=\"0\"/>", "<manipulator type=\"1\"><p type=\"static\" value=\"2000000\"/>", -5},
+};
+// clang-format on
+
+class RulesTest : public testing::Test
+{
+  protected:
+    void SetUp() override
+    {
+        folder.Write("song.xm", "Extended Module: song");
+        folder.Write("text.xm", "a text");
+    }
+
+    /// Checks a package with another demo.
+    CheckResult CheckDemo(const std::string& text)
+    {
+        std::vector<PackageEntry> entries = BaseEntries();
+        entries[1].bytes = MakeContainer(text);
+        return CheckBytes(MakePackage(entries), folder.path.c_str());
+    }
+
+    TemporaryFolder folder;
+};
+
+/// Whether a result has a finding of this rule, severity and line.
+static bool Has(const CheckResult& result, Rule rule, Severity severity, int line)
+{
+    for (const Finding& finding : result.findings)
+    {
+        if (finding.rule == rule && finding.severity == severity &&
+            (line == 0 || finding.place.line == line))
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
+TEST_F(RulesTest, ADocumentWithoutMistakesHasNoFinding)
+{
+    const CheckResult result = CheckDemo(kBaseDocument);
+    EXPECT_EQ(Lines(result), "");
+    EXPECT_EQ(result.demoText, kBaseDocument);
+    ASSERT_EQ(result.findings.size(), 1u);
+    EXPECT_EQ(result.findings[0].rule, Rule::kSize);
+}
+
+/// The line, counted from 1, on which the change of a case begins.
+static int ChangedLine(const DocumentCase& c)
+{
+    const std::string text = kBaseDocument;
+    const size_t at = text.find(c.from, text.find(c.after));
+    return 1 + static_cast<int>(
+                   std::count(text.begin(), text.begin() + static_cast<ptrdiff_t>(at), '\n'));
+}
+
+TEST_F(RulesTest, EachMistakeIsToldAtItsLine)
+{
+    for (const DocumentCase& c : kCases)
+    {
+        const CheckResult result = CheckDemo(Changed(c.after, c.from, c.to));
+        const int line = c.line == kAnyLine ? 0 : ChangedLine(c) + c.line;
+        EXPECT_TRUE(Has(result, c.rule, c.severity, line))
+            << RuleName(c.rule) << " " << c.to << "\n"
+            << Lines(result);
+    }
+}
+
+/// A base package with one entry changed or added.
+static CheckResult CheckEntry(const PackageEntry& entry)
+{
+    std::vector<PackageEntry> entries = BaseEntries();
+    bool isChanged = false;
+    for (PackageEntry& other : entries)
+    {
+        isChanged = isChanged || other.name == entry.name;
+        other = other.name == entry.name ? entry : other;
+    }
+    if (!isChanged)
+    {
+        entries.push_back(entry);
+    }
+    return CheckBytes(MakePackage(entries));
+}
+
+static std::string SquareModel(void (*change)(ModelSource*))
+{
+    ModelSource source = kSquare;
+    change(&source);
+    return MakeModel(source);
+}
+
+TEST_F(RulesTest, EntriesHaveTheirMistakesTold)
+{
+    const std::string three = Image(4, 4, 3);
+    EXPECT_TRUE(Has(CheckEntry({"alpha.tga", three}), Rule::kBitmapWithoutAlpha, kWarn, 33));
+    EXPECT_TRUE(Has(CheckEntry({"alpha.tga", Image(4, 4, 1)}), Rule::kGreyBitmap, kWarn, 27));
+    EXPECT_TRUE(Has(CheckEntry({"alpha.tga", Image(5, 4, 4)}), Rule::kOddSides, kNote, 27));
+    EXPECT_TRUE(Has(CheckEntry({"alpha.tga", "damaged"}), Rule::kDamagedEntry, kError, 27));
+    EXPECT_TRUE(Has(CheckEntry({"more.tga", three}), Rule::kUnnamedEntry, kNote, 0));
+    const std::string noSets = SquareModel([](ModelSource* source) { source->texCoords.clear(); });
+    EXPECT_TRUE(Has(CheckEntry({"square.model", noSets}), Rule::kNoCoordinates, kWarn, 0));
+    const std::string noNormals =
+        SquareModel([](ModelSource* source) { source->normals.assign(12, 0.0f); });
+    EXPECT_TRUE(Has(CheckEntry({"square.model", noNormals}), Rule::kNoNormals, kWarn, 40));
+    const std::string flat =
+        SquareModel([](ModelSource* source) { source->indices = {0, 1, 1, 0, 2, 3}; });
+    EXPECT_TRUE(Has(CheckEntry({"square.model", flat}), Rule::kFlatTriangles, kNote, 9));
+    const std::string far =
+        SquareModel([](ModelSource* source) { source->indices = {0, 1, 4, 0, 2, 3}; });
+    EXPECT_TRUE(Has(CheckEntry({"square.model", far}), Rule::kDamagedEntry, kError, 9));
+}
+
+TEST_F(RulesTest, PackagesHaveTheirMistakesTold)
+{
+    std::vector<PackageEntry> entries = BaseEntries();
+    entries.push_back(entries[3]);
+    EXPECT_TRUE(Has(CheckBytes(MakePackage(entries)), Rule::kDoubledEntry, kWarn, 0));
+    EXPECT_TRUE(Has(CheckBytes(MakePackage({})), Rule::kMissingDocument, kError, 0));
+    entries.erase(entries.begin());
+    EXPECT_TRUE(Has(CheckBytes(MakePackage(entries)), Rule::kMissingDocument, kNote, 0));
+    std::string cut = MakePackage(BaseEntries());
+    cut.resize(cut.size() - 8);
+    EXPECT_TRUE(Has(CheckBytes(cut), Rule::kDamagedEntry, kWarn, 0));
+}
+
+TEST_F(RulesTest, WhatCantBeOpenedOrIsTooLargeIsAnError)
+{
+    const CheckRequest request = {"/dev/null", nullptr, 0, nullptr};
+    CheckResult result;
+    CheckPiece(&request, &result);
+    EXPECT_TRUE(Has(result, Rule::kUnreadablePackage, kError, 0)) << Lines(result);
+    const std::string claims("\xff\xff\xff\x7f", 4);
+    EXPECT_TRUE(Has(CheckEntry({"square.model", claims}), Rule::kTooLarge, kError, 9));
+}
+
+TEST_F(RulesTest, AnEntryThatNoReaderFindsIsTold)
+{
+    std::vector<PackageEntry> entries = BaseEntries();
+    entries.push_back({"large", std::string(size_t{1} << 24, 'x')});
+    entries.push_back({std::string(32, 'n'), "data"});
+    EXPECT_TRUE(Has(CheckBytes(MakePackage(entries)), Rule::kUnreachableEntry, kWarn, 0));
+}
+
+TEST_F(RulesTest, TwoTexturesOnOneSetAreTold)
+{
+    const std::string text = Changed(
+        "<materials>", "type=\"15\"", "type=\"8\"",
+        Changed("<materials>",
+                "<p type=\"static\" value=\"1\"/><texture value=\"1\"/></material>\n</materials>",
+                "<p type=\"static\" value=\"1\"/><p type=\"static\" value=\"1\"/><texture "
+                "value=\"1\"/><texture value=\"1\"/></material>\n</materials>"));
+    EXPECT_TRUE(Has(CheckDemo(text), Rule::kOneCoordinateSet, kNote, 0));
+}
+
+TEST_F(RulesTest, ALoadingDocumentEndsAtTick100)
+{
+    std::vector<PackageEntry> entries = BaseEntries();
+    entries[0].bytes = MakeContainer(Changed("<timeline>", "length=\"100\"", "length=\"300\""));
+    EXPECT_TRUE(Has(CheckBytes(MakePackage(entries)), Rule::kLoadingLength, kWarn, 69));
+}
+
+static std::string Clip(int space, int length)
+{
+    std::string text = FormatText("<clip id=\"1\" space_before=\"%d\" length=\"%d\" offset=\"0\" "
+                                  "type=\"0\">",
+                                  space, length);
+    for (int i = 0; i < 6; ++i)
+    {
+        text += "<x type=\"static\" value=\"0\"/>";
+    }
+    return text + "<fov type=\"static\" value=\"60\"/><fog type=\"0\"/></clip>";
+}
+
+TEST_F(RulesTest, ClipsThatAreNeverSeenAreTold)
+{
+    const std::string hidden = "</row>\n<row>" + Clip(0, 10) + "\n" + Clip(0, 20) + "</row>";
+    EXPECT_TRUE(
+        Has(CheckDemo(Changed("<timeline>", "</row>", hidden)), Rule::kHiddenClip, kWarn, 77));
+    const std::string late = Clip(50, 200) + "</row>";
+    EXPECT_TRUE(Has(CheckDemo(Changed("<timeline>", "</row>", late)), Rule::kEarlyEnd, kWarn, 75));
+}
+
+TEST_F(RulesTest, ATimelineWithoutRowsIsAnError)
+{
+    std::string text = kBaseDocument;
+    const size_t begin = text.find("  <row>");
+    text.erase(begin, text.find("</timeline>") - begin);
+    EXPECT_TRUE(Has(CheckDemo(text), Rule::kEmptyTimeline, kError, 67));
+}
+
+TEST_F(RulesTest, ATargetThatNothingShowsIsTold)
+{
+    const std::string hides = Changed("<scenes>", "material=\"4\"", "material=\"3\"");
+    const std::string text = Changed("<timeline>", "type=\"3\"", "type=\"1\" rtex=\"1\"", hides);
+    EXPECT_TRUE(Has(CheckDemo(text), Rule::kTargetNotShown, kWarn, 69));
+}
+
+TEST_F(RulesTest, TheNearestNameIsTheCure)
+{
+    const CheckResult entry = CheckDemo(Changed("<models>", "square.model", "sqare.model"));
+    ASSERT_FALSE(entry.findings.empty());
+    EXPECT_EQ(entry.findings[0].cure, "there is an entry \"square.model\"");
+    const CheckResult word = CheckDemo(Changed("<lights>", "\"dynamic\"", "\"Dynamic\""));
+    ASSERT_FALSE(word.findings.empty());
+    EXPECT_EQ(word.findings[0].cure, "write \"dynamic\"");
+}
+
+TEST_F(RulesTest, AMistakeIsToldOnce)
+{
+    EXPECT_EQ(Lines(CheckDemo(Changed("<timeline>", " offset=\"0\"", ""))),
+              "demo.xmlz:69:5: error: attribute \"offset\" of <clip> is missing "
+              "[missing-attribute]\n");
+}
+
+TEST_F(RulesTest, AllMistakesOfADocumentAreTold)
+{
+    std::string text = Changed("<layers>", "<p>0.5</p>", "<p/>");
+    const auto change = [&text](const std::string& from, const std::string& to)
+    {
+        const size_t at = text.find(from);
+        ASSERT_NE(at, std::string::npos) << from;
+        text.replace(at, from.size(), to);
+    };
+    change("filename=\"square.model\"", "filename=\"cube.model\"");
+    change(" loop_begin=\"0\"", "");
+    change("<r type=\"static\" value=\"0\"/>", "");
+    change("value=\"60\"", "value=\"6o\"");
+    change("id=\"1\" space_before", "id=\"5\" space_before");
+    EXPECT_EQ(Lines(CheckDemo(text)),
+              "demo.xmlz:3:27: error: <p> has no text [missing-text]\n"
+              "demo.xmlz:9:3: error: the package has no model \"cube.model\" [missing-entry]\n"
+              "demo.xmlz:12:3: error: attribute \"loop_begin\" of <envelope> is missing "
+              "[missing-attribute]\n"
+              "demo.xmlz:18:5: error: <ambient> has no <b> [missing-child]\n"
+              "demo.xmlz:39:3: note: nothing uses scene 1 [unused-item]\n"
+              "demo.xmlz:69:11: error: scene 5 does not exist; there is 1 [dangling-reference]\n"
+              "demo.xmlz:72:26: warning: \"6o\" goes on after its number, and counts as 6 "
+              "[rubbish-after-number]\n");
+}
+
+/// Rules that have a test of their own here.
+static constexpr Rule kTestedAlone[] = {
+    Rule::kUnreadablePackage, Rule::kMissingDocument, Rule::kDoubledEntry,
+    Rule::kUnreachableEntry,  Rule::kUnnamedEntry,    Rule::kGreyBitmap,
+    Rule::kOddSides,          Rule::kNoCoordinates,   Rule::kBitmapWithoutAlpha,
+    Rule::kOneCoordinateSet,  Rule::kNoNormals,       Rule::kFlatTriangles,
+    Rule::kTargetNotShown,    Rule::kHiddenClip,      Rule::kEarlyEnd,
+    Rule::kLoadingLength,     Rule::kTooLarge,        Rule::kSize,
+};
+
+TEST(RuleNames, AllHaveATest)
+{
+    std::set<Rule> tested(std::begin(kTestedAlone), std::end(kTestedAlone));
+    for (const DocumentCase& c : kCases)
+    {
+        tested.insert(c.rule);
+    }
+    EXPECT_EQ(tested.size(), kRuleCount);
+}
+
+TEST(RuleNames, AreThoseOfThePage)
+{
+    std::ifstream page(RULES_PAGE);
+    std::vector<std::string> names;
+    for (std::string line; std::getline(page, line);)
+    {
+        if (line.rfind("### ", 0) == 0)
+        {
+            names.push_back(line.substr(4));
+        }
+    }
+    ASSERT_EQ(names.size(), kRuleCount);
+    for (uint32_t i = 0; i < kRuleCount; ++i)
+    {
+        EXPECT_EQ(names[i], RuleName(static_cast<Rule>(i)));
+    }
+}
+
+TEST(RuleNames, AreAllDifferentAndFound)
+{
+    std::set<std::string> names;
+    for (uint32_t i = 0; i < kRuleCount; ++i)
+    {
+        const Rule rule = static_cast<Rule>(i);
+        EXPECT_TRUE(names.insert(RuleName(rule)).second);
+        Rule found;
+        ASSERT_TRUE(FindRule(RuleName(rule), &found));
+        EXPECT_EQ(found, rule);
+    }
+}

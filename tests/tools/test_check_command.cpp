@@ -1,0 +1,101 @@
+#include <gtest/gtest.h>
+#include <string>
+
+#include "dpk_run.h"
+
+static const char kLoading[] = "<?xml version=\"1.0\"?>\n"
+                               "<a/><b/><c/><d/><e/><f/><g/><h/><i/><j/>\n"
+                               "<k><row/></k>\n"
+                               "<music/>\n";
+
+/// A piece of one light and nothing to see, with a mistake in its light or none.
+static std::string Demo(const std::string& value)
+{
+    return "<?xml version=\"1.0\"?>\n"
+           "<a/><b/><c/><d/>\n"
+           "<e>\n"
+           "\t<light name=\"sun\"><a><r type=\"static\" value=\"" +
+           value +
+           "\"/><g type=\"static\" value=\"0\"/><b type=\"static\" value=\"0\"/></a>"
+           "<d><r type=\"static\" value=\"1\"/><g type=\"static\" value=\"1\"/>"
+           "<b type=\"static\" value=\"1\"/></d><p><x type=\"static\" value=\"1\"/>"
+           "<y type=\"static\" value=\"1\"/><z type=\"static\" value=\"1\"/></p></light>\n"
+           "</e><f/><g/><h/><i/><j/>\n"
+           "<k><row/></k>\n"
+           "<music/>\n";
+}
+
+class CheckCommandTest : public testing::Test
+{
+  protected:
+    void WritePiece(const std::string& demo)
+    {
+        folder.Write("src/loading.xml", kLoading);
+        folder.Write("src/demo.xml", demo);
+    }
+
+    TemporaryFolder folder;
+};
+
+TEST_F(CheckCommandTest, TellsPlaceLineAndCure)
+{
+    WritePiece(Demo("0,5"));
+    const DpkRun run = RunDpk(folder, {"check", "--only", "comma-decimal", "src"});
+    EXPECT_EQ(run.out,
+              "src/demo.xml:4:41: warning: light 1 \"sun\": \"0,5\" has a comma, and counts "
+              "as 0 [comma-decimal]\n"
+              "    <light name=\"sun\"><a><r type=\"static\" value=\"0,5\"/><g type=\"static\" "
+              "value=\"0\"/><b type=\"static\" val\n"
+              "                                        ^\n"
+              "    cure: write a point: 0.5\n"
+              "valid: 1 warning\n");
+    EXPECT_EQ(run.err, "");
+    EXPECT_EQ(run.exitCode, 0);
+}
+
+TEST_F(CheckCommandTest, ExitsByTheVerdict)
+{
+    WritePiece(Demo("0,5"));
+    EXPECT_EQ(RunDpk(folder, {"check", "src"}).exitCode, 0);
+    EXPECT_EQ(RunDpk(folder, {"check", "--strict", "src"}).exitCode, 1);
+    WritePiece("<?xml version=\"1.0\"?>\n<a/>\n");
+    const DpkRun run = RunDpk(folder, {"check", "src"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.out.find("\nnot valid: 1 error, 0 warnings\n"), std::string::npos) << run.out;
+}
+
+TEST_F(CheckCommandTest, RefusesWhatItCantReadOrDoesNotKnow)
+{
+    const DpkRun missing = RunDpk(folder, {"check", "nowhere"});
+    EXPECT_EQ(missing.exitCode, 2);
+    EXPECT_EQ(missing.err, "dpk: nowhere: No such file or directory\n");
+    WritePiece(Demo("0"));
+    const DpkRun rule = RunDpk(folder, {"check", "--only", "comma-dezimal", "src"});
+    EXPECT_EQ(rule.exitCode, 2);
+    EXPECT_EQ(rule.err, "dpk: there is no rule \"comma-dezimal\"; the nearest is comma-decimal\n");
+}
+
+TEST_F(CheckCommandTest, PrintsJson)
+{
+    WritePiece(Demo("0,5"));
+    const DpkRun run = RunDpk(folder, {"check", "--json", "--only", "comma-decimal", "src"});
+    EXPECT_EQ(run.out,
+              "{\"path\":\"src\",\"verdict\":\"valid\",\"errors\":0,\"warnings\":1,\"notes\":0,"
+              "\"findings\":[\n"
+              "{\"severity\":\"warning\",\"rule\":\"comma-decimal\",\"document\":\"demo.xml\","
+              "\"section\":\"lights\",\"item\":1,\"name\":\"sun\",\"line\":4,\"column\":41,"
+              "\"text\":\"\\\"0,5\\\" has a comma, and counts as 0\","
+              "\"cure\":\"write a point: 0.5\"}]}\n");
+}
+
+TEST_F(CheckCommandTest, BuildPacksNoPieceWithErrors)
+{
+    WritePiece("<?xml version=\"1.0\"?>\n<a/>\n");
+    const DpkRun run = RunDpk(folder, {"build", "src", "-o", "p.dpk"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.out.find("[missing-section]"), std::string::npos) << run.out;
+    EXPECT_EQ(run.err, "dpk: src: it is not packed; --force packs it as it is\n");
+    EXPECT_EQ(FilesIn(folder), "src");
+    EXPECT_EQ(RunDpk(folder, {"build", "--force", "src", "-o", "p.dpk"}).exitCode, 0);
+    EXPECT_EQ(FilesIn(folder), "p.dpk src");
+}
