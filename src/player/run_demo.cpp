@@ -129,7 +129,8 @@ static int PlayPiece(PieceRun* run, LauncherChoice* choice, bool forcePbo)
     case MusicResult::kFailed:
         return EndFailedRun(faults);
     }
-    FreeDocument(PieceSections, &run->piece.loading); // it is not shown again
+    // The loading document stays: OpenGL may still point at the coordinates of its meshes, which
+    // recipes of the demo leave on.
 
     uint32_t frames = 0;
     const DemoEnd end = PlayDemo(run, &view, choice, &frames);
