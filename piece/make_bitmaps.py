@@ -3,45 +3,19 @@
 
     make_bitmaps.py [folder]      the folder defaults to that of this script
 
-The same bytes on every machine with zlib; see exact_math.py. Sides are powers of two, for the
+The same bytes on every machine with zlib; see quorvale.exact. Sides are powers of two, for the
 chains of smaller pictures. On models a picture's first row lies at v = 0. Bitmaps that mirror
 surroundings are spheres seen from far off, upside down: what is above lies in the last rows.
 """
 
 import math
 import os
-import struct
 import sys
-import zlib
 
-from exact_math import Noise, cos_turns, exponential, power, sin_turns
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../python"))
 
-# ---------------------------------------------------------------------------------------------
-# PNG
-
-
-def chunk(kind, data):
-    body = kind + data
-    return struct.pack(">I", len(data)) + body + struct.pack(">I", zlib.crc32(body))
-
-
-def write_png(path, width, height, channels, pixel):
-    """pixel(x, y) gives channels values from 0 to 1."""
-    rows = bytearray()
-    above = bytearray(width * channels)
-    for y in range(height):
-        row = bytearray()
-        for x in range(width):
-            for value in pixel(x, y):
-                row.append(min(255, max(0, int(value * 255.0 + 0.5))))
-        rows.append(2)  # each byte as its difference to the one above
-        rows += bytes((a - b) & 255 for a, b in zip(row, above))
-        above = row
-    header = struct.pack(">IIBBBBB", width, height, 8, {3: 2, 4: 6}[channels], 0, 0, 0)
-    with open(path, "wb") as stream:
-        stream.write(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) +
-                     chunk(b"IDAT", zlib.compress(bytes(rows), 9)) + chunk(b"IEND", b""))
-
+from quorvale.exact import Noise, cos_turns, exponential, power, sin_turns
+from quorvale.images import write_png
 
 # ---------------------------------------------------------------------------------------------
 # Colours and noise

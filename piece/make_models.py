@@ -3,7 +3,7 @@
 
     make_models.py [folder]      the folder defaults to that of this script
 
-Every file comes out with the same bytes on every machine; see exact_math.py.
+Every file comes out with the same bytes on every machine; see quorvale.exact.
 
 A bitmap's first row lies at v = 0, so v runs downward here. Faces wind counter-clockwise seen from
 where their normals point to, though nothing counts on it.
@@ -13,139 +13,16 @@ import math
 import os
 import sys
 
-from exact_math import Noise, cos_degrees, cos_turns, power, sin_degrees, sin_turns
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../python"))
 
-# ---------------------------------------------------------------------------------------------
-# Vectors
+from quorvale.exact import Noise, cos_degrees, cos_turns, power, sin_degrees, sin_turns
+from quorvale.meshes import Mesh, add, box, cross, dot, scale, subtract, unit
 
-
-def add(a, b):
-    return (a[0] + b[0], a[1] + b[1], a[2] + b[2])
-
-
-def subtract(a, b):
-    return (a[0] - b[0], a[1] - b[1], a[2] - b[2])
-
-
-def scale(a, k):
-    return (a[0] * k, a[1] * k, a[2] * k)
-
-
-def dot(a, b):
-    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]
-
-
-def cross(a, b):
-    return (a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0])
-
-
-def unit(a):
-    length = math.sqrt(dot(a, a))
-    return scale(a, 1.0 / length) if length > 0.0 else (0.0, 0.0, 0.0)
+MADE = "made by make_models.py"
 
 
 def mix(a, b, k):
     return tuple(x + (y - x) * k for x, y in zip(a, b))
-
-
-# ---------------------------------------------------------------------------------------------
-# Meshes
-
-
-def decimals(values, places):
-    texts = []
-    for value in values:
-        text = "%.*f" % (places, value)
-        text = text.rstrip("0").rstrip(".")
-        texts.append("0" if text == "-0" else text)
-    return " ".join(texts)
-
-
-class Mesh:
-    """Polygons with normals and texture coordinates, each written once."""
-
-    def __init__(self):
-        self.lists = ([], [], [])  # texts of positions, coordinates, normals
-        self.places = ({}, {}, {})
-        self.faces = []
-
-    def place(self, kind, text):
-        found = self.places[kind].get(text)
-        if found is None:
-            self.lists[kind].append(text)
-            found = len(self.lists[kind])
-            self.places[kind][text] = found
-        return found
-
-    def face(self, corners):
-        """A convex polygon of corners (position, (u, v), normal), turned to face its normals."""
-        area = (0.0, 0.0, 0.0)
-        for i in range(1, len(corners) - 1):
-            area = add(area, cross(subtract(corners[i][0], corners[0][0]),
-                                   subtract(corners[i + 1][0], corners[0][0])))
-        if dot(area, corners[0][2]) < 0.0:
-            corners = corners[::-1]
-        face = []
-        for position, coordinates, normal in corners:
-            corner = (self.place(0, decimals(position, 5)), self.place(1, decimals(coordinates, 4)),
-                      self.place(2, decimals(unit(normal), 4)))
-            face.append(corner)
-        positions = [corner[0] for corner in face]
-        kept = [corner for i, corner in enumerate(face) if positions[i] != positions[i - 1]]
-        if len(kept) >= 3:
-            self.faces.append(kept)
-
-    def flat(self, positions, coordinates=None):
-        """A flat polygon."""
-        normal = (0.0, 0.0, 0.0)
-        for i in range(1, len(positions) - 1):
-            normal = add(normal, cross(subtract(positions[i], positions[0]),
-                                       subtract(positions[i + 1], positions[0])))
-        if coordinates is None:
-            coordinates = [(0.0, 1.0), (1.0, 1.0), (1.0, 0.0), (0.0, 0.0)]
-            if len(positions) != 4:
-                coordinates = [(0.5 + 0.5 * cos_turns(k / len(positions)),
-                                0.5 - 0.5 * sin_turns(k / len(positions)))
-                               for k in range(len(positions))]
-        self.face([(p, c, normal) for p, c in zip(positions, coordinates)])
-
-    def surface(self, function, columns, rows, tiles=(1.0, 1.0), normal_of=None):
-        """function(u, v) over the unit square, as a smooth grid."""
-        step = 0.0005
-
-        def numeric_normal(u, v):
-            along_u = subtract(function(u + step, v), function(u - step, v))
-            along_v = subtract(function(u, v + step), function(u, v - step))
-            return unit(cross(along_u, along_v))
-
-        normal_of = normal_of or numeric_normal
-        corners = [[(function(i / columns, j / rows), (tiles[0] * i / columns, tiles[1] * j / rows),
-                     normal_of(i / columns, j / rows)) for i in range(columns + 1)]
-                   for j in range(rows + 1)]
-        for j in range(rows):
-            for i in range(columns):
-                self.face([corners[j][i], corners[j][i + 1], corners[j + 1][i + 1],
-                           corners[j + 1][i]])
-
-    def write(self, path):
-        lines = ["# %s: made by make_models.py" % os.path.basename(path)]
-        for prefix, texts in zip(("v ", "vt ", "vn "), self.lists):
-            lines += [prefix + text for text in texts]
-        for face in self.faces:
-            lines.append("f " + " ".join("%d/%d/%d" % corner for corner in face))
-        with open(path, "w", encoding="ascii", newline="\n") as stream:
-            stream.write("\n".join(lines) + "\n")
-
-
-def box(mesh, low, high):
-    x0, y0, z0 = low
-    x1, y1, z1 = high
-    mesh.flat([(x0, y0, z1), (x1, y0, z1), (x1, y1, z1), (x0, y1, z1)])
-    mesh.flat([(x1, y0, z0), (x0, y0, z0), (x0, y1, z0), (x1, y1, z0)])
-    mesh.flat([(x1, y0, z1), (x1, y0, z0), (x1, y1, z0), (x1, y1, z1)])
-    mesh.flat([(x0, y0, z0), (x0, y0, z1), (x0, y1, z1), (x0, y1, z0)])
-    mesh.flat([(x0, y1, z1), (x1, y1, z1), (x1, y1, z0), (x0, y1, z0)])
-    mesh.flat([(x0, y0, z0), (x1, y0, z0), (x1, y0, z1), (x0, y0, z1)])
 
 
 def beam(mesh, a, b, width):
@@ -777,11 +654,12 @@ MODELS = {
 def main():
     folder = sys.argv[1] if len(sys.argv) > 1 else os.path.dirname(os.path.abspath(__file__))
     for name, make in MODELS.items():
-        make().write(os.path.join(folder, name + ".obj"))
+        make().write(os.path.join(folder, name + ".obj"), MADE)
     for letter in TITLE:
-        make_letter(letter).write(os.path.join(folder, "letter_" + letter.lower() + ".obj"))
+        make_letter(letter).write(
+            os.path.join(folder, "letter_" + letter.lower() + ".obj"), MADE)
     for name, text in LINES.items():
-        make_words(text).write(os.path.join(folder, name + ".obj"))
+        make_words(text).write(os.path.join(folder, name + ".obj"), MADE)
 
 
 if __name__ == "__main__":

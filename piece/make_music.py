@@ -39,8 +39,11 @@ everywhere, sines and powers are not, nor are sum() over floats and products of 
 
 import math
 import os
-import struct
 import sys
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../python"))
+
+from quorvale.tracker import SET_VOLUME, Instrument, Tune, note_number
 
 # ---------------------------------------------------------------------------------------------
 # Numbers
@@ -468,7 +471,6 @@ INSTRUMENTS = {
 ROWS_PER_BAR = 16
 BARS = 48
 ROWS = ROWS_PER_BAR * BARS
-ROWS_PER_PATTERN = 64
 CHANNELS = 16
 TEMPO = 250
 SPEEDS = (13, 12)  # even rows, odd rows
@@ -476,7 +478,6 @@ SPEEDS = (13, 12)  # even rows, odd rows
 (CH_KICK, CH_SNARE, CH_HAT, CH_CYMBAL, CH_BASS, CH_PAD, CH_PAD2, CH_PAD3, CH_PLUCK, CH_PLUCK_ECHO,
  CH_LEAD, CH_LEAD_ECHO, CH_VOICE, CH_BELL, CH_BELL_ECHO, CH_EFFECT) = range(CHANNELS)
 
-NOTE_OFF = 97
 DRUM_NOTE = 49  # C-4, at which a drum sounds as it was made
 
 # Effects
@@ -484,18 +485,7 @@ ARPEGGIO, SLIDE_UP, SLIDE_DOWN, GLIDE, VIBRATO, PANNING, EXTENDED, SPEED = 0, 1,
 RETRIGGER = 0x90
 
 # Volume column
-SET_VOLUME = 0x10
 SLIDE_VOLUME_UP = 0x70
-
-
-def note_number(name):
-    """C-0 is 1; "Bb3", "C#5"."""
-    number = {"C": 0, "D": 2, "E": 4, "F": 5, "G": 7, "A": 9, "B": 11}[name[0]]
-    if name[1] == "#":
-        number += 1
-    if name[1] == "b":
-        number -= 1
-    return 12 * int(name[-1]) + number + 1
 
 
 def notes(text):
@@ -574,39 +564,6 @@ VOICE_MELODY = {
     40: "F4 2 A4 2 D5 6 C5 2 A4 4 | D5 6 F5 6 F5 4 | D5 4 F5 2 G5 4 F5 2 Bb4 2 D5 2 |"
         "C#5 8 A4 4 E4 4",
 }
-
-
-class Song:
-    def __init__(self):
-        self.cells = [[[0, 0, 0, 0, 0] for _ in range(CHANNELS)] for _ in range(ROWS)]
-
-    def play(self, channel, row, note, instrument, volume):
-        if 0 <= row < ROWS:
-            cell = self.cells[row][channel]
-            cell[0] = note
-            cell[1] = instrument
-            cell[2] = SET_VOLUME + volume
-
-    def stop(self, channel, row):
-        if row < ROWS and self.cells[row][channel][0] == 0:
-            self.cells[row][channel][0] = NOTE_OFF
-
-    def effect(self, channel, row, number, parameter):
-        if row < ROWS:
-            self.cells[row][channel][3] = number
-            self.cells[row][channel][4] = parameter
-
-    def volume(self, channel, row, value):
-        self.cells[row][channel][2] = SET_VOLUME + value
-
-    def volume_column(self, channel, row, value):
-        self.cells[row][channel][2] = value
-
-    def fade(self, channel, first, last, start, end):
-        """Sets the volume on every row from `first` to `last` along a line."""
-        for row in range(first, last + 1):
-            value = start * (last - row) + end * (row - first)
-            self.volume(channel, row, value // (last - first))
 
 
 def chords_of_bar(bar):
@@ -1058,7 +1015,7 @@ def write_effects(song):
 
 
 def compose():
-    song = Song()
+    song = Tune(ROWS, CHANNELS, TEMPO, SPEEDS[0], "Quorvale", "make_music.py")
     write_drums(song)
     write_fills(song)
     write_bass(song)
@@ -1074,100 +1031,23 @@ def compose():
 
 
 # ---------------------------------------------------------------------------------------------
-# The file. Numbers are little-endian.
+# The file
 
 
-def pack_cell(cell):
-    note, instrument, volume, effect, parameter = cell
-    fields = (note, instrument, volume, effect, parameter)
-    if all(fields[:4]) and parameter:
-        return bytes(fields)
-    mask = 0x80
-    data = b""
-    for i, value in enumerate(fields):
-        if value:
-            mask |= 1 << i
-            data += bytes((value,))
-    return bytes((mask,)) + data
-
-
-def pattern_bytes(rows):
-    data = b"".join(pack_cell(cell) for row in rows for cell in row)
-    return struct.pack("<IBHH", 9, 0, len(rows), len(data)) + data
-
-
-def sample_bytes(wave, bits, peak):
-    """The wave scaled to its peak, as differences from sample to sample."""
-    largest = 0.0
-    for x in wave:
-        largest = max(largest, abs(x))
-    scale = peak * ((1 << (bits - 1)) - 1) / largest
-    mask = (1 << bits) - 1
-    out = []
-    before = 0
-    for x in wave:
-        value = round(x * scale)
-        out.append((value - before) & mask)
-        before = value
-    return struct.pack("<%d%s" % (len(out), "H" if bits == 16 else "B"), *out)
-
-
-def envelope_bytes(points):
-    flat = [n for point in points for n in point] + [0] * (24 - 2 * len(points))
-    return struct.pack("<24H", *flat)
-
-
-def text_bytes(text, size):
-    return text.encode("ascii").ljust(size, b"\0")
-
-
-def instrument_bytes(instrument):
-    get = instrument.get
-    data = sample_bytes(instrument["make"](), instrument["bits"], instrument["peak"])
-    envelope = get("envelope", ())
-    panning = get("panning", ())
-    envelope_flags = (1 if envelope else 0) | (2 if "sustain" in instrument else 0)
-    panning_loop = get("panning_loop", (0, 0))
-    panning_flags = (1 if panning else 0) | (4 if "panning_loop" in instrument else 0)
-    header = struct.pack("<I", 263) + text_bytes(instrument["name"], 22) + struct.pack("<BH", 0, 1)
-    header += struct.pack("<I", 40) + bytes(96)  # all notes play sample 0
-    header += envelope_bytes(envelope) + envelope_bytes(panning)
-    header += struct.pack("<14B", len(envelope), len(panning), get("sustain", 0), 0, 0,
-                          0, panning_loop[0], panning_loop[1], envelope_flags, panning_flags,
-                          *get("vibrato", (0, 0, 0, 0)))
-    header += struct.pack("<H", get("fadeout", 0)) + bytes(22)
-
-    width = instrument["bits"] // 8
-    loop = get("loop", 0) * width
-    kind = (1 if loop else 0) | (16 if width == 2 else 0)
-    fine = 2 if loop else 0  # 32 samples at the 8363 Hz of C-4 are 2 cents flat
-    header += struct.pack("<IIIBbBBbB", len(data), len(data) - loop if loop else 0, loop,
-                          64, fine, kind, get("pan", CENTRE), instrument["rel"], 0)
-    header += text_bytes(instrument["name"], 22)
-    return header + data
-
-
-def module_bytes(song, instruments):
-    patterns = [pattern_bytes(song.cells[first:first + ROWS_PER_PATTERN])
-                for first in range(0, ROWS, ROWS_PER_PATTERN)]
-    order = bytes(range(len(patterns)))
-    out = b"Extended Module: " + text_bytes("Quorvale", 20) + b"\x1a"
-    out += text_bytes("make_music.py", 20)
-    out += struct.pack("<HI8H", 0x0104, 276, len(order), 0, CHANNELS, len(patterns),
-                       len(instruments), 1, SPEEDS[0], TEMPO)  # 1: pitch slides are linear
-    out += order.ljust(256, b"\0")
-    out += b"".join(patterns)
-    for number in range(1, len(instruments) + 1):
-        out += instrument_bytes(instruments[number])
-    return out
+def make_instrument(row):
+    """The sound of a row of INSTRUMENTS. 32 samples at the 8363 Hz of C-4 are 2 cents flat."""
+    options = {word: value for word, value in row.items() if word not in ("make", "rel")}
+    return Instrument(wave=row["make"](), relative=row["rel"], fine=2 if "loop" in row else 0,
+                      **options)
 
 
 def main():
     here = os.path.dirname(os.path.abspath(__file__))
     path = sys.argv[1] if len(sys.argv) > 1 else os.path.join(here, "music", "quorvale.xm")
-    data = module_bytes(compose(), INSTRUMENTS)
-    with open(path, "wb") as file:
-        file.write(data)
+    song = compose()
+    for number in range(1, len(INSTRUMENTS) + 1):
+        song.instrument(make_instrument(INSTRUMENTS[number]))
+    song.write(path)
 
 
 if __name__ == "__main__":

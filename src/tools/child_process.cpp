@@ -64,8 +64,12 @@ static void SetLimit(__rlimit_resource resource, uint64_t most)
     SetLimit(RLIMIT_FSIZE, 0);
     SetLimit(RLIMIT_AS, AddressSpace() + limits.memory);
     SetLimit(RLIMIT_CPU, limits.seconds);
-    // Libraries find out by themselves that there is no memory.
+    // Libraries find out by themselves that there is no memory, and a signal is a signal.
     std::set_new_handler(nullptr);
+    for (const int signal : {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV})
+    {
+        ::signal(signal, SIG_DFL);
+    }
 
     Bytes bytes;
     work(&bytes);

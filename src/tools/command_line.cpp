@@ -9,6 +9,7 @@
 #include "tools/folder_build.h"
 #include "tools/mesh_import.h"
 #include "tools/package_commands.h"
+#include "tools/piece_script.h"
 #include "tools/report.h"
 #include "tools/textures_command.h"
 #include "tools/vocabulary_command.h"
@@ -18,6 +19,7 @@ struct Arguments
 {
     std::string file;
     std::string out = ".";          // where nothing has to be given
+    std::string package;            // of a build; empty for one named after its folder
     std::vector<std::string> names; // entries, or paths
     BuildOptions build;
     bool json = false;
@@ -79,13 +81,21 @@ static CLI::App* AddCreate(CLI::App* app, Arguments* arguments)
     return command;
 }
 
+static CLI::App* AddNew(CLI::App* app, Arguments* arguments)
+{
+    CLI::App* command =
+        app->add_subcommand("new", "Make a folder with a piece in Python that plays");
+    AddArgument(command, "DIR", &arguments->file, "The folder")->required();
+    return command;
+}
+
 static CLI::App* AddBuild(CLI::App* app, Arguments* arguments)
 {
     CLI::App* command = app->add_subcommand("build", "Make a package of a folder of sources");
     AddArgument(command, "DIR", &arguments->file, "The folder")->required();
-    command->add_option("-o,--output", arguments->out, "The package")
+    command->add_option("-o,--output", arguments->package, "The package")
         ->type_name("FILE")
-        ->required();
+        ->default_str("DIR/NAME.dpk");
     command->add_option("--ignore", arguments->build.ignored, "Leave out files of this pattern")
         ->type_name("PATTERN")
         ->expected(1)
@@ -166,7 +176,19 @@ static bool RunCreate(const Arguments& arguments)
 
 static bool RunBuild(const Arguments& arguments)
 {
-    return BuildFolder(arguments.file, arguments.out, arguments.build);
+    if (HasPieceScript(arguments.file) && !RunPieceScript(arguments.file))
+    {
+        return false;
+    }
+    return BuildFolder(arguments.file,
+                       arguments.package.empty() ? PackageOfFolder(arguments.file)
+                                                 : arguments.package,
+                       arguments.build);
+}
+
+static bool RunNew(const Arguments& arguments)
+{
+    return MakePieceFolder(arguments.file);
 }
 
 static bool RunModel(const Arguments& arguments)
@@ -201,9 +223,11 @@ struct CommandRow
 };
 
 static constexpr CommandRow kCommands[] = {
-    {AddList, RunList},         {AddExtract, RunExtract},       {AddAdd, RunAdd},
-    {AddRemove, RunRemove},     {AddCreate, RunCreate},         {AddBuild, RunBuild},
-    {AddModel, RunModel},       {AddCompress, RunCompress},     {AddDecompress, RunDecompress},
+    {AddList, RunList},         {AddExtract, RunExtract},
+    {AddAdd, RunAdd},           {AddRemove, RunRemove},
+    {AddCreate, RunCreate},     {AddBuild, RunBuild},
+    {AddNew, RunNew},           {AddModel, RunModel},
+    {AddCompress, RunCompress}, {AddDecompress, RunDecompress},
     {AddTextures, RunTextures}, {AddVocabulary, RunVocabulary},
 };
 
@@ -248,6 +272,7 @@ static void UnmarkArguments(Arguments* arguments)
 {
     Unmark(&arguments->file);
     Unmark(&arguments->out);
+    Unmark(&arguments->package);
     for (std::string& name : arguments->names)
     {
         Unmark(&name);

@@ -61,8 +61,8 @@ static void PrintRowText(const VocabularyRow& row)
     printf("\n");
     for (const VocabularyParam& param : row.params)
     {
-        printf("      %s \"%s\": %s%s\n", param.word, param.name, ParamKindWord(param.kind),
-               RangeText(param).c_str());
+        printf("      %s \"%s\": %s, the %s%s\n", param.word, param.name, ParamKindWord(param.kind),
+               param.meaning, RangeText(param).c_str());
     }
 }
 
@@ -136,9 +136,9 @@ static std::string EndJson(float value)
 
 static void PrintParamJson(const VocabularyParam& param)
 {
-    printf("{\"name\": %s, \"word\": %s, \"kind\": %s, \"least\": %s, \"most\": %s, "
-           "\"usual\": %s, \"past\": %s}",
-           Quoted(param.name).c_str(), Quoted(param.word).c_str(),
+    printf("{\"name\": %s, \"word\": %s, \"meaning\": %s, \"kind\": %s, \"least\": %s, "
+           "\"most\": %s, \"usual\": %s, \"past\": %s}",
+           Quoted(param.name).c_str(), Quoted(param.word).c_str(), Quoted(param.meaning).c_str(),
            Quoted(ParamKindWord(param.kind)).c_str(), EndJson(param.least).c_str(),
            EndJson(param.most).c_str(), NumberText(param.usual).c_str(),
            Quoted(PastRangeWord(param.past)).c_str());

@@ -18,7 +18,7 @@
 
 #include "record/log_hashes.h"
 #include "record/player_run.h"
-#include "record/random_piece.h"
+#include "record/random_run.h"
 #include "record/sample_piece.h"
 
 static constexpr uint32_t kRandomPieces = 300;

@@ -107,7 +107,7 @@ static std::string MakeTga(Random* random, int32_t channels)
     std::string file;
     AppendLittle(&file, 0, 2);
     AppendByte(&file, packed ? 10 : 2);
-    AppendLittle(&file, 0, 9);
+    file.append(9, 0);
     AppendLittle(&file, static_cast<uint32_t>(pixels.width), 2);
     AppendLittle(&file, static_cast<uint32_t>(pixels.height), 2);
     AppendByte(&file, static_cast<uint32_t>(channels) * 8);
@@ -145,7 +145,7 @@ static std::string MakeBmp(Random* random, int32_t channels)
     AppendLittle(&file, static_cast<uint32_t>(pixels.height), 4);
     AppendLittle(&file, 1, 2);
     AppendLittle(&file, static_cast<uint32_t>(channels) * 8, 2);
-    AppendLittle(&file, 0, 24);
+    file.append(24, 0);
     return file + rows;
 }
 

@@ -3,11 +3,10 @@
 #include <algorithm>
 #include <initializer_list>
 #include <iterator>
+#include <vector>
 
 #include "record/random_bitmap.h"
-#include "record/random_numbers.h"
-
-static constexpr int32_t kFrames = 12;
+#include "support/package_builder.h"
 
 /// A document that is being written, and what its references may name.
 struct Writer
@@ -680,39 +679,8 @@ static void Damage(Random* random, std::string* bytes)
     (*bytes)[at] = static_cast<char>((*bytes)[at] ^ (1 << Between(random, 0, 7)));
 }
 
-static void ChooseRandomly(Random* random, PlayerRun* run)
+RandomPiece MakeRandomPiece(Random* random)
 {
-    if (Chance(random, 30))
-    {
-        run->clicks.push_back(ResolutionRow(static_cast<uint32_t>(Between(random, 0, 15))));
-    }
-    if (Chance(random, 30))
-    {
-        run->clicks.push_back(AspectRow(static_cast<uint32_t>(Between(random, 0, 2))));
-    }
-    for (uint32_t row = 0; row < 4; ++row)
-    {
-        if (Chance(random, row == 2 ? 60 : 25))
-        {
-            run->clicks.push_back(SwitchRow(row));
-        }
-    }
-    run->gl = {!Chance(random, 20), !Chance(random, 20), !Chance(random, 20), !Chance(random, 20),
-               !Chance(random, 20)};
-    if (Chance(random, 15))
-    {
-        run->arguments.push_back("-forcepbo");
-    }
-    run->modplug.loadFails = Chance(random, 10);
-    run->modplug.moduleBytes = static_cast<uint32_t>(Between(random, 0, 2000000));
-    run->sdl.blocksAtStart = static_cast<uint32_t>(Between(random, 0, 2));
-}
-
-PlayerRun MakeRandomRun(uint32_t seed)
-{
-    Random state = {seed};
-    Random* random = &state;
-    PlayerRun run;
     bool dangles = Chance(random, 10);
     bool spoilt = Chance(random, 15);
     bool damaged = Chance(random, 5);
@@ -742,22 +710,5 @@ PlayerRun MakeRandomRun(uint32_t seed)
         int32_t last = static_cast<int32_t>(entries.size()) - 1;
         Damage(random, &entries[static_cast<size_t>(Between(random, 0, last))].bytes);
     }
-    run.files.push_back({"piece.dpk", MakePackage(entries)});
-    if (!Chance(random, 5))
-    {
-        run.files.push_back({Chance(random, 50) ? "a.xm" : "music/a.xm", "module"});
-    }
-
-    ChooseRandomly(random, &run);
-    run.earlyReadings = static_cast<uint32_t>(Between(random, 20, 60)); // loading, most of it
-    run.earlyStepMs = static_cast<uint32_t>(Between(random, 5, 40));
-    run.stepMs = static_cast<uint32_t>(ticks * 10 / kFrames + 1);
-    int32_t frames = Chance(random, 15) ? Between(random, 1, kFrames) : kFrames + 4;
-    for (int32_t i = 0; i < frames; ++i)
-    {
-        run.polls.push_back({static_cast<uint32_t>(Between(random, 0, 2)), false, false, false});
-    }
-    bool closes = Chance(random, 20);
-    run.polls.push_back({0, !closes, closes, false});
-    return run;
+    return {MakePackage(entries), ticks};
 }

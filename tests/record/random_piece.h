@@ -4,8 +4,14 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
-#include "record/player_run.h"
+#include "record/random_numbers.h"
 
-/// @return a piece and how it is played: window, switches, what OpenGL offers, pace, end
-PlayerRun MakeRandomRun(uint32_t seed);
+struct RandomPiece
+{
+    std::string package; // bytes of the file
+    int32_t ticks;       // length of the demo's longest row
+};
+
+RandomPiece MakeRandomPiece(Random* random);

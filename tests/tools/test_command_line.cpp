@@ -3,9 +3,9 @@
 
 #include "tools/dpk_run.h"
 
-static const char* const kCommands[] = {"list",       "extract",  "add",       "remove",
-                                        "create",     "build",    "model",     "compress",
-                                        "decompress", "textures", "vocabulary"};
+static const char* const kCommands[] = {"list",       "extract",  "add",        "remove",
+                                        "create",     "build",    "model",      "compress",
+                                        "decompress", "textures", "vocabulary", "new"};
 
 TEST(CommandLine, TellsItsVersion)
 {
@@ -65,7 +65,8 @@ TEST(CommandLine, ArgumentsThatMakeNoSenseEndWithCode2)
         {{"add", "a"}, "PATH is required"},
         {{"remove", "a"}, "NAME is required"},
         {{"create"}, "FILE is required"},
-        {{"build", "a"}, "--output is required"},
+        {{"build"}, "DIR is required"},
+        {{"new"}, "DIR is required"},
         {{"model", "a"}, "OUT is required"},
         {{"compress", "a"}, "OUT is required"},
         {{"decompress", "a"}, "OUT is required"},

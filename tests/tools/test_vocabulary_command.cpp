@@ -127,12 +127,13 @@ TEST(VocabularyCommand, AParameterTellsItsKindAndRange)
 {
     TemporaryFolder folder;
     const DpkRun text = RunDpk(folder, {"vocabulary"});
-    EXPECT_NE(text.out.find("      size \"Maze size (1 - 7 integer)\": integer, 1 to 7, past it "
-                            "holds\n"),
+    EXPECT_NE(text.out.find("      size \"Maze size (1 - 7 integer)\": integer, the size of "
+                            "the cells, 1 to 7, past it holds\n"),
               std::string::npos);
     const DpkRun json = RunDpk(folder, {"vocabulary", "--json"});
     EXPECT_NE(json.out.find("{\"name\": \"Maze size (1 - 7 integer)\", \"word\": \"size\", "
-                            "\"kind\": \"integer\", \"least\": 1, \"most\": 7, \"usual\": 4, "
+                            "\"meaning\": \"size of the cells\", \"kind\": \"integer\", \"least\": "
+                            "1, \"most\": 7, \"usual\": 4, "
                             "\"past\": \"holds\"}"),
               std::string::npos);
     EXPECT_NE(json.out.find("\"usual\": 0.00392157,"), std::string::npos);

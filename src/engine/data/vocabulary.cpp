@@ -14,40 +14,40 @@ static constexpr float kAny = std::numeric_limits<float>::infinity();
 // A row is one line wherever it fits.
 // clang-format off
 
-// ---- Generators: name, word, kind, least, most, usual, past the range
+// ---- Generators: name, word, meaning, kind, least, most, usual, past the range
 
 static constexpr Param kColorLayerParams[] = {
-    {"Color", "color", Color, 0, 1, 1, Wraps},
+    {"Color", "color", "color", Color, 0, 1, 1, Wraps},
 };
 static constexpr Param kPlasmaParams[] = {
-    {"Plasma color", "color", Color, 0, 1, 1, Wraps},
-    {"Repeat x", "repeat_x", Number, -kAny, kAny, 1, Works},
-    {"Repeat y", "repeat_y", Number, -kAny, kAny, 1, Works},
+    {"Plasma color", "color", "color", Color, 0, 1, 1, Wraps},
+    {"Repeat x", "repeat_x", "number of waves across", Number, -kAny, kAny, 1, Works},
+    {"Repeat y", "repeat_y", "number of waves down", Number, -kAny, kAny, 1, Works},
 };
 static constexpr Param kRadialParams[] = {
-    {"Center color", "center", Color, 0, 1, 1, Wraps},
-    {"Margin color", "margin", Color, 0, 1, 0, Wraps},
-    {"Inverse radian", "inverse_radius", Number, -kAny, kAny, 1, Works},
-    {"Color offset (0-127)", "offset", Integer, 0, 127, 0, Holds},
+    {"Center color", "center", "color of the center", Color, 0, 1, 1, Wraps},
+    {"Margin color", "margin", "color of the margin", Color, 0, 1, 0, Wraps},
+    {"Inverse radian", "inverse_radius", "inverse of the radius", Number, -kAny, kAny, 1, Works},
+    {"Color offset (0-127)", "offset", "radius of the plain center", Integer, 0, 127, 0, Holds},
 };
 static constexpr Param kMazeParams[] = {
-    {"Color", "color", Color, 0, 1, 1, Wraps},
-    {"Maze size (1 - 7 integer)", "size", Integer, 1, 7, 4, Holds},
-    {"Maze field (integer)", "field", Integer, -kAny, kAny, 1, Works},
-    {"Maze fullness (0 - 1 float)", "fullness", Number, 0, 1, 0.5f, Holds},
+    {"Color", "color", "color", Color, 0, 1, 1, Wraps},
+    {"Maze size (1 - 7 integer)", "size", "size of the cells", Integer, 1, 7, 4, Holds},
+    {"Maze field (integer)", "field", "number of the field", Integer, -kAny, kAny, 1, Works},
+    {"Maze fullness (0 - 1 float)", "fullness", "fullness", Number, 0, 1, 0.5f, Holds},
 };
 static constexpr Param kBricksParams[] = {
-    {"Brick color", "color", Color, 0, 1, 1, Wraps},
-    {"Wall color", "wall", Color, 0, 1, 0, Wraps},
-    {"Horizontal number", "courses", Count, 1, kAny, 8, None},
-    {"Vertical number", "bricks", Count, 1, kAny, 4, None},
-    {"Horizontal margin", "course_margin", Count, 0, kAny, 2, None},
-    {"Vertical margin", "brick_margin", Count, 0, kAny, 2, None},
-    {"Second line offset", "shift", Integer, 0, 255, 32, Wraps}, // -r is as r,
+    {"Brick color", "color", "color of the bricks", Color, 0, 1, 1, Wraps},
+    {"Wall color", "wall", "color of the wall", Color, 0, 1, 0, Wraps},
+    {"Horizontal number", "courses", "number of courses", Count, 1, kAny, 8, None},
+    {"Vertical number", "bricks", "number of bricks in a course", Count, 1, kAny, 4, None},
+    {"Horizontal margin", "course_margin", "wall between courses, in pixels", Count, 0, kAny, 2, None},
+    {"Vertical margin", "brick_margin", "wall between bricks, in pixels", Count, 0, kAny, 2, None},
+    {"Second line offset", "shift", "offset of every second course, in pixels", Integer, 0, 255, 32, Wraps}, // -r is as r
 };
 static constexpr Param kNoiseParams[] = {
-    {"Color", "color", Color, 0, 1, 1, Wraps},
-    {"Random seed", "seed", Integer, -kAny, kAny, 1, Works},
+    {"Color", "color", "color", Color, 0, 1, 1, Wraps},
+    {"Random seed", "seed", "number of the noise", Integer, -kAny, kAny, 1, Works},
 };
 static constexpr Row kGeneratorRows[] = {
     {kGeneratorColor, "Color", "color", kColorLayerParams},
@@ -61,38 +61,38 @@ static constexpr Row kGeneratorRows[] = {
 // ---- Texture steps. The first scale is the work image's, the second the layer's
 
 static constexpr Param kTwoScales[] = {
-    {"1. scale", "scale", Number, -kAny, kAny, 1, Works},
-    {"2. scale", "layer_scale", Number, -kAny, kAny, 1, Works},
+    {"1. scale", "scale", "scale of the image", Number, -kAny, kAny, 1, Works},
+    {"2. scale", "layer_scale", "scale of the layer", Number, -kAny, kAny, 1, Works},
 };
 static constexpr Param kProductScale[] = {
-    {"Scale", "scale", Number, -kAny, kAny, 0.00392157f, Works},
+    {"Scale", "scale", "scale", Number, -kAny, kAny, 0.00392157f, Works},
 };
 static constexpr Param kScale[] = {
-    {"Scale", "scale", Number, -kAny, kAny, 1, Works},
+    {"Scale", "scale", "scale", Number, -kAny, kAny, 1, Works},
 };
 static constexpr Param kOffsetParams[] = {
-    {"X offset", "rows", Integer, 0, 255, 0, Wraps},
-    {"Y offset", "columns", Integer, 0, 255, 0, Wraps},
+    {"X offset", "rows", "move in rows", Integer, -255, 255, 0, Wraps},
+    {"Y offset", "columns", "move in columns", Integer, -255, 255, 0, Wraps},
 };
 static constexpr Param kRippleParams[] = {
-    {"X amplitude", "amplitude_x", Number, -kAny, kAny, 0.05f, Works},
-    {"Y amplitude", "amplitude_y", Number, -kAny, kAny, 0.05f, Works},
-    {"X wavelength", "waves_x", Integer, -kAny, kAny, 2, Works},
-    {"Y wavelength", "waves_y", Integer, -kAny, kAny, 2, Works},
+    {"X amplitude", "amplitude_x", "amplitude across, in image widths", Number, -kAny, kAny, 0.05f, Works},
+    {"Y amplitude", "amplitude_y", "amplitude down, in image widths", Number, -kAny, kAny, 0.05f, Works},
+    {"X wavelength", "waves_x", "number of waves across", Integer, -kAny, kAny, 2, Works},
+    {"Y wavelength", "waves_y", "number of waves down", Integer, -kAny, kAny, 2, Works},
 };
 static constexpr Param kEmbossParams[] = {
-    {"Direction (1-4)", "direction", Integer, 1, 4, 1, Holds},
+    {"Direction (1-4)", "direction", "direction", Integer, 1, 4, 1, Holds},
 };
 static constexpr Param kConvolutionParams[] = {
-    {"m11", "m11", Number, -kAny, kAny, 0, Works},
-    {"m12", "m12", Number, -kAny, kAny, 0, Works},
-    {"m13", "m13", Number, -kAny, kAny, 0, Works},
-    {"m21", "m21", Number, -kAny, kAny, 0, Works},
-    {"m22", "m22", Number, -kAny, kAny, 1, Works},
-    {"m23", "m23", Number, -kAny, kAny, 0, Works},
-    {"m31", "m31", Number, -kAny, kAny, 0, Works},
-    {"m32", "m32", Number, -kAny, kAny, 0, Works},
-    {"m33", "m33", Number, -kAny, kAny, 0, Works},
+    {"m11", "m11", "weight in row 1, column 1", Number, -kAny, kAny, 0, Works},
+    {"m12", "m12", "weight in row 1, column 2", Number, -kAny, kAny, 0, Works},
+    {"m13", "m13", "weight in row 1, column 3", Number, -kAny, kAny, 0, Works},
+    {"m21", "m21", "weight in row 2, column 1", Number, -kAny, kAny, 0, Works},
+    {"m22", "m22", "weight in row 2, column 2", Number, -kAny, kAny, 1, Works},
+    {"m23", "m23", "weight in row 2, column 3", Number, -kAny, kAny, 0, Works},
+    {"m31", "m31", "weight in row 3, column 1", Number, -kAny, kAny, 0, Works},
+    {"m32", "m32", "weight in row 3, column 2", Number, -kAny, kAny, 0, Works},
+    {"m33", "m33", "weight in row 3, column 3", Number, -kAny, kAny, 0, Works},
 };
 static constexpr Row kStepRows[] = {
     {kStepAdd, "Add", "add", kTwoScales},
@@ -111,25 +111,37 @@ static constexpr Row kStepRows[] = {
 // ---- Envelopes
 
 static constexpr Param kLetters[] = {
-    {"a", "a", Number, -kAny, kAny, 1, Works},
-    {"b", "b", Number, -kAny, kAny, 0, Works},
-    {"c", "c", Number, -kAny, kAny, 0, Works},
-    {"d", "d", Number, -kAny, kAny, 0, Works},
-    {"e", "e", Number, -kAny, kAny, 0, Works},
+    {"a", "a", "factor a", Number, -kAny, kAny, 1, Works},
+    {"b", "b", "number b", Number, -kAny, kAny, 0, Works},
+    {"c", "c", "number c", Number, -kAny, kAny, 0, Works},
+    {"d", "d", "number d", Number, -kAny, kAny, 0, Works},
+    {"e", "e", "number e", Number, -kAny, kAny, 0, Works},
 };
 static constexpr Param kPoints[] = {
-    {"x1", "x1", Number, -kAny, kAny, 0, Works}, {"y1", "y1", Number, -kAny, kAny, 0, Works},
-    {"x2", "x2", Number, -kAny, kAny, 0, Works}, {"y2", "y2", Number, -kAny, kAny, 0, Works},
-    {"x3", "x3", Number, -kAny, kAny, 0, Works}, {"y3", "y3", Number, -kAny, kAny, 0, Works},
-    {"x4", "x4", Number, -kAny, kAny, 0, Works}, {"y4", "y4", Number, -kAny, kAny, 0, Works},
-    {"x5", "x5", Number, -kAny, kAny, 0, Works}, {"y5", "y5", Number, -kAny, kAny, 0, Works},
-    {"x6", "x6", Number, -kAny, kAny, 0, Works}, {"y6", "y6", Number, -kAny, kAny, 0, Works},
-    {"x7", "x7", Number, -kAny, kAny, 0, Works}, {"y7", "y7", Number, -kAny, kAny, 0, Works},
-    {"x8", "x8", Number, -kAny, kAny, 0, Works}, {"y8", "y8", Number, -kAny, kAny, 0, Works},
-    {"x9", "x9", Number, -kAny, kAny, 0, Works}, {"y9", "y9", Number, -kAny, kAny, 0, Works},
-    {"x10", "x10", Number, -kAny, kAny, 0, Works}, {"y10", "y10", Number, -kAny, kAny, 0, Works},
-    {"x11", "x11", Number, -kAny, kAny, 0, Works}, {"y11", "y11", Number, -kAny, kAny, 0, Works},
-    {"x12", "x12", Number, -kAny, kAny, 0, Works}, {"y12", "y12", Number, -kAny, kAny, 0, Works},
+    {"x1", "x1", "tick of point 1", Number, -kAny, kAny, 0, Works},
+    {"y1", "y1", "value of point 1", Number, -kAny, kAny, 0, Works},
+    {"x2", "x2", "tick of point 2", Number, -kAny, kAny, 0, Works},
+    {"y2", "y2", "value of point 2", Number, -kAny, kAny, 0, Works},
+    {"x3", "x3", "tick of point 3", Number, -kAny, kAny, 0, Works},
+    {"y3", "y3", "value of point 3", Number, -kAny, kAny, 0, Works},
+    {"x4", "x4", "tick of point 4", Number, -kAny, kAny, 0, Works},
+    {"y4", "y4", "value of point 4", Number, -kAny, kAny, 0, Works},
+    {"x5", "x5", "tick of point 5", Number, -kAny, kAny, 0, Works},
+    {"y5", "y5", "value of point 5", Number, -kAny, kAny, 0, Works},
+    {"x6", "x6", "tick of point 6", Number, -kAny, kAny, 0, Works},
+    {"y6", "y6", "value of point 6", Number, -kAny, kAny, 0, Works},
+    {"x7", "x7", "tick of point 7", Number, -kAny, kAny, 0, Works},
+    {"y7", "y7", "value of point 7", Number, -kAny, kAny, 0, Works},
+    {"x8", "x8", "tick of point 8", Number, -kAny, kAny, 0, Works},
+    {"y8", "y8", "value of point 8", Number, -kAny, kAny, 0, Works},
+    {"x9", "x9", "tick of point 9", Number, -kAny, kAny, 0, Works},
+    {"y9", "y9", "value of point 9", Number, -kAny, kAny, 0, Works},
+    {"x10", "x10", "tick of point 10", Number, -kAny, kAny, 0, Works},
+    {"y10", "y10", "value of point 10", Number, -kAny, kAny, 0, Works},
+    {"x11", "x11", "tick of point 11", Number, -kAny, kAny, 0, Works},
+    {"y11", "y11", "value of point 11", Number, -kAny, kAny, 0, Works},
+    {"x12", "x12", "tick of point 12", Number, -kAny, kAny, 0, Works},
+    {"y12", "y12", "value of point 12", Number, -kAny, kAny, 0, Works},
 };
 static_assert(std::size(kPoints) == 2 * kSplinePoints && std::size(kPoints) == kEnvelopeParams);
 
@@ -155,11 +167,11 @@ static constexpr Row kValueKindRows[] = {
 // ---- 2D effects
 
 static constexpr Param kTestEffectParams[] = {
-    {"Test parameter1", "first", Envelope, -kAny, kAny, 0, Works},
-    {"Test parameter2", "second", Envelope, -kAny, kAny, 0, Works},
+    {"Test parameter1", "first", "first value", Envelope, -kAny, kAny, 0, Works},
+    {"Test parameter2", "second", "second value", Envelope, -kAny, kAny, 0, Works},
 };
-static constexpr Param kStepEnvelope[] = {{"Step", "step", Envelope, -kAny, kAny, 0, Works}};
-static constexpr Param kUpdateEnvelope[] = {{"Update", "update", Envelope, -kAny, kAny, 0, Works}};
+static constexpr Param kStepEnvelope[] = {{"Step", "step", "phase", Envelope, -kAny, kAny, 0, Works}};
+static constexpr Param kUpdateEnvelope[] = {{"Update", "update", "number of steps", Envelope, -kAny, kAny, 0, Works}};
 static constexpr Row kEffectRows[] = {
     {kEffectTest, "Test 2d effect", "test", kTestEffectParams},
     {kEffectPlasma, "Effect 1", "plasma", kStepEnvelope},
@@ -171,31 +183,36 @@ static constexpr Row kEffectRows[] = {
 // the light before all others: in row 12 this table has it later. "Procedrual" in row 3 is how the
 // table has always had it.
 
-static constexpr Param kRecipeColorParam = {"Color", "color", Color, 0, 1, 1, Holds};
-static constexpr Param kAlphaParam = {"Alpha (0-1)", "alpha", Number, 0, 1, 1, Holds};
-static constexpr Param kLightParam = {"Light", "light", Light, 0, 4096, 0, Fails};
-static constexpr Param kTextureParam = {"Procedural Texture", "texture", Texture, 0, 4096, 0, Fails};
-static constexpr Param kEffectParam = {"2D Effect Texture", "effect", Effect, 0, 4096, 0, Fails};
-static constexpr Param kBitmapParam = {"Bitmap Texture", "bitmap", Bitmap, 0, 4096, 0, Fails};
-static constexpr Param kFirstBitmap = {"1. Bitmap Texture", "bitmap", Bitmap, 0, 4096, 0, Fails};
-static constexpr Param kSecondBitmap = {"2. Bitmap Texture", "bitmap2", Bitmap, 0, 4096, 0, Fails};
-static constexpr Param kTurnParam = {"Rotate texture (0, 1)", "turns", Flag, 0, 1, 0, Works};
-static constexpr Param kWidthParam = {"Line width", "width", Number, 0.125f, kAny, 1, Keeps};
+static constexpr Param kRecipeColorParam = {"Color", "color", "color", Color, 0, 1, 1, Holds};
+/// Light is added up before anything is cut to 1.
+static constexpr Param kLitColorParam = {"Color", "color", "color", Color, -kAny, kAny, 1, Works};
+static constexpr Param kAlphaParam = {"Alpha (0-1)", "alpha", "alpha", Number, 0, 1, 1, Holds};
+static constexpr Param kLightParam = {"Light", "light", "light", Light, 0, 4096, 0, Fails};
+static constexpr Param kTextureParam = {"Procedural Texture", "texture", "texture", Texture, 0, 4096, 0, Fails};
+static constexpr Param kEffectParam = {"2D Effect Texture", "effect", "2D effect", Effect, 0, 4096, 0, Fails};
+static constexpr Param kBitmapParam = {"Bitmap Texture", "bitmap", "bitmap", Bitmap, 0, 4096, 0, Fails};
+static constexpr Param kFirstBitmap = {"1. Bitmap Texture", "bitmap", "first bitmap", Bitmap, 0, 4096, 0, Fails};
+static constexpr Param kSecondBitmap = {"2. Bitmap Texture", "bitmap2", "second bitmap", Bitmap, 0, 4096, 0, Fails};
+static constexpr Param kTurnParam = {"Rotate texture (0, 1)", "turns", "turn with the camera", Flag, 0, 1, 0, Works};
+static constexpr Param kWidthParam = {"Line width", "width", "width of the lines, in pixels", Number, 0.125f, kAny, 1, Keeps};
 
 static constexpr Param kPlain[] = {kRecipeColorParam, kAlphaParam};
-static constexpr Param kLit[] = {kRecipeColorParam, kLightParam, kAlphaParam};
+static constexpr Param kLit[] = {kLitColorParam, kLightParam, kAlphaParam};
 static constexpr Param kTextured[] = {kRecipeColorParam, kTextureParam, kAlphaParam};
-static constexpr Param kLitTextured[] = {kRecipeColorParam, kLightParam, kTextureParam, kAlphaParam};
+static constexpr Param kLitTextured[] = {kLitColorParam, kLightParam, kTextureParam, kAlphaParam};
 static constexpr Param kLitMisspelled[] = {
-    kRecipeColorParam, kLightParam, {"Procedrual Texture", "texture", Texture, 0, 4096, 0, Fails}, kAlphaParam,
+    kLitColorParam,
+    kLightParam,
+    {"Procedrual Texture", "texture", "texture", Texture, 0, 4096, 0, Fails},
+    kAlphaParam,
 };
 static constexpr Param kWithEffect[] = {kRecipeColorParam, kEffectParam, kAlphaParam};
 static constexpr Param kWithBitmap[] = {kRecipeColorParam, kBitmapParam, kAlphaParam};
-static constexpr Param kLitBitmap[] = {kRecipeColorParam, kLightParam, kBitmapParam, kAlphaParam};
+static constexpr Param kLitBitmap[] = {kLitColorParam, kLightParam, kBitmapParam, kAlphaParam};
 static constexpr Param kTwoBitmaps[] = {kRecipeColorParam, kFirstBitmap, kSecondBitmap, kAlphaParam};
-static constexpr Param kLitTwoBitmaps[] = {kRecipeColorParam, kLightParam, kFirstBitmap, kSecondBitmap, kAlphaParam};
+static constexpr Param kLitTwoBitmaps[] = {kLitColorParam, kLightParam, kFirstBitmap, kSecondBitmap, kAlphaParam};
 static constexpr Param kTurningBitmap[] = {kRecipeColorParam, kBitmapParam, kAlphaParam, kTurnParam};
-static constexpr Param kLitTurningBitmap[] = {kRecipeColorParam, kBitmapParam, kLightParam, kAlphaParam, kTurnParam};
+static constexpr Param kLitTurningBitmap[] = {kLitColorParam, kBitmapParam, kLightParam, kAlphaParam, kTurnParam};
 static constexpr Param kCutoutBitmap[] = {kRecipeColorParam, kBitmapParam};
 static constexpr Param kColorAlone[] = {kRecipeColorParam};
 static constexpr Param kLines[] = {kRecipeColorParam, kAlphaParam, kWidthParam};
@@ -235,7 +252,7 @@ static_assert(std::size(kRecipeRows) == kMaterialTypes);
 
 // ---- Geometry
 
-static constexpr Param kTimeEnvelope[] = {{"Time", "time", Envelope, -kAny, kAny, 0, Works}};
+static constexpr Param kTimeEnvelope[] = {{"Time", "time", "time", Envelope, -kAny, kAny, 0, Works}};
 static constexpr Row kGenMeshRows[] = {
     {kLakeWater, "Lake water", "lake_water", kTimeEnvelope, kTraitHistory},
     {kCenterwaveWater, "Centerwave water", "centerwave_water", kTimeEnvelope},
@@ -247,46 +264,46 @@ static constexpr Row kObjectKindRows[] = {
 
 static constexpr float kMostCopies = static_cast<float>(kInstanceLimit);
 static constexpr Param kXyzMultiplierParams[] = {
-    {"X number", "count_x", Count, 0, kMostCopies, 1, Fails},
-    {"Y number", "count_y", Count, 0, kMostCopies, 1, Fails},
-    {"Z number", "count_z", Count, 0, kMostCopies, 1, Fails},
-    {"Position X step", "step_x", Number, -kAny, kAny, 0, Works},
-    {"Position Y step", "step_y", Number, -kAny, kAny, 0, Works},
-    {"Position Z step", "step_z", Number, -kAny, kAny, 0, Works},
-    {"Rotate X step", "turn_x", Number, -kAny, kAny, 0, Works},
-    {"Rotate Y step", "turn_y", Number, -kAny, kAny, 0, Works},
-    {"Rotate Z step", "turn_z", Number, -kAny, kAny, 0, Works},
-    {"Scale X step", "scale_x", Number, -kAny, kAny, 0, Works},
-    {"Scale Y step", "scale_y", Number, -kAny, kAny, 0, Works},
-    {"Scale Z step", "scale_z", Number, -kAny, kAny, 0, Works},
+    {"X number", "count_x", "number of copies along x", Count, 0, kMostCopies, 1, Fails},
+    {"Y number", "count_y", "number of copies along y", Count, 0, kMostCopies, 1, Fails},
+    {"Z number", "count_z", "number of copies along z", Count, 0, kMostCopies, 1, Fails},
+    {"Position X step", "step_x", "step of the position along x", Number, -kAny, kAny, 0, Works},
+    {"Position Y step", "step_y", "step of the position along y", Number, -kAny, kAny, 0, Works},
+    {"Position Z step", "step_z", "step of the position along z", Number, -kAny, kAny, 0, Works},
+    {"Rotate X step", "turn_x", "step of the turn about x, in degrees", Number, -kAny, kAny, 0, Works},
+    {"Rotate Y step", "turn_y", "step of the turn about y, in degrees", Number, -kAny, kAny, 0, Works},
+    {"Rotate Z step", "turn_z", "step of the turn about z, in degrees", Number, -kAny, kAny, 0, Works},
+    {"Scale X step", "scale_x", "step of the scale along x", Number, -kAny, kAny, 0, Works},
+    {"Scale Y step", "scale_y", "step of the scale along y", Number, -kAny, kAny, 0, Works},
+    {"Scale Z step", "scale_z", "step of the scale along z", Number, -kAny, kAny, 0, Works},
 };
 static constexpr Param kXMultiplierParams[] = {
-    {"X number", "count", Count, 0, kMostCopies, 1, Fails},
-    {"Position X step", "step_x", Number, -kAny, kAny, 0, Works},
-    {"Position Y step", "step_y", Number, -kAny, kAny, 0, Works},
-    {"Position Z step", "step_z", Number, -kAny, kAny, 0, Works},
-    {"Rotate X step", "turn_x", Number, -kAny, kAny, 0, Works},
-    {"Rotate Y step", "turn_y", Number, -kAny, kAny, 0, Works},
-    {"Rotate Z step", "turn_z", Number, -kAny, kAny, 0, Works},
-    {"Scale X step", "scale_x", Number, -kAny, kAny, 0, Works},
-    {"Scale Y step", "scale_y", Number, -kAny, kAny, 0, Works},
-    {"Scale Z step", "scale_z", Number, -kAny, kAny, 0, Works},
+    {"X number", "count", "number of copies along x", Count, 0, kMostCopies, 1, Fails},
+    {"Position X step", "step_x", "step of the position along x", Number, -kAny, kAny, 0, Works},
+    {"Position Y step", "step_y", "step of the position along y", Number, -kAny, kAny, 0, Works},
+    {"Position Z step", "step_z", "step of the position along z", Number, -kAny, kAny, 0, Works},
+    {"Rotate X step", "turn_x", "step of the turn about x, in degrees", Number, -kAny, kAny, 0, Works},
+    {"Rotate Y step", "turn_y", "step of the turn about y, in degrees", Number, -kAny, kAny, 0, Works},
+    {"Rotate Z step", "turn_z", "step of the turn about z, in degrees", Number, -kAny, kAny, 0, Works},
+    {"Scale X step", "scale_x", "step of the scale along x", Number, -kAny, kAny, 0, Works},
+    {"Scale Y step", "scale_y", "step of the scale along y", Number, -kAny, kAny, 0, Works},
+    {"Scale Z step", "scale_z", "step of the scale along z", Number, -kAny, kAny, 0, Works},
 };
 static constexpr Param kRipplerParams[] = {
-    {"Time", "time", Number, -kAny, kAny, 0, Works},
-    {"Amplitude", "amplitude", Number, -kAny, kAny, 0.1f, Works},
-    {"Wavelength", "wavelength", Number, -kAny, kAny, 1, Works},
+    {"Time", "time", "time", Number, -kAny, kAny, 0, Works},
+    {"Amplitude", "amplitude", "amplitude", Number, -kAny, kAny, 0.1f, Works},
+    {"Wavelength", "wavelength", "number that is larger for shorter waves", Number, -kAny, kAny, 1, Works},
 };
 static constexpr Param kModelPlacerParams[] = {
-    {"Position X", "x", Number, -kAny, kAny, 0, Works},
-    {"Position Y", "y", Number, -kAny, kAny, 0, Works},
-    {"Position Z", "z", Number, -kAny, kAny, 0, Works},
-    {"Rotate X", "turn_x", Number, -kAny, kAny, 0, Works},
-    {"Rotate Y", "turn_y", Number, -kAny, kAny, 0, Works},
-    {"Rotate Z", "turn_z", Number, -kAny, kAny, 0, Works},
-    {"Scale X", "scale_x", Number, -kAny, kAny, 1, Works},
-    {"Scale Y", "scale_y", Number, -kAny, kAny, 1, Works},
-    {"Scale Z", "scale_z", Number, -kAny, kAny, 1, Works},
+    {"Position X", "x", "position along x", Number, -kAny, kAny, 0, Works},
+    {"Position Y", "y", "position along y", Number, -kAny, kAny, 0, Works},
+    {"Position Z", "z", "position along z", Number, -kAny, kAny, 0, Works},
+    {"Rotate X", "turn_x", "turn about x, in degrees", Number, -kAny, kAny, 0, Works},
+    {"Rotate Y", "turn_y", "turn about y, in degrees", Number, -kAny, kAny, 0, Works},
+    {"Rotate Z", "turn_z", "turn about z, in degrees", Number, -kAny, kAny, 0, Works},
+    {"Scale X", "scale_x", "scale along x", Number, -kAny, kAny, 1, Works},
+    {"Scale Y", "scale_y", "scale along y", Number, -kAny, kAny, 1, Works},
+    {"Scale Z", "scale_z", "scale along z", Number, -kAny, kAny, 1, Works},
 };
 static constexpr Row kManipulatorRows[] = {
     {kManipulatorXyzMultiplier, "XYZ Multiplier", "xyz_multiplier", kXyzMultiplierParams},
@@ -297,7 +314,7 @@ static constexpr Row kManipulatorRows[] = {
 
 // ---- The timeline
 
-static constexpr Param kTargetParam[] = {{"Texture", "target", Bitmap, 0, 4096, 0, Fails}};
+static constexpr Param kTargetParam[] = {{"Texture", "target", "bitmap that is drawn into", Bitmap, 0, 4096, 0, Fails}};
 static constexpr Row kPassRows[] = {
     {kPassSimple, "Simple render", "simple", {}},
     {kPassTexture, "Render to texture", "texture", kTargetParam, kTraitTarget},
@@ -306,17 +323,17 @@ static constexpr Row kPassRows[] = {
     {kPassTextureWide, "Render to texture, force 16:9", "texture_wide", kTargetParam, kTraitTarget},
     {kPassTextureQuarter, "Render to quarter screen texture", "texture_quarter", kTargetParam, kTraitTarget},
 };
-static constexpr Param kFieldOfView[] = {{"Field of view", "fov", Number, 0, 180, 60, Works}};
-static constexpr Param kViewEnvelope[] = {{"Field of view", "fov", Envelope, 0, 4096, 0, Fails}};
+static constexpr Param kFieldOfView[] = {{"Field of view", "fov", "field of view, in degrees", Number, 0, 180, 60, Works}};
+static constexpr Param kViewEnvelope[] = {{"Field of view", "fov", "field of view, in degrees", Envelope, 0, 4096, 0, Fails}};
 static constexpr Row kProjectionRows[] = {
     {kProjectionPerspective, "static", "perspective", kFieldOfView},
     {kProjectionOrthographic, "ortographic", "flat", {}, kTraitOnTop},
     {kProjectionAnimatedFov, "dynamic", "animated_perspective", kViewEnvelope},
 };
 static constexpr Param kFogParams[] = {
-    {"Density", "density", Number, -kAny, kAny, 1, Works},
-    {"Start", "start", Number, -kAny, kAny, 10, Works},
-    {"End", "end", Number, -kAny, kAny, 100, Works},
+    {"Density", "density", "density, which counts for nothing", Number, -kAny, kAny, 1, Works},
+    {"Start", "start", "distance where it begins", Number, -kAny, kAny, 10, Works},
+    {"End", "end", "distance where it hides all", Number, -kAny, kAny, 100, Works},
 };
 static constexpr Row kFogRows[] = {
     {kFogOff, "Off", "off", {}},

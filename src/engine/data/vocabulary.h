@@ -40,6 +40,7 @@ struct VocabularyParam
 {
     const char* name; // display name
     const char* word;
+    const char* meaning; // after "the": "size of the cells"
     ParamKind kind;
     float least;
     float most;

@@ -163,6 +163,28 @@ bool CopyPieceState(const PieceState* from, PieceState* to, FaultList* faults)
            CopyDocumentState(&from->demo, &to->demo, faults);
 }
 
+static size_t DocumentStateBytes(const DocumentState* state)
+{
+    size_t bytes = state->envelopeCount * sizeof(EnvelopeCache) +
+                   state->genMeshCount * sizeof(GenMeshState) +
+                   state->effectCount * sizeof(EffectState);
+    for (uint32_t i = 0; i < state->genMeshCount; ++i)
+    {
+        bytes += state->genMeshes[i].blockSize;
+    }
+    for (uint32_t i = 0; i < state->effectCount; ++i)
+    {
+        bytes += state->effects[i].stateSize;
+    }
+    return bytes;
+}
+
+size_t PieceStateBytes(const PieceState* state)
+{
+    return sizeof(PieceState) + DocumentStateBytes(&state->loading) +
+           DocumentStateBytes(&state->demo);
+}
+
 void FreePieceState(PieceState* state)
 {
     FreeDocumentState(&state->loading);

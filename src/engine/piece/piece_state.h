@@ -5,6 +5,7 @@
 // effect textures, which follow from it.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "engine/animation/envelope.h"
@@ -47,6 +48,9 @@ bool StartItemState(Section section, uint32_t id, const DemoDocument* document,
 /// @param to   a state that holds nothing, or one of the same piece, whose memory is used again
 /// @return false after a fault if there is no memory; `to` may be freed all the same
 bool CopyPieceState(const PieceState* from, PieceState* to, FaultList* faults);
+
+/// @return the bytes that a copy of the state takes
+size_t PieceStateBytes(const PieceState* state);
 
 /// Frees what a state owns. It is then as StartPieceState leaves it.
 void FreePieceState(PieceState* state);

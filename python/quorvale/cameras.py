@@ -1,0 +1,177 @@
+"""Cameras: where a clip is seen from.
+
+    >>> camera = look((0, 2, 8), (0, 0, 0), fov=50)
+    >>> camera.fov
+    50
+"""
+
+from __future__ import annotations
+
+import math
+from collections.abc import Sequence
+from dataclasses import dataclass
+
+from quorvale.curves import SPLINE_POINTS, Curve, Value, spline, spline_value
+from quorvale.exact import atan2_degrees, cos_degrees, cos_turns, sin_degrees, sin_turns
+from quorvale.facts import checked_number
+from quorvale.values import Vector, checked_triple, checked_value
+
+Point = tuple[float, float, float]
+
+
+@dataclass(frozen=True)
+class Camera:
+    """What a clip's scene is moved and turned by, and its field of view in degrees.
+
+    `look`, `path` and `orbit` make one from points of the scene; `FLAT` sees the unit square, x
+    from 0 at the left to 1 at the right, y from 0 at the top to 1 at the bottom, and has no `fov`.
+    """
+
+    position: Vector
+    rotation: Vector
+    fov: Value | None
+
+    def __post_init__(self) -> None:
+        checked_triple("Camera", "position", self.position)
+        checked_triple("Camera", "rotation", self.rotation)
+        if self.fov is not None:
+            checked_value("Camera", "field of view", self.fov)
+            if not isinstance(self.fov, Curve) and not 0.0 < self.fov < 180.0:
+                raise ValueError(f"Camera(): the field of view is above 0 and below 180 degrees, "
+                                 f"not {self.fov}")
+
+    def later(self, ticks: int) -> Camera:
+        """The same view from tick `ticks` on, for a clip that begins inside its scene: with this
+        offset the scene's curves are ahead, and the camera's begin where the clip does."""
+
+        def shifted(value: Value) -> Value:
+            return value.delayed(ticks) if isinstance(value, Curve) else value
+
+        x, y, z = (shifted(value) for value in self.position)
+        rx, ry, rz = (shifted(value) for value in self.rotation)
+        return Camera((x, y, z), (rx, ry, rz), None if self.fov is None else shifted(self.fov))
+
+    def turning_only(self) -> Camera:
+        """The same directions from the middle of the scene: for skies."""
+        return Camera((0.0, 0.0, 0.0), self.rotation, self.fov)
+
+    def facing(self, length: int) -> Vector:
+        """Rotations of an object that shows its z side to this camera for `length` ticks."""
+        knots: tuple[list[tuple[int, float]], ...] = ([], [], [])
+        for t in _knot_ticks(length):
+            pitch, yaw, roll = (_sampled(value, t) for value in self.rotation)
+            # The inverse of the camera's Rz Rx Ry, as the object's Rx Ry Rz.
+            sx, cx = sin_degrees(-pitch), cos_degrees(-pitch)
+            sy, cy = sin_degrees(-yaw), cos_degrees(-yaw)
+            sz, cz = sin_degrees(-roll), cos_degrees(-roll)
+            m00 = cy * cz + sy * sx * sz
+            m01 = -cy * sz + sy * sx * cz
+            m02 = sy * cx
+            m12 = -sx
+            m22 = cy * cx
+            angles = (atan2_degrees(-m12, m22),
+                      atan2_degrees(m02, math.sqrt(m12 * m12 + m22 * m22)),
+                      atan2_degrees(-m01, m00))
+            # The same turn in other angles, which may be nearer to where the last ones were.
+            others = (angles[0] + 180.0, 180.0 - angles[1], angles[2] + 180.0)
+            near, far = ([_nearest_turn(angle, points) for points, angle in zip(knots, triple)]
+                         for triple in (angles, others))
+            if _distance(far, knots) < _distance(near, knots):
+                near = far
+            for points, angle in zip(knots, near):
+                points.append((t, angle))
+        x, y, z = (_curve(points) for points in knots)
+        return x, y, z
+
+
+FLAT = Camera((0.0, 0.0, 0.0), (0.0, 0.0, 0.0), None)
+
+
+def _knot_ticks(length: int) -> list[int]:
+    return [round(length * i / (SPLINE_POINTS - 1)) for i in range(SPLINE_POINTS)]
+
+
+def _nearest_turn(angle: float, points: Sequence[tuple[int, float]]) -> float:
+    """An angle moved by whole turns, so that it lies within half a turn of the last point."""
+    if points:
+        while angle - points[-1][1] > 180.0:
+            angle -= 360.0
+        while angle - points[-1][1] < -180.0:
+            angle += 360.0
+    return angle
+
+
+def _distance(angles: Sequence[float], knots: Sequence[Sequence[tuple[int, float]]]) -> float:
+    """How far three angles are from the last knots; 0 from none."""
+    return sum(abs(angle - points[-1][1]) for angle, points in zip(angles, knots) if points)
+
+
+def _curve(points: Sequence[tuple[int, float]]) -> Value:
+    if all(y == points[0][1] for _, y in points):
+        return points[0][1]
+    return spline(points)
+
+
+def _sampled(value: Value, t: int) -> float:
+    return value.sample(t) if isinstance(value, Curve) else value
+
+
+def heading(eye: Sequence[float], target: Sequence[float]) -> tuple[float, float]:
+    """Rotations about x and y, in degrees, of a camera that looks from one point to another."""
+    dx, dy, dz = (b - a for a, b in zip(eye, target))
+    flat = math.sqrt(dx * dx + dz * dz)
+    return -atan2_degrees(dy, flat), atan2_degrees(dx, -dz)
+
+
+def _point(maker: str, meaning: str, point: Sequence[float]) -> Point:
+    if len(point) != 3:
+        raise ValueError(f"{maker}(): the {meaning} is a point of three numbers, not {point!r}")
+    x, y, z = (checked_number(maker, meaning, value) for value in point)
+    return x, y, z
+
+
+def look(eye: Sequence[float], target: Sequence[float], fov: Value = 60.0,
+         roll: Value = 0.0) -> Camera:
+    """A camera at one point that looks at another. `fov` and `roll` are degrees and may move."""
+    eye = _point("look", "eye", eye)
+    pitch, yaw = heading(eye, _point("look", "target", target))
+    x, y, z = (0.0 - c for c in eye)
+    return Camera((x, y, z), (pitch, yaw, roll), fov)
+
+
+def path(keys: Sequence[tuple[int, Sequence[float], Sequence[float]]], fov: Value = 60.0,
+         roll: Value = 0.0) -> Camera:
+    """A camera on a curve through 2 to 12 keys (tick, eye, target), the first at tick 0.
+
+    It passes its eyes and looks at its targets at the keys, and close to them between.
+    """
+    if not 2 <= len(keys) <= SPLINE_POINTS:
+        raise ValueError(f"path(): there are 2 to {SPLINE_POINTS} keys, not {len(keys)}")
+    eyes = [[(t, eye[k]) for t, eye, _ in keys] for k in range(3)]
+    targets = [[(t, target[k]) for t, _, target in keys] for k in range(3)]
+    for points in eyes + targets:
+        spline(points)  # refuses ticks in disorder
+    pitches: list[tuple[int, float]] = []
+    yaws: list[tuple[int, float]] = []
+    for t in _knot_ticks(keys[-1][0]):
+        pitch, yaw = heading([spline_value(points, t) for points in eyes],
+                             [spline_value(points, t) for points in targets])
+        pitches.append((t, pitch))
+        yaws.append((t, _nearest_turn(yaw, yaws)))
+    x, y, z = (_curve([(t, 0.0 - value) for t, value in points]) for points in eyes)
+    return Camera((x, y, z), (_curve(pitches), _curve(yaws), roll), fov)
+
+
+def orbit(center: Sequence[float], radius: float, height: float, length: int, turns: float = 1.0,
+          start: float = 0.0, fov: Value = 60.0) -> Camera:
+    """A camera that circles a point in `length` ticks, `height` above it, and looks at it.
+
+    `turns` may be below 0 and below 1; `start` is where it begins, in turns, 0 in front (z up).
+    """
+    center = _point("orbit", "center", center)
+    keys = []
+    for t in _knot_ticks(length):
+        turn = start + turns * t / length
+        keys.append((t, (center[0] + radius * sin_turns(turn), center[1] + height,
+                         center[2] + radius * cos_turns(turn)), center))
+    return path(keys, fov)

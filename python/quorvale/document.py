@@ -1,0 +1,521 @@
+"""Documents: rows of clips, and the text that the engine reads.
+
+    >>> from quorvale import FLAT, Document, Model, Scene, recipes
+    >>> scene = Scene()
+    >>> scene.add(Model("square.obj"), recipes.color((1, 0.5, 0)), position=(0.5, 0.5, 0))
+    >>> demo = Document()
+    >>> clip = demo.row(0).show(scene, FLAT, 0, 200)
+    >>> demo.text().startswith('<?xml version="1.0"')
+    True
+"""
+
+from __future__ import annotations
+
+import json
+import os
+from collections.abc import Callable, Iterable, Iterator, Sequence
+from dataclasses import dataclass, field
+from typing import Any, Literal, Union
+
+from quorvale.cameras import Camera
+from quorvale.curves import Curve, Value, number_text
+from quorvale.facts import CATALOGUES, LIMITS, TICKS_PER_SECOND, checked_number, nearest, row
+from quorvale.items import (Bitmap, Effect, GenMesh, Item, Layer, Light, Material, Model, Texture)
+from quorvale.music import Music
+from quorvale.origin import Origin, here
+from quorvale.scenes import Manipulator, Placed, Scene
+from quorvale.values import checked_value
+
+Pass = Literal["simple", "texture", "link", "clear_depth", "texture_wide", "texture_quarter"]
+
+
+@dataclass(frozen=True)
+class Fog:
+    """Fog from distance `start`, where it begins, to `end`, where it hides all.
+
+    Its color is that of a material of the recipe "color"; without one it is white.
+    """
+
+    start: Value
+    end: Value
+    material: Material | None = None
+
+    def __post_init__(self) -> None:
+        checked_value("Fog", "start", self.start)
+        checked_value("Fog", "end", self.end)
+        if self.material is not None and self.material.row.word != "color":
+            raise ValueError(f'Fog(): the material is of the recipe "color", not '
+                             f'"{self.material.row.word}": any other makes the fog white')
+
+
+@dataclass(frozen=True)
+class Clip:
+    """A scene on screen from tick `start` up to tick `end`."""
+
+    start: int
+    end: int
+    scene: Scene | None
+    camera: Camera
+    how: Pass
+    offset: int
+    fog: Fog | None
+    target: Bitmap | None
+    origin: Origin
+
+
+@dataclass(eq=False)
+class Row:
+    """Clips of which one at a time is drawn, over the rows below it."""
+
+    number: int
+    clips: list[Clip] = field(default_factory=list)
+
+    def show(self, scene: Scene | None, camera: Camera, start: int, end: int, *,
+             how: Pass = "simple", offset: int = 0, fog: Fog | None = None,
+             target: Bitmap | None = None) -> Clip:
+        """Shows a scene from tick `start` up to tick `end`; None draws nothing but the pass.
+
+        `how` is "simple" (the window), "clear_depth" (the window, over the rows before), "link"
+        (wherever the clip before was drawn), or "texture", "texture_wide" and "texture_quarter",
+        which draw into the bitmap `target`. All that moves counts from the clip's start, plus
+        `offset` ticks.
+        """
+        words = [found.word for found in CATALOGUES["passes"].rows]
+        if how not in words:
+            raise ValueError(f'show(): there is no pass "{how}"' + nearest(how, words))
+        if ("target" in row("passes", how).traits) != (target is not None):
+            raise ValueError(f'show(): "{how}" needs a target' if target is None else
+                             f'show(): "{how}" draws into the window and takes no target')
+        for meaning, tick in (("start", start), ("end", end), ("offset", offset)):
+            if checked_number("show", meaning, tick) != int(tick) or tick < 0:
+                raise ValueError(f"show(): the {meaning} is a whole tick of 0 or more, not {tick}")
+        if end <= start:
+            raise ValueError(f"show(): a clip ends later than it starts, not from {start} to {end}")
+        for other in self.clips:
+            if start < other.end and other.start < end:
+                raise ValueError(f"show(): row {self.number} shows another scene from "
+                                 f"{other.start} to {other.end}, made at {other.origin}")
+        if len(self.clips) == LIMITS["clips"]:
+            raise ValueError(f"show(): a row has up to {LIMITS['clips']} clips")
+        clip = Clip(start, end, scene, camera, how, offset, fog, target, here())
+        self.clips.append(clip)
+        return clip
+
+    def after(self, scene: Scene | None, camera: Camera, length: int, **options: Any) -> Clip:
+        """Shows a scene for `length` ticks where the row's last clip ends."""
+        start = max((clip.end for clip in self.clips), default=0)
+        return self.show(scene, camera, start, start + length, **options)
+
+
+Attributes = Sequence[tuple[str, Union[str, int, float]]]
+
+
+@dataclass
+class _Element:
+    tag: str
+    attributes: Attributes = ()
+    children: Sequence[_Element] = ()
+    text: str | None = None
+
+    def lines(self, indent: int) -> Iterator[str]:
+        words = "".join(f' {key}="{_escaped(value)}"' for key, value in self.attributes)
+        head = f"{'  ' * indent}<{self.tag}{words}"
+        if self.text is not None:
+            yield f"{head}>{self.text}</{self.tag}>"
+        elif not self.children:
+            yield head + "/>"
+        else:
+            yield head + ">"
+            for child in self.children:
+                yield from child.lines(indent + 1)
+            yield f"{'  ' * indent}</{self.tag}>"
+
+
+def _escaped(value: Union[str, int, float]) -> str:
+    text = value if isinstance(value, str) else number_text(value)
+    return text.replace("&", "&amp;").replace("<", "&lt;").replace('"', "&quot;")
+
+
+def _named(item: Item) -> Attributes:
+    return () if item.name is None else (("name", item.name),)
+
+
+def _number(value: float) -> _Element:
+    return _Element("p", text=number_text(float(value)))
+
+
+@dataclass
+class _Section:
+    """The items of a section, each with all objects that are equal to it."""
+
+    tag: str
+    items: list[Item] = field(default_factory=list)
+    ids: dict[int, int] = field(default_factory=dict)  # id(object) to id in the document
+
+    def fill(self, items: Iterable[Item]) -> None:
+        known: dict[object, int] = {}
+        for item in sorted(items, key=lambda item: item.origin.order):
+            key = _identity(item)
+            if key not in known:
+                self.items.append(item)
+                known[key] = len(self.items)
+            self.ids[id(item)] = known[key]
+        if len(self.items) > LIMITS["items"]:
+            raise ValueError(f"{self.items[LIMITS['items']].origin}: the {self.tag} are more than "
+                             f"{LIMITS['items']}")
+
+    def id(self, item: Item | None) -> int:
+        return 0 if item is None else self.ids[id(item)]
+
+
+def _identity(item: Item) -> object:
+    """What makes two items one: equal layers, files and nameless textures are shared."""
+    if isinstance(item, Layer):
+        return (item.name, item.row.number, item.numbers)
+    if isinstance(item, (Model, Bitmap)):
+        return item.filename
+    if isinstance(item, Texture):
+        return (item.name, tuple(
+            (step.row.number, step.numbers, step.layer and _identity(step.layer))
+            for step in item.finished()))
+    return id(item)
+
+
+_SECTIONS = {Layer: "layers", Texture: "textures", Model: "models", Light: "lights",
+             Effect: "effects", Bitmap: "bitmaps", Material: "materials", GenMesh: "meshes",
+             Scene: "scenes"}
+
+
+def _parts(item: Item) -> Iterator[Item]:
+    """The items that an item needs."""
+    if isinstance(item, Texture):
+        for step in item.finished():
+            if step.layer is not None:
+                yield step.layer
+    elif isinstance(item, Material):
+        for reference in item.references:
+            if isinstance(reference, Item):
+                yield reference
+    elif isinstance(item, Scene):
+        for placed in item.objects:
+            yield placed.shape
+            yield placed.material
+            for manipulator in placed.manipulators:
+                if manipulator.placement is not None:
+                    yield manipulator.placement
+
+
+class Document:
+    """One document of a piece: the demo or its loading screen.
+
+    `music` is the module's file name, or a `Music`. Rows are numbered from 0; what a higher row
+    draws lies over the lower ones.
+    """
+
+    def __init__(self, music: Union[str, Music, None] = None) -> None:
+        self.music = music.filename if isinstance(music, Music) else music
+        self.kept: list[Item] = []
+        self._rows: dict[int, Row] = {}
+
+    def row(self, number: int) -> Row:
+        """The row of a number from 0 to 31."""
+        if not 0 <= number < LIMITS["rows"]:
+            raise ValueError(f"row(): a row is 0 to {LIMITS['rows'] - 1}, not {number}")
+        return self._rows.setdefault(number, Row(number))
+
+    def rows(self, count: int) -> list[Row]:
+        """The first rows, lowest first."""
+        return [self.row(number) for number in range(count)]
+
+    def keep(self, *items: Item) -> None:
+        """Writes items that no clip shows."""
+        self.kept += items
+
+    @property
+    def end(self) -> int:
+        """The tick at which the last clip ends."""
+        return max((clip.end for row in self._rows.values() for clip in row.clips), default=0)
+
+    # Writing
+
+    def text(self) -> str:
+        """The document's text, the same on every machine and every run."""
+        return _Writer(self).text()
+
+    def write(self, path: str) -> None:
+        """Writes the text, and beside it a table of where the author made each item: a hidden
+        file, `.demo.origins.json` beside `demo.xml`."""
+        writer = _Writer(self)
+        text = writer.text()
+        with open(path, "w", encoding="utf-8", newline="\n") as stream:
+            stream.write(text)
+        folder, name = os.path.split(os.path.abspath(path))
+        origins = os.path.join(folder, f".{os.path.splitext(name)[0]}.origins.json")
+        with open(origins, "w", encoding="utf-8", newline="\n") as stream:
+            stream.write(writer.origins_text(folder, name))
+
+
+class _Writer:
+    """One document on its way to text: who has which number."""
+
+    def __init__(self, document: Document) -> None:
+        self.document = document
+        self.clips = [clip for row in document._rows.values() for clip in row.clips]
+        self.sections = {tag: _Section(tag) for tag in _SECTIONS.values()}
+        found = self._reachable()
+        for kind, tag in _SECTIONS.items():
+            self.sections[tag].fill(item for item in found if isinstance(item, kind))
+        self.envelopes: list[_Element] = []
+        self.envelope_origins: list[Origin] = []
+        self.known_curves: dict[Curve, int] = {}
+        self.known_texts: dict[str, int] = {}
+        self.elements: dict[int, _Element] = {}
+
+    def _reachable(self) -> list[Item]:
+        waiting: list[Item] = list(self.document.kept)
+        for clip in self.clips:
+            shown: tuple[Item | None, ...] = (clip.scene, clip.target,
+                                              clip.fog.material if clip.fog else None)
+            waiting += [item for item in shown if item is not None]
+        seen: dict[int, Item] = {}
+        while waiting:
+            item = waiting.pop()
+            if id(item) not in seen:
+                seen[id(item)] = item
+                waiting.extend(_parts(item))
+        return list(seen.values())
+
+    def id(self, item: Item | None) -> int:
+        return 0 if item is None else self.sections[_SECTIONS[type(item)]].id(item)
+
+    # Values
+
+    def envelope(self, curve: Curve, origin: Origin) -> int:
+        """The id of a curve's envelope. Equal curves share one."""
+        known = self.known_curves.get(curve)
+        if known is not None:
+            return known
+        pieces = [_Element("piece", (("type", piece.function), ("length", int(piece.length))),
+                           [_number(param) for param in piece.params]) for piece in curve.pieces]
+        element = _Element("envelope", (("type", 0), ("loop_type", curve.loop),
+                                        ("loop_begin", curve.begin), ("loop_end", curve.end)),
+                           pieces)
+        # Curves that differ past the seventh digit are one envelope as well.
+        text = "\n".join(element.lines(0))
+        if text in self.known_texts:
+            self.known_curves[curve] = self.known_texts[text]
+            return self.known_texts[text]
+        if len(self.envelopes) == LIMITS["items"]:
+            raise ValueError(f"{origin}: there are more than {LIMITS['items']} different curves")
+        self.envelopes.append(element)
+        self.envelope_origins.append(origin)
+        self.known_curves[curve] = self.known_texts[text] = len(self.envelopes)
+        return len(self.envelopes)
+
+    def value(self, tag: str, value: Value, origin: Origin) -> _Element:
+        if isinstance(value, Curve):
+            return _Element(tag, (("type", "dynamic"), ("value", self.envelope(value, origin))))
+        return _Element(tag, (("type", "static"), ("value", float(value))))
+
+    def values(self, tags: Sequence[str], values: Iterable[Value], origin: Origin,
+               ) -> list[_Element]:
+        return [self.value(tag, value, origin) for tag, value in zip(tags, values)]
+
+    # Items
+
+    def layer(self, layer: Layer) -> _Element:
+        return _Element("layer", (("type", layer.row.number), *_named(layer)),
+                        [_number(number) for number in layer.numbers])
+
+    def texture(self, texture: Texture) -> _Element:
+        steps = []
+        for step in texture.finished():
+            attributes: list[tuple[str, Union[str, int, float]]] = [("type", step.row.number)]
+            if step.layer is not None:
+                attributes.append(("id", self.id(step.layer) - 1))
+            steps.append(_Element("filter" if step.layer is None else "layer", attributes,
+                                  [_number(number) for number in step.numbers]))
+        return _Element("texture", _named(texture), steps)
+
+    def model(self, model: Model) -> _Element:
+        return _Element("model", (("filename", model.filename),))
+
+    def bitmap(self, bitmap: Bitmap) -> _Element:
+        return _Element("bitmap", (("filename", bitmap.filename),))
+
+    def light(self, light: Light) -> _Element:
+        groups = (("ambient", light.ambient), ("diffuse", light.diffuse),
+                  ("position", light.position))
+        return _Element("light", _named(light),
+                        [_Element(tag, (), self.values("vvv", triple, light.origin))
+                         for tag, triple in groups])
+
+    def effect(self, effect: Effect) -> _Element:
+        name = effect.name or f"{effect.row.word} {self.id(effect)}"
+        ids = [0 if curve is None else self.envelope(curve, effect.origin)
+               for curve in effect.curves]
+        return _Element("effect", (("name", name), ("type", effect.row.number),
+                                   ("resolution", f"{effect.size}x{effect.size}"),
+                                   ("bpp", 8 if effect.gray else 24)),
+                        [_Element("p", text=str(number)) for number in ids])
+
+    def genmesh(self, mesh: GenMesh) -> _Element:
+        envelope = 0 if mesh.time is None else self.envelope(mesh.time, mesh.origin)
+        return _Element("mesh", (("type", mesh.row.number), *_named(mesh)),
+                        [_Element("p", text=str(envelope))])
+
+    def material(self, material: Material) -> _Element:
+        values = [*material.color, material.alpha]
+        if material.extra is not None:
+            values.append(material.extra)
+        children = [self.value("p", value, material.origin) for value in values]
+        kinds = [param.kind for param in material.row.params
+                 if param.kind in ("light", "texture", "effect", "bitmap")]
+        kinds.sort(key=lambda kind: kind != "light")
+        for kind, reference in zip(kinds, material.references):
+            tag = {"light": "light", "effect": "effect2d"}.get(kind, "texture")
+            assert reference is None or isinstance(reference, Item)
+            children.append(_Element(tag, (("value", self.id(reference)),)))
+        return _Element("material", (("type", material.row.number), *_named(material)), children)
+
+    def manipulator(self, manipulator: Manipulator) -> _Element:
+        children = []
+        if manipulator.placement is not None:
+            kind = 1 if isinstance(manipulator.placement, GenMesh) else 0
+            children.append(_Element("manipulator", (("type", kind),
+                                                     ("model", self.id(manipulator.placement)))))
+        children += [self.value("p", value, manipulator.origin) for value in manipulator.values]
+        return _Element("modifier", (("type", manipulator.row.number),), children)
+
+    def placed(self, placed: Placed) -> _Element:
+        children = self.values(("x", "y", "z", "rx", "ry", "rz", "sx", "sy", "sz"),
+                               (*placed.position, *placed.rotation, *placed.scale), placed.origin)
+        visible = 0 if placed.visible is None else self.envelope(placed.visible, placed.origin)
+        children.append(_Element("visible", (("value", visible),)))
+        children.append(_Element("shift", (("value", placed.shift),)))
+        children += [self.elements[id(manipulator)] for manipulator in placed.manipulators]
+        return _Element("object", (("type", 1 if isinstance(placed.shape, GenMesh) else 0),
+                                   ("object", self.id(placed.shape)),
+                                   ("material", self.id(placed.material))), children)
+
+    # The timeline
+
+    def clip(self, clip: Clip, running: int, last: int) -> _Element:
+        attributes: list[tuple[str, Union[str, int, float]]] = [
+            ("id", self.id(clip.scene)), ("space_before", clip.start - running),
+            ("length", last - clip.start), ("offset", clip.offset),
+            ("type", row("passes", clip.how).number)]
+        if clip.target is not None:
+            attributes.append(("rtex", self.id(clip.target)))
+        children = self.values(("x", "y", "z", "rx", "ry", "rz"),
+                               (*clip.camera.position, *clip.camera.rotation), clip.origin)
+        if clip.camera.fov is None:
+            children.append(_Element("fov", (("type", "ortographic"),)))
+        else:
+            children.append(self.value("fov", clip.camera.fov, clip.origin))
+        if clip.fog is None:
+            children.append(_Element("fog", (("type", 0),)))
+        else:
+            color = _Element("colour", (("value", self.id(clip.fog.material)),))
+            children.append(_Element("fog", (("type", 1),), [
+                *self.values(("density", "start", "end"), (1.0, clip.fog.start, clip.fog.end),
+                             clip.origin), color]))
+        return _Element("clip", attributes, children)
+
+    def row(self, clips: Iterable[Clip]) -> _Element:
+        elements = []
+        running = 0
+        ordered = sorted(clips, key=lambda clip: clip.start)
+        starts = {clip.start for clip in ordered}
+        for clip in ordered:
+            # The engine gives a clip's last tick to it still, unless the next one begins there.
+            last = clip.end if clip.end in starts else clip.end - 1
+            # The index by second would lose a clip that lies inside one.
+            if running % TICKS_PER_SECOND != 0 and last - running // TICKS_PER_SECOND * 100 <= 99:
+                raise ValueError(f"{clip.origin}: the clip from {clip.start} to {clip.end} lies "
+                                 f"inside one second, and the row's clip before it ends at "
+                                 f"{running}: the engine would not find it")
+            elements.append(self.clip(clip, running, last))
+            running = last
+        return _Element("row", (), elements)
+
+    # The whole
+
+    def _records(self) -> None:
+        """Makes the elements of all that has curves, in the order in which it was made: that is
+        the order of the envelopes."""
+        makers: list[tuple[int, int, Any, Any]] = []
+        moving: dict[str, Callable[[Any], _Element]] = {
+            "effects": self.effect, "meshes": self.genmesh, "lights": self.light,
+            "materials": self.material}
+        for tag, make in moving.items():
+            makers += [(item.origin.order, id(item), make, item)
+                       for item in self.sections[tag].items]
+        for scene in self.sections["scenes"].items:
+            assert isinstance(scene, Scene)
+            for placed in scene.objects:
+                makers.append((placed.origin.order, id(placed), self.placed, placed))
+                makers += [(each.origin.order, id(each), self.manipulator, each)
+                           for each in placed.manipulators]
+        for _, key, make, item in sorted(makers, key=lambda entry: entry[0]):
+            if key not in self.elements:
+                self.elements[key] = make(item)
+
+    def text(self) -> str:
+        if not self.document._rows:
+            raise ValueError("a document shows nothing without a row of clips")
+        self._records()
+        made: dict[str, list[_Element]] = {
+            tag: [self.elements[id(item)] for item in self.sections[tag].items]
+            for tag in ("effects", "meshes", "lights", "materials")}
+        plain: dict[str, Callable[[Any], _Element]] = {
+            "layers": self.layer, "textures": self.texture, "models": self.model,
+            "bitmaps": self.bitmap}
+        for tag, make in plain.items():
+            made[tag] = [make(item) for item in self.sections[tag].items]
+        if len(made["layers"]) > LIMITS["layers"]:
+            raise ValueError(f"{self.sections['layers'].items[-1].origin}: a document has up to "
+                             f"{LIMITS['layers']} different layers")
+        made["scenes"] = []
+        for scene in self.sections["scenes"].items:
+            assert isinstance(scene, Scene)
+            made["scenes"].append(_Element("scene", _named(scene), [
+                self.elements[id(placed)] for placed in scene.objects]))
+        rows = self.document._rows
+        made["timeline"] = [self.row(rows[number].clips if number in rows else ())
+                            for number in range(max(rows) + 1)]
+        made["envelopes"] = self.envelopes
+        lines = ['<?xml version="1.0" encoding="UTF-8"?>']
+        for tag in ("layers", "textures", "models", "envelopes", "lights", "effects", "bitmaps",
+                    "materials", "meshes", "scenes", "timeline"):
+            lines += _Element(tag, (), made[tag]).lines(0)
+        music = () if self.document.music is None else (("file", self.document.music),)
+        lines += _Element("music", music).lines(0)
+        return "\n".join(lines) + "\n"
+
+    def origins_text(self, folder: str, name: str) -> str:
+        """The table of origins, after `text`. Paths are relative to the document's folder."""
+        entries: list[dict[str, object]] = []
+
+        def add(section: int, item: int, part: int, origin: Origin) -> None:
+            lines = [(origin.file, origin.line), *origin.callers]
+            entries.append({"section": section, "item": item, "part": part, "lines": [
+                f"{os.path.relpath(file, folder)}:{line}" for file, line in lines]})
+
+        tags = ("layers", "textures", "models", "", "lights", "effects", "bitmaps", "materials",
+                "meshes", "scenes")
+        for section, tag in enumerate(tags):
+            items = self.sections[tag].items if tag else []
+            for number, item in enumerate(items, 1):
+                add(section, number, 0, item.origin)
+                if isinstance(item, Scene):
+                    for part, placed in enumerate(item.objects, 1):
+                        add(section, number, part, placed.origin)
+            if not tag:
+                for number, origin in enumerate(self.envelope_origins, 1):
+                    add(section, number, 0, origin)
+        for number, row in sorted(self.document._rows.items()):
+            for part, clip in enumerate(sorted(row.clips, key=lambda clip: clip.start), 1):
+                add(10, number + 1, part, clip.origin)
+        table = {"document": name, "origins": entries}
+        return json.dumps(table, indent=1, ensure_ascii=False) + "\n"

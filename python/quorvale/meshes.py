@@ -1,0 +1,187 @@
+"""Meshes made by code, written as OBJ files that `dpk build` turns into models.
+
+    >>> mesh = Mesh()
+    >>> box(mesh, (-1, -1, -1), (1, 1, 1))
+    >>> len(mesh.faces)
+    6
+
+An image's first row lies at v = 0, so v runs downward. Faces wind counter-clockwise seen from where
+their normals point to, though nothing counts on it.
+"""
+
+from __future__ import annotations
+
+import math
+import os
+from collections.abc import Callable, Sequence
+
+from quorvale.exact import cos_turns, sin_turns
+from quorvale.items import Model
+
+Point = tuple[float, float, float]
+Corner = tuple[Point, tuple[float, float], Point]  # position, texture coordinates, normal
+
+
+def add(a: Point, b: Point) -> Point:
+    """The sum of two vectors."""
+    return (a[0] + b[0], a[1] + b[1], a[2] + b[2])
+
+
+def subtract(a: Point, b: Point) -> Point:
+    """The vector from b to a."""
+    return (a[0] - b[0], a[1] - b[1], a[2] - b[2])
+
+
+def scale(a: Point, k: float) -> Point:
+    """A vector times a number."""
+    return (a[0] * k, a[1] * k, a[2] * k)
+
+
+def dot(a: Point, b: Point) -> float:
+    """The scalar product."""
+    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]
+
+
+def cross(a: Point, b: Point) -> Point:
+    """The vector product."""
+    return (a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0])
+
+
+def unit(a: Point) -> Point:
+    """A vector of length 1; no vector stays none."""
+    length = math.sqrt(dot(a, a))
+    return scale(a, 1.0 / length) if length > 0.0 else (0.0, 0.0, 0.0)
+
+
+def _decimals(values: Sequence[float], places: int) -> str:
+    texts = []
+    for value in values:
+        text = "%.*f" % (places, value)
+        if "." in text:
+            text = text.rstrip("0").rstrip(".")
+        texts.append("0" if text == "-0" else text)
+    return " ".join(texts)
+
+
+class Mesh:
+    """Polygons with normals and texture coordinates, each written once."""
+
+    def __init__(self) -> None:
+        self.lists: tuple[list[str], list[str], list[str]] = ([], [], [])
+        self.places: tuple[dict[str, int], dict[str, int], dict[str, int]] = ({}, {}, {})
+        self.faces: list[list[tuple[int, int, int]]] = []
+
+    def _place(self, kind: int, text: str) -> int:
+        found = self.places[kind].get(text)
+        if found is None:
+            self.lists[kind].append(text)
+            found = len(self.lists[kind])
+            self.places[kind][text] = found
+        return found
+
+    def face(self, corners: Sequence[Corner]) -> None:
+        """A convex polygon of corners (position, (u, v), normal), turned to face its normals."""
+        area: Point = (0.0, 0.0, 0.0)
+        for i in range(1, len(corners) - 1):
+            area = add(area, cross(subtract(corners[i][0], corners[0][0]),
+                                   subtract(corners[i + 1][0], corners[0][0])))
+        if dot(area, corners[0][2]) < 0.0:
+            corners = corners[::-1]
+        face = []
+        for position, coordinates, normal in corners:
+            corner = (self._place(0, _decimals(position, 5)),
+                      self._place(1, _decimals(coordinates, 4)),
+                      self._place(2, _decimals(unit(normal), 4)))
+            face.append(corner)
+        positions = [corner[0] for corner in face]
+        kept = [corner for i, corner in enumerate(face) if positions[i] != positions[i - 1]]
+        if len(kept) >= 3:
+            self.faces.append(kept)
+
+    def flat(self, positions: Sequence[Point],
+             coordinates: Sequence[tuple[float, float]] | None = None) -> None:
+        """A flat convex polygon."""
+        if len(positions) < 3:
+            raise ValueError(f"flat(): a polygon has 3 corners at least, not {len(positions)}")
+        normal: Point = (0.0, 0.0, 0.0)
+        for i in range(1, len(positions) - 1):
+            normal = add(normal, cross(subtract(positions[i], positions[0]),
+                                       subtract(positions[i + 1], positions[0])))
+        if coordinates is None:
+            coordinates = [(0.0, 1.0), (1.0, 1.0), (1.0, 0.0), (0.0, 0.0)]
+            if len(positions) != 4:
+                coordinates = [(0.5 + 0.5 * cos_turns(k / len(positions)),
+                                0.5 - 0.5 * sin_turns(k / len(positions)))
+                               for k in range(len(positions))]
+        self.face([(p, c, normal) for p, c in zip(positions, coordinates)])
+
+    def surface(self, function: Callable[[float, float], Point], columns: int, rows: int,
+                tiles: tuple[float, float] = (1.0, 1.0),
+                normal_of: Callable[[float, float], Point] | None = None) -> None:
+        """function(u, v) over the unit square, as a smooth grid."""
+        step = 0.0005
+
+        def numeric_normal(u: float, v: float) -> Point:
+            along_u = subtract(function(u + step, v), function(u - step, v))
+            along_v = subtract(function(u, v + step), function(u, v - step))
+            return unit(cross(along_u, along_v))
+
+        find = normal_of or numeric_normal
+        corners = [[(function(i / columns, j / rows), (tiles[0] * i / columns, tiles[1] * j / rows),
+                     find(i / columns, j / rows)) for i in range(columns + 1)]
+                   for j in range(rows + 1)]
+        for j in range(rows):
+            for i in range(columns):
+                self.face([corners[j][i], corners[j][i + 1], corners[j + 1][i + 1],
+                           corners[j + 1][i]])
+
+    def write(self, path: str, comment: str = "made by a program") -> Model:
+        """Writes an OBJ file and gives the model that it will be in the package."""
+        lines = [f"# {os.path.basename(path)}: {comment}"]
+        for prefix, texts in zip(("v ", "vt ", "vn "), self.lists):
+            lines += [prefix + text for text in texts]
+        for face in self.faces:
+            lines.append("f " + " ".join("%d/%d/%d" % corner for corner in face))
+        with open(path, "w", encoding="utf-8", newline="\n") as stream:
+            stream.write("\n".join(lines) + "\n")
+        return Model(os.path.basename(path))
+
+
+def box(mesh: Mesh, low: Point, high: Point) -> None:
+    """A box along the axes between two corners."""
+    x0, y0, z0 = low
+    x1, y1, z1 = high
+    mesh.flat([(x0, y0, z1), (x1, y0, z1), (x1, y1, z1), (x0, y1, z1)])
+    mesh.flat([(x1, y0, z0), (x0, y0, z0), (x0, y1, z0), (x1, y1, z0)])
+    mesh.flat([(x1, y0, z1), (x1, y0, z0), (x1, y1, z0), (x1, y1, z1)])
+    mesh.flat([(x0, y0, z0), (x0, y0, z1), (x0, y1, z1), (x0, y1, z0)])
+    mesh.flat([(x0, y1, z1), (x1, y1, z1), (x1, y1, z0), (x0, y1, z0)])
+    mesh.flat([(x0, y0, z0), (x1, y0, z0), (x1, y0, z1), (x0, y0, z1)])
+
+
+def square(mesh: Mesh, side: float = 1.0) -> None:
+    """A square about the origin that faces z: for overlays in `FLAT` clips and for lights."""
+    h = side / 2.0
+    mesh.flat([(-h, -h, 0.0), (h, -h, 0.0), (h, h, 0.0), (-h, h, 0.0)])
+
+
+def torus(mesh: Mesh, radius: float = 1.0, tube: float = 0.35, columns: int = 48,
+          rows: int = 24) -> None:
+    """A ring about the y axis."""
+
+    def point(u: float, v: float) -> Point:
+        out = radius + tube * cos_turns(v)
+        return (out * cos_turns(u), tube * sin_turns(v), -out * sin_turns(u))
+
+    mesh.surface(point, columns, rows, (4.0, 1.0))
+
+
+def sphere(mesh: Mesh, radius: float = 1.0, columns: int = 48, rows: int = 24) -> None:
+    """A ball about the origin."""
+
+    def point(u: float, v: float) -> Point:
+        latitude = (v - 0.5) * 0.4999
+        flat = radius * cos_turns(latitude)
+        return (flat * cos_turns(u), radius * sin_turns(latitude), -flat * sin_turns(u))
+
+    mesh.surface(point, columns, rows)

@@ -1,0 +1,93 @@
+"""Scenes: objects with places, materials and manipulators."""
+
+from __future__ import annotations
+
+from collections.abc import Sequence
+from dataclasses import dataclass, field
+from typing import Union
+
+from quorvale.curves import Curve, Value
+from quorvale.facts import LIMITS, Row, check, row
+from quorvale.items import GenMesh, Item, Material, Model
+from quorvale.origin import Origin, here
+from quorvale.values import Vector, checked_triple, checked_value
+
+Shape = Union[Model, GenMesh]
+
+
+@dataclass(eq=False)
+class Manipulator:
+    """What makes one object many, or bends it; see `quorvale.manipulators`."""
+
+    row: Row
+    values: tuple[Value, ...]
+    placement: Shape | None
+    origin: Origin = field(default_factory=here, init=False, repr=False)
+
+
+def make_manipulator(word: str, values: Sequence[Value], placement: Shape | None = None,
+                     ) -> Manipulator:
+    """A manipulator; values stand in the order of its row."""
+    manipulator = row("manipulators", word)
+    checked: list[Value] = []
+    for param, value in zip(manipulator.params, values):
+        checked.append(value if isinstance(value, Curve) else check(word, param, value))
+    return Manipulator(manipulator, tuple(checked), placement)
+
+
+@dataclass(frozen=True)
+class Placed:
+    """One object of a scene."""
+
+    shape: Shape
+    material: Material
+    position: Vector
+    rotation: Vector
+    scale: Vector
+    visible: Curve | None
+    shift: float
+    manipulators: tuple[Manipulator, ...]
+    origin: Origin
+
+
+@dataclass(eq=False)
+class Scene(Item):
+    """Up to 512 objects, drawn in the order in which they were added.
+
+    >>> from quorvale import recipes
+    >>> scene = Scene(name="stage")
+    >>> scene.add(Model("ship.obj"), recipes.color((1, 0, 0)), position=(0, 1, 0), scale=2)
+    """
+
+    objects: list[Placed] = field(default_factory=list, init=False)
+
+    def add(self, shape: Shape, material: Material, *,
+            position: Sequence[Value] = (0.0, 0.0, 0.0),
+            rotation: Sequence[Value] = (0.0, 0.0, 0.0),
+            scale: Union[Value, Sequence[Value]] = 1.0, visible: Curve | None = None,
+            shift: float = 0, manipulators: Sequence[Manipulator] = ()) -> None:
+        """Places a model or a generated mesh.
+
+        `rotation` is degrees about x, y and z; `scale` one value or three. `visible` hides the
+        object while it is below 1. `shift` is ticks that are added to the object's time.
+        """
+        if not isinstance(shape, (Model, GenMesh)):
+            raise TypeError(f"add(): an object is a Model or a generated mesh, not {shape!r}")
+        if not isinstance(material, Material):
+            raise TypeError(f"add(): the material is a Material, not {material!r}")
+        if len(self.objects) == LIMITS["objects"]:
+            raise ValueError(f"add(): a scene has up to {LIMITS['objects']} objects")
+        if len(manipulators) > LIMITS["manipulators"]:
+            raise ValueError(f"add(): an object has up to {LIMITS['manipulators']} manipulators, "
+                             f"not {len(manipulators)}")
+        if isinstance(scale, (int, float, Curve)):
+            scale = (scale, scale, scale)
+        self.objects.append(Placed(
+            shape, material, checked_triple("add", "position", position),
+            checked_triple("add", "rotation", rotation), checked_triple("add", "scale", scale),
+            visible, _shift(shift), tuple(manipulators), here()))
+
+
+def _shift(shift: float) -> float:
+    checked_value("add", "shift", shift)
+    return shift

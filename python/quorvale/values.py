@@ -1,0 +1,85 @@
+"""Colors and vectors whose numbers may move."""
+
+from __future__ import annotations
+
+from collections.abc import Iterator, Sequence
+from dataclasses import dataclass
+from typing import Union
+
+from quorvale.curves import Curve, Value
+from quorvale.facts import checked_number
+
+Vector = tuple[Value, Value, Value]
+
+
+@dataclass(frozen=True)
+class Color:
+    """Red, green and blue from 0 to 1; each may be a curve.
+
+    >>> Color(1.0, 0.5, 0.25) * 0.5
+    Color(r=0.5, g=0.25, b=0.125)
+    >>> Color.hex("#ff0080").r
+    1.0
+    """
+
+    r: Value
+    g: Value
+    b: Value
+
+    @staticmethod
+    def hex(text: str) -> Color:
+        """A color as web pages write it: "#ff8800"."""
+        digits = text.removeprefix("#")
+        if len(digits) != 6:
+            raise ValueError(f'Color.hex(): a color has six digits, as "#ff8800", not "{text}"')
+        return Color(*(int(digits[k:k + 2], 16) / 255.0 for k in (0, 2, 4)))
+
+    def __iter__(self) -> Iterator[Value]:
+        return iter((self.r, self.g, self.b))
+
+    def __mul__(self, factor: Value) -> Color:
+        return Color(*(_product(channel, factor) for channel in self))
+
+    __rmul__ = __mul__
+
+    def mixed(self, other: ColorLike, amount: Value) -> Color:
+        """This color where `amount` is 0, the other where it is 1; curves may lead over."""
+        return Color(*(_product(_fixed(b) - _fixed(a), amount) + _fixed(a)
+                       for a, b in zip(self, other)))
+
+
+ColorLike = Union[Color, Sequence[Value]]
+
+WHITE = Color(1.0, 1.0, 1.0)
+BLACK = Color(0.0, 0.0, 0.0)
+
+
+def _product(a: Value, b: Value) -> Value:
+    if not isinstance(b, Curve):
+        return a * b
+    if not isinstance(a, Curve):
+        return b * a
+    raise ValueError("two curves can't be multiplied: no function of an envelope is a product")
+
+
+def _fixed(value: Value) -> float:
+    if isinstance(value, Curve):
+        raise ValueError("mixed(): the two colors do not move, only the amount does")
+    return value
+
+
+def checked_value(maker: str, meaning: str, value: object) -> Value:
+    """A finite number or a curve."""
+    if isinstance(value, Curve):
+        return value
+    return checked_number(maker, meaning, value)
+
+
+def checked_triple(maker: str, meaning: str, values: object) -> Vector:
+    """Three values, of a tuple, a list or a Color."""
+    if isinstance(values, (Color, tuple, list)):
+        triple = tuple(values)
+        if len(triple) == 3:
+            a, b, c = (checked_value(maker, meaning, value) for value in triple)
+            return a, b, c
+    raise ValueError(f"{maker}(): the {meaning} is three numbers or curves, not {values!r}")

@@ -1,0 +1,329 @@
+"""What is written reads back through the engine as what was meant."""
+
+import json
+import os
+import subprocess
+import sys
+
+import pytest
+from hypothesis import given
+from hypothesis import strategies as st
+
+from quorvale import (FLAT, Bitmap, Camera, Color, Document, Fog, Light, Model, Scene, effects, hold,
+                      layers, line, look, manipulators, material, orbit, path, recipes, steps, waters)
+from quorvale.curves import written
+from quorvale.exact import f32
+from quorvale.facts import CATALOGUES
+from quorvale.items import RECIPES
+from test_curves import single
+
+
+def plain_document(scene=None):
+    if scene is None:
+        scene = Scene()
+        scene.add(Model("square.obj"), recipes.color((1, 0.5, 0)))
+    document = Document()
+    document.row(0).show(scene, FLAT, 0, 200)
+    return document
+
+
+class Records:
+    """The engine's records by kind, as lists of words."""
+
+    def __init__(self, lines):
+        self.lines = [line.split() for line in lines]
+
+    def of(self, kind):
+        return [words[1:] for words in self.lines if words[0] == kind]
+
+    def curve(self, number):
+        """An envelope without its id."""
+        return self.of("envelope")[number - 1][1:]
+
+
+def expected_curve(curve):
+    words = [str(curve.loop), "%.9g" % curve.begin, "%.9g" % curve.end]
+    for piece in curve.pieces:
+        params = [written(p) for p in piece.params] + [0.0] * (24 - len(piece.params))
+        words += ["piece", str(piece.function), str(piece.length)]
+        words += ["%.9g" % (p + 0.0) for p in params]
+    return words
+
+
+def check_values(records, words, values):
+    """Compares pairs of words, such as "s 0.5" or "d 3", with numbers and curves."""
+    for (kind, word), value in zip(zip(words[0::2], words[1::2]), values, strict=True):
+        if kind == "d":
+            assert records.curve(int(word)) == expected_curve(value)
+        else:
+            assert f32(float(word)) == written(value)
+
+
+numbers = st.floats(-1e3, 1e3)
+values = st.one_of(numbers, single)
+channels = st.one_of(st.floats(0, 1), single)
+
+
+@given(st.sampled_from(RECIPES), st.tuples(channels, channels, channels), channels, st.data())
+def test_materials_read_back(engine_values, tmp_path_factory, recipe, color, alpha, data):
+    row = next(row for row in CATALOGUES["recipes"].rows if row.word == recipe)
+    words = [param.word for param in row.params]
+    light, texture = Light(), layers.noise() * layers.maze()
+    bitmaps = [Bitmap("a.png"), Bitmap("b.png")]
+    effect = effects.plasma(line(0, 1, 100))
+    given_values = {"color": color, "light": light, "texture": texture, "effect": effect,
+                    "bitmap": bitmaps[0], "bitmap2": bitmaps[1], "alpha": alpha, "turns": True,
+                    "width": 2.0}
+    made = material(recipe, **{word: given_values[word] for word in words})
+    scene = Scene()
+    scene.add(Model("m.obj"), made)
+    path_ = tmp_path_factory.mktemp("materials") / "demo.xml"
+    document = plain_document(scene)
+    document.keep(*bitmaps)
+    document.write(str(path_))
+    records = Records(engine_values(path_))
+    (words_,) = records.of("material")
+    assert words_[:2] == ["1", str(row.number)]
+    extra = 1.0 if "turns" in words else 2.0 if "width" in words else 0.0
+    check_values(records, words_[2:12], [*color, alpha if "alpha" in words else 1.0, extra])
+    kinds = sorted((p.kind for p in row.params if p.kind in ("light", "texture", "bitmap")),
+                   key=lambda kind: kind != "light")
+    expected, bitmap = [], 0
+    for kind in kinds:
+        bitmap += kind == "bitmap"
+        expected.append(str(bitmap if kind == "bitmap" else 1))
+    assert words_[12:15] == (expected + ["0"] * 3)[:3]
+    assert words_[15] == ("1" if "effect" in words else "0")
+
+
+@given(st.lists(values, min_size=9, max_size=9), st.one_of(st.none(), single),
+       st.integers(-5000, 5000), st.lists(values, min_size=3, max_size=3))
+def test_objects_read_back(engine_values, tmp_path_factory, nine, visible, shift, three):
+    mesh = waters.lake_water(line(0, 9, 100))
+    model = Model("m.obj")
+    scene = Scene()
+    scene.add(model, recipes.color(), position=nine[:3], rotation=nine[3:6], scale=nine[6:],
+              visible=visible, shift=shift,
+              manipulators=[manipulators.rippler(*three), manipulators.model_placer(mesh)])
+    scene.add(mesh, recipes.color())
+    path_ = tmp_path_factory.mktemp("objects") / "demo.xml"
+    plain_document(scene).write(str(path_))
+    records = Records(engine_values(path_))
+    first, second = records.of("object")
+    assert first[:3] == ["0", "1", "1"] and second[:3] == ["1", "1", "2"]
+    check_values(records, first[3:21], nine)
+    if visible is None:
+        assert first[21] == "0"
+    else:
+        assert records.curve(int(first[21])) == expected_curve(visible)
+    assert float(first[22]) == shift and first[23] == "2"
+    ripple, placer = records.of("manipulator")
+    assert ripple[:3] == ["2", "0", "0"] and placer[:3] == ["3", "1", "1"]
+    check_values(records, ripple[3:], three)
+
+
+@given(st.lists(st.tuples(st.integers(1, 9), st.integers(1, 9)), min_size=1, max_size=20),
+       st.lists(values, min_size=6, max_size=6), st.one_of(st.floats(1, 179), single))
+def test_clips_read_back(engine_values, tmp_path_factory, gaps, six, fov):
+    camera = Camera(tuple(six[:3]), tuple(six[3:]), fov)
+    document = plain_document()
+    row = document.row(3)
+    tick, clips = 0, []
+    for gap, length in gaps:
+        tick += gap * 100
+        clips.append((tick, tick + length * 100))
+        row.show(None, camera, *clips[-1], how="clear_depth", offset=gap, fog=Fog(1.0, 50.0))
+        tick += length * 100
+    path_ = tmp_path_factory.mktemp("clips") / "demo.xml"
+    document.write(str(path_))
+    records = Records(engine_values(path_))
+    read = [words for words in records.of("clip") if words[0] == "3"]
+    running = 0
+    for words, (start, end), (gap, _) in zip(read, clips, gaps, strict=True):
+        assert running + int(words[2]) == start
+        # The engine gives a clip its last tick still.
+        assert int(words[3]) in (end - start, end - start - 1)
+        running = start + int(words[3])
+        assert words[1] == "0" and words[4:7] == [str(gap), "3", "0"]
+        check_values(records, words[7:19], six)
+        assert words[19] == "projection"
+        check_values(records, words[21:23], [fov])
+        assert words[23:25] == ["fog", "1"] and words[25:] == ["s", "1", "s", "50", "0"]
+
+
+def test_clips_that_the_engine_would_not_find_are_refused():
+    document = plain_document()
+    row = document.row(1)
+    row.show(None, FLAT, 0, 50)
+    row.show(None, FLAT, 60, 90)
+    with pytest.raises(ValueError, match=r"test_document.py:\d+: the clip from 60 to 90 lies inside"):
+        document.text()
+
+
+def test_a_row_shows_one_clip_at_a_time():
+    row = Document().row(0)
+    row.show(None, FLAT, 0, 100)
+    with pytest.raises(ValueError, match="row 0 shows another scene from 0 to 100"):
+        row.show(None, FLAT, 99, 200)
+    row.after(None, FLAT, 50)
+    assert row.clips[-1].start == 100 and row.clips[-1].end == 150
+
+
+def test_passes_have_targets_or_none():
+    row = Document().row(0)
+    with pytest.raises(ValueError, match='"texture" needs a target'):
+        row.show(None, FLAT, 0, 100, how="texture")
+    with pytest.raises(ValueError, match="takes no target"):
+        row.show(None, FLAT, 0, 100, target=Bitmap("a.png"))
+    with pytest.raises(ValueError, match='did you mean "clear_depth"'):
+        row.show(None, FLAT, 0, 100, how="clear_deph")
+
+
+def test_limits_hold_where_things_are_made():
+    with pytest.raises(ValueError, match=r"maze\(\): the size of the cells is 1 to 7, not 12"):
+        layers.maze(size=12)
+    with pytest.raises(ValueError, match=r"maze\(\): the fullness is 0 to 1, not 1.5"):
+        layers.maze(fullness=1.5)
+    with pytest.raises(ValueError, match=r"color\(\): the color is 0 to 1, not 2"):
+        layers.color((2, 0, 0))
+    with pytest.raises(ValueError, match="whole number, not 2.5"):
+        layers.noise(seed=2.5)
+    with pytest.raises(ValueError, match=r"emboss\(\): the direction is 1 to 4, not 5"):
+        steps.emboss(5)
+    with pytest.raises(ValueError, match="up to 32 steps, not 33"):
+        texture = layers.noise() * 1.0 | steps.blur()
+        for _ in range(31):
+            texture = texture | steps.blur()
+    with pytest.raises(ValueError, match="a row is 0 to 31, not 32"):
+        Document().row(32)
+    with pytest.raises(ValueError, match='no "lit_colour" among the recipes; did you mean "lit_color"'):
+        material("lit_colour")
+    with pytest.raises(TypeError, match='no parameter "ligth"; did you mean "light"'):
+        material("lit_color", ligth=Light())
+    with pytest.raises(TypeError, match="the light is a Light, not"):
+        recipes.lit_color(light=Bitmap("a.png"))
+    with pytest.raises(ValueError, match="1 to 32 bytes"):
+        Model("a" * 40 + ".obj")
+    scene = Scene()
+    model, plain = Model("m.obj"), recipes.color()
+    for _ in range(512):
+        scene.add(model, plain)
+    with pytest.raises(ValueError, match="up to 512 objects"):
+        scene.add(model, plain)
+    with pytest.raises(ValueError, match="up to 7 manipulators, not 8"):
+        Scene().add(model, plain, manipulators=[manipulators.rippler()] * 8)
+
+
+def test_textures_are_expressions_of_layers_and_steps():
+    noise, maze = layers.noise(seed=3), layers.maze()
+    texture = ((noise * 0.5 + maze | steps.blur()) * 0.8 + maze * 0.2) * (noise * 2) | steps.emboss(2)
+    words = [(step.row.word, step.numbers, step.layer) for step in texture.finished()]
+    assert words == [("add", (1.0, 0.5), noise), ("add", (1.0, 1.0), maze), ("blur", (), None),
+                     ("add", (0.8, 0.2), maze), ("multiply", (2 / 255,), noise),
+                     ("emboss", (2.0,), None)]
+    scaled = (noise + maze) * 0.5
+    assert [step.row.word for step in scaled.finished()] == ["add", "add", "scale"]
+    with pytest.raises(ValueError, match="there is one image to work on"):
+        noise + (maze | steps.blur())
+
+
+def test_equal_layers_and_textures_are_shared():
+    scene = Scene()
+    model = Model("m.obj")
+    for _ in range(3):
+        texture = layers.noise(seed=3) * layers.maze()
+        scene.add(model, recipes.texture(texture=texture))
+        scene.add(Model("m.obj"), recipes.texture(texture=texture))
+    text = plain_document(scene).text()
+    assert text.count("<layer type=\"5\"") == 1 and text.count("<texture>") == 1
+    assert text.count("<model ") == 1 and text.count("<material ") == 6
+
+
+def test_equal_curves_share_an_envelope():
+    scene = Scene()
+    for _ in range(3):
+        scene.add(Model("m.obj"), recipes.color(alpha=line(0, 1, 100)), scale=line(0, 1, 100))
+    assert plain_document(scene).text().count("<envelope ") == 1
+
+
+def test_items_stand_in_the_order_in_which_they_were_made():
+    red = recipes.color((1, 0, 0), name="red")
+    green = recipes.color((0, 1, 0), name="green")
+    scene = Scene()
+    scene.add(Model("m.obj"), green)
+    scene.add(Model("m.obj"), red)
+    text = plain_document(scene).text()
+    assert text.index('name="red"') < text.index('name="green"')
+
+
+def test_names_and_files_may_be_in_any_script(engine_values, tmp_path):
+    folder = tmp_path / "пьеса ü"
+    folder.mkdir()
+    scene = Scene(name='Straße & "Nebel" <1>')
+    scene.add(Model("glück.obj"), recipes.color())
+    document = plain_document(scene)
+    document.music = "ünïcode.xm"
+    document.write(str(folder / "demo.xml"))
+    assert Records(engine_values(folder / "demo.xml")).of("scene") == [["1", "1"]]
+
+
+def test_origins_name_the_authors_lines(tmp_path):
+    def helper():
+        return recipes.color()
+
+    scene = Scene()
+    scene.add(Model("m.obj"), helper())
+    plain_document(scene).write(str(tmp_path / "demo.xml"))
+    table = json.loads((tmp_path / ".demo.origins.json").read_text(encoding="utf-8"))
+    entries = {(e["section"], e["item"], e["part"]): e["lines"] for e in table["origins"]}
+    here = os.path.relpath(__file__, tmp_path)
+    lines = entries[7, 1, 0]
+    source = open(__file__, encoding="utf-8").read().splitlines()
+    assert lines[0].rsplit(":", 1)[0] == here
+    assert "return recipes.color()" in source[int(lines[0].rsplit(":", 1)[1]) - 1]
+    assert "helper())" in source[int(lines[1].rsplit(":", 1)[1]) - 1]
+    assert (9, 1, 1) in entries and (10, 1, 1) in entries
+
+
+PROGRAM = """
+import sys
+from quorvale import *
+scene = Scene()
+for k in range(20):
+    scene.add(Model("m%d.obj" % k), recipes.color(alpha=wave(0.5, 0.25, 100 + k)),
+              position=(line(0, k, 50), 0, 0))
+demo = Document()
+demo.row(0).show(scene, orbit((0, 0, 0), 5, 2, 300), 0, 300)
+sys.stdout.write(demo.text())
+"""
+
+
+def test_text_is_the_same_at_any_hash_seed_and_locale():
+    texts = set()
+    for seed, locale in (("0", "C"), ("1", "C.UTF-8"), ("77", "de_DE.UTF-8")):
+        environment = dict(os.environ, PYTHONHASHSEED=seed, LC_ALL=locale)
+        texts.add(subprocess.run([sys.executable, "-B", "-c", PROGRAM], env=environment, check=True,
+                                 capture_output=True).stdout)
+    assert len(texts) == 1
+
+
+def test_cameras_look_where_they_say():
+    camera = look((0, 0, 5), (0, 0, 0))
+    assert camera.position == (0.0, 0.0, -5.0) and camera.rotation[:2] == (0.0, 0.0)
+    assert look((5, 0, 0), (0, 0, 0)).rotation[1] == -90.0
+    moving = path([(0, (0, 0, 5), (0, 0, 0)), (100, (0, 0, 9), (0, 0, 0))], 50)
+    assert moving.position[2].at(100) == -9.0 and moving.rotation[0] == 0.0
+    assert moving.later(50).position[2].at(50) == -5.0
+    turning = orbit((0, 0, 0), 5, 0, 300)
+    assert abs(turning.position[0].at(82) + 4.946362) < 1e-5  # the knot nearest to a quarter
+    facing = turning.facing(300)
+    assert abs(facing[1].at(150) - turning.rotation[1].at(150) * -1.0) < 1e-3
+    with pytest.raises(ValueError, match="above 0 and below 180 degrees, not 180"):
+        look((0, 0, 1), (0, 0, 0), 180)
+
+
+def test_colors_scale_and_mix():
+    assert Color.hex("#ff8000") * 0.5 == Color(0.5, 128 / 510, 0.0)
+    assert (hold(2.0) * Color(1, 0.5, 0)).g.at(0) == 1.0
+    mixed = Color(0, 0, 0).mixed((1, 0.5, 0.25), line(0, 1, 100))
+    assert mixed.b.at(100) == 0.25

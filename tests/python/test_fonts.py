@@ -1,0 +1,48 @@
+"""Text as meshes."""
+
+import string
+
+import pytest
+
+from quorvale.fonts import Font, _area, triangulate
+
+LETTERS = string.ascii_letters + string.digits + "ßäéñ@&%#§?!ØЖДфΩ"
+
+
+@pytest.fixture(scope="module")
+def font():
+    return Font.find("DejaVuSans-Bold")
+
+
+@pytest.mark.parametrize("detail", [1, 3, 8])
+def test_triangles_cover_the_outlines(font, detail):
+    for letter in LETTERS:
+        contours = [list(contour) for contour in font.glyph(letter, detail).contours]
+        covered = sum(_area(triangle) for triangle in triangulate(contours)) / 2
+        assert covered == pytest.approx(abs(sum(map(_area, contours))) / 2, rel=1e-6), letter
+
+
+def test_text_is_as_wide_as_its_letters(font):
+    mesh = font.mesh("Il", height=2, depth=0.5, spacing=0.25)
+    xs, ys, zs = zip(*(map(float, text.split()) for text in mesh.lists[0]))
+    width = (font.glyph("I").advance + font.glyph("l").advance) * 2 / font.units + 0.25
+    assert -width / 2 < min(xs) < max(xs) < width / 2
+    assert set(zs) == {0.25, -0.25} and max(ys) - min(ys) < 2
+
+
+def test_flat_text_has_no_back(font):
+    mesh = font.mesh("A")
+    assert {text.split()[2] for text in mesh.lists[0]} == {"0"}
+
+
+def test_what_a_font_lacks_is_named(font):
+    with pytest.raises(ValueError, match="the font has no \"\U00013000\""):
+        font.mesh("\U00013000")
+    with pytest.raises(ValueError, match="no letters"):
+        font.mesh("  ")
+    with pytest.raises(ValueError, match='there is no "NoSuchFont.ttf"'):
+        Font.find("NoSuchFont")
+
+
+def test_accents_are_parts_of_their_letter(font):
+    assert len(font.glyph("é").contours) == len(font.glyph("e").contours) + 1

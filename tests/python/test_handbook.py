@@ -1,0 +1,80 @@
+"""Commands and listings of the handbook do what it says."""
+
+import os
+import pathlib
+import re
+import subprocess
+import sys
+
+import pytest
+
+from conftest import program
+from quorvale.meshes import Mesh, sphere, square
+
+BOOK = pathlib.Path(__file__).resolve().parents[2] / "docs/handbook"
+
+
+def blocks(page, language):
+    text = (BOOK / page).read_text(encoding="utf-8")
+    return re.findall(rf"^```{language}\n(.*?)^```", text, re.MULTILINE | re.DOTALL)
+
+
+def matches(expected, got):
+    """Whether lines are as expected, where "..." stands for any text, on a line of its own for any
+    lines."""
+    pattern = ""
+    for line in expected.splitlines():
+        words = ".*".join(map(re.escape, line.split("...")))
+        pattern += "(?:.*\n)*" if line == "..." else words + "\n"
+    return re.fullmatch(pattern, got) is not None
+
+
+def test_the_ten_minutes_run_as_printed(tmp_path):
+    path = os.path.dirname(program("DPK")) + os.pathsep + os.environ["PATH"]
+    for block in blocks("ten-minutes.md", "console"):
+        for part in re.findall(r"^\$ (.*)\n((?:(?!\$ ).*\n)*)", block, re.MULTILINE):
+            command, expected = part
+            run = subprocess.run(command, shell=True, cwd=tmp_path, env=dict(os.environ, PATH=path),
+                                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+            assert matches(expected, run.stdout), f"{command}\n{run.stdout}"
+
+
+def run_listing(code, folder):
+    return subprocess.run([sys.executable, "-B", "-c", code], cwd=folder, capture_output=True,
+                          text=True)
+
+
+@pytest.mark.parametrize("number", range(len(blocks("ten-minutes.md", "python"))))
+def test_listings_of_the_ten_minutes_run(number, tmp_path):
+    run = run_listing(blocks("ten-minutes.md", "python")[number], tmp_path)
+    assert run.returncode == 0, run.stderr
+    if number == 0:
+        assert run.stdout == "0.5 0.25 4.0\n"
+
+
+@pytest.mark.parametrize("number", range(1, len(blocks("how-to.md", "python"))))
+def test_snippets_of_the_how_to_make_documents_that_read_back(number, tmp_path, engine_values):
+    page = blocks("how-to.md", "python")
+    for name, make in (("square", square), ("ball", sphere)):
+        mesh = Mesh()
+        make(mesh)
+        mesh.write(str(tmp_path / f"{name}.obj"))
+    code = page[0] + page[number] + "\nif demo._rows:\n    demo.write('demo.xml')\n"
+    run = run_listing(code, tmp_path)
+    assert run.returncode == 0, run.stderr
+    written = tmp_path / ("demo.xml" if (tmp_path / "demo.xml").exists() else "loading.xml")
+    assert any(line.startswith("clip ") for line in engine_values(written))
+
+
+def test_links_between_pages_lead_somewhere():
+    for page in BOOK.glob("*.md"):
+        for target in re.findall(r"\]\(([^)#]+)\)", page.read_text(encoding="utf-8")):
+            assert (BOOK / target).exists(), f"{page.name}: {target}"
+
+
+def test_the_reference_is_the_librarys_words(root, tmp_path):
+    kept = BOOK / "reference.md"
+    subprocess.run([sys.executable, root / "scripts/make-reference", tmp_path / "reference.md"],
+                   check=True)
+    assert (tmp_path / "reference.md").read_text("utf-8") == kept.read_text("utf-8"), \
+        "run scripts/make-reference"

@@ -1,0 +1,54 @@
+"""Modules made by code."""
+
+import pytest
+
+from quorvale import Music
+from quorvale.tracker import Instrument, Tune, drum, note_number, tone
+
+
+def test_a_tune_reads_back_as_its_rows(tmp_path):
+    tune = Tune(rows=100, channels=3, tempo=150, speed=5)
+    bass = tune.instrument(Instrument("bass", tone(64, (1, 0.5)), loop=64))
+    tune.play(0, 0, "C-4", bass)
+    tune.effect(2, 50, 0xF, 10)
+    music = tune.write(str(tmp_path / "tune.xm"))
+    assert isinstance(music, Music) and music.filename == "tune.xm"
+    # The last pattern has the rows that are left.
+    assert len(music.rows) == 100 and music.rows[64].order == 1
+    assert music.rows[0].length == 5 * 250 / 150 and music.rows[50].length == 10 * 250 / 150
+
+
+def test_the_same_tune_has_the_same_bytes():
+    def make():
+        tune = Tune(rows=8, channels=1, name="näme", maker="me")
+        tune.play(0, 0, 49, tune.instrument(Instrument("drum", drum(500, 12, 4, 0.3), bits=16)))
+        return tune.bytes()
+
+    assert make() == make()
+    assert make()[60:64] == (276).to_bytes(4, "little")
+
+
+def test_instruments_follow_the_patterns():
+    tune = Tune(rows=1, channels=1)
+    tune.instrument(Instrument("four", [0.0, 1.0, -1.0, 0.5], peak=1.0))
+    data = tune.bytes()
+    assert data[-4:] == bytes([0, 127, 2, 191])  # differences of 0, 127, -127, 64 (63.5 is even 64)
+    at = 336 + 9 + 1  # one row of one empty cell
+    assert data[at:at + 4] == (263).to_bytes(4, "little")
+
+
+def test_what_a_module_can_not_hold_is_refused():
+    with pytest.raises(ValueError, match="1 to 32 channels, not 33"):
+        Tune(rows=1, channels=33)
+    with pytest.raises(ValueError, match="tempo is 32 to 255"):
+        Tune(rows=1, channels=1, tempo=300)
+    with pytest.raises(ValueError, match='not "H-4"'):
+        note_number("H-4")
+    with pytest.raises(ValueError, match="the loop is 0 to 4 samples long, not 5"):
+        Instrument("a", [0.0] * 4, loop=5)
+
+
+def test_silence_is_no_division_by_nothing():
+    tune = Tune(rows=1, channels=1)
+    tune.instrument(Instrument("nothing", [0.0, 0.0]))
+    assert tune.bytes().endswith(b"\0\0")
