@@ -3,6 +3,7 @@
 #   player          the player, its scripts and all that a desktop shows of it
 #   tools           dpk
 #   piece           the sample piece
+#   python          the authors' library
 #   documentation   what authors read
 include(GNUInstallDirs)
 
@@ -60,6 +61,11 @@ file(GLOB command_pages CONFIGURE_DEPENDS docs/dpk*.1)
 install(FILES ${command_pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
 install(FILES docs/dpk.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5 COMPONENT tools)
 
+# Where dpk looks for it, from where dpk stands.
+install(DIRECTORY python/quorvale
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/quorvale/python COMPONENT python
+  PATTERN __pycache__ EXCLUDE)
+
 install(PROGRAMS ${made}/quorvale-piece DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT piece)
 install(FILES docs/quorvale-piece.6 DESTINATION ${games_man} COMPONENT piece)
 install(FILES desktop/quorvale-piece.desktop
@@ -72,5 +78,5 @@ install(FILES piece/music/quorvale.xm DESTINATION ${piece_folder}/music COMPONEN
 install(FILES README.md CONTRIBUTING.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
 file(GLOB pages CONFIGURE_DEPENDS docs/*.md)
 install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
-install(DIRECTORY docs/pictures
+install(DIRECTORY docs/pictures docs/handbook
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
