@@ -1,6 +1,5 @@
 // What loading costs: lookups in the package, and a document of 1 MB from its entry to its records.
 #include <benchmark/benchmark.h>
-#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -10,13 +9,22 @@
 #include "engine/data/demo_document.h"
 #include "engine/data/document_text.h"
 #include "engine/data/package_file.h"
-#include "support/byte_file.h"
 #include "support/package_builder.h"
 
-static FILE* OpenPackage(const std::vector<PackageEntry>& entries)
+/// A package in memory, open.
+struct OpenedPackage
 {
-    std::string package = MakePackage(entries);
-    return OpenBytes(Bytes(package.begin(), package.end()));
+    std::string bytes;
+    PackageFile file;
+    FaultList faults;
+};
+
+static void OpenPackage(const std::vector<PackageEntry>& entries, OpenedPackage* package)
+{
+    StartFaults(&package->faults);
+    package->bytes = MakePackage(entries);
+    OpenPackageMemory(reinterpret_cast<const unsigned char*>(package->bytes.data()),
+                      package->bytes.size(), &package->file, &package->faults);
 }
 
 static std::string EntryName(int64_t n)
@@ -32,16 +40,17 @@ static void ReadPackageEntryOf(benchmark::State& state)
     {
         entries.push_back({EntryName(n), std::string(100, 'x')});
     }
-    FILE* package = OpenPackage(entries);
+    OpenedPackage package;
+    OpenPackage(entries, &package);
     std::string name = EntryName(state.range(0) / 2);
     for ([[maybe_unused]] auto _ : state)
     {
         int32_t size = 0;
-        unsigned char* data = ReadPackageEntry(package, name.c_str(), &size);
+        unsigned char* data = ReadPackageEntry(&package.file, name.c_str(), &size, &package.faults);
         benchmark::DoNotOptimize(data);
         free(data);
     }
-    fclose(package);
+    ClosePackage(&package.file);
 }
 BENCHMARK(ReadPackageEntryOf)->Arg(10)->Arg(1000);
 
@@ -67,26 +76,29 @@ static std::string LargeDocument()
 static void InflateDocument(benchmark::State& state)
 {
     std::string text = LargeDocument();
-    FILE* package = OpenPackage({{"demo.xmlz", MakeContainer(text)}});
+    OpenedPackage package;
+    OpenPackage({{"demo.xmlz", MakeContainer(text)}}, &package);
     for ([[maybe_unused]] auto _ : state)
     {
         InflatedEntry entry;
-        InflatePackageEntry(package, "demo.xmlz", 0, &entry);
+        InflatePackageEntry(&package.file, "demo.xmlz", 0, kLargestText, &entry, &package.faults);
         FreeInflatedEntry(&entry);
     }
     state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
-    fclose(package);
+    ClosePackage(&package.file);
 }
 BENCHMARK(InflateDocument)->Unit(benchmark::kMillisecond);
 
 static void ParseDocument(benchmark::State& state)
 {
     std::string text = LargeDocument();
+    FaultList faults;
+    StartFaults(&faults);
     for ([[maybe_unused]] auto _ : state)
     {
         TiXmlDocument tree;
         LoadFromString(&tree, reinterpret_cast<const unsigned char*>(text.data()),
-                       static_cast<long>(text.size()), TIXML_ENCODING_UNKNOWN);
+                       static_cast<long>(text.size()), TIXML_ENCODING_UNKNOWN, &faults);
     }
     state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
 }
@@ -96,24 +108,24 @@ BENCHMARK(ParseDocument)->Unit(benchmark::kMillisecond);
 static void LoadWholeDocument(benchmark::State& state)
 {
     std::string text = LargeDocument();
-    FILE* package = OpenPackage({{"demo.xmlz", MakeContainer(text)}});
+    OpenedPackage package;
+    OpenPackage({{"demo.xmlz", MakeContainer(text)}}, &package);
     std::vector<SectionReader> readers(kSectionCount);
-    readers[3] = {&DemoDocument::envelopes, sizeof(Envelope), 0, nullptr,
-                  ReadEnvelopeItem,         nullptr};
+    readers[3] = {&DemoDocument::envelopes, sizeof(Envelope), 0,      nullptr,
+                  ReadEnvelopeItem,         nullptr,          nullptr};
     for ([[maybe_unused]] auto _ : state)
     {
-        TiXmlDocument tree;
-        LoadDocument(package, "demo.xmlz", &tree);
         DemoDocument demo = {};
         demo.name = "demo.xmlz";
-        demo.document = &tree;
-        LoadContext context = {};
+        LoadDocument(&package.file, &demo, &package.faults);
+        ReadContext context = {};
         context.document = &demo;
-        context.package = package;
+        context.package = &package.file;
+        context.faults = &package.faults;
         ReadSections(readers.data(), &context);
-        FreeObjectTable(demo.envelopes);
+        FreeDocument(readers.data(), &demo);
     }
     state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
-    fclose(package);
+    ClosePackage(&package.file);
 }
 BENCHMARK(LoadWholeDocument)->Unit(benchmark::kMillisecond);

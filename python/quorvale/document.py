@@ -11,7 +11,6 @@
 
 from __future__ import annotations
 
-import json
 import os
 from collections.abc import Callable, Iterable, Iterator, Sequence
 from dataclasses import dataclass, field
@@ -244,15 +243,15 @@ class Document:
 
     def write(self, path: str) -> None:
         """Writes the text, and beside it a table of where the author made each item: a hidden
-        file, `.demo.origins.json` beside `demo.xml`."""
+        file, `.demo.origins` beside `demo.xml`."""
         writer = _Writer(self)
         text = writer.text()
         with open(path, "w", encoding="utf-8", newline="\n") as stream:
             stream.write(text)
         folder, name = os.path.split(os.path.abspath(path))
-        origins = os.path.join(folder, f".{os.path.splitext(name)[0]}.origins.json")
+        origins = os.path.join(folder, f".{os.path.splitext(name)[0]}.origins")
         with open(origins, "w", encoding="utf-8", newline="\n") as stream:
-            stream.write(writer.origins_text(folder, name))
+            stream.write(writer.origins_text(folder))
 
 
 class _Writer:
@@ -493,14 +492,18 @@ class _Writer:
         lines += _Element("music", music).lines(0)
         return "\n".join(lines) + "\n"
 
-    def origins_text(self, folder: str, name: str) -> str:
-        """The table of origins, after `text`. Paths are relative to the document's folder."""
-        entries: list[dict[str, object]] = []
+    def origins_text(self, folder: str) -> str:
+        """The table of origins, after `text`: a line for each item and part, with section, item and
+        part as numbers, then the author's lines, innermost first, all with tabs between them.
+        Paths are relative to the document's folder."""
+        lines: list[str] = []
 
         def add(section: int, item: int, part: int, origin: Origin) -> None:
-            lines = [(origin.file, origin.line), *origin.callers]
-            entries.append({"section": section, "item": item, "part": part, "lines": [
-                f"{os.path.relpath(file, folder)}:{line}" for file, line in lines]})
+            words = [f"{section}\t{item}\t{part}"]
+            for file, line in ((origin.file, origin.line), *origin.callers):
+                path = os.path.relpath(file, folder)
+                words.append(f"{path}:{line}".replace("\t", "?").replace("\n", "?"))
+            lines.append("\t".join(words))
 
         tags = ("layers", "textures", "models", "", "lights", "effects", "bitmaps", "materials",
                 "meshes", "scenes")
@@ -517,5 +520,4 @@ class _Writer:
         for number, row in sorted(self.document._rows.items()):
             for part, clip in enumerate(sorted(row.clips, key=lambda clip: clip.start), 1):
                 add(10, number + 1, part, clip.origin)
-        table = {"document": name, "origins": entries}
-        return json.dumps(table, indent=1, ensure_ascii=False) + "\n"
+        return "".join(line + "\n" for line in lines)

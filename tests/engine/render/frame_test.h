@@ -1,4 +1,4 @@
-// What the tests of frames share: a timeline, tables, and the calls that parts of a frame come to.
+// Shared by the tests of frames: a timeline, tables, and the calls that parts of a frame come to.
 #pragma once
 
 #include <GL/glew.h>
@@ -110,6 +110,6 @@ inline const std::string kCameraAtOrigin = "MatrixMode MODELVIEW\n"
                                            "Rotatef 0 1 0 0\n"
                                            "Rotatef 0 0 1 0\n"
                                            "Translatef 0 0 0\n";
-/// What a clip of AddClip comes to after its pass.
+/// The calls of a clip of AddClip, after its pass.
 inline const std::string kPlainClip = kPerspective + kNoFog + kCameraAtOrigin;
 inline const std::string kFrameEnd = "Lightfv LIGHT1 POSITION 0 0 1 0\n";

@@ -156,7 +156,7 @@ class DrawSceneTest : public testing::Test
     MeshArrays grid = MakeMeshArrays(3);
 };
 
-/// What the clock sets at a time.
+/// The calls of the clock at a time.
 static std::string ClockAt(const std::string& time)
 {
     return "PolygonMode FRONT_AND_BACK FILL\n"
@@ -234,7 +234,7 @@ static const std::string kBufferedModel =
     "DisableClientState NORMAL_ARRAY\n"
     "DisableClientState VERTEX_ARRAY\n";
 
-/// What every generated mesh comes to, after what clears the buffer bindings.
+/// The calls of a generated mesh, after those that clear the buffer bindings.
 static const std::string kDrawnGrid = std::string("EnableClientState NORMAL_ARRAY\n"
                                                   "EnableClientState VERTEX_ARRAY\n"
                                                   "VertexPointer 3 FLOAT 0 grid.vertices\n"
@@ -740,7 +740,7 @@ TEST_F(DrawSceneTest, ADeformedObjectWithoutInstancesIsReleased)
     EXPECT_EQ(GlLiveBuffers(), 5u); // the model's own
 }
 
-/// What a rippler does with the next two buffers.
+/// The calls of a rippler for two new buffers.
 static std::string UploadDeformed(int vertices, int normals)
 {
     const std::string first = std::to_string(vertices);

@@ -19,7 +19,7 @@ static std::string CamerasSeen(const std::string& calls)
     return seen;
 }
 
-// What is on screen when.
+// Clips and their times.
 
 TEST_F(FrameTest, AFrameOfOneClipSetsWindowProjectionFogAndCamera)
 {

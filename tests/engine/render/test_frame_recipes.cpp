@@ -108,7 +108,7 @@ TEST_F(FrameRecipesTest, WhereALightShinesFromDependsOnTheClipsCamera)
     EXPECT_EQ(GlValue(lights[0], "MODELVIEW matrix"), turned + "Translatef 10 0 0");
     EXPECT_EQ(GlValue(lights[1], "MODELVIEW matrix"), turned + "Translatef 20 0 0");
 
-    // What the frame ends with goes through the last clip's.
+    // The direction at the frame's end goes through the last clip's.
     const std::vector<GlState> ends = StatesAt("Lightfv LIGHT1 POSITION 0 0 1 0", 50);
     ASSERT_EQ(ends.size(), 1u);
     EXPECT_EQ(GlValue(ends[0], "MODELVIEW matrix"), turned + "Translatef 20 0 0");

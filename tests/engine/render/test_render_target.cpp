@@ -17,7 +17,7 @@ static std::string Copy(int texture, int width, int height)
            "Clear COLOR_BUFFER_BIT|DEPTH_BUFFER_BIT\n";
 }
 
-/// What only passes to the window do with a target before they copy.
+/// The calls of passes to the window alone, before the copy.
 static std::string Filters(int texture)
 {
     return "BindTexture TEXTURE_2D " + std::to_string(texture) +
@@ -167,7 +167,7 @@ TEST_F(RenderTargetTest, ATargetIsOpenedAnewByEachPassThatNamesIt)
                               kPlainClip + kFrameEnd);
 }
 
-/// What a resize comes to, from one texture name to another.
+/// The calls of a resize, from one texture name to another.
 static std::string Resize(int from, int to, int width, int height)
 {
     const std::string name = std::to_string(to);
@@ -283,7 +283,7 @@ TEST_F(RenderTargetTest, ATargetIsResizedWheneverItsSizeChanges)
     AddBitmap(32, 32);
     SetTarget(0, AddClip(timeline, 0, 0, 100, 1), kPassTextureQuarter, 1);
     Render(10, 640, 480, 0);
-    Render(10, 640, 480, 1); // a sanitizer sees what would be left behind
+    Render(10, 640, 480, 1); // a sanitizer sees what is not freed
     EXPECT_EQ(Bitmap(1)->width, 320);
     EXPECT_EQ(GlLiveTextures(), 1u);
 }

@@ -16,7 +16,7 @@
 static const float firstTexCoords[2] = {0.0f, 1.0f};
 static const float secondTexCoords[2] = {1.0f, 0.0f};
 
-// What recipes are made of, call by call.
+// Parts of recipes, call by call.
 
 #define FILL "PolygonMode FRONT_AND_BACK FILL\n"
 #define DEPTH_ON "Enable DEPTH_TEST\n"
@@ -112,7 +112,7 @@ static const float secondTexCoords[2] = {1.0f, 0.0f};
 #define SPHERE_13 SPHERE("13")
 #define SPHERE_24 SPHERE("24")
 
-// What a refresh of effect 2 comes to.
+// The calls of a refresh of effect 2.
 #define UPDATE_32                 \
     "BindTexture TEXTURE_2D 32\n" \
     "TexSubImage2D TEXTURE_2D 0 0 0 64 64 LUMINANCE UNSIGNED_BYTE ?\n"
@@ -257,7 +257,7 @@ class SetMaterialTest : public testing::Test
         return GetRecord<Material>(type + 1, piece.document.materials);
     }
 
-    /// What changes of an effect.
+    /// The state of an effect.
     EffectState* StateOf(uint32_t effectId)
     {
         return &piece.state.demo.effects[effectId - 1];
@@ -1187,7 +1187,7 @@ TEST_F(SetMaterialTest, OnlyType14MindsDot3)
     }
 }
 
-// What stays behind.
+// State that stays.
 
 TEST_F(SetMaterialTest, NoRecipeLooksAtTheOneBefore)
 {

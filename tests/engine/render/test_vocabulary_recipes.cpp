@@ -1,4 +1,4 @@
-// What the vocabulary says of recipes, held against their OpenGL calls.
+// The words of the vocabulary for recipes, held against their OpenGL calls.
 
 #include <gtest/gtest.h>
 #include <string>
@@ -146,8 +146,8 @@ TEST_F(VocabularyRecipes, TurningOnesTakeTheCamerasHeading)
 {
     for (const VocabularyRow& row : Catalogues[kCatalogueRecipes].rows)
     {
-        GetRecord<Material>(static_cast<uint32_t>(row.number) + 1, piece.document.materials)->params[4] =
-            FloatSlot(1.0f);
+        GetRecord<Material>(static_cast<uint32_t>(row.number) + 1, piece.document.materials)
+            ->params[4] = FloatSlot(1.0f);
         const bool turns = Calls(row).find("Rotatef -30 0 0 1") != std::string::npos;
         EXPECT_EQ(turns, Has(row, kTraitTurns)) << row.name;
     }

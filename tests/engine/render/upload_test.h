@@ -1,4 +1,4 @@
-// What the tests of uploads share: items of a document, read and given to OpenGL one by one.
+// Shared by the tests of uploads: items of a document, read and given to OpenGL one by one.
 #pragma once
 
 #include <gtest/gtest.h>
