@@ -15,7 +15,7 @@
 #include "player/music.h"
 
 static constexpr const char kProgram[] = "quorvale";
-static constexpr int kVersion = 232;
+static constexpr const char kTitle[] = "Quorvale Engine v" QUORVALE_VERSION;
 static constexpr const char kForcePboOption[] = "-forcepbo";
 static constexpr uint32_t kMsPerTick = 10;
 
@@ -157,9 +157,7 @@ static int PlayPiece(PieceRun* run, LauncherChoice* choice, bool forcePbo)
 /// @param run   not started yet
 static int RunChosen(int argc, char** argv, PieceRun* run, FaultList* faults)
 {
-    char title[64];
-    snprintf(title, sizeof(title), "Quorvale Engine v0.%d", kVersion);
-    printf("%s\n", title);
+    printf("%s\n", kTitle);
     if (!StartRun(run, faults))
     {
         return EndFailedRun(faults);
@@ -167,7 +165,7 @@ static int RunChosen(int argc, char** argv, PieceRun* run, FaultList* faults)
 
     LauncherChoice choice = kStartChoice;
     int exitCode = kExitEnded;
-    switch (RunLauncher(title, &choice, &exitCode, faults))
+    switch (RunLauncher(kTitle, &choice, &exitCode, faults))
     {
     case LauncherResult::kStart:
         return PlayPiece(run, &choice, WantsForcedPbo(argc, argv));
