@@ -2,7 +2,7 @@
 set -euo pipefail
 
 work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+trap 'rm -rf --one-file-system "$work"' EXIT
 
 fail() {
     echo "$(basename "$0"): $*" >&2

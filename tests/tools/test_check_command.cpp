@@ -42,11 +42,11 @@ TEST_F(CheckCommandTest, TellsPlaceLineAndCure)
     WritePiece(Demo("0,5"));
     const DpkRun run = RunDpk(folder, {"check", "--only", "comma-decimal", "src"});
     EXPECT_EQ(run.out,
-              "src/demo.xml:4:41: warning: light 1 \"sun\": \"0,5\" has a comma, and counts "
+              "src/demo.xml:4:43: warning: light 1 \"sun\": \"0,5\" has a comma, and counts "
               "as 0 [comma-decimal]\n"
               "    <light name=\"sun\"><a><r type=\"static\" value=\"0,5\"/><g type=\"static\" "
-              "value=\"0\"/><b type=\"static\" val\n"
-              "                                        ^\n"
+              "value=\"0\"/><b type=\"static\" valu\n"
+              "                                          ^\n"
               "    cure: write a point: 0.5\n"
               "valid: 1 warning\n");
     EXPECT_EQ(run.err, "");
@@ -83,7 +83,7 @@ TEST_F(CheckCommandTest, PrintsJson)
               "{\"path\":\"src\",\"verdict\":\"valid\",\"errors\":0,\"warnings\":1,\"notes\":0,"
               "\"findings\":[\n"
               "{\"severity\":\"warning\",\"rule\":\"comma-decimal\",\"document\":\"demo.xml\","
-              "\"section\":\"lights\",\"item\":1,\"name\":\"sun\",\"line\":4,\"column\":41,"
+              "\"section\":\"lights\",\"item\":1,\"name\":\"sun\",\"line\":4,\"column\":43,"
               "\"text\":\"\\\"0,5\\\" has a comma, and counts as 0\","
               "\"cure\":\"write a point: 0.5\"}]}\n");
 }

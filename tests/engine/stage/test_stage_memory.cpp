@@ -112,5 +112,5 @@ TEST(StageMemory, EveryAllocationThatFailsIsAFaultAndLosesNothing)
     }
     std::set_new_handler(handler);
     EXPECT_FALSE(HasFailure()) << "at allocation " << k;
-    EXPECT_GT(k, 500u);
+    EXPECT_GT(k, 150u);
 }
