@@ -57,9 +57,9 @@ inline void StartTestPiece(TestPiece* piece)
 inline void FreeTestPiece(TestPiece* piece)
 {
     const DemoDocument& document = piece->document;
-    for (ObjectTable* table : {document.textures, document.models, document.envelopes,
-                               document.lights, document.effects, document.bitmaps,
-                               document.materials, document.genMeshes, document.scenes})
+    for (ObjectTable* table :
+         {document.textures, document.models, document.envelopes, document.lights, document.effects,
+          document.bitmaps, document.materials, document.genMeshes, document.scenes})
     {
         FreeObjectTable(table);
     }

@@ -74,10 +74,10 @@ TEST_F(ApplyLightTest, AStaticLightSendsTheSameThreeValuesEachTime)
     for (uint32_t time : times)
     {
         EXPECT_EQ(Apply(1, time), "Enable LIGHTING\n"
-                                 "Enable LIGHT1\n"
-                                 "Lightfv LIGHT1 POSITION -20 -19 -18 1\n"
-                                 "Lightfv LIGHT1 AMBIENT 0.25 1.25 2.25 1\n"
-                                 "Lightfv LIGHT1 DIFFUSE 10.5 11.5 12.5 1\n");
+                                  "Enable LIGHT1\n"
+                                  "Lightfv LIGHT1 POSITION -20 -19 -18 1\n"
+                                  "Lightfv LIGHT1 AMBIENT 0.25 1.25 2.25 1\n"
+                                  "Lightfv LIGHT1 DIFFUSE 10.5 11.5 12.5 1\n");
     }
     EXPECT_EQ(GlRefusedCalls(), 0u);
 }
@@ -110,7 +110,8 @@ TEST_F(ApplyLightTest, EachFlagBitMakesItsOwnValueAnEnvelope)
                 }
                 expected += " 1\n";
             }
-            EXPECT_EQ(Apply(piece.document.lights->count, 10), expected) << names[group] << " " << i;
+            EXPECT_EQ(Apply(piece.document.lights->count, 10), expected)
+                << names[group] << " " << i;
         }
     }
 }
@@ -128,15 +129,15 @@ TEST_F(ApplyLightTest, ADynamicLightFollowsTheTime)
     }
 
     EXPECT_EQ(Apply(1, 0), "Enable LIGHTING\n"
-                             "Enable LIGHT1\n"
-                             "Lightfv LIGHT1 POSITION 0 100 200 1\n"
-                             "Lightfv LIGHT1 AMBIENT 0 10 20 1\n"
-                             "Lightfv LIGHT1 DIFFUSE 0 1 2 1\n");
+                           "Enable LIGHT1\n"
+                           "Lightfv LIGHT1 POSITION 0 100 200 1\n"
+                           "Lightfv LIGHT1 AMBIENT 0 10 20 1\n"
+                           "Lightfv LIGHT1 DIFFUSE 0 1 2 1\n");
     EXPECT_EQ(Apply(1, 9), "Enable LIGHTING\n"
-                             "Enable LIGHT1\n"
-                             "Lightfv LIGHT1 POSITION 9 109 209 1\n"
-                             "Lightfv LIGHT1 AMBIENT 4.5 14.5 24.5 1\n"
-                             "Lightfv LIGHT1 DIFFUSE -9 -8 -7 1\n");
+                           "Enable LIGHT1\n"
+                           "Lightfv LIGHT1 POSITION 9 109 209 1\n"
+                           "Lightfv LIGHT1 AMBIENT 4.5 14.5 24.5 1\n"
+                           "Lightfv LIGHT1 DIFFUSE -9 -8 -7 1\n");
 }
 
 TEST_F(ApplyLightTest, AnEnvelopeWithoutPiecesReadsAsOne)
@@ -150,10 +151,10 @@ TEST_F(ApplyLightTest, AnEnvelopeWithoutPiecesReadsAsOne)
     light->position[2] = empty;
 
     EXPECT_EQ(Apply(1, 33), "Enable LIGHTING\n"
-                             "Enable LIGHT1\n"
-                             "Lightfv LIGHT1 POSITION 7 8 1 1\n"
-                             "Lightfv LIGHT1 AMBIENT 5 1 7 1\n"
-                             "Lightfv LIGHT1 DIFFUSE 6 7 1 1\n");
+                            "Enable LIGHT1\n"
+                            "Lightfv LIGHT1 POSITION 7 8 1 1\n"
+                            "Lightfv LIGHT1 AMBIENT 5 1 7 1\n"
+                            "Lightfv LIGHT1 DIFFUSE 6 7 1 1\n");
 }
 
 TEST_F(ApplyLightTest, OneEnvelopeMayDriveAllNineValues)
@@ -169,10 +170,10 @@ TEST_F(ApplyLightTest, OneEnvelopeMayDriveAllNineValues)
         light->diffuse[i] = shared;
     }
     EXPECT_EQ(Apply(1, 6), "Enable LIGHTING\n"
-                             "Enable LIGHT1\n"
-                             "Lightfv LIGHT1 POSITION 6 6 6 1\n"
-                             "Lightfv LIGHT1 AMBIENT 6 6 6 1\n"
-                             "Lightfv LIGHT1 DIFFUSE 6 6 6 1\n");
+                           "Enable LIGHT1\n"
+                           "Lightfv LIGHT1 POSITION 6 6 6 1\n"
+                           "Lightfv LIGHT1 AMBIENT 6 6 6 1\n"
+                           "Lightfv LIGHT1 DIFFUSE 6 6 6 1\n");
 }
 
 TEST_F(ApplyLightTest, AnEnvelopeMovesTheLightAlongX)

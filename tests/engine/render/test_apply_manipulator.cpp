@@ -106,8 +106,7 @@ TEST_F(ApplyManipulatorTest, EachParameterMayMove)
     const uint32_t envelope = AddLinearEnvelope(&piece, 1.0f, 0.0f);
     for (uint32_t k = 1; k < 10; ++k) // parameter 0 is the number of copies
     {
-        Manipulator manipulator =
-            Make(kManipulatorXMultiplier, {2, 0, 0, 0, 0, 0, 0, 0, 0, 0});
+        Manipulator manipulator = Make(kManipulatorXMultiplier, {2, 0, 0, 0, 0, 0, 0, 0, 0, 0});
         manipulator.params[k] = envelope;
         SetMaskBit(manipulator.dynamicMask, k);
         Floats expected(18);
@@ -181,8 +180,7 @@ TEST_F(ApplyManipulatorTest, PlacedCopiesAreGroupedBySource)
         vertices[i] = static_cast<float>(i);
     }
     PlaceOn(&vertices);
-    const Floats five =
-        Run(kOne, Make(kManipulatorXMultiplier, {5, 1000, 0, 0, 0, 0, 0, 0, 0, 0}));
+    const Floats five = Run(kOne, Make(kManipulatorXMultiplier, {5, 1000, 0, 0, 0, 0, 0, 0, 0, 0}));
     const Floats placed = Run(five, Make(kManipulatorModelPlacer, kNoMove));
     ASSERT_EQ(placed.size(), 500u * 9);
     EXPECT_EQ(placed[0], 0.0f);                   // source 0, vertex 0
@@ -250,7 +248,8 @@ TEST_F(ApplyManipulatorTest, AGeneratedMeshToPlaceOnIsMovedFirst)
     {
         ASSERT_EQ(placed[9 * v + 1], vertices[3 * v + 1]) << v;
     }
-    EXPECT_TRUE(std::any_of(placed.begin(), placed.end(), [](float value) { return value < 0.0f; }));
+    EXPECT_TRUE(
+        std::any_of(placed.begin(), placed.end(), [](float value) { return value < 0.0f; }));
     FreeGenMesh(kCenterwaveWater, &genMesh->mesh);
 }
 
@@ -273,7 +272,9 @@ TEST_F(ApplyManipulatorTest, BentGeometryIsKeptInBuffersToo)
     piece.features.vbo = 1;
     const size_t buffersBefore = GlLiveBuffers();
     const auto ripple = [this](float amplitude)
-    { EXPECT_EQ(Run(kOne, Make(kManipulatorRippler, {0.3f, amplitude, 1.0f})), kOne); };
+    {
+        EXPECT_EQ(Run(kOne, Make(kManipulatorRippler, {0.3f, amplitude, 1.0f})), kOne);
+    };
     ripple(0.0f);
     NameGlPointer(deformed.vertices, "vertices");
     NameGlPointer(deformed.normals, "normals");

@@ -70,11 +70,12 @@ static std::string Upload(int level, int components, int width, int height)
 TEST_F(BuildMipmapsTest, ASquareOf256UploadsLevels1To8)
 {
     const Bytes image(256 * 256 * 3, 200);
-    EXPECT_EQ(Build(256, 256, image, 3), Upload(1, 3, 128, 128) + Upload(2, 3, 64, 64) + Upload(3, 3, 32, 32) +
-                                 Upload(4, 3, 16, 16) + Upload(5, 3, 8, 8) + Upload(6, 3, 4, 4) +
-                                 "PixelStorei UNPACK_ALIGNMENT 2\n" + Upload(7, 3, 2, 2) +
-                                 "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(8, 3, 1, 1) +
-                                 "PixelStorei UNPACK_ALIGNMENT 4\n");
+    EXPECT_EQ(Build(256, 256, image, 3),
+              Upload(1, 3, 128, 128) + Upload(2, 3, 64, 64) + Upload(3, 3, 32, 32) +
+                  Upload(4, 3, 16, 16) + Upload(5, 3, 8, 8) + Upload(6, 3, 4, 4) +
+                  "PixelStorei UNPACK_ALIGNMENT 2\n" + Upload(7, 3, 2, 2) +
+                  "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(8, 3, 1, 1) +
+                  "PixelStorei UNPACK_ALIGNMENT 4\n");
     EXPECT_EQ(GlRefusedCalls(), 0u);
 }
 
@@ -82,24 +83,24 @@ TEST_F(BuildMipmapsTest, TheShorterSideBelowFourIsTheAlignment)
 {
     const Bytes image(16 * 4 * 4, 200);
     EXPECT_EQ(Build(16, 4, image, 4), "PixelStorei UNPACK_ALIGNMENT 2\n" + Upload(1, 4, 8, 2) +
-                                 "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(2, 4, 4, 1) +
-                                 "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(3, 4, 2, 1) +
-                                 "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(4, 4, 1, 1) +
-                                 "PixelStorei UNPACK_ALIGNMENT 4\n");
+                                          "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(2, 4, 4, 1) +
+                                          "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(3, 4, 2, 1) +
+                                          "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(4, 4, 1, 1) +
+                                          "PixelStorei UNPACK_ALIGNMENT 4\n");
     EXPECT_EQ(Build(4, 16, image, 4), "PixelStorei UNPACK_ALIGNMENT 2\n" + Upload(1, 4, 2, 8) +
-                                 "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(2, 4, 1, 4) +
-                                 "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(3, 4, 1, 2) +
-                                 "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(4, 4, 1, 1) +
-                                 "PixelStorei UNPACK_ALIGNMENT 4\n");
+                                          "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(2, 4, 1, 4) +
+                                          "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(3, 4, 1, 2) +
+                                          "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(4, 4, 1, 1) +
+                                          "PixelStorei UNPACK_ALIGNMENT 4\n");
 }
 
 TEST_F(BuildMipmapsTest, ASideOfThreeIsGivenAsAnAlignmentThatOpenGlRefuses)
 {
     const Bytes image(12 * 7 * 3, 200);
     EXPECT_EQ(Build(12, 7, image, 3), "PixelStorei UNPACK_ALIGNMENT 3\n" + Upload(1, 3, 6, 3) +
-                                 "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(2, 3, 3, 1) +
-                                 "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(3, 3, 1, 1) +
-                                 "PixelStorei UNPACK_ALIGNMENT 4\n");
+                                          "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(2, 3, 3, 1) +
+                                          "PixelStorei UNPACK_ALIGNMENT 1\n" + Upload(3, 3, 1, 1) +
+                                          "PixelStorei UNPACK_ALIGNMENT 4\n");
     EXPECT_EQ(GlRefusedCalls(), 1u);
 }
 

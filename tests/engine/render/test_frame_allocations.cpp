@@ -53,7 +53,7 @@ class FrameAllocationsTest : public FrameTest
     void SetUp() override
     {
         FrameTest::SetUp();
-        MuteGl(true); // it keeps nothing then
+        MuteGl(true);                // it keeps nothing then
         AddStillGenMesh(&piece, {}); // a mesh of nothing
     }
 
@@ -225,8 +225,7 @@ TEST_F(FrameAllocationsTest, AHiddenObjectTakesNothing)
 {
     AddClip(timeline, 0, 0, 100, 1);
     AddObjects(1, 1);
-    GetScene(1)->visibilityEnvelope[0] =
-        AddLinearEnvelope(&piece, 0.0f, 0.0f);
+    GetScene(1)->visibilityEnvelope[0] = AddLinearEnvelope(&piece, 0.0f, 0.0f);
     Count(50);
     EXPECT_EQ(allocations, 0);
 }

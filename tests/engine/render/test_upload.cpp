@@ -345,9 +345,9 @@ TEST_F(UploadBitmapTest, AnImageTooSmallForAChainIsAFaultOfTheUploadToo)
 
 TEST_F(UploadTest, ItemsWithoutAnythingInOpenGlCallNothing)
 {
-    for (Section section : {Section::kLayers, Section::kEnvelopes, Section::kLights,
-                            Section::kMaterials, Section::kGenMeshes, Section::kScenes,
-                            Section::kTimeline})
+    for (Section section :
+         {Section::kLayers, Section::kEnvelopes, Section::kLights, Section::kMaterials,
+          Section::kGenMeshes, Section::kScenes, Section::kTimeline})
     {
         EXPECT_TRUE(UploadOrFail({section, 1, nullptr}));
     }
@@ -383,8 +383,7 @@ TEST_F(UploadModelTest, FreeingDeletesEachNameOnce)
     Load(Section::kTextures, "<t/>");
     SetFile(MakeTga(2, 2, 1, "abcd"));
     Load(Section::kBitmaps, "<b filename=\"file\"/>");
-    Load(Section::kEffects,
-         "<e name=\"\" type=\"1\" resolution=\"64x64\" bpp=\"8\"><p>0</p></e>");
+    Load(Section::kEffects, "<e name=\"\" type=\"1\" resolution=\"64x64\" bpp=\"8\"><p>0</p></e>");
     piece.upload.deformed = {20, 21}; // as a fault may leave them
     TakeGlCalls();
     FreeUpload(&piece.upload);
