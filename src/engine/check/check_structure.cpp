@@ -741,6 +741,7 @@ static std::string NearestEntry(const CheckContext* context, const Fault& fault)
         names.emplace_back(name, strnlen(name, kPackageNameSize));
     }
     std::vector<const char*> candidates;
+    candidates.reserve(names.size());
     for (const std::string& name : names)
     {
         candidates.push_back(name.c_str());

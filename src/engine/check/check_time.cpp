@@ -113,18 +113,18 @@ static void CheckHidden(const PlacedClip* placed, uint32_t start, uint32_t end)
     {
         return;
     }
-    Finding* finding = nullptr;
     if (start == end)
     {
-        finding = AddFinding(&placed->spot, Severity::kWarning, Rule::kHiddenClip, placed->node,
-                             "the clip lasts no tick");
+        AddFinding(&placed->spot, Severity::kWarning, Rule::kHiddenClip, placed->node,
+                   "the clip lasts no tick");
     }
     else if (timeline->clipEnd[placed->row][placed->clip] != end)
     {
-        finding = AddFinding(&placed->spot, Severity::kWarning, Rule::kHiddenClip, placed->node,
-                             FormatText("ticks %u to %u lie inside one second, and no frame finds "
-                                        "the clip",
-                                        start, end));
+        Finding* finding =
+            AddFinding(&placed->spot, Severity::kWarning, Rule::kHiddenClip, placed->node,
+                       FormatText("ticks %u to %u lie inside one second, and no frame finds "
+                                  "the clip",
+                                  start, end));
         finding->cure = "a clip has to begin with a second, or reach into the next one";
     }
     else if (checked->isDemo && played.hasEnd && start >= played.endTick)
@@ -133,8 +133,8 @@ static void CheckHidden(const PlacedClip* placed, uint32_t start, uint32_t end)
     }
     else if (checked->isDemo)
     {
-        finding = AddFinding(&placed->spot, Severity::kWarning, Rule::kHiddenClip, placed->node,
-                             "no frame shows the clip");
+        AddFinding(&placed->spot, Severity::kWarning, Rule::kHiddenClip, placed->node,
+                   "no frame shows the clip");
     }
 }
 
