@@ -126,13 +126,11 @@ PendingEntry* ReadPackageDirectory(const PackageFile* package, FaultList* faults
 /// @return the two put together, for free; null after a fault
 static char* JoinPath(const char* prefix, const char* name, FaultList* faults)
 {
-    const size_t prefixLength = strlen(prefix);
-    const size_t nameLength = strlen(name);
-    char* path = AllocateBlock<char>(prefixLength + nameLength + 1, "a path", faults);
+    const size_t size = strlen(prefix) + strlen(name) + 1;
+    char* path = AllocateBlock<char>(size, "a path", faults);
     if (path != nullptr)
     {
-        memcpy(path, prefix, prefixLength);
-        memcpy(path + prefixLength, name, nameLength + 1);
+        snprintf(path, size, "%s%s", prefix, name);
     }
     return path;
 }

@@ -152,14 +152,14 @@ bool RefreshStaleEffect(uint32_t id, const FrameSources* sources)
 {
     EffectUpload* upload = &sources->upload->effects[id - 1];
     GlContext* gl = sources->gl;
-    if (!upload->stale || SkipsCalls(gl))
+    const Effect2D* effect = GetRecord<Effect2D>(id, sources->document->effects);
+    if (effect == nullptr || !upload->stale || SkipsCalls(gl))
     {
         return true;
     }
     upload->stale = false;
     EffectState* state = &sources->state->effects[id - 1];
-    const EffectTexture texture = {GetRecord<Effect2D>(id, sources->document->effects), state,
-                                   upload, sources->random, sources->faults};
+    const EffectTexture texture = {effect, state, upload, sources->random, sources->faults};
     const bool rendered = RenderThroughMemory(&texture, state->imageParams, kRefreshTexture);
     glBindTexture(GL_TEXTURE_2D, gl->shadow->state.units[gl->texCoords.unit].texture);
     return rendered;
