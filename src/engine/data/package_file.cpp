@@ -69,6 +69,17 @@ static bool GrowDirectory(PackageFile* package, uint32_t room, FaultList* faults
     return true;
 }
 
+/// A name that the file ends in goes on with the bytes of the name before it: the search goes on
+/// with what its buffer holds.
+/// @param count   entries, with this one
+static void KeepStaleBytes(unsigned char* entry, uint32_t count, size_t present)
+{
+    if (count > 1)
+    {
+        memcpy(entry + present, entry - kPackageEntrySize + present, kPackageNameSize - present);
+    }
+}
+
 /// Reads the directory up to its terminator or the end of the file.
 /// @param isEnded   receives whether a zero byte follows the last entry
 /// @return false after a fault
@@ -114,6 +125,7 @@ static bool ReadDirectory(PackageFile* package, bool* isEnded, FaultList* faults
             package->lastSize = static_cast<uint32_t>(present);
             if (package->isCut)
             {
+                KeepStaleBytes(&begin[at], package->entryCount, present);
                 return true;
             }
         }
@@ -152,6 +164,26 @@ static uint32_t FindEntry(const PackageFile* package, const unsigned char* name,
     return kNoEntry;
 }
 
+/// A name that the file ends in ends inside its field or nowhere. The names that run on into it
+/// have only those of its bytes that are in the file.
+static void MeasureCutName(PackageFile* package)
+{
+    if (package->lastSize >= kPackageNameSize)
+    {
+        return;
+    }
+    const uint32_t last = package->entryCount - 1;
+    const unsigned char* entry = package->directory + size_t{last} * kPackageEntrySize;
+    const uint32_t length =
+        static_cast<uint32_t>(strnlen(reinterpret_cast<const char*>(entry), kPackageNameSize));
+    uint64_t hash = kHashOfNothing;
+    for (uint32_t k = length; k > 0; --k)
+    {
+        hash = HashBefore(hash, entry[k - 1]);
+    }
+    package->names[last] = {hash, length < kPackageNameSize ? length : 0, kNoEntry};
+}
+
 /// Measures the name of each entry, from the last entry to the first.
 static void MeasureNames(PackageFile* package, bool isEnded)
 {
@@ -171,6 +203,7 @@ static void MeasureNames(PackageFile* package, bool isEnded)
         package->names[i - 1] = {hash, isEnded ? length : 0, kNoEntry};
         size = kPackageEntrySize;
     }
+    MeasureCutName(package);
 }
 
 /// Makes names be found. Of entries with one name only the first is.

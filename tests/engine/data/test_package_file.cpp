@@ -315,6 +315,21 @@ TEST(PackageFile, ATruncatedDirectoryPrintsAndEnds)
     EXPECT_EQ(Find(bytes, "x").printed, "unexpected error\nEnd of object table reached!\n");
 }
 
+TEST(PackageFile, ATruncatedNameGoesOnWithTheNameBefore)
+{
+    Bytes bytes = ThreeEntries();
+    bytes.resize(3 + 40 + 2); // "em" over "first"
+    EXPECT_TRUE(Find(bytes, "emrst").found);
+    EXPECT_EQ(Find(bytes, "emrst").printed, "unexpected error\n");
+    EXPECT_FALSE(Find(bytes, "em").found);
+    EXPECT_EQ(Find(bytes, "em").printed, "unexpected error\nEnd of object table reached!\n");
+
+    bytes.resize(3 + 40); // nothing over "first", which is found before that
+    EXPECT_EQ(Find(bytes, "first").printed, "");
+    bytes.resize(3 + 2); // there is no name before
+    EXPECT_TRUE(Find(bytes, "fi").found);
+}
+
 TEST(PackageFile, ATruncatedNameFieldStillCompares)
 {
     Bytes bytes = ThreeEntries();
@@ -378,6 +393,21 @@ static int ByteAt(const Bytes& package, size_t offset)
     return offset < package.size() ? package[offset] : -1;
 }
 
+/// The name field of an entry that the file ends in: what there is of it lies over the name before.
+static std::string CutField(const Bytes& package, size_t entry)
+{
+    std::string field(32, '\0');
+    for (size_t k = 0; k < field.size(); ++k)
+    {
+        const bool isStale = entry + k >= package.size();
+        const int byte = !isStale    ? package[entry + k]
+                         : entry > 3 ? ByteAt(package, entry - 40 + k)
+                                     : 0;
+        field[k] = static_cast<char>(byte);
+    }
+    return field;
+}
+
 /// Whether the name and a zero stand in the package at an entry's place, byte by byte.
 static bool StandsAt(const Bytes& package, size_t entry, const std::string& name)
 {
@@ -430,7 +460,10 @@ static Lookup Walk(const Bytes& package, const std::string& name)
         const bool isCut = entry + 32 > package.size();
         printed += isCut ? "unexpected error\n" : "";
         const bool isEnd = !isCut && package[entry] == 0;
-        if (!isEnd && StandsAt(package, entry, name))
+        const std::string field = isCut ? CutField(package, entry) + "x" : "";
+        const bool isName = isCut ? std::string(field.c_str()) == name && field[0] != 0
+                                  : StandsAt(package, entry, name);
+        if (!isEnd && isName)
         {
             return TakeEntry(package, entry, name, printed);
         }
