@@ -3,9 +3,9 @@
 
 #include "tools/dpk_run.h"
 
-static const char* const kCommands[] = {"list",       "extract",  "add",        "remove",
-                                        "create",     "build",    "model",      "compress",
-                                        "decompress", "textures", "vocabulary", "new"};
+static const char* const kCommands[] = {
+    "list",     "extract",    "add",      "remove",     "create", "build", "model",
+    "compress", "decompress", "textures", "vocabulary", "new",    "check"};
 
 TEST(CommandLine, TellsItsVersion)
 {
