@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -61,6 +62,29 @@ TEST(ChildProcess, ABusyChildIsEnded)
                         }
                     }),
               "took more than 1 s");
+}
+
+// A kill at once would look like a kill from anywhere.
+TEST(ChildProcess, HearsThatItsTimeIsUpBeforeItIsKilled)
+{
+    signal(SIGXCPU, SIG_IGN);
+    Bytes output;
+    EXPECT_EQ(RunInChild(
+                  kRoomy,
+                  [](Bytes* bytes)
+                  {
+                      rlimit limit = {};
+                      getrlimit(RLIMIT_CPU, &limit);
+                      bytes->push_back(static_cast<uint8_t>(limit.rlim_cur));
+                      bytes->push_back(static_cast<uint8_t>(limit.rlim_max));
+                      bytes->push_back(signal(SIGXCPU, SIG_DFL) == SIG_DFL ? 1 : 0);
+                  },
+                  &output),
+              "");
+    signal(SIGXCPU, SIG_DFL);
+    EXPECT_EQ(output, (Bytes{60, 61, 1}));
+    EXPECT_EQ(EndOf(kRoomy, [](Bytes*) { raise(SIGXCPU); }), "took more than 60 s");
+    EXPECT_EQ(EndOf(kRoomy, [](Bytes*) { raise(SIGKILL); }), "ended by signal 9 (Killed)");
 }
 
 TEST(ChildProcess, AWaitingChildIsEnded)
