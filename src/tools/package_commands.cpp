@@ -191,9 +191,15 @@ static bool PlanPackage(const PendingEntry* list, const ListedPackage* source,
     const PendingEntry* entry = list;
     for (PlannedEntry& planned : *plan)
     {
-        const bool isMeasured = entry->sourceDir == nullptr
-                                    ? MeasureKeptEntry(source, &planned)
-                                    : MeasureFile(entry->sourceDir + planned.name, &planned.size);
+        bool isMeasured = false;
+        if (entry->sourceDir != nullptr)
+        {
+            isMeasured = MeasureFile(entry->sourceDir + planned.name, &planned.size);
+        }
+        else if (source != nullptr)
+        {
+            isMeasured = MeasureKeptEntry(source, &planned);
+        }
         if (!isMeasured)
         {
             return false;

@@ -42,11 +42,11 @@ void ClearTargetHistory(TargetHistory* history)
 template <typename Element>
 static bool Reserve(Element** array, uint32_t* capacity, uint32_t wanted, FaultList* faults)
 {
-    if (wanted <= *capacity)
+    if (*array != nullptr && wanted <= *capacity)
     {
         return true;
     }
-    const uint32_t larger = std::max(wanted, *capacity * 2);
+    const uint32_t larger = std::max({wanted, *capacity * 2, 1u});
     Element* grown = AllocateBlock<Element>(larger, kWhat, faults);
     if (grown == nullptr)
     {

@@ -132,6 +132,10 @@ static WaveGains PreparePlasma(int32_t side, float step, ImageAxis* u, ImageAxis
 static bool ChooseHalves(const ImageAxis& axis, int32_t side, const WaveGains& gains,
                          const float** tables)
 {
+    if (side < 1)
+    {
+        return false;
+    }
     // Angles grow with column and row, rounding included, so the extremes tell for all. One too
     // great for an integer counts as negative, as its conversion does.
     const auto [columnMin, columnMax] = std::minmax_element(axis.column, axis.column + side);
