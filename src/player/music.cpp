@@ -1,16 +1,21 @@
 #include "player/music.h"
 
 #include <SDL.h>
-#include <climits>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <libmodplug/modplug.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include "engine/data/allocate.h"
 #include "engine/data/document_values.h"
 #include "engine/data/fault.h"
+#include "engine/data/plain_text.h"
 #include "player/demo_clock.h"
+#include "player/module_gate.h"
 
 static constexpr unsigned int kMasterVolume = 512;
 static constexpr int kReverbDepth = 20;
@@ -20,8 +25,8 @@ static constexpr Uint16 kBlockFrames = 8192; // about 186 ms
 
 struct ModuleFile
 {
-    void* data; // owned
-    int size;   // bytes
+    uint8_t* data; // owned; kModulePadding zeros follow it
+    size_t size;   // bytes
 };
 
 // Set before audio starts, then touched by the audio thread alone; both stay to the end of the run.
@@ -45,59 +50,88 @@ static void FillAudioBlock(void* /*user*/, Uint8* stream, int length)
     AudioClock.audioStarted = 1;
 }
 
-/// @return the module's file for reading, from its own path or from the music folder; null after a
-///         line if it is in neither
-static FILE* OpenModuleFile(const char* path)
+/// Tells that a module is in neither place.
+/// @return false after a fault
+static bool PrintMissingModule(const char* path, FaultList* faults)
 {
-    FILE* stream = fopen(path, "rb");
-    if (stream == nullptr)
+    const size_t size = PlainTextSize(strlen(path));
+    char* plain = AllocateBlock<char>(size, "a path", faults);
+    if (plain == nullptr)
     {
-        char below[4096]; // no path of the system is longer
-        const int length = snprintf(below, sizeof(below), "music/%s", path);
-        stream = length < static_cast<int>(sizeof(below)) ? fopen(below, "rb") : nullptr;
-    }
-    if (stream == nullptr)
-    {
-        printf("Error: cannot open %s!\n", path);
-    }
-    return stream;
-}
-
-/// The size of what can be read; 0 for what has no size of its own, a folder or a device.
-static long FindFileSize(FILE* stream)
-{
-    struct stat status;
-    if (fstat(fileno(stream), &status) != 0 || !S_ISREG(status.st_mode))
-    {
-        return 0;
-    }
-    fseek(stream, 0, SEEK_END);
-    long size = ftell(stream);
-    rewind(stream);
-    return size < 0 ? 0 : size;
-}
-
-/// Reads the whole file. A part that can't be read is as good as not there.
-/// @return false after a fault: a size that can't be allocated
-static bool ReadModuleFile(FILE* stream, const char* path, ModuleFile* file, FaultList* faults)
-{
-    long size = FindFileSize(stream);
-    // One byte more: an empty file has a block as well.
-    void* data = size <= INT_MAX ? malloc(static_cast<size_t>(size) + 1) : nullptr;
-    if (data == nullptr)
-    {
-        AddFault(faults, "\"%s\": its size of %ld bytes can't be allocated", path, size);
         return false;
     }
-    const size_t got = fread(data, 1, static_cast<size_t>(size), stream);
-    *file = {data, static_cast<int>(got)};
+    FormatPlainText(path, plain, size);
+    printf("Error: cannot open %s!\n", plain);
+    free(plain);
+    return true;
+}
+
+/// Opens the module from its own path or from the music folder. It never waits: the other end of a
+/// pipe need not be there.
+/// @return a descriptor for the caller to close; negative if the module is in neither place
+static int OpenModuleFile(const char* path)
+{
+    static constexpr int kFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    const int file = open(path, kFlags);
+    if (file >= 0)
+    {
+        return file;
+    }
+    char below[4096]; // no path of the system is longer
+    const int length = snprintf(below, sizeof(below), "music/%s", path);
+    return length < static_cast<int>(sizeof(below)) ? open(below, kFlags) : -1;
+}
+
+/// Reads up to size bytes. A part that can't be read is as good as not there.
+/// @return the number of bytes
+static size_t ReadBytes(int file, uint8_t* data, size_t size)
+{
+    size_t got = 0;
+    while (got < size)
+    {
+        const ssize_t step = read(file, data + got, size - got);
+        if (step < 0 && errno == EINTR)
+        {
+            continue;
+        }
+        if (step <= 0)
+        {
+            break;
+        }
+        got += static_cast<size_t>(step);
+    }
+    return got;
+}
+
+/// Reads the whole file. No bytes come of a folder, a pipe or a device.
+/// @return false after a fault: a size that is too large or can't be allocated
+static bool ReadModuleFile(int stream, const char* path, ModuleFile* file, FaultList* faults)
+{
+    struct stat status = {};
+    const bool hasSize = fstat(stream, &status) == 0 && S_ISREG(status.st_mode);
+    const size_t size = hasSize ? static_cast<size_t>(status.st_size) : 0;
+    if (size > kLargestModule)
+    {
+        AddFault(faults, "\"%s\": a module of %zu bytes is larger than any", path, size);
+        return false;
+    }
+    uint8_t* data = static_cast<uint8_t*>(calloc(size + kModulePadding, 1));
+    if (data == nullptr)
+    {
+        AddFault(faults, "\"%s\": its size of %zu bytes can't be allocated", path, size);
+        return false;
+    }
+    *file = {data, ReadBytes(stream, data, size)};
     return true;
 }
 
 static void LoadModule(ModuleFile file)
 {
     moduleData = file;
-    musicModule = ModPlug_Load(file.data, file.size);
+    if (IsExtendedModule(file.data, file.size))
+    {
+        musicModule = ModPlug_Load(file.data, static_cast<int>(file.size));
+    }
     if (musicModule != nullptr)
     {
         ModPlug_SetMasterVolume(musicModule, kMasterVolume);
@@ -146,15 +180,19 @@ MusicResult StartMusic(const DemoDocument* document, LauncherChoice* choice, Fau
         return MusicResult::kFailed;
     }
     const char* path = node->Attribute("file");
-    FILE* stream = path == nullptr ? nullptr : OpenModuleFile(path);
-    if (stream == nullptr)
+    const int stream = path == nullptr ? -1 : OpenModuleFile(path);
+    if (stream < 0)
     {
+        if (path != nullptr && !PrintMissingModule(path, faults))
+        {
+            return MusicResult::kFailed;
+        }
         StartSilentClock(choice);
         return MusicResult::kStarted;
     }
     ModuleFile file;
     const bool read = ReadModuleFile(stream, path, &file, faults);
-    fclose(stream);
+    close(stream);
     if (!read)
     {
         return MusicResult::kFailed;

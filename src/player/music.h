@@ -1,7 +1,8 @@
 // The music: a tracker module, rendered block by block in SDL's audio callback.
 //
 // The module is a plain file beside the package, an Extended Module (XM). It is loaded whole and
-// plays once; after its end the device gets silence, which the clock counts on.
+// plays once; after its end the device gets silence, which the clock counts on. A file that is no
+// Extended Module, or no regular file, plays as silence from the start.
 #pragma once
 
 #include "engine/data/demo_document.h"
@@ -17,7 +18,8 @@ enum class MusicResult
 
 /// Starts the clock of the piece, with music if there is any: the silent clock runs if the choice's
 /// music is off, if the node has no "file", and if that file opens neither by its own path nor
-/// below "music/" (after "Error: cannot open %s!" on standard output). The module and its file stay
+/// below "music/" (after "Error: cannot open %s!" on standard output, the name in plain text). The
+/// module and its file stay
 /// to the end of the run.
 /// @param document   its music node is looked at only if music is on, and then it must be an
 ///                   element

@@ -142,7 +142,7 @@ ChildRun PlayUsualPiece(const PlayScript& script)
 {
     TemporaryFolder folder;
     folder.Write("piece.dpk", PieceOf(LoadingSource(), DemoSource()));
-    folder.Write("a.xm", "module");
+    folder.Write("a.xm", MakeModuleHead("module"));
     return Play(folder, script);
 }
 

@@ -412,7 +412,7 @@ TEST(LoadPiece, WithoutADemoTheMusicIsTheLoadingDocuments)
     loading.music = "<music file=\"b.xm\"/>";
     TemporaryFolder folder;
     folder.Write("piece.dpk", MakePackage({{"loading.xmlz", MakeDocument(loading)}}));
-    folder.Write("b.xm", "loading's");
+    folder.Write("b.xm", MakeModuleHead("loading's"));
 
     ChildRun run = Play(folder, PlayScript());
 

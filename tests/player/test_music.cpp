@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <tinyxml.h>
 #include <unistd.h>
 
@@ -21,6 +22,9 @@ static const std::string kSettings = "ModPlug_GetSettings\n"
                                      "ModPlug_SetSettings flags 7 channels 2 bits 16 frequency "
                                      "44100 resampling 3 stereo 101 mix 102 "
                                      "reverb 20 104 bass 105 106 surround 107 108 loops 0\n";
+
+/// What a start with a file that is no module writes down, up to the audio device.
+static const std::string kNotLoaded = kSettings + "SDL_OpenAudio 44100 S16LSB 2 8192\n";
 
 /// What a start with a module writes down, up to the audio device.
 static std::string Loaded(const std::string& module)
@@ -127,8 +131,8 @@ class Music : public testing::Test
 
 TEST_F(Music, AModuleBesideThePackageIsPlayed)
 {
-    folder.Write("a.xm", "beside");
-    folder.Write("music/a.xm", "below");
+    folder.Write("a.xm", MakeModuleHead("beside"));
+    folder.Write("music/a.xm", MakeModuleHead("below"));
 
     ChildRun run = Start(folder, "<music file=\"a.xm\"/>");
 
@@ -138,7 +142,7 @@ TEST_F(Music, AModuleBesideThePackageIsPlayed)
 
 TEST_F(Music, AModuleThatIsNotThereIsPlayedFromTheMusicFolder)
 {
-    folder.Write("music/a.xm", "below");
+    folder.Write("music/a.xm", MakeModuleHead("below"));
 
     ChildRun run = Start(folder, "<music file=\"a.xm\"/>");
 
@@ -148,7 +152,7 @@ TEST_F(Music, AModuleThatIsNotThereIsPlayedFromTheMusicFolder)
 
 TEST_F(Music, APathGoesBelowTheMusicFolderAsItStands)
 {
-    folder.Write("music/more/a.xm", "far below");
+    folder.Write("music/more/a.xm", MakeModuleHead("far below"));
 
     ChildRun run = Start(folder, "<music file=\"more/a.xm\"/>");
 
@@ -158,8 +162,8 @@ TEST_F(Music, APathGoesBelowTheMusicFolderAsItStands)
 
 TEST_F(Music, AFileInAFolderIsPlayedFromThereFirst)
 {
-    folder.Write("sub/a.xm", "beside");
-    folder.Write("music/sub/a.xm", "below");
+    folder.Write("sub/a.xm", MakeModuleHead("beside"));
+    folder.Write("music/sub/a.xm", MakeModuleHead("below"));
 
     ChildRun run = Start(folder, "<music file=\"sub/a.xm\"/>");
 
@@ -185,7 +189,7 @@ TEST_F(Music, WithoutAFileTheClockIsSilentAndNothingIsPrinted)
 
 TEST_F(Music, SwitchedOffItDoesNotLookAtTheNodeWhichNeedNotExist)
 {
-    folder.Write("a.xm", "module");
+    folder.Write("a.xm", MakeModuleHead("module"));
 
     for (const char* node : {"<music file=\"a.xm\"/>", ""})
     {
@@ -209,7 +213,7 @@ TEST_F(Music, ANodeThatIsMissingOrNoElementIsAFault)
 
 TEST_F(Music, ADeviceThatDoesNotOpenStartsNoSilentClock)
 {
-    folder.Write("a.xm", "module");
+    folder.Write("a.xm", MakeModuleHead("module"));
     Sdl.openAudioFails = true;
     Sdl.error = "No available audio device";
 
@@ -221,7 +225,7 @@ TEST_F(Music, ADeviceThatDoesNotOpenStartsNoSilentClock)
 
 TEST_F(Music, TheFirstBlockIsCountedStampedAndThenRendered)
 {
-    folder.Write("a.xm", "module");
+    folder.Write("a.xm", MakeModuleHead("module"));
     ModPlug.moduleBytes = 40000;
     Sdl.ticks = {500, 686, 700};
     Sdl.blocksAtStart = 2;
@@ -243,7 +247,7 @@ TEST_F(Music, TheFirstBlockIsCountedStampedAndThenRendered)
 
 TEST_F(Music, EveryBlockSetsAudioStarted)
 {
-    folder.Write("a.xm", "module");
+    folder.Write("a.xm", MakeModuleHead("module"));
     for (bool loadFails : {false, true})
     {
         ModPlug.loadFails = loadFails;
@@ -255,7 +259,7 @@ TEST_F(Music, EveryBlockSetsAudioStarted)
 
 TEST_F(Music, ABlockOfAnyLengthIsCountedAndFilledWhole)
 {
-    folder.Write("a.xm", "module");
+    folder.Write("a.xm", MakeModuleHead("module"));
     ModPlug.moduleBytes = 100000;
 
     ChildRun run = FillBlocks(folder, {4096, 1, 65536, 1002});
@@ -303,7 +307,7 @@ TEST_F(Music, AFileThatIsNoModuleFillsBlocksWithSilence)
 
 TEST_F(Music, AModuleThatHasEndedLeavesTheBlockAlone)
 {
-    folder.Write("a.xm", "module");
+    folder.Write("a.xm", MakeModuleHead("module"));
     ModPlug.moduleBytes = 32768;
     Sdl.blocksAtStart = 2;
 
@@ -321,9 +325,9 @@ TEST_F(Music, AModuleThatHasEndedLeavesTheBlockAlone)
                                              "AudioBlock untouched\n");
 }
 
-TEST_F(Music, AFileThatIsNoModuleIsSilenceThatTheClockCounts)
+TEST_F(Music, AModuleThatDoesNotLoadIsSilenceThatTheClockCounts)
 {
-    folder.Write("a.xm", "module");
+    folder.Write("a.xm", MakeModuleHead("module"));
     ModPlug.loadFails = true;
     Sdl.blocksAtStart = 1;
     Sdl.ticks = {500, 510};
@@ -340,34 +344,74 @@ TEST_F(Music, AFileThatIsNoModuleIsSilenceThatTheClockCounts)
                               "SDL_GetTicks 510\n");
 }
 
-TEST_F(Music, AFolderInTheModulesPlaceIsAnEmptyModule)
+TEST_F(Music, AFolderInTheModulesPlaceIsSilence)
 {
     folder.Write("a.xm/readme", "not a module");
 
     ChildRun run = Start(folder, "<music file=\"a.xm\"/>");
 
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.record, Loaded("") + "SDL_PauseAudio 0\n");
+    EXPECT_EQ(run.record, kNotLoaded + "SDL_PauseAudio 0\n");
 }
 
-TEST_F(Music, AnEmptyFileIsHandedOverAsItIs)
+TEST_F(Music, AnEmptyFileIsSilence)
 {
     folder.Write("a.xm", "");
 
     ChildRun run = Start(folder, "<music file=\"a.xm\"/>");
 
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.record, Loaded("") + "SDL_PauseAudio 0\n");
+    EXPECT_EQ(run.record, kNotLoaded + "SDL_PauseAudio 0\n");
 }
 
-TEST_F(Music, AFileOf2GibibytesIsAFault)
+TEST_F(Music, AFileThatIsNoExtendedModuleIsNotGivenToTheLibrary)
 {
-    folder.Write("a.xm", "");
-    ASSERT_EQ(truncate((folder.path + "/a.xm").c_str(), 1L << 31), 0);
+    folder.Write("a.xm", "MThd" + std::string(600, '\0'));
 
     ChildRun run = Start(folder, "<music file=\"a.xm\"/>");
 
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.record, kNotLoaded + "SDL_PauseAudio 0\n");
+}
+
+TEST_F(Music, APipeInTheModulesPlaceIsSilenceAtOnce)
+{
+    ASSERT_EQ(mkfifo((folder.path + "/a.xm").c_str(), 0600), 0);
+
+    ChildRun run = Start(folder, "<music file=\"a.xm\"/>");
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.record, kNotLoaded + "SDL_PauseAudio 0\n");
+}
+
+TEST_F(Music, ADeviceInTheModulesPlaceIsSilence)
+{
+    ChildRun run = Start(folder, "<music file=\"/dev/zero\"/>");
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.record, kNotLoaded + "SDL_PauseAudio 0\n");
+}
+
+TEST_F(Music, APathIsPrintedInPlainText)
+{
+    ChildRun run = Start(folder, "<music file=\"a&#x1b;[2J\"/>");
+
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.record, "> Error: cannot open a\\x1B[2J!\n" + kSilent);
+}
+
+TEST_F(Music, AFileOf64MebibytesIsReadAndALargerOneIsAFault)
+{
+    folder.Write("a.xm", MakeModuleHead("module"));
+    const std::string path = folder.path + "/a.xm";
+    ASSERT_EQ(truncate(path.c_str(), 1L << 26), 0);
+    EXPECT_EQ(Start(folder, "<music file=\"a.xm\"/>").record,
+              Loaded("module") + "SDL_PauseAudio 0\n");
+
+    ASSERT_EQ(truncate(path.c_str(), (1L << 26) + 1), 0);
+    ChildRun run = Start(folder, "<music file=\"a.xm\"/>");
+
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(run.record, "! quorvale: demo.xmlz, music node: \"a.xm\": its size of 2147483648 "
-                          "bytes can't be allocated\n");
+    EXPECT_EQ(run.record, "! quorvale: demo.xmlz, music node: \"a.xm\": a module of 67108865 "
+                          "bytes is larger than any\n");
 }

@@ -42,7 +42,7 @@ PlayerRun MakeRandomRun(uint32_t seed)
     run.files.push_back({"piece.dpk", piece.package});
     if (!Chance(random, 5))
     {
-        run.files.push_back({Chance(random, 50) ? "a.xm" : "music/a.xm", "module"});
+        run.files.push_back({Chance(random, 50) ? "a.xm" : "music/a.xm", MakeModuleHead("module")});
     }
 
     ChooseRandomly(random, &run);

@@ -329,7 +329,7 @@ static void SetFrames(PlayerRun* run, uint32_t frames, uint32_t blocksAFrame)
 static void AddFiles(PlayerRun* run, const std::vector<PackageEntry>& entries)
 {
     run->files.push_back({"quorvale.dpk", MakePackage(entries)});
-    run->files.push_back({"music/quorvale.xm", "module"});
+    run->files.push_back({"music/quorvale.xm", MakeModuleHead("module")});
 }
 
 static PlayerRun MakeFaultyRun(std::vector<PackageEntry>* entries)

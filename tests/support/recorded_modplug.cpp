@@ -19,6 +19,19 @@ struct _ModPlugFile
 
 static ModPlugFile theModule;
 
+static constexpr size_t kTitleAt = 17;
+static constexpr size_t kTitleSize = 20;
+
+std::string MakeModuleHead(const std::string& title)
+{
+    std::string head = "Extended Module: " + title;
+    head.resize(512, '\0');
+    head[60] = 20; // bytes of the header
+    head[64] = 1;  // orders
+    head[68] = 2;  // channels
+    return head;
+}
+
 static void CheckModule(const ModPlugFile* file)
 {
     if (file != &theModule)
@@ -33,8 +46,9 @@ extern "C"
 
     ModPlugFile* ModPlug_Load(const void* data, int size)
     {
-        RecordCall("ModPlug_Load " + std::to_string(size) + " \"" +
-                   std::string(static_cast<const char*>(data), static_cast<size_t>(size)) + "\"");
+        const std::string file(static_cast<const char*>(data), static_cast<size_t>(size));
+        const std::string title = file.substr(kTitleAt, kTitleSize).c_str();
+        RecordCall("ModPlug_Load " + std::to_string(title.size()) + " \"" + title + "\"");
         return ModPlug.loadFails ? nullptr : &theModule;
     }
 
