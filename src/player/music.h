@@ -19,8 +19,7 @@ enum class MusicResult
 /// Starts the clock of the piece, with music if there is any: the silent clock runs if the choice's
 /// music is off, if the node has no "file", and if that file opens neither by its own path nor
 /// below "music/" (after "Error: cannot open %s!" on standard output, the name in plain text). The
-/// module and its file stay
-/// to the end of the run.
+/// module and its file stay to the end of the run.
 /// @param document   its music node is looked at only if music is on, and then it must be an
 ///                   element
 /// @param choice     its music becomes kSwitchOff if no music plays
