@@ -1,4 +1,4 @@
-#include "player/module_gate.h"
+#include "music/module_gate.h"
 
 #include <gtest/gtest.h>
 #include <string>

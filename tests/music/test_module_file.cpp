@@ -1,0 +1,71 @@
+#include "music/module_file.h"
+
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "music/module_gate.h"
+#include "support/temporary_folder.h"
+
+/// @return the text of a module that is found from a folder, "none" if there is none
+static std::string ReadFrom(const char* folder, const std::string& path)
+{
+    const int stream = OpenModuleFile(folder, path.c_str());
+    if (stream < 0)
+    {
+        return "none";
+    }
+    FaultList faults;
+    StartFaults(&faults);
+    ModuleFile file = {};
+    const bool isRead = ReadModuleFile(stream, path.c_str(), &file, &faults);
+    close(stream);
+    std::string text = isRead ? std::string(file.data, file.data + file.size) : "fault";
+    for (size_t i = 0; isRead && i < kModulePadding; ++i)
+    {
+        EXPECT_EQ(file.data[file.size + i], 0);
+    }
+    FreeModuleFile(&file);
+    FreeFaults(&faults);
+    return text;
+}
+
+TEST(ModuleFile, ItIsLookedForInTheFolder)
+{
+    TemporaryFolder folder;
+    folder.Write("a.xm", "beside");
+    folder.Write("music/a.xm", "below");
+    EXPECT_EQ(ReadFrom(folder.path.c_str(), "a.xm"), "beside");
+}
+
+TEST(ModuleFile, ThenBelowMusic)
+{
+    TemporaryFolder folder;
+    folder.Write("music/a.xm", "below");
+    EXPECT_EQ(ReadFrom(folder.path.c_str(), "a.xm"), "below");
+    EXPECT_EQ(ReadFrom(folder.path.c_str(), "b.xm"), "none");
+}
+
+TEST(ModuleFile, AnAbsolutePathNeedsNoFolder)
+{
+    TemporaryFolder folder;
+    folder.Write("a.xm", "beside");
+    EXPECT_EQ(ReadFrom("/nowhere", folder.path + "/a.xm"), "beside");
+    EXPECT_EQ(ReadFrom(nullptr, folder.path + "/a.xm"), "beside");
+}
+
+TEST(ModuleFile, APipeIsEmptyAndNotWaitedFor)
+{
+    TemporaryFolder folder;
+    ASSERT_EQ(mkfifo((folder.path + "/a.xm").c_str(), 0600), 0);
+    EXPECT_EQ(ReadFrom(folder.path.c_str(), "a.xm"), "");
+}
+
+TEST(ModuleFile, AFileThatIsTooLargeIsAFault)
+{
+    TemporaryFolder folder;
+    folder.Write("a.xm", "");
+    ASSERT_EQ(truncate((folder.path + "/a.xm").c_str(), kLargestModule + 1), 0);
+    EXPECT_EQ(ReadFrom(folder.path.c_str(), "a.xm"), "fault");
+}
