@@ -57,8 +57,15 @@ foreach(command quorvale quorvale-play quorvale-piece)
 endforeach()
 
 install(TARGETS dpk DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
-file(GLOB command_pages CONFIGURE_DEPENDS docs/dpk*.1)
-install(FILES ${command_pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+# Written by make_reference.
+set(reference ${PROJECT_BINARY_DIR}/reference)
+install(DIRECTORY ${reference}/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools
+  FILES_MATCHING PATTERN "dpk*.1")
+install(FILES ${reference}/dpk.bash RENAME dpk DESTINATION ${bash} COMPONENT tools)
+install(FILES ${reference}/_dpk
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT tools)
+install(FILES ${reference}/dpk.fish
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT tools)
 install(FILES docs/dpk.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5 COMPONENT tools)
 
 # Where dpk looks for it, from where dpk stands.
@@ -78,5 +85,5 @@ install(FILES piece/music/quorvale.xm DESTINATION ${piece_folder}/music COMPONEN
 install(FILES README.md CONTRIBUTING.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
 file(GLOB pages CONFIGURE_DEPENDS docs/*.md)
 install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
-install(DIRECTORY docs/pictures docs/handbook
+install(DIRECTORY docs/pictures docs/handbook docs/dpk
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)

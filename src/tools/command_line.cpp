@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tools/check_command.h"
+#include "tools/command_facts.h"
 #include "tools/container.h"
 #include "tools/folder_build.h"
 #include "tools/mesh_import.h"
@@ -342,18 +343,83 @@ static const char* MeantCommand(int argc, const char* const* argv,
     return FindNearest(argv[1], names);
 }
 
-int RunCommandLine(int argc, const char* const* argv)
+/// Declares what the command line takes.
+/// @return the commands, in the order of kCommands
+static std::vector<CLI::App*> DeclareCommands(CLI::App* app, Arguments* arguments)
 {
-    Arguments arguments = {};
-    CLI::App app("Writes, reads and takes apart the packages that quorvale plays.", "dpk");
-    app.set_version_flag("-V,--version", "dpk " DPK_VERSION);
-    app.require_subcommand(0, 1); // none is met below: the library's own line hides unknown ones
+    app->description("Writes, reads and takes apart the packages that quorvale plays.");
+    app->set_version_flag("-V,--version", "dpk " DPK_VERSION, "Print the version");
+    app->set_help_flag("-h,--help", "Print this help; after a command, help on that command");
+    app->require_subcommand(0,
+                            1); // none is met by its caller: the library's line hides unknown ones
 
     std::vector<CLI::App*> commands;
     for (const CommandRow& row : kCommands)
     {
-        commands.push_back(row.add(&app, &arguments));
+        CLI::App* command = row.add(app, arguments);
+        command->set_help_flag("-h,--help", "Print this help");
+        commands.push_back(command);
     }
+    return commands;
+}
+
+static OptionFacts DescribeOption(const CLI::Option* option)
+{
+    OptionFacts facts = {};
+    for (const std::string& name : option->get_snames())
+    {
+        facts.names.push_back("-" + name);
+    }
+    for (const std::string& name : option->get_lnames())
+    {
+        facts.names.push_back("--" + name);
+    }
+    facts.value = option->get_type_size_max() == 0 ? "" : option->get_type_name();
+    facts.description = option->get_description();
+    facts.isRequired = option->get_required();
+    facts.repeats = option->get_multi_option_policy() == CLI::MultiOptionPolicy::TakeAll;
+    return facts;
+}
+
+static CommandFacts DescribeCommand(const CLI::App* command)
+{
+    CommandFacts facts = {};
+    facts.name = command->get_name();
+    facts.summary = command->get_description();
+    for (const CLI::Option* option : command->get_options())
+    {
+        if (option->get_positional())
+        {
+            facts.arguments.push_back({option->get_name(true), option->get_description(),
+                                       option->get_required(),
+                                       option->get_items_expected_max() > 1});
+        }
+        else
+        {
+            facts.options.push_back(DescribeOption(option));
+        }
+    }
+    return facts;
+}
+
+ProgramFacts DescribeCommandLine()
+{
+    Arguments arguments = {};
+    CLI::App app("", "dpk");
+    ProgramFacts facts = {};
+    for (const CLI::App* command : DeclareCommands(&app, &arguments))
+    {
+        facts.commands.push_back(DescribeCommand(command));
+    }
+    facts.program = DescribeCommand(&app);
+    return facts;
+}
+
+int RunCommandLine(int argc, const char* const* argv)
+{
+    Arguments arguments = {};
+    CLI::App app("", "dpk");
+    const std::vector<CLI::App*> commands = DeclareCommands(&app, &arguments);
 
     const char* meant = MeantCommand(argc, argv, commands);
     if (meant != nullptr)
