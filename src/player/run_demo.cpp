@@ -3,9 +3,11 @@
 #include <SDL.h>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "engine/data/cos_table.h"
+#include "engine/piece/read_ahead.h"
 #include "engine/render/piece_run.h"
 #include "engine/textures/corner_masks.h"
 #include "player/demo_clock.h"
@@ -97,6 +99,7 @@ static int EndFailedRun(const FaultList* faults)
 static int PlayPiece(PieceRun* run, LauncherChoice* choice, bool forcePbo)
 {
     FaultList* faults = run->faults;
+    run->threads = CountLoadingThreads(getenv("QUORVALE_THREADS"));
     if (!FindPackage(&run->piece.package, faults))
     {
         return HasFailed(faults) ? EndFailedRun(faults) : kExitFailed;

@@ -135,6 +135,24 @@ static void* AddRecord(ObjectTable* table, FaultList* faults)
     return GetObject(id, table);
 }
 
+/// Fills a record, with what was read before its turn where there is that.
+/// @return false after a fault
+static bool FillRecord(const TiXmlElement* item, void* record, const DocumentReader* reader)
+{
+    ReadContext* context = reader->context;
+    const uint32_t index = context->itemCount;
+    if (context->ahead != nullptr)
+    {
+        const Section section = static_cast<Section>(reader->section);
+        const AheadResult result = context->takeAhead(section, index, record, context);
+        if (result != AheadResult::kNone)
+        {
+            return result == AheadResult::kRead;
+        }
+    }
+    return reader->readers[reader->section].readItem(item, record, index, context);
+}
+
 /// @return false after a fault
 static bool ReadItem(DocumentReader* reader, ItemPlace* place)
 {
@@ -155,7 +173,7 @@ static bool ReadItem(DocumentReader* reader, ItemPlace* place)
             }
         }
         const TiXmlElement* item = RequireElement(node, "the item", context->faults);
-        if (item == nullptr || !row->readItem(item, record, context->itemCount, context))
+        if (item == nullptr || !FillRecord(item, record, reader))
         {
             return false;
         }

@@ -16,6 +16,8 @@
 #include "engine/data/vocabulary_numbers.h"
 
 struct LayerImage;
+struct ReadAhead;
+struct ReadContext;
 struct Timeline;
 
 /// For FreeDocument, however far reading it got. All null at first, but for the name.
@@ -36,6 +38,14 @@ struct DemoDocument
     const TiXmlNode* musicNode; // next sibling of section 10, lent by the tree; may be null
 };
 
+/// Whether an item was there before its turn.
+enum class AheadResult : uint8_t
+{
+    kNone,   // it was not: its reader has to read it
+    kRead,   // the record is filled
+    kFailed, // after a fault
+};
+
 /// Shared by all readers while one document is read.
 struct ReadContext
 {
@@ -52,6 +62,12 @@ struct ReadContext
 
     FaultList* faults; // borrowed; its place is kept up to date
     void* user;        // borrowed; for a program's own readers
+
+    ReadAhead* ahead; // borrowed; items that are read before their turn, null for none
+    /// Takes an item that was read before its turn; not null where `ahead` is not.
+    /// @param record   as for the section's reader
+    /// @param index    the item's place in the section, from 0
+    AheadResult (*takeAhead)(Section section, uint32_t index, void* record, ReadContext* context);
 };
 
 /// How one section's items become records. Every hook returns false after a fault.

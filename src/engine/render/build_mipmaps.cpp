@@ -44,8 +44,44 @@ static void UploadChain(MipSize level, const uint8_t* pixels, int32_t components
     }
 }
 
+/// Uploads all levels of a chain that is made.
+static void UploadMadeChain(MipSize level, const uint8_t* levels, int32_t components)
+{
+    for (int32_t number = 1;; ++number)
+    {
+        UploadLevel(number, level, components, levels);
+        if (level.width == 1 && level.height == 1)
+        {
+            return;
+        }
+        levels += UploadBytes(level.width, level.height, components);
+        level = NextMipSize(level);
+    }
+}
+
+/// Makes and uploads all levels.
+/// @return false after a fault if there is no memory
+static bool MakeLevels(MipSize first, const uint8_t* pixels, int32_t components, FaultList* faults)
+{
+    const MipSize second = NextMipSize(first);
+    uint8_t* block = AllocateBlock<uint8_t>(UploadBytes(first.width, first.height, components),
+                                            "a mip level", faults);
+    uint8_t* other =
+        block == nullptr
+            ? nullptr
+            : AllocateBlock<uint8_t>(UploadBytes(second.width, second.height, components),
+                                     "a mip level", faults);
+    if (other != nullptr)
+    {
+        UploadChain(first, pixels, components, block, other);
+    }
+    free(other);
+    free(block);
+    return !HasFailed(faults);
+}
+
 bool BuildMipmaps(int32_t width, int32_t height, const uint8_t* pixels, int32_t components,
-                  FaultList* faults)
+                  const uint8_t* levels, FaultList* faults)
 {
     if (components == 3 || components == 4)
     {
@@ -57,21 +93,11 @@ bool BuildMipmaps(int32_t width, int32_t height, const uint8_t* pixels, int32_t 
         }
 
         const MipSize first = FirstMipSize(width, height);
-        const MipSize second = NextMipSize(first);
-        uint8_t* block = AllocateBlock<uint8_t>(UploadBytes(first.width, first.height, components),
-                                                "a mip level", faults);
-        uint8_t* other =
-            block == nullptr
-                ? nullptr
-                : AllocateBlock<uint8_t>(UploadBytes(second.width, second.height, components),
-                                         "a mip level", faults);
-        if (other != nullptr)
+        if (levels != nullptr)
         {
-            UploadChain(first, pixels, components, block, other);
+            UploadMadeChain(first, levels, components);
         }
-        free(other);
-        free(block);
-        if (HasFailed(faults))
+        else if (!MakeLevels(first, pixels, components, faults))
         {
             return false;
         }

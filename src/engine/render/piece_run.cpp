@@ -1,5 +1,6 @@
 #include "engine/render/piece_run.h"
 
+#include "engine/piece/read_ahead.h"
 #include "engine/textures/layer_generator.h"
 
 bool StartRun(PieceRun* run, FaultList* faults)
@@ -86,7 +87,9 @@ LoadResult LoadRunDocument(PieceRun* run, RunDocument which, const LoadWatcher* 
     context.isDemo = which == RunDocument::kDemo;
     context.computePixels = true;
     context.faults = run->faults;
+    StartReadAhead(PieceSections, run->threads, &context);
     const bool loaded = LoadItems(run, which, &context, watcher);
+    StopReadAhead(&context);
     FreeLayers(&context); // those that a fault left behind
     if (!loaded)
     {

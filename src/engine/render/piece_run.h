@@ -30,6 +30,7 @@ struct PieceRun
     Arena arena;
     GlFeatures features; // of the demo
     bool keepPixels;     // keep the decoded bitmaps in their records
+    uint32_t threads;    // that load, see CountLoadingThreads; below 2 all is read in its turn
     FaultList* faults;   // borrowed
 };
 

@@ -55,7 +55,7 @@ static bool UploadTexture(const UploadContext* context, uint32_t id, ProceduralT
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER,
                     context->isDemo ? GL_LINEAR_MIPMAP_LINEAR : GL_LINEAR);
     const bool built = !context->isDemo || BuildMipmaps(kTextureSize, kTextureSize, texture->pixels,
-                                                        3, context->faults);
+                                                        3, texture->levels, context->faults);
     FreeProceduralTexture(texture);
     return built;
 }
@@ -162,7 +162,7 @@ static bool UploadBitmap(const UploadContext* context, uint32_t id, BitmapTextur
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
     const bool built = BuildMipmaps(bitmap->width, bitmap->height, bitmap->pixels,
-                                    bitmap->components, context->faults);
+                                    bitmap->components, bitmap->levels, context->faults);
     if (!context->keepPixels)
     {
         FreeBitmap(bitmap);

@@ -60,7 +60,7 @@ bool DecodeBitmap(PackageFile* package, const char* filename, BitmapTexture* bit
                  filename, image.width, image.height);
         return false;
     }
-    *bitmap = {image.width, image.height, image.components, image.pixels};
+    *bitmap = {image.width, image.height, image.components, image.pixels, nullptr};
     return true;
 }
 
@@ -103,9 +103,22 @@ bool ReadBitmapItem(const TiXmlElement* item, void* record, uint32_t /*index*/,
     return PadForUpload(bitmap, context->faults);
 }
 
+size_t MakeBitmapLevels(BitmapTexture* bitmap)
+{
+    if (bitmap->components < 3)
+    {
+        return 0;
+    }
+    const MipSize size = {bitmap->width, bitmap->height};
+    bitmap->levels = MakeMipChain(size, bitmap->components, bitmap->pixels);
+    return bitmap->levels == nullptr ? 0 : MipChainBytes(size, bitmap->components);
+}
+
 void FreeBitmap(void* record)
 {
     BitmapTexture* bitmap = static_cast<BitmapTexture*>(record);
+    free(bitmap->levels);
+    bitmap->levels = nullptr;
     free(bitmap->pixels);
     bitmap->pixels = nullptr;
 }

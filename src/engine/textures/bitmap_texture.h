@@ -1,6 +1,7 @@
 // Bitmaps: image files of the package. Documents use them as textures and as render targets.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "engine/data/demo_document.h"
@@ -11,6 +12,7 @@ struct BitmapTexture
     int32_t height;     // pixels
     int32_t components; // bytes per pixel, 1 to 4
     uint8_t* pixels;    // owned; first row first, no padding between rows; null once given back
+    uint8_t* levels;    // owned; of MakeMipChain; null where they are made as they are uploaded
 };
 
 /// Fills a record from an image file of the package.
@@ -28,6 +30,11 @@ bool DecodeBitmap(PackageFile* package, const char* filename, BitmapTexture* bit
 /// computes no pixels keeps the size alone. The faults are those of DecodeBitmap.
 /// @param record   a BitmapTexture; after a fault too it is for FreeBitmap
 bool ReadBitmapItem(const TiXmlElement* item, void* record, uint32_t index, ReadContext* context);
+
+/// Makes the mip chain of a bitmap before it is uploaded, where it has one: of three and four
+/// components. Without memory for it there is none.
+/// @return the bytes that it takes; 0 without one
+size_t MakeBitmapLevels(BitmapTexture* bitmap);
 
 /// Frees what a record owns, its pixels, and leaves it without. A program that has uploaded a
 /// bitmap calls it early; a second call does nothing.

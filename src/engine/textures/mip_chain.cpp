@@ -1,5 +1,8 @@
 #include "engine/textures/mip_chain.h"
 
+#include <cstdlib>
+#include <cstring>
+
 #include "engine/textures/pixel_kernels.h"
 
 /// Pixels that are halved in one go; the space that this takes fits the stack.
@@ -55,4 +58,37 @@ void FillMipLevel(const uint8_t* source, MipSize level, int32_t components, uint
             halveRows(source2x2, source2x2 + sourceRow, span, space, out + (y * width + x) * pixel);
         }
     }
+}
+
+size_t MipChainBytes(MipSize size, int32_t components)
+{
+    size_t bytes = 0;
+    MipSize level = FirstMipSize(size.width, size.height);
+    for (; level.width > 1 || level.height > 1; level = NextMipSize(level))
+    {
+        bytes += UploadBytes(level.width, level.height, components);
+    }
+    return bytes + UploadBytes(1, 1, components);
+}
+
+uint8_t* MakeMipChain(MipSize size, int32_t components, const uint8_t* pixels)
+{
+    const size_t chainBytes = MipChainBytes(size, components);
+    uint8_t* chain = static_cast<uint8_t*>(malloc(chainBytes));
+    if (chain == nullptr)
+    {
+        return nullptr;
+    }
+    MipSize level = FirstMipSize(size.width, size.height);
+    const uint8_t* source = pixels;
+    for (uint8_t* out = chain; out < chain + chainBytes; level = NextMipSize(level))
+    {
+        const size_t bytes = UploadBytes(level.width, level.height, components);
+        const size_t pixelBytes = LevelBytes(level, components);
+        FillMipLevel(source, level, components, out);
+        memset(out + pixelBytes, 0, bytes - pixelBytes);
+        source = out;
+        out += bytes;
+    }
+    return chain;
 }

@@ -47,3 +47,13 @@ size_t UploadBytes(int32_t width, int32_t height, int32_t components);
 /// @param components   3 or 4 bytes a pixel
 /// @param out          width * height * components bytes
 void FillMipLevel(const uint8_t* source, MipSize level, int32_t components, uint8_t* out);
+
+/// Makes all levels of an image but the first. Each takes UploadBytes of its size, zeros after its
+/// pixels, and the next one follows.
+/// @param size         of the image, both sides at least 2
+/// @param components   3 or 4 bytes a pixel
+/// @return a new heap block for free; null without memory
+uint8_t* MakeMipChain(MipSize size, int32_t components, const uint8_t* pixels);
+
+/// @return the bytes of all levels but the first, as MakeMipChain lays them out
+size_t MipChainBytes(MipSize size, int32_t components);

@@ -8,6 +8,7 @@
 #include "engine/data/document_values.h"
 #include "engine/data/fault.h"
 #include "engine/textures/layer_generator.h"
+#include "engine/textures/mip_chain.h"
 #include "engine/textures/texture_steps.h"
 
 bool BuildProceduralTexture(const TextureJob* job, const LayerImage* const* layers, int32_t size)
@@ -131,6 +132,13 @@ bool ReadProceduralTextureItem(const TiXmlElement* item, void* record, uint32_t 
     return true;
 }
 
+size_t MakeTextureLevels(ProceduralTexture* texture)
+{
+    static constexpr MipSize kSize = {kTextureSize, kTextureSize};
+    texture->levels = MakeMipChain(kSize, 3, texture->pixels);
+    return texture->levels == nullptr ? 0 : MipChainBytes(kSize, 3);
+}
+
 bool EndTextureSection(ReadContext* context)
 {
     FreeLayers(context);
@@ -140,6 +148,8 @@ bool EndTextureSection(ReadContext* context)
 void FreeProceduralTexture(void* record)
 {
     ProceduralTexture* texture = static_cast<ProceduralTexture*>(record);
+    free(texture->levels);
+    texture->levels = nullptr;
     free(texture->pixels);
     texture->pixels = nullptr;
 }

@@ -1,6 +1,7 @@
 // Procedural textures: stacks of steps over a 256x256 work image, made while a document is read.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "engine/data/demo_document.h"
@@ -15,6 +16,7 @@ struct ProceduralTexture
     uint32_t stepLayer[kTextureSteps];            // place in the document's layers, from 0
     float stepParams[kTextureSteps][kStepParams]; // 1.0 where the document gives none
     uint8_t* pixels; // owned; kTextureSize^2 RGB pixels, first row first; null if not computed
+    uint8_t* levels; // owned; of MakeMipChain; null where they are made as they are uploaded
 };
 
 /// A texture that is built, and the image it is built in.
@@ -42,6 +44,10 @@ bool ReadTextureSteps(const TiXmlElement* item, uint32_t layerCount, ProceduralT
 /// @param record   a ProceduralTexture; after a fault too it is for FreeProceduralTexture
 bool ReadProceduralTextureItem(const TiXmlElement* item, void* record, uint32_t index,
                                ReadContext* context);
+
+/// Makes the mip chain of a texture before it is uploaded. Without memory for it there is none.
+/// @return the bytes that it takes; 0 without one
+size_t MakeTextureLevels(ProceduralTexture* texture);
 
 /// Runs after the last item of section 1: frees the layers, which only textures use.
 /// @return true

@@ -52,7 +52,7 @@ class BuildMipmapsTest : public testing::Test
     /// @return the calls that it takes
     std::string Build(int32_t width, int32_t height, const Bytes& pixels, int32_t components)
     {
-        EXPECT_TRUE(BuildMipmaps(width, height, pixels.data(), components, &faults));
+        EXPECT_TRUE(BuildMipmaps(width, height, pixels.data(), components, nullptr, &faults));
         EXPECT_EQ(FaultText(faults), "");
         return TakeGlCalls();
     }
@@ -163,7 +163,7 @@ TEST_F(BuildMipmapsTest, AnImageBelowTwoPixelsIsAFault)
     } cases[] = {{1, 8, 3, "1x8"}, {8, 1, 4, "8x1"}, {1, 1, 4, "1x1"}};
     for (const auto& c : cases)
     {
-        EXPECT_FALSE(BuildMipmaps(c.width, c.height, image.data(), c.components, &faults));
+        EXPECT_FALSE(BuildMipmaps(c.width, c.height, image.data(), c.components, nullptr, &faults));
         EXPECT_EQ(FaultText(faults), std::string("quorvale: demo.xmlz, section 6 (bitmaps), item "
                                                  "2: an image of ") +
                                          c.size + " pixels is too small for a mip chain\n");

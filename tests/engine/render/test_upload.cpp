@@ -332,7 +332,7 @@ TEST_F(UploadBitmapTest, PixelsStayInTheRecordOnRequest)
 
 TEST_F(UploadBitmapTest, AnImageTooSmallForAChainIsAFaultOfTheUploadToo)
 {
-    BitmapTexture bitmap = {1, 2, 3, static_cast<uint8_t*>(calloc(1, 64))};
+    BitmapTexture bitmap = {1, 2, 3, static_cast<uint8_t*>(calloc(1, 64)), nullptr};
     EXPECT_FALSE(UploadOrFail({Section::kBitmaps, 1, &bitmap}));
     EXPECT_EQ(TakeFaults(&piece),
               "quorvale: demo.xmlz: an image of 1x2 pixels is too small for a mip chain\n");
