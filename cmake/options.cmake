@@ -16,6 +16,10 @@ if(QUORVALE_SANITIZE)
     -O1)
   target_link_options(project_options INTERFACE -fsanitize=address,undefined)
 endif()
+if(QUORVALE_SANITIZE_THREADS)
+  target_compile_options(project_options INTERFACE -fsanitize=thread -fno-omit-frame-pointer -O1)
+  target_link_options(project_options INTERFACE -fsanitize=thread)
+endif()
 
 # Our own code throws nothing; only what includes a library that does (the command line of dpk) is
 # built without this.
