@@ -168,3 +168,23 @@ std::string SmallPiece()
 {
     return SmallPieceOf(SmallDocument(), SmallDocument());
 }
+
+DocumentSource QuickDocument()
+{
+    static constexpr char kSlow[] = "length=\"400\"";
+    static constexpr char kQuick[] = "length=\"110\"";
+    DocumentSource source = SmallDocument();
+    source.sections[0] = "<l type=\"0\"><p>1</p><p>0.5</p><p>0</p></l>";
+    source.sections[1] = "<t><layer type=\"101\" id=\"0\"/></t><t><filter type=\"201\"/></t>";
+    std::string& timeline = source.sections[10];
+    for (size_t at = timeline.find(kSlow); at != std::string::npos; at = timeline.find(kSlow, at))
+    {
+        timeline.replace(at, sizeof(kSlow) - 1, kQuick);
+    }
+    return source;
+}
+
+std::string QuickPiece()
+{
+    return SmallPieceOf(QuickDocument(), QuickDocument());
+}

@@ -21,3 +21,9 @@ std::string SmallPieceOf(const DocumentSource& loading, const DocumentSource& de
 
 /// @return the same of two texts, which need not parse
 std::string SmallPieceOf(const std::string& loading, const std::string& demo);
+
+/// @return SmallDocument in a hurry: one layer, textures of a step each, clips of 110 ticks
+DocumentSource QuickDocument();
+
+/// @return the package of two QuickDocuments
+std::string QuickPiece();
