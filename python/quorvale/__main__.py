@@ -11,6 +11,8 @@ import runpy
 import sys
 import traceback
 
+from quorvale.origin import OriginError
+
 _HERE = os.path.dirname(os.path.abspath(__file__)) + os.sep
 
 
@@ -20,29 +22,46 @@ def _authors(frame: traceback.FrameSummary) -> bool:
         and os.path.basename(path) != "runpy.py"
 
 
-def report(error: BaseException) -> str:
-    """What went wrong, and the author's own lines that led there, the last one first to read."""
+def report(error: BaseException, folder: str = "") -> str:
+    """What went wrong, and the author's own lines that led there, the last one first to read.
+
+    `folder` leads from where the reader stands to the working directory.
+    """
+
+    def shown(path: str) -> str:
+        inside = os.path.relpath(path)
+        return path if inside.startswith(os.pardir) else os.path.join(folder, inside)
+
     frames = [frame for frame in traceback.extract_tb(error.__traceback__) if _authors(frame)]
     lines = traceback.format_exception_only(type(error), error)
-    if frames and not isinstance(error, SyntaxError):
-        place = f"{os.path.basename(frames[-1].filename)}:{frames[-1].lineno}: "
-        lines = [place + lines[0], *lines[1:], *traceback.format_list(frames)]
+    if isinstance(error, OriginError):
+        lines = [f"{shown(error.origin.file)}:{error.origin.line}: ValueError: {error.text}\n"]
+    elif isinstance(error, SyntaxError) and error.filename is not None:
+        lines = [f"{shown(error.filename)}:{error.lineno}: {lines[-1]}", *lines[1:-1]]
+    elif frames:
+        lines[0] = f"{shown(frames[-1].filename)}:{frames[-1].lineno}: {lines[0]}"
+    for frame, text in zip(frames, traceback.format_list(frames)):
+        lines.append(text.replace(f'"{frame.filename}"', f'"{shown(frame.filename)}"', 1))
     return "".join(lines)
 
 
 def run(path: str) -> int:
     """Runs a piece in its folder. 1 after an error, which is told on standard error."""
-    folder, name = os.path.split(os.path.abspath(path))
+    given, name = os.path.split(path)
+    folder = os.path.abspath(given)
     try:
         os.chdir(folder)
         sys.path.insert(0, folder)
         runpy.run_path(name, run_name="__main__")
     except SystemExit as end:
-        return end.code if isinstance(end.code, int) else 0 if end.code is None else 1
+        if end.code is None or isinstance(end.code, int):
+            return end.code or 0
+        sys.stderr.write(f"{end.code}\n")
+        return 1
     except KeyboardInterrupt:
         return 130
     except Exception as error:  # noqa: every fault of a piece is the author's to read
-        sys.stderr.write(report(error))
+        sys.stderr.write(report(error, given))
         return 1
     return 0
 

@@ -15,11 +15,12 @@ from __future__ import annotations
 
 import math
 from collections.abc import Callable, Iterator, Sequence
-from dataclasses import dataclass, replace
+from dataclasses import dataclass, field, replace
 from typing import Final, NamedTuple, Union
 
 from quorvale.exact import PI, f32, sin_turns, sine32
 from quorvale.facts import LIMITS, TICKS_PER_SECOND, checked_number, row
+from quorvale.origin import Origin, here
 
 CONSTANT, LINEAR, QUADRATIC, SINUS, SPLINE, SINUS_X = (
     row("functions", word).number
@@ -85,6 +86,7 @@ class Curve:
     loop: int = OFF
     begin: int = 0
     end: int = 0
+    origin: Origin = field(default_factory=here, init=False, compare=False, repr=False)
 
     def __post_init__(self) -> None:
         if not 1 <= len(self.pieces) <= LIMITS["pieces"]:

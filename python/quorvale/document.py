@@ -12,6 +12,7 @@
 from __future__ import annotations
 
 import os
+import zlib
 from collections.abc import Callable, Iterable, Iterator, Sequence
 from dataclasses import dataclass, field
 from typing import Any, Literal, Union
@@ -21,7 +22,7 @@ from quorvale.curves import Curve, Value, number_text
 from quorvale.facts import CATALOGUES, LIMITS, TICKS_PER_SECOND, checked_number, nearest, row
 from quorvale.items import (Bitmap, Effect, GenMesh, Item, Layer, Light, Material, Model, Texture)
 from quorvale.music import Music
-from quorvale.origin import Origin, here
+from quorvale.origin import Origin, OriginError, here
 from quorvale.scenes import Manipulator, Placed, Scene
 from quorvale.values import checked_value
 
@@ -160,8 +161,8 @@ class _Section:
                 known[key] = len(self.items)
             self.ids[id(item)] = known[key]
         if len(self.items) > LIMITS["items"]:
-            raise ValueError(f"{self.items[LIMITS['items']].origin}: the {self.tag} are more than "
-                             f"{LIMITS['items']}")
+            raise OriginError(self.items[LIMITS["items"]].origin,
+                              f"the {self.tag} are more than {LIMITS['items']}")
 
     def id(self, item: Item | None) -> int:
         return 0 if item is None else self.ids[id(item)]
@@ -251,7 +252,7 @@ class Document:
         folder, name = os.path.split(os.path.abspath(path))
         origins = os.path.join(folder, f".{os.path.splitext(name)[0]}.origins")
         with open(origins, "w", encoding="utf-8", newline="\n") as stream:
-            stream.write(writer.origins_text(folder))
+            stream.write(writer.origins_text(folder, text))
 
 
 class _Writer:
@@ -289,7 +290,7 @@ class _Writer:
 
     # Values
 
-    def envelope(self, curve: Curve, origin: Origin) -> int:
+    def envelope(self, curve: Curve) -> int:
         """The id of a curve's envelope. Equal curves share one."""
         known = self.known_curves.get(curve)
         if known is not None:
@@ -305,20 +306,20 @@ class _Writer:
             self.known_curves[curve] = self.known_texts[text]
             return self.known_texts[text]
         if len(self.envelopes) == LIMITS["items"]:
-            raise ValueError(f"{origin}: there are more than {LIMITS['items']} different curves")
+            raise OriginError(curve.origin,
+                              f"there are more than {LIMITS['items']} different curves")
         self.envelopes.append(element)
-        self.envelope_origins.append(origin)
+        self.envelope_origins.append(curve.origin)
         self.known_curves[curve] = self.known_texts[text] = len(self.envelopes)
         return len(self.envelopes)
 
-    def value(self, tag: str, value: Value, origin: Origin) -> _Element:
+    def value(self, tag: str, value: Value) -> _Element:
         if isinstance(value, Curve):
-            return _Element(tag, (("type", "dynamic"), ("value", self.envelope(value, origin))))
+            return _Element(tag, (("type", "dynamic"), ("value", self.envelope(value))))
         return _Element(tag, (("type", "static"), ("value", float(value))))
 
-    def values(self, tags: Sequence[str], values: Iterable[Value], origin: Origin,
-               ) -> list[_Element]:
-        return [self.value(tag, value, origin) for tag, value in zip(tags, values)]
+    def values(self, tags: Sequence[str], values: Iterable[Value]) -> list[_Element]:
+        return [self.value(tag, value) for tag, value in zip(tags, values)]
 
     # Items
 
@@ -346,12 +347,12 @@ class _Writer:
         groups = (("ambient", light.ambient), ("diffuse", light.diffuse),
                   ("position", light.position))
         return _Element("light", _named(light),
-                        [_Element(tag, (), self.values("vvv", triple, light.origin))
+                        [_Element(tag, (), self.values("vvv", triple))
                          for tag, triple in groups])
 
     def effect(self, effect: Effect) -> _Element:
         name = effect.name or f"{effect.row.word} {self.id(effect)}"
-        ids = [0 if curve is None else self.envelope(curve, effect.origin)
+        ids = [0 if curve is None else self.envelope(curve)
                for curve in effect.curves]
         return _Element("effect", (("name", name), ("type", effect.row.number),
                                    ("resolution", f"{effect.size}x{effect.size}"),
@@ -359,7 +360,7 @@ class _Writer:
                         [_Element("p", text=str(number)) for number in ids])
 
     def genmesh(self, mesh: GenMesh) -> _Element:
-        envelope = 0 if mesh.time is None else self.envelope(mesh.time, mesh.origin)
+        envelope = 0 if mesh.time is None else self.envelope(mesh.time)
         return _Element("mesh", (("type", mesh.row.number), *_named(mesh)),
                         [_Element("p", text=str(envelope))])
 
@@ -367,7 +368,7 @@ class _Writer:
         values = [*material.color, material.alpha]
         if material.extra is not None:
             values.append(material.extra)
-        children = [self.value("p", value, material.origin) for value in values]
+        children = [self.value("p", value) for value in values]
         kinds = [param.kind for param in material.row.params
                  if param.kind in ("light", "texture", "effect", "bitmap")]
         kinds.sort(key=lambda kind: kind != "light")
@@ -383,13 +384,13 @@ class _Writer:
             kind = 1 if isinstance(manipulator.placement, GenMesh) else 0
             children.append(_Element("manipulator", (("type", kind),
                                                      ("model", self.id(manipulator.placement)))))
-        children += [self.value("p", value, manipulator.origin) for value in manipulator.values]
+        children += [self.value("p", value) for value in manipulator.values]
         return _Element("modifier", (("type", manipulator.row.number),), children)
 
     def placed(self, placed: Placed) -> _Element:
         children = self.values(("x", "y", "z", "rx", "ry", "rz", "sx", "sy", "sz"),
-                               (*placed.position, *placed.rotation, *placed.scale), placed.origin)
-        visible = 0 if placed.visible is None else self.envelope(placed.visible, placed.origin)
+                               (*placed.position, *placed.rotation, *placed.scale))
+        visible = 0 if placed.visible is None else self.envelope(placed.visible)
         children.append(_Element("visible", (("value", visible),)))
         children.append(_Element("shift", (("value", placed.shift),)))
         children += [self.elements[id(manipulator)] for manipulator in placed.manipulators]
@@ -407,23 +408,24 @@ class _Writer:
         if clip.target is not None:
             attributes.append(("rtex", self.id(clip.target)))
         children = self.values(("x", "y", "z", "rx", "ry", "rz"),
-                               (*clip.camera.position, *clip.camera.rotation), clip.origin)
+                               (*clip.camera.position, *clip.camera.rotation))
         if clip.camera.fov is None:
             children.append(_Element("fov", (("type", "ortographic"),)))
         else:
-            children.append(self.value("fov", clip.camera.fov, clip.origin))
+            children.append(self.value("fov", clip.camera.fov))
         if clip.fog is None:
             children.append(_Element("fog", (("type", 0),)))
         else:
             color = _Element("colour", (("value", self.id(clip.fog.material)),))
             children.append(_Element("fog", (("type", 1),), [
-                *self.values(("density", "start", "end"), (1.0, clip.fog.start, clip.fog.end),
-                             clip.origin), color]))
+                *self.values(("density", "start", "end"), (1.0, clip.fog.start, clip.fog.end)),
+                color]))
         return _Element("clip", attributes, children)
 
     def row(self, clips: Iterable[Clip]) -> _Element:
         elements = []
         running = 0
+        ended = 0  # the author's own tick, which may be one later
         ordered = sorted(clips, key=lambda clip: clip.start)
         starts = {clip.start for clip in ordered}
         for clip in ordered:
@@ -431,11 +433,12 @@ class _Writer:
             last = clip.end if clip.end in starts else clip.end - 1
             # The index by second would lose a clip that lies inside one.
             if running % TICKS_PER_SECOND != 0 and last - running // TICKS_PER_SECOND * 100 <= 99:
-                raise ValueError(f"{clip.origin}: the clip from {clip.start} to {clip.end} lies "
-                                 f"inside one second, and the row's clip before it ends at "
-                                 f"{running}: the engine would not find it")
+                raise OriginError(clip.origin,
+                                  f"the clip from {clip.start} to {clip.end} lies inside one "
+                                  f"second, and the row's clip before it ends at {ended}: the "
+                                  f"engine would not find it")
             elements.append(self.clip(clip, running, last))
-            running = last
+            running, ended = last, clip.end
         return _Element("row", (), elements)
 
     # The whole
@@ -473,8 +476,8 @@ class _Writer:
         for tag, make in plain.items():
             made[tag] = [make(item) for item in self.sections[tag].items]
         if len(made["layers"]) > LIMITS["layers"]:
-            raise ValueError(f"{self.sections['layers'].items[-1].origin}: a document has up to "
-                             f"{LIMITS['layers']} different layers")
+            raise OriginError(self.sections["layers"].items[LIMITS["layers"]].origin,
+                              f"a document has up to {LIMITS['layers']} different layers")
         made["scenes"] = []
         for scene in self.sections["scenes"].items:
             assert isinstance(scene, Scene)
@@ -492,11 +495,12 @@ class _Writer:
         lines += _Element("music", music).lines(0)
         return "\n".join(lines) + "\n"
 
-    def origins_text(self, folder: str) -> str:
-        """The table of origins, after `text`: a line for each item and part, with section, item and
-        part as numbers, then the author's lines, innermost first, all with tabs between them.
-        Paths are relative to the document's folder."""
-        lines: list[str] = []
+    def origins_text(self, folder: str, text: str) -> str:
+        """The table of origins of what `text` returned: its size and sum, then a line for each item
+        and part, with section, item and part as numbers and the author's lines, innermost first,
+        all with tabs between them. Paths are relative to the document's folder."""
+        written = text.encode("utf-8")
+        lines = [f"text\t{len(written)}\t{zlib.crc32(written)}"]
 
         def add(section: int, item: int, part: int, origin: Origin) -> None:
             words = [f"{section}\t{item}\t{part}"]
@@ -514,6 +518,9 @@ class _Writer:
                 if isinstance(item, Scene):
                     for part, placed in enumerate(item.objects, 1):
                         add(section, number, part, placed.origin)
+                elif isinstance(item, Texture):
+                    for part, step in enumerate(item.steps, 1):
+                        add(section, number, part, step.origin)
             if not tag:
                 for number, origin in enumerate(self.envelope_origins, 1):
                     add(section, number, 0, origin)

@@ -82,6 +82,7 @@ class Step:
     row: Row
     numbers: tuple[float, ...]
     layer: Layer | None = None
+    origin: Origin = field(default_factory=here, init=False, compare=False, repr=False)
 
 
 def _scaled(other: object, sign: str) -> ScaledLayer:

@@ -2,17 +2,18 @@
 
 from __future__ import annotations
 
+import dataclasses
+import functools
 import itertools
 import os
 import sys
-from dataclasses import dataclass
 from typing import Final
 
 _LIBRARY: Final = os.path.dirname(os.path.abspath(__file__)) + os.sep
 _order: Final = itertools.count()
 
 
-@dataclass(frozen=True)
+@dataclasses.dataclass(frozen=True)
 class Origin:
     """A line of the author's, and the lines that called it, innermost first.
 
@@ -29,13 +30,29 @@ class Origin:
         return f"{self.file}:{self.line}"
 
 
+class OriginError(ValueError):
+    """A ValueError that is found when a document is written, and belongs to a line before that."""
+
+    def __init__(self, origin: Origin, text: str) -> None:
+        super().__init__(f"{origin}: {text}")
+        self.origin = origin
+        self.text = text
+
+
+@functools.cache
+def _is_authors(path: str) -> bool:
+    # dataclasses.replace stands between the library and itself.
+    return not path.startswith("<") and path != dataclasses.__file__ \
+        and not os.path.abspath(path).startswith(_LIBRARY)
+
+
 def here() -> Origin:
     """The place in the author's code from which the library was called."""
     lines: list[tuple[str, int]] = []
     frame = sys._getframe(1)
     while frame is not None:
         path = frame.f_code.co_filename
-        if not path.startswith("<") and not os.path.abspath(path).startswith(_LIBRARY):
+        if _is_authors(path):
             lines.append((path, frame.f_lineno))
         following = frame.f_back
         if following is None:

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "engine/check/check_piece.h"
+#include "engine/check/origins.h"
 #include "engine/data/plain_text.h"
 #include "engine/data/vocabulary.h"
 #include "tools/command_line.h"
@@ -22,7 +23,14 @@ struct CheckedPath
     std::string path;
     bool isFolder;
     CheckResult result;
+    OriginList loadingOrigins; // of the documents; empty for a package and for documents that
+    OriginList demoOrigins;    // no program wrote
 };
+
+static bool IsLoading(const char* document)
+{
+    return strncmp(document, "loading", 7) == 0;
+}
 
 static std::string PlainText(const std::string& text)
 {
@@ -46,6 +54,30 @@ static std::string DocumentPath(const CheckedPath& checked, const char* document
         path.pop_back();
     }
     return PlainText(path);
+}
+
+/// Checks what was put together of a path, and finds the lines that made its documents.
+static void CheckRead(const CheckRequest& request, CheckedPath* checked)
+{
+    CheckPiece(&request, &checked->result);
+    if (checked->isFolder)
+    {
+        const std::string folder = checked->path + (checked->path.ends_with('/') ? "" : "/");
+        checked->loadingOrigins = ReadOrigins(folder + "loading.xml", checked->result.loadingText);
+        checked->demoOrigins = ReadOrigins(folder + "demo.xml", checked->result.demoText);
+    }
+}
+
+/// @return where the author made what a finding is about; null if that is not known
+static const Origin* OriginOf(const CheckedPath& checked, const Finding& finding)
+{
+    const Place& place = finding.place;
+    if (place.document == nullptr || place.item == 0)
+    {
+        return nullptr;
+    }
+    return FindOrigin(IsLoading(place.document) ? checked.loadingOrigins : checked.demoOrigins,
+                      static_cast<int32_t>(place.section), place.item, place.part);
 }
 
 /// The item and its part: `scene 2 "hall", object 3`; empty where there is none.
@@ -108,9 +140,9 @@ static void PrintSource(const CheckedPath& checked, const Finding& finding)
     {
         return;
     }
-    const bool isLoading = strncmp(finding.place.document, "loading", 7) == 0;
     const std::string line = SourceLine(
-        isLoading ? checked.result.loadingText : checked.result.demoText, finding.place.line);
+        IsLoading(finding.place.document) ? checked.result.loadingText : checked.result.demoText,
+        finding.place.line);
     size_t column = static_cast<size_t>(std::max(finding.place.column, 1)) - 1;
     if (line.empty() || column > line.size())
     {
@@ -122,17 +154,46 @@ static void PrintSource(const CheckedPath& checked, const Finding& finding)
     printf("    %s\n    %*s^\n", shown.c_str(), static_cast<int>(column - from), "");
 }
 
-static void PrintFinding(const CheckedPath& checked, const Finding& finding)
+/// "mine/demo.xml:12:5", without the numbers where there are none.
+static std::string DocumentPlace(const CheckedPath& checked, const Finding& finding)
 {
-    std::string line = DocumentPath(checked, finding.place.document);
+    std::string text = DocumentPath(checked, finding.place.document);
     if (finding.place.line != 0)
     {
-        line += FormatText(":%d:%d", finding.place.line, finding.place.column);
+        text += FormatText(":%d:%d", finding.place.line, finding.place.column);
     }
+    return text;
+}
+
+static std::string LineText(const OriginLine& line)
+{
+    return PlainText(line.file) + FormatText(":%u", line.line);
+}
+
+/// The lines that called the one that made the item, and the place in the document.
+static void PrintWay(const CheckedPath& checked, const Finding& finding, const Origin& origin)
+{
+    for (size_t i = 1; i < origin.lines.size(); ++i)
+    {
+        printf("    called from %s\n", LineText(origin.lines[i]).c_str());
+    }
+    printf("    written to %s\n", DocumentPlace(checked, finding).c_str());
+}
+
+/// The author's own line comes first where it is known: that is where editors jump to.
+static void PrintFinding(const CheckedPath& checked, const Finding& finding)
+{
+    const Origin* origin = OriginOf(checked, finding);
+    std::string line =
+        origin == nullptr ? DocumentPlace(checked, finding) : LineText(origin->lines[0]);
     line += FormatText(": %s: ", SeverityWord(finding.severity));
     const std::string place = PlaceText(finding);
     line += PlainText(place.empty() ? finding.text : place + ": " + finding.text);
     printf("%s [%s]\n", line.c_str(), RuleName(finding.rule));
+    if (origin != nullptr)
+    {
+        PrintWay(checked, finding, *origin);
+    }
     PrintSource(checked, finding);
     if (!finding.cure.empty())
     {
@@ -214,6 +275,17 @@ static std::string Member(const char* key, const std::string& value)
     return FormatText("\"%s\":", key) + value;
 }
 
+static std::string LinesJson(const std::vector<OriginLine>& lines)
+{
+    std::string json = "[";
+    for (const OriginLine& line : lines)
+    {
+        json += (json.size() == 1 ? "{" : ",{") + Member("file", Quoted(line.file)) + "," +
+                Member("line", std::to_string(line.line)) + "}";
+    }
+    return json + "]";
+}
+
 static std::string FindingJson(const CheckedPath& checked, const Finding& finding)
 {
     std::string json = "{" + Member("severity", Quoted(SeverityWord(finding.severity))) + "," +
@@ -250,6 +322,11 @@ static std::string FindingJson(const CheckedPath& checked, const Finding& findin
     {
         add("line", std::to_string(place.line));
         add("column", std::to_string(place.column));
+    }
+    const Origin* origin = OriginOf(checked, finding);
+    if (origin != nullptr)
+    {
+        add("author", LinesJson(origin->lines));
     }
     add("text", Quoted(finding.text));
     if (!finding.cure.empty())
@@ -294,7 +371,7 @@ static bool CheckFolder(CheckedPath* checked)
     {
         const CheckRequest request = {nullptr, packed.package.bytes, packed.package.size,
                                       checked->path.c_str()};
-        CheckPiece(&request, &checked->result);
+        CheckRead(request, checked);
     }
     free(packed.package.bytes);
     return isPacked;
@@ -317,7 +394,7 @@ static bool CheckPath(CheckedPath* checked)
     }
     const std::string folder = FolderOf(checked->path);
     const CheckRequest request = {checked->path.c_str(), nullptr, 0, folder.c_str()};
-    CheckPiece(&request, &checked->result);
+    CheckRead(request, checked);
     const FindingList& findings = checked->result.findings;
     if (!findings.empty() && findings[0].rule == Rule::kUnreadablePackage)
     {
@@ -372,7 +449,7 @@ int CheckPaths(const std::vector<std::string>& paths, const CheckOptions& option
     int exitCode = kExitDone;
     for (const std::string& path : paths)
     {
-        CheckedPath checked = {path, false, {}};
+        CheckedPath checked = {path, false, {}, {}, {}};
         if (!CheckPath(&checked))
         {
             exitCode = kExitUsage;
@@ -396,9 +473,9 @@ int CheckPaths(const std::vector<std::string>& paths, const CheckOptions& option
 
 bool CheckPacked(const std::string& folder, const unsigned char* bytes, size_t size)
 {
-    CheckedPath checked = {folder, true, {}};
+    CheckedPath checked = {folder, true, {}, {}, {}};
     const CheckRequest request = {nullptr, bytes, size, folder.c_str()};
-    CheckPiece(&request, &checked.result);
+    CheckRead(request, &checked);
     FindingList* findings = &checked.result.findings;
     std::erase_if(*findings,
                   [](const Finding& finding) { return finding.severity == Severity::kNote; });

@@ -3,6 +3,7 @@
 import os
 import subprocess
 import sys
+import zlib
 
 import pytest
 from hypothesis import given
@@ -270,18 +271,33 @@ def test_origins_name_the_authors_lines(tmp_path):
     def helper():
         return recipes.color()
 
-    scene = Scene()
-    scene.add(Model("m.obj"), helper())
+    fade = line(0, 1, 100)
+    scene = Scene(name="Straße")
+    texture = layers.noise() * 0.5
+    texture = texture + layers.maze()
+    texture = texture | steps.blur()
+    scene.add(Model("m.obj"), helper(), scale=fade)
+    scene.add(Model("m.obj"), recipes.texture(texture=texture), scale=fade * 2)
     plain_document(scene).write(str(tmp_path / "demo.xml"))
-    table = (tmp_path / ".demo.origins").read_text(encoding="utf-8").splitlines()
+    head, *table = (tmp_path / ".demo.origins").read_text(encoding="utf-8").splitlines()
+    text = (tmp_path / "demo.xml").read_bytes()
+    assert head == f"text\t{len(text)}\t{zlib.crc32(text)}"
     entries = {tuple(map(int, words[:3])): words[3:] for words in (e.split("\t") for e in table)}
     here = os.path.relpath(__file__, tmp_path)
     lines = entries[7, 1, 0]
     source = open(__file__, encoding="utf-8").read().splitlines()
     assert lines[0].rsplit(":", 1)[0] == here
     assert "return recipes.color()" in source[int(lines[0].rsplit(":", 1)[1]) - 1]
-    assert "helper())" in source[int(lines[1].rsplit(":", 1)[1]) - 1]
+    assert "helper(), " in source[int(lines[1].rsplit(":", 1)[1]) - 1]
     assert (9, 1, 1) in entries and (10, 1, 1) in entries
+
+    def made(section, item, part=0):
+        return source[int(entries[section, item, part][0].rsplit(":", 1)[1]) - 1].strip()
+
+    assert made(1, 1, 1) == "texture = texture + layers.maze()"
+    assert made(1, 1, 3) == "texture = texture | steps.blur()"
+    assert made(3, 1) == "fade = line(0, 1, 100)"
+    assert made(3, 2).startswith('scene.add(Model("m.obj"), recipes.texture')
 
 
 PROGRAM = """

@@ -61,12 +61,90 @@ TEST(BuildOfAScript, ShowsTheAuthorsOwnLinesOfAnError)
                                   "def stone():\n    return layers.maze(size=12)\n\nstone()\n");
     const DpkRun run = RunDpk(folder, {"build", "mine"});
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(run.err, "piece.py:4: ValueError: maze(): the size of the cells is 1 to 7, not 12\n"
-                       "  File \"piece.py\", line 6, in <module>\n    stone()\n"
-                       "  File \"piece.py\", line 4, in stone\n    return layers.maze(size=12)\n"
-                       "           ^^^^^^^^^^^^^^^^^^^^\n"
-                       "dpk: \"mine/piece.py\" ended with code 1; nothing is packed\n");
+    EXPECT_EQ(run.err,
+              "mine/piece.py:4: ValueError: maze(): the size of the cells is 1 to 7, not 12\n"
+              "  File \"mine/piece.py\", line 6, in <module>\n    stone()\n"
+              "  File \"mine/piece.py\", line 4, in stone\n    return layers.maze(size=12)\n"
+              "           ^^^^^^^^^^^^^^^^^^^^\n"
+              "dpk: \"mine/piece.py\" ended with code 1; nothing is packed\n");
     EXPECT_EQ(FilesIn(folder).find("mine.dpk"), std::string::npos);
+}
+
+TEST(BuildOfAScript, LeadsWithTheLineThatCantBeParsed)
+{
+    TemporaryFolder folder;
+    folder.Write("mine/piece.py", "import shapes\n");
+    folder.Write("mine/shapes.py", "\ndef f(:\n");
+    const DpkRun run = RunDpk(folder, {"build", "mine"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "mine/shapes.py:2: SyntaxError: invalid syntax\n"
+                       "    def f(:\n          ^\n"
+                       "  File \"mine/piece.py\", line 1, in <module>\n    import shapes\n"
+                       "dpk: \"mine/piece.py\" ended with code 1; nothing is packed\n");
+}
+
+TEST(BuildOfAScript, LeadsWithTheLineOfAFaultFoundAtTheEnd)
+{
+    TemporaryFolder folder;
+    folder.Write("mine/piece.py", "from quorvale import FLAT, Document\n\ndemo = Document()\n"
+                                  "demo.row(0).show(None, FLAT, 0, 50)\n"
+                                  "demo.row(0).show(None, FLAT, 60, 90)\n"
+                                  "demo.write('demo.xml')\n");
+    const DpkRun run = RunDpk(folder, {"build", "mine"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "mine/piece.py:5: ValueError: the clip from 60 to 90 lies inside one "
+                       "second, and the row's clip before it ends at 50: the engine would not find "
+                       "it\n"
+                       "  File \"mine/piece.py\", line 6, in <module>\n"
+                       "    demo.write('demo.xml')\n"
+                       "dpk: \"mine/piece.py\" ended with code 1; nothing is packed\n");
+}
+
+TEST(BuildOfAScript, PrintsTheTextThatItExitsWith)
+{
+    TemporaryFolder folder;
+    folder.Write("mine/piece.py", "raise SystemExit('no font')\n");
+    const DpkRun run = RunDpk(folder, {"build", "mine"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "no font\ndpk: \"mine/piece.py\" ended with code 1; nothing is packed\n");
+}
+
+TEST(BuildOfAScript, TellsFindingsWithTheAuthorsLines)
+{
+    TemporaryFolder folder;
+    folder.Write("mine/shapes.py", "from quorvale import Model\n\n\ndef ship():\n"
+                                   "    return Model('ship.obj')\n");
+    folder.Write("mine/piece.py", "from quorvale import FLAT, Document, Scene, recipes\n"
+                                  "from quorvale.loading import loading_bar\n"
+                                  "from shapes import ship\n"
+                                  "scene = Scene(name='sea')\n"
+                                  "scene.add(ship(), recipes.color())\n"
+                                  "demo = Document()\n"
+                                  "demo.row(0).show(scene, FLAT, 0, 200)\n"
+                                  "demo.write('demo.xml')\n"
+                                  "loading_bar().write('loading.xml')\n");
+    DpkRun run = RunDpk(folder, {"build", "mine"});
+    EXPECT_EQ(run.exitCode, 1);
+    const std::string told = "mine/shapes.py:5: error: model 1: the package has no model "
+                             "\"ship.model\" [missing-entry]\n"
+                             "    called from mine/piece.py:5\n"
+                             "    written to mine/demo.xml:5:3\n"
+                             "    <model filename=\"ship.model\"/>\n"
+                             "    ^\n";
+    EXPECT_EQ(run.out, told);
+
+    run = RunDpk(folder, {"check", "mine", "--only", "missing-entry"});
+    EXPECT_EQ(run.out, told + "not valid: 1 error, 0 warnings\n");
+    run = RunDpk(folder, {"check", "mine", "--only", "missing-entry", "--json"});
+    EXPECT_NE(run.out.find("\"author\":[{\"file\":\"mine/shapes.py\",\"line\":5},"
+                           "{\"file\":\"mine/piece.py\",\"line\":5}],\"text\":"),
+              std::string::npos)
+        << run.out;
+
+    // A document that was changed by hand has no lines of a program any more.
+    folder.Write("mine/demo.xml", folder.Read("mine/demo.xml") + "\n");
+    run = RunDpk(folder, {"check", "mine", "--only", "missing-entry"});
+    EXPECT_EQ(run.out.substr(0, 20), "mine/demo.xml:5:3: e");
 }
 
 TEST(BuildOfAScript, KeepsTheOldPackageWhenTheScriptFails)
