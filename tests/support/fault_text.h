@@ -17,3 +17,10 @@ inline std::string FaultText(const FaultList& faults)
     }
     return text;
 }
+
+/// @return whether two places say the same
+inline bool ArePlacesEqual(const Place& a, const Place& b)
+{
+    return a.document == b.document && a.section == b.section && a.item == b.item &&
+           a.part == b.part && a.line == b.line && a.column == b.column;
+}

@@ -82,7 +82,7 @@ inline FrameSources TestSources(TestPiece* piece)
 /// @return the line of each, each with a newline
 inline std::string TakeFaults(TestPiece* piece)
 {
-    const std::string text = FaultText(piece->faults);
+    std::string text = FaultText(piece->faults);
     const Place place = piece->faults.place;
     FreeFaults(&piece->faults);
     piece->faults.place = place;

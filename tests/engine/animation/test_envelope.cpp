@@ -511,12 +511,16 @@ TEST(EnvelopeSpline, IsMadeReadyForSplinePiecesAlone)
     PlayedEnvelope played = envelope;
     EXPECT_EQ(EvaluateEnvelope(&played, 10), 1.0f);
     EXPECT_EQ(EvaluateEnvelope(&played, 18), 100.0f);
-    EXPECT_EQ(memcmp(static_cast<const Envelope*>(&played), &before, sizeof(before)), 0);
+    EXPECT_EQ(memcmp(static_cast<const void*>(static_cast<const Envelope*>(&played)),
+                     static_cast<const void*>(&before), sizeof(before)),
+              0);
 
     uint8_t untouched[sizeof(PreparedSpline)];
     memset(untouched, 0xEE, sizeof(untouched));
-    EXPECT_EQ(memcmp(&envelope.splines[0], untouched, sizeof(untouched)), 0);
-    EXPECT_NE(memcmp(&envelope.splines[1], untouched, sizeof(untouched)), 0);
+    EXPECT_EQ(memcmp(static_cast<const void*>(&envelope.splines[0]), untouched, sizeof(untouched)),
+              0);
+    EXPECT_NE(memcmp(static_cast<const void*>(&envelope.splines[1]), untouched, sizeof(untouched)),
+              0);
 }
 
 TEST(Envelope, TwoStatesOfOneEnvelopeDoNotMeet)
@@ -617,7 +621,7 @@ static std::string ReadFault(const char* text)
     Envelope envelope = {};
     FaultList faults;
     EXPECT_FALSE(ReadItem(text, &envelope, &faults));
-    const std::string line = FaultText(faults);
+    std::string line = FaultText(faults);
     FreeFaults(&faults);
     return line;
 }

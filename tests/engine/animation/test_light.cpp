@@ -40,7 +40,7 @@ static std::string ReadFault(const std::string& text)
     Light light;
     FaultList faults;
     EXPECT_FALSE(ReadItem(text, &light, &faults));
-    const std::string line = FaultText(faults);
+    std::string line = FaultText(faults);
     FreeFaults(&faults);
     return line;
 }

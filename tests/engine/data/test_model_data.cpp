@@ -92,7 +92,7 @@ class ModelDataTest : public testing::Test
     std::string FaultOf(const Bytes& file, const char* item = "<m filename=\"triangle\"/>")
     {
         Read(file, item);
-        const std::string text = FaultText(faults);
+        std::string text = FaultText(faults);
         FreeFaults(&faults);
         faults.place = PlaceAt("demo.xmlz", Section::kModels, 1);
         return text;

@@ -77,7 +77,7 @@ static Lookup FindFrom(Source source, const Bytes& bytes, const std::string& nam
     {
         EXPECT_TRUE(OpenPackageMemory(bytes.data(), bytes.size(), &package, &faults));
     }
-    const Lookup lookup = FindIn(&package, name);
+    Lookup lookup = FindIn(&package, name);
     ClosePackage(&package);
     return lookup;
 }
@@ -90,7 +90,7 @@ static bool operator==(const Lookup& a, const Lookup& b)
 /// Looks a name up in a package of these bytes: the same from a file and from memory.
 static Lookup Find(const Bytes& package, const std::string& name)
 {
-    const Lookup lookup = FindFrom(Source::kMemory, package, name);
+    Lookup lookup = FindFrom(Source::kMemory, package, name);
     EXPECT_TRUE(lookup == FindFrom(Source::kFile, package, name));
     return lookup;
 }

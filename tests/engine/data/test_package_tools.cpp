@@ -64,7 +64,7 @@ static const std::string kNoFaults;
 
 static Outcome End(bool isWhole, FaultList* faults)
 {
-    const Outcome outcome = {isWhole, FaultText(*faults)};
+    Outcome outcome = {isWhole, FaultText(*faults)};
     EXPECT_EQ(isWhole, outcome.faults.empty());
     FreeFaults(faults);
     return outcome;

@@ -319,7 +319,7 @@ TEST(GenMesh, IsDrivenByItsFirstParametersEnvelope)
         ASSERT_EQ(moved.vertices[3 * e + 1], heights[e]);
         ASSERT_EQ(read.genMesh->mesh.vertices[3 * e + 1], 0.0f); // the record stays at rest
     }
-    EXPECT_EQ(memcmp(&read.values.faults.place, &place, sizeof(place)), 0);
+    EXPECT_TRUE(ArePlacesEqual(read.values.faults.place, place));
 }
 
 TEST(GenMesh, AMovedMeshTakesVerticesAndNormalsFromItsState)
@@ -356,7 +356,7 @@ TEST(GenMesh, AMissingDrivingEnvelopeIsAFaultOfTheMesh)
     EXPECT_EQ(FaultText(read.values.faults),
               "quorvale: demo.xmlz, section 8 (generated meshes), item 1, parameter 1: envelope 5 "
               "does not exist\n");
-    EXPECT_EQ(memcmp(&read.values.faults.place, &place, sizeof(place)), 0);
+    EXPECT_TRUE(ArePlacesEqual(read.values.faults.place, place));
     EXPECT_EQ(read.state.wave.lastTime, -1.0f); // and nothing has moved
 }
 

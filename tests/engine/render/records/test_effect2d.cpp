@@ -298,7 +298,7 @@ TEST(Effect2D, InPlayAMissingEnvelopeIsAFaultOfTheEffect)
     EXPECT_EQ(FaultText(fixture.values.faults),
               "quorvale: demo.xmlz, section 5 (2D effects), item 7, parameter 2: envelope 12 does "
               "not exist\n");
-    EXPECT_EQ(memcmp(&fixture.values.faults.place, &place, sizeof(place)), 0); // the caller's again
+    EXPECT_TRUE(ArePlacesEqual(fixture.values.faults.place, place)); // the caller's again
 }
 
 // ---- State
