@@ -145,7 +145,7 @@ static bool ListSources(const std::string& folder, const std::string& package,
     return true;
 }
 
-/// A document with a mistake is refused here already: the player ends when it meets one.
+/// A document with a mistake is refused here: the player would go on without all that follows it.
 static bool CheckDocument(const std::string& path, const Bytes& text)
 {
     static constexpr unsigned char kNothing =
@@ -160,7 +160,9 @@ static bool CheckDocument(const std::string& path, const Bytes& text)
     }
     if (HasFailed(&faults))
     {
-        ReportFaults(&faults);
+        const Fault* fault = GetFault(&faults, 0);
+        ReportError("%s:%d: %s", Printable(path).c_str(), fault->place.line, fault->text);
+        FreeFaults(&faults);
         return false;
     }
     ReportError("%s:%d:%d: %s", Printable(path).c_str(), document.ErrorRow(), document.ErrorCol(),

@@ -3,6 +3,8 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "engine/data/plain_text.h"
+
 void ReportError(const char* format, ...)
 {
     // Both may go to one place, and what was printed so far comes first there.
@@ -27,18 +29,12 @@ void ReportFaults(FaultList* faults)
 
 std::string Printable(const std::string& name)
 {
-    std::string printable;
-    for (char c : name)
+    std::string escaped;
+    for (const char c : name)
     {
-        const unsigned char byte = static_cast<unsigned char>(c);
-        if (byte >= 0x20 && byte != 0x7F && byte != '\\')
-        {
-            printable += c;
-            continue;
-        }
-        char escaped[5];
-        snprintf(escaped, sizeof(escaped), "\\x%02X", static_cast<unsigned>(byte));
-        printable += escaped;
+        escaped += c == '\\' ? "\\x5C" : std::string(1, c);
     }
-    return printable;
+    std::string plain(PlainTextSize(escaped.size()), 0);
+    plain.resize(FormatPlainText(escaped.c_str(), plain.data(), plain.size()));
+    return plain;
 }

@@ -12,5 +12,6 @@
 /// A line on standard error for each fault of a list, which is freed.
 void ReportFaults(FaultList* faults);
 
-/// A name fit for a line of output: control characters and backslashes as \xNN, all else as it is.
+/// A name fit for a line of output: control characters, bytes that are no UTF-8 and backslashes as
+/// \xNN, all else as it is.
 std::string Printable(const std::string& name);

@@ -447,6 +447,37 @@ TEST(LoadPiece, WithoutALoadingDocumentThePiecePlays)
               "> Bye!\n");
 }
 
+/// @param demo   the container of demo.xmlz
+static std::string PackageWith(const std::string& demo)
+{
+    return MakePackage({{"loading.xmlz", MakeDocument(LoadingSource())}, {"demo.xmlz", demo}});
+}
+
+TEST(LoadPiece, DamageAfterAllThatIsNeededIsNotSeen)
+{
+    const ChildRun whole = PlayPackage(PieceOf(LoadingSource(), DemoSource()), LoadingScript({}));
+    EXPECT_EQ(whole.exitCode, 0);
+
+    std::string demo = MakeDocument(DemoSource());
+    demo.back() = static_cast<char>(demo.back() ^ 1); // of the stream's checksum
+    EXPECT_EQ(PlayPackage(PackageWith(demo), LoadingScript({})).record, whole.record);
+
+    demo = MakeContainer(MakeDocumentText(DemoSource()) + "<less");
+    EXPECT_EQ(PlayPackage(PackageWith(demo), LoadingScript({})).record, whole.record);
+}
+
+TEST(LoadPiece, OfADocumentOfLength0AllSectionsAreMissing)
+{
+    for (const std::string& demo : {MakeContainer(""), std::string(4, '\0'), std::string()})
+    {
+        const ChildRun run = PlayPackage(PackageWith(demo), LoadingScript({}));
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_EQ(LinesWith(run.record, {"! "}),
+                  "! quorvale: demo.xmlz, section 0 (layers): the section is missing: a document "
+                  "has 11 of them\n");
+    }
+}
+
 TEST(LoadPiece, WithoutAnyDocumentMusicIsAFault)
 {
     ChildRun silent = PlayPackage(MakePackage({}), LoadingScript({}));

@@ -144,6 +144,11 @@ TEST(DpkBuild, FlipsTheCoordinatesOfAllMeshes)
 
 TEST(DpkBuild, FailsWithTheOldPackageUntouched)
 {
+    std::string deep;
+    for (int i = 0; i < 1001; ++i)
+    {
+        deep += "<b>";
+    }
     const struct
     {
         std::vector<std::pair<const char*, std::string>> sources;
@@ -152,6 +157,8 @@ TEST(DpkBuild, FailsWithTheOldPackageUntouched)
         {{{"bad.xml", "<?xml version=\"1.0\"?>\n<a>\n<b></a>"}, {"a", "x"}},
          "src/bad.xml:3:4: Error reading end tag."},
         {{{"empty.xml", ""}}, "src/empty.xml:0:0: Error document empty."},
+        {{{"deep.xml", "<a/>\n" + deep}},
+         "src/deep.xml:2: the text nests deeper than 1000 elements"},
         {{{"box.obj", kTriangle}, {"box.ply", "ply"}},
          "box.obj and box.ply would both become the entry \"box.model\""},
         {{{"a.xml", kDocument}, {"a.xmlz", "x"}},

@@ -64,8 +64,9 @@ TEST(DpkList, PrintsNameStartAndSizeInDirectoryOrder)
 TEST(DpkList, KeepsALineALine)
 {
     TemporaryFolder folder;
-    folder.Write("p.dpk", MakePackage({{"a\n\t\\\x7F\xC3\xA4", "x"}}));
-    EXPECT_EQ(RunDpk(folder, {"list", "p.dpk"}).out, "a\\x0A\\x09\\x5C\\x7F\xC3\xA4\t75\t1\n");
+    folder.Write("p.dpk", MakePackage({{"a\n\t\\\x7F\xC3\xA4", "x"}, {"\xC2\x9B\xFF", "y"}}));
+    EXPECT_EQ(RunDpk(folder, {"list", "p.dpk"}).out, "a\\x0A\\x09\\x5C\\x7F\xC3\xA4\t115\t1\n"
+                                                     "\\xC2\\x9B\\xFF\t116\t1\n");
 }
 
 TEST(DpkList, DoesNotLookAtTheHeader)

@@ -465,7 +465,10 @@ TEST(TexturesCommand, ADocumentThatCantBeReadIsAFault)
     } cases[] = {
         {MakeContainer("<a/><b/>"), ", section 1 (procedural textures): the section is missing: a "
                                     "document has 11 of them"},
-        {MakeContainer("<a"), ": the text does not parse (line 1, column 2)"},
+        {MakeContainer("<a"), ", section 0 (layers): the section is missing: the text does not "
+                              "parse (line 1, column 2)"},
+        {MakeContainer(""),
+         ", section 0 (layers): the section is missing: a document has 11 of them"},
     };
     for (const auto& c : cases)
     {

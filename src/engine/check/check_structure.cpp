@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "engine/check/context.h"
+#include "engine/data/document_text.h"
 #include "engine/data/document_values.h"
 
 /// The walk through one item.
@@ -847,10 +848,26 @@ static void CheckSection(CheckContext* context, CheckedDocument* checked, Sectio
     }
 }
 
+/// A text that stops parsing after the last section: a player does not look.
+static void CheckText(const Spot* spot)
+{
+    const TiXmlDocument* tree = spot->checked->document.document;
+    if (tree == nullptr || !spot->checked->isWhole || !HasStoppedParsing(tree))
+    {
+        return; // a missing section tells it
+    }
+    Finding* finding =
+        AddFinding(spot, Severity::kWarning, Rule::kUnreadableText, nullptr,
+                   "the text does not parse from here on: nothing reads what follows");
+    finding->place.line = tree->ErrorRow();
+    finding->place.column = tree->ErrorCol();
+}
+
 void CheckStructure(CheckContext* context, CheckedDocument* checked)
 {
     StructureWalk walk = {{context, checked, Section::kNone, 0, 0, nullptr}, false, 0};
     TellFaults(&walk, Section::kNone, 0);
+    CheckText(&walk.spot);
     const TiXmlNode* node = SectionNode(&checked->document, Section::kLayers);
     for (int32_t i = 0; i < kSectionCount; ++i)
     {

@@ -19,12 +19,13 @@ struct InflatedEntry
 };
 
 /// Reads an entry of the package and uncompresses it. A size word that is smaller than what the
-/// stream holds cuts the data there; one that is larger leaves zeros at the end.
+/// stream holds cuts the data there; one that is larger leaves zeros at the end. A damaged stream
+/// gives what comes before the damage, and that is no fault.
 /// @param lead    the data begins so that data + lead lies on a 16-byte boundary
 /// @param most    bytes after which the stream is read no further; kLargestInflatedSize for all
 /// @return false, with `entry` untouched: without a fault if the package has no such entry. Faults
-///         are a stream that does not inflate, and a size that can't be allocated, is above
-///         kLargestInflatedSize or above what the package's budget has left.
+///         are no memory, and a size that is above kLargestInflatedSize or above what the package's
+///         budget has left.
 /// Takes storedSize bytes out of the package's budget.
 bool InflatePackageEntry(PackageFile* package, const char* name, uint32_t lead, uint32_t most,
                          InflatedEntry* entry, FaultList* faults);

@@ -7,6 +7,25 @@
 #include "engine/data/document_text.h"
 #include "engine/data/document_values.h"
 
+/// Parses the text of a document. Nobody asks whether it parsed: text that stops parsing leaves the
+/// nodes before that place, and a piece plays if they are all that it needs.
+static void MakeTree(const InflatedEntry* entry, DemoDocument* document, FaultList* faults)
+{
+    if (entry->length > kLargestText)
+    {
+        AddFault(faults, "a text of more than %u bytes is larger than any document", kLargestText);
+        return;
+    }
+    document->document = new (std::nothrow) TiXmlDocument();
+    if (document->document == nullptr)
+    {
+        AddFault(faults, "no memory for the tree of a text");
+        return;
+    }
+    LoadFromString(document->document, entry->data, static_cast<long>(entry->length),
+                   TIXML_ENCODING_UNKNOWN, faults);
+}
+
 bool LoadDocument(PackageFile* package, DemoDocument* document, FaultList* faults)
 {
     faults->place = PlaceAt(document->name, Section::kNone);
@@ -16,30 +35,7 @@ bool LoadDocument(PackageFile* package, DemoDocument* document, FaultList* fault
     {
         return false;
     }
-    if (entry.length > kLargestText)
-    {
-        AddFault(faults, "a text of more than %u bytes is larger than any document", kLargestText);
-    }
-    else
-    {
-        document->document = new (std::nothrow) TiXmlDocument();
-        if (document->document == nullptr)
-        {
-            AddFault(faults, "no memory for the tree of a text");
-        }
-    }
-
-    TiXmlDocument* tree = document->document;
-    if (tree != nullptr &&
-        !LoadFromString(tree, entry.data, static_cast<long>(entry.length), TIXML_ENCODING_UNKNOWN,
-                        faults) &&
-        !HasFailed(faults))
-    {
-        faults->place.line = tree->ErrorRow();
-        faults->place.column = tree->ErrorCol();
-        AddFault(faults, "the text does not parse (line %d, column %d)", tree->ErrorRow(),
-                 tree->ErrorCol());
-    }
+    MakeTree(&entry, document, faults);
     ReturnToBudget(&package->budget, entry.storedSize);
     FreeInflatedEntry(&entry);
     return !HasFailed(faults);
@@ -89,6 +85,26 @@ static uint32_t CountReadItems(const SectionReader* row, const TiXmlNode* sectio
     return row->itemLimit != 0 && count > row->itemLimit ? row->itemLimit : count;
 }
 
+/// Tells that a section is missing, or where the text stopped that should have held it.
+/// @param tree   may be null
+static void AddMissingSection(const TiXmlDocument* tree, FaultList* faults)
+{
+    if (tree == nullptr || !HasStoppedParsing(tree))
+    {
+        AddFault(faults, "the section is missing: a document has %d of them", kSectionCount);
+        return;
+    }
+    if (tree->ErrorRow() <= 0) // the parser does not always know
+    {
+        AddFault(faults, "the section is missing: the text does not parse");
+        return;
+    }
+    faults->place.line = tree->ErrorRow();
+    faults->place.column = tree->ErrorCol();
+    AddFault(faults, "the section is missing: the text does not parse (line %d, column %d)",
+             tree->ErrorRow(), tree->ErrorCol());
+}
+
 /// @return false after a fault
 static bool EnterSection(DocumentReader* reader)
 {
@@ -97,8 +113,7 @@ static bool EnterSection(DocumentReader* reader)
     SetPlace(reader, 0, reader->sectionNode);
     if (reader->sectionNode == nullptr)
     {
-        AddFault(context->faults, "the section is missing: a document has %d of them",
-                 kSectionCount);
+        AddMissingSection(context->document->document, context->faults);
         return false;
     }
 

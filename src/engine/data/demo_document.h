@@ -92,8 +92,9 @@ struct SectionReader
 
 /// Reads a document's text out of the package into its tree.
 /// @param document   with its name, and without a tree
-/// @return false without a fault if the package has no such entry. Faults are a stream that does
-///         not inflate, text that does not parse or is longer than kLargestText, and no memory.
+/// @return false without a fault if the package has no such entry. Faults are more text than
+///         limits.h allows, and no memory. Text that stops parsing gives the tree up to there, and
+///         no text an empty one.
 bool LoadDocument(PackageFile* package, DemoDocument* document, FaultList* faults);
 
 /// The number of children of all top-level nodes from section 0 to the last: the unit that the

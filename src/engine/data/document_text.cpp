@@ -86,15 +86,57 @@ static bool WalkToTag(NestingWalk* walk)
     return true;
 }
 
-/// Whether the parser can take the text. It goes one call deeper with each open element, compares
-/// each attribute of an element with all those before, and takes some 250 bytes for a node, so a
-/// small text could use up the stack or the memory, or hang for hours.
-static bool IsParsable(const char* text)
+/// The line of the text that a walk has come to, counted from 1.
+static int32_t LineOf(const NestingWalk* walk, const char* text)
+{
+    int32_t line = 1;
+    for (const char* at = text; at < walk->at; ++at)
+    {
+        line += *at == '\n' ? 1 : 0;
+    }
+    return line;
+}
+
+/// @return false after a fault, if the walk has met too much of something
+static bool CheckWalk(const NestingWalk* walk, const char* text, FaultList* faults)
+{
+    const bool isTooDeep = walk->depth > kDeepestNesting;
+    const bool hasTooManyAttributes = walk->attributes > kMostAttributes;
+    if (!isTooDeep && !hasTooManyAttributes && walk->nodes <= kMostNodes)
+    {
+        return true;
+    }
+
+    faults->place.line = LineOf(walk, text);
+    faults->place.column = 0;
+    if (isTooDeep)
+    {
+        AddFault(faults, "the text nests deeper than %u elements", kDeepestNesting);
+    }
+    else if (hasTooManyAttributes)
+    {
+        AddFault(faults, "an element has more than %u attributes", kMostAttributes);
+    }
+    else
+    {
+        AddFault(faults, "the text has more than %u elements, attributes and texts", kMostNodes);
+    }
+    return false;
+}
+
+/// Whether the parser can take the text. The parser goes one call deeper with each open element,
+/// compares each attribute of an element with all those before, and takes some 250 bytes for a
+/// node, so a small text could use up the stack or the memory, or hang for hours.
+/// @return false after a fault
+static bool CheckParsable(const char* text, FaultList* faults)
 {
     NestingWalk walk = {text, 0, 0, 0};
-    while (walk.depth <= kDeepestNesting && walk.attributes <= kMostAttributes &&
-           walk.nodes <= kMostNodes)
+    while (true)
     {
+        if (!CheckWalk(&walk, text, faults))
+        {
+            return false;
+        }
         if (!WalkToTag(&walk))
         {
             return true;
@@ -122,7 +164,6 @@ static bool IsParsable(const char* text)
             WalkTag(&walk);
         }
     }
-    return false;
 }
 
 /// @return the text as the parser takes it, for free: with LF as its only line end, a zero at its
@@ -149,18 +190,6 @@ static char* NormalizeText(const unsigned char* data, size_t length, FaultList* 
     assert(out <= text + length);
     memset(out, 0, 1 + kTextPadding);
     return text;
-}
-
-/// Makes a document of the text, or gives it an error.
-static void ParseText(TiXmlDocument* document, const char* text, TiXmlEncoding encoding)
-{
-    if (IsParsable(text))
-    {
-        document->Parse(text, nullptr, encoding);
-        return;
-    }
-    document->SetError(TiXmlBase::TIXML_ERROR_PARSING_ELEMENT, nullptr, nullptr,
-                       TIXML_ENCODING_UNKNOWN);
 }
 
 /// The error of a document that is left as it is.
@@ -198,8 +227,9 @@ bool LoadFromString(TiXmlDocument* document, const unsigned char* data, long len
         return false;
     }
     char* text = NormalizeText(data, static_cast<size_t>(length), faults);
-    if (text == nullptr)
+    if (text == nullptr || !CheckParsable(text, faults))
     {
+        free(text);
         return false;
     }
 
@@ -207,7 +237,7 @@ bool LoadFromString(TiXmlDocument* document, const unsigned char* data, long len
     BeginNotes(&notes);
     try
     {
-        ParseText(document, text, encoding);
+        document->Parse(text, nullptr, encoding);
         EndNotes(&notes);
     }
     catch (const std::bad_alloc&)
@@ -218,4 +248,9 @@ bool LoadFromString(TiXmlDocument* document, const unsigned char* data, long len
     }
     free(text);
     return !HasFailed(faults) && !document->Error();
+}
+
+bool HasStoppedParsing(const TiXmlDocument* document)
+{
+    return document->Error() && document->ErrorId() != TiXmlBase::TIXML_ERROR_DOCUMENT_EMPTY;
 }

@@ -85,7 +85,9 @@ void ClosePackage(PackageFile* package);
 ///         end of the file the block holds zeros. A size that can't be allocated, a negative one
 ///         included, and a file that can't be read are faults.
 /// A lookup that ends without a match notes the line "End of object table reached!", and one that
-/// meets the end of the file before the end of the directory "unexpected error".
+/// meets the end of the file before the end of the directory "unexpected error". A name that the
+/// file ends in is compared with the bytes of the name before it in the place of those that are
+/// missing.
 unsigned char* ReadPackageEntry(PackageFile* package, const char* name, int32_t* sizeOut,
                                 FaultList* faults);
 

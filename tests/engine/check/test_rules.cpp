@@ -94,6 +94,7 @@ static constexpr int kAnyLine = 1000;
 
 static constexpr DocumentCase kCases[] = {
     {Rule::kUnreadableText, kError, "<lights>", "<light>", "<light", kAnyLine},
+    {Rule::kUnreadableText, kWarn, "<music", "/>", "/><more></less>", 0},
     {Rule::kMissingSection, kError, "<timeline>", "</timeline>\n<music file=\"song.xm\"/>", "</timeline>", kAnyLine},
     {Rule::kMissingSection, kError, "<layers>", "<layers>\n  <layer type=\"0\"><p>1</p><p>0.5</p><p>0</p></layer>\n</layers>\n<textures>\n  <texture><layer type=\"101\" id=\"0\"><p>1</p><p>1</p></layer></texture>\n</textures>\n", "", kAnyLine},
     {Rule::kMovedSection, kWarn, "<bitmaps>", "<bitmaps>\n  <bitmap filename=\"alpha.tga\"/>\n</bitmaps>", "<materials>\n  <bitmap filename=\"alpha.tga\"/>\n</materials>", 0},

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/data/document_text.h"
 #include "support/fault_text.h"
 #include "support/package_builder.h"
 
@@ -107,7 +108,6 @@ class DemoDocumentTest : public testing::Test
         demo.name = "demo.xmlz";
         demo.document = new TiXmlDocument();
         demo.document->Parse(text.c_str());
-        ASSERT_FALSE(demo.document->Error()) << demo.document->ErrorDesc();
         context = {};
         context.document = &demo;
         context.isDemo = true;
@@ -262,6 +262,26 @@ TEST_F(DemoDocumentTest, TooFewSectionsAreAFault)
                                       "the section is missing: a document has 11 of them\n");
     EXPECT_EQ(FaultOf("<only/>"), "quorvale: demo.xmlz, section 0 (layers): "
                                   "the section is missing: a document has 11 of them\n");
+    EXPECT_EQ(FaultOf("<?xml?>"), "quorvale: demo.xmlz, section 0 (layers): "
+                                  "the section is missing: a document has 11 of them\n");
+}
+
+TEST_F(DemoDocumentTest, AMissingSectionTellsWhereTheTextStopped)
+{
+    EXPECT_EQ(FaultOf("<?xml?><s0/>\n<s1></s2>"),
+              "quorvale: demo.xmlz, section 2 (models): the section is missing: the text does not "
+              "parse (line 2, column 5)\n");
+    EXPECT_EQ(GetFault(&faults, 0)->place.line, 2);
+    EXPECT_EQ(FaultOf(kFourSections + "<s4></s5>"),
+              "quorvale: demo.xmlz, section 5 (2D effects): the section is missing: the text does "
+              "not parse (line 1, column 78)\n");
+}
+
+TEST_F(DemoDocumentTest, TextThatStopsAfterTheMusicIsRead)
+{
+    Read(kFourSections + kRestOfSections + "<rows><r/></rows><music/><more></less>");
+    EXPECT_TRUE(HasStoppedParsing(demo.document));
+    EXPECT_STREQ(demo.musicNode->Value(), "music");
 }
 
 TEST_F(DemoDocumentTest, AnItemThatIsNoElementIsAFault)
@@ -373,13 +393,21 @@ TEST(LoadDocument, ASizeWordThatIsTooSmallCutsTheText)
     EXPECT_STREQ(loaded.document.document->LastChild()->Value(), "b");
 }
 
-TEST(LoadDocument, TextThatDoesNotParseIsAFault)
+TEST(LoadDocument, TextThatStopsParsingGivesTheNodesBefore)
 {
-    const Loaded loaded(MakeContainer("<a>\n<b></a>"));
-    EXPECT_FALSE(loaded.isLoaded);
-    EXPECT_EQ(loaded.printed, "quorvale: demo.xmlz: the text does not parse (line 2, column 4)\n");
-    EXPECT_EQ(GetFault(&loaded.faults, 0)->place.line, 2);
-    EXPECT_EQ(GetFault(&loaded.faults, 0)->place.column, 4);
+    const Loaded loaded(MakeContainer("<?xml?><a><b/></a><c><d/><e"));
+    EXPECT_TRUE(loaded.isLoaded);
+    EXPECT_EQ(loaded.printed, "");
+    const TiXmlNode* a = loaded.document.document->FirstChild()->NextSibling();
+    EXPECT_STREQ(a->FirstChild()->Value(), "b");
+    EXPECT_STREQ(a->NextSibling()->FirstChild()->Value(), "d"); // the element that breaks off too
+}
+
+TEST(LoadDocument, AWrongChecksumHarmsNothing)
+{
+    std::string container = MakeContainer("<a/><b/>");
+    container.back() = static_cast<char>(container.back() + 1);
+    EXPECT_TRUE(Loaded(container).isLoaded);
 }
 
 TEST(LoadDocument, TextThatNestsWithoutEndIsAFault)
@@ -390,13 +418,18 @@ TEST(LoadDocument, TextThatNestsWithoutEndIsAFault)
         text += "<a>";
     }
     EXPECT_EQ(Loaded(MakeContainer(text)).printed,
-              "quorvale: demo.xmlz: the text does not parse (line 0, column 0)\n");
+              "quorvale: demo.xmlz: the text nests deeper than 1000 elements\n");
 }
 
-TEST(LoadDocument, AnEmptyTextIsAFault)
+TEST(LoadDocument, NoTextIsADocumentWithoutNodes)
 {
-    EXPECT_EQ(Loaded(Resized(MakeContainer("<a/>"), 0)).printed,
-              "quorvale: demo.xmlz: the text does not parse (line 0, column 0)\n");
+    for (const std::string& container :
+         {Resized(MakeContainer("<a/>"), 0), std::string(4, '\x01'), std::string()})
+    {
+        const Loaded loaded(container);
+        EXPECT_TRUE(loaded.isLoaded);
+        EXPECT_EQ(loaded.document.document->FirstChild(), nullptr);
+    }
 }
 
 TEST(LoadDocument, TextOfMoreThan64MiBIsAFault)
