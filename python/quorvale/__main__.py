@@ -6,11 +6,15 @@
 
 from __future__ import annotations
 
+import builtins
+import inspect
 import os
+import re
 import runpy
 import sys
 import traceback
 
+from quorvale.facts import nearest
 from quorvale.origin import OriginError
 
 _HERE = os.path.dirname(os.path.abspath(__file__)) + os.sep
@@ -20,6 +24,35 @@ def _authors(frame: traceback.FrameSummary) -> bool:
     path = os.path.abspath(frame.filename)
     return not frame.filename.startswith("<") and not path.startswith(_HERE) \
         and os.path.basename(path) != "runpy.py"
+
+
+def _parameters(maker: str) -> list[str]:
+    """The parameters of a function of the library, such as "maze" or "Scene.add"."""
+    for name, module in list(sys.modules.items()):
+        if name.partition(".")[0] == "quorvale":
+            found: object = module
+            for word in maker.split("."):
+                found = getattr(found, word, None)
+            if callable(found):
+                return list(inspect.signature(found).parameters)
+    return []
+
+
+def _words_of(error: BaseException) -> tuple[str, list[str]] | None:
+    """A name that an error is about, and the names that there are; None for any other error."""
+    text = str(error)
+    keyword = re.search(r"([\w.]+)\(\) got an unexpected keyword argument '(\w+)'", text)
+    if isinstance(error, TypeError) and keyword is not None:
+        return keyword[2], _parameters(keyword[1])
+    missing = re.search(r"cannot import name '(\w+)' from '([\w.]+)'", text)
+    if isinstance(error, ImportError) and missing is not None:
+        return missing[1], dir(sys.modules.get(missing[2]))
+    if isinstance(error, AttributeError) and error.name is not None:
+        return error.name, dir(error.obj)
+    if isinstance(error, NameError) and error.name is not None and error.__traceback__ is not None:
+        *_, (frame, _) = traceback.walk_tb(error.__traceback__)
+        return error.name, [*frame.f_locals, *frame.f_globals, *dir(builtins)]
+    return None
 
 
 def report(error: BaseException, folder: str = "") -> str:
@@ -39,6 +72,9 @@ def report(error: BaseException, folder: str = "") -> str:
     elif isinstance(error, SyntaxError) and error.filename is not None:
         lines = [f"{shown(error.filename)}:{error.lineno}: {lines[-1]}", *lines[1:-1]]
     elif frames:
+        words = _words_of(error)
+        near = nearest(*words) if words is not None else ""
+        lines[-1] = f"{lines[-1].rstrip()}{near}\n"
         lines[0] = f"{shown(frames[-1].filename)}:{frames[-1].lineno}: {lines[0]}"
     for frame, text in zip(frames, traceback.format_list(frames)):
         lines.append(text.replace(f'"{frame.filename}"', f'"{shown(frame.filename)}"', 1))

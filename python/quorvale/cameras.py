@@ -36,9 +36,13 @@ class Camera:
         checked_triple("Camera", "rotation", self.rotation)
         if self.fov is not None:
             checked_value("Camera", "field of view", self.fov)
-            if not isinstance(self.fov, Curve) and not 0.0 < self.fov < 180.0:
-                raise ValueError(f"Camera(): the field of view is above 0 and below 180 degrees, "
-                                 f"not {self.fov}")
+            extremes = (self.fov.extremes() if isinstance(self.fov, Curve) else
+                        ((self.fov, 0), (self.fov, 0)))
+            for extreme, tick in extremes:
+                if not 0.0 < extreme < 180.0:
+                    moving = f" at tick {tick}" if isinstance(self.fov, Curve) else ""
+                    raise ValueError(f"Camera(): the field of view is above 0 and below 180 "
+                                     f"degrees, not {extreme:.7g}{moving}")
 
     def later(self, ticks: int) -> Camera:
         """The same view from tick `ticks` on, for a clip that begins inside its scene: with this

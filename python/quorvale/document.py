@@ -80,6 +80,13 @@ class Row:
         which draw into the bitmap `target`. All that moves counts from the clip's start, plus
         `offset` ticks.
         """
+        for meaning, thing, kind in (("scene", scene, Scene), ("fog", fog, Fog),
+                                     ("target", target, Bitmap)):
+            if thing is not None and not isinstance(thing, kind):
+                raise TypeError(f"show(): the {meaning} is a {kind.__name__} or None, "
+                                f"not {thing!r}")
+        if not isinstance(camera, Camera):
+            raise TypeError(f"show(): the camera is a Camera, not {camera!r}")
         words = [found.word for found in CATALOGUES["passes"].rows]
         if how not in words:
             raise ValueError(f'show(): there is no pass "{how}"' + nearest(how, words))
@@ -91,6 +98,10 @@ class Row:
                 raise ValueError(f"show(): the {meaning} is a whole tick of 0 or more, not {tick}")
         if end <= start:
             raise ValueError(f"show(): a clip ends later than it starts, not from {start} to {end}")
+        if end > LIMITS["seconds"] * TICKS_PER_SECOND:
+            raise ValueError(f"show(): the timeline has {LIMITS['seconds']} seconds, "
+                             f"{LIMITS['seconds'] * TICKS_PER_SECOND} ticks, and the clip ends at "
+                             f"{end}")
         for other in self.clips:
             if start < other.end and other.start < end:
                 raise ValueError(f"show(): row {self.number} shows another scene from "

@@ -105,6 +105,8 @@ def row(catalogue: str, word: str) -> Row:
 
 def checked_number(maker: str, meaning: str, value: object) -> float:
     """A finite number, or an error that names its maker: 'maze(): the fullness is ...'."""
+    if hasattr(value, "pieces"):
+        raise TypeError(f"{maker}(): the {meaning} does not move: it is a number, not a curve")
     if isinstance(value, bool) or not isinstance(value, (int, float)):
         raise TypeError(f"{maker}(): the {meaning} is a number, not {value!r}")
     if not math.isfinite(value):
@@ -118,6 +120,15 @@ def range_text(param: Param) -> str:
     if math.isfinite(param.least) and math.isfinite(param.most):
         return f"{low} to {param.most:g}"
     return f"at least {low}" if math.isfinite(param.least) else ""
+
+
+def passes(param: Param, value: float) -> bool:
+    """Whether a curve may come to a value. Where the picture holds the ends of a range, strokes may
+    pass them by as much as the range is wide: 1.3 is a color that glows, 255 is a mistake."""
+    slack = 1e-6 * max(1.0, abs(value))
+    if param.past == "holds" and math.isfinite(param.most - param.least):
+        slack += param.most - param.least
+    return param.least - slack <= value <= param.most + slack
 
 
 def check(maker: str, param: Param, value: object) -> float:

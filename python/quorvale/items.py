@@ -13,7 +13,7 @@ from typing import Literal, Union
 from quorvale.curves import Curve, Value, hold
 from quorvale.facts import CATALOGUES, LIMITS, Row, check, checked_number, nearest, row
 from quorvale.origin import Origin, here
-from quorvale.values import BLACK, WHITE, ColorLike, Vector, checked_triple, checked_value
+from quorvale.values import BLACK, WHITE, ColorLike, Vector, checked_param, checked_triple
 
 EffectSize = Literal[64, 128, 256, 512]
 
@@ -294,19 +294,15 @@ def make_genmesh(word: str, name: str | None, time: Value | None) -> GenMesh:
     return GenMesh(mesh, make_curve(word, mesh.params[0].meaning, time), name=name)
 
 
-def _checked_channel(word: str, param_index: int, recipe: Row, value: Value) -> Value:
-    if isinstance(value, Curve):
-        return value
-    return check(word, recipe.params[param_index], value)
-
-
 def _checked_reference(word: str, meaning: str, kind: str, value: object) -> Reference | None:
     if value is None:
         return None
     if kind == "texture" and isinstance(value, (Layer, ScaledLayer)):
         return Texture.of(value)
     if not isinstance(value, _KINDS[kind]):
-        raise TypeError(f"{word}(): the {meaning} is a {_KINDS[kind][0].__name__}, not {value!r}")
+        wanted = _KINDS[kind][0].__name__
+        raise TypeError(f"{word}(): the {meaning} is {'an' if wanted[0] in 'AEIOU' else 'a'} "
+                        f"{wanted}, not {value!r}")
     assert isinstance(value, (Light, Texture, Effect, Bitmap))
     return value
 
@@ -319,22 +315,19 @@ def make_material(word: str, name: str | None, values: dict[str, object]) -> Mat
     extra: Value | None = None
     lights: list[Reference | None] = []
     others: list[Reference | None] = []
-    for index, param in enumerate(recipe.params):
+    for param in recipe.params:
         value = values[param.word]
         if param.kind == "color":
-            r, g, b = (_checked_channel(word, index, recipe, channel)
+            r, g, b = (checked_param(word, param, channel)
                        for channel in checked_triple(word, param.meaning, value))
             color = (r, g, b)
         elif param.word == "alpha":
-            alpha = _checked_channel(word, index, recipe, checked_value(word, "alpha", value))
+            alpha = checked_param(word, param, value)
         elif param.kind in _KINDS:
             reference = _checked_reference(word, param.meaning, param.kind, value)
             (lights if param.kind == "light" else others).append(reference)
         else:
-            extra = _checked_channel(
-                word, index, recipe,
-                float(value) if isinstance(value, bool)
-                else checked_value(word, param.meaning, value))
+            extra = checked_param(word, param, value)
     return Material(recipe, color, alpha, extra, tuple(lights + others), name=name)
 
 

@@ -7,10 +7,10 @@ from dataclasses import dataclass, field
 from typing import Union
 
 from quorvale.curves import Curve, Value
-from quorvale.facts import LIMITS, Row, check, row
+from quorvale.facts import LIMITS, Row, checked_number, row
 from quorvale.items import GenMesh, Item, Material, Model
 from quorvale.origin import Origin, here
-from quorvale.values import Vector, checked_triple, checked_value
+from quorvale.values import Vector, checked_param, checked_triple
 
 Shape = Union[Model, GenMesh]
 
@@ -29,10 +29,9 @@ def make_manipulator(word: str, values: Sequence[Value], placement: Shape | None
                      ) -> Manipulator:
     """A manipulator; values stand in the order of its row."""
     manipulator = row("manipulators", word)
-    checked: list[Value] = []
-    for param, value in zip(manipulator.params, values):
-        checked.append(value if isinstance(value, Curve) else check(word, param, value))
-    return Manipulator(manipulator, tuple(checked), placement)
+    checked = tuple(checked_param(word, param, value)
+                    for param, value in zip(manipulator.params, values))
+    return Manipulator(manipulator, checked, placement)
 
 
 @dataclass(frozen=True)
@@ -80,6 +79,13 @@ class Scene(Item):
         if len(manipulators) > LIMITS["manipulators"]:
             raise ValueError(f"add(): an object has up to {LIMITS['manipulators']} manipulators, "
                              f"not {len(manipulators)}")
+        for manipulator in manipulators:
+            if not isinstance(manipulator, Manipulator):
+                raise TypeError(f"add(): a manipulator is made by quorvale.manipulators, not "
+                                f"{manipulator!r}")
+        _check_copies(manipulators)
+        if visible is not None and not isinstance(visible, Curve):
+            raise TypeError(f"add(): visible is a curve, such as span(0, 200), not {visible!r}")
         if isinstance(scale, (int, float, Curve)):
             scale = (scale, scale, scale)
         self.objects.append(Placed(
@@ -89,5 +95,18 @@ class Scene(Item):
 
 
 def _shift(shift: float) -> float:
-    checked_value("add", "shift", shift)
+    checked_number("add", "shift", shift)
     return shift
+
+
+def _check_copies(manipulators: Sequence[Manipulator]) -> None:
+    """Refuses more copies than one picture draws of an object."""
+    copies = 1.0
+    for manipulator in manipulators:
+        for param, value in zip(manipulator.row.params, manipulator.values):
+            if param.kind == "count":
+                most = value.extremes()[1][0] if isinstance(value, Curve) else value
+                copies *= max(1.0, most)
+    if copies > LIMITS["instances"]:
+        raise ValueError(f"add(): an object has up to {LIMITS['instances']} copies, "
+                         f"not {copies:.0f}")

@@ -7,7 +7,7 @@ from dataclasses import dataclass
 from typing import Union
 
 from quorvale.curves import Curve, Value
-from quorvale.facts import checked_number
+from quorvale.facts import Param, check, checked_number, passes, range_text
 
 Vector = tuple[Value, Value, Value]
 
@@ -73,6 +73,24 @@ def checked_value(maker: str, meaning: str, value: object) -> Value:
     if isinstance(value, Curve):
         return value
     return checked_number(maker, meaning, value)
+
+
+def checked_param(maker: str, param: Param, value: object) -> Value:
+    """A number inside a parameter's range, or a curve that stays there while it is played.
+
+    >>> from quorvale.curves import line
+    >>> from quorvale.facts import row
+    >>> checked_param("color", row("recipes", "color").params[1], line(0, 100, 50))
+    Traceback (most recent call last):
+    ValueError: color(): the alpha is 0 to 1, and the curve is 100 at tick 50
+    """
+    if not isinstance(value, Curve):
+        return check(maker, param, value)
+    for extreme, tick in value.extremes():
+        if not passes(param, extreme):
+            raise ValueError(f"{maker}(): the {param.meaning} is {range_text(param)}, "
+                             f"and the curve is {extreme:.4g} at tick {tick}")
+    return value
 
 
 def checked_triple(maker: str, meaning: str, values: object) -> Vector:

@@ -61,7 +61,17 @@ def check_values(records, words, values):
 
 numbers = st.floats(-1e3, 1e3)
 values = st.one_of(numbers, single)
-channels = st.one_of(st.floats(0, 1), single)
+
+
+def into(curve, first, last):
+    """A curve moved and scaled to a range."""
+    (low, _), (high, _) = curve.extremes()
+    scale = (last - first) / (high - low) if high - low > 1e-3 else 0.0
+    return (curve - low) * scale + first
+
+
+channels = st.one_of(st.floats(0, 1), single.map(lambda curve: into(curve, 0, 1)))
+views = st.one_of(st.floats(1, 179), single.map(lambda curve: into(curve, 20, 120)))
 
 
 @given(st.sampled_from(RECIPES), st.tuples(channels, channels, channels), channels, st.data())
@@ -123,7 +133,7 @@ def test_objects_read_back(engine_values, tmp_path_factory, nine, visible, shift
 
 
 @given(st.lists(st.tuples(st.integers(1, 9), st.integers(1, 9)), min_size=1, max_size=20),
-       st.lists(values, min_size=6, max_size=6), st.one_of(st.floats(1, 179), single))
+       st.lists(values, min_size=6, max_size=6), views)
 def test_clips_read_back(engine_values, tmp_path_factory, gaps, six, fov):
     camera = Camera(tuple(six[:3]), tuple(six[3:]), fov)
     document = plain_document()

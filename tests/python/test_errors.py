@@ -1,0 +1,213 @@
+"""What can't be is refused at the author's line, with the range and the nearest name."""
+
+import inspect
+import math
+import os
+import subprocess
+import sys
+
+import pytest
+from hypothesis import given
+from hypothesis import strategies as st
+
+import quorvale
+from quorvale import (FLAT, Bitmap, Camera, Document, Fog, Light, Model, Scene, ease_in, effects, hold,
+                      layers, line, look, manipulators, recipes, spline, steps, wave)
+from quorvale.facts import CATALOGUES, LIMITS, TICKS_PER_SECOND, range_text
+from test_curves import curves
+
+MODULES = {"generators": quorvale.layers, "steps": quorvale.steps, "recipes": quorvale.recipes,
+           "manipulators": quorvale.manipulators}
+NUMBERS = ("number", "integer", "count", "color")
+# Combiners are signs between layers.
+SIGNS = ("add", "multiply", "maximum", "minimum")
+
+
+def ranged():
+    """Every number of the vocabulary that has an end, with its two ends."""
+    for catalogue, module in MODULES.items():
+        for row in CATALOGUES[catalogue].rows:
+            for param in row.params if row.word not in SIGNS else ():
+                for end, past in ((param.least, -1), (param.most, 1)):
+                    if param.kind in NUMBERS and math.isfinite(end):
+                        name = f"{row.word}-{param.word}-{end:g}"
+                        yield pytest.param(module, row, param, end, end + past, id=name)
+
+
+def call(module, row, param, value):
+    """Makes a row's object with one number given; the others are as usual."""
+    maker = getattr(module, row.word)
+    given_ = {}
+    for name, parameter in inspect.signature(maker).parameters.items():
+        if parameter.default is parameter.empty:
+            given_[name] = (1, 1, 1) if name == "count" and row.word.startswith("xyz") else 1
+    word, _, axis = param.word.partition("_")
+    if param.kind == "color":
+        value = (value, 0, 0)
+    if param.word in inspect.signature(maker).parameters:
+        given_[param.word] = value
+    else:
+        given_[word] = [value if name == axis else 1 for name in "xyz"]
+    return maker(**given_)
+
+
+@pytest.mark.parametrize("module, row, param, end, past", ranged())
+def test_every_range_of_the_vocabulary_ends_where_it_says(module, row, param, end, past):
+    call(module, row, param, end)
+    with pytest.raises(ValueError) as raised:
+        call(module, row, param, past)
+    assert str(raised.value) == (f"{row.word}(): the {param.meaning} is {range_text(param)}, "
+                                 f"not {past}") or str(raised.value).startswith(f"{row.word}(): the ")
+
+
+@pytest.mark.parametrize("module, row, param, end, past", ranged())
+def test_curves_end_where_numbers_do(module, row, param, end, past):
+    if module in (quorvale.layers, quorvale.steps):
+        with pytest.raises(TypeError, match="does not move: it is a number, not a curve"):
+            call(module, row, param, line(0, 1, 100))
+        return
+    call(module, row, param, hold(end))
+    far = end + (end or 1) * 4 if past > end else end - 4
+    with pytest.raises(ValueError, match=f"{row.word}.*the curve is .* at tick 30"):
+        call(module, row, param, line(end, far, 30))
+
+
+@given(curves)
+def test_extremes_hold_all_values(curve):
+    (low, first), (high, last) = curve.extremes()
+    assert curve.sample(first) >= low - 1e-6 * abs(low) and low <= high
+    end = min(curve.length, curve.end) if curve.loop else curve.length
+    swing = max(high - low, 1e-3 * max(abs(high), abs(low), 1.0))
+    for tick in range(0, end + 1, max(1, end // 300)):
+        assert low - 0.02 * swing <= curve.at(tick) <= high + 0.02 * swing, tick
+
+
+def test_extremes_lie_at_their_ticks():
+    assert line(2, 4, 100).extremes() == ((2.0, 0), (4.0, 100))
+    assert wave(0.5, 0.25, 200).extremes()[1] == (0.75, 50)
+    assert ease_in(0, 1, 100).then(ease_in(1, 0, 50)).extremes()[1] == (1.0, 100)
+    assert line(0, 9, 90).looped(0, 30).extremes() == ((0.0, 0), (3.0, 30))
+    low, high = spline([(0, 0), (50, 1), (100, 0)]).extremes()
+    assert low[0] >= -0.2 and high == (1.0, 50)
+
+
+def test_strokes_may_glow():
+    recipes.color((ease_in(1.4, 0, 50), 0, 0))
+    with pytest.raises(ValueError, match=r"color\(\): the color is 0 to 1, and the curve is 255 at"):
+        recipes.color((line(0, 255, 50), 0, 0))
+
+
+def test_cameras_see_less_than_half_of_all():
+    look((0, 0, 5), (0, 0, 0), line(20, 140, 100))
+    with pytest.raises(ValueError, match="below 180 degrees, not 200 at tick 100"):
+        look((0, 0, 5), (0, 0, 0), line(20, 200, 100))
+    with pytest.raises(ValueError, match="below 180 degrees, not 0"):
+        Camera((0, 0, 0), (0, 0, 0), 0)
+
+
+def test_copies_are_counted_where_the_object_is_added():
+    crowd = manipulators.xyz_multiplier((100, 100, 100))
+    twice = manipulators.x_multiplier(line(0, 2, 100))
+    Scene().add(Model("a.obj"), recipes.color(), manipulators=[crowd])
+    with pytest.raises(ValueError, match="up to 1048576 copies, not 2000000"):
+        Scene().add(Model("a.obj"), recipes.color(), manipulators=[crowd, twice])
+
+
+def test_clips_end_with_the_timeline():
+    end = LIMITS["seconds"] * TICKS_PER_SECOND
+    Document().row(0).show(None, FLAT, 0, end)
+    with pytest.raises(ValueError, match=f"1024 seconds, 102400 ticks, and the clip ends at {end + 1}"):
+        Document().row(0).show(None, FLAT, 0, end + 1)
+    row = Document().row(0)
+    for k in range(LIMITS["clips"]):
+        row.show(None, FLAT, 100 * k, 100 * k + 100)
+    row = Document().row(0)
+    for k in range(LIMITS["clips"]):
+        row.show(None, FLAT, 99 * k, 99 * k + 99)
+    with pytest.raises(ValueError, match="up to 1024 clips"):
+        row.show(None, FLAT, 102300, 102400)
+
+
+def many(count, make):
+    scene = Scene()
+    for k in range(count):
+        if k % 512 == 0:
+            scene = Scene()
+        make(scene, k)
+        yield scene
+
+
+def written(scenes):
+    document = Document()
+    document.row(0).show(None, FLAT, 0, 100)
+    document.keep(*dict.fromkeys(scenes))
+    return document.text()
+
+
+def test_limits_of_a_document_name_the_line_that_passes_them():
+    def layer(scene, k):
+        scene.add(Model("a.obj"), recipes.texture(texture=layers.noise(seed=k)))
+
+    def material(scene, k):
+        scene.add(Model("a.obj"), recipes.color())
+
+    def curve(scene, k):
+        scene.add(Model("a.obj"), red, scale=line(0, k, 100))
+
+    red = recipes.color()
+    assert written(many(LIMITS["layers"], layer)).count("<layer ") == 2 * LIMITS["layers"]
+    for make, count, text in ((layer, LIMITS["layers"], "up to 248 different layers"),
+                              (material, LIMITS["items"], "the materials are more than 4096"),
+                              (curve, LIMITS["items"], "more than 4096 different curves")):
+        with pytest.raises(ValueError, match=text) as raised:
+            written(many(count + 1, make))
+        number = make.__code__.co_firstlineno + 1
+        assert str(raised.value).startswith(f"{__file__}:{number}: ")
+
+
+def test_things_of_another_kind_are_refused():
+    row, scene, model, red = Document().row(0), Scene(), Model("a.obj"), recipes.color()
+    for make, text in (
+            (lambda: row.show(model, FLAT, 0, 100), "show.*scene is a Scene or None"),
+            (lambda: row.show(scene, None, 0, 100), "show.*camera is a Camera"),
+            (lambda: row.show(scene, FLAT, 0, 100, fog=3), "show.*fog is a Fog"),
+            (lambda: row.show(scene, FLAT, 0, 100, how="texture", target=model), "target is a Bitmap"),
+            (lambda: scene.add(red, model), "an object is a Model or a generated mesh"),
+            (lambda: scene.add(model, model), "the material is a Material"),
+            (lambda: scene.add(model, red, visible=1), "visible is a curve"),
+            (lambda: scene.add(model, red, shift=line(0, 1, 9)), "shift does not move"),
+            (lambda: scene.add(model, red, manipulators=[steps.blur()]), "quorvale.manipulators"),
+            (lambda: layers.noise() + 3, "on the right of [+] stands a layer"),
+            (lambda: Fog(0, 9, recipes.wireframe()), 'of the recipe "color", not "wireframe"'),
+            (lambda: recipes.effect(effect=Bitmap("a.png")), "the 2D effect is an Effect"),
+            (lambda: effects.plasma("fast"), "plasma.*is a number"),
+            (lambda: Light((1, 2)), "three numbers or curves")):
+        with pytest.raises((TypeError, ValueError), match=text):
+            make()
+
+
+MISTAKES = {
+    "layers.mase(size=3)": "no attribute 'mase'; did you mean \"maze\"?",
+    "layers.maze(sise=3)": "unexpected keyword argument 'sise'; did you mean \"size\"?",
+    "Scene().add(Model('a.obj'), recipes.color(), positon=(0, 0, 0))": 'did you mean "position"?',
+    "Document().row(0).show(None, FLAT, 0, 100, tarket=None)": 'did you mean "target"?',
+    "linee(0, 1, 2)": "name 'linee' is not defined; did you mean \"line\"?",
+    "recipes.lit_colour()": "did you mean \"lit_color\"?",
+    "Document().rwo(1)": "'Document' object has no attribute 'rwo'; did you mean \"row\"?",
+    "from quorvale import Documnt": 'did you mean "Document"?',
+    "layers.maze(size=12)": "the size of the cells is 1 to 7, not 12",
+    "xylophone()": "name 'xylophone' is not defined",
+}
+
+
+@pytest.mark.parametrize("mistake", MISTAKES)
+def test_mistakes_are_told_at_the_line_with_the_nearest_name(mistake, tmp_path):
+    folder = tmp_path / "größe"
+    folder.mkdir()
+    (folder / "piece.py").write_text(f"from quorvale import *\n\n{mistake}\n", encoding="utf-8")
+    run = subprocess.run([sys.executable, "-B", "-m", "quorvale", "run", "größe/piece.py"],
+                         cwd=tmp_path, capture_output=True, text=True, encoding="utf-8",
+                         env=dict(os.environ, PYTHONUTF8="1"))
+    assert run.returncode == 1
+    first = run.stderr.splitlines()[0]
+    assert first.startswith("größe/piece.py:3: ") and first.endswith(MISTAKES[mistake])
