@@ -185,3 +185,41 @@ def sphere(mesh: Mesh, radius: float = 1.0, columns: int = 48, rows: int = 24) -
         return (flat * cos_turns(u), radius * sin_turns(latitude), -flat * sin_turns(u))
 
     mesh.surface(point, columns, rows)
+
+
+def tube(mesh: Mesh, center: Callable[[float], Point], radius: Callable[[float], float],
+         columns: int = 120, rows: int = 12, tiles: tuple[float, float] = (1.0, 1.0)) -> None:
+    """A tube around center(u), `radius(u)` thick, for u from 0 to 1. A line that comes back to
+    where it began has no seam; one that leads through the origin, or straight away from it, has no
+    side to begin at.
+
+    >>> from quorvale.exact import cos_turns, sin_turns
+    >>> wheel = Mesh()
+    >>> tube(wheel, lambda u: (cos_turns(u), sin_turns(u), 0), lambda u: 0.1)
+    """
+
+    def point(u: float, v: float) -> Point:
+        along = unit(subtract(center(u + 0.001), center(u - 0.001)))
+        out = unit(cross(along, cross(center(u), along)))
+        side = cross(out, along)
+        thick = radius(u)
+        return add(center(u), add(scale(out, thick * cos_turns(v)),
+                                  scale(side, thick * sin_turns(v))))
+
+    mesh.surface(point, columns, rows, tiles)
+
+
+def knot(mesh: Mesh, radius: float = 1.0, thickness: float = 0.2, turns: int = 2, loops: int = 3,
+         columns: int = 160, rows: int = 12) -> None:
+    """A knot about the z axis: it goes around `turns` times and through the middle `loops` times;
+    the two have no common divisor."""
+    if turns < 1 or loops < 1 or math.gcd(turns, loops) != 1:
+        raise ValueError(f"knot(): turns and loops are 1 or more and have no common divisor, not "
+                         f"{turns} and {loops}")
+
+    def center(u: float) -> Point:
+        out = radius * (1.0 + 0.42 * cos_turns(loops * u))
+        return (out * cos_turns(turns * u), out * sin_turns(turns * u),
+                0.55 * radius * sin_turns(loops * u))
+
+    tube(mesh, center, lambda u: thickness, columns, rows, (12.0 * turns, 2.0))
