@@ -1,10 +1,14 @@
 #include <algorithm>
-#include <cstdio>
+#include <cmath>
 #include <cstring>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "engine/check/context.h"
+#include "engine/check/module_length.h"
 #include "engine/data/byte_order.h"
+#include "engine/data/vocabulary_numbers.h"
 #include "engine/piece/piece.h"
 
 static const unsigned char* EntryBytes(const PackageFile& package, uint32_t i)
@@ -117,6 +121,59 @@ static void CheckEntries(CheckContext* context)
 
 // ---- Music
 
+/// Opens a module where players look for it. It never waits: a pipe is no module.
+/// @return a descriptor for the caller to close; negative if it is nowhere
+static int OpenModule(const std::string& folder, const std::string& name)
+{
+    int file = -1;
+    for (const char* below : {"", "music/"})
+    {
+        const std::string path = name[0] == '/' ? name : folder + "/" + below + name;
+        file = file >= 0 ? file : open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    }
+    return file;
+}
+
+/// @return the bytes of a file; none of what is no regular file, or larger than a module may be
+static std::vector<uint8_t> ReadModule(int file)
+{
+    static constexpr off_t kLargest = off_t{64} << 20; // bytes, as players take it
+    struct stat status = {};
+    std::vector<uint8_t> bytes;
+    if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size > kLargest)
+    {
+        return bytes;
+    }
+    bytes.resize(static_cast<size_t>(status.st_size));
+    size_t done = 0;
+    for (ssize_t step = 1; step > 0 && done < bytes.size(); done += static_cast<size_t>(step))
+    {
+        step = std::max<ssize_t>(read(file, bytes.data() + done, bytes.size() - done), 0);
+    }
+    bytes.resize(done);
+    return bytes;
+}
+
+/// Compares how long the module and the piece play.
+static void CheckModuleLength(const Spot* spot, const TiXmlBase* node,
+                              const std::vector<uint8_t>& module)
+{
+    static constexpr double kTolerance = 2.0; // seconds: an end may ring out, or be held
+    const PlayResult& played = spot->checked->played;
+    const double seconds = MeasureModule(module.data(), module.size());
+    const double piece = static_cast<double>(played.endTick) / kTicksPerSecond;
+    if (!spot->checked->isDemo || !played.hasEnd || played.endTick == 0 || seconds == 0.0 ||
+        std::abs(seconds - piece) <= kTolerance)
+    {
+        return;
+    }
+    const bool isShort = seconds < piece;
+    AddFinding(spot, Severity::kWarning, Rule::kMusicLength, node,
+               FormatText("the module plays %.1f seconds, and the piece %.1f", seconds, piece))
+        ->cure = isShort ? "the rest of the piece is silent: write more rows, or end it earlier"
+                         : "the rest of the module is never heard: let the piece last longer";
+}
+
 static void CheckModule(const Spot* spot, const TiXmlElement* node, const char* folder)
 {
     const char* name = node->Attribute("file");
@@ -124,30 +181,26 @@ static void CheckModule(const Spot* spot, const TiXmlElement* node, const char* 
     {
         return;
     }
-    FILE* stream = nullptr;
-    for (const char* below : {"", "music/"})
-    {
-        const std::string path = name[0] == '/' ? name : std::string(folder) + "/" + below + name;
-        stream = stream == nullptr ? fopen(path.c_str(), "rb") : stream;
-    }
-    if (stream == nullptr)
+    const int file = OpenModule(folder, name);
+    if (file < 0)
     {
         AddFinding(spot, Severity::kWarning, Rule::kMissingMusic, AttributeNode(node, "file"),
                    FormatText("there is no module \"%s\": the piece plays without sound", name))
             ->cure = "put it beside the package, or into a folder music beside it";
         return;
     }
+    const std::vector<uint8_t> module = ReadModule(file);
+    close(file);
     static constexpr char kHeader[] = "Extended Module: ";
-    char header[sizeof(kHeader) - 1] = {};
-    const bool isModule = fread(header, 1, sizeof(header), stream) == sizeof(header) &&
-                          memcmp(header, kHeader, sizeof(header)) == 0;
-    fclose(stream);
-    if (!isModule)
+    const size_t length = sizeof(kHeader) - 1;
+    if (module.size() < length || memcmp(module.data(), kHeader, length) != 0)
     {
         AddFinding(spot, Severity::kWarning, Rule::kNotAModule, AttributeNode(node, "file"),
                    FormatText("\"%s\" is no module in the XM format", name))
             ->cure = "save it as XM";
+        return;
     }
+    CheckModuleLength(spot, AttributeNode(node, "file"), module);
 }
 
 /// A player with music on asks for the node.

@@ -110,6 +110,7 @@ struct ModelShape
 {
     uint32_t badNormals; // of no length, or no number
     uint32_t flat;       // triangles of no area
+    uint32_t turned;     // triangles whose corners go round against their normals
 };
 
 static float Length(const float* v)
@@ -117,16 +118,31 @@ static float Length(const float* v)
     return sqrtf(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]);
 }
 
-static bool IsFlat(const Mesh* mesh, const uint32_t* corners)
+/// The normal that the order of a triangle's corners gives it.
+static void FaceNormal(const Mesh* mesh, const uint32_t* corners, float* cross)
 {
     const float* a = mesh->vertices + size_t{3} * corners[0];
     const float* b = mesh->vertices + size_t{3} * corners[1];
     const float* c = mesh->vertices + size_t{3} * corners[2];
     const float u[3] = {b[0] - a[0], b[1] - a[1], b[2] - a[2]};
     const float v[3] = {c[0] - a[0], c[1] - a[1], c[2] - a[2]};
-    const float cross[3] = {u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2],
-                            u[0] * v[1] - u[1] * v[0]};
-    return !(Length(cross) > 0.0f);
+    cross[0] = u[1] * v[2] - u[2] * v[1];
+    cross[1] = u[2] * v[0] - u[0] * v[2];
+    cross[2] = u[0] * v[1] - u[1] * v[0];
+}
+
+static void MeasureTriangle(const Mesh* mesh, const uint32_t* corners, ModelShape* shape)
+{
+    float face[3];
+    FaceNormal(mesh, corners, face);
+    float along = 0.0f; // the face's normal by the sum of its corners'
+    for (uint32_t c = 0; c < 3; ++c)
+    {
+        const float* normal = mesh->normals + size_t{3} * corners[c];
+        along += face[0] * normal[0] + face[1] * normal[1] + face[2] * normal[2];
+    }
+    shape->flat += Length(face) > 0.0f ? 0 : 1;
+    shape->turned += along < 0.0f ? 1 : 0;
 }
 
 static ModelShape MeasureModel(const Mesh* mesh)
@@ -139,7 +155,7 @@ static ModelShape MeasureModel(const Mesh* mesh)
     }
     for (uint32_t i = 0; i + 2 < mesh->indexCount; i += 3)
     {
-        shape.flat += IsFlat(mesh, mesh->indices + i) ? 1 : 0;
+        MeasureTriangle(mesh, mesh->indices + i, &shape);
     }
     return shape;
 }
@@ -160,6 +176,14 @@ static std::vector<ModelShape> CheckModels(CheckContext* context, CheckedDocumen
             AddFinding(&cursor.spot, Severity::kNote, Rule::kFlatTriangles, cursor.node,
                        FormatText("%u of %u triangles have no area", shapes.back().flat,
                                   model->mesh.indexCount / 3));
+        }
+        if (shapes.back().turned > model->mesh.indexCount / 6)
+        {
+            AddFinding(&cursor.spot, Severity::kWarning, Rule::kInsideOut, cursor.node,
+                       FormatText("%u of %u triangles are inside out: their normals look the other "
+                                  "way, so light comes from the wrong side",
+                                  shapes.back().turned, model->mesh.indexCount / 3))
+                ->cure = "turn the normals round, or let them be made anew";
         }
     }
     return shapes;
@@ -351,26 +375,61 @@ static void CheckTarget(const Spot* spot, uint32_t row, uint32_t clip, uint32_t 
     }
 }
 
+/// A bitmap that is shown as a target, though no frame reaches the clips that would draw it.
+static void CheckUndrawn(const Spot* spot, uint32_t row, uint32_t clip, uint32_t bitmapId)
+{
+    if (IsShown(spot->checked, bitmapId))
+    {
+        AddFinding(
+            spot, Severity::kWarning, Rule::kTargetNotDrawn,
+            ClipNode(&spot->checked->document, row, clip),
+            FormatText("%s is shown, and no frame comes to this clip, which would draw it",
+                       ItemText(&spot->checked->document, Section::kBitmaps, bitmapId).c_str()))
+            ->cure = "let the clip lie where frames see it";
+    }
+}
+
+/// @return the bitmap that a clip draws into; 0 for none
+static uint32_t TargetOf(const DemoDocument* document, uint32_t row, uint32_t clip)
+{
+    const Timeline* timeline = document->timeline;
+    const VocabularyRow* pass = FindVocabularyRow(kCataloguePasses, timeline->passKind[row][clip]);
+    const uint32_t id = static_cast<uint32_t>(TruncateToInt(timeline->passParams[row][clip][0]));
+    const bool draws = pass != nullptr && (pass->traits & kTraitTarget) != 0;
+    return draws && GetObject(id, document->bitmaps) != nullptr ? id : 0;
+}
+
 static void CheckTargets(CheckContext* context, CheckedDocument* checked)
 {
     const Timeline* timeline = checked->document.timeline;
     const PlayResult& played = checked->played;
     std::vector<uint8_t> told(checked->document.bitmaps->count, 0);
+    std::vector<uint8_t> drawn(checked->document.bitmaps->count, 0);
     for (uint32_t row = 0; row < kTimelineRows; ++row)
     {
         for (uint32_t clip = 0; clip < timeline->clipCount[row]; ++clip)
         {
-            const VocabularyRow* pass =
-                FindVocabularyRow(kCataloguePasses, timeline->passKind[row][clip]);
-            const uint32_t id =
-                static_cast<uint32_t>(TruncateToInt(timeline->passParams[row][clip][0]));
-            const bool draws = pass != nullptr && (pass->traits & kTraitTarget) != 0;
-            if (draws && played.seenClips[row][clip] != 0 &&
-                GetObject(id, checked->document.bitmaps) != nullptr)
+            const uint32_t id = TargetOf(&checked->document, row, clip);
+            if (id != 0 && played.seenClips[row][clip] != 0)
             {
-                const Spot spot = {context, checked,  Section::kTimeline,
-                                   row + 1, clip + 1, nullptr};
+                drawn[id - 1] = 1;
+            }
+        }
+    }
+    for (uint32_t row = 0; row < kTimelineRows; ++row)
+    {
+        for (uint32_t clip = 0; clip < timeline->clipCount[row]; ++clip)
+        {
+            const uint32_t id = TargetOf(&checked->document, row, clip);
+            const Spot spot = {context, checked, Section::kTimeline, row + 1, clip + 1, nullptr};
+            if (id != 0 && played.seenClips[row][clip] != 0)
+            {
                 CheckTarget(&spot, row, clip, id, &told);
+            }
+            else if (id != 0 && drawn[id - 1] == 0)
+            {
+                drawn[id - 1] = 1;
+                CheckUndrawn(&spot, row, clip, id);
             }
         }
     }

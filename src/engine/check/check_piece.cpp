@@ -79,6 +79,7 @@ static void CheckDocument(CheckContext* context, CheckedDocument* checked)
     {
         CheckReferences(context, checked);
         CheckTime(context, checked);
+        CheckViews(context, checked);
         CheckPictures(context, checked);
     }
 }

@@ -219,10 +219,28 @@ static void CheckEnd(CheckedDocument* checked, const TimelineEnd& last)
     }
 }
 
+/// The first row decides that there is anything at all, so authors mostly let it last.
+static void CheckFirstRow(CheckedDocument* checked, const TimelineEnd& last)
+{
+    const Timeline* timeline = checked->document.timeline;
+    uint32_t end = 0;
+    for (uint32_t c = 0; c < timeline->clipCount[0]; ++c)
+    {
+        end += timeline->spaceBefore[0][c] + timeline->length[0][c];
+    }
+    if (last.node != nullptr && timeline->clipCount[0] != 0 && end < last.tick)
+    {
+        AddFinding(
+            &last.spot, Severity::kNote, Rule::kShortFirstRow, last.node,
+            FormatText("the first row ends at tick %u, and this clip at tick %u", end, last.tick));
+    }
+}
+
 static void CheckLoadingEnd(const TimelineEnd& last)
 {
     static constexpr uint32_t kEnd = 100; // ticks
-    if (last.node != nullptr && last.tick != kEnd)
+    // The last picture is that of tick 100, for which clips may end one tick later.
+    if (last.node != nullptr && last.tick != kEnd && last.tick != kEnd + 1)
     {
         AddFinding(&last.spot, Severity::kWarning, Rule::kLoadingLength, last.node,
                    FormatText("the loading document ends at tick %u; it is shown from 0 to %u",
@@ -240,4 +258,5 @@ void CheckTime(CheckContext* context, CheckedDocument* checked)
         return; // rows end where their readers failed
     }
     checked->isDemo ? CheckEnd(checked, last) : CheckLoadingEnd(last);
+    CheckFirstRow(checked, last);
 }

@@ -81,6 +81,9 @@ void CheckReferences(CheckContext* context, CheckedDocument* checked);
 /// The timeline, loops and curves.
 void CheckTime(CheckContext* context, CheckedDocument* checked);
 
+/// Clips in which nothing can be seen, and the picture that costs most.
+void CheckViews(CheckContext* context, CheckedDocument* checked);
+
 /// Images, meshes and recipes.
 void CheckPictures(CheckContext* context, CheckedDocument* checked);
 

@@ -17,13 +17,13 @@ static constexpr const char* kRuleNames[] = {
     "parameter-out-of-range",
     "dangling-reference", "missing-reference", "wrong-reference", "unused-item", "missing-entry",
     "damaged-entry", "doubled-entry", "unreachable-entry", "unnamed-entry", "missing-music",
-    "not-a-module",
+    "not-a-module", "music-length",
     "ignored-alpha", "bitmap-without-alpha", "grey-bitmap", "odd-sides", "no-coordinates",
-    "one-coordinate-set", "no-normals", "flat-triangles", "no-scale", "target-not-shown",
+    "one-coordinate-set", "no-normals", "flat-triangles", "inside-out", "no-scale", "target-not-shown", "target-not-drawn",
     "target-feeds-itself", "open-target",
     "empty-timeline", "early-end", "hidden-clip", "past-index", "empty-loop", "late-spline",
-    "loading-length", "empty-clip",
-    "too-many-instances", "too-large", "size",
+    "loading-length", "short-first-row", "empty-clip", "never-seen", "blank-picture",
+    "too-many-instances", "too-large", "near-limit", "dearest-tick", "size",
 };
 // clang-format on
 static_assert(std::size(kRuleNames) == kRuleCount);

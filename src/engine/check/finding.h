@@ -54,6 +54,7 @@ enum class Rule : uint8_t
     kUnnamedEntry,
     kMissingMusic,
     kNotAModule,
+    kMusicLength,
     // Recipes and pictures
     kIgnoredAlpha,
     kBitmapWithoutAlpha,
@@ -63,8 +64,10 @@ enum class Rule : uint8_t
     kOneCoordinateSet,
     kNoNormals,
     kFlatTriangles,
+    kInsideOut,
     kNoScale,
     kTargetNotShown,
+    kTargetNotDrawn,
     kTargetFeedsItself,
     kOpenTarget,
     // Time
@@ -75,10 +78,15 @@ enum class Rule : uint8_t
     kEmptyLoop,
     kLateSpline,
     kLoadingLength,
+    kShortFirstRow,
     kEmptyClip,
+    kNeverSeen,
+    kBlankPicture,
     // Cost
     kTooManyInstances,
     kTooLarge,
+    kNearLimit,
+    kDearestTick,
     kSize,
 };
 

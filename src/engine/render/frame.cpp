@@ -5,12 +5,10 @@
 #include "engine/render/gl_calls.h"
 #include "engine/render/perspective.h"
 #include "engine/render/records/material.h"
+#include "engine/render/records/planes.h"
 #include "engine/render/records/scene.h"
 #include "engine/render/records/timeline.h"
 #include "engine/render/render_target.h"
-
-static constexpr float kNearPlane = 0.1f;
-static constexpr float kFarPlane = 1000.0f;
 
 /// What "force 16:9" forces, whatever its name says.
 static constexpr float kForcedAspect = 1.6f;

@@ -10,6 +10,7 @@
 
 #include "base_document.h"
 #include "engine/check/check_piece.h"
+#include "engine/check/module_length.h"
 #include "support/package_builder.h"
 #include "support/temporary_folder.h"
 
@@ -60,7 +61,8 @@ static std::string Lines(const CheckResult& result)
     std::string text;
     for (const Finding& finding : result.findings)
     {
-        text += finding.rule == Rule::kSize ? "" : Line(finding) + "\n";
+        const bool isFigure = finding.rule == Rule::kSize || finding.rule == Rule::kDearestTick;
+        text += isFigure ? "" : Line(finding) + "\n";
     }
     return text;
 }
@@ -192,8 +194,11 @@ TEST_F(RulesTest, ADocumentWithoutMistakesHasNoFinding)
     const CheckResult result = CheckDemo(kBaseDocument);
     EXPECT_EQ(Lines(result), "");
     EXPECT_EQ(result.demoText, kBaseDocument);
-    ASSERT_EQ(result.findings.size(), 1u);
-    EXPECT_EQ(result.findings[0].rule, Rule::kSize);
+    ASSERT_EQ(result.findings.size(), 2u);
+    EXPECT_EQ(result.findings[0].text, "of the pictures half a second apart that of tick 0 costs "
+                                       "most: 4 objects in 4 copies with 912 vertices, 4096 pixels "
+                                       "of effects");
+    EXPECT_EQ(result.findings[1].rule, Rule::kSize);
 }
 
 /// The line, counted from 1, on which the change of a case begins.
@@ -390,7 +395,139 @@ TEST_F(RulesTest, AllMistakesOfADocumentAreTold)
               "[rubbish-after-number]\n");
 }
 
-/// Rules that have a test of their own here.
+/// The base document with one object, the square without copies.
+static std::string OneObject()
+{
+    std::string text = kBaseDocument;
+    const size_t copies = text.find("      <manipulator");
+    text.erase(copies, text.find('\n', copies) + 1 - copies);
+    const size_t second = text.find("    <object type=\"1\"");
+    text.erase(second, text.find("  </scene>") - second);
+    return text;
+}
+
+TEST_F(RulesTest, AClipInWhichNothingIsSeenIsTold)
+{
+    const std::string text = OneObject();
+    EXPECT_FALSE(Has(CheckDemo(text), Rule::kNeverSeen, kWarn, 0));
+    const struct
+    {
+        const char* after;
+        const char* from;
+        const char* to;
+        const char* reason;
+    } cases[] = {
+        {"<timeline>", "value=\"-5\"", "value=\"5\"", "1 behind the camera"},
+        {"<timeline>", "value=\"-5\"", "value=\"-1002\"", "1 beyond the far plane"},
+        {"<timeline>", "<ry type=\"static\" value=\"0\"/>", "<ry type=\"static\" value=\"180\"/>",
+         "1 behind the camera"},
+        {"<scenes>", "<sx type=\"static\" value=\"1\"/><sy type=\"static\" value=\"1\"/>",
+         "<sx type=\"static\" value=\"0\"/><sy type=\"static\" value=\"0\"/>", "1 of scale 0"},
+        {"<envelopes>", "<p>0.01</p><p>1</p>", "<p>0</p><p>0.5</p>", "1 not visible"},
+    };
+    for (const auto& c : cases)
+    {
+        const CheckResult result = CheckDemo(Changed(c.after, c.from, c.to, text));
+        EXPECT_TRUE(Has(result, Rule::kNeverSeen, kWarn, 0)) << Lines(result);
+        EXPECT_NE(Lines(result).find(c.reason), std::string::npos) << Lines(result);
+    }
+    // On its edge the square is still in the picture.
+    const std::string edge = Changed("<timeline>", "value=\"-5\"", "value=\"-1000\"", text);
+    EXPECT_FALSE(Has(CheckDemo(edge), Rule::kNeverSeen, kWarn, 0));
+}
+
+TEST_F(RulesTest, AFirstRowThatEndsEarlyIsTold)
+{
+    const std::string text =
+        Changed("<timeline>", "</row>", "</row>\n<row>" + Clip(0, 200) + "</row>");
+    EXPECT_TRUE(Has(CheckDemo(text), Rule::kShortFirstRow, kNote, 76));
+}
+
+TEST_F(RulesTest, ATargetThatNoFrameDrawsIsTold)
+{
+    std::string late = Clip(500, 100);
+    late.replace(late.find("type=\"0\""), 8, "type=\"1\" rtex=\"1\"");
+    const std::string text = Changed("<timeline>", "</row>", late + "\n</row>");
+    EXPECT_TRUE(Has(CheckDemo(text), Rule::kTargetNotDrawn, kWarn, 75));
+}
+
+TEST_F(RulesTest, AMeshThatIsInsideOutIsTold)
+{
+    const std::string turned =
+        SquareModel([](ModelSource* source) { source->indices = {0, 2, 1, 0, 3, 2}; });
+    EXPECT_TRUE(Has(CheckEntry({"square.model", turned}), Rule::kInsideOut, kWarn, 9));
+    const std::string half =
+        SquareModel([](ModelSource* source) { source->indices = {0, 2, 1, 0, 2, 3}; });
+    EXPECT_FALSE(Has(CheckEntry({"square.model", half}), Rule::kInsideOut, kWarn, 0));
+}
+
+TEST_F(RulesTest, ManyCopiesAreNearTheLimit)
+{
+    const std::string many =
+        Changed("<scenes>", "<manipulator type=\"2\"><p type=\"static\" value=\"0\"/>",
+                "<manipulator type=\"1\"><p type=\"static\" value=\"600000\"/>");
+    EXPECT_TRUE(Has(CheckDemo(many), Rule::kNearLimit, kWarn, 0));
+}
+
+/// A module of one channel and one pattern of 64 rows.
+/// @param effect   two bytes, of the first row
+static std::string Module(const std::string& effect, int orders)
+{
+    std::string file = "Extended Module: " + std::string(63, '\0') + std::string(256, '\0');
+    const auto put = [&file](size_t at, int value)
+    {
+        file[at] = static_cast<char>(value);
+        file[at + 1] = static_cast<char>(value >> 8);
+    };
+    put(60, 276);
+    put(64, orders);
+    put(68, 1);
+    put(70, 1);
+    put(76, 5);
+    put(78, 125);
+    std::string data = "\x98" + effect;
+    data += std::string(63, '\x80');
+    const size_t pattern = file.size();
+    file += std::string(9, '\0') + data;
+    put(pattern, 9);
+    put(pattern + 5, 64);
+    put(pattern + 7, static_cast<int>(data.size()));
+    return file;
+}
+
+static double SecondsOf(const std::string& file)
+{
+    return MeasureModule(reinterpret_cast<const uint8_t*>(file.data()), file.size());
+}
+
+TEST(ModuleLength, RowsAreFollowedInTheirOrder)
+{
+    // A row of 5 module ticks at 125 beats a minute lasts 0.1 s.
+    EXPECT_NEAR(SecondsOf(Module(std::string(2, '\0'), 1)), 6.4, 1e-9);
+    EXPECT_NEAR(SecondsOf(Module(std::string(2, '\0'), 3)), 19.2, 1e-9);
+    EXPECT_NEAR(SecondsOf(Module("\x0f\x0a", 1)), 12.8, 1e-9);              // 10 module ticks a row
+    EXPECT_NEAR(SecondsOf(Module("\x0f\xfa", 1)), 3.2, 1e-9);               // 250 beats a minute
+    EXPECT_NEAR(SecondsOf(Module("\x0d\x10", 1)), 0.1, 1e-9);               // breaks to row 10
+    EXPECT_NEAR(SecondsOf(Module("\x0d\x60", 2)), 0.5, 1e-9);               // rows 0 and 60 to 63
+    EXPECT_NEAR(SecondsOf(Module(std::string("\x0b\0", 2), 2)), 0.1, 1e-9); // back to itself
+    EXPECT_NEAR(SecondsOf(Module("\x0e\xe3", 1)), 6.7, 1e-9);               // the first row waits
+    EXPECT_NEAR(SecondsOf(Module("\x0e\x62", 1)), 6.6, 1e-9);               // and comes twice more
+    EXPECT_EQ(SecondsOf("Extended Module: "), 0.0);
+}
+
+TEST_F(RulesTest, AModuleOfAnotherLengthIsTold)
+{
+    // The piece lasts 1.01 s.
+    folder.Write("song.xm", Module("\x0d\x60", 1));
+    EXPECT_EQ(Lines(CheckDemo(kBaseDocument)), "");
+    folder.Write("song.xm", Module(std::string(2, '\0'), 1));
+    EXPECT_TRUE(Has(CheckDemo(kBaseDocument), Rule::kMusicLength, kWarn, 77));
+    folder.Write("song.xm", Module("\x0d\x60", 1));
+    const std::string longer = Changed("<timeline>", "length=\"100\"", "length=\"400\"");
+    EXPECT_TRUE(Has(CheckDemo(longer), Rule::kMusicLength, kWarn, 77));
+}
+
+/// Rules that have a test of their own here, or in the tests of the command.
 static constexpr Rule kTestedAlone[] = {
     Rule::kUnreadablePackage, Rule::kMissingDocument, Rule::kDoubledEntry,
     Rule::kUnreachableEntry,  Rule::kUnnamedEntry,    Rule::kGreyBitmap,
@@ -398,6 +535,9 @@ static constexpr Rule kTestedAlone[] = {
     Rule::kOneCoordinateSet,  Rule::kNoNormals,       Rule::kFlatTriangles,
     Rule::kTargetNotShown,    Rule::kHiddenClip,      Rule::kEarlyEnd,
     Rule::kLoadingLength,     Rule::kTooLarge,        Rule::kSize,
+    Rule::kNeverSeen,         Rule::kShortFirstRow,   Rule::kTargetNotDrawn,
+    Rule::kInsideOut,         Rule::kNearLimit,       Rule::kMusicLength,
+    Rule::kBlankPicture,      Rule::kDearestTick,
 };
 
 TEST(RuleNames, AllHaveATest)
