@@ -1,14 +1,18 @@
 """Commands and listings of the handbook do what it says."""
 
+import html.parser
+import json
 import os
 import pathlib
 import re
 import subprocess
 import sys
+import urllib.parse
 
 import pytest
 
 from conftest import program
+from quorvale.facts import CATALOGUES
 from quorvale.meshes import Mesh, sphere, square
 
 BOOK = pathlib.Path(__file__).resolve().parents[2] / "docs/handbook"
@@ -70,6 +74,66 @@ def test_links_between_pages_lead_somewhere():
     for page in BOOK.glob("*.md"):
         for target in re.findall(r"\]\(([^)#]+)\)", page.read_text(encoding="utf-8")):
             assert (BOOK / target).exists(), f"{page.name}: {target}"
+
+
+@pytest.fixture(scope="module")
+def site(tmp_path_factory):
+    """The handbook as web pages, made by the command that its first page prints."""
+    folder = tmp_path_factory.mktemp("site")
+    command = next(line.split() for line in (BOOK / "index.md").read_text("utf-8").splitlines()
+                   if line.startswith("    mkdocs build "))
+    command[-1] = str(folder)
+    run = subprocess.run(command, cwd=BOOK.parents[1], capture_output=True, text=True)
+    assert run.returncode == 0 and "WARNING" not in run.stderr, run.stderr
+    return folder
+
+
+class Links(html.parser.HTMLParser):
+    """What a page names and what it leads to."""
+
+    def __init__(self, path):
+        super().__init__()
+        self.ids, self.links, self.parts = set(), [], []
+        self.feed(path.read_text(encoding="utf-8"))
+
+    def handle_starttag(self, tag, attributes):
+        words = dict(attributes)
+        self.ids.add(words.get("id"))
+        if tag == "a":
+            self.links.append(words.get("href") or "")
+        elif tag in ("link", "script", "img"):
+            self.parts.append(words.get("href") or words.get("src") or "")
+
+
+def test_links_and_parts_of_the_web_pages_are_there(site):
+    pages = {path.name: Links(path) for path in site.glob("*.html") if path.name != "404.html"}
+    assert {"index.html", "ten-minutes.html", "how-to.html", "gallery.html",
+            "reference.html"} <= set(pages)
+    for name, page in pages.items():
+        for link in page.links + page.parts:
+            target = urllib.parse.urlsplit(link)
+            if target.scheme or link in ("", "#"):
+                # Nothing that shows a page comes from elsewhere.
+                assert link not in page.parts or not target.scheme, f"{name}: {link}"
+                continue
+            path = urllib.parse.unquote(target.path) or name
+            assert path == "." or (site / path).exists(), f"{name}: {link}"
+            if target.fragment and path in pages:
+                assert urllib.parse.unquote(target.fragment) in pages[path].ids, f"{name}: {link}"
+
+
+def test_the_search_of_the_web_pages_knows_every_function(site):
+    index = json.loads((site / "search/search_index.json").read_text(encoding="utf-8"))
+    titles = {entry["title"] for entry in index["docs"]}
+    assert {"x_multiplier", "lit_color", "Scene.add", "Feed a picture back"} <= titles
+    assert (site / "search/worker.js").exists() and (site / "search/lunr.js").exists()
+
+
+def test_the_reference_shows_what_the_gallery_shows():
+    page = (BOOK / "reference.md").read_text(encoding="utf-8")
+    for row in [row for name in ("generators", "recipes", "effects", "genmeshes", "manipulators")
+                for row in CATALOGUES[name].rows]:
+        assert re.search(rf"^### {row.word}\n(?:(?!^##).*\n)*?!\[", page, re.MULTILINE), row.word
 
 
 def test_the_reference_is_the_librarys_words(root, tmp_path):
