@@ -1,10 +1,14 @@
-// A whole frame over an OpenGL that does nothing: what the engine itself costs for 1, 100 and 4,000
-// objects, and what the OpenGL calls of those objects cost without it.
+// A whole frame over an OpenGL that does nothing at all, beside the list of the same calls made
+// again.
 #include <GL/glew.h>
 #include <benchmark/benchmark.h>
 
+#include "compare.h"
+#include "engine/data/cos_table.h"
 #include "engine/render/frame.h"
-#include "support/recorded_gl.h"
+#include "engine/render/piece_run.h"
+#include "engine/textures/corner_masks.h"
+#include "silent_gl.h"
 #include "support/test_piece.h"
 #include "support/timeline_builder.h"
 
@@ -63,54 +67,83 @@ static void AddObjects(TestPiece* piece, uint32_t objects)
     }
 }
 
+/// Draws frame after frame, beside the calls of one frame made again.
+static void CompareFrames(benchmark::State& state, TestPiece* piece)
+{
+    const FrameSources sources = TestSources(piece);
+    uint32_t time = 0;
+    const auto draw = [&]
+    {
+        const FrameRequest request = {1.6f, time, 1280, 800};
+        benchmark::DoNotOptimize(RenderFrame(&sources, &request));
+        time = time < 99999 ? time + 1 : 0;
+    };
+    draw();
+    KeepCalls();
+    draw();
+    const size_t calls = StopKeepingCalls();
+    CompareForms(state, {{"engine", draw}, {"replay", ReplayCalls}});
+    state.counters["calls"] = static_cast<double>(calls);
+}
+
 /// Arguments: objects; buffer objects in use.
 static void BenchFrame(benchmark::State& state)
 {
-    ResetGl();
-    MuteGl(true);
     TestPiece piece;
     StartTestPiece(&piece);
     AddObjects(&piece, static_cast<uint32_t>(state.range(0)));
     piece.features = {static_cast<int32_t>(state.range(1)), 0, 1, 1};
-    const FrameSources sources = TestSources(&piece);
-    uint32_t time = 0;
-    for (auto unused : state)
-    {
-        static_cast<void>(unused);
-        const FrameRequest request = {1.6f, time, 1280, 800};
-        benchmark::DoNotOptimize(RenderFrame(&sources, &request));
-        time = time < 99999 ? time + 1 : 0;
-    }
-    state.counters["calls"] =
-        static_cast<double>(GlCallCount()) / static_cast<double>(state.iterations());
-    state.SetItemsProcessed(state.iterations() * state.range(0));
+    CompareFrames(state, &piece);
     FreeTestPiece(&piece);
 }
-BENCHMARK(BenchFrame)
-    ->ArgNames({"objects", "vbo"})
-    ->ArgsProduct({{1, 100, 4000}, {0, 1}})
-    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(BenchFrame)->ArgNames({"objects", "vbo"})->ArgsProduct({{1, 250, 1000, 4000}, {0, 1}});
 
-/// The matrix and drawing calls of as many objects: the floor under the frame.
-static void BenchInstanceCallsAlone(benchmark::State& state)
+/// An object that a manipulator copies, so many times 64 copies of it.
+static void BenchCopies(benchmark::State& state)
 {
-    ResetGl();
-    MuteGl(true);
-    for (auto unused : state)
+    TestPiece piece;
+    StartTestPiece(&piece);
+    AddObjects(&piece, 1);
+    Scene* scene = GetRecord<Scene>(1, piece.document.scenes);
+    Manipulator* copies = &scene->manipulators[0][0]; // "Multiply XYZ"
+    scene->manipulatorCount[0] = 1;
+    for (uint32_t i = 0; i < kManipulatorUsedParams; ++i)
     {
-        static_cast<void>(unused);
-        for (int64_t i = 0; i < state.range(0); ++i)
-        {
-            glPushMatrix();
-            glTranslatef(static_cast<float>(i), 1.0f, 0.0f);
-            glRotatef(0.0f, 1.0f, 0.0f, 0.0f);
-            glRotatef(0.0f, 0.0f, 1.0f, 0.0f);
-            glRotatef(0.0f, 0.0f, 0.0f, 1.0f);
-            glScalef(1.0f, 1.0f, 1.0f);
-            glDrawElements(GL_TRIANGLES, 3, GL_UNSIGNED_INT, indices);
-            glPopMatrix();
-        }
+        copies->params[i] = FloatSlot(i == 0 ? 4.0f * static_cast<float>(state.range(0)) : 4.0f);
     }
-    state.SetItemsProcessed(state.iterations() * state.range(0));
+    piece.features = {0, 0, 1, 1};
+    CompareFrames(state, &piece);
+    FreeTestPiece(&piece);
 }
-BENCHMARK(BenchInstanceCallsAlone)->ArgName("objects")->Arg(4000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BenchCopies)->Arg(1)->Arg(4)->Arg(16);
+
+/// The loading screen of the sample piece, half done.
+static void BenchLoadingScreen(benchmark::State& state)
+{
+    BuildCosTable();
+    BuildCornerMasks();
+    FaultList faults;
+    StartFaults(&faults);
+    PieceRun run;
+    const bool isLoaded =
+        StartRun(&run, &faults) && OpenPackageFile(PACKAGE, &run.piece.package, &faults) &&
+        LoadRunDocument(&run, RunDocument::kLoading, nullptr) == LoadResult::kLoaded;
+    if (!isLoaded)
+    {
+        state.SkipWithError("the sample piece can't be loaded");
+        return;
+    }
+    const FrameSources sources = RunSources(&run, RunDocument::kLoading);
+    const FrameRequest request = {1.6f, 50, 1280, 800};
+    const auto draw = [&]
+    {
+        benchmark::DoNotOptimize(RenderFrame(&sources, &request));
+    };
+    KeepCalls();
+    draw();
+    const size_t calls = StopKeepingCalls();
+    CompareForms(state, {{"engine", draw}, {"replay", ReplayCalls}});
+    state.counters["calls"] = static_cast<double>(calls);
+    CloseRun(&run);
+}
+BENCHMARK(BenchLoadingScreen);

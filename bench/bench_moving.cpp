@@ -1,19 +1,17 @@
-// What moves: the images of 2D effects, normals and ripples, each beside its plain form from the
-// tests and, where look-ups bound it, beside the look-ups alone.
+// What moves: the images of 2D effects, water, normals and ripples, each beside its plain form from
+// the tests and, where look-ups or random numbers bound it, beside those alone.
 //
 // All forms of a row run in turns in one thread, and the counters give the shortest time of each in
-// microseconds; `times_faster` is plain / engine, `of_reads` is engine / reads. Ratios hold from
-// machine to machine, times do not.
-#include <algorithm>
+// microseconds.
 #include <benchmark/benchmark.h>
 #include <cmath>
 #include <cstdlib>
 #include <emmintrin.h>
-#include <functional>
 #include <memory>
-#include <time.h>
 #include <vector>
 
+#include "assimp_normals.h"
+#include "compare.h"
 #include "engine/data/arena.h"
 #include "engine/data/cos_table.h"
 #include "engine/data/fault.h"
@@ -26,48 +24,7 @@
 #include "engine/geometry/water.h"
 #include "engine/textures/effect_kernels.h"
 #include "engine/textures/plain_effects.h"
-
-static double Microseconds()
-{
-    timespec now;
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<double>(now.tv_sec) * 1e6 + static_cast<double>(now.tv_nsec) * 1e-3;
-}
-
-using Form = std::function<void()>;
-
-static void TimeForm(const Form& form, double* shortest)
-{
-    double start = Microseconds();
-    form();
-    *shortest = std::min(*shortest, Microseconds() - start);
-}
-
-/// @param reads   may be empty
-static void Compare(benchmark::State& state, const Form& plain, const Form& engine,
-                    const Form& reads)
-{
-    double plainTime = 1e30;
-    double engineTime = 1e30;
-    double readsTime = 1e30;
-    while (state.KeepRunning())
-    {
-        TimeForm(plain, &plainTime);
-        TimeForm(engine, &engineTime);
-        if (reads)
-        {
-            TimeForm(reads, &readsTime);
-        }
-    }
-    state.counters["plain_us"] = plainTime;
-    state.counters["engine_us"] = engineTime;
-    state.counters["times_faster"] = plainTime / engineTime;
-    if (reads)
-    {
-        state.counters["reads_us"] = readsTime;
-        state.counters["of_reads"] = engineTime / readsTime;
-    }
-}
+#include "engine/vectors/instruction_sets.h"
 
 // ---- 2D effects
 
@@ -88,29 +45,38 @@ struct ReadPlan
     std::vector<uint32_t> places;
 };
 
-/// Look-ups of single floats, `reads` of them a pixel.
-template <uint32_t reads>
-static float ReadFloats(const ReadPlan& plan, uint32_t side)
+/// Look-ups of single floats, two, six or one of them a pixel.
+struct ReadLoops
 {
-    float sum[2][reads] = {};
-    for (uint32_t y = 0; y < side; ++y)
+    float (*two)(const uint32_t* places, uint32_t side);
+    float (*six)(const uint32_t* places, uint32_t side);
+    float (*one)(const uint32_t* places, uint32_t count);
+};
+
+#define LOOPS "read_loops.inc"
+#define LOOPS_READ_TABLES 1
+#include "engine/vectors/each_instruction_set.inc"
+
+/// The loops of the next instruction set that this processor has: in turns, the shortest time is
+/// that of the fastest.
+static const ReadLoops* NextReadLoops(uint32_t* turn)
+{
+    static constexpr const ReadLoops* kTables[kInstructionSets] = {&sse2::kTable, &avx2::kTable,
+                                                                   &avx2_gathers::kTable};
+    *turn += 1;
+    const uint32_t set = *turn % kInstructionSets;
+    return kTables[CanRunInstructionSet(static_cast<InstructionSet>(set)) ? set : 0];
+}
+
+/// The look-ups of an image.
+/// @param reads   of a pixel, two or six
+static std::function<void()> ReadFloats(const ReadPlan& plan, uint32_t side, uint32_t reads)
+{
+    return [&plan, side, reads, turn = 0u]() mutable
     {
-        for (uint32_t x = 0; x < side; x += 2)
-        {
-            for (uint32_t read = 0; read < reads; ++read)
-            {
-                const uint32_t* places = plan.places.data() + read * side + x;
-                sum[0][read] += CosTable[places[0]];
-                sum[1][read] += CosTable[places[1]];
-            }
-        }
-    }
-    float all = 0.0f;
-    for (uint32_t read = 0; read < reads; ++read)
-    {
-        all += sum[0][read] + sum[1][read];
-    }
-    return all;
+        const ReadLoops* loops = NextReadLoops(&turn);
+        benchmark::DoNotOptimize((reads == 2 ? loops->two : loops->six)(plan.places.data(), side));
+    };
 }
 
 /// Two look-ups of 16 bytes a pixel.
@@ -141,16 +107,18 @@ static void BenchEffect1(benchmark::State& state)
     const float step = static_cast<float>(state.range(2));
     const ReadPlan plan(side, kCosTurn); // of one sign, as most images have it
     std::vector<uint8_t> image(side * side * 3);
-    Compare(
-        state, [&] { PlainEffect1(side, bpp, step, image.data()); },
-        [&] {
-            RenderEffect1(static_cast<int32_t>(side), static_cast<uint8_t>(bpp), step,
-                          image.data());
-        },
-        [&] {
-            benchmark::DoNotOptimize(bpp == 24 ? ReadFloats<6>(plan, side)
-                                               : ReadFloats<2>(plan, side));
-        });
+    CompareForms(state, {{"plain",
+                          [&]
+                          {
+                              PlainEffect1(side, bpp, step, image.data());
+                          }},
+                         {"engine",
+                          [&]
+                          {
+                              RenderEffect1(static_cast<int32_t>(side), static_cast<uint8_t>(bpp),
+                                            step, image.data());
+                          }},
+                         {"reads", ReadFloats(plan, side, bpp == 24 ? 6 : 2)}});
 }
 BENCHMARK(BenchEffect1)->ArgsProduct({{64, 128, 256, 512}, {8, 24}, {100}});
 BENCHMARK(BenchEffect1)->ArgsProduct({{512}, {24}, {0, 37, 250, 1000}});
@@ -174,22 +142,22 @@ static void BenchRotate(benchmark::State& state)
     const float step = static_cast<float>(state.range(2));
     const ReadPlan plan(side, bpp == 24 ? 512 : kCosTurn); // what fits the nearest memory
     std::vector<uint8_t> image(side * side * 3);
-    Compare(
-        state, [&] { PlainRotate(side, bpp, step, image.data()); },
-        [&] {
-            RenderRotate(static_cast<int32_t>(side), static_cast<uint8_t>(bpp), step, image.data());
-        },
-        [&]
-        {
-            if (bpp == 24)
-            {
-                benchmark::DoNotOptimize(ReadRows(plan, side, uRows.data(), vRows.data()));
-            }
-            else
-            {
-                benchmark::DoNotOptimize(ReadFloats<2>(plan, side));
-            }
-        });
+    const auto readRows = [&]
+    {
+        benchmark::DoNotOptimize(ReadRows(plan, side, uRows.data(), vRows.data()));
+    };
+    CompareForms(state, {{"plain",
+                          [&]
+                          {
+                              PlainRotate(side, bpp, step, image.data());
+                          }},
+                         {"engine",
+                          [&]
+                          {
+                              RenderRotate(static_cast<int32_t>(side), static_cast<uint8_t>(bpp),
+                                           step, image.data());
+                          }},
+                         {"reads", bpp == 24 ? readRows : ReadFloats(plan, side, 2)}});
 }
 BENCHMARK(BenchRotate)->ArgsProduct({{64, 128, 256, 512}, {8, 24}, {100}});
 BENCHMARK(BenchRotate)->ArgsProduct({{512}, {24}, {0, 10, 21, 37, 250, 500, 750, 1000}});
@@ -208,24 +176,42 @@ static void BenchFrameOfEightEffects(benchmark::State& state)
     BuildCosTable();
     std::vector<uint8_t> image(512 * 512 * 3);
     float step = 0.0f;
-    double shortest = 1e30;
-    while (state.KeepRunning())
-    {
-        TimeForm(
-            [&]
-            {
-                for (float other : {0.0f, 50.0f, 100.0f, 150.0f})
-                {
-                    RenderEffect1(512, 24, step + other, image.data());
-                    RenderRotate(512, 24, step + other, image.data());
-                }
-            },
-            &shortest);
-        step += 1.0f;
-    }
-    state.counters["engine_us"] = shortest;
+    CompareForms(state, {{"engine", [&]
+                          {
+                              for (const float other : {0.0f, 50.0f, 100.0f, 150.0f})
+                              {
+                                  RenderEffect1(512, 24, step + other, image.data());
+                                  RenderRotate(512, 24, step + other, image.data());
+                              }
+                              step += 1.0f;
+                          }}});
 }
 BENCHMARK(BenchFrameOfEightEffects);
+
+/// A step of growth at 24 bits, beside the random numbers that it draws.
+static void BenchAmoba(benchmark::State& state)
+{
+    const int32_t side = static_cast<int32_t>(state.range(0));
+    RandomSequence random;
+    RandomSequence other;
+    SeedRandom(&random, 5);
+    SeedRandom(&other, 5);
+    std::vector<uint8_t> cells(static_cast<size_t>(side) * static_cast<size_t>(side) * 3);
+    SeedAmoba(side, 24, cells.data(), &random);
+    CompareForms(state, {{"engine",
+                          [&]
+                          {
+                              GrowAmoba(side, 24, cells.data(), &random);
+                          }},
+                         {"random", [&]
+                          {
+                              for (int32_t i = 0; i < side * side / 4; ++i)
+                              {
+                                  benchmark::DoNotOptimize(NextRandom(&other));
+                              }
+                          }}});
+}
+BENCHMARK(BenchAmoba)->Arg(128)->Arg(256)->Arg(512);
 
 // ---- Geometry
 
@@ -277,21 +263,47 @@ struct Sheet
 
 static void CompareNormals(benchmark::State& state, const Mesh& mesh, Arena* arena)
 {
-    Compare(
-        state,
-        [&] {
-            PlainNormals(mesh.vertexCount, mesh.indexCount, mesh.vertices, mesh.normals,
-                         mesh.indices);
-        },
-        [&] { RecomputeNormals(&mesh, arena); }, nullptr);
+    CompareForms(state, {{"plain",
+                          [&]
+                          {
+                              PlainNormals(mesh.vertexCount, mesh.indexCount, mesh.vertices,
+                                           mesh.normals, mesh.indices);
+                          }},
+                         {"engine", [&]
+                          {
+                              RecomputeNormals(&mesh, arena);
+                          }}});
 }
 
+/// Beside Assimp's smooth normals.
 static void BenchNormalsOf50000Vertices(benchmark::State& state)
 {
     Sheet sheet(200, 250);
-    CompareNormals(state, sheet.mesh, &sheet.arena);
+    const Mesh& mesh = sheet.mesh;
+    AssimpMesh* peer = CreateAssimpMesh(mesh.vertices, mesh.indices, mesh.indexCount);
+    bool done = true;
+    CompareForms(state, {{"plain",
+                          [&]
+                          {
+                              PlainNormals(mesh.vertexCount, mesh.indexCount, mesh.vertices,
+                                           mesh.normals, mesh.indices);
+                          }},
+                         {"engine",
+                          [&]
+                          {
+                              RecomputeNormals(&mesh, &sheet.arena);
+                          }},
+                         {"assimp", [&]
+                          {
+                              done = AssimpSmoothNormals(peer) && done;
+                          }}});
+    FreeAssimpMesh(peer);
+    if (!done)
+    {
+        state.SkipWithError("Assimp has made no normals");
+    }
 }
-BENCHMARK(BenchNormalsOf50000Vertices);
+BENCHMARK(BenchNormalsOf50000Vertices)->Iterations(6);
 
 static void BenchNormalsOfWater(benchmark::State& state)
 {
@@ -328,43 +340,100 @@ static void BenchRippleOf50000Vertices(benchmark::State& state)
     BuildCosTable();
     Sheet sheet(200, 250);
     const size_t count = sheet.vertices.size();
+    const ReadPlan plan(static_cast<uint32_t>(count / 6 + 1), kCosTurn);
+    uint32_t turn = 0;
     // Without amplitude the coordinates stay what they are from run to run.
-    Compare(
-        state, [&] { PlainRipple(sheet.vertices.data(), count, 0.7f, 0.0f, 1.3f); },
-        [&]
-        {
-            RippleCoordinates(sheet.vertices.data(), count,
-                              static_cast<float>(0.7 * kCosStepsPerRadian),
-                              static_cast<float>(1.3 * kCosStepsPerRadian), 0.0f);
-        },
-        nullptr);
+    CompareForms(state, {{"plain",
+                          [&]
+                          {
+                              PlainRipple(sheet.vertices.data(), count, 0.7f, 0.0f, 1.3f);
+                          }},
+                         {"engine",
+                          [&]
+                          {
+                              RippleCoordinates(sheet.vertices.data(), count,
+                                                static_cast<float>(0.7 * kCosStepsPerRadian),
+                                                static_cast<float>(1.3 * kCosStepsPerRadian), 0.0f);
+                          }},
+                         {"reads", [&]
+                          {
+                              const ReadLoops* loops = NextReadLoops(&turn);
+                              benchmark::DoNotOptimize(
+                                  loops->one(plan.places.data(), static_cast<uint32_t>(count)));
+                          }}});
 }
 BENCHMARK(BenchRippleOf50000Vertices);
 
-/// Both, as a "Rippler" does them.
-static void BenchRippleAndNormalsOf50000Vertices(benchmark::State& state)
+/// Both, as a "Rippler" does them, for so many times 12,500 vertices.
+static void BenchRippleAndNormals(benchmark::State& state)
 {
     BuildCosTable();
-    Sheet sheet(200, 250);
+    Sheet sheet(50 * static_cast<uint32_t>(state.range(0)), 250);
     const Mesh& mesh = sheet.mesh;
     const size_t count = sheet.vertices.size();
-    Compare(
-        state,
-        [&]
-        {
-            PlainRipple(mesh.vertices, count, 0.7f, 0.0f, 1.3f);
-            PlainNormals(mesh.vertexCount, mesh.indexCount, mesh.vertices, mesh.normals,
-                         mesh.indices);
-        },
-        [&]
-        {
-            RippleCoordinates(mesh.vertices, count, static_cast<float>(0.7 * kCosStepsPerRadian),
-                              static_cast<float>(1.3 * kCosStepsPerRadian), 0.0f);
-            RecomputeNormals(&mesh, &sheet.arena);
-        },
-        nullptr);
+    CompareForms(state, {{"plain",
+                          [&]
+                          {
+                              PlainRipple(mesh.vertices, count, 0.7f, 0.0f, 1.3f);
+                              PlainNormals(mesh.vertexCount, mesh.indexCount, mesh.vertices,
+                                           mesh.normals, mesh.indices);
+                          }},
+                         {"engine", [&]
+                          {
+                              RippleCoordinates(mesh.vertices, count,
+                                                static_cast<float>(0.7 * kCosStepsPerRadian),
+                                                static_cast<float>(1.3 * kCosStepsPerRadian), 0.0f);
+                              RecomputeNormals(&mesh, &sheet.arena);
+                          }}});
 }
-BENCHMARK(BenchRippleAndNormalsOf50000Vertices);
+BENCHMARK(BenchRippleAndNormals)->Arg(1)->Arg(4)->Arg(16);
+
+/// A lake that steps each time: heights, vertices and normals, beside its heights in the plain
+/// form.
+static void BenchLake(benchmark::State& state)
+{
+    BuildCosTable();
+    FaultList faults;
+    StartFaults(&faults);
+    Mesh mesh = {};
+    GenMeshState water = {};
+    VertexFaces faces = {};
+    Arena arena = {};
+    RandomSequence random;
+    SeedRandom(&random, 1);
+    if (!BuildGenMesh(kLakeWater, &mesh, &faults) ||
+        !StartGenMeshState(kLakeWater, &mesh, &water, &faults))
+    {
+        state.SkipWithError("no memory");
+        return;
+    }
+    mesh.faces = &faces;
+    const std::vector<int32_t> still(kWaterCells);
+    PlainLake plain = {still, still, still, 0};
+    const std::vector<float> normals(3 * kWaterCells);
+    std::vector<float> plainNormals = normals;
+    float engineTime = 0.5f;
+    float plainTime = 0.5f;
+    CompareForms(state, {{"plain",
+                          [&]
+                          {
+                              plainTime += 1.0f;
+                              benchmark::DoNotOptimize(PlainLakeHeights(
+                                  &plain, plainTime, [&] { return NextRandom(&random); }));
+                              PlainNormals(mesh.vertexCount, mesh.indexCount, mesh.vertices,
+                                           plainNormals.data(), mesh.indices);
+                          }},
+                         {"engine", [&]
+                          {
+                              engineTime += 1.0f;
+                              SimulateWater(kLakeWater, engineTime, &water, &mesh, &random, &arena);
+                          }}});
+    FreeVertexFaces(&faces);
+    FreeGenMeshState(&water);
+    FreeGenMesh(kLakeWater, &mesh);
+    FreeArena(&arena);
+}
+BENCHMARK(BenchLake);
 
 /// Normals of so many meshes in turn: the time of each must not grow with their number.
 static void BenchNormalsOfManyMeshes(benchmark::State& state)
@@ -374,19 +443,12 @@ static void BenchNormalsOfManyMeshes(benchmark::State& state)
     {
         sheets.push_back(std::make_unique<Sheet>(40, 50));
     }
-    double shortest = 1e30;
-    while (state.KeepRunning())
-    {
-        TimeForm(
-            [&]
-            {
-                for (const std::unique_ptr<Sheet>& sheet : sheets)
-                {
-                    RecomputeNormals(&sheet->mesh, &sheet->arena);
-                }
-            },
-            &shortest);
-    }
-    state.counters["us_each"] = shortest / static_cast<double>(state.range(0));
+    CompareForms(state, {{"engine", [&]
+                          {
+                              for (const std::unique_ptr<Sheet>& sheet : sheets)
+                              {
+                                  RecomputeNormals(&sheet->mesh, &sheet->arena);
+                              }
+                          }}});
 }
-BENCHMARK(BenchNormalsOfManyMeshes)->Arg(1)->Arg(32)->Arg(33)->Arg(64);
+BENCHMARK(BenchNormalsOfManyMeshes)->Arg(1)->Arg(4)->Arg(16)->Arg(32)->Arg(33)->Arg(64);

@@ -1,19 +1,18 @@
-// Textures in the plain form of their rules and as the engine makes them, side by side in one run:
-// `bench_textures --benchmark_filter=Blur`. What counts is the ratio of form 0, the plain one, to
-// the others: 1 and up are the engine's, by instruction set, 1 being what every processor runs.
+// Textures in the plain form of their rules, as the engine makes them with each instruction set,
+// and by other libraries, side by side in one run: `bench_textures --benchmark_filter=Blur`.
 //
-// A load is held against the parse of a document of 1 MB: making all textures of a large piece is
-// to take no longer than twice that. With -DQUORVALE_BENCH_OPENCV=ON what OpenCV has that comes
-// near is measured too.
+// The forms of a row take turns in one thread, and the counters give the shortest time of each in
+// microseconds. OpenCV is among them where QUORVALE_BENCH_OPENCV is on.
+#include <algorithm>
 #include <benchmark/benchmark.h>
 #include <cstdlib>
-#include <cstring>
-#include <string>
+#include <functional>
+#include <iterator>
 #include <utility>
 #include <vector>
 
+#include "compare.h"
 #include "engine/data/cos_table.h"
-#include "engine/data/document_text.h"
 #include "engine/textures/corner_masks.h"
 #include "engine/textures/layer_generator.h"
 #include "engine/textures/mip_chain.h"
@@ -21,6 +20,7 @@
 #include "engine/textures/random_values.h"
 #include "engine/textures/texture_steps.h"
 #include "engine/vectors/instruction_sets.h"
+#include "mip_peers.h"
 
 #ifdef QUORVALE_BENCH_OPENCV
 #include "opencv_textures.h"
@@ -43,84 +43,74 @@ static Bytes RandomImage(int32_t size, int32_t components)
     return image;
 }
 
-/// Chooses the form that a benchmark's argument asks for and builds the tables.
-/// @return false if this processor has no such form
-static bool Prepare(benchmark::State& state)
+/// The engine's form with each instruction set that this processor has. The one of gathers differs
+/// from AVX2 in nothing here.
+static void AddEngineForms(const std::function<void()>& run, std::vector<Form>* forms)
+{
+    for (const InstructionSet set : {kSse2, kAvx2})
+    {
+        if (CanRunInstructionSet(set))
+        {
+            const char* name = InstructionSetNames[set];
+            forms->push_back({name, run,
+                              [name]
+                              {
+                                  setenv("QUORVALE_INSTRUCTIONS", name, 1);
+                              }});
+        }
+    }
+}
+
+/// Runs the forms, and builds the tables before.
+/// @param peers   forms of other libraries
+static void CompareTextures(benchmark::State& state, const std::function<void()>& plain,
+                            const std::function<void()>& engine, const std::vector<Form>& peers)
 {
     BuildCosTable();
     BuildCornerMasks();
-    if (state.range(0) == 0)
-    {
-        state.SetLabel("plain");
-        return true;
-    }
-    const InstructionSet set = static_cast<InstructionSet>(state.range(0) - 1);
-    if (!CanRunInstructionSet(set))
-    {
-        state.SkipWithError("this processor cannot run it");
-        return false;
-    }
-    setenv("QUORVALE_INSTRUCTIONS", InstructionSetNames[set], 1);
-    state.SetLabel(InstructionSetNames[set]);
-    return true;
+    std::vector<Form> forms = {{"plain", plain}};
+    AddEngineForms(engine, &forms);
+    forms.insert(forms.end(), peers.begin(), peers.end());
+    CompareForms(state, forms);
+    unsetenv("QUORVALE_INSTRUCTIONS");
 }
 
-static bool IsPlain(const benchmark::State& state)
-{
-    return state.range(0) == 0;
-}
+/// What OpenCV has that comes near a step; null for none.
+using PeerStep = void (*)(const uint8_t* image, const uint8_t* layer, uint8_t* out);
 
-static void BenchStep(benchmark::State& state, int32_t type, Params params)
+static void BenchStep(benchmark::State& state, int32_t type, Params params, PeerStep peer)
 {
-    if (!Prepare(state))
-    {
-        return;
-    }
     params.resize(9, 1.0f);
     Bytes image = RandomImage(kSide, 3);
-    Bytes layer = RandomImage(kSide, 3);
+    const Bytes layer = RandomImage(kSide, 3);
+    Bytes out(image.size());
     Arena scratch = {};
-    while (state.KeepRunning())
+    std::vector<Form> peers;
+    if (peer != nullptr)
     {
-        if (IsPlain(state))
-        {
-            PlainTextureStep(type, params.data(), layer.data(), kSide, image.data());
-        }
-        else
-        {
-            ApplyTextureStep(type, params.data(), layer.data(), kSide, image.data(), &scratch);
-        }
-        benchmark::DoNotOptimize(image.data());
-        benchmark::ClobberMemory();
+        peers.push_back({"opencv", [&]
+                         {
+                             peer(image.data(), layer.data(), out.data());
+                         }});
     }
+    CompareTextures(
+        state, [&] { PlainTextureStep(type, params.data(), layer.data(), kSide, image.data()); },
+        [&] { ApplyTextureStep(type, params.data(), layer.data(), kSide, image.data(), &scratch); },
+        peers);
     FreeArena(&scratch);
 }
 
 static void BenchLayer(benchmark::State& state, uint32_t type, Params params)
 {
-    if (!Prepare(state))
-    {
-        return;
-    }
     params.resize(kLayerParams);
     Bytes image(static_cast<size_t>(kSide) * kSide * 3);
     LayerImage layer = {};
     layer.type = type;
     std::copy(params.begin(), params.end(), layer.params);
     layer.pixels = image.data();
-    while (state.KeepRunning())
-    {
-        if (IsPlain(state))
-        {
-            PlainGenerateLayer(type, params.data(), kSide, image.data());
-        }
-        else
-        {
-            GenerateLayer(&layer, kSide);
-        }
-        benchmark::DoNotOptimize(image.data());
-        benchmark::ClobberMemory();
-    }
+    CompareTextures(
+        state, [&] { PlainGenerateLayer(type, params.data(), kSide, image.data()); },
+        [&] { GenerateLayer(&layer, kSide); }, {});
 }
 
 static void LookAtLevel(void* /*user*/, int /*width*/, int /*height*/, const uint8_t* pixels)
@@ -154,23 +144,29 @@ static void MakeChain(int32_t size, const Bytes& image, int32_t components)
 
 static void BenchMipChain(benchmark::State& state, int32_t size, int32_t components)
 {
-    if (!Prepare(state))
-    {
-        return;
-    }
     const Bytes image = RandomImage(size, components);
-    while (state.KeepRunning())
-    {
-        if (IsPlain(state))
-        {
-            PlainMipChain(size, size, image.data(), components, LookAtLevel, nullptr);
-        }
-        else
-        {
-            MakeChain(size, image, components);
-        }
-        benchmark::ClobberMemory();
-    }
+    Bytes out(image.size());
+    std::vector<Form> peers = {
+        {"stb",
+         [&]
+         {
+             StbChain(size, components, image.data(), out.data());
+         }},
+        {"glu",
+         [&]
+         {
+             GluChain(size, components, image.data(), out.data());
+         }},
+    };
+#ifdef QUORVALE_BENCH_OPENCV
+    peers.push_back({"opencv", [&]
+                     {
+                         OpenCvAreaChain(size, components, image.data(), out.data());
+                     }});
+#endif
+    CompareTextures(
+        state, [&] { PlainMipChain(size, size, image.data(), components, LookAtLevel, nullptr); },
+        [&] { MakeChain(size, image, components); }, peers);
 }
 
 // A load: 80 layers of all generators, 40 textures of 6 steps of all kinds, a chain for each.
@@ -199,173 +195,116 @@ static constexpr float kLoadParams[6][11] = {
     {1, 0.8f, 0.6f, 4711},
 };
 
+/// Makes a whole load.
+/// @param isPlain   in the plain form
+static void MakeLoad(bool isPlain, std::vector<Bytes>* pixels, Bytes* work, Arena* scratch)
+{
+    for (uint32_t i = 0; i < 80; ++i)
+    {
+        LayerImage layer = {};
+        layer.type = i % 6;
+        std::copy(kLoadParams[i % 6], kLoadParams[i % 6] + 11, layer.params);
+        layer.pixels = (*pixels)[i].data();
+        if (isPlain)
+        {
+            PlainGenerateLayer(layer.type, layer.params, kSide, layer.pixels);
+        }
+        else
+        {
+            GenerateLayer(&layer, kSide);
+        }
+    }
+    uint32_t stepNumber = 0;
+    for (uint32_t texture = 0; texture < 40; ++texture)
+    {
+        std::fill(work->begin(), work->end(), uint8_t{0});
+        for (uint32_t i = 0; i < 6; ++i)
+        {
+            const LoadStep& step = kLoadSteps[stepNumber % std::size(kLoadSteps)];
+            const uint8_t* layer = (*pixels)[stepNumber % 80].data();
+            stepNumber += 1;
+            if (isPlain)
+            {
+                PlainTextureStep(step.type, step.params, layer, kSide, work->data());
+            }
+            else
+            {
+                ApplyTextureStep(step.type, step.params, layer, kSide, work->data(), scratch);
+            }
+        }
+        if (isPlain)
+        {
+            PlainMipChain(kSide, kSide, work->data(), 3, LookAtLevel, nullptr);
+        }
+        else
+        {
+            MakeChain(kSide, *work, 3);
+        }
+    }
+}
+
 static void BenchLoad(benchmark::State& state)
 {
-    if (!Prepare(state))
-    {
-        return;
-    }
     const size_t imageBytes = static_cast<size_t>(kSide) * kSide * 3;
     std::vector<Bytes> pixels(80, Bytes(imageBytes));
     Bytes work(imageBytes);
     Arena scratch = {};
-    while (state.KeepRunning())
-    {
-        for (uint32_t i = 0; i < 80; ++i)
-        {
-            LayerImage layer = {};
-            layer.type = i % 6;
-            std::copy(kLoadParams[i % 6], kLoadParams[i % 6] + 11, layer.params);
-            layer.pixels = pixels[i].data();
-            if (IsPlain(state))
-            {
-                PlainGenerateLayer(layer.type, layer.params, kSide, layer.pixels);
-            }
-            else
-            {
-                GenerateLayer(&layer, kSide);
-            }
-        }
-        uint32_t stepNumber = 0;
-        for (uint32_t texture = 0; texture < 40; ++texture)
-        {
-            memset(work.data(), 0, imageBytes);
-            for (uint32_t i = 0; i < 6; ++i)
-            {
-                const LoadStep& step = kLoadSteps[stepNumber % std::size(kLoadSteps)];
-                const uint8_t* layer = pixels[stepNumber % 80].data();
-                stepNumber += 1;
-                if (IsPlain(state))
-                {
-                    PlainTextureStep(step.type, step.params, layer, kSide, work.data());
-                }
-                else
-                {
-                    ApplyTextureStep(step.type, step.params, layer, kSide, work.data(), &scratch);
-                }
-            }
-            if (IsPlain(state))
-            {
-                PlainMipChain(kSide, kSide, work.data(), 3, LookAtLevel, nullptr);
-            }
-            else
-            {
-                MakeChain(kSide, work, 3);
-            }
-        }
-        benchmark::ClobberMemory();
-    }
+    CompareTextures(
+        state, [&] { MakeLoad(true, &pixels, &work, &scratch); },
+        [&] { MakeLoad(false, &pixels, &work, &scratch); }, {});
     FreeArena(&scratch);
 }
 
-static void BenchXml(benchmark::State& state)
-{
-    std::string text = "<?xml version=\"1.0\"?>\n";
-    while (text.size() < 1000000)
-    {
-        text += "<envelopes>\n";
-        for (int i = 0; i < 50; ++i)
-        {
-            text += "  <piece begin=\"" + std::to_string(i * 100) +
-                    "\" length=\"100\">\n    "
-                    "<p type=\"static\" value=\"0.25\"/>\n    <p>1.5</p>\n  </piece>\n";
-        }
-        text += "</envelopes>\n";
-    }
-    FaultList faults;
-    StartFaults(&faults);
-    while (state.KeepRunning())
-    {
-        TiXmlDocument document;
-        LoadFromString(&document, reinterpret_cast<const unsigned char*>(text.data()),
-                       static_cast<long>(text.size()), TIXML_ENCODING_UNKNOWN, &faults);
-        benchmark::DoNotOptimize(document.FirstChild());
-    }
-}
-
-/// What follows every benchmark of the plain form and the engine's.
-#define EACH_FORM ArgName("form")->DenseRange(0, 2)->Unit(benchmark::kMicrosecond)
-
-BENCHMARK_CAPTURE(BenchLayer, Color, 0, Params{0.2f, 0.4f, 0.6f})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchLayer, Sinus_plasma, 1, Params{1, 0.7f, 0.4f, 2.3f, 1.7f})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchLayer, Radial_colors, 2, Params{1, 0.9f, 0.2f, 0, 0.1f, 0.5f, 1.2f, 20})
-    ->EACH_FORM;
-BENCHMARK_CAPTURE(BenchLayer, Maze_size_1, 3, Params{0.9f, 0.5f, 0.7f, 1, 1234, 0.5f})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchLayer, Maze_size_3, 3, Params{0.9f, 0.5f, 0.7f, 3, 1234, 0.5f})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchLayer, Maze_size_6, 3, Params{0.9f, 0.5f, 0.7f, 6, 1234, 0.5f})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchLayer, Bricks, 4,
-                  Params{0.7f, 0.3f, 0.2f, 0.6f, 0.6f, 0.55f, 9, 5, 2, 3, 26})
-    ->EACH_FORM;
-BENCHMARK_CAPTURE(BenchLayer, Noise, 5, Params{1, 0.8f, 0.6f, 4711})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchStep, Add, 101, Params{0.7f, 0.35f})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchStep, Multiply_layer, 102, Params{0.005f})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchStep, Maximum, 103, Params{0.9f, 0.6f})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchStep, Minimum, 104, Params{1.5f, 1.2f})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchStep, Invert, 201, Params{})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchStep, Multiply, 202, Params{1.1f})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchStep, Offset, 203, Params{17, 40})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchStep, Ripple, 204, Params{0.05f, 0.03f, 3, 2})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchStep, Blur, 205, Params{})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchStep, Emboss, 206, Params{1})->EACH_FORM;
-BENCHMARK_CAPTURE(BenchStep, Convolution, 207,
-                  Params{0.1f, 0.2f, 0.1f, 0.05f, 0.3f, 0.05f, -0.1f, 0.2f, 0.1f})
-    ->EACH_FORM;
-BENCHMARK_CAPTURE(BenchMipChain, 1024x1024x4, 1024, 4)->EACH_FORM;
-BENCHMARK_CAPTURE(BenchMipChain, 256x256x3, 256, 3)->EACH_FORM;
-BENCHMARK(BenchLoad)->EACH_FORM;
-BENCHMARK(BenchXml)->Unit(benchmark::kMicrosecond);
-
 #ifdef QUORVALE_BENCH_OPENCV
-/// @param run   takes an image of 1024x1024x4 bytes, a layer of 256x256x3 and room for an image
-static void BenchOpenCv(benchmark::State& state,
-                        void (*run)(const uint8_t* image, const uint8_t* layer, uint8_t* out))
-{
-    const Bytes image = RandomImage(1024, 4);
-    const Bytes layer = RandomImage(kSide, 3);
-    Bytes out(image.size());
-    while (state.KeepRunning())
-    {
-        run(image.data(), layer.data(), out.data());
-        benchmark::ClobberMemory();
-    }
-}
-
-static void OpenCvAdd(const uint8_t* image, const uint8_t* layer, uint8_t* out)
+static void PeerAdd(const uint8_t* image, const uint8_t* layer, uint8_t* out)
 {
     OpenCvAddWeighted(kSide, image, 0.7f, layer, 0.35f, out);
 }
 
-static void OpenCvBlurImage(const uint8_t* image, const uint8_t* /*layer*/, uint8_t* out)
+static void PeerBlur(const uint8_t* image, const uint8_t* /*layer*/, uint8_t* out)
 {
     OpenCvBlur(kSide, image, out);
 }
 
-static void OpenCvEmboss(const uint8_t* image, const uint8_t* /*layer*/, uint8_t* out)
+static void PeerEmboss(const uint8_t* image, const uint8_t* /*layer*/, uint8_t* out)
 {
     static constexpr float kKernel[9] = {-2, -1, 0, -1, 1, 1, 0, 1, 2};
     OpenCvFilter(kSide, image, kKernel, out);
 }
 
-static void OpenCvConvolution(const uint8_t* image, const uint8_t* /*layer*/, uint8_t* out)
+static void PeerConvolution(const uint8_t* image, const uint8_t* /*layer*/, uint8_t* out)
 {
     static constexpr float kKernel[9] = {0.1f, 0.2f, 0.1f, 0.05f, 0.3f, 0.05f, -0.1f, 0.2f, 0.1f};
     OpenCvFilter(kSide, image, kKernel, out);
 }
-
-static void OpenCvLargeChain(const uint8_t* image, const uint8_t* /*layer*/, uint8_t* out)
-{
-    OpenCvAreaChain(1024, 4, image, out);
-}
-
-static void OpenCvSmallChain(const uint8_t* image, const uint8_t* /*layer*/, uint8_t* out)
-{
-    OpenCvAreaChain(256, 3, image, out);
-}
-
-BENCHMARK_CAPTURE(BenchOpenCv, Add, OpenCvAdd)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(BenchOpenCv, Blur, OpenCvBlurImage)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(BenchOpenCv, Emboss, OpenCvEmboss)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(BenchOpenCv, Convolution, OpenCvConvolution)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(BenchOpenCv, 1024x1024x4, OpenCvLargeChain)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(BenchOpenCv, 256x256x3, OpenCvSmallChain)->Unit(benchmark::kMicrosecond);
+#else
+static constexpr PeerStep PeerAdd = nullptr;
+static constexpr PeerStep PeerBlur = nullptr;
+static constexpr PeerStep PeerEmboss = nullptr;
+static constexpr PeerStep PeerConvolution = nullptr;
 #endif
+
+BENCHMARK_CAPTURE(BenchLayer, Color, 0, Params{0.2f, 0.4f, 0.6f});
+BENCHMARK_CAPTURE(BenchLayer, Sinus_plasma, 1, Params{1, 0.7f, 0.4f, 2.3f, 1.7f});
+BENCHMARK_CAPTURE(BenchLayer, Radial_colors, 2, Params{1, 0.9f, 0.2f, 0, 0.1f, 0.5f, 1.2f, 20});
+BENCHMARK_CAPTURE(BenchLayer, Maze_size_1, 3, Params{0.9f, 0.5f, 0.7f, 1, 1234, 0.5f});
+BENCHMARK_CAPTURE(BenchLayer, Maze_size_3, 3, Params{0.9f, 0.5f, 0.7f, 3, 1234, 0.5f});
+BENCHMARK_CAPTURE(BenchLayer, Maze_size_6, 3, Params{0.9f, 0.5f, 0.7f, 6, 1234, 0.5f});
+BENCHMARK_CAPTURE(BenchLayer, Bricks, 4,
+                  Params{0.7f, 0.3f, 0.2f, 0.6f, 0.6f, 0.55f, 9, 5, 2, 3, 26});
+BENCHMARK_CAPTURE(BenchLayer, Noise, 5, Params{1, 0.8f, 0.6f, 4711});
+BENCHMARK_CAPTURE(BenchStep, Add, 101, Params{0.7f, 0.35f}, PeerAdd);
+BENCHMARK_CAPTURE(BenchStep, Multiply_layer, 102, Params{0.005f}, nullptr);
+BENCHMARK_CAPTURE(BenchStep, Maximum, 103, Params{0.9f, 0.6f}, nullptr);
+BENCHMARK_CAPTURE(BenchStep, Minimum, 104, Params{1.5f, 1.2f}, nullptr);
+BENCHMARK_CAPTURE(BenchStep, Invert, 201, Params{}, nullptr);
+BENCHMARK_CAPTURE(BenchStep, Multiply, 202, Params{1.1f}, nullptr);
+BENCHMARK_CAPTURE(BenchStep, Offset, 203, Params{17, 40}, nullptr);
+BENCHMARK_CAPTURE(BenchStep, Ripple, 204, Params{0.05f, 0.03f, 3, 2}, nullptr);
+BENCHMARK_CAPTURE(BenchStep, Blur, 205, Params{}, PeerBlur);
+BENCHMARK_CAPTURE(BenchStep, Emboss, 206, Params{1}, PeerEmboss);
+BENCHMARK_CAPTURE(BenchStep, Convolution, 207,
+                  Params{0.1f, 0.2f, 0.1f, 0.05f, 0.3f, 0.05f, -0.1f, 0.2f, 0.1f}, PeerConvolution);
+BENCHMARK_CAPTURE(BenchMipChain, 1024x1024x4, 1024, 4);
+BENCHMARK_CAPTURE(BenchMipChain, 256x256x3, 256, 3);
+BENCHMARK(BenchLoad);

@@ -143,7 +143,8 @@ static std::string Image(int components)
     return file;
 }
 
-std::string SmallPieceOf(const std::string& loading, const std::string& demo)
+static std::string MakePiece(const std::string& loading, const std::string& demo,
+                             const std::vector<PackageEntry>& more)
 {
     const ModelSource triangle = {
         {0, 0, 0, 1, 0, 0, 0, 1, 0}, {{0, 0, 1, 0, 0, 1}}, {0, 0, 1, 0, 0, 1, 0, 0, 1}, {0, 1, 2}};
@@ -151,17 +152,30 @@ std::string SmallPieceOf(const std::string& loading, const std::string& demo)
                                 {{0, 0, 1, 0, 1, 1, 0, 1}, {0, 0, 2, 0, 2, 2, 0, 2}},
                                 {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1},
                                 {0, 1, 2, 0, 2, 3}};
-    return MakePackage({{"loading.xmlz", MakeContainer(loading)},
-                        {"demo.xmlz", MakeContainer(demo)},
-                        {"triangle", MakeModel(triangle)},
-                        {"square", MakeModel(square)},
-                        {"rgb.tga", Image(3)},
-                        {"rgba.tga", Image(4)}});
+    std::vector<PackageEntry> entries = {{"loading.xmlz", MakeContainer(loading)},
+                                         {"demo.xmlz", MakeContainer(demo)},
+                                         {"triangle", MakeModel(triangle)},
+                                         {"square", MakeModel(square)},
+                                         {"rgb.tga", Image(3)},
+                                         {"rgba.tga", Image(4)}};
+    entries.insert(entries.end(), more.begin(), more.end());
+    return MakePackage(entries);
+}
+
+std::string SmallPieceOf(const std::string& loading, const std::string& demo)
+{
+    return MakePiece(loading, demo, {});
 }
 
 std::string SmallPieceOf(const DocumentSource& loading, const DocumentSource& demo)
 {
-    return SmallPieceOf(MakeDocumentText(loading), MakeDocumentText(demo));
+    return SmallPieceOf(loading, demo, {});
+}
+
+std::string SmallPieceOf(const DocumentSource& loading, const DocumentSource& demo,
+                         const std::vector<PackageEntry>& more)
+{
+    return MakePiece(MakeDocumentText(loading), MakeDocumentText(demo), more);
 }
 
 std::string SmallPiece()

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "support/package_builder.h"
 
@@ -18,6 +19,10 @@ std::string SmallPiece();
 /// @return a package whose two documents are these, with the models and images that SmallDocument
 ///         names
 std::string SmallPieceOf(const DocumentSource& loading, const DocumentSource& demo);
+
+/// @param more   further entries of the package
+std::string SmallPieceOf(const DocumentSource& loading, const DocumentSource& demo,
+                         const std::vector<PackageEntry>& more);
 
 /// @return the same of two texts, which need not parse
 std::string SmallPieceOf(const std::string& loading, const std::string& demo);
