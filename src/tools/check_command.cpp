@@ -471,14 +471,27 @@ int CheckPaths(const std::vector<std::string>& paths, const CheckOptions& option
     return exitCode;
 }
 
+/// Checks a piece in memory under the name of a path, and prints errors and warnings.
+/// @return whether it has no error
+static bool CheckBytes(CheckedPath* checked, const CheckRequest& request)
+{
+    CheckRead(request, checked);
+    FindingList* findings = &checked->result.findings;
+    std::erase_if(*findings,
+                  [](const Finding& finding) { return finding.severity == Severity::kNote; });
+    PrintFindings(*checked);
+    return CountFindings(*findings, Severity::kError) == 0;
+}
+
 bool CheckPacked(const std::string& folder, const unsigned char* bytes, size_t size)
 {
     CheckedPath checked = {folder, true, {}, {}, {}};
-    const CheckRequest request = {nullptr, bytes, size, folder.c_str()};
-    CheckRead(request, &checked);
-    FindingList* findings = &checked.result.findings;
-    std::erase_if(*findings,
-                  [](const Finding& finding) { return finding.severity == Severity::kNote; });
-    PrintFindings(checked);
-    return CountFindings(*findings, Severity::kError) == 0;
+    return CheckBytes(&checked, {nullptr, bytes, size, folder.c_str()});
+}
+
+bool CheckPackage(const std::string& path, const unsigned char* bytes, size_t size)
+{
+    CheckedPath checked = {path, false, {}, {}, {}};
+    const std::string folder = FolderOf(path);
+    return CheckBytes(&checked, {nullptr, bytes, size, folder.c_str()});
 }

@@ -33,3 +33,7 @@ int CheckPaths(const std::vector<std::string>& paths, const CheckOptions& option
 /// @param folder   that it was made of, for the places of findings and for the module
 /// @return whether it has no error
 bool CheckPacked(const std::string& folder, const unsigned char* bytes, size_t size);
+
+/// The same for the bytes of a package.
+/// @param path   of the package, for the places of findings and for the module
+bool CheckPackage(const std::string& path, const unsigned char* bytes, size_t size);

@@ -12,8 +12,10 @@
 #include "tools/mesh_import.h"
 #include "tools/package_commands.h"
 #include "tools/piece_script.h"
+#include "tools/render_command.h"
 #include "tools/report.h"
 #include "tools/textures_command.h"
+#include "tools/thumbnail_command.h"
 #include "tools/vocabulary_command.h"
 
 /// The values of all arguments. Each command uses some of them.
@@ -26,6 +28,8 @@ struct Arguments
     BuildOptions build;
     bool json = false;
     CheckOptions check = {};
+    RenderOptions render = {};
+    uint32_t side = 256; // pixels of a thumbnail
 };
 
 /// An argument that is known by its place: FILE, NAME and so on.
@@ -168,6 +172,89 @@ static CLI::App* AddCheck(CLI::App* app, Arguments* arguments)
     return command;
 }
 
+/// An option of `dpk render` with a value of this form.
+template <typename Value>
+static void AddRenderOption(CLI::App* command, const char* name, Value* value, const char* form,
+                            const char* description)
+{
+    command->add_option(name, *value, description)->type_name(form);
+}
+
+static void AddRenderTimes(CLI::App* command, RenderOptions* render)
+{
+    AddRenderOption(command, "--from", &render->from, "TIME",
+                    "The first picture's time: 1250t, 12.5, 0:12.5, or row 3:16 of the module");
+    AddRenderOption(command, "--to", &render->to, "TIME", "The time after the last picture");
+    AddRenderOption(command, "--at", &render->at, "TIME", "One picture, at this time");
+    AddRenderOption(command, "--fps", &render->fps, "RATE",
+                    "Pictures a second: 60, 30000/1001 [60]");
+    AddRenderOption(command, "--loading", &render->loading, "SECONDS",
+                    "Put the loading screen in front, for so long");
+}
+
+static void AddRenderLooks(CLI::App* command, RenderOptions* render)
+{
+    AddRenderOption(command, "--size", &render->size, "WxH", "Pixels of the picture [1280x720]");
+    AddRenderOption(command, "--aspect", &render->aspect, "ASPECT",
+                    "4:3, 16:9, 16:10 or a number [the size's]");
+    AddRenderOption(command, "--samples", &render->samples, "N",
+                    "Antialiasing: samples of each pixel, 0 for none [2]");
+    AddRenderOption(command, "--supersample", &render->supersample, "N",
+                    "Draw N times as wide and high, and shrink [1]");
+    command->add_flag("--no-vbo", render->noVbo, "Draw without buffer objects");
+    command->add_flag("--no-sound", render->noSound, "Leave the module out");
+}
+
+static void AddRenderOutputs(CLI::App* command, RenderOptions* render)
+{
+    AddRenderOption(command, "-o,--output", &render->out, "OUT",
+                    "A film (.mp4 .mov .mkv .webm), pictures (DIR/%05d.png or .ppm), sound (.wav), "
+                    "one picture (.png), or - for raw RGB");
+    AddRenderOption(command, "--sheet", &render->sheet, "COLSxROWS", "A contact sheet");
+    AddRenderOption(command, "--thumbnail", &render->thumbnail, "N",
+                    "The most telling picture, N pixels wide");
+    AddRenderOption(command, "--ffmpeg", &render->ffmpeg, "ARGS",
+                    "ffmpeg's words for pictures and sound in the place of the usual ones");
+    AddRenderOption(command, "--compare", &render->compare, "DIR",
+                    "Compare with reference pictures DIR/00000.png ...");
+    AddRenderOption(command, "--tolerance", &render->tolerance, "MEAN",
+                    "Mean difference a channel that a picture may have [10]");
+    command->add_flag("--hash", render->onlyHash, "Print only the hashes of pictures and sound");
+    command->add_flag("--force,-y", render->isForced, "Write over what is there");
+    command->add_flag("--resume", render->resumes, "Go on with pictures that are there in part");
+    command->add_flag("--keep", render->keeps,
+                      "Keep the film up to a Ctrl-C, or the parts after a join");
+}
+
+static CLI::App* AddRender(CLI::App* app, Arguments* arguments)
+{
+    CLI::App* command = app->add_subcommand(
+        "render", "Make film, pictures and sound of a piece, without a display");
+    RenderOptions* render = &arguments->render;
+    AddArgument(command, "PIECE", &arguments->file, "A package, or a folder of sources");
+    AddRenderOutputs(command, render);
+    AddRenderTimes(command, render);
+    AddRenderLooks(command, render);
+    AddRenderOption(command, "--jobs,-j", &render->jobs, "N", "Draw with N processes [1]");
+    AddRenderOption(command, "--part", &render->part, "K/N", "Make part K of N alone");
+    command->add_flag("--join", render->joins, "Join the parts of OUT, without PIECE");
+    AddRenderOption(command, "--progress", &render->progress, "json",
+                    "Tell the progress as one JSON line a second");
+    command->add_flag("-q,--quiet", render->isQuiet, "Print errors alone");
+    return command;
+}
+
+static CLI::App* AddThumbnail(CLI::App* app, Arguments* arguments)
+{
+    CLI::App* command =
+        app->add_subcommand("thumbnail", "Write a small picture of a piece, for file managers");
+    AddArgument(command, "PIECE", &arguments->file, "The package")->required();
+    AddArgument(command, "OUT", &arguments->out, "The PNG file to write")->required();
+    command->add_option("-s,--size", arguments->side, "Pixels of the longer side [256]")
+        ->type_name("N");
+    return command;
+}
+
 static bool RunList(const Arguments& arguments)
 {
     return ListPackage(arguments.file);
@@ -240,6 +327,16 @@ static int RunCheck(const Arguments& arguments)
     return CheckPaths(arguments.names, arguments.check);
 }
 
+static int RunRender(const Arguments& arguments)
+{
+    return RenderPiece(arguments.file, arguments.render);
+}
+
+static int RunThumbnail(const Arguments& arguments)
+{
+    return MakeThumbnailFile(arguments.file, arguments.side, arguments.out);
+}
+
 struct CommandRow
 {
     CLI::App* (*add)(CLI::App* app, Arguments* arguments);
@@ -261,6 +358,8 @@ static constexpr CommandRow kCommands[] = {
     {AddTextures, RunTextures},
     {AddVocabulary, RunVocabulary},
     {AddCheck, nullptr, RunCheck},
+    {AddRender, nullptr, RunRender},
+    {AddThumbnail, nullptr, RunThumbnail},
 };
 
 /// The library gives "[a,b]", "{}" and "%%" meanings of their own, and may take arguments after
@@ -305,6 +404,8 @@ static void UnmarkArguments(Arguments* arguments)
     Unmark(&arguments->file);
     Unmark(&arguments->out);
     Unmark(&arguments->package);
+    Unmark(&arguments->render.out);
+    Unmark(&arguments->render.compare);
     for (std::string& name : arguments->names)
     {
         Unmark(&name);

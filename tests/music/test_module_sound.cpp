@@ -1,4 +1,4 @@
-// Each test is a process of its own for ctest, so each one's first module is the first of a process.
+// Each test is a process of its own for ctest: its first module is the first of the process.
 #include "music/module_sound.h"
 
 #include <algorithm>

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "engine/render/baseline_state.h"
+#include "engine/stage/mixed_picture.h"
 
 static constexpr EGLint kChannelBits = 8;
 static constexpr EGLint kDepthBits = 24;
@@ -133,42 +134,6 @@ static bool LoadEntryPoints(FaultList* faults)
         return false;
     }
     return true;
-}
-
-/// The picture with the samples of each pixel mixed into one.
-struct MixedPicture
-{
-    GLuint framebuffer;  // OpenGL's name; owned, as the next
-    GLuint renderbuffer; // OpenGL's name
-};
-
-/// Mixes the samples of each pixel. Sets: the framebuffer that is read, to the mixed picture.
-static MixedPicture MixSamples(const EglDisplay* display)
-{
-    MixedPicture mixed = {};
-    glGenRenderbuffers(1, &mixed.renderbuffer);
-    glBindRenderbuffer(GL_RENDERBUFFER, mixed.renderbuffer);
-    glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA8, display->width, display->height);
-
-    glGenFramebuffers(1, &mixed.framebuffer);
-    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, mixed.framebuffer);
-    glFramebufferRenderbuffer(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER,
-                              mixed.renderbuffer);
-    glBlitFramebuffer(0, 0, display->width, display->height, 0, 0, display->width, display->height,
-                      GL_COLOR_BUFFER_BIT, GL_NEAREST);
-
-    glBindRenderbuffer(GL_RENDERBUFFER, 0);
-    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
-    glBindFramebuffer(GL_READ_FRAMEBUFFER, mixed.framebuffer);
-    return mixed;
-}
-
-/// Sets: the framebuffer that is read, to the display's own.
-static void FreeMixedPicture(const MixedPicture* mixed)
-{
-    glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
-    glDeleteFramebuffers(1, &mixed->framebuffer);
-    glDeleteRenderbuffers(1, &mixed->renderbuffer);
 }
 
 /// Whether the driver really draws the size that it has accepted: some cut it short, and memory is

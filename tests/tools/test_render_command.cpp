@@ -1,0 +1,392 @@
+// `dpk render` as its users run it, on the sample piece in small pictures. No test here has a
+// display.
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+#include "support/package_builder.h"
+#include "tools/dpk_run.h"
+
+/// A stretch in which a bitmap shows its own last picture.
+static const std::vector<std::string> kStretch = {"--size", "64x48", "--fps", "25",
+                                                  "--from", "7300t", "--to",  "7400t"};
+
+class RenderCommand : public testing::Test
+{
+  protected:
+    void SetUp() override
+    {
+        unsetenv("DISPLAY");
+        unsetenv("WAYLAND_DISPLAY");
+        setenv("LP_NUM_THREADS", "1", 1);
+    }
+
+    DpkRun Render(std::vector<std::string> arguments,
+                  const DpkSurroundings& surroundings = kOrdinary)
+    {
+        arguments.insert(arguments.begin(), {"render", PACKAGE});
+        return RunDpk(folder, arguments, surroundings);
+    }
+
+    /// Renders the stretch with more options.
+    DpkRun RenderStretch(const std::vector<std::string>& more)
+    {
+        std::vector<std::string> arguments = kStretch;
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return Render(arguments);
+    }
+
+    bool Has(const std::string& name)
+    {
+        struct stat status = {};
+        return stat((folder.path + "/" + name).c_str(), &status) == 0;
+    }
+
+    /// Puts a program of this text in ffmpeg's place.
+    void ReplaceFfmpeg(const std::string& script)
+    {
+        folder.Write("bin/ffmpeg", "#!/bin/sh\n" + script);
+        chmod((folder.path + "/bin/ffmpeg").c_str(), 0755);
+        setenv("PATH", (folder.path + "/bin:" + getenv("PATH")).c_str(), 1);
+    }
+
+    /// What a program prints.
+    std::string Output(const std::string& command)
+    {
+        FILE* stream = popen(("cd '" + folder.path + "' && " + command).c_str(), "r");
+        std::string text;
+        char block[4096];
+        for (size_t got = 0; (got = fread(block, 1, sizeof(block), stream)) > 0;)
+        {
+            text.append(block, got);
+        }
+        pclose(stream);
+        return text;
+    }
+
+    TemporaryFolder folder;
+};
+
+TEST_F(RenderCommand, JobsAndDriverThreadsDoNotShow)
+{
+    const DpkRun once = RenderStretch({"--hash"});
+    ASSERT_EQ(once.exitCode, 0) << once.err;
+    EXPECT_EQ(once.out.substr(0, 9), "pictures ");
+    EXPECT_EQ(RenderStretch({"--hash", "--jobs", "4"}).out, once.out);
+    setenv("LP_NUM_THREADS", "8", 1);
+    EXPECT_EQ(RenderStretch({"--hash"}).out, once.out);
+    EXPECT_EQ(RenderStretch({"--hash", "--no-vbo"}).out, once.out);
+}
+
+TEST_F(RenderCommand, APictureDependsOnItsTickAlone)
+{
+    ASSERT_EQ(RenderStretch({"-o", "p/%05d.png"}).exitCode, 0);
+    // Picture 20 shows tick 7380, after 80 ticks of a picture that feeds itself.
+    ASSERT_EQ(Render({"--size", "64x48", "--at", "7380t", "-o", "still.png"}).exitCode, 0);
+    EXPECT_EQ(folder.Read("p/00020.png"), folder.Read("still.png"));
+}
+
+TEST_F(RenderCommand, RawPicturesComeInOrderWithAnyJobs)
+{
+    const DpkRun one = RenderStretch({"-o", "-"});
+    EXPECT_EQ(one.exitCode, 0) << one.err;
+    EXPECT_EQ(one.out.size(), size_t{25} * 64 * 48 * 3);
+    const DpkRun three = RenderStretch({"-o", "-", "--jobs", "3"});
+    EXPECT_EQ(three.exitCode, 0) << three.err;
+    EXPECT_TRUE(three.out == one.out);
+}
+
+TEST_F(RenderCommand, PartsOfPicturesJoinToTheWhole)
+{
+    const DpkRun whole = RenderStretch({"-o", "whole/%05d.ppm"});
+    ASSERT_EQ(whole.exitCode, 0) << whole.err;
+    for (const char* part : {"3/3", "1/3"})
+    {
+        ASSERT_EQ(RenderStretch({"-o", "p/%05d.ppm", "--part", part}).exitCode, 0);
+    }
+    const DpkRun early = RunDpk(folder, {"render", "--join", "-o", "p/%05d.ppm"});
+    EXPECT_EQ(early.exitCode, 1);
+    EXPECT_EQ(early.err, "dpk: part 2 of 3 is missing: dpk render --part 2/3 makes it\n");
+
+    ASSERT_EQ(RenderStretch({"-o", "p/%05d.ppm", "--part", "2/3"}).exitCode, 0);
+    const DpkRun joined = RunDpk(folder, {"render", "--join", "-o", "p/%05d.ppm"});
+    EXPECT_EQ(joined.exitCode, 0) << joined.err;
+    EXPECT_EQ(joined.out.substr(joined.out.find("\npictures ")),
+              whole.out.substr(whole.out.find("\npictures ")));
+    EXPECT_EQ(Output("diff -r whole p && echo same"), "same\n");
+}
+
+TEST_F(RenderCommand, AJoinTellsADamagedPicture)
+{
+    ASSERT_EQ(RenderStretch({"-o", "p/%05d.png", "--part", "1/1"}).exitCode, 0);
+    folder.Write("p/00007.png", "cut");
+    const DpkRun joined = RunDpk(folder, {"render", "--join", "-o", "p/%05d.png"});
+    EXPECT_EQ(joined.exitCode, 1);
+    EXPECT_EQ(joined.err, "dpk: p/00007.png, of part 1 of 1: it is no PNG file\n");
+}
+
+TEST_F(RenderCommand, PartsOfTwoRendersAreNotJoined)
+{
+    ASSERT_EQ(RenderStretch({"-o", "p/%05d.png", "--part", "1/2"}).exitCode, 0);
+    ASSERT_EQ(RenderStretch({"-o", "p/%05d.png", "--part", "2/2", "--aspect", "4"}).exitCode, 0);
+    const DpkRun joined = RunDpk(folder, {"render", "--join", "-o", "p/%05d.png"});
+    EXPECT_EQ(joined.exitCode, 1);
+    EXPECT_NE(joined.err.find("part 1 and part 2 are not of one render"), std::string::npos);
+}
+
+static const std::vector<std::string> kFilm = {"--size", "32x24", "--fps", "100",
+                                               "--from", "1000t", "--to",  "1500t"};
+
+TEST_F(RenderCommand, AFilmIsTheSameWithJobsAndInParts)
+{
+    std::vector<std::string> arguments = kFilm;
+    arguments.insert(arguments.end(), {"-o", "one.mp4"});
+    ASSERT_EQ(Render(arguments).exitCode, 0);
+    arguments.back() = "jobs.mp4";
+    arguments.insert(arguments.end(), {"--jobs", "4"});
+    ASSERT_EQ(Render(arguments).exitCode, 0);
+    for (const char* part : {"2/2", "1/2"})
+    {
+        std::vector<std::string> ofPart = kFilm;
+        ofPart.insert(ofPart.end(), {"-o", "parts.mp4", "--part", part});
+        const DpkRun run = Render(ofPart);
+        ASSERT_EQ(run.exitCode, 0) << run.err;
+    }
+    ASSERT_EQ(RunDpk(folder, {"render", "--join", "-o", "parts.mp4"}).exitCode, 0);
+    EXPECT_TRUE(folder.Read("one.mp4") == folder.Read("jobs.mp4"));
+    EXPECT_TRUE(folder.Read("one.mp4") == folder.Read("parts.mp4"));
+    EXPECT_EQ(FilesIn(folder), "jobs.mp4 one.mp4 parts.mp4");
+}
+
+TEST_F(RenderCommand, FfprobeAgreesOnAFilm)
+{
+    std::vector<std::string> arguments = kFilm;
+    arguments.insert(arguments.end(), {"-o", "film.mp4"});
+    ASSERT_EQ(Render(arguments).exitCode, 0);
+    EXPECT_EQ(Output("ffprobe -loglevel error -show_entries stream=codec_name,width,height,"
+                     "r_frame_rate,nb_frames,duration,pix_fmt -of csv=p=0 film.mp4"),
+              "h264,32,24,yuv420p,100/1,5.000000,500\naac,0/0,5.000000,217\n");
+    EXPECT_EQ(Output("ffprobe -loglevel error -select_streams v -show_entries packet=pts "
+                     "-of csv=p=0 film.mp4 | sort -n | uniq | wc -l"),
+              "500\n");
+}
+
+TEST_F(RenderCommand, AFilmWithoutLossHasThePicturesBytes)
+{
+    std::vector<std::string> arguments = kFilm;
+    arguments.insert(arguments.end(), {"-o", "film.mkv"});
+    ASSERT_EQ(Render(arguments).exitCode, 0);
+    arguments.back() = "-";
+    const DpkRun raw = Render(arguments);
+    EXPECT_TRUE(Output("ffmpeg -loglevel error -i film.mkv -f rawvideo -pix_fmt rgb24 -") ==
+                raw.out);
+    std::vector<std::string> sound = kFilm;
+    sound.insert(sound.end(), {"-o", "sound.wav"});
+    ASSERT_EQ(Render(sound).exitCode, 0);
+    const std::string samples = Output("ffmpeg -loglevel error -i film.mkv -f s16le -");
+    EXPECT_EQ(samples.size(), size_t{5} * 44100 * 4);
+    EXPECT_TRUE(folder.Read("sound.wav").substr(44) == samples);
+}
+
+TEST_F(RenderCommand, SoundOfAStretchIsAStretchOfTheSound)
+{
+    ASSERT_EQ(Render({"-o", "all.wav"}).exitCode, 0);
+    ASSERT_EQ(Render({"-o", "some.wav", "--from", "10", "--to", "12"}).exitCode, 0);
+    const std::string all = folder.Read("all.wav");
+    EXPECT_EQ(all.size(), size_t{44} + size_t{96} * 44100 * 4);
+    EXPECT_TRUE(folder.Read("some.wav").substr(44) ==
+                all.substr(44 + size_t{10} * 44100 * 4, size_t{2} * 44100 * 4));
+}
+
+TEST_F(RenderCommand, WithoutFfmpegThereIsNoFilm)
+{
+    setenv("PATH", folder.path.c_str(), 1);
+    const DpkRun run = RenderStretch({"-o", "film.mp4"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "dpk: ffmpeg: there is no such program; films need it (Debian: apt install "
+                       "ffmpeg)\n");
+    EXPECT_EQ(FilesIn(folder), "");
+}
+
+TEST_F(RenderCommand, TheLastWordsOfFfmpegAreTold)
+{
+    ReplaceFfmpeg(
+        "[ \"$1\" = -version ] && exit 0\necho 'the disk is made of cheese' >&2\nexit 3\n");
+    const DpkRun run = RenderStretch({"-o", "film.mp4"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "dpk: ffmpeg: the disk is made of cheese\ndpk: ffmpeg failed with exit code "
+                       "3\n");
+    EXPECT_EQ(FilesIn(folder), "bin");
+}
+
+TEST_F(RenderCommand, NothingIsWrittenOverUnasked)
+{
+    folder.Write("still.png", "mine");
+    const DpkRun run = Render({"--size", "32x24", "--at", "0", "-o", "still.png"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "dpk: still.png: it is there already; --force writes over it\n");
+    EXPECT_EQ(folder.Read("still.png"), "mine");
+    EXPECT_EQ(Render({"--size", "32x24", "--at", "0", "-o", "still.png", "--force"}).exitCode, 0);
+}
+
+TEST_F(RenderCommand, ResumingDrawsWhatIsMissing)
+{
+    ASSERT_EQ(RenderStretch({"-o", "p/%05d.png"}).exitCode, 0);
+    const DpkRun hash = RenderStretch({"--hash"});
+    const std::string fifth = folder.Read("p/00005.png");
+    ASSERT_EQ(unlink((folder.path + "/p/00005.png").c_str()), 0);
+    folder.Write("p/00009.png", "cut");
+    const DpkRun run = RenderStretch({"-o", "p/%05d.png", "--resume"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(run.out.substr(0, run.out.find('\n')), "23 of 25 pictures are there");
+    EXPECT_NE(run.out.find(hash.out), std::string::npos);
+    EXPECT_TRUE(folder.Read("p/00005.png") == fifth);
+}
+
+TEST_F(RenderCommand, PicturesOfAnotherRenderAreNotGoneOnWith)
+{
+    ASSERT_EQ(RenderStretch({"-o", "p/%05d.png"}).exitCode, 0);
+    ASSERT_EQ(unlink((folder.path + "/p/00024.png").c_str()), 0);
+    const std::string first = folder.Read("p/00000.png");
+    const DpkRun run = RenderStretch({"-o", "p/%05d.png", "--resume", "--aspect", "4"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.err.find("p/00000.png: it is not the picture that is drawn now"),
+              std::string::npos);
+    EXPECT_TRUE(folder.Read("p/00000.png") == first);
+}
+
+TEST_F(RenderCommand, RowsOfTheModuleAreTimes)
+{
+    // Rows take 13 and 12 ticks by turns, and a pattern has 64 of them.
+    const DpkRun row = Render({"--size", "32x24", "--at", "1:3", "-o", "row.png"});
+    ASSERT_EQ(row.exitCode, 0) << row.err;
+    ASSERT_EQ(Render({"--size", "32x24", "--at", "838t", "-o", "tick.png"}).exitCode, 0);
+    EXPECT_EQ(folder.Read("row.png"), folder.Read("tick.png"));
+    const DpkRun none = Render({"--size", "32x24", "--at", "1:99", "-o", "none.png"});
+    EXPECT_EQ(none.exitCode, 1);
+    EXPECT_EQ(none.err, "dpk: --at 1:99: the module has no row 99 in order 1; minutes and seconds "
+                        "have a point, as in 1:30.0\n");
+}
+
+TEST_F(RenderCommand, TheLoadingScreenStandsInFront)
+{
+    ASSERT_EQ(Render({"--size", "64x48", "--fps", "4", "--loading", "1", "--from", "10", "--to",
+                      "11", "-o", "p/%d.png"})
+                  .exitCode,
+              0);
+    ASSERT_EQ(Render({"--size", "64x48", "--at", "10", "-o", "demo.png"}).exitCode, 0);
+    EXPECT_EQ(FilesIn(folder), "demo.png p");
+    EXPECT_FALSE(Has("p/8.png"));
+    EXPECT_NE(folder.Read("p/0.png"), folder.Read("p/3.png"));
+    EXPECT_EQ(folder.Read("p/4.png"), folder.Read("demo.png"));
+}
+
+TEST_F(RenderCommand, ASheetShowsManyPictures)
+{
+    ASSERT_EQ(Render({"--size", "80x60", "--sheet", "3x2", "-o", "sheet.png"}).exitCode, 0);
+    EXPECT_EQ(Output("ffprobe -loglevel error -show_entries stream=width,height -of csv=p=0 "
+                     "sheet.png"),
+              "272,176\n");
+}
+
+TEST_F(RenderCommand, SupersamplingDrawsFourPixelsForOne)
+{
+    ASSERT_EQ(Render({"--size", "32x24", "--samples", "0", "--supersample", "2", "--at", "30", "-o",
+                      "a.ppm"})
+                  .exitCode,
+              0);
+    ASSERT_EQ(Render({"--size", "64x48", "--samples", "0", "--at", "30", "-o", "b.ppm"}).exitCode,
+              0);
+    const std::string small = folder.Read("a.ppm").substr(13);
+    const std::string large = folder.Read("b.ppm").substr(13);
+    ASSERT_EQ(large.size(), small.size() * 4);
+    for (size_t i = 0; i < small.size(); ++i)
+    {
+        const size_t x = i / 3 % 32 * 6 + i % 3;
+        const size_t y = i / 96 * 2;
+        int sum = 2;
+        for (const size_t at : {y * 192 + x, y * 192 + x + 3, y * 192 + 192 + x, y * 192 + 195 + x})
+        {
+            sum += static_cast<uint8_t>(large[at]);
+        }
+        ASSERT_EQ(static_cast<uint8_t>(small[i]), sum / 4) << i;
+    }
+}
+
+TEST_F(RenderCommand, ErrorsOfTheCheckComeFirst)
+{
+    DocumentSource demo;
+    demo.sections[10] = "<row><clip id=\"7\"/></row>";
+    demo.music = "<music/>";
+    folder.Write("bad.dpk", MakePackage({{"demo.xmlz", MakeDocument(demo)}}));
+    const DpkRun run = RunDpk(folder, {"render", "bad.dpk", "-o", "p/%d.png"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.out.find(": error: "), std::string::npos) << run.out;
+    EXPECT_EQ(FilesIn(folder), "bad.dpk");
+}
+
+TEST_F(RenderCommand, OptionsThatMakeNoSenseAreUsageErrors)
+{
+    const std::vector<std::vector<std::string>> wrong = {
+        {},
+        {"-o", "film.avi"},
+        {"-o", "still.png"},
+        {"-o", "p/%d%d.png"},
+        {"-o", "p%d/x.png"},
+        {"-o", "film.mp4", "--size", "63x48"},
+        {"-o", "film.mp4", "--size", "big"},
+        {"-o", "film.mp4", "--fps", "0"},
+        {"-o", "film.mp4", "--jobs", "0"},
+        {"-o", "film.mp4", "--part", "3/2"},
+        {"-o", "film.mp4", "--part", "0/2"},
+        {"-o", "film.mp4", "--resume"},
+        {"-o", "-", "--part", "1/2"},
+        {"-o", "p/%d.png", "--ffmpeg", "-an"},
+        {"-o", "p/%d.png", "--compare", "p"},
+        {"-o", "p/%d.png", "--progress", "bar"},
+        {"-o", "p.png", "--at", "1", "--sheet", "2x2"},
+    };
+    for (const std::vector<std::string>& arguments : wrong)
+    {
+        const DpkRun run = Render(arguments);
+        EXPECT_EQ(run.exitCode, 2) << run.out << run.err;
+        EXPECT_EQ(run.err.substr(0, 5), "dpk: ");
+    }
+    EXPECT_EQ(FilesIn(folder), "");
+}
+
+TEST_F(RenderCommand, ADriverWithoutTheSamplesIsAnError)
+{
+    const DpkRun run = Render({"--at", "1", "-o", "p.png", "--samples", "64"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err,
+              "dpk: the driver has no picture of 8 bits a channel and 64 samples a pixel\n");
+    EXPECT_EQ(FilesIn(folder), "");
+}
+
+TEST_F(RenderCommand, TheReferencePicturesAreStillThose)
+{
+    const DpkRun run =
+        Render({"--size", "160x120", "--samples", "0", "--fps", "1/4", "--compare", REFERENCES});
+    EXPECT_EQ(run.exitCode, 0) << run.out << run.err;
+    EXPECT_EQ(run.out.substr(0, 21), "compared 24 pictures:");
+}
+
+TEST_F(RenderCommand, AnotherDriverStaysWithinTheTolerance)
+{
+    setenv("GALLIUM_DRIVER", "softpipe", 1);
+    const DpkRun run =
+        Render({"--size", "160x120", "--samples", "0", "--fps", "1/4", "--compare", REFERENCES});
+    EXPECT_EQ(run.exitCode, 0) << run.out << run.err;
+}
+
+TEST_F(RenderCommand, OtherPicturesAreNotAlike)
+{
+    const DpkRun run = Render({"--size", "160x120", "--samples", "0", "--fps", "1/4", "--from", "7",
+                               "--to", "40", "--compare", REFERENCES});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.out.find("not alike"), std::string::npos) << run.out;
+}
