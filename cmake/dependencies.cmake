@@ -15,6 +15,8 @@ pkg_check_modules(EGL REQUIRED IMPORTED_TARGET egl)
 pkg_check_modules(SDL REQUIRED IMPORTED_TARGET sdl)
 pkg_check_modules(TINYXML REQUIRED IMPORTED_TARGET tinyxml)
 pkg_check_modules(MODPLUG REQUIRED IMPORTED_TARGET libmodplug)
+pkg_check_modules(SDL2 REQUIRED IMPORTED_TARGET sdl2)
+pkg_check_modules(IMGUI REQUIRED IMPORTED_TARGET imgui)
 pkg_check_modules(X11 REQUIRED IMPORTED_TARGET x11)
 
 # The engine is compiled against the OpenGL headers only. Which OpenGL it talks to is the choice of

@@ -1,0 +1,158 @@
+#include "studio/build/child.h"
+
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+static constexpr size_t kReadStep = 65536; // bytes
+
+std::string OwnProgram()
+{
+    char path[PATH_MAX];
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof(path));
+    return length > 0 ? std::string(path, static_cast<size_t>(length)) : "";
+}
+
+/// Becomes the program, in the new process. Only calls that a fork of a program with threads may
+/// make.
+[[noreturn]] static void Become(const int (&streams)[3], char* const* arguments, pid_t parent)
+{
+    setpgid(0, 0);
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() == parent)
+    {
+        for (int i = 0; i < 3; ++i)
+        {
+            dup2(streams[i], i);
+        }
+        execv(arguments[0], arguments);
+    }
+    _exit(127);
+}
+
+bool StartChild(const std::vector<std::string>& arguments, Child* child)
+{
+    *child = {};
+    std::vector<std::string> texts = arguments;
+    texts.insert(texts.begin(), OwnProgram());
+    std::vector<char*> pointers;
+    for (std::string& text : texts)
+    {
+        pointers.push_back(text.data());
+    }
+    pointers.push_back(nullptr);
+
+    int pipes[3][2] = {};
+    for (int i = 0; i < 3; ++i)
+    {
+        if (pipe2(pipes[i], O_CLOEXEC) != 0)
+        {
+            child->errors = strerror(errno);
+            for (; i > 0; --i)
+            {
+                close(pipes[i - 1][0]);
+                close(pipes[i - 1][1]);
+            }
+            return false;
+        }
+    }
+    const int streams[3] = {pipes[0][0], pipes[1][1], pipes[2][1]};
+    const pid_t parent = getpid();
+    child->pid = fork();
+    if (child->pid == 0)
+    {
+        Become(streams, pointers.data(), parent);
+    }
+    const int error = errno;
+    for (const int stream : streams)
+    {
+        close(stream);
+    }
+    child->toChild = pipes[0][1];
+    child->fromChild = pipes[1][0];
+    child->errorStream = pipes[2][0];
+    if (child->pid < 0)
+    {
+        close(child->toChild);
+        close(child->fromChild);
+        close(child->errorStream);
+        *child = {};
+        child->errors = strerror(error);
+        return false;
+    }
+    setpgid(child->pid, child->pid); // whichever process comes first
+    fcntl(child->fromChild, F_SETFL, O_NONBLOCK);
+    fcntl(child->errorStream, F_SETFL, O_NONBLOCK);
+    return true;
+}
+
+/// @return false once the stream is closed
+template <typename Bytes>
+static bool ReadStream(int stream, size_t most, Bytes* bytes)
+{
+    while (bytes->size() < most)
+    {
+        const size_t before = bytes->size();
+        bytes->resize(before + kReadStep);
+        const ssize_t got = read(stream, bytes->data() + before, kReadStep);
+        bytes->resize(before + (got > 0 ? static_cast<size_t>(got) : 0));
+        if (got == 0)
+        {
+            return false;
+        }
+        if (got < 0 && errno != EINTR)
+        {
+            return errno == EAGAIN;
+        }
+    }
+    return true;
+}
+
+void ReadChild(Child* child, size_t most)
+{
+    if (child->pid == 0 || child->hasEnded)
+    {
+        return;
+    }
+    const bool outputStays = ReadStream(child->fromChild, most, &child->output);
+    const bool errorsStay = ReadStream(child->errorStream, most, &child->errors);
+    child->hasEnded = !outputStays && !errorsStay;
+}
+
+void TellChild(Child* child, const std::string& line)
+{
+    const std::string text = line + "\n";
+    // SIGPIPE is ignored by the program: a child that ended is found out by its streams.
+    size_t sent = 0;
+    while (sent < text.size())
+    {
+        const ssize_t step = write(child->toChild, text.data() + sent, text.size() - sent);
+        if (step < 0 && errno != EINTR)
+        {
+            return;
+        }
+        sent += step < 0 ? 0 : static_cast<size_t>(step);
+    }
+}
+
+void EndChild(Child* child)
+{
+    if (child->pid == 0)
+    {
+        return;
+    }
+    close(child->toChild);
+    kill(-child->pid, SIGKILL);
+    int status = 0;
+    while (waitpid(child->pid, &status, 0) < 0 && errno == EINTR)
+    {
+    }
+    close(child->fromChild);
+    close(child->errorStream);
+    *child = {};
+}

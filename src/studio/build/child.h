@@ -1,0 +1,38 @@
+// A process of the studio's own program that works beside it: whatever happens there, the picture
+// plays on. It gets lines and gives bytes.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+/// All zero when there is none.
+struct Child
+{
+    pid_t pid;
+    int toChild;                 // its standard input
+    int fromChild;               // its standard output
+    int errorStream;             // its standard error
+    std::vector<uint8_t> output; // that came and was not taken yet
+    std::string errors;          // the same of its standard error
+    bool hasEnded;               // both streams are closed
+};
+
+/// Starts this program anew, in a process group of its own. It ends with the program.
+/// @return false with an error text in child->errors
+bool StartChild(const std::vector<std::string>& arguments, Child* child);
+
+/// Takes what has come, without waiting.
+/// @param most   bytes that output and errors may have; what is more stays in the pipe
+void ReadChild(Child* child, size_t most);
+
+/// Sends a line. One that ended does not get it.
+void TellChild(Child* child, const std::string& line);
+
+/// Kills the child with all that it started, and waits for it. A child that ended on its own is
+/// only waited for.
+void EndChild(Child* child);
+
+/// @return the path of this program
+std::string OwnProgram();

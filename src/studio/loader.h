@@ -1,0 +1,47 @@
+// A piece loaded by another thread, while the one before plays on.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "studio/window.h"
+
+struct LoadRequest
+{
+    std::string path;             // of a package; empty for one in memory
+    std::vector<uint8_t> package; // bytes, where there is no path
+    StageView view;
+    uint32_t tick; // that is drawn at once
+};
+
+struct LoadOutcome
+{
+    bool isLoaded;                   // the slot has the stage
+    std::vector<std::string> faults; // lines that tell why it has not
+    uint32_t loadUs;                 // reading and giving to OpenGL
+    uint32_t seekUs;                 // to the picture of the tick
+};
+
+/// All zero when no thread runs.
+struct Loader
+{
+    std::thread thread;
+    std::atomic<bool> isDone; // the outcome can be taken
+    bool isRunning;           // a thread was started and not taken yet
+    LoadRequest request;
+    LoadOutcome outcome;
+    StageSlot* slot; // borrowed
+};
+
+/// Starts to load into a slot, whose stage is closed first. No thread may be running, and nobody
+/// else may touch the slot until the outcome is taken.
+void StartLoading(LoadRequest&& request, StageSlot* slot, Loader* loader);
+
+/// @return whether there is an outcome, which is then moved out; the loader is free again
+bool TakeLoaded(Loader* loader, LoadOutcome* outcome);
+
+/// Waits for the thread, if one runs, and drops what it loaded.
+void EndLoading(Loader* loader);

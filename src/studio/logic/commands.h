@@ -1,0 +1,59 @@
+// What keys do. The table is the list that F1 shows.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+enum class Command : uint8_t
+{
+    kPlayPause,
+    kBackShort,
+    kOnShort,
+    kBackLong,
+    kOnLong,
+    kBackTick,
+    kOnTick,
+    kBackPicture,
+    kOnPicture,
+    kBackRow,
+    kOnRow,
+    kBackBeat,
+    kOnBeat,
+    kToStart,
+    kToEnd,
+    kSlower,
+    kFaster,
+    kNormalSpeed,
+    kRangeBegin,
+    kRangeEnd,
+    kRangeOff,
+    kMute,
+    kQuieter,
+    kLouder,
+    kFullscreen,
+    kPicture,
+    kPanels,
+    kKeys,
+    kLeave,
+    kQuit,
+};
+
+/// With which a key counts.
+enum KeyModifier : uint8_t
+{
+    kNoModifier = 0,
+    kShift = 1,
+    kControl = 2,
+};
+
+struct KeyRow
+{
+    const char* key;   // by SDL's name
+    uint8_t modifiers; // all that are held
+    Command command;
+    bool inViewer; // counts with --play too
+    const char* text;
+};
+
+/// In the order in which F1 shows them.
+std::span<const KeyRow> KeyTable();

@@ -1,0 +1,135 @@
+#include "studio/panels/panels.h"
+
+#include <GL/glew.h>
+#include <algorithm>
+#include <backends/imgui_impl_opengl2.h>
+#include <backends/imgui_impl_sdl.h>
+#include <imgui.h>
+#include <unistd.h>
+
+static constexpr char kFont[] = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
+static constexpr float kFontSize = 15.0f; // pixels, at scale 1
+
+static void SetQuietStyle(float scale)
+{
+    ImGui::StyleColorsDark();
+    ImGuiStyle& style = ImGui::GetStyle();
+    style.WindowRounding = 3.0f;
+    style.FrameRounding = 2.0f;
+    style.WindowBorderSize = 1.0f;
+    const ImVec4 ground(0.11f, 0.11f, 0.12f, 1.0f);
+    const ImVec4 raised(0.18f, 0.18f, 0.20f, 1.0f);
+    const ImVec4 accent(0.36f, 0.45f, 0.56f, 1.0f);
+    style.Colors[ImGuiCol_WindowBg] = ground;
+    style.Colors[ImGuiCol_TitleBg] = ground;
+    style.Colors[ImGuiCol_TitleBgActive] = raised;
+    style.Colors[ImGuiCol_FrameBg] = raised;
+    style.Colors[ImGuiCol_Button] = raised;
+    style.Colors[ImGuiCol_ButtonHovered] = accent;
+    style.Colors[ImGuiCol_ButtonActive] = accent;
+    style.Colors[ImGuiCol_Header] = raised;
+    style.Colors[ImGuiCol_HeaderHovered] = accent;
+    style.Colors[ImGuiCol_HeaderActive] = accent;
+    style.Colors[ImGuiCol_SliderGrab] = accent;
+    style.Colors[ImGuiCol_CheckMark] = ImVec4(0.75f, 0.80f, 0.86f, 1.0f);
+    style.ScaleAllSizes(scale);
+}
+
+void StartPanels(Studio* studio, const char* layout)
+{
+    IMGUI_CHECKVERSION();
+    ImGui::CreateContext();
+    ImGuiIO& io = ImGui::GetIO();
+    io.IniFilename = layout;
+    SetQuietStyle(studio->scale);
+    if (access(kFont, R_OK) == 0)
+    {
+        io.Fonts->AddFontFromFileTTF(kFont, kFontSize * studio->scale);
+    }
+    else
+    {
+        io.FontGlobalScale = studio->scale;
+    }
+    ImGui_ImplSDL2_InitForOpenGL(studio->window.window, studio->window.context);
+    ImGui_ImplOpenGL2_Init();
+}
+
+void EndPanels()
+{
+    ImGui_ImplOpenGL2_Shutdown();
+    ImGui_ImplSDL2_Shutdown();
+    ImGui::DestroyContext();
+}
+
+bool GivePanelsEvent(const SDL_Event* event)
+{
+    ImGui_ImplSDL2_ProcessEvent(event);
+    const ImGuiIO& io = ImGui::GetIO();
+    const bool isKey = event->type == SDL_KEYDOWN || event->type == SDL_KEYUP;
+    return isKey && io.WantTextInput;
+}
+
+void NoteItem(Studio* studio, const char* name)
+{
+    const ImVec2 from = ImGui::GetItemRectMin();
+    const ImVec2 size = ImGui::GetItemRectSize();
+    studio->rects[name] = {from.x, from.y, size.x, size.y};
+}
+
+PanelRect FitPicture(const Studio* studio, const PanelRect& space)
+{
+    const float aspect = static_cast<float>(studio->window.pictureWidth) /
+                         static_cast<float>(studio->window.pictureHeight);
+    const float width = std::max(1.0f, std::min(space.width, space.height * aspect));
+    const float height = width / aspect;
+    return {space.left + (space.width - width) / 2.0f, space.top + (space.height - height) / 2.0f,
+            width, height};
+}
+
+void DrawMessage(Studio* studio, const PanelRect& picture)
+{
+    static constexpr uint32_t kShownMs = 4000;
+    if (studio->options.hasNoUi || studio->message.empty() ||
+        NowMs() - studio->messageMs > kShownMs)
+    {
+        return;
+    }
+    ImDrawList* list = ImGui::GetForegroundDrawList();
+    const ImVec2 size = ImGui::CalcTextSize(studio->message.c_str());
+    const float pad = 6.0f * studio->scale;
+    const ImVec2 from(picture.left + pad, picture.top + pad);
+    list->AddRectFilled(from, ImVec2(from.x + size.x + 2.0f * pad, from.y + size.y + 2.0f * pad),
+                        IM_COL32(0, 0, 0, 170));
+    list->AddText(ImVec2(from.x + pad, from.y + pad), IM_COL32(230, 230, 230, 255),
+                  studio->message.c_str());
+}
+
+void DrawPanels(Studio* studio)
+{
+    studio->rects.clear();
+    ImGui_ImplOpenGL2_NewFrame();
+    ImGui_ImplSDL2_NewFrame();
+    ImGui::NewFrame();
+    if (studio->showsPanels)
+    {
+        DrawPicturePanel(studio);
+        DrawTransportPanel(studio);
+        DrawFaultsPanel(studio);
+    }
+    else
+    {
+        DrawPictureAlone(studio);
+    }
+    if (studio->showsKeys)
+    {
+        DrawKeysPanel(studio);
+    }
+    ImGui::Render();
+
+    const ImGuiIO& io = ImGui::GetIO();
+    glViewport(0, 0, static_cast<GLsizei>(io.DisplaySize.x * io.DisplayFramebufferScale.x),
+               static_cast<GLsizei>(io.DisplaySize.y * io.DisplayFramebufferScale.y));
+    glClearColor(0.0f, 0.0f, 0.0f, 1.0f);
+    glClear(GL_COLOR_BUFFER_BIT);
+    ImGui_ImplOpenGL2_RenderDrawData(ImGui::GetDrawData());
+}

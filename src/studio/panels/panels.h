@@ -1,0 +1,33 @@
+// The panels: each file draws one, and nobody else calls Dear ImGui.
+#pragma once
+
+#include "studio/studio.h"
+
+/// Makes the panels ready to draw, once. Relies on the window being used.
+/// @param layout   path of the file that keeps where panels are; must stay; null for none
+void StartPanels(Studio* studio, const char* layout);
+void EndPanels();
+
+/// @return whether the event was meant for a panel and not for a command
+bool GivePanelsEvent(const SDL_Event* event);
+
+/// Draws all that is seen, into the back buffer of the window, which is used.
+void DrawPanels(Studio* studio);
+
+// Each between the two halves of a frame.
+
+void DrawPicturePanel(Studio* studio);
+void DrawTransportPanel(Studio* studio);
+void DrawFaultsPanel(Studio* studio);
+void DrawKeysPanel(Studio* studio);
+/// The picture as large as the window, with messages over it.
+void DrawPictureAlone(Studio* studio);
+
+/// Notes where the last item of Dear ImGui is.
+void NoteItem(Studio* studio, const char* name);
+
+/// Draws the message over a part of the window.
+void DrawMessage(Studio* studio, const PanelRect& picture);
+
+/// @return the largest place for the picture in a part of the window
+PanelRect FitPicture(const Studio* studio, const PanelRect& space);

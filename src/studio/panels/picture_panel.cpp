@@ -1,0 +1,44 @@
+#include "studio/panels/panels.h"
+
+#include <imgui.h>
+
+static ImTextureID PictureId(const Studio* studio)
+{
+    return reinterpret_cast<ImTextureID>(static_cast<intptr_t>(studio->window.picture));
+}
+
+void DrawPictureAlone(Studio* studio)
+{
+    const ImVec2 size = ImGui::GetIO().DisplaySize;
+    const PanelRect picture = FitPicture(studio, {0.0f, 0.0f, size.x, size.y});
+    // The upper row of the picture is the last of the texture.
+    ImGui::GetBackgroundDrawList()->AddImage(
+        PictureId(studio), ImVec2(picture.left, picture.top),
+        ImVec2(picture.left + picture.width, picture.top + picture.height), ImVec2(0.0f, 1.0f),
+        ImVec2(1.0f, 0.0f));
+    studio->rects["picture"] = picture;
+    DrawMessage(studio, picture);
+}
+
+void DrawPicturePanel(Studio* studio)
+{
+    const ImVec2 size = ImGui::GetIO().DisplaySize;
+    ImGui::SetNextWindowPos(ImVec2(0.0f, 0.0f), ImGuiCond_FirstUseEver);
+    ImGui::SetNextWindowSize(ImVec2(size.x * 0.66f, size.y * 0.66f), ImGuiCond_FirstUseEver);
+    ImGui::PushStyleVar(ImGuiStyleVar_WindowPadding, ImVec2(0.0f, 0.0f));
+    const bool isOpen = ImGui::Begin(
+        "Picture", nullptr, ImGuiWindowFlags_NoScrollbar | ImGuiWindowFlags_NoScrollWithMouse);
+    ImGui::PopStyleVar();
+    if (isOpen)
+    {
+        const ImVec2 from = ImGui::GetCursorScreenPos();
+        const ImVec2 space = ImGui::GetContentRegionAvail();
+        const PanelRect picture = FitPicture(studio, {from.x, from.y, space.x, space.y});
+        ImGui::SetCursorScreenPos(ImVec2(picture.left, picture.top));
+        ImGui::Image(PictureId(studio), ImVec2(picture.width, picture.height), ImVec2(0.0f, 1.0f),
+                     ImVec2(1.0f, 0.0f));
+        NoteItem(studio, "picture");
+        DrawMessage(studio, picture);
+    }
+    ImGui::End();
+}

@@ -1,0 +1,734 @@
+#include "studio/studio.h"
+
+#include <GL/glew.h>
+#include <algorithm>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <sys/stat.h>
+#include <tinyxml.h>
+#include <unistd.h>
+
+#include "engine/data/cos_table.h"
+#include "engine/render/records/timeline.h"
+#include "engine/textures/corner_masks.h"
+#include "studio/fault_lines.h"
+#include "studio/panels/panels.h"
+#include "studio/state_line.h"
+#include "tools/files.h"
+#include "tools/png_file.h"
+
+static constexpr int32_t kDefaultWidth = 1280;
+static constexpr int32_t kDefaultHeight = 720;
+static constexpr int kIdleMs = 20; // between looks at what else happens, while nothing moves
+static constexpr uint64_t kMostSettings = 1u << 20; // bytes
+
+uint32_t NowMs()
+{
+    return SDL_GetTicks();
+}
+
+void ShowMessage(Studio* studio, const std::string& message)
+{
+    studio->message = message;
+    studio->messageMs = NowMs();
+}
+
+static void TellFaults(Studio* studio, const std::vector<std::string>& faults)
+{
+    studio->faults = faults;
+    for (const std::string& fault : faults)
+    {
+        fprintf(stderr, "quorvale-studio: %s\n", fault.c_str());
+    }
+}
+
+// ---- Opening a piece
+
+/// @return the path without links and dots, so that a piece has one name; as it is if it is nowhere
+static std::string WholePath(const std::string& path)
+{
+    char whole[PATH_MAX];
+    return realpath(path.c_str(), whole) != nullptr ? whole : path;
+}
+
+static std::string FolderOf(const std::string& path)
+{
+    const size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "." : path.substr(0, slash);
+}
+
+void OpenPiecePath(Studio* studio, const std::string& path)
+{
+    struct stat status;
+    if (stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode))
+    {
+        TellFaults(studio, {path + ": it is a folder; a package is needed"});
+        return;
+    }
+    if (studio->loader.isRunning)
+    {
+        ShowMessage(studio, "another piece is being opened");
+        return;
+    }
+    studio->piecePath = WholePath(path);
+    const uint32_t tick =
+        studio->loads == 0 && studio->options.fromTick != 0 ? studio->options.fromTick
+        : studio->options.isViewer                          ? 0
+                                   : FindPlace(studio->settings, studio->piecePath);
+    LoadRequest request = {};
+    request.path = studio->piecePath;
+    request.view = {studio->window.pictureWidth, studio->window.pictureHeight,
+                    static_cast<float>(studio->window.pictureWidth) /
+                        static_cast<float>(studio->window.pictureHeight),
+                    studio->window.features};
+    request.tick = tick;
+    const uint32_t free = studio->active == 0 ? 1 : 0;
+    StartLoading(std::move(request), &studio->window.slots[free], &studio->loader);
+}
+
+/// @return the last tick of a piece
+static uint32_t EndTick(const Timeline* timeline)
+{
+    uint32_t end = 0;
+    for (uint32_t row = 0; row < kTimelineRows; ++row)
+    {
+        for (uint32_t clip = 0; clip < timeline->clipCount[row]; ++clip)
+        {
+            end = std::max(end, timeline->clipEnd[row][clip]);
+        }
+    }
+    // Positions are milliseconds in 32 bits.
+    return std::min(end, UINT32_MAX / kMsPerTick);
+}
+
+/// @return the module's path, in the piece's folder or below music/; empty for none
+static std::string FindModule(const Piece* piece, const std::string& folder)
+{
+    const TiXmlNode* node = MusicDocument(piece)->musicNode;
+    const TiXmlElement* element = node == nullptr ? nullptr : node->ToElement();
+    const char* file = element == nullptr ? nullptr : element->Attribute("file");
+    if (file == nullptr)
+    {
+        return "";
+    }
+    const std::string own = file[0] == '/' ? file : folder + "/" + file;
+    const std::string below = folder + "/music/" + file;
+    return access(own.c_str(), R_OK) == 0 ? own : access(below.c_str(), R_OK) == 0 ? below : "";
+}
+
+static void StartModule(Studio* studio, const std::string& path)
+{
+    if (path == studio->musicianPath && studio->musician.pid == 0)
+    {
+        return;
+    }
+    EndChild(&studio->musician);
+    studio->musicianPath = path;
+    studio->track = {};
+    SetSamples(&studio->sound, nullptr);
+    if (!path.empty() && !StartMusician(path, &studio->musician))
+    {
+        ShowMessage(studio, studio->musician.errors);
+    }
+}
+
+/// A piece was loaded and takes over.
+static void TakeOver(Studio* studio, const LoadOutcome& outcome)
+{
+    const bool isOther = studio->loadedPath != studio->piecePath;
+    const int32_t before = studio->active;
+    studio->active = static_cast<int32_t>(studio->loader.slot - studio->window.slots);
+    if (before >= 0)
+    {
+        CloseSlotStage(&studio->window.slots[before]);
+        UseWindow(&studio->window);
+    }
+    studio->loadUs = outcome.loadUs;
+    studio->seekUs = outcome.seekUs;
+    studio->loads += 1;
+    studio->faults.clear();
+
+    const Stage* stage = studio->window.slots[studio->active].stage;
+    const uint32_t end = EndTick(stage->run.piece.demo.timeline);
+    if (isOther)
+    {
+        if (!studio->loadedPath.empty())
+        {
+            NotePlace(&studio->settings, studio->loadedPath, TransportTick(&studio->transport));
+        }
+        const uint32_t stretch = studio->transport.stretch;
+        const bool repeats = studio->transport.repeats;
+        studio->transport = StartTransport(end);
+        studio->transport.repeats = repeats;
+        studio->transport.stretch = stretch + 1;
+        JumpTo(&studio->transport, studio->loader.request.tick, NowMs());
+        studio->isWaiting = studio->options.isViewer;
+        studio->loadedPath = studio->piecePath;
+    }
+    else
+    {
+        SetEnd(&studio->transport, end, NowMs());
+    }
+    studio->modulePath = FindModule(&stage->run.piece, FolderOf(studio->piecePath));
+    StartModule(studio, studio->modulePath);
+    studio->mustShow = true;
+    SDL_SetWindowTitle(studio->window.window, (studio->piecePath + " - Quorvale Studio").c_str());
+}
+
+/// The next piece of the list, or the end of the program.
+static void PlayNext(Studio* studio)
+{
+    studio->pieceIndex += 1;
+    if (studio->pieceIndex < studio->options.pieces.size())
+    {
+        OpenPiecePath(studio, studio->options.pieces[studio->pieceIndex]);
+        return;
+    }
+    if (studio->options.repeats && studio->active >= 0)
+    {
+        studio->pieceIndex = 0;
+        if (studio->options.pieces.size() == 1)
+        {
+            JumpTo(&studio->transport, 0, NowMs());
+            studio->isWaiting = true;
+            return;
+        }
+        OpenPiecePath(studio, studio->options.pieces[0]);
+        return;
+    }
+    studio->quits = true;
+    studio->exitCode = studio->active < 0 ? EXIT_FAILURE : studio->exitCode;
+}
+
+static void PollPiece(Studio* studio)
+{
+    LoadOutcome outcome;
+    if (TakeLoaded(&studio->loader, &outcome))
+    {
+        if (outcome.isLoaded)
+        {
+            TakeOver(studio, outcome);
+        }
+        else
+        {
+            TellFaults(studio, outcome.faults);
+            studio->exitCode = EXIT_FAILURE;
+            if (studio->options.isViewer)
+            {
+                PlayNext(studio);
+            }
+        }
+    }
+    if (studio->musician.pid != 0)
+    {
+        std::string fault;
+        switch (PollMusician(&studio->musician, &studio->track, &fault))
+        {
+        case MusicianStep::kDone:
+            SetSamples(&studio->sound, studio->track.samples);
+            studio->transport.stretch += studio->transport.plays ? 1 : 0;
+            break;
+        case MusicianStep::kFailed:
+            ShowMessage(studio, fault);
+            break;
+        case MusicianStep::kWorks:
+            break;
+        }
+    }
+    if (studio->isWaiting && studio->active >= 0 && studio->musician.pid == 0)
+    {
+        studio->isWaiting = false;
+        Play(&studio->transport, NowMs());
+    }
+}
+
+// ---- Commands
+
+static void KeepPictureFile(Studio* studio)
+{
+    if (studio->active < 0)
+    {
+        return;
+    }
+    const size_t slash = studio->loadedPath.rfind('/');
+    std::string stem = studio->loadedPath.substr(slash == std::string::npos ? 0 : slash + 1);
+    stem = stem.substr(0, stem.rfind('.'));
+    char number[32];
+    snprintf(number, sizeof(number), "-%06u.png", studio->shownTick);
+    const std::string path = stem + number;
+    const std::vector<uint8_t> pixels = ReadShownPicture(&studio->window);
+    const bool isWritten = WritePng(
+        path, {studio->window.pictureWidth, studio->window.pictureHeight, 3, pixels.data()});
+    ShowMessage(studio, isWritten ? path + " is written" : path + " can't be written");
+}
+
+/// Goes some rows of the module on or back.
+static void StepRows(Studio* studio, int32_t rows)
+{
+    if (studio->track.rows.empty())
+    {
+        return;
+    }
+    Pause(&studio->transport);
+    const int32_t last = static_cast<int32_t>(studio->track.rows.size()) - 1;
+    const int32_t row =
+        std::clamp(FindTrackRow(studio->track, TransportTick(&studio->transport)) + rows, 0, last);
+    JumpTo(&studio->transport, studio->track.rows[static_cast<size_t>(row)].tick, NowMs());
+}
+
+static void StepTicks(Studio* studio, int64_t ticks)
+{
+    Pause(&studio->transport);
+    JumpBy(&studio->transport, ticks, NowMs());
+}
+
+static void ToggleFullscreen(Studio* studio)
+{
+    SDL_Window* window = studio->window.window;
+    const bool isFull = (SDL_GetWindowFlags(window) & SDL_WINDOW_FULLSCREEN_DESKTOP) != 0;
+    SDL_SetWindowFullscreen(window, isFull ? 0 : SDL_WINDOW_FULLSCREEN_DESKTOP);
+    studio->showsPanels = isFull && !studio->options.isViewer;
+    SDL_ShowCursor(isFull || !studio->options.isViewer ? SDL_ENABLE : SDL_DISABLE);
+}
+
+static void Leave(Studio* studio)
+{
+    const bool isFull =
+        (SDL_GetWindowFlags(studio->window.window) & SDL_WINDOW_FULLSCREEN_DESKTOP) != 0;
+    if (studio->options.isViewer)
+    {
+        studio->quits = true;
+    }
+    else if (isFull)
+    {
+        ToggleFullscreen(studio);
+    }
+    studio->showsKeys = false;
+}
+
+static void ChangeVolume(Studio* studio, int32_t step)
+{
+    studio->settings.volume = std::clamp(studio->settings.volume + step, 0, 100);
+    SetVolume(&studio->sound, studio->settings.volume, studio->sound.isMuted);
+    ShowMessage(studio, "volume " + std::to_string(studio->settings.volume));
+}
+
+/// The range between the marks; the other mark starts at the piece's own end.
+static void MarkRange(Studio* studio, bool isBegin)
+{
+    Transport* transport = &studio->transport;
+    const uint32_t tick = TransportTick(transport);
+    const uint32_t begin = isBegin ? tick : transport->hasRange ? transport->rangeBegin : 0;
+    const uint32_t end = !isBegin              ? tick
+                         : transport->hasRange ? transport->rangeEnd
+                                               : transport->endTick;
+    SetRange(transport, begin, end);
+}
+
+void RunCommand(Studio* studio, Command command)
+{
+    static constexpr int64_t kShortTicks = 500;
+    static constexpr int64_t kLongTicks = 6000;
+    static constexpr int32_t kRowsOfABeat = 4;
+    Transport* transport = &studio->transport;
+    const uint32_t now = NowMs();
+    switch (command)
+    {
+    case Command::kPlayPause:
+        transport->plays ? Pause(transport) : Play(transport, now);
+        break;
+    case Command::kBackShort:
+        JumpBy(transport, -kShortTicks, now);
+        break;
+    case Command::kOnShort:
+        JumpBy(transport, kShortTicks, now);
+        break;
+    case Command::kBackLong:
+        JumpBy(transport, -kLongTicks, now);
+        break;
+    case Command::kOnLong:
+        JumpBy(transport, kLongTicks, now);
+        break;
+    case Command::kBackTick:
+        StepTicks(studio, -1);
+        break;
+    case Command::kOnTick:
+        StepTicks(studio, 1);
+        break;
+    case Command::kBackPicture:
+        StepTicks(studio, -int64_t{kPictureTicks});
+        break;
+    case Command::kOnPicture:
+        StepTicks(studio, kPictureTicks);
+        break;
+    case Command::kBackRow:
+        StepRows(studio, -1);
+        break;
+    case Command::kOnRow:
+        StepRows(studio, 1);
+        break;
+    case Command::kBackBeat:
+        StepRows(studio, -kRowsOfABeat);
+        break;
+    case Command::kOnBeat:
+        StepRows(studio, kRowsOfABeat);
+        break;
+    case Command::kToStart:
+        JumpTo(transport, 0, now);
+        break;
+    case Command::kToEnd:
+        JumpTo(transport, transport->endTick, now);
+        break;
+    case Command::kSlower:
+        ChangeSpeed(transport, -1, now);
+        break;
+    case Command::kFaster:
+        ChangeSpeed(transport, 1, now);
+        break;
+    case Command::kNormalSpeed:
+        SetNormalSpeed(transport, now);
+        break;
+    case Command::kRangeBegin:
+        MarkRange(studio, true);
+        break;
+    case Command::kRangeEnd:
+        MarkRange(studio, false);
+        break;
+    case Command::kRangeOff:
+        transport->hasRange = !transport->hasRange && transport->rangeBegin < transport->rangeEnd;
+        break;
+    case Command::kMute:
+        SetVolume(&studio->sound, studio->settings.volume, !studio->sound.isMuted);
+        ShowMessage(studio, studio->sound.isMuted ? "muted" : "sound on");
+        break;
+    case Command::kQuieter:
+        ChangeVolume(studio, -10);
+        break;
+    case Command::kLouder:
+        ChangeVolume(studio, 10);
+        break;
+    case Command::kFullscreen:
+        ToggleFullscreen(studio);
+        break;
+    case Command::kPicture:
+        KeepPictureFile(studio);
+        break;
+    case Command::kPanels:
+        studio->showsPanels = !studio->showsPanels;
+        break;
+    case Command::kKeys:
+        studio->showsKeys = !studio->showsKeys;
+        break;
+    case Command::kLeave:
+        Leave(studio);
+        break;
+    case Command::kQuit:
+        studio->quits = true;
+        break;
+    }
+}
+
+static uint8_t Modifiers(uint16_t state)
+{
+    return static_cast<uint8_t>(((state & KMOD_SHIFT) != 0 ? kShift : 0) |
+                                ((state & KMOD_CTRL) != 0 ? kControl : 0));
+}
+
+static void TakeKey(Studio* studio, const SDL_KeyboardEvent& key)
+{
+    for (const KeyRow& row : KeyTable())
+    {
+        if (SDL_GetKeyFromName(row.key) == key.keysym.sym &&
+            row.modifiers == Modifiers(key.keysym.mod) &&
+            (row.inViewer || !studio->options.isViewer))
+        {
+            RunCommand(studio, row.command);
+            return;
+        }
+    }
+}
+
+static void TakeEvent(Studio* studio, const SDL_Event* event)
+{
+    if (GivePanelsEvent(event))
+    {
+        return;
+    }
+    switch (event->type)
+    {
+    case SDL_QUIT:
+        studio->quits = true;
+        break;
+    case SDL_KEYDOWN:
+        TakeKey(studio, event->key);
+        break;
+    case SDL_MOUSEBUTTONDOWN:
+        if (studio->options.isViewer && event->button.clicks == 2)
+        {
+            ToggleFullscreen(studio);
+        }
+        break;
+    case SDL_DROPFILE:
+        OpenPiecePath(studio, event->drop.file);
+        SDL_free(event->drop.file);
+        break;
+    default:
+        break;
+    }
+}
+
+// ---- A round
+
+static void FollowStretch(Studio* studio)
+{
+    if (studio->soundStretch == studio->transport.stretch)
+    {
+        return;
+    }
+    studio->soundStretch = studio->transport.stretch;
+    const bool hasSound = studio->sound.device != 0 && studio->sound.samples != nullptr;
+    if (hasSound && WantsSound(&studio->transport))
+    {
+        StartSound(&studio->sound, studio->transport.positionMs);
+    }
+    else
+    {
+        StopSound(&studio->sound);
+    }
+}
+
+/// Moves the transport to the time that it is.
+static void MoveOn(Studio* studio)
+{
+    FollowStretch(studio);
+    const bool played = studio->transport.plays;
+    if (studio->sound.isPlaying)
+    {
+        // The count is read first: the device may ask for a block in between.
+        const SoundCount count = ReadSoundCount(&studio->sound);
+        const TransportClock clock = {NowMs(), &count};
+        studio->soundMs = SoundPosition(&count, clock.nowMs);
+        MoveTransport(&studio->transport, &clock);
+    }
+    else
+    {
+        const TransportClock clock = {NowMs(), nullptr};
+        MoveTransport(&studio->transport, &clock);
+    }
+    FollowStretch(studio);
+    const bool hasEnded = played && !studio->transport.plays;
+    if (hasEnded && studio->options.isViewer)
+    {
+        PlayNext(studio);
+    }
+}
+
+/// Draws the picture of the tick, if it is not the one that is shown.
+/// @return whether it was drawn
+static bool ShowPicture(Studio* studio)
+{
+    const uint32_t tick = TransportTick(&studio->transport);
+    if (studio->active < 0 || (tick == studio->shownTick && !studio->mustShow))
+    {
+        return false;
+    }
+    studio->mustShow = false;
+    studio->shownTick = tick;
+    FaultList faults;
+    StartFaults(&faults);
+    StageSlot* slot = &studio->window.slots[studio->active];
+    if (ShowTick(&studio->window, slot, tick, &faults))
+    {
+        studio->frames += 1;
+    }
+    else
+    {
+        Pause(&studio->transport);
+        TellFaults(studio, FaultLines(&faults));
+        studio->exitCode = EXIT_FAILURE;
+    }
+    const bool failed = HasFailed(&faults);
+    FreeFaults(&faults);
+    if (failed && studio->options.isViewer)
+    {
+        PlayNext(studio);
+    }
+    return true;
+}
+
+static void RunRounds(Studio* studio)
+{
+    static constexpr uint32_t kRedrawnRounds = 3; // after the last event: panels move a frame late
+    uint32_t redraws = kRedrawnRounds;
+    while (!studio->quits)
+    {
+        SDL_Event event;
+        bool hasEvent = SDL_WaitEventTimeout(&event, studio->transport.plays ? 1 : kIdleMs) != 0;
+        redraws = hasEvent ? kRedrawnRounds : redraws;
+        for (; hasEvent; hasEvent = SDL_PollEvent(&event) != 0)
+        {
+            TakeEvent(studio, &event);
+        }
+        PollPiece(studio);
+        MoveOn(studio);
+        const bool isNew = ShowPicture(studio);
+        const bool hasMessage = NowMs() - studio->messageMs < 5000 && !studio->message.empty();
+        if (isNew || hasMessage || redraws != 0)
+        {
+            redraws = isNew ? kRedrawnRounds : redraws - (redraws != 0 ? 1 : 0);
+            DrawPanels(studio);
+            studio->redraws += 1;
+            SDL_GL_SwapWindow(studio->window.window);
+        }
+        // Whoever asks may have moved the pointer, and waits until the window has seen it.
+        AnswerControl(&studio->control,
+                      [studio, &redraws](const std::string& question)
+                      {
+                          redraws = kRedrawnRounds;
+                          return Answer(studio, question);
+                      });
+    }
+}
+
+// ---- Begin and end
+
+static std::string ReadSettingsText(const std::string& folder)
+{
+    const std::string path = folder + "/settings";
+    Bytes bytes;
+    if (access(path.c_str(), R_OK) == 0 && ReadWholeFile(path, kMostSettings, &bytes))
+    {
+        return std::string(bytes.begin(), bytes.end());
+    }
+    return "";
+}
+
+static void KeepSettings(Studio* studio, const std::string& folder)
+{
+    if (folder.empty() || studio->options.isViewer)
+    {
+        return;
+    }
+    NotePlace(&studio->settings, studio->loadedPath, TransportTick(&studio->transport));
+    SDL_GetWindowSize(studio->window.window, &studio->settings.windowWidth,
+                      &studio->settings.windowHeight);
+    const std::string text = FormatSettings(studio->settings);
+    if (MakeFolder(folder))
+    {
+        ReplaceFile(folder + "/settings", reinterpret_cast<const unsigned char*>(text.data()),
+                    text.size());
+    }
+}
+
+/// How much larger than on an ordinary screen everything is drawn.
+static float FindScale()
+{
+    static constexpr float kOrdinaryDpi = 96.0f;
+    float dpi = 0.0f;
+    if (SDL_GetDisplayDPI(0, nullptr, &dpi, nullptr) != 0)
+    {
+        return 1.0f;
+    }
+    return std::clamp(static_cast<float>(static_cast<int>(dpi / kOrdinaryDpi * 4.0f)) / 4.0f, 1.0f,
+                      4.0f);
+}
+
+/// @return an empty text, or why there is no window
+static std::string OpenAll(Studio* studio)
+{
+    if (SDL_Init(SDL_INIT_VIDEO | SDL_INIT_TIMER) != 0)
+    {
+        return std::string("can't open a screen: ") + SDL_GetError();
+    }
+    // Without a screen SDL may choose one that nobody sees.
+    const std::string driver = SDL_GetCurrentVideoDriver();
+    if (getenv("SDL_VIDEODRIVER") == nullptr && (driver == "offscreen" || driver == "dummy"))
+    {
+        return "can't open a screen: there is none";
+    }
+    SDL_EventState(SDL_DROPFILE, SDL_ENABLE);
+    const StudioOptions& options = studio->options;
+    WindowRequest request = {options.width, options.height, studio->settings.windowWidth,
+                             studio->settings.windowHeight, options.isFullscreen};
+    if (request.width == 0)
+    {
+        SDL_DisplayMode mode = {};
+        const bool fills = options.isFullscreen && SDL_GetDesktopDisplayMode(0, &mode) == 0;
+        request.width = fills ? mode.w : kDefaultWidth;
+        request.height = fills ? mode.h : kDefaultHeight;
+    }
+    if (options.isViewer)
+    {
+        request.windowWidth = request.width;
+        request.windowHeight = request.height;
+    }
+    const std::string wrong = OpenStudioWindow(&request, &studio->window);
+    if (!wrong.empty())
+    {
+        return wrong;
+    }
+    if (!options.control.empty())
+    {
+        return OpenControl(options.control, &studio->control);
+    }
+    return "";
+}
+
+static void CloseAll(Studio* studio)
+{
+    EndLoading(&studio->loader);
+    EndChild(&studio->musician);
+    CloseSound(&studio->sound);
+    CloseControl(&studio->control);
+    CloseStudioWindow(&studio->window);
+    SDL_Quit();
+}
+
+int RunStudio(const StudioOptions& options)
+{
+    BuildCosTable();
+    BuildCornerMasks();
+    Studio* studio = new Studio{};
+    studio->options = options;
+    studio->active = -1;
+    studio->showsPanels = !options.isViewer && !options.isFullscreen;
+    studio->transport.speed = kNormalSpeed;
+    const std::string folder = SettingsFolder(getenv("XDG_CONFIG_HOME"), getenv("HOME"));
+    studio->settings = ParseSettings(folder.empty() ? "" : ReadSettingsText(folder));
+
+    const std::string wrong = OpenAll(studio);
+    if (!wrong.empty())
+    {
+        fprintf(stderr, "quorvale-studio: %s\n", wrong.c_str());
+        CloseAll(studio);
+        delete studio;
+        return EXIT_FAILURE;
+    }
+    OpenSound(&studio->sound);
+    SetVolume(&studio->sound, studio->settings.volume, options.isMuted);
+    studio->scale = FindScale();
+    const bool keepsLayout = !folder.empty() && !options.isViewer && MakeFolder(folder);
+    const std::string layout = folder + "/layout.ini";
+    StartPanels(studio, keepsLayout ? layout.c_str() : nullptr);
+    if (options.isViewer && options.isFullscreen)
+    {
+        SDL_ShowCursor(SDL_DISABLE);
+    }
+    if (!options.pieces.empty())
+    {
+        OpenPiecePath(studio, options.pieces[0]);
+    }
+
+    RunRounds(studio);
+
+    KeepSettings(studio, folder);
+    EndLoading(&studio->loader);
+    UseWindow(&studio->window);
+    EndPanels();
+    const int exitCode = studio->exitCode;
+    CloseAll(studio);
+    delete studio;
+    return exitCode;
+}

@@ -1,0 +1,83 @@
+// The studio as one record: window, piece, transport, sound and what the panels show.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "studio/build/child.h"
+#include "studio/build/musician.h"
+#include "studio/control_socket.h"
+#include "studio/loader.h"
+#include "studio/logic/commands.h"
+#include "studio/logic/options.h"
+#include "studio/logic/settings.h"
+#include "studio/logic/transport.h"
+#include "studio/sound.h"
+#include "studio/window.h"
+
+/// A part of the window, in pixels from its left upper corner, told to whoever asks.
+struct PanelRect
+{
+    float left, top, width, height;
+};
+
+/// Must stay where it is: threads and the sound device point into it.
+struct Studio
+{
+    StudioOptions options;
+    StudioSettings settings;
+    StudioWindow window;
+    Loader loader;
+    int32_t active; // place in window.slots of the piece that plays; -1 for none
+    Transport transport;
+
+    std::string piecePath;           // as it was named
+    std::string modulePath;          // of the piece; empty for none
+    uint32_t pieceIndex;             // in options.pieces, with --play
+    std::string loadedPath;          // of the piece that plays
+    uint32_t loadUs, seekUs;         // of the last piece that was loaded
+    uint32_t loads;                  // pieces that took over
+    std::vector<std::string> faults; // of the last piece that did not, or of playing
+
+    StudioSound sound;
+    uint32_t soundStretch; // that the sound plays
+    uint32_t soundMs;      // position of the sound when the transport was moved last
+    Child musician;
+    std::string musicianPath; // module that is being played, or was last
+    Track track;
+
+    uint32_t shownTick;
+    bool mustShow;    // whatever the tick
+    uint64_t frames;  // pictures of the piece drawn
+    uint64_t redraws; // of the window
+    bool isWaiting;   // to play, until piece and sound are there
+
+    bool showsPanels;
+    bool showsKeys;
+    std::string message; // over the picture
+    uint32_t messageMs;  // when it came
+    float scale;         // of the user interface
+    std::map<std::string, PanelRect> rects;
+
+    ControlSocket control;
+    bool quits;
+    int exitCode;
+};
+
+/// Runs the program until it is quit.
+/// @return its exit code
+int RunStudio(const StudioOptions& options);
+
+/// Does what a key or a button stands for.
+void RunCommand(Studio* studio, Command command);
+
+/// Opens another piece. The one that plays goes on until it is there.
+void OpenPiecePath(Studio* studio, const std::string& path);
+
+/// Shows a line over the picture for a while, and prints it if there is no window to look at.
+void ShowMessage(Studio* studio, const std::string& message);
+
+/// @return milliseconds, as SDL counts them
+uint32_t NowMs();

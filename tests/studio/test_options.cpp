@@ -1,0 +1,155 @@
+#include <gtest/gtest.h>
+#include <set>
+
+#include "studio/logic/commands.h"
+#include "studio/logic/options.h"
+#include "studio/logic/settings.h"
+
+namespace
+{
+
+struct MomentCase
+{
+    const char* text;
+    uint32_t tick;
+};
+
+TEST(Options, AMomentIsSecondsMinutesOrTicks)
+{
+    const MomentCase cases[] = {
+        {"0", 0},     {"12.5", 1250}, {"1:12.5", 7250}, {"1250t", 1250},
+        {"0.29", 29}, {".5", 50},     {"10:00", 60000},
+    };
+    for (const MomentCase& c : cases)
+    {
+        uint32_t tick = 12345;
+        EXPECT_TRUE(ParseMoment(c.text, &tick)) << c.text;
+        EXPECT_EQ(tick, c.tick) << c.text;
+    }
+}
+
+TEST(Options, OtherMomentsAreRefused)
+{
+    for (const char* text : {"", "t", "-1", "1.5t", "1:2:3", "1..2", "inf", "0x10", "99999999999"})
+    {
+        uint32_t tick = 0;
+        EXPECT_FALSE(ParseMoment(text, &tick)) << text;
+    }
+}
+
+TEST(Options, ASizeHasTwoSides)
+{
+    int32_t width = 0;
+    int32_t height = 0;
+    EXPECT_TRUE(ParseSize("640x360", &width, &height));
+    EXPECT_EQ(width, 640);
+    EXPECT_EQ(height, 360);
+    for (const char* text : {"640", "x360", "640x", "0x360", "640x9000", "64ax360", "-1x2"})
+    {
+        EXPECT_FALSE(ParseSize(text, &width, &height)) << text;
+    }
+}
+
+TEST(Options, TheViewerTakesAList)
+{
+    StudioOptions options;
+    EXPECT_EQ(ParseOptions({"--play", "--size=320x200", "--from", "2", "--loop", "--mute",
+                            "--no-ui", "--fullscreen", "a.dpk", "--", "--b.dpk"},
+                           &options),
+              "");
+    EXPECT_TRUE(options.isViewer && options.repeats && options.isMuted && options.hasNoUi &&
+                options.isFullscreen);
+    EXPECT_EQ(options.width, 320);
+    EXPECT_EQ(options.fromTick, 200u);
+    EXPECT_EQ(options.pieces, (std::vector<std::string>{"a.dpk", "--b.dpk"}));
+}
+
+TEST(Options, MistakesAreNamed)
+{
+    StudioOptions options;
+    EXPECT_EQ(ParseOptions({"--plya"}, &options), "there is no option \"--plya\"");
+    EXPECT_EQ(ParseOptions({"--play"}, &options), "--play needs a piece");
+    EXPECT_EQ(ParseOptions({"a", "b"}, &options),
+              "the studio opens one piece; --play takes several");
+    EXPECT_EQ(ParseOptions({"--size", "big"}, &options),
+              "--size \"big\" is no size such as 1280x720");
+    EXPECT_EQ(ParseOptions({"--from"}, &options),
+              "--from \"\" is no moment such as 12.5, 1:12 or 1250t");
+}
+
+TEST(Options, TheHelpTellsOfEachOption)
+{
+    const std::string help = OptionsHelp();
+    for (const char* name : {"--play", "--fullscreen", "--size", "--from", "--loop", "--mute",
+                             "--no-ui", "--control", "--help", "--version"})
+    {
+        EXPECT_NE(help.find(name), std::string::npos) << name;
+    }
+}
+
+TEST(Commands, NoKeyStandsForTwo)
+{
+    std::set<std::pair<std::string, int>> keys;
+    for (const KeyRow& row : KeyTable())
+    {
+        EXPECT_TRUE(keys.insert({row.key, row.modifiers}).second) << row.key;
+    }
+}
+
+TEST(Commands, EachHasAKey)
+{
+    std::set<Command> commands;
+    for (const KeyRow& row : KeyTable())
+    {
+        commands.insert(row.command);
+    }
+    EXPECT_EQ(commands.size(), static_cast<size_t>(Command::kQuit) + 1);
+}
+
+TEST(Settings, ComeBackAsTheyWereKept)
+{
+    StudioSettings settings = DefaultSettings();
+    settings.editor = "code -g %f:%l";
+    settings.volume = 30;
+    NotePlace(&settings, "/a b/c.dpk", 120);
+    NotePlace(&settings, "/d=e", 7);
+    const StudioSettings read = ParseSettings(FormatSettings(settings));
+    EXPECT_EQ(read.editor, settings.editor);
+    EXPECT_EQ(read.volume, 30);
+    EXPECT_EQ(read.windowWidth, settings.windowWidth);
+    EXPECT_EQ(FindPlace(read, "/a b/c.dpk"), 120u);
+    EXPECT_EQ(FindPlace(read, "/d=e"), 7u);
+    EXPECT_EQ(read.lastPlaces.front().first, "/d=e");
+}
+
+TEST(Settings, LinesThatAreNoneLeaveTheDefault)
+{
+    const StudioSettings read =
+        ParseSettings("volume=500\nwidth=-3\nheight\n=\npiece=12\npiece=x /a\nvolume\n");
+    EXPECT_EQ(read.volume, 100);
+    EXPECT_EQ(read.windowWidth, DefaultSettings().windowWidth);
+    EXPECT_TRUE(read.lastPlaces.empty());
+}
+
+TEST(Settings, APieceStandsOnceAndTheOldestGo)
+{
+    StudioSettings settings = DefaultSettings();
+    for (uint32_t i = 0; i < 40; ++i)
+    {
+        NotePlace(&settings, "/piece" + std::to_string(i % 20), i);
+    }
+    ASSERT_EQ(settings.lastPlaces.size(), kMostRecentPieces);
+    EXPECT_EQ(settings.lastPlaces[0].first, "/piece19");
+    EXPECT_EQ(FindPlace(settings, "/piece19"), 39u);
+    EXPECT_EQ(FindPlace(settings, "/piece3"), 0u);
+}
+
+TEST(Settings, TheFolderIsTheUsersOwn)
+{
+    EXPECT_EQ(SettingsFolder("/c", "/h"), "/c/quorvale-studio");
+    EXPECT_EQ(SettingsFolder(nullptr, "/h"), "/h/.config/quorvale-studio");
+    EXPECT_EQ(SettingsFolder("relative", "/h"), "/h/.config/quorvale-studio");
+    EXPECT_EQ(SettingsFolder(nullptr, nullptr), "");
+}
+
+} // namespace

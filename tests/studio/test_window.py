@@ -1,0 +1,147 @@
+"""The window: picture, transport, sound, keys, and the viewer."""
+
+import os
+import subprocess
+from pathlib import Path
+from typing import Callable
+
+from studio_window import STUDIO, Studio, picture
+
+PACKAGE = os.environ["PACKAGE"]
+SIZE = ["--size", "320x180"]
+Start = Callable[..., Studio]
+
+
+def opened(studio: Studio) -> None:
+    studio.until(lambda now: now["loads"] == 1 and now["samples"] > 0)
+
+
+def test_pictures_are_those_of_the_stage(start: Start, tmp_path: Path) -> None:
+    studio = start(*SIZE, PACKAGE)
+    opened(studio)
+    # Forwards, backwards, and in steps.
+    keys = [(["Right"], 500), (["Up"], 6500), (["Left"], 6000), (["shift+Left"], 5999),
+            (["Home"], 0), (["End"], 9599), (["period"], 9599), (["comma"], 9597)]
+    for pressed, tick in keys:
+        studio.key(*pressed)
+        studio.until(lambda now: now["shown"] == tick)
+        studio.key("s")
+        studio.until(lambda now: now["message"] == f"quorvale-{tick:06}.png is written")
+    ticks = [str(tick) for tick in {tick for _, tick in keys}]
+    subprocess.run([os.environ["STAGE_PICTURES"], PACKAGE, str(tmp_path), "320", "180", *ticks],
+                   check=True)
+    for tick in ticks:
+        assert picture(tmp_path / f"{tick}.ppm") == picture(
+            tmp_path / f"quorvale-{int(tick):06}.png"), tick
+
+
+def test_it_plays_in_step_with_the_sound(start: Start) -> None:
+    studio = start(*SIZE, PACKAGE)
+    opened(studio)
+    studio.key("space")
+    state = studio.until(lambda now: now["tick"] > 50)
+    assert state["plays"] and state["sound"] == "plays"
+    assert abs(state["tick"] * 10 - state["sound_ms"]) <= 10
+    studio.key("space")
+    studio.until(lambda now: not now["plays"] and now["sound"] == "waits")
+
+
+def test_speeds_and_ranges(start: Start) -> None:
+    studio = start(*SIZE, PACKAGE)
+    opened(studio)
+    studio.key("bracketright", "bracketright")
+    studio.until(lambda now: now["speed"] == 32)
+    studio.key("space")
+    studio.until(lambda now: now["plays"] and now["sound"] == "waits" and now["tick"] > 100)
+    studio.key("BackSpace", "space")
+    studio.until(lambda now: now["speed"] == 8 and not now["plays"])
+    studio.key("Home", "i", "Right", "o", "Left")
+    studio.until(lambda now: now["range"] == [0, 500] and now["tick"] == 0)
+    studio.key("bracketright", "bracketright", "space")
+    studio.until(lambda now: now["tick"] > 300)
+    studio.until(lambda now: now["tick"] < 200)
+    studio.key("l")
+    studio.until(lambda now: now["range"] is None)
+
+
+def test_rows_of_the_module(start: Start) -> None:
+    studio = start(*SIZE, PACKAGE)
+    opened(studio)
+    studio.key("Next")
+    one = studio.until(lambda now: now["shown"] > 0)["shown"]
+    studio.key("Prior")
+    studio.until(lambda now: now["shown"] == 0)
+    studio.key("ctrl+Next")
+    assert studio.until(lambda now: now["shown"] > one)["shown"] in range(4 * one - 4, 4 * one + 4)
+
+
+def test_the_mouse_seeks_and_plays(start: Start) -> None:
+    studio = start(*SIZE, PACKAGE)
+    opened(studio)
+    studio.click("seek", 0.5, 0.5)
+    assert 4000 < studio.until(lambda now: now["shown"] > 0)["shown"] < 5600
+    studio.click("play")
+    studio.until(lambda now: now["plays"])
+    studio.click("play")
+    studio.until(lambda now: not now["plays"])
+
+
+def test_keys_panels_and_the_end(start: Start) -> None:
+    studio = start(*SIZE, PACKAGE)
+    opened(studio)
+    studio.key("F1")
+    studio.until(lambda now: now["keys"] and "keys" in now["rects"])
+    studio.key("F1", "Tab")
+    studio.until(lambda now: not now["keys"] and not now["panels"] and "play" not in now["rects"])
+    studio.key("Tab", "m", "9")
+    studio.until(lambda now: now["panels"] and now["muted"] and now["volume"] == 90)
+    studio.key("Right")
+    studio.until(lambda now: now["shown"] == 500)
+    studio.key("ctrl+q")
+    assert studio.end() == 0
+    again = start(*SIZE, PACKAGE)
+    state = again.until(lambda now: now["loads"] == 1)
+    assert state["tick"] == 500 and state["volume"] == 90
+
+
+def test_the_viewer_plays_and_ends(start: Start) -> None:
+    studio = start("--play", *SIZE, "--from", "88", PACKAGE)
+    studio.until(lambda now: now["plays"] and now["shown"] > 8800 and not now["panels"])
+    assert studio.end() == 0
+    assert studio.errors() == ""
+
+
+def test_the_viewer_obeys_keys(start: Start) -> None:
+    studio = start("--play", "--mute", *SIZE, PACKAGE)
+    studio.until(lambda now: now["plays"] and now["muted"])
+    studio.key("space")
+    studio.until(lambda now: not now["plays"])
+    studio.key("Up")
+    studio.until(lambda now: now["shown"] >= 6000)
+    studio.key("Escape")
+    assert studio.end() == 0
+
+
+def test_the_viewer_plays_a_list(start: Start, tmp_path: Path) -> None:
+    broken = tmp_path / "broken.dpk"
+    broken.write_bytes(b"nothing")
+    second = tmp_path / "second.dpk"
+    second.write_bytes(Path(PACKAGE).read_bytes())
+    studio = start("--play", *SIZE, "--from", "95", PACKAGE, broken, second)
+    studio.until(lambda now: now["piece"] == str(second) and now["plays"])
+    assert studio.errors().startswith("quorvale-studio: ")
+    studio.key("Escape")
+    assert studio.end() == 1
+
+
+def test_help_version_and_mistakes() -> None:
+    done = subprocess.run([STUDIO, "--help"], capture_output=True, text=True)
+    assert done.returncode == 0 and "--play" in done.stdout
+    done = subprocess.run([STUDIO, "--version"], capture_output=True, text=True)
+    assert done.returncode == 0 and done.stdout.startswith("quorvale-studio 0.")
+    done = subprocess.run([STUDIO, "--nothing"], capture_output=True, text=True)
+    assert done.returncode == 2 and done.stderr.startswith("quorvale-studio: there is no option")
+    done = subprocess.run([STUDIO], capture_output=True, text=True,
+                          env={key: value for key, value in os.environ.items()
+                               if key not in ("DISPLAY", "WAYLAND_DISPLAY")})
+    assert done.returncode == 1 and "quorvale-studio: can't open a " in done.stderr
