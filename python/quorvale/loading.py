@@ -12,11 +12,12 @@ from quorvale import recipes, waters
 from quorvale.cameras import FLAT
 from quorvale.curves import line
 from quorvale.document import Document
+from quorvale.music import Music
 from quorvale.scenes import Scene
 from quorvale.values import ColorLike
 
 
-def loading_bar(color: ColorLike = (0.9, 0.6, 0.2), music: str | None = None) -> Document:
+def loading_bar(color: ColorLike = (0.9, 0.6, 0.2), music: str | Music | None = None) -> Document:
     """A bar that grows from left to right while the piece is built: ticks 0 to 100 of progress."""
     scene = Scene(name="bar")
     # A grid of 29 by 29, seen from above, needs no file.

@@ -1,12 +1,12 @@
 """Meshes made by code, written as OBJ files that `dpk build` turns into models.
 
-    >>> mesh = Mesh()
-    >>> box(mesh, (-1, -1, -1), (1, 1, 1))
+    >>> mesh = box(Mesh(), (-1, -1, -1), (1, 1, 1))
     >>> len(mesh.faces)
     6
 
 An image's first row lies at v = 0, so v runs downward. Faces wind counter-clockwise seen from where
-their normals point to, though nothing counts on it.
+their normals point to, though nothing counts on it. Functions that add a shape give the mesh back:
+`torus(Mesh(), radius=2).write("ring.obj")`.
 """
 
 from __future__ import annotations
@@ -15,7 +15,7 @@ import math
 import os
 from collections.abc import Callable, Sequence
 
-from quorvale.exact import cos_turns, sin_turns
+from quorvale.exact import atan2_degrees, cos_degrees, cos_turns, sin_degrees, sin_turns
 from quorvale.items import Model
 
 Point = tuple[float, float, float]
@@ -81,6 +81,10 @@ class Mesh:
 
     def face(self, corners: Sequence[Corner]) -> None:
         """A convex polygon of corners (position, (u, v), normal), turned to face its normals."""
+        for position, coordinates, normal in corners:
+            if not all(map(math.isfinite, (*position, *coordinates, *normal))):
+                raise ValueError(f"face(): a corner is made of finite numbers, not {position}, "
+                                 f"{coordinates} and {normal}")
         area: Point = (0.0, 0.0, 0.0)
         for i in range(1, len(corners) - 1):
             area = add(area, cross(subtract(corners[i][0], corners[0][0]),
@@ -147,7 +151,7 @@ class Mesh:
         return Model(os.path.basename(path))
 
 
-def box(mesh: Mesh, low: Point, high: Point) -> None:
+def box(mesh: Mesh, low: Point, high: Point) -> Mesh:
     """A box along the axes between two corners."""
     x0, y0, z0 = low
     x1, y1, z1 = high
@@ -157,16 +161,18 @@ def box(mesh: Mesh, low: Point, high: Point) -> None:
     mesh.flat([(x0, y0, z0), (x0, y0, z1), (x0, y1, z1), (x0, y1, z0)])
     mesh.flat([(x0, y1, z1), (x1, y1, z1), (x1, y1, z0), (x0, y1, z0)])
     mesh.flat([(x0, y0, z0), (x1, y0, z0), (x1, y0, z1), (x0, y0, z1)])
+    return mesh
 
 
-def square(mesh: Mesh, side: float = 1.0) -> None:
+def square(mesh: Mesh, side: float = 1.0) -> Mesh:
     """A square about the origin that faces z: for overlays in `FLAT` clips and for lights."""
     h = side / 2.0
     mesh.flat([(-h, -h, 0.0), (h, -h, 0.0), (h, h, 0.0), (-h, h, 0.0)])
+    return mesh
 
 
 def torus(mesh: Mesh, radius: float = 1.0, tube: float = 0.35, columns: int = 48,
-          rows: int = 24) -> None:
+          rows: int = 24) -> Mesh:
     """A ring about the y axis."""
 
     def point(u: float, v: float) -> Point:
@@ -174,9 +180,10 @@ def torus(mesh: Mesh, radius: float = 1.0, tube: float = 0.35, columns: int = 48
         return (out * cos_turns(u), tube * sin_turns(v), -out * sin_turns(u))
 
     mesh.surface(point, columns, rows, (4.0, 1.0))
+    return mesh
 
 
-def sphere(mesh: Mesh, radius: float = 1.0, columns: int = 48, rows: int = 24) -> None:
+def sphere(mesh: Mesh, radius: float = 1.0, columns: int = 48, rows: int = 24) -> Mesh:
     """A ball about the origin."""
 
     def point(u: float, v: float) -> Point:
@@ -185,32 +192,64 @@ def sphere(mesh: Mesh, radius: float = 1.0, columns: int = 48, rows: int = 24) -
         return (flat * cos_turns(u), radius * sin_turns(latitude), -flat * sin_turns(u))
 
     mesh.surface(point, columns, rows)
+    return mesh
+
+
+def _frames(centers: Sequence[Point], alongs: Sequence[Point]) -> list[tuple[Point, Point]]:
+    """Two directions across a line at each of its points, turned as little as can be from one to
+    the next, and all the way round by whole turns where the line comes back."""
+    thin = min((0, 1, 2), key=lambda axis: abs(alongs[0][axis]))
+    axis: Point = (float(thin == 0), float(thin == 1), float(thin == 2))
+    outs = [unit(cross(alongs[0], axis))]
+    for along in alongs[1:]:
+        outs.append(unit(subtract(outs[-1], scale(along, dot(outs[-1], along)))))
+    gap = 0.0
+    back = subtract(centers[-1], centers[0])
+    if dot(back, back) < 1e-9:
+        gap = atan2_degrees(dot(cross(outs[-1], outs[0]), alongs[0]), dot(outs[-1], outs[0]))
+    frames = []
+    for i, (out, along) in enumerate(zip(outs, alongs)):
+        turn = gap * i / (len(outs) - 1)
+        side = cross(along, out)
+        frames.append((add(scale(out, cos_degrees(turn)), scale(side, sin_degrees(turn))),
+                       subtract(scale(out, sin_degrees(turn)), scale(side, cos_degrees(turn)))))
+    return frames
 
 
 def tube(mesh: Mesh, center: Callable[[float], Point], radius: Callable[[float], float],
-         columns: int = 120, rows: int = 12, tiles: tuple[float, float] = (1.0, 1.0)) -> None:
-    """A tube around center(u), `radius(u)` thick, for u from 0 to 1. A line that comes back to
-    where it began has no seam; one that leads through the origin, or straight away from it, has no
-    side to begin at.
+         columns: int = 120, rows: int = 12, tiles: tuple[float, float] = (1.0, 1.0)) -> Mesh:
+    """A tube around the line center(u), `radius(u)` thick, for u from 0 to 1, in `columns` rings of
+    `rows` corners. A line that comes back to where it began has no seam.
 
     >>> from quorvale.exact import cos_turns, sin_turns
-    >>> wheel = Mesh()
-    >>> tube(wheel, lambda u: (cos_turns(u), sin_turns(u), 0), lambda u: 0.1)
+    >>> wheel = tube(Mesh(), lambda u: (cos_turns(u), sin_turns(u), 0), lambda u: 0.1)
     """
-
-    def point(u: float, v: float) -> Point:
-        along = unit(subtract(center(u + 0.001), center(u - 0.001)))
-        out = unit(cross(along, cross(center(u), along)))
-        side = cross(out, along)
-        thick = radius(u)
-        return add(center(u), add(scale(out, thick * cos_turns(v)),
-                                  scale(side, thick * sin_turns(v))))
-
-    mesh.surface(point, columns, rows, tiles)
+    step = 0.0005
+    ends = [(subtract(center(i / columns + step), center(i / columns - step)),
+             radius(i / columns + step) - radius(i / columns - step)) for i in range(columns + 1)]
+    centers = [center(i / columns) for i in range(columns + 1)]
+    alongs = [unit(end) for end, _ in ends]
+    if (0.0, 0.0, 0.0) in alongs:
+        raise ValueError(f"tube(): the line stands still at {alongs.index((0.0, 0.0, 0.0))} "
+                         f"of {columns}")
+    rings: list[list[Corner]] = []
+    for i, (out, side) in enumerate(_frames(centers, alongs)):
+        slope = ends[i][1] / math.sqrt(dot(ends[i][0], ends[i][0]))
+        ring: list[Corner] = []
+        for j in range(rows + 1):
+            way = add(scale(out, cos_turns(j / rows)), scale(side, sin_turns(j / rows)))
+            ring.append((add(centers[i], scale(way, radius(i / columns))),
+                         (tiles[0] * i / columns, tiles[1] * j / rows),
+                         unit(subtract(way, scale(alongs[i], slope)))))
+        rings.append(ring)
+    for i in range(columns):
+        for j in range(rows):
+            mesh.face([rings[i][j], rings[i + 1][j], rings[i + 1][j + 1], rings[i][j + 1]])
+    return mesh
 
 
 def knot(mesh: Mesh, radius: float = 1.0, thickness: float = 0.2, turns: int = 2, loops: int = 3,
-         columns: int = 160, rows: int = 12) -> None:
+         columns: int = 160, rows: int = 12) -> Mesh:
     """A knot about the z axis: it goes around `turns` times and through the middle `loops` times;
     the two have no common divisor."""
     if turns < 1 or loops < 1 or math.gcd(turns, loops) != 1:
@@ -222,4 +261,4 @@ def knot(mesh: Mesh, radius: float = 1.0, thickness: float = 0.2, turns: int = 2
         return (out * cos_turns(turns * u), out * sin_turns(turns * u),
                 0.55 * radius * sin_turns(loops * u))
 
-    tube(mesh, center, lambda u: thickness, columns, rows, (12.0 * turns, 2.0))
+    return tube(mesh, center, lambda u: thickness, columns, rows, (12.0 * turns, 2.0))

@@ -33,9 +33,9 @@ def matches(expected, got):
     return re.fullmatch(pattern, got) is not None
 
 
-def test_the_ten_minutes_run_as_printed(tmp_path):
+def test_commands_run_as_printed(tmp_path):
     path = os.path.dirname(program("DPK")) + os.pathsep + os.environ["PATH"]
-    for block in blocks("ten-minutes.md", "console"):
+    for block in blocks("ten-minutes.md", "console") + blocks("how-to.md", "console"):
         for part in re.findall(r"^\$ (.*)\n((?:(?!\$ ).*\n)*)", block, re.MULTILINE):
             command, expected = part
             run = subprocess.run(command, shell=True, cwd=tmp_path, env=dict(os.environ, PATH=path),

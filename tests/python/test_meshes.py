@@ -64,5 +64,25 @@ def test_letters_face_the_reader():
 def test_a_knot_is_one_line():
     with pytest.raises(ValueError, match="no common divisor, not 2 and 4"):
         knot(Mesh(), turns=2, loops=4)
+
+
+def test_tubes_lead_anywhere():
+    for center in (lambda u: (0.0, 0.0, -9.0 * u), lambda u: (0.0, 5.0 * u, 0.0),
+                   lambda u: (u, u * u, 1.0 - u)):
+        for (corners, normals) in faces(tube(Mesh(), center, lambda u: 0.1 + 0.2 * u, 20, 8)):
+            turned = cross(subtract(corners[1], corners[0]), subtract(corners[2], corners[0]))
+            assert all(dot(turned, normal) > 0.0 for normal in normals)
+    with pytest.raises(ValueError, match=r"tube\(\): the line stands still at 0 of 120"):
+        tube(Mesh(), lambda u: (1.0, 2.0, 3.0), lambda u: 1.0)
+
+
+def test_a_closed_tube_has_no_seam():
+    mesh = knot(Mesh(), columns=50, rows=6)
+    assert len(mesh.lists[0]) == 50 * 6
+
+
+def test_corners_that_are_no_polygon_are_refused():
     with pytest.raises(ValueError, match="3 corners at least, not 2"):
         Mesh().flat([(0, 0, 0), (1, 0, 0)])
+    with pytest.raises(ValueError, match="finite numbers"):
+        Mesh().flat([(0, 0, 0), (1, 0, 0), (0, float("nan"), 0)])

@@ -23,7 +23,7 @@ TEST(NewCommand, MakesAPieceThatBuilds)
     EXPECT_NE(run.out.find("mine/mine.dpk: 5 entries, "), std::string::npos) << run.out;
     run = RunDpk(folder, {"list", "mine/mine.dpk"});
     for (const char* name :
-         {"demo.xmlz", "loading.xmlz", "ring.model", "screen.model", "sky.model"})
+         {"demo.xmlz", "loading.xmlz", "ball.model", "ring.model", "screen.model"})
     {
         EXPECT_NE(run.out.find(name), std::string::npos) << name;
     }

@@ -19,12 +19,9 @@ for row in range(0, 128, 4):
 music = tune.write("tune.xm")
 
 # Meshes: written as files, used as models.
-ring, ball, screen = Mesh(), Mesh(), Mesh()
-torus(ring, radius=1.5, tube=0.4)
-sphere(ball, radius=40)
-square(screen)
-ring_model, sky_model = ring.write("ring.obj"), ball.write("sky.obj")
-screen_model = screen.write("screen.obj")
+ring = torus(Mesh(), radius=1.5, tube=0.4).write("ring.obj")
+ball = sphere(Mesh(), radius=40).write("ball.obj")
+screen = square(Mesh()).write("screen.obj")
 
 # A texture: two layers added, blurred, cut into relief and made brighter.
 relief = layers.maze(size=4) * 0.6 + layers.noise(seed=7) * 0.2 | steps.blur() | steps.emboss(1)
@@ -39,13 +36,12 @@ lamp = Light((pulse * 0.6 + 0.6) * Color.hex("#ffb060"), position=(wave(0, 4, 40
 
 # A scene: objects with materials. The ring swells a little on each beat.
 stage = Scene(name="stage")
-stage.add(ring_model, recipes.lit_texture(light=lamp, texture=stone),
+stage.add(ring, recipes.lit_texture(light=lamp, texture=stone),
           rotation=(line(0, 360, music.end), line(0, 720, music.end), 0), scale=pulse * 0.1 + 1)
 sky = Scene(name="sky")
-sky.add(sky_model, recipes.texture(texture=stripes))
+sky.add(ball, recipes.texture(texture=stripes))
 curtain = Scene(name="curtain")
-curtain.add(screen_model, recipes.color_on_top((0, 0, 0), alpha=line(1, 0, 200)),
-            position=(0.5, 0.5, 0))
+curtain.add(screen, recipes.color_on_top((0, 0, 0), alpha=line(1, 0, 200)), position=(0.5, 0.5, 0))
 
 # The timeline: rows lie over each other. Two cameras, cut on the beat.
 round_it = orbit((0, 0, 0), radius=6, height=2, length=music.beat(16))
@@ -56,4 +52,4 @@ for start, end, camera in ((0, music.beat(16), round_it), (music.beat(16), music
     demo.row(1).show(stage, camera, start, end, how="clear_depth", fog=Fog(5, 60))
 demo.row(2).show(curtain, FLAT, 0, 200, how="link")
 demo.write("demo.xml")
-loading_bar(Color.hex("#ffb060"), music.filename).write("loading.xml")
+loading_bar(Color.hex("#ffb060"), music).write("loading.xml")
