@@ -14,6 +14,7 @@ import pytest
 from conftest import program
 from quorvale.facts import CATALOGUES
 from quorvale.meshes import Mesh, sphere, square
+from test_gallery import decode_png
 
 BOOK = pathlib.Path(__file__).resolve().parents[2] / "docs/handbook"
 
@@ -41,6 +42,11 @@ def test_commands_run_as_printed(tmp_path):
             run = subprocess.run(command, shell=True, cwd=tmp_path, env=dict(os.environ, PATH=path),
                                  stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
             assert matches(expected, run.stdout), f"{command}\n{run.stdout}"
+    kept, made = (decode_png(path.read_bytes()) for path in (BOOK / "first-piece.png",
+                                                             tmp_path / "sheet.png"))
+    assert kept[:2] == made[:2]
+    difference = sum(map(abs, map(int.__sub__, kept[2], made[2]))) / len(kept[2])
+    assert difference < 3.0, f"{difference} on average; keep the sheet.png of the ten minutes"
 
 
 def run_listing(code, folder):
