@@ -222,7 +222,7 @@ static void FuzzBitmap(const uint8_t* bytes, size_t size)
         DecodeImage(bytes, static_cast<int32_t>(size), kLargestPixels, &image, &reason);
     Require((result == DecodeResult::kDecoded) == (image.pixels != nullptr),
             "pixels come with an image");
-    Require((result == DecodeResult::kRefused) == (reason != nullptr), "a refusal has a reason");
+    Require((result == DecodeResult::kRefused) == (reason[0] != '\0'), "a refusal has a reason");
     free(image.pixels);
 }
 

@@ -1,11 +1,19 @@
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
 
+#include "engine/textures/decode_image.h"
 #include "fuzz/fuzz_targets.h"
 
 namespace fs = std::filesystem;
+
+/// Names a target in the names of tests, which would else tell addresses.
+static void PrintTo(const FuzzTarget& target, std::ostream* stream)
+{
+    *stream << target.name;
+}
 
 class FuzzInputs : public testing::TestWithParam<FuzzTarget>
 {
@@ -58,6 +66,21 @@ TEST_P(FuzzInputs, InputsThatOnceFailedPass)
 
 INSTANTIATE_TEST_SUITE_P(Each, FuzzInputs, testing::ValuesIn(kFuzzTargets),
                          [](const auto& row) { return std::string(row.param.name); });
+
+// This program links libraries that bring decoders of the same name.
+TEST(FuzzBitmaps, SeedsAreDecodedByTheDecoderOfTheRoom)
+{
+    for (const std::string& seed : FindFuzzTarget("bitmap")->makeSeeds())
+    {
+        DecodedImage image;
+        const char* reason = nullptr;
+        EXPECT_EQ(DecodeImage(reinterpret_cast<const uint8_t*>(seed.data()),
+                              static_cast<int32_t>(seed.size()), 1000, &image, &reason),
+                  DecodeResult::kDecoded)
+            << reason;
+        free(image.pixels);
+    }
+}
 
 TEST(FuzzRegressions, EachFolderIsThatOfATarget)
 {

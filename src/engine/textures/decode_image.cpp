@@ -3,7 +3,6 @@
 #include <csetjmp>
 #include <cstdlib>
 #include <cstring>
-#include <stb_image.h>
 
 #include "engine/textures/decoder_memory.h"
 
@@ -191,7 +190,7 @@ static DecodeResult RunDecoder(const uint8_t* file, int32_t size, uint64_t large
         *reason = "Corrupt JPEG"; // the decoder's own words
         return DecodeResult::kRefused;
     }
-    if (stbi_is_hdr_from_memory(file, size) != 0)
+    if (IsRadianceFile(file, size))
     {
         file = EndRadianceFile(file, &size);
     }
@@ -200,8 +199,8 @@ static DecodeResult RunDecoder(const uint8_t* file, int32_t size, uint64_t large
     int width = 0;
     int height = 0;
     int components = 0;
-    if (stbi_info_from_memory(file, size, &width, &height, &components) != 0 && width > 0 &&
-        height > 0 && components > 0 && width <= kLargestImageSide && height <= kLargestImageSide &&
+    if (ReadImageHead(file, size, &width, &height, &components) && width > 0 && height > 0 &&
+        components > 0 && width <= kLargestImageSide && height <= kLargestImageSide &&
         static_cast<uint64_t>(width) * static_cast<uint64_t>(height) *
                 static_cast<uint64_t>(components) >
             largest)
@@ -214,11 +213,10 @@ static DecodeResult RunDecoder(const uint8_t* file, int32_t size, uint64_t large
     // short with an image that is not there. Asked for four, which is what it always decodes to, it
     // stops; it would leave out the fourth itself where the file has three.
     const bool isPic = IsPicFile(file, size);
-    stbi_uc* pixels =
-        stbi_load_from_memory(file, size, &width, &height, &components, isPic ? 4 : 0);
+    uint8_t* pixels = DecodePixels(file, size, &width, &height, &components, isPic ? 4 : 0);
     if (pixels == nullptr)
     {
-        *reason = stbi_failure_reason();
+        *reason = DecoderReason();
         return DecodeResult::kRefused;
     }
     if (isPic && components == 3)

@@ -1,8 +1,13 @@
-// The memory of the image decoder, and its way out. Only stb_image.cpp and decode_image.cpp include
+// The image decoder, its memory and its way out. Only stb_image.cpp and decode_image.cpp include
 // this: the decoder's macros lead here.
+//
+// The decoder's own functions stay inside stb_image.cpp. Other libraries bring copies of them under
+// the same names, and a program that links one could take its functions, which know nothing of the
+// memory here.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 /// Zeros: a JPEG file may name tables that it does not bring, and of those the decoder reads
 /// whatever its memory held. Zeros make grey of them, the same every time.
@@ -18,3 +23,20 @@ void FreeForDecoder(void* block);
 
 /// Leaves the decoder, whose assertion a damaged file has broken.
 [[noreturn]] void FailDecoder();
+
+/// True for a Radiance file.
+bool IsRadianceFile(const uint8_t* file, int32_t size);
+
+/// Reads the head of an image file.
+/// @return false if it can't be read; the numbers are then anything
+bool ReadImageHead(const uint8_t* file, int32_t size, int* width, int* height, int* components);
+
+/// Decodes an image file.
+/// @param components   receives those that the file has
+/// @param wanted       components of the pixels; 0 for those that the file has
+/// @return the pixels, a block of the decoder; null if it refuses the file
+uint8_t* DecodePixels(const uint8_t* file, int32_t size, int* width, int* height, int* components,
+                      int wanted);
+
+/// @return why the decoder refused the last file of this thread, a literal
+const char* DecoderReason();
