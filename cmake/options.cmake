@@ -20,6 +20,11 @@ if(QUORVALE_SANITIZE_THREADS)
   target_compile_options(project_options INTERFACE -fsanitize=thread -fno-omit-frame-pointer -O1)
   target_link_options(project_options INTERFACE -fsanitize=thread)
 endif()
+if(QUORVALE_FUZZ)
+  # libFuzzer's own main comes with the program that it drives.
+  target_compile_options(project_options INTERFACE -fsanitize=fuzzer-no-link -gline-tables-only)
+  target_link_options(project_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 
 # Our own code throws nothing; only what includes a library that does (the command line of dpk) is
 # built without this.
