@@ -15,6 +15,9 @@ extern "C" int __real_open(const char* path, int flags, mode_t mode);
 extern "C" int __real_openat(int folder, const char* path, int flags, mode_t mode);
 extern "C" ssize_t __real_read(int file, void* bytes, size_t size);
 extern "C" ssize_t __real_pread(int file, void* bytes, size_t size, off_t offset);
+extern "C" ssize_t __real___read_chk(int file, void* bytes, size_t size, size_t room);
+extern "C" ssize_t __real___pread_chk(int file, void* bytes, size_t size, off_t offset,
+                                      size_t room);
 extern "C" ssize_t __real_write(int file, const void* bytes, size_t size);
 extern "C" int __real_fsync(int file);
 extern "C" int __real_fchmod(int file, mode_t mode);
@@ -25,6 +28,9 @@ extern "C" int __wrap_open(const char* path, int flags, ...);
 extern "C" int __wrap_openat(int folder, const char* path, int flags, ...);
 extern "C" ssize_t __wrap_read(int file, void* bytes, size_t size);
 extern "C" ssize_t __wrap_pread(int file, void* bytes, size_t size, off_t offset);
+extern "C" ssize_t __wrap___read_chk(int file, void* bytes, size_t size, size_t room);
+extern "C" ssize_t __wrap___pread_chk(int file, void* bytes, size_t size, off_t offset,
+                                      size_t room);
 extern "C" ssize_t __wrap_write(int file, const void* bytes, size_t size);
 extern "C" int __wrap_fsync(int file);
 extern "C" int __wrap_fchmod(int file, mode_t mode);
@@ -84,6 +90,16 @@ ssize_t __wrap_read(int file, void* bytes, size_t size)
 ssize_t __wrap_pread(int file, void* bytes, size_t size, off_t offset)
 {
     return Fails(EIO) ? -1 : __real_pread(file, bytes, size, offset);
+}
+
+ssize_t __wrap___read_chk(int file, void* bytes, size_t size, size_t room)
+{
+    return Fails(EIO) ? -1 : __real___read_chk(file, bytes, size, room);
+}
+
+ssize_t __wrap___pread_chk(int file, void* bytes, size_t size, off_t offset, size_t room)
+{
+    return Fails(EIO) ? -1 : __real___pread_chk(file, bytes, size, offset, room);
 }
 
 ssize_t __wrap_write(int file, const void* bytes, size_t size)
