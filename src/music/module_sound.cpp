@@ -86,8 +86,8 @@ bool FindModuleRows(const ModuleFile* file, uint32_t mostFrames, ModuleRows* row
         const ModuleRow* last = rows->count == 0 ? nullptr : &rows->rows[rows->count - 1];
         if (last == nullptr || last->order != order || last->row != row)
         {
-            hasMemory = rows->count < capacity ||
-                        GrowBlock(&rows->rows, &capacity, kFirstRows, faults);
+            hasMemory =
+                rows->count < capacity || GrowBlock(&rows->rows, &capacity, kFirstRows, faults);
             if (hasMemory)
             {
                 rows->rows[rows->count] = {rows->frameCount,
