@@ -66,6 +66,9 @@ install(FILES ${reference}/_dpk
   DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT tools)
 install(FILES ${reference}/dpk.fish
   DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT tools)
+# File managers look for pictures of packages here.
+install(FILES desktop/quorvale.thumbnailer
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/thumbnailers COMPONENT tools)
 install(FILES docs/dpk.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5 COMPONENT tools)
 
 # Where dpk looks for it, from where dpk stands.

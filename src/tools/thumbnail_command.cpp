@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 #include "engine/check/play_walk.h"
 #include "engine/data/cos_table.h"
@@ -50,6 +51,11 @@ static bool DrawBest(const EglDisplay* display, Stage* stage, Bytes* best, Fault
 {
     PlayResult played = {};
     WalkDemo(&stage->run.piece.demo, &played);
+    if (played.hasEnd && played.endTick == 0)
+    {
+        AddError(faults, "it shows nothing");
+        return false;
+    }
     const uint32_t half = (played.hasEnd ? played.endTick : kEndlessTicks) / 2;
     // A run with long steps costs nothing between the candidates.
     const uint32_t stride = std::max(1u, half / kCandidates);
@@ -110,9 +116,9 @@ static void MakeThumbnailBytes(const Bytes& package, uint32_t side, Bytes* outpu
     char line[kFaultLineSize] = "no memory";
     if (HasFailed(&faults))
     {
-        FormatFault(GetFault(&faults, 0), "thumbnail", line, sizeof(line));
+        FormatFault(GetFault(&faults, 0), "", line, sizeof(line));
     }
-    const std::string text = line;
+    const std::string text = line + (strncmp(line, ": ", 2) == 0 ? 2 : 0);
     output->assign(1, kIsFault);
     output->insert(output->end(), text.begin(), text.end());
     FreeFaults(&faults);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -220,6 +221,62 @@ TEST_F(RenderCommand, TheLastWordsOfFfmpegAreTold)
     EXPECT_EQ(run.err, "dpk: ffmpeg: the disk is made of cheese\ndpk: ffmpeg failed with exit code "
                        "3\n");
     EXPECT_EQ(FilesIn(folder), "bin");
+}
+
+/// Starts a render of the whole piece, and ends it by a signal when a file is there.
+static DpkRun StopRender(const TemporaryFolder& folder, std::vector<std::string> arguments,
+                         const std::string& file)
+{
+    arguments.insert(arguments.begin(), {"render", PACKAGE});
+    folder.Write("stop", "#!/bin/sh\nuntil [ -e \"" + folder.path + "/" + file +
+                             "\" ]; do :; done\nkill -INT $1\n");
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        ExecuteDpk(folder, arguments);
+    }
+    const std::string command = "sh '" + folder.path + "/stop' " + std::to_string(child);
+    EXPECT_EQ(system(command.c_str()), 0);
+    int status = 0;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    unlink((folder.path + "/stop").c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, "", ""};
+}
+
+TEST_F(RenderCommand, AStoppedFilmIsGone)
+{
+    const DpkRun run = StopRender(folder, {"--size", "64x48", "-o", "film.mp4", "--jobs", "2"},
+                                  "film.mp4.parts/0000000.nut.new");
+    EXPECT_EQ(run.exitCode, 130);
+    EXPECT_EQ(FilesIn(folder), "");
+}
+
+TEST_F(RenderCommand, AStoppedFilmIsKeptWholeUpToThere)
+{
+    // Two pieces are whole or under way when the second one begins.
+    const DpkRun run = StopRender(folder, {"--size", "64x48", "-o", "film.mkv", "--keep"},
+                                  "film.mkv.parts/0000001.nut.new");
+    EXPECT_EQ(run.exitCode, 130);
+    EXPECT_EQ(FilesIn(folder), "film.mkv");
+    const std::string kept = Output("ffmpeg -loglevel error -i film.mkv -f rawvideo -pix_fmt "
+                                    "rgb24 - | head -c 2211840 | sha1sum");
+    const DpkRun raw = Render({"--size", "64x48", "--to", "4", "-o", "-"});
+    folder.Write("raw", raw.out);
+    EXPECT_EQ(raw.out.size(), 2211840u);
+    EXPECT_EQ(kept, Output("sha1sum < raw"));
+}
+
+TEST_F(RenderCommand, StoppedPicturesAreGoneOnWith)
+{
+    const DpkRun stopped =
+        StopRender(folder, {"--size", "64x48", "--to", "3", "-o", "p/%d.ppm"}, "p/5.ppm");
+    EXPECT_EQ(stopped.exitCode, 130);
+    EXPECT_FALSE(Has("p/179.ppm"));
+    const DpkRun run = Render({"--size", "64x48", "--to", "3", "-o", "p/%d.ppm", "--resume"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_TRUE(Has("p/179.ppm"));
+    const DpkRun hash = Render({"--size", "64x48", "--to", "3", "--hash"});
+    EXPECT_NE(run.out.find(hash.out), std::string::npos);
 }
 
 TEST_F(RenderCommand, NothingIsWrittenOverUnasked)
