@@ -12,6 +12,8 @@ set(piece_folder ${CMAKE_INSTALL_DATADIR}/quorvale/piece)
 set(made ${PROJECT_BINARY_DIR}/install)
 
 # Installed files can be moved as a whole: programs find what is theirs from where they stand.
+set(programs_folder ${CMAKE_INSTALL_LIBEXECDIR}/quorvale)
+file(RELATIVE_PATH QUORVALE_WARM_FROM_BIN /${CMAKE_INSTALL_BINDIR} /${programs_folder})
 file(RELATIVE_PATH QUORVALE_PIECE_FROM_BIN /${CMAKE_INSTALL_BINDIR} /${piece_folder})
 
 # The date of the version, from the changelog's first head line.
@@ -27,6 +29,7 @@ foreach(file quorvale-play quorvale-piece org.quorvale.Quorvale.metainfo.xml)
 endforeach()
 
 install(TARGETS quorvale DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT player)
+install(TARGETS quorvale-warm DESTINATION ${programs_folder} COMPONENT player)
 install(PROGRAMS ${made}/quorvale-play DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT player)
 install(FILES docs/quorvale.6 docs/quorvale-play.6 DESTINATION ${games_man} COMPONENT player)
 install(FILES desktop/quorvale.desktop

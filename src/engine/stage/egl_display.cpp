@@ -38,25 +38,26 @@ static EGLint ConfigValue(EGLDisplay connection, EGLConfig config, EGLint name)
     return value;
 }
 
-/// Whether all four channels have exactly the bits that the player asks for: EGL puts deeper ones
-/// first.
-static bool HasPlainChannels(EGLDisplay connection, EGLConfig config)
+/// Whether all channels have exactly the bits that are asked for: EGL puts deeper ones first.
+static bool HasPlainChannels(EGLDisplay connection, EGLConfig config, EGLint alphaBits)
 {
-    for (const EGLint name : {EGL_RED_SIZE, EGL_GREEN_SIZE, EGL_BLUE_SIZE, EGL_ALPHA_SIZE})
+    for (const EGLint name : {EGL_RED_SIZE, EGL_GREEN_SIZE, EGL_BLUE_SIZE})
     {
         if (ConfigValue(connection, config, name) != kChannelBits)
         {
             return false;
         }
     }
-    return true;
+    return ConfigValue(connection, config, EGL_ALPHA_SIZE) == alphaBits;
 }
 
 /// Finds the configuration with the fewest samples that are enough, and then the least depth: the
 /// order that EGL itself gives.
 /// @return false if there is none
-static bool ChooseConfig(EGLDisplay connection, EGLint samples, EGLConfig* chosen)
+static bool ChooseConfig(EGLDisplay connection, const EglDisplayRequest* request, EGLConfig* chosen)
 {
+    const EGLint samples = request->samples;
+    const EGLint alphaBits = request->isLikeWindow && samples == 0 ? 0 : kChannelBits;
     const EGLint wishes[] = {
         // clang-format off
         EGL_SURFACE_TYPE,    EGL_PBUFFER_BIT,
@@ -64,7 +65,7 @@ static bool ChooseConfig(EGLDisplay connection, EGLint samples, EGLConfig* chose
         EGL_RED_SIZE,        kChannelBits,
         EGL_GREEN_SIZE,      kChannelBits,
         EGL_BLUE_SIZE,       kChannelBits,
-        EGL_ALPHA_SIZE,      kChannelBits,
+        EGL_ALPHA_SIZE,      alphaBits,
         EGL_DEPTH_SIZE,      kDepthBits,
         EGL_SAMPLE_BUFFERS,  samples > 0 ? 1 : 0,
         EGL_SAMPLES,         samples,
@@ -77,15 +78,17 @@ static bool ChooseConfig(EGLDisplay connection, EGLint samples, EGLConfig* chose
     {
         return false;
     }
-    for (EGLint i = 0; i < count; ++i)
+    EGLint deepest = -1;
+    for (EGLint i = 0; i < count && (deepest < 0 || request->isLikeWindow); ++i)
     {
-        if (HasPlainChannels(connection, configs[i]))
+        const EGLint depth = ConfigValue(connection, configs[i], EGL_DEPTH_SIZE);
+        if (HasPlainChannels(connection, configs[i], alphaBits) && depth > deepest)
         {
+            deepest = depth;
             *chosen = configs[i];
-            return true;
         }
     }
-    return false;
+    return deepest >= 0;
 }
 
 /// Makes surface and context on a connection.
@@ -93,7 +96,7 @@ static bool ChooseConfig(EGLDisplay connection, EGLint samples, EGLConfig* chose
 static bool CreateBuffers(const EglDisplayRequest* request, EglDisplay* display, FaultList* faults)
 {
     EGLConfig config = nullptr;
-    if (!ChooseConfig(display->connection, request->samples, &config))
+    if (!ChooseConfig(display->connection, request, &config))
     {
         AddError(faults, "the driver has no picture of 8 bits a channel and %d samples a pixel",
                  request->samples);

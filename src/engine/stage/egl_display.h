@@ -20,6 +20,9 @@ struct EglDisplayRequest
     int32_t width;   // pixels, from 1 to what the driver can do
     int32_t height;  // pixels, the same
     int32_t samples; // of each pixel at least; 0 for no antialiasing
+    /// As GLX chooses the player's window: of the greatest depth, and without alpha where it has no
+    /// samples. Drivers compile anew for another kind of picture.
+    bool isLikeWindow = false;
 };
 
 /// An open display; all zero when it is closed.
