@@ -30,7 +30,7 @@ struct GlContext
 /// Whether frames are run for what they leave behind, without OpenGL.
 inline bool SkipsCalls(const GlContext* gl)
 {
-    // The shadow is looked at first: most calls look at it anyway, so a program that only plays takes
-    // one branch a call.
+    // The shadow is looked at first: most calls look at it anyway, so a program that only plays
+    // takes one branch a call.
     return gl->shadow != nullptr && gl->skips;
 }
