@@ -14,64 +14,8 @@ import sys
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../python"))
 
-from quorvale.exact import Noise, cos_turns, exponential, power, sin_turns
-from quorvale.images import write_png
-
-# ---------------------------------------------------------------------------------------------
-# Colours and noise
-
-
-def clamp(value):
-    return min(1.0, max(0.0, value))
-
-
-def smooth(value):
-    value = clamp(value)
-    return value * value * (3.0 - 2.0 * value)
-
-
-def mix(a, b, k):
-    return tuple(p + (q - p) * k for p, q in zip(a, b))
-
-
-def ramp(stops, t):
-    """A colour between stops (place, colour)."""
-    for (t0, c0), (t1, c1) in zip(stops, stops[1:]):
-        if t <= t1:
-            return mix(c0, c1, clamp((t - t0) / (t1 - t0)))
-    return stops[-1][1]
-
-
-class Clouds:
-    """Noise that repeats after 1 in both directions, in octaves."""
-
-    def __init__(self, seed):
-        noise = Noise(seed)
-        self.knots = [[noise.next() for _ in range(64)] for _ in range(64)]
-
-    def octave(self, x, y, cells):
-        x = (x - math.floor(x)) * cells
-        y = (y - math.floor(y)) * cells
-        i = int(x)
-        j = int(y)
-        fx = smooth(x - i)
-        fy = smooth(y - j)
-
-        def knot(a, b):
-            return self.knots[(b % cells + cells) & 63][(a % cells + cells) & 63]
-
-        near = knot(i, j) + (knot(i + 1, j) - knot(i, j)) * fx
-        far = knot(i, j + 1) + (knot(i + 1, j + 1) - knot(i, j + 1)) * fx
-        return near + (far - near) * fy
-
-    def at(self, x, y, first=4, octaves=4):
-        total = 0.0
-        size = 0.5
-        for k in range(octaves):
-            total += size * self.octave(x, y, first << k)
-            size *= 0.5
-        return total
-
+from quorvale.exact import exponential, power, sin_turns
+from quorvale.images import Clouds, clamp, mix, ramp, smooth, write_png
 
 # ---------------------------------------------------------------------------------------------
 # Bitmaps: each gives (width, height, channels, pixel)

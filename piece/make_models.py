@@ -16,13 +16,11 @@ import sys
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../python"))
 
 from quorvale.exact import Noise, cos_degrees, cos_turns, power, sin_degrees, sin_turns
-from quorvale.meshes import Mesh, add, box, cross, dot, scale, subtract, unit
+from quorvale.images import mix
+from quorvale.meshes import (Mesh, add, box, cross, dot, icosphere, lathe, scale, square, subtract,
+                             unit)
 
 MADE = "made by make_models.py"
-
-
-def mix(a, b, k):
-    return tuple(x + (y - x) * k for x, y in zip(a, b))
 
 
 def beam(mesh, a, b, width):
@@ -36,24 +34,6 @@ def beam(mesh, a, b, width):
         c0 = corners[k]
         c1 = corners[(k + 1) % 3]
         mesh.flat([add(a, c0), add(b, c0), add(b, c1), add(a, c1)])
-
-
-def lathe(mesh, profile, segments, flutes=0, flute_depth=0.0, centre=(0.0, 0.0, 0.0)):
-    """A profile of (radius, y) points, bottom first, turned about the y axis; corners stay sharp."""
-    for (r0, y0), (r1, y1) in zip(profile, profile[1:]):
-        slope = unit((y1 - y0, r0 - r1, 0.0))
-        fluted = flutes if r0 > 0.0 and y1 - y0 > 1.0 else 0
-
-        def corner(r, y, k, height):
-            turn = k / segments
-            hollow = 1.0 - flute_depth * abs(sin_turns(turn * fluted / 2.0)) if fluted else 1.0
-            position = add(centre, (r * hollow * cos_turns(turn), y, -r * hollow * sin_turns(turn)))
-            normal = (slope[0] * cos_turns(turn), slope[1], -slope[0] * sin_turns(turn))
-            return (position, (4.0 * turn, height), normal)
-
-        for k in range(segments):
-            mesh.face([corner(r0, y0, k, 1.0), corner(r0, y0, k + 1, 1.0),
-                       corner(r1, y1, k + 1, 0.0), corner(r1, y1, k, 0.0)])
 
 
 # ---------------------------------------------------------------------------------------------
@@ -199,7 +179,7 @@ def make_arcade():
     column = [(0.62, 0.0), (0.62, 0.22), (0.54, 0.30), (0.46, 0.42), (0.40, 4.0), (0.46, 4.06),
               (0.46, 4.14), (0.60, 4.42)]
     for x in (-3.0, 3.0):
-        lathe(mesh, column, 24, flutes=12, flute_depth=0.14, centre=(x, 0.0, 0.0))
+        lathe(mesh, column, 24, flutes=12, flute_depth=0.14, center=(x, 0.0, 0.0))
         box(mesh, (x - 0.66, 4.42, -0.66), (x + 0.66, 4.72, 0.66))
         box(mesh, (x - 0.72, -0.25, -0.72), (x + 0.72, 0.0, 0.72))
 
@@ -300,37 +280,6 @@ def make_terrain():
     return mesh
 
 
-def icosahedron():
-    g = (1.0 + math.sqrt(5.0)) / 2.0
-    points = [unit(p) for p in ((-1.0, g, 0.0), (1.0, g, 0.0), (-1.0, -g, 0.0), (1.0, -g, 0.0),
-                                (0.0, -1.0, g), (0.0, 1.0, g), (0.0, -1.0, -g), (0.0, 1.0, -g),
-                                (g, 0.0, -1.0), (g, 0.0, 1.0), (-g, 0.0, -1.0), (-g, 0.0, 1.0))]
-    faces = [(0, 11, 5), (0, 5, 1), (0, 1, 7), (0, 7, 10), (0, 10, 11), (1, 5, 9), (5, 11, 4),
-             (11, 10, 2), (10, 7, 6), (7, 1, 8), (3, 9, 4), (3, 4, 2), (3, 2, 6), (3, 6, 8),
-             (3, 8, 9), (4, 9, 5), (2, 4, 11), (6, 2, 10), (8, 6, 7), (9, 8, 1)]
-    return points, faces
-
-
-def icosphere(levels):
-    points, faces = icosahedron()
-    for _ in range(levels):
-        middles = {}
-
-        def middle(a, b):
-            key = (min(a, b), max(a, b))
-            if key not in middles:
-                points.append(unit(add(points[a], points[b])))
-                middles[key] = len(points) - 1
-            return middles[key]
-
-        finer = []
-        for a, b, c in faces:
-            ab, bc, ca = middle(a, b), middle(b, c), middle(c, a)
-            finer += [(a, ab, ca), (b, bc, ab), (c, ca, bc), (ab, bc, ca)]
-        faces = finer
-    return points, faces
-
-
 def sphere_coordinates(p):
     """Texture coordinates without a seam: those of a picture seen from above and from below."""
     return (0.5 + 0.5 * p[0], 0.5 - 0.5 * p[1])
@@ -344,14 +293,8 @@ def make_ember():
     def radius(p):
         return 1.0 + 0.035 * sin_turns(1.9 * p[0] + 0.7 * p[1]) * sin_turns(1.7 * p[1] + p[2])
 
-    sums = [(0.0, 0.0, 0.0)] * len(points)
-    moved = [scale(p, radius(p)) for p in points]
-    for a, b, c in faces:
-        normal = cross(subtract(moved[b], moved[a]), subtract(moved[c], moved[a]))
-        for k in (a, b, c):
-            sums[k] = add(sums[k], normal)
-    for face in faces:
-        mesh.face([(moved[k], sphere_coordinates(points[k]), sums[k]) for k in face])
+    mesh.smooth([scale(p, radius(p)) for p in points], faces,
+                [sphere_coordinates(p) for p in points])
     return mesh
 
 
@@ -464,13 +407,6 @@ def make_floor():
     mesh = Mesh()
     mesh.surface(lambda u, v: (2.0 * u - 1.0, 0.0, 2.0 * v - 1.0), 32, 32, tiles=(8.0, 8.0),
                  normal_of=lambda u, v: (0.0, 1.0, 0.0))
-    return mesh
-
-
-def make_square():
-    """The square from -0.5 to 0.5 in the plane z = 0."""
-    mesh = Mesh()
-    mesh.flat([(-0.5, -0.5, 0.0), (0.5, -0.5, 0.0), (0.5, 0.5, 0.0), (-0.5, 0.5, 0.0)])
     return mesh
 
 
@@ -646,7 +582,7 @@ MODELS = {
     "ring": make_ring,
     "dome": make_dome,
     "floor": make_floor,
-    "square": make_square,
+    "square": lambda: square(Mesh()),
     "wedge": make_wedge,
 }
 

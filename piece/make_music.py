@@ -37,164 +37,18 @@ library is used but the square root: sums, products, quotients and square roots 
 everywhere, sines and powers are not, nor are sum() over floats and products of complex numbers.
 """
 
-import math
 import os
 import sys
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../python"))
 
-from quorvale.tracker import SET_VOLUME, Instrument, Tune, note_number
+from quorvale.exact import Noise
+from quorvale.sounds import (aligned, attack_and_loop, decay, drive, fade_ends, harmonics, high_pass,
+                             hiss, low_pass, metal, sine, wave_of, wide_harmonics)
+from quorvale.tracker import (Instrument, Tune, melody, note_number, notes, strokes)
 
 # ---------------------------------------------------------------------------------------------
-# Numbers
-
-
-def build_sine_table(steps):
-    """One turn of the sine, from its series over the first eighth of the turn and of the cosine."""
-    pi = 3.141592653589793
-    eighth = steps // 8
-    sine = [0.0] * (eighth + 1)
-    cosine = [0.0] * (eighth + 1)
-    for k in range(eighth + 1):
-        x = 2.0 * pi * k / steps
-        square = x * x
-        s = 1.0
-        c = 1.0
-        for n in range(17, 0, -2):  # last term first
-            s = 1.0 - square / ((n + 1) * (n + 2)) * s
-            c = 1.0 - square / (n * (n + 1)) * c
-        sine[k] = x * s
-        cosine[k] = c
-    quarter = sine + [cosine[eighth - k] for k in range(1, eighth + 1)]
-    half = quarter + quarter[-2::-1]
-    return half[:-1] + [-v for v in half[:-1]]
-
-
-SINE_STEPS = 65536
-SINE = build_sine_table(SINE_STEPS)
-
-
-def sine(turns):
-    return SINE[int(turns * SINE_STEPS) & (SINE_STEPS - 1)]
-
-
-class Noise:
-    """The pseudo-random numbers of this file: white, from -1 to 1."""
-
-    def __init__(self, seed):
-        self.state = seed
-
-    def next(self):
-        self.state = (self.state * 1664525 + 1013904223) & 0xFFFFFFFF
-        return self.state / 2147483648.0 - 1.0
-
-    def phase(self):
-        """A random place in the sine table."""
-        self.next()
-        return self.state >> 16
-
-
-def decay(time, rate):
-    """Factor a sample step for a fall to 1/e in `time` seconds."""
-    return 1.0 - 1.0 / (time * rate)
-
-
-def falling_power(x, exponent):
-    """x to a whole exponent of at least 1."""
-    result = x
-    for _ in range(exponent - 1):
-        result *= x
-    return result
-
-
-# ---------------------------------------------------------------------------------------------
-# Sound. A wave is a list of floats.
-
-
-def wave_from_partials(length, partials):
-    """A wave of `length` samples (a power of two up to SINE_STEPS) that repeats without a seam.
-
-    partials: (cycles in the whole length, amplitude, phase in sine table steps). Computed by the
-    inverse of a Fourier transform, since the wide sounds have hundreds of partials.
-    """
-    re = [0.0] * length
-    im = [0.0] * length
-    for cycles, amplitude, phase in partials:
-        re[cycles] += amplitude * SINE[phase & (SINE_STEPS - 1)]
-        im[cycles] -= amplitude * SINE[(phase + SINE_STEPS // 4) & (SINE_STEPS - 1)]
-
-    reverse = 0
-    for k in range(1, length):
-        bit = length >> 1
-        while reverse & bit:
-            reverse ^= bit
-            bit >>= 1
-        reverse |= bit
-        if k < reverse:
-            re[k], re[reverse] = re[reverse], re[k]
-            im[k], im[reverse] = im[reverse], im[k]
-
-    half = 1
-    while half < length:
-        stride = SINE_STEPS // (2 * half)
-        for j in range(half):
-            c = SINE[(j * stride + SINE_STEPS // 4) & (SINE_STEPS - 1)]
-            s = SINE[j * stride]
-            for a in range(j, length, 2 * half):
-                b = a + half
-                x = re[b] * c - im[b] * s
-                y = re[b] * s + im[b] * c
-                re[b] = re[a] - x
-                im[b] = im[a] - y
-                re[a] += x
-                im[a] += y
-        half *= 2
-    return re
-
-
-def attack_and_loop(attack, loop, layers, fade_in):
-    """`attack` samples that lead without a seam into one pass of `loop`.
-
-    layers: (wave as long as the loop, exponent); each is added to the attack with the strength
-    (1 - t) to that exponent, so it is gone when the loop begins.
-    """
-    length = len(loop)
-    out = []
-    for i in range(attack):
-        value = loop[(i - attack) % length]
-        left = 1.0 - i / attack
-        for wave, exponent in layers:
-            value += wave[(i - attack) % length] * falling_power(left, exponent)
-        if i < fade_in:
-            value *= i / fade_in
-        out.append(value)
-    return out + loop
-
-
-def low_pass(wave, strength):
-    out = []
-    y = 0.0
-    for x in wave:
-        y += strength * (x - y)
-        out.append(y)
-    return out
-
-
-def high_pass(wave, strength):
-    return [x - y for x, y in zip(wave, low_pass(wave, strength))]
-
-
-def fade_ends(wave, fade_in, fade_out):
-    out = list(wave)
-    for i in range(fade_in):
-        out[i] *= i / fade_in
-    for i in range(fade_out):
-        out[-1 - i] *= i / fade_out
-    return out
-
-
-def drive(x, amount):
-    return x * (1.0 + amount) / (1.0 + amount * abs(x))
+# Sound
 
 
 def make_kick():
@@ -211,7 +65,7 @@ def make_kick():
         click *= decay(0.0016, rate)
         if i > rate * 0.05:
             level *= decay(0.085, rate)
-        out.append(level * drive(sine(phase), 0.9) + 0.3 * click * noise.next())
+        out.append(level * drive(sine(phase), 0.9) + 0.3 * click * noise.between(-1.0, 1.0))
     return fade_ends(out, 4, 1500)
 
 
@@ -228,14 +82,14 @@ def make_tom():
         sweep *= decay(0.06, rate)
         skin *= decay(0.012, rate)
         level *= decay(0.13, rate)
-        out.append(level * drive(sine(phase), 0.5) + 0.35 * skin * noise.next())
+        out.append(level * drive(sine(phase), 0.5) + 0.35 * skin * noise.between(-1.0, 1.0))
     return fade_ends(low_pass(out, 0.6), 4, 2000)
 
 
 def make_snare():
     rate = 33452.0
     noise = Noise(13)
-    rattle = high_pass([noise.next() for _ in range(int(rate * 0.24))], 0.25)
+    rattle = high_pass(hiss(int(rate * 0.24), noise), 0.25)
     out = []
     low = 0.0
     high = 0.0
@@ -257,7 +111,7 @@ def make_snare():
 def make_clap():
     rate = 33452.0
     noise = Noise(14)
-    band = high_pass(low_pass([noise.next() for _ in range(int(rate * 0.22))], 0.35), 0.12)
+    band = high_pass(low_pass(hiss(int(rate * 0.22), noise), 0.35), 0.12)
     starts = [0, int(rate * 0.010), int(rate * 0.019), int(rate * 0.030)]
     out = []
     level = 0.0
@@ -269,55 +123,21 @@ def make_clap():
     return fade_ends(out, 8, 1500)
 
 
-def make_metal(rate, seconds, fall, noise_share, seed):
-    """Hats and cymbals: square waves that have no common root, and noise, all without bass."""
-    noise = Noise(seed)
-    roots = (205.3, 304.4, 369.6, 522.7, 540.1, 800.9)
-    raw = []
-    for i in range(int(rate * seconds)):
-        x = 0.0
-        for root in roots:
-            x += 1.0 if int(i * root * 4.0 / rate) & 1 else -1.0
-        raw.append(x / 6.0 * (1.0 - noise_share) + noise.next() * noise_share)
-    raw = high_pass(high_pass(raw, 0.55), 0.55)
-    out = []
-    level = 1.0
-    for x in raw:
-        out.append(level * x)
-        level *= decay(fall, rate)
-    return out
-
-
 def make_hat():
-    return fade_ends(make_metal(44652.0, 0.07, 0.016, 0.55, 15), 3, 600)
+    return fade_ends(metal(44652.0, 0.07, 0.016, 0.55, 15), 3, 600)
 
 
 def make_open_hat():
-    return fade_ends(make_metal(44652.0, 0.30, 0.10, 0.5, 16), 3, 4000)
+    return fade_ends(metal(44652.0, 0.30, 0.10, 0.5, 16), 3, 4000)
 
 
 def make_crash():
-    return fade_ends(make_metal(33452.0, 1.25, 0.38, 0.75, 17), 3, 14000)
+    return fade_ends(metal(33452.0, 1.25, 0.38, 0.75, 17), 3, 14000)
 
 
 def make_reverse():
-    wave = low_pass(make_metal(22326.0, 1.0, 0.28, 0.85, 18), 0.7)
+    wave = low_pass(metal(22326.0, 1.0, 0.28, 0.85, 18), 0.7)
     return fade_ends(wave[::-1], 4000, 200)
-
-
-def harmonics(base, numbers, slope, phases, detune=(0,)):
-    """Partials of a tone with `base` cycles a loop: harmonic h has the strength slope(h), shared by
-    voices that are out of tune by so many cycles a loop."""
-    partials = []
-    for h in numbers:
-        for cycles in detune:
-            partials.append(((base + cycles) * h, slope(h) / len(detune), phases.phase()))
-    return partials
-
-
-def aligned(base, numbers, slope):
-    """As harmonics(), all starting at a zero of the sine: the sharpest edge."""
-    return [(base * h, slope(h), 0) for h in numbers]
 
 
 # A tone is in tune where a period of 32 samples has relative note 0, and 12 more for each doubling.
@@ -326,10 +146,10 @@ BASS_LOOP = 1024  # 4 periods of 256
 
 
 def make_bass():
-    loop = wave_from_partials(BASS_LOOP, aligned(
+    loop = wave_of(BASS_LOOP, aligned(
         4, range(1, 9), lambda h: 1.0 / (h + 0.12 * h * h)))
-    middle = wave_from_partials(BASS_LOOP, aligned(4, range(5, 16), lambda h: 0.75 / h))
-    bright = wave_from_partials(BASS_LOOP, aligned(4, range(16, 56), lambda h: 0.6 / h))
+    middle = wave_of(BASS_LOOP, aligned(4, range(5, 16), lambda h: 0.75 / h))
+    bright = wave_of(BASS_LOOP, aligned(4, range(16, 56), lambda h: 0.6 / h))
     return attack_and_loop(11264, loop, ((middle, 3), (bright, 9)), 24)
 
 
@@ -337,10 +157,10 @@ LEAD_LOOP = 8192  # 128 periods of 64
 
 
 def make_lead():
-    loop = wave_from_partials(LEAD_LOOP, harmonics(
+    loop = wave_of(LEAD_LOOP, harmonics(
         128, range(1, 15), lambda h: (1.0 if h & 1 else 0.7) / (h * (1.0 + 0.02 * h * h)),
         Noise(21), (-1, 0, 1)))
-    bright = wave_from_partials(LEAD_LOOP, harmonics(
+    bright = wave_of(LEAD_LOOP, harmonics(
         128, range(3, 20), lambda h: 0.5 / h, Noise(22), (-1, 1)))
     return attack_and_loop(3072, loop, ((bright, 3),), 90)
 
@@ -348,22 +168,8 @@ def make_lead():
 PAD_LOOP = 32768  # 256 periods of 128
 
 
-def wide_harmonics(base, count, spread, slope, seed):
-    """Each harmonic is a band of partials, wider the higher it is, as many players make it."""
-    phases = Noise(seed)
-    partials = []
-    for h in range(1, count + 1):
-        reach = spread * h
-        for offset in range(-int(reach), int(reach) + 1):
-            x = offset / reach
-            weight = (1.0 - x * x) * (1.0 - x * x)
-            amplitude = slope(h) * weight / math.sqrt(reach)
-            partials.append((base * h + offset, amplitude, phases.phase()))
-    return partials
-
-
 def make_pad():
-    loop = wave_from_partials(PAD_LOOP, wide_harmonics(
+    loop = wave_of(PAD_LOOP, wide_harmonics(
         256, 22, 1.7, lambda h: 1.0 / (h * (1.0 + 0.035 * h * h)), 31))
     return attack_and_loop(512, loop, (), 400)
 
@@ -383,7 +189,7 @@ def vowel(h):
 
 
 def make_choir():
-    loop = wave_from_partials(CHOIR_LOOP, wide_harmonics(128, 18, 1.3, vowel, 32))
+    loop = wave_of(CHOIR_LOOP, wide_harmonics(128, 18, 1.3, vowel, 32))
     return attack_and_loop(512, loop, (), 400)
 
 
@@ -391,9 +197,9 @@ PLUCK_LOOP = 2048  # 32 periods of 64
 
 
 def make_pluck():
-    loop = wave_from_partials(PLUCK_LOOP, aligned(32, range(1, 4), lambda h: 1.0 / (h * h * h)))
-    middle = wave_from_partials(PLUCK_LOOP, aligned(32, range(2, 9), lambda h: 0.55 / h))
-    bright = wave_from_partials(PLUCK_LOOP, aligned(32, range(7, 24), lambda h: 0.7 / h))
+    loop = wave_of(PLUCK_LOOP, aligned(32, range(1, 4), lambda h: 1.0 / (h * h * h)))
+    middle = wave_of(PLUCK_LOOP, aligned(32, range(2, 9), lambda h: 0.55 / h))
+    bright = wave_of(PLUCK_LOOP, aligned(32, range(7, 24), lambda h: 0.7 / h))
     return attack_and_loop(8192, loop, ((middle, 4), (bright, 13)), 16)
 
 
@@ -402,10 +208,10 @@ BELL_LOOP = 8192  # 128 periods of 64
 
 def make_bell():
     # The ratios of a tubular bell, rounded to whole cycles a loop; what stays is nearly a sine.
-    loop = wave_from_partials(BELL_LOOP, ((128, 0.7, 0), (129, 0.25, 9000), (256, 0.12, 3000)))
-    slow = wave_from_partials(BELL_LOOP, ((256, 0.25, 500), (353, 0.30, 0), (384, 0.12, 100)))
-    quick = wave_from_partials(BELL_LOOP, ((691, 0.30, 0), (512, 0.12, 4000), (1143, 0.16, 0)))
-    strike = wave_from_partials(BELL_LOOP, ((1707, 0.18, 0), (2384, 0.08, 0)))
+    loop = wave_of(BELL_LOOP, ((128, 0.7, 0), (129, 0.25, 0.13733), (256, 0.12, 0.04578)))
+    slow = wave_of(BELL_LOOP, ((256, 0.25, 0.00763), (353, 0.30, 0), (384, 0.12, 0.00153)))
+    quick = wave_of(BELL_LOOP, ((691, 0.30, 0), (512, 0.12, 0.06104), (1143, 0.16, 0)))
+    strike = wave_of(BELL_LOOP, ((1707, 0.18, 0), (2384, 0.08, 0)))
     return attack_and_loop(14336, loop, ((slow, 2), (quick, 6), (strike, 16)), 20)
 
 
@@ -417,8 +223,8 @@ def make_wind():
     partials = []
     for cycles in range(180, 3000):
         x = (cycles - 900.0) / 420.0
-        partials.append((cycles, 1.0 / (1.0 + x * x), phases.phase()))
-    loop = wave_from_partials(WIND_LOOP, partials)
+        partials.append((cycles, 1.0 / (1.0 + x * x), phases.next()))
+    loop = wave_of(WIND_LOOP, partials)
     return attack_and_loop(512, loop, (), 400)
 
 
@@ -486,10 +292,6 @@ RETRIGGER = 0x90
 
 # Volume column
 SLIDE_VOLUME_UP = 0x70
-
-
-def notes(text):
-    return tuple(note_number(name) for name in text.split())
 
 
 # Root in the bass; three notes for the pad, led so that voices move little; five to pluck.
@@ -582,22 +384,6 @@ def chord_at(bar, step):
     raise ValueError(step)
 
 
-def melody(text):
-    """(step, rows, note or 0, glide) for a text of notes."""
-    words = text.replace("|", " ").split()
-    step = 0
-    for name, rows in zip(words[0::2], words[1::2]):
-        note = 0 if name == "-" else note_number(name.lstrip("~"))
-        yield step, int(rows), note, name.startswith("~")
-        step += int(rows)
-
-
-def steps(pattern):
-    """(step, level) of a drum line: X accent, x stroke, o ghost."""
-    levels = {"X": 64, "x": 54, "o": 22}
-    return [(i, levels[c]) for i, c in enumerate(pattern) if c != "."]
-
-
 # --- Drums
 
 
@@ -633,10 +419,10 @@ def write_drums(song):
 
     for bar, (kick_line, snare_line, clap, hats) in plan.items():
         first = bar * ROWS_PER_BAR
-        for step, level in steps(kick[kick_line]):
+        for step, level in strokes(kick[kick_line]):
             song.play(CH_KICK, first + step, DRUM_NOTE, KICK, level)
         if snare_line:
-            for step, level in steps(snare[snare_line]):
+            for step, level in strokes(snare[snare_line]):
                 song.play(CH_SNARE, first + step, DRUM_NOTE, SNARE, level)
         if clap:
             for step in (8,) if snare_line and snare_line.startswith("half") else (4, 12):
@@ -680,12 +466,6 @@ def write_hats(song, first, style):
             song.play(CH_HAT, first + step + 2, DRUM_NOTE, HAT, 34)
 
 
-def clear_from(song, channels, first, last):
-    for row in range(first, last):
-        for channel in channels:
-            song.cells[row][channel] = [0, 0, 0, 0, 0]
-
-
 def snare_roll(song, first, loudest):
     """A bar: quarters of the first half in eighths, then sixteenths, then thirty-seconds."""
     for step in (0, 2, 4, 6, 8, 9, 10, 11, 12, 13, 14, 15):
@@ -710,33 +490,33 @@ def write_fills(song):
     song.play(CH_KICK, 15 * bar + 4, DRUM_NOTE, KICK, 64)
     snare_roll(song, 15 * bar, 58)
 
-    clear_from(song, (CH_SNARE,), 19 * bar + 12, 20 * bar)
+    song.clear((CH_SNARE,), 19 * bar + 12, 20 * bar)
     for step, level in ((12, 60), (13, 40), (14, 52), (15, 60)):
         song.play(CH_SNARE, 19 * bar + step, DRUM_NOTE, SNARE, level)
 
-    clear_from(song, (CH_SNARE, CH_EFFECT), 23 * bar + 8, 24 * bar)
+    song.clear((CH_SNARE, CH_EFFECT), 23 * bar + 8, 24 * bar)
     song.play(CH_SNARE, 23 * bar + 8, DRUM_NOTE, SNARE, 50)
     tom_fill(song, 23 * bar, ((8, 7, 60), (10, 7, 48), (11, 4, 52), (12, 4, 60), (13, 0, 50),
                               (14, -3, 60), (15, -5, 60)))
 
     # The bridge's drums stop half a beat early.
-    clear_from(song, (CH_KICK, CH_SNARE, CH_HAT, CH_EFFECT), 27 * bar + 12, 28 * bar)
+    song.clear((CH_KICK, CH_SNARE, CH_HAT, CH_EFFECT), 27 * bar + 12, 28 * bar)
     song.play(CH_SNARE, 27 * bar + 10, DRUM_NOTE, SNARE, 44)
     song.play(CH_SNARE, 27 * bar + 11, DRUM_NOTE, SNARE, 60)
 
     snare_roll(song, 31 * bar, 60)
 
-    clear_from(song, (CH_SNARE,), 35 * bar + 12, 36 * bar)
+    song.clear((CH_SNARE,), 35 * bar + 12, 36 * bar)
     for step, level in ((12, 60), (13, 36), (14, 60), (15, 60)):
         song.play(CH_SNARE, 35 * bar + step, DRUM_NOTE, SNARE, level)
     song.effect(CH_SNARE, 35 * bar + 15, EXTENDED, RETRIGGER + 4)
 
-    clear_from(song, (CH_SNARE, CH_EFFECT), 39 * bar + 8, 40 * bar)
+    song.clear((CH_SNARE, CH_EFFECT), 39 * bar + 8, 40 * bar)
     song.play(CH_SNARE, 39 * bar + 8, DRUM_NOTE, SNARE, 56)
     tom_fill(song, 39 * bar, ((8, 9, 60), (9, 9, 44), (10, 5, 60), (12, 5, 60), (13, 2, 48),
                               (14, -2, 60), (15, -5, 60)))
 
-    clear_from(song, (CH_SNARE, CH_EFFECT), 43 * bar + 4, 44 * bar)
+    song.clear((CH_SNARE, CH_EFFECT), 43 * bar + 4, 44 * bar)
     song.play(CH_SNARE, 43 * bar + 4, DRUM_NOTE, SNARE, 60)
     tom_fill(song, 43 * bar, ((4, 9, 56), (6, 9, 48), (7, 7, 52), (8, 7, 60), (9, 5, 50),
                               (10, 5, 56), (11, 2, 52), (12, 2, 60), (13, 0, 54), (14, -3, 60),
@@ -1001,7 +781,7 @@ def write_effects(song):
     song.stop(CH_EFFECT, 4 * bar - 1)
     song.play(CH_EFFECT, 7 * bar + 8, DRUM_NOTE, REVERSE, 50)  # it lasts 8 rows
     for start in (14 * bar, 30 * bar):
-        clear_from(song, (CH_EFFECT,), start, start + 32)
+        song.clear((CH_EFFECT,), start, start + 32)
         song.play(CH_EFFECT, start, note_number("F2"), WIND, 4)
         song.fade(CH_EFFECT, start, start + 31, 4, 44)
         for row in range(start + 1, start + 31):

@@ -139,6 +139,27 @@ class Mesh:
                 self.face([corners[j][i], corners[j][i + 1], corners[j + 1][i + 1],
                            corners[j + 1][i]])
 
+    def smooth(self, points: Sequence[Point], faces: Sequence[Sequence[int]],
+               coordinates: Sequence[tuple[float, float]] | None = None) -> None:
+        """Triangles between points, three numbers from 0 on each, with normals that run evenly from
+        one to the next. Their corners are in the order that turns to the left, seen from outside.
+
+        >>> mesh = Mesh()
+        >>> mesh.smooth([(0, 0, 0), (1, 0, 0), (0, 1, 0), (0, 0, 1)],
+        ...             [(0, 2, 1), (0, 1, 3), (0, 3, 2), (1, 2, 3)])
+        """
+        sums: list[Point] = [(0.0, 0.0, 0.0)] * len(points)
+        for a, b, c in faces:
+            if not 0 <= min(a, b, c) <= max(a, b, c) < len(points):
+                raise ValueError(f"smooth(): a point is 0 to {len(points) - 1}, not as in "
+                                 f"{(a, b, c)}")
+            normal = cross(subtract(points[b], points[a]), subtract(points[c], points[a]))
+            for k in (a, b, c):
+                sums[k] = add(sums[k], normal)
+        for face in faces:
+            self.face([(points[k], coordinates[k] if coordinates else (0.0, 0.0), sums[k])
+                       for k in face])
+
     def write(self, path: str, comment: str = "made by a program") -> Model:
         """Writes an OBJ file and gives the model that it will be in the package."""
         lines = [f"# {os.path.basename(path)}: {comment}"]
@@ -192,6 +213,64 @@ def sphere(mesh: Mesh, radius: float = 1.0, columns: int = 48, rows: int = 24) -
         return (flat * cos_turns(u), radius * sin_turns(latitude), -flat * sin_turns(u))
 
     mesh.surface(point, columns, rows)
+    return mesh
+
+
+def icosphere(levels: int) -> tuple[list[Point], list[tuple[int, int, int]]]:
+    """Points and triangles of a ball of radius 1 that is as fine everywhere: 20 triangles at level
+    0, four times as many at each further one. For `Mesh.smooth`, moved or as they are.
+
+    >>> points, faces = icosphere(2)
+    >>> len(points), len(faces)
+    (162, 320)
+    """
+    g = (1.0 + math.sqrt(5.0)) / 2.0
+    points = [unit(p) for p in ((-1.0, g, 0.0), (1.0, g, 0.0), (-1.0, -g, 0.0), (1.0, -g, 0.0),
+                                (0.0, -1.0, g), (0.0, 1.0, g), (0.0, -1.0, -g), (0.0, 1.0, -g),
+                                (g, 0.0, -1.0), (g, 0.0, 1.0), (-g, 0.0, -1.0), (-g, 0.0, 1.0))]
+    faces = [(0, 11, 5), (0, 5, 1), (0, 1, 7), (0, 7, 10), (0, 10, 11), (1, 5, 9), (5, 11, 4),
+             (11, 10, 2), (10, 7, 6), (7, 1, 8), (3, 9, 4), (3, 4, 2), (3, 2, 6), (3, 6, 8),
+             (3, 8, 9), (4, 9, 5), (2, 4, 11), (6, 2, 10), (8, 6, 7), (9, 8, 1)]
+    for _ in range(levels):
+        middles: dict[tuple[int, int], int] = {}
+
+        def middle(a: int, b: int) -> int:
+            key = (min(a, b), max(a, b))
+            if key not in middles:
+                points.append(unit(add(points[a], points[b])))
+                middles[key] = len(points) - 1
+            return middles[key]
+
+        finer: list[tuple[int, int, int]] = []
+        for a, b, c in faces:
+            ab, bc, ca = middle(a, b), middle(b, c), middle(c, a)
+            finer += [(a, ab, ca), (b, bc, ab), (c, ca, bc), (ab, bc, ca)]
+        faces = finer
+    return points, faces
+
+
+def lathe(mesh: Mesh, profile: Sequence[tuple[float, float]], segments: int, flutes: int = 0,
+          flute_depth: float = 0.0, center: Point = (0.0, 0.0, 0.0)) -> Mesh:
+    """A profile of (radius, y) points, bottom first, turned about the y axis; corners stay sharp.
+    Parts higher than 1 may have so many flutes, as columns have, of a depth from 0 to 1.
+
+    >>> len(lathe(Mesh(), [(1, 0), (0.5, 2)], 12).faces)
+    12
+    """
+    for (r0, y0), (r1, y1) in zip(profile, profile[1:]):
+        slope = unit((y1 - y0, r0 - r1, 0.0))
+        fluted = flutes if r0 > 0.0 and y1 - y0 > 1.0 else 0
+
+        def corner(r: float, y: float, k: int, height: float) -> Corner:
+            turn = k / segments
+            hollow = 1.0 - flute_depth * abs(sin_turns(turn * fluted / 2.0)) if fluted else 1.0
+            position = add(center, (r * hollow * cos_turns(turn), y, -r * hollow * sin_turns(turn)))
+            normal = (slope[0] * cos_turns(turn), slope[1], -slope[0] * sin_turns(turn))
+            return (position, (4.0 * turn, height), normal)
+
+        for k in range(segments):
+            mesh.face([corner(r0, y0, k, 1.0), corner(r0, y0, k + 1, 1.0),
+                       corner(r1, y1, k + 1, 0.0), corner(r1, y1, k, 0.0)])
     return mesh
 
 

@@ -12,7 +12,7 @@ The bytes are the same on every machine: all waves come of sums, products and `q
 from __future__ import annotations
 
 import struct
-from collections.abc import Sequence
+from collections.abc import Iterable, Iterator, Sequence
 from dataclasses import dataclass
 from typing import Final, Union
 
@@ -39,6 +39,40 @@ def note_number(name: str) -> int:
     if name[1] == "b":
         number -= 1
     return 12 * int(name[-1]) + number + 1
+
+
+def notes(text: str) -> tuple[int, ...]:
+    """Numbers of notes with spaces between them: a chord.
+
+    >>> notes("C-4 E4 G4")
+    (49, 53, 56)
+    """
+    return tuple(note_number(name) for name in text.split())
+
+
+def melody(text: str) -> Iterator[tuple[int, int, int, bool]]:
+    """A tune as words: notes, each with its rows; "-" rests, "~" glides into a note, "|" is for the
+    eye. Gives (first row, rows, note or 0, glides) of each.
+
+    >>> list(melody("C-4 4 - 2 | ~E4 2"))
+    [(0, 4, 49, False), (4, 2, 0, False), (6, 2, 53, True)]
+    """
+    words = text.replace("|", " ").split()
+    row = 0
+    for name, rows in zip(words[0::2], words[1::2]):
+        note = 0 if name == "-" else note_number(name.lstrip("~"))
+        yield row, int(rows), note, name.startswith("~")
+        row += int(rows)
+
+
+def strokes(pattern: str) -> list[tuple[int, int]]:
+    """(row, volume) of a line of drums: "X" is an accent, "x" a stroke, "o" hardly one, "." none.
+
+    >>> strokes("X..o")
+    [(0, 64), (3, 22)]
+    """
+    volumes = {"X": 64, "x": 54, "o": 22}
+    return [(row, volumes[c]) for row, c in enumerate(pattern) if c != "."]
 
 
 @dataclass(frozen=True)
@@ -110,6 +144,12 @@ class Tune:
         """Lets go of a channel's note, unless a new one begins there."""
         if row < len(self.cells) and self.cells[row][channel][0] == 0:
             self.cells[row][channel][0] = NOTE_OFF
+
+    def clear(self, channels: Iterable[int], first: int, last: int) -> None:
+        """Empties channels from row `first` up to `last`."""
+        for row in range(first, last):
+            for channel in channels:
+                self.cells[row][channel] = [0, 0, 0, 0, 0]
 
     def effect(self, channel: int, row: int, number: int, parameter: int) -> None:
         """A command of the effect column."""

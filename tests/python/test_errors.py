@@ -8,7 +8,6 @@ import sys
 
 import pytest
 from hypothesis import given
-from hypothesis import strategies as st
 
 import quorvale
 from quorvale import (FLAT, Bitmap, Camera, Document, Fog, Light, Model, Scene, ease_in, effects, hold,

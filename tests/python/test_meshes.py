@@ -4,7 +4,8 @@ import pytest
 
 from quorvale.exact import cos_turns, sin_turns
 from quorvale.fonts import Font
-from quorvale.meshes import Mesh, box, cross, dot, knot, sphere, square, subtract, torus, tube
+from quorvale.meshes import (Mesh, box, cross, dot, icosphere, knot, lathe, sphere, square, subtract,
+                             torus, tube)
 
 
 def numbers(line):
@@ -22,7 +23,12 @@ def wheel(mesh):
     tube(mesh, lambda u: (3 * cos_turns(u), 3 * sin_turns(u), 0.0), lambda u: 0.2)
 
 
-@pytest.mark.parametrize("make", (square, sphere, torus, knot, wheel,
+def ball(mesh):
+    mesh.smooth(*icosphere(2))
+
+
+@pytest.mark.parametrize("make", (square, sphere, torus, knot, wheel, ball,
+                                  lambda mesh: lathe(mesh, [(0, 0), (1, 0), (0.5, 2)], 12),
                                   lambda mesh: box(mesh, (-1, -2, -3), (1, 2, 3))))
 def test_faces_turn_to_where_their_normals_point(make):
     mesh = Mesh()
@@ -36,7 +42,7 @@ def test_faces_turn_to_where_their_normals_point(make):
             assert dot(turned, normal) > 0.0
 
 
-@pytest.mark.parametrize("make", (sphere, lambda mesh: box(mesh, (-1, -1, -1), (1, 1, 1))))
+@pytest.mark.parametrize("make", (sphere, ball, lambda mesh: box(mesh, (-1, -1, -1), (1, 1, 1))))
 def test_normals_point_outward(make):
     mesh = Mesh()
     make(mesh)
@@ -84,5 +90,7 @@ def test_a_closed_tube_has_no_seam():
 def test_corners_that_are_no_polygon_are_refused():
     with pytest.raises(ValueError, match="3 corners at least, not 2"):
         Mesh().flat([(0, 0, 0), (1, 0, 0)])
+    with pytest.raises(ValueError, match=r"a point is 0 to 2, not as in \(0, 1, 3\)"):
+        Mesh().smooth([(0, 0, 0), (1, 0, 0), (0, 1, 0)], [(0, 1, 3)])
     with pytest.raises(ValueError, match="finite numbers"):
         Mesh().flat([(0, 0, 0), (1, 0, 0), (0, float("nan"), 0)])
