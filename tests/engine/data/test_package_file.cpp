@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <dirent.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <random>
@@ -775,19 +776,37 @@ TEST_F(FindPackageTest, IsCaseSensitive)
     EXPECT_EQ(printed, "Sux... no dpk file.\n");
 }
 
+/// The order in which the working directory is read, instead of its own; empty for that.
+static std::vector<std::string> OwnOrder;
+
+extern "C" dirent* __real_readdir(DIR* directory);
+
+/// In the place of the C library's, for what the test program links statically.
+extern "C" dirent* __wrap_readdir(DIR* directory)
+{
+    static dirent item;
+    if (OwnOrder.empty())
+    {
+        return __real_readdir(directory);
+    }
+    snprintf(item.d_name, sizeof(item.d_name), "%s", OwnOrder.front().c_str());
+    OwnOrder.erase(OwnOrder.begin());
+    return &item;
+}
+
 TEST_F(FindPackageTest, TakesTheFirstThatTheDirectoryGives)
 {
     Write("one.dpk", "one.dpk");
     Write("two.dpk", "two.dpk");
-    std::string first;
-    for (const fs::directory_entry& entry : fs::directory_iterator(".")) // readdir's own order
+    for (const std::string first : {"one.dpk", "two.dpk"})
     {
-        first = entry.path().filename();
-        break;
+        OwnOrder = {".", first, "one.dpk", "two.dpk"};
+        std::string printed;
+        EXPECT_EQ(Found(&printed), first);
+        EXPECT_EQ(printed, "Found " + first + ".\n");
+        EXPECT_EQ(OwnOrder.size(), 2u); // nothing was read after it
     }
-    std::string printed;
-    EXPECT_EQ(Found(&printed), first);
-    EXPECT_EQ(printed, "Found " + first + ".\n");
+    OwnOrder.clear();
 }
 
 TEST_F(FindPackageTest, TakesAFolderOfThatNameToo)

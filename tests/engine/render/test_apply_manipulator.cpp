@@ -115,6 +115,23 @@ TEST_F(ApplyManipulatorTest, EachParameterMayMove)
     }
 }
 
+TEST_F(ApplyManipulatorTest, ANumberThatMovesChangesTheCopies)
+{
+    Manipulator manipulator = Make(kManipulatorXMultiplier, {0, 1, 0, 0, 0, 0, 0, 0, 0, 0});
+    manipulator.params[0] = AddLinearEnvelope(&piece, 1.0f, 0.0f); // the object's time
+    SetMaskBit(manipulator.dynamicMask, 0);
+    for (const uint32_t time : {1u, 4u, 2u})
+    {
+        Floats expected;
+        for (uint32_t copy = 0; copy < time; ++copy)
+        {
+            expected.push_back(static_cast<float>(copy));
+            expected.insert(expected.end(), 8, 0.0f);
+        }
+        EXPECT_EQ(Run(Floats(9), manipulator, time), expected) << time;
+    }
+}
+
 TEST_F(ApplyManipulatorTest, ParametersAreResolvedBeforeTheMeshIsLookedFor)
 {
     Manipulator manipulator = Make(kManipulatorModelPlacer, kNoMove);

@@ -307,6 +307,30 @@ TEST_F(DrawSceneTest, AHiddenGeneratedMeshIsNotUpdated)
     EXPECT_EQ(EnvelopeTime(&piece, genMesh->params[0]), kNothingCached);
 }
 
+TEST_F(DrawSceneTest, ObjectsOfOneGeneratedMeshShareItsSurface)
+{
+    GenMesh* lake = AddRecord<GenMesh>(piece.document.genMeshes);
+    lake->type = kLakeWater;
+    ASSERT_TRUE(BuildGenMesh(lake->type, &lake->mesh, &piece.faults));
+    lake->mesh.faces = &lake->faces;
+    lake->params[0] = AddLinearEnvelope(&piece, 1.0f, 0.5f);
+    StartState(&piece, Section::kGenMeshes, 1);
+    AddObject(kObjectGenMesh, 1);
+    scene->timeShift[AddObject(kObjectGenMesh, 1)] = 1.0f;
+    Draw(1);
+
+    // One step for the first object's time, and the next from there for the second's.
+    EXPECT_EQ(piece.state.demo.genMeshes[0].lake.lastStep, 2);
+    RandomSequence expected;
+    SeedRandom(&expected, 1);
+    for (int drop = 0; drop < 2 * 4; ++drop)
+    {
+        NextRandom(&expected);
+    }
+    EXPECT_EQ(NextRandom(&piece.state.random), NextRandom(&expected));
+    FreeGenMeshRecord(lake);
+}
+
 TEST_F(DrawSceneTest, AnObjectThatIsSkippedResolvesNothing)
 {
     AddTriangle();

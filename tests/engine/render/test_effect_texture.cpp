@@ -222,6 +222,29 @@ TEST_F(EffectTextureTest, AmobaShowsItsSeedsUntilItsUpdateMoves)
     EXPECT_EQ(Image(1), seeds);
 }
 
+TEST_F(EffectTextureTest, AmobaDrawsFromTheSequenceOfTheLake)
+{
+    AddLinearEnvelope(&piece, 1.0f, 0.5f);
+    LoadEffect(kEffectAmoba, 24, "<p>1</p>");
+    Load(Section::kGenMeshes, "<m type=\"0\"><p>1</p></m>");
+    const FrameSources sources = TestSources(&piece);
+    const Animation animation = {sources.document->envelopes, sources.state->envelopes,
+                                 sources.faults};
+    const GenMeshSources lake = {sources.document->genMeshes, sources.state->genMeshes, &animation,
+                                 sources.random, sources.arena};
+    ASSERT_TRUE(UpdateGenMesh(1, &lake, 1)); // a step with four drops
+    Update(1, 1);
+
+    srand(5);
+    PlainAmoba plain = MakePlainAmoba(64, 24, rand);
+    for (int drop = 0; drop < 4; ++drop)
+    {
+        rand();
+    }
+    PlainAmobaRender(&plain, 1.5f, rand);
+    EXPECT_EQ(Image(1), plain.cells);
+}
+
 // Updating.
 
 TEST_F(EffectTextureTest, AnIdWithoutARecordIsNotUpdated)

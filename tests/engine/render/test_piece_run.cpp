@@ -12,6 +12,7 @@
 #include "engine/textures/corner_masks.h"
 #include "engine/textures/procedural_texture.h"
 #include "support/fault_text.h"
+#include "support/gl_state.h"
 #include "support/recorded_gl.h"
 #include "support/small_piece.h"
 
@@ -265,6 +266,22 @@ TEST_F(PieceRunTest, ItemsReachOpenGlInTheOrderOfTheDocument)
                      "TexImage2D TEXTURE_2D 0 3 64 64 0 RGB UNSIGNED_BYTE 0\n"
                      "TexImage2D TEXTURE_2D 0 3 4 4 0 RGB UNSIGNED_BYTE\n"
                      "TexImage2D TEXTURE_2D 0 4 4 4 0 RGBA UNSIGNED_BYTE\n");
+}
+
+TEST_F(PieceRunTest, UploadsGoToTheUnitThatATickLeftSelected)
+{
+    TestRun test(package);
+    ASSERT_EQ(test.Load(RunDocument::kLoading), LoadResult::kLoaded);
+    glActiveTextureARB(GL_TEXTURE1); // as a tick leaves it that ends with two bitmaps
+    TakeGlCalls();
+    ASSERT_EQ(LoadRunDocument(&test.run, RunDocument::kDemo, nullptr), LoadResult::kLoaded);
+    const std::string calls = TakeGlCalls();
+    EXPECT_EQ(calls.find("ActiveTexture"), std::string::npos);
+    GlState state;
+    ApplyGlCalls("ActiveTextureARB TEXTURE1\n" + calls, &state);
+    EXPECT_EQ(GlValue(state, "unit0 texture"), "unset");
+    EXPECT_NE(GlValue(state, "unit1 texture"), "unset");
+    EXPECT_EQ(GlRefusedCalls(), 0u);
 }
 
 TEST_F(PieceRunTest, TheLoadingScreenUsesNoBuffersOrSizesOfAnyKind)

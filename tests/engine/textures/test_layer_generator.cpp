@@ -453,9 +453,8 @@ static std::vector<float> Wall(float courses, float bricks, float rowMargin, flo
     return {1, 1, 1, 0, 0, 0, courses, bricks, rowMargin, columnMargin, offset};
 }
 
-TEST_P(LayerGenerator, ABrickEndsWhereThePixelEqualsItsWidth)
+TEST_P(LayerGenerator, MortarLiesOnBothSidesOfABricksEnd)
 {
-    // 128 is not above 128, so it still lies in the first brick, at its very end.
     const Bytes pixels = Generate(4, Wall(1, 2, 0, 1, 0));
     EXPECT_EQ(At(pixels, 0, 0), 0); // the margin at the start: 1 > 0
     EXPECT_EQ(At(pixels, 1, 0), 255);
@@ -463,6 +462,23 @@ TEST_P(LayerGenerator, ABrickEndsWhereThePixelEqualsItsWidth)
     EXPECT_EQ(At(pixels, 128, 0), 0);   // 1 > 0
     EXPECT_EQ(At(pixels, 129, 0), 255); // t is 1
     EXPECT_EQ(At(pixels, 255, 0), 255); // t is 127
+}
+
+TEST_P(LayerGenerator, ARowAtExactlyACoursesHeightBelongsToIt)
+{
+    // Two courses of 128 rows, the second moved by half a brick. 128 is not above 128, so row 128
+    // still is one of the first.
+    const Bytes pixels = Generate(4, Wall(2, 2, 0, 1, 64));
+    for (const int row : {0, 127, 128})
+    {
+        EXPECT_EQ(At(pixels, 128, row), 0) << row;
+        EXPECT_EQ(At(pixels, 64, row), 255) << row;
+    }
+    for (const int row : {129, 255})
+    {
+        EXPECT_EQ(At(pixels, 128, row), 255) << row;
+        EXPECT_EQ(At(pixels, 64, row), 0) << row;
+    }
 }
 
 TEST_P(LayerGenerator, HorizontalNumberCountsCoursesVerticalBricks)
