@@ -16,11 +16,14 @@
 
 #include "engine/animation/animated_value.h"
 #include "engine/animation/envelope.h"
+#include "engine/animation/light.h"
 #include "engine/data/document_text.h"
 #include "engine/piece/piece_sections.h"
+#include "engine/render/records/effect2d.h"
 #include "engine/render/records/material.h"
 #include "engine/render/records/scene.h"
 #include "engine/render/records/timeline.h"
+#include "engine/textures/procedural_texture.h"
 
 static bool ReadFile(const char* path, std::string* text)
 {
@@ -61,6 +64,48 @@ static void PrintEnvelope(uint32_t id, const Envelope* envelope)
         {
             printf(" %.9g", static_cast<double>(param));
         }
+    }
+    printf("\n");
+}
+
+static void PrintTexture(uint32_t id, const ProceduralTexture* texture)
+{
+    printf("texture %u", id);
+    for (uint32_t i = 0; i < texture->stepCount; ++i)
+    {
+        printf(" step %d %u", texture->stepType[i], texture->stepLayer[i]);
+        for (const float param : texture->stepParams[i])
+        {
+            printf(" %.9g", static_cast<double>(param));
+        }
+    }
+    printf("\n");
+}
+
+static void PrintLight(uint32_t id, const Light* light)
+{
+    printf("light %u", id);
+    for (uint32_t i = 0; i < 3; ++i)
+    {
+        PrintValue(light->ambient[i], (light->flagsA & kAmbientDynamic >> i) != 0);
+    }
+    for (uint32_t i = 0; i < 3; ++i)
+    {
+        PrintValue(light->diffuse[i], (light->flagsA & kDiffuseDynamic >> i) != 0);
+    }
+    for (uint32_t i = 0; i < 3; ++i)
+    {
+        PrintValue(light->position[i], (light->flagsB & kPositionDynamic >> i) != 0);
+    }
+    printf("\n");
+}
+
+static void PrintEffect(uint32_t id, const Effect2D* effect)
+{
+    printf("effect %u %d %d %u", id, effect->type, effect->width, effect->bpp);
+    for (uint32_t i = 0; i < 4; ++i)
+    {
+        printf(" %u", effect->paramEnvelope[i]);
     }
     printf("\n");
 }
@@ -135,6 +180,18 @@ static void PrintRecords(const DemoDocument* document)
     for (uint32_t id = 1; id <= document->envelopes->count; ++id)
     {
         PrintEnvelope(id, GetRecord<Envelope>(id, document->envelopes));
+    }
+    for (uint32_t id = 1; id <= document->textures->count; ++id)
+    {
+        PrintTexture(id, GetRecord<ProceduralTexture>(id, document->textures));
+    }
+    for (uint32_t id = 1; id <= document->lights->count; ++id)
+    {
+        PrintLight(id, GetRecord<Light>(id, document->lights));
+    }
+    for (uint32_t id = 1; id <= document->effects->count; ++id)
+    {
+        PrintEffect(id, GetRecord<Effect2D>(id, document->effects));
     }
     for (uint32_t id = 1; id <= document->materials->count; ++id)
     {

@@ -106,6 +106,68 @@ def test_materials_read_back(engine_values, tmp_path_factory, recipe, color, alp
     assert words_[15] == ("1" if "effect" in words else "0")
 
 
+@given(*[st.tuples(values, values, values)] * 3)
+def test_lights_read_back(engine_values, tmp_path_factory, ambient, diffuse, position):
+    scene = Scene()
+    scene.add(Model("m.obj"), recipes.lit_color(light=Light(diffuse, position, ambient)))
+    path_ = tmp_path_factory.mktemp("lights") / "demo.xml"
+    plain_document(scene).write(str(path_))
+    records = Records(engine_values(path_))
+    (words,) = records.of("light")
+    assert words[0] == "1"
+    check_values(records, words[1:], [*ambient, *diffuse, *position])
+
+
+@given(st.sampled_from(CATALOGUES["effects"].rows), st.lists(values, min_size=4, max_size=4),
+       st.sampled_from((64, 128, 256, 512)), st.booleans())
+def test_effects_read_back(engine_values, tmp_path_factory, row, given_values, size, gray):
+    given_values = given_values[:len(row.params)]
+    scene = Scene()
+    made = getattr(effects, row.word)(*given_values, size=size, gray=gray)
+    scene.add(Model("m.obj"), recipes.effect(effect=made))
+    path_ = tmp_path_factory.mktemp("effects") / "demo.xml"
+    plain_document(scene).write(str(path_))
+    records = Records(engine_values(path_))
+    (words,) = records.of("effect")
+    assert words[:4] == ["1", str(row.number), str(size), "8" if gray else "24"]
+    for word, value in zip(words[4:], given_values):
+        assert records.curve(int(word)) == expected_curve(
+            hold(value) if isinstance(value, float) else value)
+
+
+kernels = st.lists(numbers, min_size=9, max_size=9)
+plain_steps = st.one_of(
+    st.just(steps.invert()), st.just(steps.blur()), st.builds(steps.scale, numbers),
+    st.builds(steps.offset, st.integers(-255, 255), st.integers(-255, 255)),
+    st.builds(steps.emboss, st.integers(1, 4)), st.builds(lambda m: steps.convolution(*m), kernels))
+stacked = st.lists(st.tuples(st.sampled_from("+*<>|"), st.integers(0, 3), numbers, plain_steps),
+                   max_size=15)
+
+
+@given(stacked)
+def test_textures_read_back(engine_values, tmp_path_factory, parts):
+    seeds = [layers.noise(seed=k) for k in range(4)]
+    texture = layers.maze() * 0.5 + seeds[0]
+    for sign, k, number, step in parts:
+        texture = {"+": lambda: texture + seeds[k] * number, "*": lambda: texture * seeds[k],
+                   "<": lambda: texture.minimum(seeds[k]), ">": lambda: texture.maximum(seeds[k]),
+                   "|": lambda: texture | step}[sign]()
+    scene = Scene()
+    scene.add(Model("m.obj"), recipes.texture(texture=texture))
+    path_ = tmp_path_factory.mktemp("textures") / "demo.xml"
+    plain_document(scene).write(str(path_))
+    ((_, *words),) = Records(engine_values(path_)).of("texture")
+    finished = texture.finished()
+    used = sorted({step.layer.origin.order for step in finished if step.layer})
+    read = [words[i:i + 12] for i in range(0, len(words), 12)]
+    for step, (_, kind, layer, *params) in zip(finished, read, strict=True):
+        assert int(kind) == step.row.number
+        if step.layer is not None:
+            assert int(layer) == used.index(step.layer.origin.order)
+        for word, number in zip(params, step.numbers):
+            assert f32(float(word)) == written(number)
+
+
 @given(st.lists(values, min_size=9, max_size=9), st.one_of(st.none(), single),
        st.integers(-5000, 5000), st.lists(values, min_size=3, max_size=3))
 def test_objects_read_back(engine_values, tmp_path_factory, nine, visible, shift, three):
