@@ -349,6 +349,39 @@ TEST_F(RenderCommand, ASheetShowsManyPictures)
               "272,176\n");
 }
 
+TEST_F(RenderCommand, QuietMeansQuiet)
+{
+    const DpkRun run = Render({"--size", "32x24", "--at", "1", "-o", "a.png", "-q"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out + run.err, "");
+}
+
+TEST_F(RenderCommand, AFolderOfSourcesIsBuiltFirst)
+{
+    DocumentSource demo;
+    demo.music = "<music/>";
+    demo.sections[9] = "<scene/>";
+    demo.sections[10] =
+        "<row><clip id=\"1\" space_before=\"0\" offset=\"0\" type=\"0\" length=\"10\">"
+        "<x type=\"static\" value=\"0\"/><x type=\"static\" value=\"0\"/>"
+        "<x type=\"static\" value=\"0\"/><x type=\"static\" value=\"0\"/>"
+        "<x type=\"static\" value=\"0\"/><x type=\"static\" value=\"0\"/>"
+        "<fov type=\"static\" value=\"48\"/><fog type=\"0\"/></clip></row>";
+    folder.Write("piece/demo.xml", MakeDocumentText(demo));
+    const DpkRun run =
+        RunDpk(folder, {"render", "piece", "--size", "32x24", "--fps", "100", "-o", "p/%d.ppm"});
+    EXPECT_EQ(run.exitCode, 0) << run.out << run.err;
+    EXPECT_TRUE(Has("p/9.ppm"));
+    EXPECT_EQ(FilesIn(folder), "p piece");
+}
+
+TEST_F(RenderCommand, APieceIsRenderedWithoutADisplayAlone)
+{
+    // No DISPLAY is set here, and a wrong one is not looked at.
+    setenv("DISPLAY", ":12345", 1);
+    EXPECT_EQ(Render({"--size", "32x24", "--at", "1", "-o", "a.png", "-q"}).exitCode, 0);
+}
+
 TEST_F(RenderCommand, SupersamplingDrawsFourPixelsForOne)
 {
     ASSERT_EQ(Render({"--size", "32x24", "--samples", "0", "--supersample", "2", "--at", "30", "-o",

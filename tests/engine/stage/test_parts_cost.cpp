@@ -1,4 +1,4 @@
-// The price of dividing a film of the sample piece into parts: frames that more than one part draws.
+// The price of dividing a film of the sample piece into parts: frames that two parts draw.
 // OpenGL does nothing here, so the frames are counted and not drawn.
 #include <gtest/gtest.h>
 
