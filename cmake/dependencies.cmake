@@ -35,6 +35,7 @@ target_compile_options(sdl_headers INTERFACE ${SDL_CFLAGS_OTHER})
 add_library(modplug_headers INTERFACE)
 target_include_directories(modplug_headers SYSTEM INTERFACE ${MODPLUG_INCLUDE_DIRS})
 
+find_library(ZOPFLI_LIBRARY zopfli REQUIRED)
 find_path(STB_INCLUDE_DIR stb_image.h PATH_SUFFIXES stb REQUIRED)
 add_library(stb_headers INTERFACE)
 target_include_directories(stb_headers SYSTEM INTERFACE ${STB_INCLUDE_DIR})

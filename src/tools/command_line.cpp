@@ -16,6 +16,7 @@
 #include "tools/report.h"
 #include "tools/textures_command.h"
 #include "tools/thumbnail_command.h"
+#include "tools/unbuild_command.h"
 #include "tools/vocabulary_command.h"
 
 /// The values of all arguments. Each command uses some of them.
@@ -108,7 +109,20 @@ static CLI::App* AddBuild(CLI::App* app, Arguments* arguments)
         ->expected(1)
         ->take_all();
     command->add_flag("--force", arguments->build.isForced, "Pack in spite of errors");
+    command->add_flag("--small", arguments->build.isSmall,
+                      "Pack by zopfli and leave out what nothing uses");
     AddFlipOption(command, arguments);
+    return command;
+}
+
+static CLI::App* AddUnbuild(CLI::App* app, Arguments* arguments)
+{
+    CLI::App* command =
+        app->add_subcommand("unbuild", "Take a package apart into sources that build it again");
+    AddArgument(command, "PACKAGE", &arguments->file, "The package")->required();
+    command->add_option("-o,--output", arguments->out, "The folder to write to, new or empty")
+        ->type_name("DIR")
+        ->required();
     return command;
 }
 
@@ -292,6 +306,11 @@ static bool RunBuild(const Arguments& arguments)
                        arguments.build);
 }
 
+static bool RunUnbuild(const Arguments& arguments)
+{
+    return UnbuildPackage(arguments.file, arguments.out);
+}
+
 static bool RunNew(const Arguments& arguments)
 {
     return MakePieceFolder(arguments.file);
@@ -351,6 +370,7 @@ static constexpr CommandRow kCommands[] = {
     {AddRemove, RunRemove},
     {AddCreate, RunCreate},
     {AddBuild, RunBuild},
+    {AddUnbuild, RunUnbuild},
     {AddNew, RunNew},
     {AddModel, RunModel},
     {AddCompress, RunCompress},

@@ -1,7 +1,9 @@
 #include "tools/container.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <zlib.h>
+#include <zopfli/zopfli.h>
 
 #include "engine/data/byte_order.h"
 #include "engine/data/limits.h"
@@ -12,11 +14,20 @@ static constexpr size_t kStep = 65536; // bytes inflated at a time
 /// A stream that makes more than that of itself is larger than what it holds.
 static constexpr uint64_t kLargestContainer = uint64_t{kLargestInflatedSize} + (1 << 20);
 
-bool PackContainer(const Bytes& data, Bytes* container)
+static bool FitsContainer(const Bytes& data)
 {
     if (data.size() > kLargestInflatedSize)
     {
         ReportError("data of %zu bytes is too large for a container", data.size());
+        return false;
+    }
+    return true;
+}
+
+bool PackContainer(const Bytes& data, Bytes* container)
+{
+    if (!FitsContainer(data))
+    {
         return false;
     }
 
@@ -31,6 +42,24 @@ bool PackContainer(const Bytes& data, Bytes* container)
         return false;
     }
     container->resize(kSizeWord + length);
+    return true;
+}
+
+bool PackSmallContainer(const Bytes& data, Bytes* container)
+{
+    if (!FitsContainer(data))
+    {
+        return false;
+    }
+    ZopfliOptions options;
+    ZopfliInitOptions(&options);
+    unsigned char* stream = nullptr;
+    size_t length = 0;
+    ZopfliCompress(&options, ZOPFLI_FORMAT_ZLIB, data.data(), data.size(), &stream, &length);
+    container->resize(kSizeWord);
+    StoreLittleEndian32(static_cast<uint32_t>(data.size()), container->data());
+    container->insert(container->end(), stream, stream + length);
+    free(stream);
     return true;
 }
 

@@ -9,6 +9,9 @@
 ///         would take it
 bool PackContainer(const Bytes& data, Bytes* container);
 
+/// The same by zopfli, which takes a hundred times as long and saves some five percent.
+bool PackSmallContainer(const Bytes& data, Bytes* container);
+
 /// Unpacks no more than kLargestInflatedSize bytes.
 /// @return null, or what is wrong with the container. A size word that is not the stream's length
 ///         is wrong here; players cut or pad.

@@ -7,24 +7,19 @@
 #include <cstring>
 #include <dirent.h>
 #include <fnmatch.h>
+#include <map>
 #include <sys/stat.h>
 #include <tinyxml.h>
 
 #include "engine/data/document_text.h"
 #include "engine/data/package_tools.h"
+#include "engine/piece/piece.h"
 #include "tools/check_command.h"
 #include "tools/container.h"
+#include "tools/entry_uses.h"
+#include "tools/order_file.h"
 #include "tools/package_commands.h"
 #include "tools/report.h"
-
-/// The ways of a source file into the package.
-enum class SourceKind
-{
-    kLeftOut,
-    kDocument,
-    kMesh,
-    kPlain,
-};
 
 struct EndingRow
 {
@@ -54,6 +49,8 @@ struct SourceFile
     std::string fileName;
     std::string entryName;
     SourceKind kind;
+    TextLayout layout;
+    bool isSmall; // packed by zopfli
 };
 
 static bool HasEnding(const std::string& name, const char* ending)
@@ -62,18 +59,18 @@ static bool HasEnding(const std::string& name, const char* ending)
     return name.size() >= length && strcasecmp(name.c_str() + name.size() - length, ending) == 0;
 }
 
-static SourceKind KindOf(const std::string& name, const BuildOptions& options)
+static bool IsIgnored(const std::string& name, const BuildOptions& options)
 {
-    if (name[0] == '.')
+    return std::any_of(options.ignored.begin(), options.ignored.end(),
+                       [&name](const std::string& pattern)
+                       { return fnmatch(pattern.c_str(), name.c_str(), 0) == 0; });
+}
+
+SourceKind KindOfSource(const std::string& name)
+{
+    if (name[0] == '.' || name == kOrderFileName)
     {
         return SourceKind::kLeftOut;
-    }
-    for (const std::string& pattern : options.ignored)
-    {
-        if (fnmatch(pattern.c_str(), name.c_str(), 0) == 0)
-        {
-            return SourceKind::kLeftOut;
-        }
     }
     for (const EndingRow& row : kEndings)
     {
@@ -113,12 +110,18 @@ static bool IsSource(std::string path, const std::string& name, const struct sta
            status.st_ino != package->st_ino;
 }
 
-static bool ListSources(const std::string& folder, const std::string& package,
-                        const BuildOptions& options, std::vector<SourceFile>* sources)
+/// @return the row of a file in an order; null if it has none
+static const OrderRow* FindRow(const std::vector<OrderRow>& order, const std::string& file)
 {
-    struct stat packageStatus;
-    const bool packageExists = stat(package.c_str(), &packageStatus) == 0;
+    const auto found = std::find_if(order.begin(), order.end(),
+                                    [&file](const OrderRow& row) { return row.file == file; });
+    return found == order.end() ? nullptr : &*found;
+}
 
+/// All names of a folder, in its own order.
+/// @return false after an error line
+static bool ListNames(const std::string& folder, std::vector<std::string>* names)
+{
     DIR* directory = opendir(folder.c_str());
     if (directory == nullptr)
     {
@@ -127,17 +130,60 @@ static bool ListSources(const std::string& folder, const std::string& package,
     }
     while (const dirent* item = readdir(directory))
     {
-        const std::string name = item->d_name;
-        const SourceKind kind = KindOf(name, options);
-        if (kind != SourceKind::kLeftOut &&
-            IsSource(folder, name, packageExists ? &packageStatus : nullptr))
-        {
-            sources->push_back({name, EntryName(name, kind), kind});
-        }
+        names->push_back(item->d_name);
     }
     closedir(directory);
+    return true;
+}
 
-    std::sort(sources->begin(), sources->end(),
+/// The files of an order file, all of which have to be there.
+static bool ListOrdered(const std::string& folder, const std::vector<OrderRow>& order,
+                        const BuildOptions& options, std::vector<SourceFile>* sources)
+{
+    for (const OrderRow& row : order)
+    {
+        if (IsIgnored(row.file, options))
+        {
+            continue;
+        }
+        if (!IsSource(folder, row.file, nullptr))
+        {
+            ReportError("%s/%s: it names \"%s\", which is not there; take its line out",
+                        Printable(folder).c_str(), kOrderFileName, Printable(row.file).c_str());
+            return false;
+        }
+        sources->push_back(
+            {row.file, row.entry, row.kind, row.layout, options.isSmall || row.isSmall});
+    }
+    return true;
+}
+
+static bool ListSources(const std::string& folder, const std::string& package,
+                        const BuildOptions& options, std::vector<SourceFile>* sources)
+{
+    struct stat packageStatus;
+    const bool packageExists = stat(package.c_str(), &packageStatus) == 0;
+
+    std::vector<std::string> names;
+    std::vector<OrderRow> order;
+    if (!ListNames(folder, &names) || !ReadOrder(folder, &order) ||
+        !ListOrdered(folder, order, options, sources))
+    {
+        return false;
+    }
+    const auto orderedCount = static_cast<ptrdiff_t>(sources->size());
+    for (const std::string& name : names)
+    {
+        const SourceKind kind = KindOfSource(name);
+        if (kind != SourceKind::kLeftOut && !IsIgnored(name, options) &&
+            FindRow(order, name) == nullptr &&
+            IsSource(folder, name, packageExists ? &packageStatus : nullptr))
+        {
+            sources->push_back(
+                {name, EntryName(name, kind), kind, TextLayout::kAsItIs, options.isSmall});
+        }
+    }
+    std::sort(sources->begin() + orderedCount, sources->end(),
               [](const SourceFile& a, const SourceFile& b) {
                   return a.entryName != b.entryName ? a.entryName < b.entryName
                                                     : a.fileName < b.fileName;
@@ -170,6 +216,26 @@ static bool CheckDocument(const std::string& path, const Bytes& text)
     return false;
 }
 
+static bool PackSource(const Bytes& data, const SourceFile& source, Bytes* container)
+{
+    return source.isSmall ? PackSmallContainer(data, container) : PackContainer(data, container);
+}
+
+/// Gives a document the layout that its order or a small package wants.
+static void LayOut(const SourceFile& source, const BuildOptions& options, Bytes* text)
+{
+    const std::string old(text->begin(), text->end());
+    TiXmlDocument document;
+    TextLayout layout = source.layout;
+    if (layout == TextLayout::kAsItIs && options.isSmall && ParseText(old, &document) &&
+        SaysTheSame(document, LayOutText(old, TextLayout::kBare)))
+    {
+        layout = TextLayout::kBare;
+    }
+    const std::string laidOut = LayOutText(old, layout);
+    text->assign(laidOut.begin(), laidOut.end());
+}
+
 /// A source as its entry will hold it.
 static bool MakeEntry(const std::string& path, const SourceFile& source,
                       const BuildOptions& options, Bytes* entry)
@@ -180,28 +246,69 @@ static bool MakeEntry(const std::string& path, const SourceFile& source,
     }
     if (source.kind == SourceKind::kMesh)
     {
-        return ConvertMesh(path, options.mesh, Printable(source.entryName), entry);
+        Bytes model;
+        return ConvertMesh(path, options.mesh, Printable(source.entryName), &model) &&
+               PackSource(model, source, entry);
     }
     Bytes text;
-    return ReadWholeFile(path, kLargestText, &text) &&
-           (options.takesAnyText || CheckDocument(path, text)) && PackContainer(text, entry);
+    if (!ReadWholeFile(path, kLargestText, &text) ||
+        (!options.takesAnyText && !CheckDocument(path, text)))
+    {
+        return false;
+    }
+    LayOut(source, options, &text);
+    return PackSource(text, source, entry);
 }
 
 /// Names both sources that would become one entry.
 static bool CheckEntryNames(const std::vector<SourceFile>& sources)
 {
-    for (size_t i = 1; i < sources.size(); ++i)
+    std::map<std::string, const SourceFile*> seen;
+    for (const SourceFile& source : sources)
     {
-        if (sources[i - 1].entryName == sources[i].entryName)
+        const auto [found, isNew] = seen.emplace(source.entryName, &source);
+        if (!isNew)
         {
             ReportError("%s and %s would both become the entry \"%s\"",
-                        Printable(sources[i - 1].fileName).c_str(),
-                        Printable(sources[i].fileName).c_str(),
-                        Printable(sources[i].entryName).c_str());
+                        Printable(found->second->fileName).c_str(),
+                        Printable(source.fileName).c_str(), Printable(source.entryName).c_str());
             return false;
         }
     }
     return true;
+}
+
+/// Leaves out the entries that neither document names, and tells of each.
+static void DropUnused(const BuildOptions& options, std::vector<Bytes>* entries,
+                       std::vector<PlannedEntry>* plan)
+{
+    EntryUses uses = {};
+    for (size_t i = 0; i < plan->size(); ++i)
+    {
+        Bytes text;
+        const std::string& name = (*plan)[i].name;
+        if ((name == kDemoDocumentName || name == kLoadingDocumentName) &&
+            UnpackContainer((*entries)[i], &text) == nullptr)
+        {
+            AddEntryUses(text, &uses);
+        }
+    }
+    size_t kept = 0;
+    for (size_t i = 0; i < plan->size(); ++i)
+    {
+        if (IsEntryUsed(uses, (*plan)[i].name))
+        {
+            std::swap((*plan)[kept], (*plan)[i]);
+            std::swap((*entries)[kept], (*entries)[i]);
+            kept += 1;
+        }
+        else if (!options.mesh.isQuiet)
+        {
+            printf("%s: left out, nothing uses it\n", Printable((*plan)[i].name).c_str());
+        }
+    }
+    plan->resize(kept);
+    entries->resize(kept);
 }
 
 /// Makes all entries and tells where they will be.
@@ -226,6 +333,10 @@ static bool MakeEntries(const std::string& folder, const std::vector<SourceFile>
             return false;
         }
         (*plan)[i].size = (*entries)[i].size();
+    }
+    if (options.isSmall)
+    {
+        DropUnused(options, entries, plan);
     }
     return PlaceEntries(plan);
 }

@@ -8,7 +8,8 @@
 //
 // Endings count in any case of letters. Sub-folders, pipes and the like are left out, and so is the
 // package itself. Entries are sorted by the bytes of their names, so that the same folder
-// gives the same package.
+// gives the same package. An order file (order_file.h) gives some of them places and forms of their
+// own.
 #pragma once
 
 #include <string>
@@ -16,6 +17,7 @@
 
 #include "engine/data/package_tools.h"
 #include "tools/mesh_import.h"
+#include "tools/order_file.h"
 #include "tools/package_commands.h"
 
 struct BuildOptions
@@ -23,8 +25,13 @@ struct BuildOptions
     std::vector<std::string> ignored; // shell patterns of file names to leave out as well
     MeshOptions mesh;
     bool isForced;     // packs what a check refuses
+    bool isSmall;      // packs containers by zopfli, takes blanks out of documents, and leaves out
+                       // entries that no document names
     bool takesAnyText; // packs documents that do not parse as they are, for whoever tells why
 };
+
+/// The way of a file that stands in no order file, by its name.
+SourceKind KindOfSource(const std::string& name);
 
 /// A package in memory, made of a folder.
 struct PackedFolder

@@ -13,6 +13,7 @@
 #include "engine/data/limits.h"
 #include "tools/child_process.h"
 #include "tools/container.h"
+#include "tools/model_ply.h"
 #include "tools/report.h"
 
 /// A model has at most 1 GiB, and Assimp's own form of a mesh is about as large.
@@ -294,22 +295,6 @@ static bool HasHeaderEnd(const Bytes& file)
            text.find("\rend_header\r") != std::string_view::npos;
 }
 
-/// @return false after an error line
-static bool CheckSource(const std::string& path)
-{
-    Bytes file;
-    if (!ReadWholeFile(path, kLargestInflatedSize, &file))
-    {
-        return false;
-    }
-    if (!HasHeaderEnd(file))
-    {
-        ReportError("%s: its header has no end", Printable(path).c_str());
-        return false;
-    }
-    return true;
-}
-
 /// A mesh as a model file, and what to tell of it.
 struct ImportedMesh
 {
@@ -375,11 +360,31 @@ static ImportedMesh ReadMessage(const Bytes& message)
     return {message[0] == 1, {text, model}, {model, message.end()}};
 }
 
-bool ConvertMesh(const std::string& path, const MeshOptions& options, const std::string& label,
-                 Bytes* container)
+static bool ConvertModelPly(const std::string& path, const Bytes& ply, Bytes* model)
 {
-    if (!CheckSource(path))
+    const std::string fault = ReadModelPly(ply, model);
+    if (!fault.empty())
     {
+        ReportError("%s: %s", Printable(path).c_str(), fault.c_str());
+    }
+    return fault.empty();
+}
+
+bool ConvertMesh(const std::string& path, const MeshOptions& options, const std::string& label,
+                 Bytes* model)
+{
+    Bytes file;
+    if (!ReadWholeFile(path, kLargestInflatedSize, &file))
+    {
+        return false;
+    }
+    if (IsModelPly(file))
+    {
+        return ConvertModelPly(path, file, model);
+    }
+    if (!HasHeaderEnd(file))
+    {
+        ReportError("%s: its header has no end", Printable(path).c_str());
         return false;
     }
     Bytes message;
@@ -388,8 +393,7 @@ bool ConvertMesh(const std::string& path, const MeshOptions& options, const std:
         [&path, &options, &label](Bytes* output)
         { WriteMessage(ImportMesh(path, options, label), output); },
         &message);
-    const ImportedMesh imported =
-        end.empty() ? ReadMessage(message) : RefuseMesh("its import " + end);
+    ImportedMesh imported = end.empty() ? ReadMessage(message) : RefuseMesh("its import " + end);
     if (!imported.isDone)
     {
         ReportError("%s: %s", Printable(path).c_str(), imported.text.c_str());
@@ -399,12 +403,14 @@ bool ConvertMesh(const std::string& path, const MeshOptions& options, const std:
     {
         fputs(imported.text.c_str(), stdout);
     }
-    return PackContainer(imported.model, container);
+    model->swap(imported.model);
+    return true;
 }
 
 bool ConvertMeshFile(const std::string& in, const std::string& out, const MeshOptions& options)
 {
+    Bytes model;
     Bytes container;
-    return ConvertMesh(in, options, Printable(out), &container) &&
+    return ConvertMesh(in, options, Printable(out), &model) && PackContainer(model, &container) &&
            ReplaceFile(out, container.data(), container.size());
 }

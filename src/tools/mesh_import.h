@@ -4,6 +4,8 @@
 // triangles; points and lines are dropped. Normals are the source's, or made smooth where it has
 // none. Texture coordinates are the first two sets of the source; where it has none there are
 // zeros. Vertices keep the source's order, and of identical ones the first stays.
+//
+// A PLY file that says all of a model (model_ply.h) is taken as it stands instead.
 #pragma once
 
 #include <string>
@@ -19,13 +21,13 @@ struct MeshOptions
     bool isQuiet; // prints nothing but errors
 };
 
-/// Reads a mesh into a model file's container and prints what became of it, each line after `label`
-/// and a colon: one with vertices, triangles, sets and the bounding box, and one for each thing
-/// that was dropped or made up. The import runs in a process of its own with limits of memory and
-/// time, so that no file can do more than not be imported.
+/// Reads a mesh into an uncompressed model file and prints what became of it, each line after
+/// `label` and a colon: one with vertices, triangles, sets and the bounding box, and one for each
+/// thing that was dropped or made up. The import runs in a process of its own with limits of memory
+/// and time, so that no file can do more than not be imported.
 /// @return false after an error line; a file without a triangle is an error
 bool ConvertMesh(const std::string& path, const MeshOptions& options, const std::string& label,
-                 Bytes* container);
+                 Bytes* model);
 
-/// The same from file to file.
+/// The same from file to file, into the container.
 bool ConvertMeshFile(const std::string& in, const std::string& out, const MeshOptions& options);

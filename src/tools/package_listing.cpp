@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include "engine/data/byte_order.h"
-#include "tools/files.h"
 #include "tools/report.h"
 
 static constexpr uint32_t kEmptyPackageSize = kPackageHeaderSize + kPackageNameSize;
@@ -15,8 +14,8 @@ static constexpr uint64_t kLongNameLimit = uint64_t{1} << 24;
 
 /// Turns one entry of the directory into the record.
 /// @return null, or what is wrong with it
-static const char* ReadListedEntry(const unsigned char* bytes, uint64_t fileSize,
-                                   ListedEntry* entry)
+static const char* ParseListedEntry(const unsigned char* bytes, uint64_t fileSize,
+                                    ListedEntry* entry)
 {
     const char* name = reinterpret_cast<const char*>(bytes);
     entry->name.assign(name, strnlen(name, kPackageNameSize));
@@ -54,7 +53,7 @@ static bool ReadListing(uint64_t fileSize, ListedPackage* package)
     {
         ListedEntry entry;
         const char* fault =
-            ReadListedEntry(file->directory + size_t{i} * kPackageEntrySize, fileSize, &entry);
+            ParseListedEntry(file->directory + size_t{i} * kPackageEntrySize, fileSize, &entry);
         if (fault != nullptr)
         {
             return ReportDamage(package, "entry \"" + Printable(entry.name) + "\" " + fault);
@@ -151,6 +150,26 @@ const ListedEntry* FindEntry(const ListedPackage* package, const std::string& na
 {
     const auto found = package->places.find(name);
     return found == package->places.end() ? nullptr : &package->entries[found->second];
+}
+
+bool ReadListedEntry(const ListedPackage* package, const ListedEntry* entry, Bytes* bytes)
+{
+    bytes->resize(entry->size);
+    size_t done = 0;
+    while (done < bytes->size())
+    {
+        const ssize_t count = pread(package->file.file, bytes->data() + done, bytes->size() - done,
+                                    static_cast<off_t>(entry->start) + static_cast<off_t>(done));
+        if (count == 0 || (count < 0 && errno != EINTR))
+        {
+            ReportError("%s: entry \"%s\": %s", Printable(package->path).c_str(),
+                        Printable(entry->name).c_str(),
+                        count == 0 ? "the file ends inside it" : strerror(errno));
+            return false;
+        }
+        done += count < 0 ? 0 : static_cast<size_t>(count);
+    }
+    return true;
 }
 
 bool IsReachable(const std::string& name, uint64_t start)

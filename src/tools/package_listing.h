@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "engine/data/package_file.h"
+#include "tools/files.h"
 
 struct ListedEntry
 {
@@ -39,6 +40,10 @@ void ClosePackage(ListedPackage* package);
 
 /// @return the first entry with this name, lent; null if there is none
 const ListedEntry* FindEntry(const ListedPackage* package, const std::string& name);
+
+/// Reads an entry whole.
+/// @return false after an error line
+bool ReadListedEntry(const ListedPackage* package, const ListedEntry* entry, Bytes* bytes);
 
 /// Whether readers find the entry by its name. A name of exactly 32 bytes is not found when its
 /// data starts at 16 MiB or later: the byte after the name is then no zero.

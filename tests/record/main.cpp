@@ -6,6 +6,7 @@
 //   player_record files FOLDER NAME           writes what the run finds in its folder
 //   player_record goldens                     prints a line for each run
 //   player_record check FILE PART OF          compares a share of the runs with such lines
+//   player_record same PACKAGE OTHER          compares the sample piece's runs on two packages
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -106,6 +107,22 @@ static int CheckShare(const std::string& goldens, size_t part, size_t of)
     return different;
 }
 
+/// @return how many differ
+static int CompareRuns(const std::string& package, const std::string& other)
+{
+    int different = 0;
+    for (const std::string& name : SampleRunNames())
+    {
+        if (RecordPlayerRun(MakeSampleRun(package, name), true) !=
+            RecordPlayerRun(MakeSampleRun(other, name), true))
+        {
+            printf("not the same: %s\n", name.c_str());
+            different += 1;
+        }
+    }
+    return different;
+}
+
 static void MakeFolder(const std::string& path)
 {
     mkdir(path.c_str(), 0777); // one that is there is fine, and one that fails shows at the files
@@ -164,6 +181,11 @@ int main(int argc, char** argv)
         printf(different == 0 ? "all as recorded\n" : "%d runs differ\n", different);
         return different == 0 ? 0 : 1;
     }
-    Complain("list | log FOLDER [NAME...] | files FOLDER NAME | goldens | check FILE PART OF");
+    if (command == "same" && words.size() == 3)
+    {
+        return CompareRuns(ReadFile(words[1]), ReadFile(words[2])) == 0 ? 0 : 1;
+    }
+    Complain("list | log FOLDER [NAME...] | files FOLDER NAME | goldens | check FILE PART OF | "
+             "same PACKAGE OTHER");
     return 2;
 }
