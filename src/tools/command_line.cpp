@@ -8,12 +8,16 @@
 #include "tools/check_command.h"
 #include "tools/command_facts.h"
 #include "tools/container.h"
+#include "tools/diff_command.h"
 #include "tools/folder_build.h"
+#include "tools/info_command.h"
 #include "tools/mesh_import.h"
 #include "tools/package_commands.h"
 #include "tools/piece_script.h"
 #include "tools/render_command.h"
 #include "tools/report.h"
+#include "tools/rows_command.h"
+#include "tools/size_command.h"
 #include "tools/textures_command.h"
 #include "tools/thumbnail_command.h"
 #include "tools/unbuild_command.h"
@@ -31,6 +35,7 @@ struct Arguments
     CheckOptions check = {};
     RenderOptions render = {};
     uint32_t side = 256; // pixels of a thumbnail
+    SizeOptions size = {};
 };
 
 /// An argument that is known by its place: FILE, NAME and so on.
@@ -123,6 +128,42 @@ static CLI::App* AddUnbuild(CLI::App* app, Arguments* arguments)
     command->add_option("-o,--output", arguments->out, "The folder to write to, new or empty")
         ->type_name("DIR")
         ->required();
+    return command;
+}
+
+static CLI::App* AddInfo(CLI::App* app, Arguments* arguments)
+{
+    CLI::App* command = app->add_subcommand("info", "Tell what a package is and what it takes");
+    AddArgument(command, "PACKAGE", &arguments->file, "The package")->required();
+    command->add_flag("--json", arguments->json, "Print one JSON object");
+    return command;
+}
+
+static CLI::App* AddDiff(CLI::App* app, Arguments* arguments)
+{
+    CLI::App* command = app->add_subcommand("diff", "Tell what differs between two packages");
+    AddArgument(command, "A", &arguments->file, "The one package")->required();
+    AddArgument(command, "B", &arguments->out, "The other package")->required();
+    return command;
+}
+
+static CLI::App* AddRows(CLI::App* app, Arguments* arguments)
+{
+    CLI::App* command = app->add_subcommand("rows", "Tell when each row of a module plays");
+    AddArgument(command, "FILE", &arguments->file, "The module")->required();
+    command->add_flag("--json", arguments->json, "Print a JSON array, and not CSV");
+    return command;
+}
+
+static CLI::App* AddSize(CLI::App* app, Arguments* arguments)
+{
+    CLI::App* command =
+        app->add_subcommand("size", "Tell where the bytes of a package are, and which could go");
+    AddArgument(command, "PACKAGE", &arguments->file, "The package")->required();
+    command->add_option("--svg", arguments->size.picture, "Draw the sizes as areas")
+        ->type_name("FILE");
+    command->add_flag("--small", arguments->size.triesSmall,
+                      "Tell what packing by zopfli would save");
     return command;
 }
 
@@ -311,6 +352,26 @@ static bool RunUnbuild(const Arguments& arguments)
     return UnbuildPackage(arguments.file, arguments.out);
 }
 
+static bool RunInfo(const Arguments& arguments)
+{
+    return PrintPackageInfo(arguments.file, arguments.json);
+}
+
+static int RunDiff(const Arguments& arguments)
+{
+    return PrintPackageDiff(arguments.file, arguments.out);
+}
+
+static bool RunRows(const Arguments& arguments)
+{
+    return PrintModuleRows(arguments.file, arguments.json);
+}
+
+static bool RunSize(const Arguments& arguments)
+{
+    return PrintPackageSizes(arguments.file, arguments.size);
+}
+
 static bool RunNew(const Arguments& arguments)
 {
     return MakePieceFolder(arguments.file);
@@ -371,6 +432,10 @@ static constexpr CommandRow kCommands[] = {
     {AddCreate, RunCreate},
     {AddBuild, RunBuild},
     {AddUnbuild, RunUnbuild},
+    {AddInfo, RunInfo},
+    {AddDiff, nullptr, RunDiff},
+    {AddRows, RunRows},
+    {AddSize, RunSize},
     {AddNew, RunNew},
     {AddModel, RunModel},
     {AddCompress, RunCompress},
@@ -426,6 +491,7 @@ static void UnmarkArguments(Arguments* arguments)
     Unmark(&arguments->package);
     Unmark(&arguments->render.out);
     Unmark(&arguments->render.compare);
+    Unmark(&arguments->size.picture);
     for (std::string& name : arguments->names)
     {
         Unmark(&name);

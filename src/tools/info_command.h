@@ -1,0 +1,12 @@
+// What a package is, at a glance.
+#pragma once
+
+#include <string>
+
+/// Prints title and authors, length, tempo, sizes, checksums, the items of both documents, the
+/// kinds of things they use, and what the piece takes of memory. Title and authors stand in the
+/// entry piece.txt, lines such as "title: Blue" and "author: Ann"; players ignore it.
+/// @param isJson   prints one JSON object
+/// @return false after an error line: no package, or one whose documents have faults; all that can
+///         be told is printed all the same
+bool PrintPackageInfo(const std::string& path, bool isJson);
