@@ -19,7 +19,7 @@ struct Sha256Tables
 static uint32_t RootFraction(uint32_t number, uint32_t root)
 {
     // The largest r with r^root <= number * 2^(32 * root): its low 32 bits are the fraction.
-    using Wide = unsigned __int128;
+    __extension__ typedef unsigned __int128 Wide; // three factors of 37 bits
     uint64_t low = 0;
     uint64_t high = uint64_t{1} << 37; // every root of these primes is below 2^5
     while (high - low > 1)
