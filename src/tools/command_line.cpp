@@ -11,6 +11,7 @@
 #include "tools/diff_command.h"
 #include "tools/folder_build.h"
 #include "tools/info_command.h"
+#include "tools/inspect_command.h"
 #include "tools/mesh_import.h"
 #include "tools/package_commands.h"
 #include "tools/piece_script.h"
@@ -164,6 +165,16 @@ static CLI::App* AddSize(CLI::App* app, Arguments* arguments)
         ->type_name("FILE");
     command->add_flag("--small", arguments->size.triesSmall,
                       "Tell what packing by zopfli would save");
+    return command;
+}
+
+static CLI::App* AddInspect(CLI::App* app, Arguments* arguments)
+{
+    CLI::App* command = app->add_subcommand("inspect", "Write a page that shows all of a package");
+    AddArgument(command, "PACKAGE", &arguments->file, "The package")->required();
+    command->add_option("-o,--output", arguments->out, "The page to write, such as page.html")
+        ->type_name("FILE")
+        ->required();
     return command;
 }
 
@@ -372,6 +383,11 @@ static bool RunSize(const Arguments& arguments)
     return PrintPackageSizes(arguments.file, arguments.size);
 }
 
+static bool RunInspect(const Arguments& arguments)
+{
+    return WriteInspectPage(arguments.file, arguments.out);
+}
+
 static bool RunNew(const Arguments& arguments)
 {
     return MakePieceFolder(arguments.file);
@@ -436,6 +452,7 @@ static constexpr CommandRow kCommands[] = {
     {AddDiff, nullptr, RunDiff},
     {AddRows, RunRows},
     {AddSize, RunSize},
+    {AddInspect, RunInspect},
     {AddNew, RunNew},
     {AddModel, RunModel},
     {AddCompress, RunCompress},

@@ -117,6 +117,12 @@ static void PairSame(const ChildList& a, const ChildList& b, std::vector<size_t>
     }
 }
 
+static bool IsSameKind(const TiXmlNode* one, const TiXmlNode* other)
+{
+    return one->Type() == other->Type() &&
+           (one->ToElement() == nullptr || strcmp(one->Value(), other->Value()) == 0);
+}
+
 /// Pairs children of one name that have no partner so far, then those that follow the same pair.
 static void PairRest(const ChildList& a, const ChildList& b, std::vector<size_t>* partner)
 {
@@ -144,7 +150,7 @@ static void PairRest(const ChildList& a, const ChildList& b, std::vector<size_t>
     for (size_t i = 0; i < a.nodes.size(); ++i)
     {
         if ((*partner)[i] == kNone && next < b.nodes.size() && taken.count(next) == 0 &&
-            strcmp(a.nodes[i]->Value(), b.nodes[next]->Value()) == 0 && NameOf(a.nodes[i]).empty())
+            IsSameKind(a.nodes[i], b.nodes[next]) && NameOf(a.nodes[i]).empty())
         {
             (*partner)[i] = next;
             taken.insert(next);

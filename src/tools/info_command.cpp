@@ -297,7 +297,7 @@ static uint32_t LengthOf(const Timeline* timeline)
 }
 
 /// @return false after an error line: the piece has faults
-static bool AddPieceCosts(const std::string& path, FactList* list)
+static bool AddPieceCosts(const std::string& path, FactList* list, uint32_t* length)
 {
     BuildCosTable();
     BuildCornerMasks();
@@ -310,6 +310,7 @@ static bool AddPieceCosts(const std::string& path, FactList* list)
     if (isOpen)
     {
         const uint32_t ticks = LengthOf(piece.demo.timeline);
+        *length = ticks;
         Costs costs = {};
         AddCosts(piece.loading, &costs);
         AddCosts(piece.demo, &costs);
@@ -362,56 +363,84 @@ static void PrintText(const FactList& list)
     }
 }
 
-static void PrintJson(const FactList& list)
+static std::string FactsJson(const FactList& list)
 {
-    printf("{");
+    std::string json = "{";
     const char* separator = "\n";
     for (const FactGroup& group : list)
     {
-        printf("%s", group.key.empty() ? "" : (separator + JsonQuoted(group.key) + ": {").c_str());
+        json += group.key.empty() ? "" : separator + JsonQuoted(group.key) + ": {";
         separator = group.key.empty() ? separator : "\n  ";
         for (const Fact& fact : group.facts)
         {
-            printf("%s%s: %s", separator, JsonQuoted(fact.key).c_str(), fact.value.c_str());
+            json += separator + JsonQuoted(fact.key) + ": " + fact.value;
             separator = group.key.empty() ? ",\n" : ",\n  ";
         }
-        printf("%s", group.key.empty() ? "" : "}");
+        json += group.key.empty() ? "" : "}";
         separator = ",\n";
     }
-    printf("\n}\n");
+    return json + "\n}";
 }
 
-bool PrintPackageInfo(const std::string& path, bool isJson)
+/// Gathers all facts.
+/// @param ticks    receives the length
+/// @param isWhole  receives whether the documents have no faults; an error line tells them
+/// @return false after an error line: no package
+static bool GatherFacts(const std::string& path, FactList* list, uint32_t* ticks, bool* isWhole)
 {
     ListedPackage package;
     if (!OpenPackage(path, PackageUse::kReading, &package))
     {
         return false;
     }
-    FactList list = {{"", {}}};
+    list->push_back({"", {}});
     DocumentTree loading;
     DocumentTree demo;
-    AddText(&list, "package", path);
-    AddPieceText(package, &list);
-    bool isDone = AddPackage(package, &list) &&
-                  ReadDocumentTree(&package, kLoadingDocumentName, &loading) &&
-                  ReadDocumentTree(&package, kDemoDocumentName, &demo);
+    AddText(list, "package", path);
+    AddPieceText(package, list);
+    const bool isRead = AddPackage(package, list) &&
+                        ReadDocumentTree(&package, kLoadingDocumentName, &loading) &&
+                        ReadDocumentTree(&package, kDemoDocumentName, &demo);
     ClosePackage(&package);
-    if (!isDone)
+    if (isRead)
+    {
+        AddModule(path, demo, list);
+        AddDocument(loading, list);
+        AddDocument(demo, list);
+        *isWhole = AddPieceCosts(path, list, ticks);
+    }
+    return isRead;
+}
+
+bool GatherPackageFacts(const std::string& path, PackageFacts* facts)
+{
+    FactList list;
+    bool isWhole = false;
+    facts->ticks = 0;
+    if (!GatherFacts(path, &list, &facts->ticks, &isWhole))
     {
         return false;
     }
-    AddModule(path, demo, &list);
-    AddDocument(loading, &list);
-    AddDocument(demo, &list);
-    isDone = AddPieceCosts(path, &list);
+    facts->json = FactsJson(list);
+    return true;
+}
+
+bool PrintPackageInfo(const std::string& path, bool isJson)
+{
+    FactList list;
+    uint32_t ticks = 0;
+    bool isWhole = false;
+    if (!GatherFacts(path, &list, &ticks, &isWhole))
+    {
+        return false;
+    }
     if (isJson)
     {
-        PrintJson(list);
+        printf("%s\n", FactsJson(list).c_str());
     }
     else
     {
         PrintText(list);
     }
-    return isDone;
+    return isWhole;
 }

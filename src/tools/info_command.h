@@ -1,6 +1,7 @@
 // What a package is, at a glance.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 /// Prints title and authors, length, tempo, sizes, checksums, the items of both documents, the
@@ -10,3 +11,13 @@
 /// @return false after an error line: no package, or one whose documents have faults; all that can
 ///         be told is printed all the same
 bool PrintPackageInfo(const std::string& path, bool isJson);
+
+/// The same facts for other commands.
+struct PackageFacts
+{
+    std::string json; // an object
+    uint32_t ticks;   // from the start to the end of the last clip; 0 for a piece with faults
+};
+
+/// @return false after an error line: no package
+bool GatherPackageFacts(const std::string& path, PackageFacts* facts);

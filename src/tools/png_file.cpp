@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <zlib.h>
 
-#include "tools/files.h"
 #include "tools/report.h"
 
 /// The writer's own compressor counts the room that it needs in ints, which overflow for pictures
@@ -52,4 +51,11 @@ bool WritePng(const std::string& path, const Picture& picture)
         return false;
     }
     return ReplaceFile(path, file.data(), file.size());
+}
+
+bool EncodeJpeg(const Picture& picture, Bytes* file)
+{
+    static constexpr int kQuality = 82;
+    return stbi_write_jpg_to_func(AppendBlock, file, picture.width, picture.height,
+                                  picture.channels, picture.pixels, kQuality) != 0;
 }

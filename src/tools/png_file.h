@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "tools/files.h"
+
 /// Rows of pixels, first row first, without padding.
 struct Picture
 {
@@ -18,3 +20,8 @@ struct Picture
 /// @param picture   of less than 2 GiB
 /// @return false after an error line; the old file is untouched then
 bool WritePng(const std::string& path, const Picture& picture);
+
+/// Encodes a picture of 3 channels as JPEG, for pictures that are small and many.
+/// @param file   receives the bytes
+/// @return false if there is no memory
+bool EncodeJpeg(const Picture& picture, Bytes* file);
