@@ -352,8 +352,8 @@ static std::string BallDocument(const DocumentTree& demo, size_t materialCount)
         clips += FormatText("<clip id=\"%zu\" space_before=\"0\" length=\"%u\" offset=\"0\" "
                             "type=\"3\">",
                             k, kBallTicks) +
-                 Values("xy", "0") + Values("z", "-3") + "<rx type=\"static\" value=\"15\"/>" +
-                 "<ry type=\"static\" value=\"25\"/><rz type=\"static\" value=\"0\"/>" +
+                 Values("xy", "0") + Values("z", "-3") + "<rx type=\"static\" value=\"0\"/>" +
+                 "<ry type=\"static\" value=\"0\"/><rz type=\"static\" value=\"0\"/>" +
                  "<fov type=\"static\" value=\"45\"/><fog type=\"0\"/></clip>";
     }
     return text + "<scenes>" + scenes + "</scenes><timeline><row>" + clips +

@@ -83,7 +83,7 @@ def test_links_lead_to_items_that_are_there(browser: Browser) -> None:
         return [...document.querySelectorAll('a')].map(a => a.getAttribute('href'))
             .filter(href => !href.startsWith('#') || !document.getElementById(href.slice(1)));""")
     assert broken == []
-    browser.click("#demo-materials-1 .links a")
+    browser.click("#demo-materials .links a")
     target = browser.run("return location.hash.slice(1)")
     assert browser.run("return document.querySelector(':target').id") == target
     assert browser.run("""const box = document.querySelector(':target').getBoundingClientRect();
