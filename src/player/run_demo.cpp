@@ -15,6 +15,7 @@
 #include "player/launcher.h"
 #include "player/load_piece.h"
 #include "player/music.h"
+#include "player/sdl_shim.h"
 
 static constexpr const char kProgram[] = "quorvale";
 static constexpr const char kTitle[] = "Quorvale Engine v" QUORVALE_VERSION;
@@ -112,6 +113,7 @@ static int PlayPiece(PieceRun* run, LauncherChoice* choice, bool forcePbo)
     {
         return EndFailedRun(faults);
     }
+    run->gl.copyPicture = FindShimCopy();
     BuildCornerMasks();
     if (choice->fullscreen == kSwitchOn)
     {

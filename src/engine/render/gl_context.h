@@ -19,12 +19,18 @@ struct TexCoordArrays
     uint32_t vertexCount[kTextureUnits]; // that the coordinates pointed at are for
 };
 
+/// glCopyTexSubImage2D: target, level, offsets in the texture, place and size in the picture.
+using CopyPictureRoutine = void (*)(uint32_t target, int32_t level, int32_t xOffset,
+                                    int32_t yOffset, int32_t x, int32_t y, int32_t width,
+                                    int32_t height);
+
 /// Zeros are a fresh context that draws.
 struct GlContext
 {
     TexCoordArrays texCoords;
     GlShadow* shadow; // written down beside the calls; borrowed, null for a program that only plays
-    bool skips;       // no call of a frame reaches OpenGL; needs a shadow
+    CopyPictureRoutine copyPicture; // for render targets; null for the OpenGL library's own
+    bool skips;                     // no call of a frame reaches OpenGL; needs a shadow
 };
 
 /// Whether frames are run for what they leave behind, without OpenGL.

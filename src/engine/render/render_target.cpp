@@ -29,7 +29,9 @@ static void FinishTarget(int32_t id, const BitmapUpload* bitmap, GlContext* gl)
     {
         return;
     }
-    glCopyTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 0, 0, bitmap->width, bitmap->height);
+    const CopyPictureRoutine copy =
+        gl->copyPicture != nullptr ? gl->copyPicture : glCopyTexSubImage2D;
+    copy(GL_TEXTURE_2D, 0, 0, 0, 0, 0, bitmap->width, bitmap->height);
     glClearColor(0.0f, 0.0f, 0.0f, 0.0f);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
 }

@@ -40,6 +40,28 @@ TEST_F(RenderTargetTest, AWindowPassCopiesTheTargetWithItsFiltersSet)
     EXPECT_EQ(drawn, 2u);
 }
 
+static void CopyOfAnotherLibrary(uint32_t target, int32_t level, int32_t xOffset, int32_t yOffset,
+                                 int32_t x, int32_t y, int32_t width, int32_t height)
+{
+    EXPECT_EQ(target, static_cast<uint32_t>(GL_TEXTURE_2D));
+    for (const int32_t zero : {level, xOffset, yOffset, x, y})
+    {
+        EXPECT_EQ(zero, 0);
+    }
+    RecordCall("OtherCopy " + std::to_string(width) + " " + std::to_string(height));
+}
+
+TEST_F(RenderTargetTest, TheContextsOwnCopyRoutineIsTaken)
+{
+    AddBitmap(256, 64);
+    SetTarget(0, AddClip(timeline, 0, 0, 100, 1), kPassTexture, 1);
+    AddClip(timeline, 1, 0, 100, 2);
+    piece.gl.copyPicture = CopyOfAnotherLibrary;
+    const std::string calls = Render(10);
+    EXPECT_NE(calls.find("OtherCopy 256 64\n"), std::string::npos);
+    EXPECT_EQ(calls.find("CopyTexSubImage2D"), std::string::npos);
+}
+
 TEST_F(RenderTargetTest, AClearingPassClearsTheDepthAgainAfterTheCopy)
 {
     AddBitmap(256, 64);
