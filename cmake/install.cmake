@@ -60,6 +60,8 @@ foreach(command quorvale quorvale-play quorvale-piece)
 endforeach()
 
 install(TARGETS dpk DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+install(FILES desktop/quorvale.thumbnailer
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/thumbnailers COMPONENT tools)
 # Written by make_reference.
 set(reference ${PROJECT_BINARY_DIR}/reference)
 install(DIRECTORY ${reference}/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools

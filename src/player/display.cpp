@@ -54,8 +54,8 @@ static bool OpenWindow(const LauncherChoice* choice, const View* view, FaultList
     // Without a window there is no OpenGL context, and every call from here on would be lost.
     if (SDL_SetVideoMode(view->width, view->height, kBitsPerPixel, flags) == nullptr)
     {
-        AddError(faults, "can't open a window of %d x %d: %s", view->width, view->height,
-                 SDL_GetError());
+        AddError(faults, "can't open a window of %d x %d: %s; choose a smaller one in the launcher",
+                 view->width, view->height, SDL_GetError());
         return false;
     }
     return true;

@@ -1,7 +1,7 @@
 """The page of `dpk inspect`, in a real browser.
 
-QUORVALE_PAGE names the page of the sample piece; AXE, if it is set, the checker of accessibility, and
-PICTURES a folder for screenshots.
+QUORVALE_PAGE names the page of the sample piece, AXE the checker of accessibility (axe-core), and
+PICTURES a folder for screenshots; without it they lie beside the page.
 """
 
 from __future__ import annotations

@@ -409,7 +409,8 @@ TEST_F(RealPlayer, AScreenTooSmallForTheWindowIsReported)
     EXPECT_EQ(player.exitCode, 1);
     EXPECT_EQ(StandardOutput(player), kTitle + "\nFound piece.dpk.\nStarting the demo.\n");
     EXPECT_EQ(StandardError(player), "quorvale: can't open a window of 1024 x 768: No video mode "
-                                     "large enough for 1024x768\n");
+                                     "large enough for 1024x768; choose a smaller one in the "
+                                     "launcher\n");
 }
 
 TEST_F(RealPlayer, WithoutADisplayItEndsWithCode1)

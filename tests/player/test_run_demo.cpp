@@ -403,7 +403,8 @@ TEST(RunDemo, AWindowThatDoesNotOpenEndsTheRunWithSdlsText)
     EXPECT_EQ(run.exitCode, 1);
     std::string end =
         "SDL_SetVideoMode 1024 768 24 HWSURFACE|ASYNCBLIT|OPENGL|FULLSCREEN\n"
-        "! quorvale: can't open a window of 1024 x 768: No video mode large enough for 1024x768\n"
+        "! quorvale: can't open a window of 1024 x 768: No video mode large enough for 1024x768; "
+        "choose a smaller one in the launcher\n"
         "SDL_Quit\n";
     EXPECT_EQ(run.record.substr(run.record.size() - end.size()), end);
 }
