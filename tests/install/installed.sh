@@ -1,5 +1,10 @@
-# What the checks of this folder share. Sourced, with the environment that CMakeLists.txt sets.
+# What the checks of this folder share. Sourced, with the environment that CMakeLists.txt sets; run by
+# hand, a check looks at the release build.
 set -euo pipefail
+: "${SOURCE_FOLDER:=$(cd "$(dirname "$0")/../.." && pwd)}"
+: "${BUILD_FOLDER:=$SOURCE_FOLDER/build/release}"
+: "${VERSION:=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$BUILD_FOLDER/CMakeCache.txt")}"
+: "${CMAKE:=cmake}"
 
 work=$(mktemp -d)
 trap 'rm -rf --one-file-system "$work"' EXIT
