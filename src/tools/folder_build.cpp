@@ -247,7 +247,7 @@ static bool MakeEntry(const std::string& path, const SourceFile& source,
     if (source.kind == SourceKind::kMesh)
     {
         Bytes model;
-        return ConvertMesh(path, options.mesh, Printable(source.entryName), &model) &&
+        return ReadMesh(path, options.mesh, Printable(source.entryName), &model) &&
                PackSource(model, source, entry);
     }
     Bytes text;

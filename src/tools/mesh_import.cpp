@@ -370,8 +370,8 @@ static bool ConvertModelPly(const std::string& path, const Bytes& ply, Bytes* mo
     return fault.empty();
 }
 
-bool ConvertMesh(const std::string& path, const MeshOptions& options, const std::string& label,
-                 Bytes* model)
+bool ReadMesh(const std::string& path, const MeshOptions& options, const std::string& label,
+              Bytes* model)
 {
     Bytes file;
     if (!ReadWholeFile(path, kLargestInflatedSize, &file))
@@ -407,10 +407,16 @@ bool ConvertMesh(const std::string& path, const MeshOptions& options, const std:
     return true;
 }
 
-bool ConvertMeshFile(const std::string& in, const std::string& out, const MeshOptions& options)
+bool ConvertMesh(const std::string& path, const MeshOptions& options, const std::string& label,
+                 Bytes* container)
 {
     Bytes model;
+    return ReadMesh(path, options, label, &model) && PackContainer(model, container);
+}
+
+bool ConvertMeshFile(const std::string& in, const std::string& out, const MeshOptions& options)
+{
     Bytes container;
-    return ConvertMesh(in, options, Printable(out), &model) && PackContainer(model, &container) &&
+    return ConvertMesh(in, options, Printable(out), &container) &&
            ReplaceFile(out, container.data(), container.size());
 }

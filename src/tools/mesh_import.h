@@ -26,8 +26,12 @@ struct MeshOptions
 /// thing that was dropped or made up. The import runs in a process of its own with limits of memory
 /// and time, so that no file can do more than not be imported.
 /// @return false after an error line; a file without a triangle is an error
-bool ConvertMesh(const std::string& path, const MeshOptions& options, const std::string& label,
-                 Bytes* model);
+bool ReadMesh(const std::string& path, const MeshOptions& options, const std::string& label,
+              Bytes* model);
 
-/// The same from file to file, into the container.
+/// The same, packed into the container.
+bool ConvertMesh(const std::string& path, const MeshOptions& options, const std::string& label,
+                 Bytes* container);
+
+/// The same from file to file.
 bool ConvertMeshFile(const std::string& in, const std::string& out, const MeshOptions& options);
