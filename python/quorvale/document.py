@@ -117,6 +117,26 @@ class Row:
         start = max((clip.end for clip in self.clips), default=0)
         return self.show(scene, camera, start, start + length, **options)
 
+    def cut(self, scene: Scene | None, views: Sequence[tuple[int, Camera]], end: int, *,
+            offset: int = 0, **options: Any) -> list[Clip]:
+        """Shows one scene up to tick `end`, which goes on while its cameras change: (tick, camera)
+        pairs in the order of their ticks. What a camera does itself begins at its cut.
+
+        >>> from quorvale.cameras import look
+        >>> near, far = look((0, 0, 2), (0, 0, 0)), look((0, 0, 9), (0, 0, 0))
+        >>> [clip.offset for clip in Document().row(0).cut(None, [(100, near), (300, far)], 500)]
+        [0, 200]
+        """
+        if not views:
+            raise ValueError("cut(): there is one camera at least")
+        ends = [tick for tick, _ in views[1:]] + [end]
+        clips = []
+        for (start, camera), following in zip(views, ends):
+            ahead = offset + start - views[0][0]
+            clips.append(self.show(scene, camera.later(ahead), start, following, offset=ahead,
+                                   **options))
+        return clips
+
 
 Attributes = Sequence[tuple[str, Union[str, int, float]]]
 

@@ -241,6 +241,26 @@ def test_a_row_shows_one_clip_at_a_time():
     assert row.clips[-1].start == 100 and row.clips[-1].end == 150
 
 
+def test_a_cut_goes_on_with_its_scene():
+    scene, turning = Scene(), orbit((0, 0, 0), 5, 1, 300)
+    still = look((0, 0, 5), (0, 0, 0))
+    clips = Document().row(0).cut(scene, [(100, still), (250, turning)], 500, how="clear_depth",
+                                  offset=30)
+    assert [(clip.start, clip.end, clip.offset) for clip in clips] == [(100, 250, 30), (250, 500, 180)]
+    assert clips[0].camera == still and clips[1].how == "clear_depth"
+    # The clip's time is ahead by its offset, and the camera begins where it is cut to.
+    assert clips[1].camera.position[0].at(180 + 20) == turning.position[0].at(20)
+    with pytest.raises(ValueError, match="one camera at least"):
+        Document().row(0).cut(scene, [], 100)
+
+
+def test_pieces_may_lie_in_folders_of_any_script(dpk, tmp_path):
+    for command in (["new", "пьеса ü"], ["build", "пьеса ü"], ["check", "пьеса ü"]):
+        run = subprocess.run([dpk, *command], cwd=tmp_path, capture_output=True)
+        assert run.returncode == 0, run.stderr
+    assert (tmp_path / "пьеса ü/пьеса ü.dpk").exists()
+
+
 def test_passes_have_targets_or_none():
     row = Document().row(0)
     with pytest.raises(ValueError, match='"texture" needs a target'):
