@@ -29,12 +29,6 @@ static void WriteSeeds(const FuzzTarget* target, const std::string& folder)
     }
 }
 
-/// A library of Assimp's loses 12 bytes before main begins, which nobody can help.
-extern "C" const char* __lsan_default_suppressions()
-{
-    return "leak:libdraco.so";
-}
-
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
 {
     const FuzzTarget* target = ChosenTarget();
