@@ -2,6 +2,7 @@
 #
 #   player          the player, its scripts and all that a desktop shows of it
 #   tools           dpk
+#   studio          the studio and its entry on the desktop
 #   piece           the sample piece
 #   python          the authors' library
 #   documentation   what authors read
@@ -75,6 +76,11 @@ install(FILES ${reference}/dpk.fish
 install(FILES desktop/quorvale.thumbnailer
   DESTINATION ${CMAKE_INSTALL_DATADIR}/thumbnailers COMPONENT tools)
 install(FILES docs/dpk.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5 COMPONENT tools)
+
+install(TARGETS quorvale-studio DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT studio)
+install(FILES docs/quorvale-studio.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT studio)
+install(FILES desktop/quorvale-studio.desktop
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/applications COMPONENT studio)
 
 # Where dpk looks for it, from where dpk stands.
 install(DIRECTORY python/quorvale

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <new>
 
+#include "studio/build/builder.h"
 #include "studio/build/musician.h"
 #include "studio/logic/options.h"
 #include "studio/studio.h"
@@ -38,6 +39,10 @@ int main(int argc, char** argv)
     {
         printf("quorvale-studio %s\n", QUORVALE_VERSION);
         return EXIT_SUCCESS;
+    }
+    if (!options.builder.empty())
+    {
+        return RunBuilder(options.builder);
     }
     if (!options.musician.empty())
     {

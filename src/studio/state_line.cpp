@@ -1,5 +1,6 @@
 #include "studio/state_line.h"
 
+#include <GL/glew.h>
 #include <cstdio>
 
 static std::string Quoted(const std::string& text)
@@ -38,12 +39,18 @@ static std::string Truth(bool truth)
     return truth ? "true" : "false";
 }
 
-static std::string Texts(const std::vector<std::string>& texts)
+/// The findings of a kind, as editors know them.
+static std::string Findings(const Studio* studio, FindingKind kind)
 {
     std::string list;
-    for (const std::string& text : texts)
+    for (const FindingLine& finding : studio->findings)
     {
-        list += (list.empty() ? "" : ", ") + Quoted(text);
+        if (finding.kind == kind)
+        {
+            const std::string place =
+                finding.line == 0 ? "" : finding.path + ":" + std::to_string(finding.line) + ": ";
+            list += (list.empty() ? "" : ", ") + Quoted(place + finding.text);
+        }
     }
     return "[" + list + "]";
 }
@@ -85,7 +92,16 @@ static std::string State(const Studio* studio)
         Member("loading", Truth(studio->loader.isRunning)),
         Member("load_us", Number(studio->loadUs)),
         Member("seek_us", Number(studio->seekUs)),
-        Member("faults", Texts(studio->faults)),
+        Member("errors", Findings(studio, FindingKind::kError)),
+        Member("warnings", Findings(studio, FindingKind::kWarning)),
+        Member("selected", Number(studio->selectedFinding)),
+        Member("builds", Number(studio->folder.builds)),
+        Member("building", Truth(studio->folder.builder.isBuilding)),
+        Member("made", Number(studio->folder.made)),
+        Member("script_us", Number(studio->folder.scriptUs)),
+        Member("pack_us", Number(studio->folder.packUs)),
+        Member("check_us", Number(studio->folder.checkUs)),
+        Member("reload_ms", Number(studio->folder.reloadMs)),
         Member("sound", studio->sound.device == 0 ? "\"none\""
                         : studio->sound.isPlaying ? "\"plays\""
                                                   : "\"waits\""),
@@ -95,6 +111,10 @@ static std::string State(const Studio* studio)
         Member("samples",
                Number(studio->track.samples == nullptr ? 0 : studio->track.samples->size() / 2)),
         Member("rows", Number(studio->track.rows.size())),
+        Member("chosen", std::to_string(studio->chosenBar)),
+        Member("hidden", Number(studio->rowMask.hidden)),
+        Member("solo", Number(studio->rowMask.solo)),
+        Member("first", Number(static_cast<uint64_t>(studio->timelineView.firstTick))),
         Member("panels", Truth(studio->showsPanels)),
         Member("keys", Truth(studio->showsKeys)),
         Member("message", Quoted(studio->message)),
@@ -108,8 +128,30 @@ static std::string State(const Studio* studio)
     return "{" + line + "}";
 }
 
+/// How many names of OpenGL are in use, of all pieces that were ever open.
+static std::string Names()
+{
+    static constexpr GLuint kLastName = 20000; // names are given from 1 on, and given again
+    uint64_t textures = 0;
+    uint64_t buffers = 0;
+    for (GLuint name = 1; name <= kLastName; ++name)
+    {
+        textures += glIsTexture(name) != 0 ? 1 : 0;
+        buffers += glIsBuffer(name) != 0 ? 1 : 0;
+    }
+    return "{" + Member("textures", Number(textures)) + ", " + Member("buffers", Number(buffers)) +
+           "}";
+}
+
 std::string Answer(const Studio* studio, const std::string& question)
 {
-    return question == "state" ? State(studio)
-                               : "{" + Member("error", Quoted("the question is \"state\"")) + "}";
+    if (question == "state")
+    {
+        return State(studio);
+    }
+    if (question == "names")
+    {
+        return Names();
+    }
+    return "{" + Member("error", Quoted("the questions are \"state\" and \"names\"")) + "}";
 }

@@ -5,6 +5,7 @@
 
 #include "studio/studio.h"
 
-/// @param question   "state"
+/// Relies on the window being used.
+/// @param question   "state", or "names" for the number of OpenGL's names in use
 /// @return the answer; {"error": ...} for another question
 std::string Answer(const Studio* studio, const std::string& question);

@@ -35,11 +35,13 @@ void ShowMessage(Studio* studio, const std::string& message)
     studio->messageMs = NowMs();
 }
 
-static void TellFaults(Studio* studio, const std::vector<std::string>& faults)
+void TellFaults(Studio* studio, const std::vector<std::string>& faults)
 {
-    studio->faults = faults;
+    studio->findings.clear();
+    studio->selectedFinding = 0;
     for (const std::string& fault : faults)
     {
+        studio->findings.push_back({FindingKind::kError, "", 0, fault, ""});
         fprintf(stderr, "quorvale-studio: %s\n", fault.c_str());
     }
 }
@@ -59,33 +61,60 @@ static std::string FolderOf(const std::string& path)
     return slash == std::string::npos ? "." : path.substr(0, slash);
 }
 
-void OpenPiecePath(Studio* studio, const std::string& path)
+static bool IsFolder(const std::string& path)
 {
     struct stat status;
-    if (stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode))
+    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+/// Loads into the slot that does not play.
+static void Load(Studio* studio, LoadRequest&& request)
+{
+    const int32_t width = studio->window.pictureWidth;
+    const int32_t height = studio->window.pictureHeight;
+    request.view = {width, height, static_cast<float>(width) / static_cast<float>(height),
+                    studio->window.features};
+    const uint32_t free = studio->active == 0 ? 1 : 0;
+    StartLoading(std::move(request), &studio->window.slots[free], &studio->loader);
+}
+
+/// @return the tick that a piece begins at
+static uint32_t FirstTick(const Studio* studio)
+{
+    if (studio->loads == 0 && studio->options.fromTick != 0)
     {
-        TellFaults(studio, {path + ": it is a folder; a package is needed"});
-        return;
+        return studio->options.fromTick;
     }
+    return studio->options.isViewer ? 0 : FindPlace(studio->settings, studio->piecePath);
+}
+
+void OpenPiecePath(Studio* studio, const std::string& path)
+{
     if (studio->loader.isRunning)
     {
         ShowMessage(studio, "another piece is being opened");
         return;
     }
+    CloseFolder(studio);
     studio->piecePath = WholePath(path);
-    const uint32_t tick =
-        studio->loads == 0 && studio->options.fromTick != 0 ? studio->options.fromTick
-        : studio->options.isViewer                          ? 0
-                                   : FindPlace(studio->settings, studio->piecePath);
+    if (IsFolder(path))
+    {
+        OpenFolder(studio, studio->piecePath);
+        return;
+    }
     LoadRequest request = {};
     request.path = studio->piecePath;
-    request.view = {studio->window.pictureWidth, studio->window.pictureHeight,
-                    static_cast<float>(studio->window.pictureWidth) /
-                        static_cast<float>(studio->window.pictureHeight),
-                    studio->window.features};
-    request.tick = tick;
-    const uint32_t free = studio->active == 0 ? 1 : 0;
-    StartLoading(std::move(request), &studio->window.slots[free], &studio->loader);
+    request.tick = FirstTick(studio);
+    Load(studio, std::move(request));
+}
+
+void LoadPackageBytes(Studio* studio, std::vector<uint8_t>&& package)
+{
+    LoadRequest request = {};
+    request.package = std::move(package);
+    request.tick = studio->loadedPath == studio->piecePath ? TransportTick(&studio->transport)
+                                                           : FirstTick(studio);
+    Load(studio, std::move(request));
 }
 
 /// @return the last tick of a piece
@@ -118,20 +147,47 @@ static std::string FindModule(const Piece* piece, const std::string& folder)
     return access(own.c_str(), R_OK) == 0 ? own : access(below.c_str(), R_OK) == 0 ? below : "";
 }
 
+static FileMark MarkFile(const std::string& path)
+{
+    struct stat status;
+    if (stat(path.c_str(), &status) != 0)
+    {
+        return {};
+    }
+    return {status.st_ino, int64_t{status.st_mtim.tv_sec} * 1000000000 + status.st_mtim.tv_nsec,
+            static_cast<uint64_t>(status.st_size)};
+}
+
+/// Plays a module beforehand, unless that was done or is being done.
 static void StartModule(Studio* studio, const std::string& path)
 {
-    if (path == studio->musicianPath && studio->musician.pid == 0)
+    const FileMark mark = MarkFile(path);
+    if (path == studio->musicianPath && mark == studio->musicianMark)
     {
         return;
     }
     EndChild(&studio->musician);
+    studio->musicianMark = mark;
     studio->musicianPath = path;
     studio->track = {};
+    studio->peaks.clear();
     SetSamples(&studio->sound, nullptr);
     if (!path.empty() && !StartMusician(path, &studio->musician))
     {
         ShowMessage(studio, studio->musician.errors);
     }
+}
+
+void ApplyRows(Studio* studio)
+{
+    if (studio->active < 0)
+    {
+        return;
+    }
+    Stage* stage = studio->window.slots[studio->active].stage;
+    ApplyRowMask(studio->bars, studio->rowMask, stage->run.piece.demo.timeline);
+    stage->stride = 0; // what it knows of the run is of other rows
+    studio->mustShow = true;
 }
 
 /// A piece was loaded and takes over.
@@ -148,12 +204,19 @@ static void TakeOver(Studio* studio, const LoadOutcome& outcome)
     studio->loadUs = outcome.loadUs;
     studio->seekUs = outcome.seekUs;
     studio->loads += 1;
-    studio->faults.clear();
+    if (studio->folder.watcher.folder.empty())
+    {
+        studio->findings.clear(); // those of a folder are its build's
+    }
 
     const Stage* stage = studio->window.slots[studio->active].stage;
     const uint32_t end = EndTick(stage->run.piece.demo.timeline);
+    studio->bars = FindClipBars(stage->run.piece.demo.timeline);
+    studio->chosenBar = -1;
     if (isOther)
     {
+        studio->rowMask = {};
+        studio->timelineView = {};
         if (!studio->loadedPath.empty())
         {
             NotePlace(&studio->settings, studio->loadedPath, TransportTick(&studio->transport));
@@ -171,9 +234,15 @@ static void TakeOver(Studio* studio, const LoadOutcome& outcome)
     {
         SetEnd(&studio->transport, end, NowMs());
     }
-    studio->modulePath = FindModule(&stage->run.piece, FolderOf(studio->piecePath));
+    studio->modulePath =
+        FindModule(&stage->run.piece,
+                   IsFolder(studio->piecePath) ? studio->piecePath : FolderOf(studio->piecePath));
     StartModule(studio, studio->modulePath);
     studio->mustShow = true;
+    if (studio->rowMask.hidden != 0 || studio->rowMask.solo != 0)
+    {
+        ApplyRows(studio);
+    }
     SDL_SetWindowTitle(studio->window.window, (studio->piecePath + " - Quorvale Studio").c_str());
 }
 
@@ -228,6 +297,7 @@ static void PollPiece(Studio* studio)
         {
         case MusicianStep::kDone:
             SetSamples(&studio->sound, studio->track.samples);
+            studio->peaks = FindPeaks(*studio->track.samples);
             studio->transport.stretch += studio->transport.plays ? 1 : 0;
             break;
         case MusicianStep::kFailed:
@@ -421,6 +491,13 @@ void RunCommand(Studio* studio, Command command)
     case Command::kKeys:
         studio->showsKeys = !studio->showsKeys;
         break;
+    case Command::kOpenFinding:
+        OpenFinding(studio);
+        break;
+    case Command::kNextFinding:
+        studio->selectedFinding =
+            studio->findings.empty() ? 0 : (studio->selectedFinding + 1) % studio->findings.size();
+        break;
     case Command::kLeave:
         Leave(studio);
         break;
@@ -571,6 +648,7 @@ static void RunRounds(Studio* studio)
         {
             TakeEvent(studio, &event);
         }
+        PollFolder(studio);
         PollPiece(studio);
         MoveOn(studio);
         const bool isNew = ShowPicture(studio);
@@ -581,6 +659,10 @@ static void RunRounds(Studio* studio)
             DrawPanels(studio);
             studio->redraws += 1;
             SDL_GL_SwapWindow(studio->window.window);
+            if (isNew)
+            {
+                NoteShown(studio);
+            }
         }
         // Whoever asks may have moved the pointer, and waits until the window has seen it.
         AnswerControl(&studio->control,
@@ -679,6 +761,7 @@ static std::string OpenAll(Studio* studio)
 static void CloseAll(Studio* studio)
 {
     EndLoading(&studio->loader);
+    CloseFolder(studio);
     EndChild(&studio->musician);
     CloseSound(&studio->sound);
     CloseControl(&studio->control);
@@ -693,6 +776,7 @@ int RunStudio(const StudioOptions& options)
     Studio* studio = new Studio{};
     studio->options = options;
     studio->active = -1;
+    studio->chosenBar = -1;
     studio->showsPanels = !options.isViewer && !options.isFullscreen;
     studio->transport.speed = kNormalSpeed;
     const std::string folder = SettingsFolder(getenv("XDG_CONFIG_HOME"), getenv("HOME"));

@@ -9,10 +9,13 @@
 #include "studio/build/child.h"
 #include "studio/build/musician.h"
 #include "studio/control_socket.h"
+#include "studio/folder_piece.h"
 #include "studio/loader.h"
 #include "studio/logic/commands.h"
+#include "studio/logic/finding_lines.h"
 #include "studio/logic/options.h"
 #include "studio/logic/settings.h"
+#include "studio/logic/timeline_view.h"
 #include "studio/logic/transport.h"
 #include "studio/sound.h"
 #include "studio/window.h"
@@ -33,20 +36,29 @@ struct Studio
     int32_t active; // place in window.slots of the piece that plays; -1 for none
     Transport transport;
 
-    std::string piecePath;           // as it was named
-    std::string modulePath;          // of the piece; empty for none
-    uint32_t pieceIndex;             // in options.pieces, with --play
-    std::string loadedPath;          // of the piece that plays
-    uint32_t loadUs, seekUs;         // of the last piece that was loaded
-    uint32_t loads;                  // pieces that took over
-    std::vector<std::string> faults; // of the last piece that did not, or of playing
+    std::string piecePath;             // as it was named
+    std::string modulePath;            // of the piece; empty for none
+    uint32_t pieceIndex;               // in options.pieces, with --play
+    std::string loadedPath;            // of the piece that plays
+    uint32_t loadUs, seekUs;           // of the last piece that was loaded
+    uint32_t loads;                    // pieces that took over
+    std::vector<FindingLine> findings; // of the last build, loading or playing
+    size_t selectedFinding;            // place in findings
+    FolderPiece folder;                // without a folder where the piece is a package
 
     StudioSound sound;
     uint32_t soundStretch; // that the sound plays
     uint32_t soundMs;      // position of the sound when the transport was moved last
     Child musician;
+    FileMark musicianMark;    // of the module then
     std::string musicianPath; // module that is being played, or was last
     Track track;
+
+    std::vector<ClipBar> bars;  // of the piece that plays
+    int32_t chosenBar;          // place in bars that was clicked; -1 for none
+    RowMask rowMask;            // of the pieces of a folder, one after the other
+    TimelineView timelineView;  // without a scale until it is drawn
+    std::vector<uint8_t> peaks; // of the module, for each tick
 
     uint32_t shownTick;
     bool mustShow;    // whatever the tick
@@ -76,7 +88,16 @@ void RunCommand(Studio* studio, Command command);
 /// Opens another piece. The one that plays goes on until it is there.
 void OpenPiecePath(Studio* studio, const std::string& path);
 
-/// Shows a line over the picture for a while, and prints it if there is no window to look at.
+/// Loads a package that was built, at the tick that is shown.
+void LoadPackageBytes(Studio* studio, std::vector<uint8_t>&& package);
+
+/// Draws the rows that are looked at, from now on.
+void ApplyRows(Studio* studio);
+
+/// Puts faults into the list of findings, and prints them.
+void TellFaults(Studio* studio, const std::vector<std::string>& faults);
+
+/// Shows a line over the picture for a while.
 void ShowMessage(Studio* studio, const std::string& message);
 
 /// @return milliseconds, as SDL counts them

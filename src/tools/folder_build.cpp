@@ -260,6 +260,56 @@ static bool MakeEntry(const std::string& path, const SourceFile& source,
     return PackSource(text, source, entry);
 }
 
+// ---- Entries that were made before
+
+static constexpr EntryCache::Key kHashStart = {0xCBF29CE484222325u, 0x9E3779B97F4A7C15u};
+
+/// Two hashes of 64 bits that see each byte differently: files of an author don't collide.
+static void AddToHash(const void* data, size_t size, EntryCache::Key* key)
+{
+    const unsigned char* bytes = static_cast<const unsigned char*>(data);
+    for (size_t i = 0; i < size; ++i)
+    {
+        (*key)[0] = ((*key)[0] ^ bytes[i]) * 0x100000001B3u;
+        (*key)[1] = ((*key)[1] + bytes[i]) * 0xD1342543DE82EF95u + 1;
+    }
+}
+
+/// Adds a file with its name. One that can't be read counts as an empty one: whoever makes its
+/// entry tells.
+static void AddFileToHash(const std::string& folder, const std::string& name, EntryCache::Key* key)
+{
+    AddToHash(name.c_str(), name.size() + 1, key);
+    const std::string path = folder + "/" + name;
+    FILE* stream = fopen(path.c_str(), "rb");
+    if (stream == nullptr)
+    {
+        return;
+    }
+    Bytes block(65536);
+    for (size_t got = 1; got != 0;)
+    {
+        got = fread(block.data(), 1, block.size(), stream);
+        AddToHash(block.data(), got, key);
+    }
+    fclose(stream);
+}
+
+/// The files that meshes may name, all together.
+static EntryCache::Key HashCompanions(const std::string& folder,
+                                      const std::vector<SourceFile>& sources)
+{
+    EntryCache::Key key = kHashStart;
+    for (const SourceFile& source : sources)
+    {
+        if (source.kind == SourceKind::kPlain && HasEnding(source.fileName, ".bin"))
+        {
+            AddFileToHash(folder, source.fileName, &key);
+        }
+    }
+    return key;
+}
+
 /// Names both sources that would become one entry.
 static bool CheckEntryNames(const std::vector<SourceFile>& sources)
 {
@@ -325,14 +375,37 @@ static bool MakeEntries(const std::string& folder, const std::vector<SourceFile>
         return false;
     }
     entries->resize(sources.size());
+    EntryCache kept = {};
+    const EntryCache::Key companions =
+        options.cache == nullptr ? kHashStart : HashCompanions(folder, sources);
     for (size_t i = 0; i < sources.size(); ++i)
     {
         const std::string path = folder + "/" + sources[i].fileName;
-        if (!MakeEntry(path, sources[i], options, &(*entries)[i]))
+        Bytes* entry = &(*entries)[i];
+        EntryCache::Key key = companions;
+        if (options.cache != nullptr && sources[i].kind != SourceKind::kPlain)
         {
-            return false;
+            AddFileToHash(folder, sources[i].fileName, &key);
+            const auto found = options.cache->entries.find(key);
+            *entry = found == options.cache->entries.end() ? Bytes() : found->second;
         }
-        (*plan)[i].size = (*entries)[i].size();
+        if (entry->empty())
+        {
+            kept.made += sources[i].kind == SourceKind::kPlain ? 0 : 1;
+            if (!MakeEntry(path, sources[i], options, entry))
+            {
+                return false;
+            }
+        }
+        (*plan)[i].size = entry->size();
+        if (options.cache != nullptr && sources[i].kind != SourceKind::kPlain)
+        {
+            kept.entries[key] = *entry;
+        }
+    }
+    if (options.cache != nullptr)
+    {
+        *options.cache = std::move(kept);
     }
     if (options.isSmall)
     {

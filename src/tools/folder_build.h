@@ -12,13 +12,28 @@
 // own.
 #pragma once
 
+#include <array>
+#include <map>
 #include <string>
 #include <vector>
 
 #include "engine/data/package_tools.h"
+#include "tools/files.h"
 #include "tools/mesh_import.h"
 #include "tools/order_file.h"
 #include "tools/package_commands.h"
+
+/// Entries that builds made before, for a program that builds a folder again and again. Only what
+/// has changed is made anew.
+struct EntryCache
+{
+    /// The hash of what an entry comes from: its name, its file, and the files that meshes may
+    /// name.
+    using Key = std::array<uint64_t, 2>;
+
+    std::map<Key, Bytes> entries; // of the last build that got to its end
+    uint32_t made;                // documents and meshes that the last build made anew
+};
 
 struct BuildOptions
 {
@@ -28,6 +43,7 @@ struct BuildOptions
     bool isSmall;      // packs containers by zopfli, takes blanks out of documents, and leaves out
                        // entries that no document names
     bool takesAnyText; // packs documents that do not parse as they are, for whoever tells why
+    EntryCache* cache; // borrowed; null for none
 };
 
 /// The way of a file that stands in no order file, by its name.

@@ -19,7 +19,7 @@ QUESTIONS = int(os.environ.get("STUDIO_QUESTIONS", "15000"))  # before a test gi
 class Screen:
     """An X server that nobody sees."""
 
-    def __init__(self, width: int = 1700, height: int = 1100) -> None:
+    def __init__(self, width: int = 1000, height: int = 740) -> None:
         read, write = os.pipe()
         self.server = subprocess.Popen(
             ["Xvfb", "-displayfd", str(write), "-screen", "0", f"{width}x{height}x24",
@@ -47,6 +47,10 @@ class Studio:
         self.folder = folder
         self.path = folder / "control"
         self.lines = open(folder / "errors", "w+b")
+        settings = folder / "config" / "quorvale-studio" / "settings"
+        if not settings.exists():
+            settings.parent.mkdir(parents=True)
+            settings.write_text("width=960\nheight=700\n")
         self.stream: Any = None
         everything = dict(os.environ, DISPLAY=screen.name, HOME=str(folder),
                           XDG_CONFIG_HOME=str(folder / "config"), SDL_AUDIODRIVER="dummy",
@@ -56,6 +60,9 @@ class Studio:
             env=everything, stderr=self.lines)
 
     def state(self) -> dict[str, Any]:
+        return self.ask("state")
+
+    def ask(self, question: str) -> dict[str, Any]:
         while self.stream is None:
             assert self.process.poll() is None, self.errors()
             try:
@@ -64,7 +71,7 @@ class Studio:
                 self.stream = connection.makefile("rw")
             except OSError:
                 time.sleep(POLL)
-        self.stream.write("state\n")
+        self.stream.write(question + "\n")
         self.stream.flush()
         answer: dict[str, Any] = json.loads(self.stream.readline())
         return answer

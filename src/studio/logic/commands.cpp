@@ -28,6 +28,8 @@ static constexpr KeyRow kKeys[] = {
     {"F", kNoModifier, Command::kFullscreen, true, "full screen, or not"},
     {"S", kNoModifier, Command::kPicture, true, "keep the picture as a PNG file"},
     {"Tab", kNoModifier, Command::kPanels, false, "show the panels, or the picture alone"},
+    {"F8", kNoModifier, Command::kNextFinding, false, "the next mistake of the list"},
+    {"Return", kNoModifier, Command::kOpenFinding, false, "open the editor at the mistake"},
     {"F1", kNoModifier, Command::kKeys, true, "this list"},
     {"Escape", kNoModifier, Command::kLeave, true, "leave full screen; with --play quit"},
     {"Q", kControl, Command::kQuit, true, "quit"},

@@ -34,6 +34,8 @@ enum class Command : uint8_t
     kPicture,
     kPanels,
     kKeys,
+    kOpenFinding,
+    kNextFinding,
     kLeave,
     kQuit,
 };

@@ -2,20 +2,59 @@
 
 #include <imgui.h>
 
+static ImVec4 KindColor(FindingKind kind)
+{
+    switch (kind)
+    {
+    case FindingKind::kError:
+        return ImVec4(0.93f, 0.53f, 0.47f, 1.0f);
+    case FindingKind::kWarning:
+        return ImVec4(0.87f, 0.77f, 0.50f, 1.0f);
+    default:
+        return ImVec4(0.70f, 0.72f, 0.75f, 1.0f);
+    }
+}
+
+static void DrawFinding(Studio* studio, size_t i)
+{
+    const FindingLine& finding = studio->findings[i];
+    const size_t slash = finding.path.rfind('/');
+    std::string line = finding.text;
+    if (!finding.path.empty())
+    {
+        line = finding.path.substr(slash == std::string::npos ? 0 : slash + 1) +
+               (finding.line == 0 ? "" : ":" + std::to_string(finding.line)) + ": " + line;
+    }
+    ImGui::PushStyleColor(ImGuiCol_Text, KindColor(finding.kind));
+    // The place makes the label one of its own.
+    line += "##" + std::to_string(i);
+    if (ImGui::Selectable(line.c_str(), i == studio->selectedFinding))
+    {
+        studio->selectedFinding = i;
+        OpenFinding(studio);
+    }
+    NoteItem(studio, ("finding " + std::to_string(i)).c_str());
+    ImGui::PopStyleColor();
+    if (!finding.more.empty())
+    {
+        ImGui::TextDisabled("%s", finding.more.c_str());
+    }
+}
+
 void DrawFaultsPanel(Studio* studio)
 {
-    if (studio->faults.empty())
+    if (studio->findings.empty())
     {
         return;
     }
     const ImVec2 size = ImGui::GetIO().DisplaySize;
-    ImGui::SetNextWindowPos(ImVec2(0.0f, size.y * 0.80f), ImGuiCond_FirstUseEver);
-    ImGui::SetNextWindowSize(ImVec2(size.x, size.y * 0.20f), ImGuiCond_FirstUseEver);
-    if (ImGui::Begin("Mistakes"))
+    ImGui::SetNextWindowPos(ImVec2(size.x * 0.70f, 0.0f), ImGuiCond_FirstUseEver);
+    ImGui::SetNextWindowSize(ImVec2(size.x * 0.30f, size.y * 0.60f), ImGuiCond_FirstUseEver);
+    if (ImGui::Begin("Mistakes", nullptr, ImGuiWindowFlags_HorizontalScrollbar))
     {
-        for (const std::string& fault : studio->faults)
+        for (size_t i = 0; i < studio->findings.size(); ++i)
         {
-            ImGui::TextWrapped("%s", fault.c_str());
+            DrawFinding(studio, i);
         }
     }
     ImGui::End();

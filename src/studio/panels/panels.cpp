@@ -114,6 +114,7 @@ void DrawPanels(Studio* studio)
     {
         DrawPicturePanel(studio);
         DrawTransportPanel(studio);
+        DrawTimelinePanel(studio);
         DrawFaultsPanel(studio);
     }
     else

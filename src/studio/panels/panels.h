@@ -18,6 +18,7 @@ void DrawPanels(Studio* studio);
 
 void DrawPicturePanel(Studio* studio);
 void DrawTransportPanel(Studio* studio);
+void DrawTimelinePanel(Studio* studio);
 void DrawFaultsPanel(Studio* studio);
 void DrawKeysPanel(Studio* studio);
 /// The picture as large as the window, with messages over it.

@@ -36,6 +36,24 @@ static void DrawPlace(Studio* studio)
         ImGui::SameLine();
         ImGui::Text("  repeats %u to %u", transport.rangeBegin, transport.rangeEnd);
     }
+    const FolderPiece& folder = studio->folder;
+    if (folder.builder.isBuilding)
+    {
+        ImGui::SameLine();
+        ImGui::TextDisabled("  building");
+    }
+    else if (folder.reloadMs != 0)
+    {
+        ImGui::SameLine();
+        ImGui::TextDisabled("  shown %u ms after the save", folder.reloadMs);
+        if (ImGui::IsItemHovered())
+        {
+            ImGui::SetTooltip("piece.py %u ms, packing %u ms (%u made anew), check %u ms,\n"
+                              "loading %u ms, to the moment %u ms",
+                              folder.scriptUs / 1000, folder.packUs / 1000, folder.made,
+                              folder.checkUs / 1000, studio->loadUs / 1000, studio->seekUs / 1000);
+        }
+    }
     ImGui::SameLine();
     if (studio->sound.device == 0)
     {
@@ -50,8 +68,8 @@ static void DrawPlace(Studio* studio)
 void DrawTransportPanel(Studio* studio)
 {
     const ImVec2 size = ImGui::GetIO().DisplaySize;
-    ImGui::SetNextWindowPos(ImVec2(0.0f, size.y * 0.66f), ImGuiCond_FirstUseEver);
-    ImGui::SetNextWindowSize(ImVec2(size.x, size.y * 0.14f), ImGuiCond_FirstUseEver);
+    ImGui::SetNextWindowPos(ImVec2(0.0f, size.y * 0.60f), ImGuiCond_FirstUseEver);
+    ImGui::SetNextWindowSize(ImVec2(size.x, size.y * 0.08f), ImGuiCond_FirstUseEver);
     if (ImGui::Begin("Transport"))
     {
         CommandButton(studio, "|<", "to start", Command::kToStart);

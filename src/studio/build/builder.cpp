@@ -1,0 +1,217 @@
+#include "studio/build/builder.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tools/check_command.h"
+#include "tools/folder_build.h"
+#include "tools/piece_script.h"
+
+static constexpr size_t kMostOutput = size_t{1} << 30; // bytes of a package and its head
+
+/// Before the bytes of a package.
+struct BuildHead
+{
+    uint32_t isGood;
+    uint32_t scriptUs;
+    uint32_t packUs;
+    uint32_t checkUs;
+    uint32_t made;
+    uint32_t unused;
+    uint64_t size; // of the package
+};
+
+// ---- The child
+
+static uint32_t MicrosecondsSince(std::chrono::steady_clock::time_point start)
+{
+    const auto passed = std::chrono::steady_clock::now() - start;
+    return static_cast<uint32_t>(
+        std::chrono::duration_cast<std::chrono::microseconds>(passed).count());
+}
+
+static void WriteAll(int stream, const void* data, size_t size)
+{
+    const char* bytes = static_cast<const char*>(data);
+    while (size != 0)
+    {
+        const ssize_t step = write(stream, bytes, size);
+        if (step < 0 && errno != EINTR)
+        {
+            _exit(EXIT_FAILURE); // whoever asked is gone
+        }
+        const size_t written = step < 0 ? 0 : static_cast<size_t>(step);
+        bytes += written;
+        size -= written;
+    }
+}
+
+static void SetLimit(__rlimit_resource resource, uint64_t most)
+{
+    const rlimit limit = {most, most};
+    setrlimit(resource, &limit);
+}
+
+/// Runs piece.py in a process with limits. They hold for all that it starts, even if nobody is left
+/// who could stop it.
+static bool RunScript(const std::string& folder)
+{
+    fflush(stdout);
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        SetLimit(RLIMIT_CPU, kBuildSeconds);
+        SetLimit(RLIMIT_AS, kMostScriptBytes);
+        SetLimit(RLIMIT_CORE, 0);
+        const bool hasRun = RunPieceScript(folder);
+        fflush(stdout);
+        _exit(hasRun ? EXIT_SUCCESS : EXIT_FAILURE);
+    }
+    int status = 0;
+    while (child > 0 && waitpid(child, &status, 0) < 0 && errno == EINTR)
+    {
+    }
+    return child > 0 && WIFEXITED(status) && WEXITSTATUS(status) == EXIT_SUCCESS;
+}
+
+/// Builds once and writes the outcome.
+static void Build(const std::string& folder, int output, EntryCache* cache)
+{
+    BuildHead head = {};
+    PackedFolder packed = {};
+    auto start = std::chrono::steady_clock::now();
+    bool isMade = !HasPieceScript(folder) || RunScript(folder);
+    head.scriptUs = MicrosecondsSince(start);
+
+    start = std::chrono::steady_clock::now();
+    BuildOptions options = {};
+    options.cache = cache;
+    isMade = isMade && PackFolder(folder, "", options, &packed);
+    head.made = isMade ? cache->made : 0;
+    head.packUs = MicrosecondsSince(start);
+
+    start = std::chrono::steady_clock::now();
+    const bool hasDemo =
+        std::any_of(packed.plan.begin(), packed.plan.end(),
+                    [](const PlannedEntry& entry) { return entry.name == "demo.xmlz"; });
+    if (isMade && !hasDemo)
+    {
+        fprintf(stderr, "%s: there is no demo.xml in it\n", folder.c_str());
+    }
+    const bool isGood =
+        isMade && hasDemo && CheckPacked(folder, packed.package.bytes, packed.package.size);
+    head.isGood = isGood ? 1 : 0;
+    head.checkUs = MicrosecondsSince(start);
+    head.size = isGood ? packed.package.size : 0;
+
+    fflush(stdout); // what was printed is there before the outcome
+    WriteAll(output, &head, sizeof(head));
+    WriteAll(output, packed.package.bytes, head.size);
+    free(packed.package.bytes);
+}
+
+int RunBuilder(const std::string& folder)
+{
+    // Whatever a library or an author's program prints must not stand between the packages.
+    const int output = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
+    dup2(STDERR_FILENO, STDOUT_FILENO);
+    EntryCache cache = {};
+    char line[64];
+    while (fgets(line, sizeof(line), stdin) != nullptr)
+    {
+        if (strcmp(line, "build\n") == 0)
+        {
+            Build(folder, output, &cache);
+        }
+    }
+    return EXIT_SUCCESS;
+}
+
+// ---- The parent
+
+std::string StartBuild(const std::string& folder, uint32_t nowMs, Builder* builder)
+{
+    if (builder->folder != folder || builder->child.pid == 0 || builder->child.hasEnded)
+    {
+        EndBuilder(builder);
+        if (!StartChild({"--builder", folder}, &builder->child))
+        {
+            return builder->child.errors;
+        }
+        builder->folder = folder;
+    }
+    builder->child.output.clear();
+    builder->child.errors.clear();
+    builder->isBuilding = true;
+    builder->startedMs = nowMs;
+    TellChild(&builder->child, "build");
+    return "";
+}
+
+/// Ends a build that did not come to its end.
+static bool StopBuild(Builder* builder, const std::string& why, BuildOutcome* outcome)
+{
+    *outcome = {};
+    outcome->text = builder->child.errors.substr(0, kMostBuildText / 64) + "\n" + why + "\n";
+    EndBuilder(builder);
+    return true;
+}
+
+bool PollBuild(Builder* builder, uint32_t nowMs, BuildOutcome* outcome)
+{
+    if (!builder->isBuilding)
+    {
+        return false;
+    }
+    Child* child = &builder->child;
+    ReadChild(child, kMostOutput);
+    BuildHead head = {};
+    const bool hasHead = child->output.size() >= sizeof(head);
+    if (hasHead)
+    {
+        memcpy(&head, child->output.data(), sizeof(head));
+    }
+    if (hasHead && child->output.size() >= sizeof(head) + head.size)
+    {
+        ReadChild(child, kMostOutput); // what was printed before
+        *outcome = {head.isGood != 0, {},           child->errors, head.scriptUs,
+                    head.packUs,      head.checkUs, head.made};
+        outcome->package.assign(child->output.begin() + sizeof(head), child->output.end());
+        builder->isBuilding = false;
+        child->output = {};
+        return true;
+    }
+    if (child->errors.size() > kMostBuildText)
+    {
+        return StopBuild(builder, "piece.py prints without end; it was stopped", outcome);
+    }
+    if (child->hasEnded)
+    {
+        return StopBuild(builder, "the build was killed", outcome);
+    }
+    if (nowMs - builder->startedMs > kBuildSeconds * 1000)
+    {
+        return StopBuild(builder,
+                         "the build took more than " + std::to_string(kBuildSeconds) +
+                             " s; it was stopped",
+                         outcome);
+    }
+    return false;
+}
+
+void EndBuilder(Builder* builder)
+{
+    EndChild(&builder->child);
+    *builder = {};
+}

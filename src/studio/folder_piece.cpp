@@ -1,0 +1,210 @@
+#include "studio/folder_piece.h"
+
+#include <cstdlib>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "studio/studio.h"
+
+/// Editors save in several steps: a build waits until the folder is quiet for so long.
+static constexpr uint32_t kQuietMs = 15;
+/// A build that works for so long is given up when the author's program was saved again.
+static constexpr uint32_t kPatienceMs = 2000;
+
+void OpenFolder(Studio* studio, const std::string& folder)
+{
+    CloseFolder(studio);
+    const std::string wrong = StartWatching(folder, &studio->folder.watcher);
+    if (!wrong.empty())
+    {
+        ShowMessage(studio, wrong);
+    }
+    studio->folder.mustBuild = true;
+    studio->folder.eventMs = NowMs() - kQuietMs;
+}
+
+void CloseFolder(Studio* studio)
+{
+    StopWatching(&studio->folder.watcher);
+    EndBuilder(&studio->folder.builder);
+    studio->folder = {};
+}
+
+static void BeginBuild(Studio* studio)
+{
+    FolderPiece* folder = &studio->folder;
+    folder->mustBuild = false;
+    folder->mustCompare = false;
+    folder->savedMs = folder->eventMs;
+    folder->before = MarkFolder(folder->watcher.folder);
+    const std::string wrong = StartBuild(folder->watcher.folder, NowMs(), &folder->builder);
+    if (!wrong.empty())
+    {
+        ShowMessage(studio, wrong);
+    }
+}
+
+static void EndBuild(Studio* studio, BuildOutcome* outcome)
+{
+    FolderPiece* folder = &studio->folder;
+    folder->after =
+        HasScript(folder->watcher.folder) ? MarkFolder(folder->watcher.folder) : folder->before;
+    folder->builds += 1;
+    studio->findings = ParseFindings(outcome->text, outcome->isGood);
+    studio->selectedFinding = 0;
+    if (!outcome->isGood)
+    {
+        return;
+    }
+    folder->scriptUs = outcome->scriptUs;
+    folder->packUs = outcome->packUs;
+    folder->checkUs = outcome->checkUs;
+    folder->made = outcome->made;
+    const bool isSame =
+        studio->active >= 0 && studio->window.slots[studio->active].package == outcome->package;
+    if (isSame && studio->loadedPath == folder->watcher.folder)
+    {
+        ShowMessage(studio, "saved; the piece is the same");
+        return;
+    }
+    folder->waiting = std::move(outcome->package);
+}
+
+/// Whether one of the author's programs was saved since a build began.
+static bool HasScriptChanged(const FolderMarks& now, const FolderMarks& before)
+{
+    for (const auto& [path, mark] : now)
+    {
+        const auto found = before.find(path);
+        const bool isScript = path.size() > 3 && path.compare(path.size() - 3, 3, ".py") == 0;
+        if (isScript && (found == before.end() || !(found->second == mark)))
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
+void PollFolder(Studio* studio)
+{
+    FolderPiece* folder = &studio->folder;
+    if (folder->watcher.folder.empty())
+    {
+        return;
+    }
+    const bool wasGone = folder->watcher.isGone;
+    const uint32_t now = NowMs();
+    if (PollWatcher(&folder->watcher))
+    {
+        folder->mustCompare = true;
+        folder->eventMs = now;
+    }
+    if (folder->watcher.isGone)
+    {
+        if (!wasGone)
+        {
+            EndBuilder(&folder->builder);
+            TellFaults(studio, {folder->watcher.folder + ": the folder is gone"});
+        }
+        return;
+    }
+    folder->mustBuild = folder->mustBuild || wasGone;
+
+    BuildOutcome outcome = {};
+    if (PollBuild(&folder->builder, now, &outcome))
+    {
+        EndBuild(studio, &outcome);
+    }
+    const bool isQuiet = now - folder->eventMs >= kQuietMs;
+    if (folder->builder.isBuilding)
+    {
+        const bool isLong = now - folder->builder.startedMs > kPatienceMs;
+        if (isLong && isQuiet && folder->mustCompare &&
+            HasScriptChanged(MarkFolder(folder->watcher.folder), folder->before))
+        {
+            EndBuilder(&folder->builder);
+            folder->mustBuild = true;
+        }
+    }
+    else if (isQuiet && (folder->mustBuild || folder->mustCompare))
+    {
+        folder->mustCompare = false;
+        if (folder->mustBuild ||
+            HasChanged(MarkFolder(folder->watcher.folder), folder->before, folder->after))
+        {
+            BeginBuild(studio);
+        }
+    }
+    if (!folder->waiting.empty() && !studio->loader.isRunning)
+    {
+        LoadPackageBytes(studio, std::move(folder->waiting));
+        folder->waiting = {};
+        folder->isTimed = true;
+    }
+}
+
+void NoteShown(Studio* studio)
+{
+    FolderPiece* folder = &studio->folder;
+    if (folder->isTimed && !studio->loader.isRunning)
+    {
+        folder->isTimed = false;
+        folder->reloadMs = NowMs() - folder->savedMs;
+    }
+}
+
+/// Starts a command that the studio does not wait for.
+static void StartCommand(const std::vector<std::string>& words)
+{
+    std::vector<char*> pointers;
+    for (const std::string& word : words)
+    {
+        pointers.push_back(const_cast<char*>(word.c_str()));
+    }
+    pointers.push_back(nullptr);
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        // A second process, so that nobody has to wait for the editor.
+        if (fork() == 0)
+        {
+            setsid();
+            execvp(pointers[0], pointers.data());
+            _exit(127);
+        }
+        _exit(0);
+    }
+    if (child > 0)
+    {
+        waitpid(child, nullptr, 0);
+    }
+}
+
+void OpenFinding(Studio* studio)
+{
+    if (studio->selectedFinding >= studio->findings.size())
+    {
+        return;
+    }
+    const FindingLine& finding = studio->findings[studio->selectedFinding];
+    if (finding.path.empty())
+    {
+        return;
+    }
+    const bool isWhole = finding.path[0] == '/' || access(finding.path.c_str(), F_OK) == 0;
+    const std::string path =
+        isWhole ? finding.path : studio->folder.watcher.folder + "/" + finding.path;
+    const char* visual = getenv("VISUAL");
+    const std::string editor = !studio->settings.editor.empty() ? studio->settings.editor
+                               : visual == nullptr              ? ""
+                                                                : visual;
+    const std::vector<std::string> words = EditorWords(editor, path, finding.line);
+    if (words.empty())
+    {
+        ShowMessage(studio, "no editor: set VISUAL, or \"editor\" in the settings");
+        return;
+    }
+    StartCommand(words);
+    ShowMessage(studio, words[0] + " opens " + path);
+}

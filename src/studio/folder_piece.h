@@ -1,0 +1,38 @@
+// A piece that is a folder of sources: built beside the picture, and again whenever it is saved.
+#pragma once
+
+#include "studio/build/builder.h"
+#include "studio/build/watcher.h"
+
+struct Studio;
+
+struct FolderPiece
+{
+    Watcher watcher;
+    Builder builder;
+    FolderMarks before;                 // when the last build began
+    FolderMarks after;                  // when it had ended
+    bool mustBuild;                     // whatever the marks say
+    bool mustCompare;                   // something has happened in the folder
+    uint32_t eventMs;                   // when, the last time
+    uint32_t savedMs;                   // when it happened that is being built or loaded
+    bool isTimed;                       // the next picture is the one that a save was for
+    std::vector<uint8_t> waiting;       // a package that is loaded as soon as the loader is free
+    uint32_t scriptUs, packUs, checkUs; // of the last good build
+    uint32_t made;                      // entries that it made anew
+    uint32_t builds;                    // that came to an end
+    uint32_t reloadMs;                  // from the last save to its picture
+};
+
+/// Begins with a folder, and builds it.
+void OpenFolder(Studio* studio, const std::string& folder);
+void CloseFolder(Studio* studio);
+
+/// Looks after the folder: what was saved is built, and what was built is loaded.
+void PollFolder(Studio* studio);
+
+/// The window shows a new picture.
+void NoteShown(Studio* studio);
+
+/// Opens the author's editor at the finding that is selected.
+void OpenFinding(Studio* studio);

@@ -1,0 +1,202 @@
+"""A folder of sources in the window: what is saved is shown, and mistakes leave the picture."""
+
+import os
+import shutil
+import signal
+import subprocess
+from pathlib import Path
+from typing import Any, Callable
+
+import pytest
+
+from studio_window import Studio, picture
+
+DPK = os.environ["DPK"]
+SIZE = ["--size", "160x90"]
+Start = Callable[..., Studio]
+
+
+def save(path: Path, text: str) -> None:
+    """As editors do: a new file takes the old one's name."""
+    beside = path.with_name(path.name + ".new~")
+    beside.write_text(text)
+    beside.rename(path)
+
+
+@pytest.fixture
+def script(tmp_path: Path) -> Path:
+    """A folder with a piece.py."""
+    folder = tmp_path / "mine"
+    subprocess.run([DPK, "new", str(folder)], check=True, stdout=subprocess.DEVNULL)
+    return folder
+
+
+@pytest.fixture
+def plain(script: Path) -> Path:
+    """A folder of documents, without a program."""
+    subprocess.run([DPK, "build", str(script)], check=True, stdout=subprocess.DEVNULL)
+    (script / "piece.py").unlink()
+    return script
+
+
+def shown(studio: Studio, loads: int) -> dict[str, Any]:
+    return studio.until(lambda now: now["loads"] == loads and not now["loading"])
+
+
+def memory(studio: Studio) -> int:
+    """Bytes that the program holds."""
+    pages = Path(f"/proc/{studio.process.pid}/statm").read_text().split()[1]
+    return int(pages) * 4096
+
+
+def children(studio: Studio) -> int:
+    tasks = Path(f"/proc/{studio.process.pid}/task").glob("*/children")
+    return sum(len(path.read_text().split()) for path in tasks)
+
+
+def test_good_and_broken_saves_take_turns(start: Start, plain: Path) -> None:
+    demo = plain / "demo.xml"
+    text = demo.read_text()
+    studio = start(*SIZE, "--from", "2", plain)
+    state = shown(studio, 1)
+    assert state["tick"] == 200
+    names = None
+    held = 0
+    for turn in range(20):
+        builds = studio.state()["builds"]
+        save(demo, text.replace("</", "<", 1))
+        state = studio.until(lambda now: now["builds"] > builds and now["errors"])
+        assert state["loads"] == turn + 1 and state["tick"] == 200
+        save(demo, text + f"<!-- {turn} -->\n")
+        state = shown(studio, turn + 2)
+        assert state["errors"] == [] and state["tick"] == 200 and state["made"] <= 2
+        if names is None:
+            names = studio.ask("names")
+        if turn == 9:
+            held = memory(studio)
+    assert studio.ask("names") == names
+    assert memory(studio) < held + 16 * 1024 * 1024
+    assert children(studio) <= 1  # the builder, which waits
+    studio.key("ctrl+q")
+    assert studio.end() == 0
+
+
+def test_the_picture_is_that_of_the_saved_piece(start: Start, plain: Path, tmp_path: Path) -> None:
+    studio = start(*SIZE, "--from", "2", plain)
+    shown(studio, 1)
+    save(plain / "demo.xml", (plain / "demo.xml").read_text() + "<!-- saved -->\n")
+    shown(studio, 2)
+    studio.key("s")
+    studio.until(lambda now: "written" in now["message"])
+    package = tmp_path / "same.dpk"
+    subprocess.run([DPK, "build", str(plain), "-o", str(package)], check=True,
+                   stdout=subprocess.DEVNULL)
+    subprocess.run([os.environ["STAGE_PICTURES"], str(package), str(tmp_path), "160", "90", "200"],
+                   check=True)
+    assert picture(tmp_path / "200.ppm") == picture(tmp_path / "mine-000200.png")
+
+
+def test_it_plays_on_while_a_piece_is_built(start: Start, script: Path) -> None:
+    studio = start(*SIZE, script)
+    shown(studio, 1)
+    studio.key("space")
+    studio.until(lambda now: now["tick"] > 10)
+    source = script / "piece.py"
+    save(source, "import time\ntime.sleep(2)\n" + source.read_text())
+    begun = studio.until(lambda now: now["building"])
+    studio.until(lambda now: not now["building"] or now["tick"] > begun["tick"] + 20)
+    studio.until(lambda now: now["builds"] == 2)
+
+
+def test_mistakes_in_the_program_are_told(start: Start, script: Path) -> None:
+    source = script / "piece.py"
+    text = source.read_text()
+    studio = start(*SIZE, script)
+    shown(studio, 1)
+    save(source, text + "\nnothing_of_this_name\n")
+    state = studio.until(lambda now: now["errors"])
+    line = len(text.splitlines()) + 2
+    assert any(f"piece.py:{line}: NameError" in error for error in state["errors"]), state
+    save(source, text + "\nwhile True:\n    print('again and again')\n")
+    studio.until(lambda now: "piece.py prints without end; it was stopped" in now["errors"])
+    save(source, text + "\nimport os, signal\nos.kill(os.getppid(), signal.SIGKILL)\n")
+    studio.until(lambda now: now["errors"] and "prints" not in now["errors"][-1])
+    assert studio.state()["loads"] == 1
+    save(source, text + "\n# good again\n")
+    studio.until(lambda now: not now["errors"] and not now["building"])
+
+
+def test_a_program_that_never_ends_is_stopped(start: Start, script: Path) -> None:
+    source = script / "piece.py"
+    text = source.read_text()
+    studio = start(*SIZE, script)
+    shown(studio, 1)
+    save(source, text + "\nwhile True:\n    pass\n")
+    studio.until(lambda now: any("it was stopped" in error for error in now["errors"]))
+    # The next one is given up as soon as a better one is saved.
+    save(source, text + "\nwhile True:\n    pass  # still\n")
+    studio.until(lambda now: now["building"])
+    save(source, text)
+    studio.until(lambda now: not now["errors"] and not now["building"])
+    assert children(studio) <= 1
+
+
+def test_a_builder_that_is_killed_is_told(start: Start, script: Path) -> None:
+    source = script / "piece.py"
+    text = source.read_text()
+    studio = start(*SIZE, script)
+    shown(studio, 1)
+    save(source, "import time\ntime.sleep(600)\n" + text)
+    studio.until(lambda now: now["building"])
+    found = Path(f"/proc/{studio.process.pid}/task/{studio.process.pid}/children").read_text()
+    os.kill(int(found.split()[0]), signal.SIGKILL)
+    studio.until(lambda now: "the build was killed" in now["errors"])
+    save(source, text)
+    studio.until(lambda now: not now["errors"] and not now["building"])
+
+
+def test_a_mistake_in_a_late_clip_is_told_at_the_save(start: Start, plain: Path) -> None:
+    demo = plain / "demo.xml"
+    text = demo.read_text()
+    studio = start(*SIZE, plain)
+    shown(studio, 1)
+    at = text.rindex('scene="')
+    end = text.index('"', at + 7)
+    save(demo, text[:at] + 'scene="99"' + text[end + 1:])
+    state = studio.until(lambda now: now["errors"])
+    assert "scene 99" in state["errors"][0] and state["loads"] == 1
+
+
+def test_the_editor_opens_at_a_mistake(start: Start, plain: Path, tmp_path: Path) -> None:
+    editor = tmp_path / "editor"
+    editor.write_text('#!/bin/sh\necho "$@" > "$(dirname "$0")/opened.new"\n'
+                      'mv "$(dirname "$0")/opened.new" "$(dirname "$0")/opened"\n')
+    editor.chmod(0o755)
+    demo = plain / "demo.xml"
+    studio = start(*SIZE, plain, environment={"VISUAL": str(editor)})
+    shown(studio, 1)
+    save(demo, demo.read_text().replace("</", "<", 1))
+    studio.until(lambda now: now["errors"])
+    opened = tmp_path / "opened"
+    studio.key("Return")
+    studio.until(lambda now: opened.exists())
+    line, path = opened.read_text().split()
+    assert path == str(demo) and line.startswith("+")
+    opened.unlink()
+    studio.click("finding 0", 0.1)
+    studio.until(lambda now: opened.exists())
+
+
+def test_a_folder_that_goes_and_comes_back(start: Start, plain: Path, tmp_path: Path) -> None:
+    studio = start(*SIZE, plain)
+    shown(studio, 1)
+    kept = tmp_path / "kept"
+    shutil.copytree(plain, kept)
+    shutil.rmtree(plain)
+    studio.until(lambda now: any("the folder is gone" in error for error in now["errors"]))
+    save(kept / "demo.xml", (kept / "demo.xml").read_text() + "<!-- back -->\n")
+    kept.rename(plain)
+    state = shown(studio, 2)
+    assert state["errors"] == []
+    save(plain / "demo.xml", (plain / "demo.xml").read_text() + "<!-- more -->\n")
+    shown(studio, 3)
