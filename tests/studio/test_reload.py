@@ -160,9 +160,8 @@ def test_a_mistake_in_a_late_clip_is_told_at_the_save(start: Start, plain: Path)
     text = demo.read_text()
     studio = start(*SIZE, plain)
     shown(studio, 1)
-    at = text.rindex('scene="')
-    end = text.index('"', at + 7)
-    save(demo, text[:at] + 'scene="99"' + text[end + 1:])
+    at = text.rindex('<clip id="') + len('<clip id="')
+    save(demo, text[:at] + "99" + text[text.index('"', at):])
     state = studio.until(lambda now: now["errors"])
     assert "scene 99" in state["errors"][0] and state["loads"] == 1
 
