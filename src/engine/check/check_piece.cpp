@@ -31,7 +31,7 @@ static std::string ReadText(CheckContext* context, const char* name)
     if (InflatePackageEntry(&context->package, name, 0, kLargestText, &entry, &faults))
     {
         text.assign(reinterpret_cast<const char*>(entry.data), entry.length);
-        ReturnToBudget(&context->package.budget, entry.storedSize);
+        ReturnToBudget(&context->package.budget, entry.taken);
         FreeInflatedEntry(&entry);
     }
     FreeFaults(&faults);

@@ -709,7 +709,7 @@ static constexpr FaultWords kFaultWords[] = {
     {"is missing", Rule::kMissingChild, true},
     {"can't be allocated", Rule::kTooLarge, false},
     {"no memory", Rule::kTooLarge, false},
-    {"budget", Rule::kTooLarge, false},
+    {"may not take so much", Rule::kTooLarge, false},
 };
 
 static FaultWords WordsOf(const Fault& fault)

@@ -458,14 +458,15 @@ static void TellCost(ViewWalk* walk)
 /// The memory that both documents take of the budget of a piece.
 static void CheckMemory(CheckContext* context)
 {
-    const uint64_t taken = kPieceBytes - std::min(kPieceBytes, context->package.budget.bytesLeft);
-    if (taken > kPieceBytes / 2)
+    const uint64_t most = PieceBytesOf(context->package.size);
+    const uint64_t taken = most - std::min(most, context->package.budget.bytesLeft);
+    if (taken > most / 2)
     {
         const Spot spot = {context, nullptr, Section::kNone, 0, 0, nullptr};
         AddFinding(&spot, Severity::kWarning, Rule::kNearLimit, nullptr,
                    FormatText("entries and images take %llu MiB of the %llu MiB that a piece may",
                               static_cast<unsigned long long>(taken >> 20),
-                              static_cast<unsigned long long>(kPieceBytes >> 20)))
+                              static_cast<unsigned long long>(most >> 20)))
             ->cure = "take smaller images";
     }
 }

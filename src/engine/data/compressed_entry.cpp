@@ -15,7 +15,7 @@ static bool AllocateEntry(PackageFile* package, const char* name, uint32_t lead,
                           InflatedEntry* entry, FaultList* faults)
 {
     const bool isTooLarge = entry->storedSize > kLargestInflatedSize;
-    if (!isTooLarge && !TakeFromBudget(&package->budget, entry->storedSize, faults))
+    if (!isTooLarge && !TakeFromBudget(&package->budget, entry->taken, faults))
     {
         return false;
     }
@@ -65,6 +65,7 @@ bool InflatePackageEntry(PackageFile* package, const char* name, uint32_t lead, 
     InflatedEntry made = {};
     made.storedSize = LoadLittleEndian32(container);
     const uint32_t room = made.storedSize < most ? made.storedSize : most;
+    made.taken = room;
     const bool isMade = AllocateEntry(package, name, lead, &made, faults) &&
                         InflateStream(container, containerSize, name, room, &made, faults);
     free(container);

@@ -15,6 +15,7 @@ struct InflatedEntry
     unsigned char* data; // into block, storedSize bytes; zeros after those that the stream gave
     uint32_t storedSize; // bytes, the size word of the container
     uint32_t length;     // bytes that the stream gave, at most storedSize
+    uint32_t taken;      // bytes of the package's budget
     void* block;         // owned
 };
 
@@ -26,7 +27,7 @@ struct InflatedEntry
 /// @return false, with `entry` untouched: without a fault if the package has no such entry. Faults
 ///         are no memory, and a size that is above kLargestInflatedSize or above what the package's
 ///         budget has left.
-/// Takes storedSize bytes out of the package's budget.
+/// Takes as many bytes out of the package's budget as the stream may fill.
 bool InflatePackageEntry(PackageFile* package, const char* name, uint32_t lead, uint32_t most,
                          InflatedEntry* entry, FaultList* faults);
 

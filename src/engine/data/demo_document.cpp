@@ -7,13 +7,31 @@
 #include "engine/data/document_text.h"
 #include "engine/data/document_values.h"
 
+/// Takes the tree of a text out of the budget, and the copy of the text that its parser works on.
+/// @return false after a fault
+static bool TakeTree(const InflatedEntry* text, PieceBudget* budget, FaultList* faults)
+{
+    static constexpr uint64_t kNodeBytes = 256; // of the largest node, an element
+    uint64_t nodes = 0;                         // elements and attributes
+    for (uint32_t i = 0; i < text->length; ++i)
+    {
+        nodes += text->data[i] == '<' || text->data[i] == '=' ? 1 : 0;
+    }
+    return TakeFromBudget(budget, kNodeBytes * nodes + 2 * uint64_t{text->length}, faults);
+}
+
 /// Parses the text of a document. Nobody asks whether it parsed: text that stops parsing leaves the
 /// nodes before that place, and a piece plays if they are all that it needs.
-static void MakeTree(const InflatedEntry* entry, DemoDocument* document, FaultList* faults)
+static void MakeTree(const InflatedEntry* entry, PieceBudget* budget, DemoDocument* document,
+                     FaultList* faults)
 {
     if (entry->length > kLargestText)
     {
         AddFault(faults, "a text of more than %u bytes is larger than any document", kLargestText);
+        return;
+    }
+    if (!TakeTree(entry, budget, faults))
+    {
         return;
     }
     document->document = new (std::nothrow) TiXmlDocument();
@@ -24,6 +42,7 @@ static void MakeTree(const InflatedEntry* entry, DemoDocument* document, FaultLi
     }
     LoadFromString(document->document, entry->data, static_cast<long>(entry->length),
                    TIXML_ENCODING_UNKNOWN, faults);
+    ReturnToBudget(budget, entry->length); // the parser's copy
 }
 
 bool LoadDocument(PackageFile* package, DemoDocument* document, FaultList* faults)
@@ -35,8 +54,8 @@ bool LoadDocument(PackageFile* package, DemoDocument* document, FaultList* fault
     {
         return false;
     }
-    MakeTree(&entry, document, faults);
-    ReturnToBudget(&package->budget, entry.storedSize);
+    MakeTree(&entry, &package->budget, document, faults);
+    ReturnToBudget(&package->budget, entry.taken);
     FreeInflatedEntry(&entry);
     return !HasFailed(faults);
 }

@@ -1,13 +1,15 @@
 #include "engine/data/limits.h"
 
+#include <algorithm>
+
 bool TakeFromBudget(PieceBudget* budget, uint64_t bytes, FaultList* faults)
 {
     if (bytes > budget->bytesLeft)
     {
-        AddFault(faults, "a piece of more than %llu MiB of inflated data and pixels is not read",
-                 static_cast<unsigned long long>(kPieceBytes >> 20));
+        AddFault(faults, "a package of this size may not take so much memory");
         return false;
     }
     budget->bytesLeft -= bytes;
+    budget->leastLeft = std::min(budget->leastLeft, budget->bytesLeft);
     return true;
 }

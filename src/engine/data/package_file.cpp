@@ -247,7 +247,7 @@ static bool IndexNames(PackageFile* package, bool isEnded, FaultList* faults)
 /// @return false after a fault; the package is closed then
 static bool StartPackage(PackageFile* package, FaultList* faults)
 {
-    package->budget.bytesLeft = kPieceBytes;
+    package->budget.bytesLeft = PieceBytesOf(package->size);
     bool isEnded = false;
     if (!ReadDirectory(package, &isEnded, faults) || !IndexNames(package, isEnded, faults))
     {
@@ -285,6 +285,7 @@ bool OpenPackageFile(const char* path, PackageFile* package, FaultList* faults)
     }
     package->isFile = true;
     package->file = file;
+    package->size = static_cast<size_t>(status.st_size);
     return StartPackage(package, faults);
 }
 
@@ -327,7 +328,8 @@ static unsigned char* ReadEntryData(const PackageFile* package, const char* name
     const int32_t size = static_cast<int32_t>(end + 1 - start);
 
     // Zeroed, so that what lies past the end of the file reads as zeros.
-    void* data = size < 0 ? nullptr : calloc(static_cast<size_t>(size) + kEntryPadding, 1);
+    const bool isTooLarge = size < 0 || static_cast<uint64_t>(size) > PieceBytesOf(package->size);
+    void* data = isTooLarge ? nullptr : calloc(static_cast<size_t>(size) + kEntryPadding, 1);
     if (data == nullptr)
     {
         AddFault(faults, "package entry \"%s\": its size of %d bytes can't be allocated", name,

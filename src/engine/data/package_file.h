@@ -43,7 +43,7 @@ struct PackageFile
     bool isFile;                // and not memory, nor a folder
     int file;                   // owned descriptor
     const unsigned char* bytes; // borrowed; null for a file
-    size_t size;                // of bytes
+    size_t size;                // of bytes, or of the file
 
     // The directory, read once.
     unsigned char* directory; // owned; entryCount entries as they stand in the file

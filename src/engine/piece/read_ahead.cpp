@@ -29,6 +29,7 @@ struct AheadItem
     void* record;             // owned while kRead, from calloc; null for layers
     LayerImage* layer;        // owned while kRead; null for the other sections
     uint64_t budgetBytes;     // that it takes of the package's budget
+    uint64_t passingBytes;    // that it took beside them while it was read
     uint64_t heldBytes;       // that it holds until it is taken
     Section section;
     ItemState state;
@@ -152,6 +153,7 @@ static bool ReadOneItem(const ReadAhead* ahead, bool hasLayers, AheadItem* item)
     }
 
     item->budgetBytes = kMostBytesOfAheadItem - package.budget.bytesLeft;
+    item->passingBytes = package.budget.bytesLeft - package.budget.leastLeft;
     item->heldBytes = item->budgetBytes + PrepareUpload(ahead, item);
     if (item->section == Section::kLayers)
     {
@@ -289,10 +291,12 @@ static AheadResult TakeItem(Section section, uint32_t index, void* record, ReadC
     {
         return AheadResult::kNone;
     }
-    if (!TakeFromBudget(&context->package->budget, item->budgetBytes, context->faults))
+    const uint64_t mostBytes = item->budgetBytes + item->passingBytes;
+    if (!TakeFromBudget(&context->package->budget, mostBytes, context->faults))
     {
         return AheadResult::kFailed;
     }
+    ReturnToBudget(&context->package->budget, item->passingBytes);
     MoveRecord(item, record, context);
     item->state = ItemState::kTaken;
     ahead->heldBytes -= item->heldBytes;
@@ -333,7 +337,7 @@ static uint32_t ListItems(const TiXmlNode* sectionNode, Section section, AheadIt
         }
         if (items != nullptr)
         {
-            items[count] = {element, nullptr, nullptr, 0, 0, section, ItemState::kWaiting};
+            items[count] = {element, nullptr, nullptr, 0, 0, 0, section, ItemState::kWaiting};
         }
         count += 1;
     }
@@ -412,7 +416,7 @@ void StartReadAhead(const SectionReader* readers, uint32_t threads, ReadContext*
     ahead->readers = readers;
     ahead->package = *context->package;
     ahead->package.lineCount = 0;
-    ahead->package.budget.bytesLeft = kMostBytesOfAheadItem;
+    ahead->package.budget = {kMostBytesOfAheadItem, kMostBytesOfAheadItem};
     ahead->isDemo = context->isDemo;
     ahead->hasAllLayers = true;
 

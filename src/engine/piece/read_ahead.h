@@ -17,7 +17,7 @@ inline constexpr uint32_t kMostLoadingThreads = 16;
 /// Bytes of one item; larger ones are read in their turn.
 inline constexpr uint64_t kMostBytesOfAheadItem = 16u << 20;
 /// Bytes of items that wait for their turn. Workers pause above it.
-inline constexpr uint64_t kMostBytesAhead = 256u << 20;
+inline constexpr uint64_t kMostBytesAhead = 64u << 20;
 
 /// The number of threads that load a piece, the one that walks through it included.
 /// @param wish   a number above 0, as QUORVALE_THREADS gives it; null and any other text stand for

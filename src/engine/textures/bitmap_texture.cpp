@@ -9,6 +9,9 @@
 #include "engine/textures/decode_image.h"
 #include "engine/textures/mip_chain.h"
 
+/// As many copies of its pixels a decoder holds at once: inflated, unpacked and converted.
+static constexpr uint64_t kDecodedCopies = 3;
+
 /// True if a bitmap can be made of an image of this size. Those of one and two components have no
 /// mip chain, so they may be smaller.
 static bool HasBitmapSize(const DecodedImage* image)
@@ -33,7 +36,8 @@ bool DecodeBitmap(PackageFile* package, const char* filename, BitmapTexture* bit
     }
     DecodedImage image;
     const char* reason = nullptr;
-    const DecodeResult result = DecodeImage(file, size, package->budget.bytesLeft, &image, &reason);
+    const uint64_t largest = package->budget.bytesLeft / kDecodedCopies;
+    const DecodeResult result = DecodeImage(file, size, largest, &image, &reason);
     free(file);
     if (result == DecodeResult::kRefused)
     {
@@ -48,11 +52,12 @@ bool DecodeBitmap(PackageFile* package, const char* filename, BitmapTexture* bit
 
     // An image that is too large for the budget is not decoded, and ends here too.
     const size_t bytes = LevelBytes({image.width, image.height}, image.components);
-    if (!TakeFromBudget(&package->budget, bytes, faults))
+    if (!TakeFromBudget(&package->budget, kDecodedCopies * bytes, faults))
     {
         free(image.pixels);
         return false;
     }
+    ReturnToBudget(&package->budget, (kDecodedCopies - 1) * bytes);
     if (!HasBitmapSize(&image))
     {
         free(image.pixels);

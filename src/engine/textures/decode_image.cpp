@@ -28,6 +28,7 @@ enum JumpReason : int
 struct DecoderRun
 {
     jmp_buf exit;
+    uint64_t room; // bytes that the decoder may take beside those of its blocks
     DecoderBlock blocks[kDecoderBlocks];
 };
 
@@ -48,9 +49,21 @@ static DecoderBlock* FindBlock(const void* memory)
     longjmp(ThreadRun->exit, kOutOfMemory); // no free slot; blocks of the decoder are always there
 }
 
+/// Takes bytes from what the run may take, or leaves it: a few bytes of a file can inflate to
+/// gigabytes that no pixel needs.
+static void TakeRoom(uint64_t bytes)
+{
+    if (bytes > ThreadRun->room)
+    {
+        longjmp(ThreadRun->exit, kOutOfMemory);
+    }
+    ThreadRun->room -= bytes;
+}
+
 void* AllocateForDecoder(size_t size)
 {
     DecoderBlock* block = FindBlock(nullptr);
+    TakeRoom(size);
     void* memory = calloc(1, size == 0 ? 1 : size);
     if (memory == nullptr)
     {
@@ -67,6 +80,7 @@ void* GrowForDecoder(void* memory, size_t size)
         return AllocateForDecoder(size);
     }
     DecoderBlock* block = FindBlock(memory);
+    TakeRoom(size > block->size ? size - block->size : 0);
     void* grown = realloc(memory, size == 0 ? 1 : size);
     if (grown == nullptr)
     {
@@ -84,7 +98,9 @@ void FreeForDecoder(void* memory)
 {
     if (memory != nullptr)
     {
-        *FindBlock(memory) = {};
+        DecoderBlock* block = FindBlock(memory);
+        ThreadRun->room += block->size;
+        *block = {};
         free(memory);
     }
 }
@@ -181,6 +197,19 @@ static const uint8_t* EndRadianceFile(const uint8_t* file, int32_t* size)
     return ended;
 }
 
+/// Lets the decoder take what an image of this size can need, and no more. A size that is none of
+/// an image, or too large for one, is refused by the decoder itself.
+static void GiveRoom(int width, int height, int32_t fileSize)
+{
+    static constexpr uint64_t kMostPerPixel = 32;  // of four 16-bit components, laced and converted
+    static constexpr uint64_t kRecords = 1u << 20; // of the decoder's own, of any format
+    const bool isSize =
+        width > 0 && height > 0 && width <= kLargestImageSide && height <= kLargestImageSide;
+    const uint64_t pixels =
+        isSize ? static_cast<uint64_t>(width) * static_cast<uint64_t>(height) : 0;
+    ThreadRun->room += kRecords + kMostPerPixel * pixels + 2 * static_cast<uint64_t>(fileSize);
+}
+
 /// Runs the decoder. It may leave by longjmp.
 static DecodeResult RunDecoder(const uint8_t* file, int32_t size, uint64_t largest,
                                DecodedImage* image, const char** reason)
@@ -208,6 +237,7 @@ static DecodeResult RunDecoder(const uint8_t* file, int32_t size, uint64_t large
         *image = {width, height, components, nullptr};
         return DecodeResult::kTooLarge;
     }
+    GiveRoom(width, height, size);
 
     // Asked for the components that a PIC file has, the decoder goes on after a file that is cut
     // short with an image that is not there. Asked for four, which is what it always decodes to, it
@@ -237,6 +267,7 @@ DecodeResult DecodeImage(const uint8_t* file, int32_t size, uint64_t largest, De
     // Nothing that changes after setjmp is read after a jump but the run, which lies in memory.
     DecoderRun run;
     memset(run.blocks, 0, sizeof(run.blocks));
+    run.room = uint64_t{2} * static_cast<uint64_t>(size) + (2u << 20); // to look at the file's head
     ThreadRun = &run;
     DecodeResult result = DecodeResult::kRefused;
     switch (setjmp(run.exit))

@@ -180,24 +180,25 @@ TEST(CompressedEntry, TheStreamIsReadNoFurtherThanAsked)
 
 TEST(CompressedEntry, AllEntriesOfAPackageShareABudget)
 {
-    const Bytes bytes = PackageOf(Container({0, 0, 0, 0x20}, kHelloStream)); // 512 MiB
+    const Bytes bytes = PackageOf(Container({0, 0, 0, 0x08}, kHelloStream)); // 128 MiB
     FaultList faults = {};
     PackageFile package;
     ASSERT_TRUE(OpenPackageMemory(bytes.data(), bytes.size(), &package, &faults));
+    EXPECT_EQ(package.budget.bytesLeft, (256u << 20) + 64 * bytes.size());
     InflatedEntry entries[3] = {};
     for (int i = 0; i < 2; ++i)
     {
-        EXPECT_TRUE(InflatePackageEntry(&package, "e", 0, 100, &entries[i], &faults));
+        EXPECT_TRUE(
+            InflatePackageEntry(&package, "e", 0, kLargestInflatedSize, &entries[i], &faults));
     }
-    EXPECT_EQ(package.budget.bytesLeft, 0u);
-    EXPECT_FALSE(InflatePackageEntry(&package, "e", 0, 100, &entries[2], &faults));
-    EXPECT_EQ(FaultText(faults), "quorvale: a piece of more than 1024 MiB of inflated data and "
-                                 "pixels is not read\n");
+    EXPECT_EQ(package.budget.bytesLeft, 64 * bytes.size());
+    EXPECT_FALSE(InflatePackageEntry(&package, "e", 0, kLargestInflatedSize, &entries[2], &faults));
+    EXPECT_EQ(FaultText(faults), "quorvale: a package of this size may not take so much memory\n");
     FreeFaults(&faults);
 
     FreeInflatedEntry(&entries[0]);
-    ReturnToBudget(&package.budget, entries[0].storedSize);
-    EXPECT_TRUE(InflatePackageEntry(&package, "e", 0, 100, &entries[2], &faults));
+    ReturnToBudget(&package.budget, entries[0].taken);
+    EXPECT_TRUE(InflatePackageEntry(&package, "e", 0, kLargestInflatedSize, &entries[2], &faults));
     FreeInflatedEntry(&entries[1]);
     FreeInflatedEntry(&entries[2]);
     ClosePackage(&package);

@@ -345,7 +345,7 @@ struct Loaded
         const uint64_t budget = package.budget.bytesLeft;
         document.name = name;
         isLoaded = LoadDocument(&package, &document, &faults);
-        EXPECT_EQ(package.budget.bytesLeft, budget); // the text is gone again
+        taken = budget - package.budget.bytesLeft;
         printed = FaultText(faults);
         ClosePackage(&package);
     }
@@ -362,7 +362,21 @@ struct Loaded
     FaultList faults = {};
     bool isLoaded = false;
     std::string printed;
+    uint64_t taken = 0; // bytes of the package's budget
 };
+
+TEST(LoadDocument, TheTreeStaysInThePiecesBudget)
+{
+    // 256 bytes for each of two elements and an attribute, and the 14 of the text.
+    EXPECT_EQ(Loaded(MakeContainer("<a/><b c='d'/>")).taken, 3u * 256 + 14);
+    EXPECT_EQ(Loaded(MakeContainer("<a/>"), "loading.xmlz").taken, 0u);
+}
+
+TEST(LoadDocument, ATreeBeyondThePiecesBudgetIsAFault)
+{
+    EXPECT_EQ(Loaded(MakeContainer(std::string(2 << 20, '<'))).printed,
+              "quorvale: demo.xmlz: a package of this size may not take so much memory\n");
+}
 
 /// A container with another size word.
 static std::string Resized(std::string container, uint8_t sizeWord)

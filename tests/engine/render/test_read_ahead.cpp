@@ -144,8 +144,8 @@ TEST_F(ReadAheadTest, TheBudgetEndsAtTheSameItem)
 {
     const std::string package = SmallPiece();
     const std::string whole = Load(package, 1, 0);
-    const uint64_t used =
-        kPieceBytes - strtoull(whole.c_str() + whole.rfind("left ") + 5, nullptr, 10);
+    const uint64_t used = PieceBytesOf(package.size()) -
+                          strtoull(whole.c_str() + whole.rfind("left ") + 5, nullptr, 10);
     for (uint64_t part = 0; part < 8; ++part)
     {
         SCOPED_TRACE(part);
