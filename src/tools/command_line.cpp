@@ -113,6 +113,7 @@ static CLI::App* AddBuild(CLI::App* app, Arguments* arguments)
     command->add_option("--ignore", arguments->build.ignored, "Leave out files of this pattern")
         ->type_name("PATTERN")
         ->expected(1)
+        ->allow_extra_args(false) // else it takes the names that follow
         ->take_all();
     command->add_flag("--force", arguments->build.isForced, "Pack in spite of errors");
     command->add_flag("--small", arguments->build.isSmall,
@@ -234,6 +235,7 @@ static CLI::App* AddCheck(CLI::App* app, Arguments* arguments)
         ->type_name("RULE,...")
         ->delimiter(',')
         ->expected(1)
+        ->allow_extra_args(false) // else it takes the names that follow
         ->take_all();
     return command;
 }
@@ -318,6 +320,13 @@ static CLI::App* AddThumbnail(CLI::App* app, Arguments* arguments)
     AddArgument(command, "OUT", &arguments->out, "The PNG file to write")->required();
     command->add_option("-s,--size", arguments->side, "Pixels of the longer side [256]")
         ->type_name("N");
+    return command;
+}
+
+static CLI::App* AddHelp(CLI::App* app, Arguments* arguments)
+{
+    CLI::App* command = app->add_subcommand("help", "Print help on a command, or on all");
+    AddArgument(command, "COMMAND", &arguments->file, "The command");
     return command;
 }
 
@@ -462,6 +471,7 @@ static constexpr CommandRow kCommands[] = {
     {AddCheck, nullptr, RunCheck},
     {AddRender, nullptr, RunRender},
     {AddThumbnail, nullptr, RunThumbnail},
+    {AddHelp, nullptr}, // by RunCommandLine, which knows all commands
 };
 
 /// The library gives "[a,b]", "{}" and "%%" meanings of their own, and may take arguments after
@@ -519,11 +529,27 @@ static void UnmarkArguments(Arguments* arguments)
     }
 }
 
-static int ReportUsage(std::string what)
+/// @param command   whose arguments make no sense; null for none
+static int ReportUsage(std::string what, const CLI::App* command)
 {
     std::erase(what, kMark);
-    ReportError("%s; \"dpk --help\" tells more", Printable(what).c_str());
+    const std::string name = command == nullptr ? "" : command->get_name();
+    ReportError("%s%s%s; \"dpk %s\" tells more", name.c_str(), name.empty() ? "" : ": ",
+                Printable(what).c_str(), name.empty() ? "--help" : ("help " + name).c_str());
     return kExitUsage;
+}
+
+/// The arguments that no command takes, in the order in which they were given.
+static std::string ExtraText(const CLI::App& app)
+{
+    const std::vector<std::string> extras = app.remaining(true);
+    std::string text = extras.size() > 1 ? "the arguments make no sense here:"
+                                         : "the argument makes no sense here:";
+    for (const std::string& extra : extras)
+    {
+        text += " " + extra;
+    }
+    return text;
 }
 
 /// The command that a mistyped one was probably meant to be; null if there is none near, or if the
@@ -565,6 +591,34 @@ static std::vector<CLI::App*> DeclareCommands(CLI::App* app, Arguments* argument
         commands.push_back(command);
     }
     return commands;
+}
+
+/// Prints help on one command, or on all.
+static int TellHelp(const std::string& name)
+{
+    // Not those that were parsed: a program prints the help of the command that it met.
+    Arguments arguments = {};
+    CLI::App app("", "dpk");
+    const std::vector<CLI::App*> commands = DeclareCommands(&app, &arguments);
+    std::vector<const char*> names;
+    for (const CLI::App* command : commands)
+    {
+        if (command->get_name() == name)
+        {
+            fputs(command->help("dpk").c_str(), stdout);
+            return kExitDone;
+        }
+        names.push_back(command->get_name().c_str());
+    }
+    if (name.empty())
+    {
+        fputs(app.help().c_str(), stdout);
+        return kExitDone;
+    }
+    const char* nearest = FindNearest(name, names);
+    const std::string meant =
+        nearest == nullptr ? "" : std::string(", the nearest is \"") + nearest + "\"";
+    return ReportUsage("there is no command \"" + name + "\"" + meant, nullptr);
 }
 
 static OptionFacts DescribeOption(const CLI::Option* option)
@@ -629,7 +683,8 @@ int RunCommandLine(int argc, const char* const* argv)
     if (meant != nullptr)
     {
         return ReportUsage(std::string("there is no command \"") + argv[1] +
-                           "\", the nearest is \"" + meant + "\"");
+                               "\", the nearest is \"" + meant + "\"",
+                           nullptr);
     }
 
     // The library speaks by exceptions, help and version included; no other file sees them.
@@ -644,7 +699,10 @@ int RunCommandLine(int argc, const char* const* argv)
             app.exit(error);
             return kExitDone;
         }
-        return ReportUsage(error.what());
+        const std::vector<CLI::App*> parsed = app.get_subcommands();
+        const CLI::App* command = parsed.empty() ? nullptr : parsed.front();
+        const bool isExtra = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
+        return ReportUsage(isExtra ? ExtraText(app) : error.what(), command);
     }
 
     UnmarkArguments(&arguments);
@@ -652,6 +710,10 @@ int RunCommandLine(int argc, const char* const* argv)
     {
         if (commands[i]->parsed())
         {
+            if (kCommands[i].tell == nullptr && kCommands[i].run == nullptr)
+            {
+                return TellHelp(arguments.file);
+            }
             if (kCommands[i].tell != nullptr)
             {
                 return kCommands[i].tell(arguments);
@@ -659,5 +721,5 @@ int RunCommandLine(int argc, const char* const* argv)
             return kCommands[i].run(arguments) ? kExitDone : kExitFailed;
         }
     }
-    return ReportUsage("no command is given");
+    return ReportUsage("no command is given", nullptr);
 }

@@ -66,37 +66,43 @@ TEST(CommandLine, ArgumentsThatMakeNoSenseEndWithCode2)
     const struct
     {
         std::vector<std::string> arguments;
+        const char* command; // whose help is offered
         const char* what;
     } cases[] = {
-        {{}, "no command is given"},
-        {{"frobnicate"}, "The following argument was not expected: frobnicate"},
-        {{"lsit", "a"}, "there is no command \"lsit\", the nearest is \"list\""},
-        {{"--frobnicate"}, "The following argument was not expected: --frobnicate"},
-        {{"list"}, "FILE is required"},
-        {{"list", "a", "b"}, "The following argument was not expected: b"},
-        {{"list", "-q", "a"}, "The following argument was not expected: -q"},
-        {{"extract"}, "FILE is required"},
-        {{"extract", "a", "-o"}, "--output: 1 required DIR missing"},
-        {{"add"}, "FILE is required"},
-        {{"add", "a"}, "PATH is required"},
-        {{"remove", "a"}, "NAME is required"},
-        {{"create"}, "FILE is required"},
-        {{"build"}, "DIR is required"},
-        {{"new"}, "DIR is required"},
-        {{"model", "a"}, "OUT is required"},
-        {{"compress", "a"}, "OUT is required"},
-        {{"decompress", "a"}, "OUT is required"},
-        {{"textures"}, "PACKAGE is required"},
-        {{"textures", "a"}, "--output is required"},
-        {{"--", "list", "a"}, "The following arguments were not expected: a list"},
-        {{"[x]\n"}, "The following argument was not expected: [x]\\x0A"},
+        {{}, "", "no command is given"},
+        {{"frobnicate"}, "", "the argument makes no sense here: frobnicate"},
+        {{"lsit", "a"}, "", "there is no command \"lsit\", the nearest is \"list\""},
+        {{"help", "lsit"}, "", "there is no command \"lsit\", the nearest is \"list\""},
+        {{"help", "frobnicate"}, "", "there is no command \"frobnicate\""},
+        {{"--frobnicate"}, "", "the argument makes no sense here: --frobnicate"},
+        {{"list"}, "list", "FILE is required"},
+        {{"list", "a", "b", "c"}, "list", "the arguments make no sense here: b c"},
+        {{"list", "-q", "a"}, "list", "the argument makes no sense here: -q"},
+        {{"extract"}, "extract", "FILE is required"},
+        {{"extract", "a", "-o"}, "extract", "--output: 1 required DIR missing"},
+        {{"add"}, "add", "FILE is required"},
+        {{"add", "a"}, "add", "PATH is required"},
+        {{"remove", "a"}, "remove", "NAME is required"},
+        {{"create"}, "create", "FILE is required"},
+        {{"build"}, "build", "DIR is required"},
+        {{"new"}, "new", "DIR is required"},
+        {{"model", "a"}, "model", "OUT is required"},
+        {{"compress", "a"}, "compress", "OUT is required"},
+        {{"decompress", "a"}, "decompress", "OUT is required"},
+        {{"textures"}, "textures", "PACKAGE is required"},
+        {{"textures", "a"}, "textures", "--output is required"},
+        {{"--", "list", "a"}, "", "the arguments make no sense here: list a"},
+        {{"[x]\n"}, "", "the argument makes no sense here: [x]\\x0A"},
     };
     for (const auto& c : cases)
     {
         DpkRun run = RunDpk(folder, c.arguments);
         EXPECT_EQ(run.exitCode, 2) << c.what;
         EXPECT_EQ(run.out, "");
-        EXPECT_EQ(run.err, std::string("dpk: ") + c.what + "; \"dpk --help\" tells more\n");
+        const std::string command = c.command;
+        const std::string lead = command.empty() ? "" : command + ": ";
+        const std::string help = command.empty() ? "--help" : "help " + command;
+        EXPECT_EQ(run.err, "dpk: " + lead + c.what + "; \"dpk " + help + "\" tells more\n");
     }
     EXPECT_EQ(FilesIn(folder), "a");
 }
@@ -147,4 +153,21 @@ TEST(CommandLine, OutputThatCantBeWrittenIsAnError)
     DpkRun run = RunDpk(folder, {"list", "p.dpk"}, full);
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.err, "dpk: standard output could not be written\n");
+}
+
+TEST(CommandLine, HelpIsACommandToo)
+{
+    TemporaryFolder folder;
+    EXPECT_EQ(RunDpk(folder, {"help"}).out, RunDpk(folder, {"--help"}).out);
+    EXPECT_EQ(RunDpk(folder, {"help", "build"}).out, RunDpk(folder, {"build", "--help"}).out);
+    EXPECT_EQ(RunDpk(folder, {"help", "build"}).exitCode, 0);
+}
+
+TEST(CommandLine, AnOptionTakesNoNamesAfterItsOwn)
+{
+    TemporaryFolder folder;
+    folder.Write("src/a", "data");
+    folder.Write("src/b", "data");
+    EXPECT_EQ(RunDpk(folder, {"build", "--ignore", "b", "src", "-o", "p.dpk"}).err, "");
+    EXPECT_EQ(RunDpk(folder, {"list", "p.dpk"}).out, "a\t75\t4\n");
 }
