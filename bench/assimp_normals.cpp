@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "assimp_normals.h"
 
 #include <assimp/Importer.hpp>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The smooth normals of Assimp, for bench_moving to be measured beside. One thread. It wants three
 // vertices of its own for each triangle, so that is what it gets.
 #pragma once

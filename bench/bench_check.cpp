@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A check beside parsing the same text: the sample piece, and a document of 1 MB.
 #include <benchmark/benchmark.h>
 #include <string>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // EvaluateEnvelope, each function at times that the cache does not hold and at one that it does,
 // and the plain form beside it.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A whole frame over an OpenGL that does nothing at all, beside the list of the same calls made
 // again.
 #include <GL/glew.h>

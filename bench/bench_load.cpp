@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What loading costs: lookups in the package, a document of 1 MB from its entry to its records, an
 // image, and whole pieces over an OpenGL that does nothing.
 #include <algorithm>

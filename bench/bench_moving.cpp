@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What moves: the images of 2D effects, water, normals and ripples, each beside its plain form from
 // the tests and, where look-ups or random numbers bound it, beside those alone.
 //

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // GetObject, which turns every reference of every frame into a record, and the filling of a table.
 
 #include <benchmark/benchmark.h>

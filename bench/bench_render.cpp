@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Rendering to files against bare drawing, on the sample piece from 20 s on, with a second picture
 // for every 40 ms.
 //

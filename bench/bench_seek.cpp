@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A seek into the middle of the sample piece, against playing up to there.
 //
 // FirstSeek knows nothing of the piece: it runs all that lies before without drawing. LaterSeek

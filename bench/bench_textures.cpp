@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Textures in the plain form of their rules, as the engine makes them with each instruction set,
 // and by other libraries, side by side in one run: `bench_textures --benchmark_filter=Blur`.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "big_piece.h"
 
 #include <cmath>

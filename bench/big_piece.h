@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A piece that is as large as pieces get, and pieces with much of one kind, to measure loading
 // with.
 #pragma once

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Forms of one computation, measured in turns in one thread. Ratios hold from machine to machine
 // and on a busy one; times do not.
 #pragma once

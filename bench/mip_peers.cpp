@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "mip_peers.h"
 
 #include <GL/glu.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Mip chains by stb_image_resize and by GLU, each halved by its box filter, for bench_textures to
 // be measured beside. One thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "opencv_textures.h"
 
 #ifdef QUORVALE_BENCH_OPENCV

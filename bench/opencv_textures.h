@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The nearest that OpenCV has to the texture steps, for bench_textures to be measured beside. One
 // thread. None of it gives the same bytes.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "silent_gl.h"
 
 #include <GL/glew.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // An OpenGL that does nothing at all, in the driver's place: what is measured on it is the engine's
 // own time. Of the answers only names, mapped buffers and matrices are there, and no matrix moves.
 //

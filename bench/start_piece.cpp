@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Starts a piece once, as the player does, on the driver and without a window, and tells when its
 // pictures were there. A process of its own for each start, since the driver compiles in the first.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "stb_decoder.h"
 
 #define STB_IMAGE_IMPLEMENTATION

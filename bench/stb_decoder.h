@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The image decoder alone, for bench_load to be measured beside.
 #pragma once
 

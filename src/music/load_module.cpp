@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "music/load_module.h"
 
 #include <libmodplug/modplug.h>

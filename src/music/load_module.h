@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A module as libmodplug plays it for a piece. Everybody who makes sound of one loads it here, so
 // that all get the same bytes.
 #pragma once

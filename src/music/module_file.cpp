@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "music/module_file.h"
 
 #include <cerrno>

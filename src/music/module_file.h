@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The file of a module: where it is looked for, and its bytes as libmodplug needs them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "music/module_gate.h"
 
 #include <cstring>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The gate before libmodplug. Its reader for Extended Modules takes damaged files; those for other
 // formats crash on some, or take gigabytes, and it tries them all on bytes that the first refuses.
 #pragma once

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A module from its start to its end, without a sound device: the samples that a player hands to
 // one, and the rows with the moments at which they begin.
 //

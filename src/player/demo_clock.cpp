@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "player/demo_clock.h"
 
 #include <SDL.h>

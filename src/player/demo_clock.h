@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Demo time. It follows the sound: the bytes that were handed to the sound device say where the
 // piece is, and between two blocks the wall clock moves it on. Without music it is the wall clock.
 #pragma once

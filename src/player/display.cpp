@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "player/display.h"
 
 #include <GL/glew.h>

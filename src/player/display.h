@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The window that the piece is shown in: its mode, what its OpenGL offers, and the state that
 // everything drawn builds on.
 #pragma once

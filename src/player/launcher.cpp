@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "player/launcher.h"
 
 #include <SDL.h>

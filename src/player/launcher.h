@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the viewer chooses before the piece starts, and the window for it.
 //
 // The window is one picture with a list of resolutions, three aspects, a start button and four

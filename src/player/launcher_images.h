@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The launcher's pictures: BMP files that the build puts into the program, from launcher_images/.
 #pragma once
 

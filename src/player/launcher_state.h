@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the mouse does in the launcher window, apart from the window: where things are hit, and what
 // a look at the mouse changes.
 //

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Loading: both documents of a piece become records, and the first is shown while the second is
 // built.
 #pragma once

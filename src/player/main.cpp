@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "player/run_demo.h"
 
 int main(int argc, char** argv)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "player/music.h"
 
 #include <SDL.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The music: a tracker module, rendered block by block in SDL's audio callback.
 //
 // The module is a plain file beside the package, an Extended Module (XM). It is loaded whole and

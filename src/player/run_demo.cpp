@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "player/run_demo.h"
 
 #include <SDL.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The whole run, from the title line to the exit code.
 #pragma once
 

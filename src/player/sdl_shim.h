@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // SDL 1.2 as a layer over SDL 2, which newer systems have in its place.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Fills the driver's cache before a piece plays: the driver compiles at the first picture of each
 // kind, which takes half a second at the start and is seen as stutter later.
 //

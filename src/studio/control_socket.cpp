@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "studio/control_socket.h"
 
 #include <cerrno>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A socket that answers questions about the program: for tests, and for whoever wants the studio to
 // tell where it is. It takes a line and gives one; it lets nobody change anything.
 #pragma once

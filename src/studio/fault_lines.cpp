@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "studio/fault_lines.h"
 
 static constexpr char kProgram[] = "quorvale-studio";

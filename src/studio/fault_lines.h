@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Faults as lines for a list on the screen.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "studio/folder_piece.h"
 
 #include <cstdlib>

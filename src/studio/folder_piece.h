@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A piece that is a folder of sources: built beside the picture, and again whenever it is saved.
 #pragma once
 

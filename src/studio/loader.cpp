@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "studio/loader.h"
 
 #include <GL/glew.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A piece loaded by another thread, while the one before plays on.
 #pragma once
 

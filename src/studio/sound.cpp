@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "studio/sound.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The sound of the piece: its module, played as a whole beforehand, handed to the sound device from
 // where the transport stands.
 #pragma once

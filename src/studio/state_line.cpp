@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "studio/state_line.h"
 
 #include <GL/glew.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the program tells whoever asks: one line of JSON.
 #pragma once
 

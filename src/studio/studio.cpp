@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "studio/studio.h"
 
 #include <GL/glew.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The studio as one record: window, piece, transport, sound and what the panels show.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "studio/window.h"
 
 #include <GL/glew.h>

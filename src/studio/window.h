@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The window, and the two places where pieces are drawn.
 //
 // Each piece is drawn on an OpenGL of its own, that of a hidden window as large as the picture: so

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/base64_text.h"
 
 std::string Base64(const Bytes& bytes)

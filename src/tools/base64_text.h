@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Bytes as text.
 #pragma once
 

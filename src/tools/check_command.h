@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Checks of packages and source folders, told as lines or as JSON.
 //
 //   demo/demo.xml:120:7: error: scene 2 "hall", object 3: material 9 does not exist; there are 8

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/checksum.h"
 
 #include <array>

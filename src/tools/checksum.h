@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // SHA-256, by which a keeper knows a file again.
 #pragma once
 

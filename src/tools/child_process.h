@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Work on bytes that nobody vouches for, in a process of its own: whatever it does there, the
 // program goes on.
 #pragma once

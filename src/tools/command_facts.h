@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The commands of dpk as data: manual pages and completions are written from this, so they follow
 // the command line by themselves.
 #pragma once

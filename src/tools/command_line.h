@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The command line of dpk.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Completion of dpk for shells, from the facts of the command line: commands, options, what options
 // take, files, folders, entries of the package that was named, and rules of `dpk check`.
 #pragma once

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A contact sheet: many pictures on one, small, in groups, each above two lines of text. The groups
 // lie one below the other, the tiles of a group in rows from left to right.
 #pragma once

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The container of documents and models, as a tool makes and opens it: the size of the uncompressed
 // data (u32, little-endian), then one zlib stream.
 #pragma once

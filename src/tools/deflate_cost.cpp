@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/deflate_cost.h"
 
 #include <algorithm>

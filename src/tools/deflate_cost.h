@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // How many bits of a container each byte of what it holds takes.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/diff_command.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What differs between two packages.
 #pragma once
 

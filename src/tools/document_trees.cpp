@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/document_trees.h"
 
 #include "engine/check/finding.h"

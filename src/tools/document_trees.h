@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The two documents of a package as trees of text, for commands that look at what they say and not
 // at what they do. A document that is broken further down is a tree all the same.
 #pragma once

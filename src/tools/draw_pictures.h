@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Pictures of a piece, drawn without a display and handed over while the next ones are drawn.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/draw_text.h"
 
 #include <cstring>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Lines of text on pictures.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Which entries of a package its documents name.
 #pragma once
 

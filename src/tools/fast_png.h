@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // PNG files of RGB pictures, written fast: rows as differences to the row above, packed by
 // libdeflate at its first level. The same picture gives the same bytes.
 #pragma once

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // ffmpeg as a child process. Its standard error is kept: when it fails, its last words tell why.
 #pragma once
 

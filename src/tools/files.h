@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Files of the disk: reading them whole, and replacing them in one step, so that a command that
 // fails or is killed leaves the old file as it was. Every routine here reports its own errors and
 // returns false then.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/folder_build.h"
 
 #include <algorithm>

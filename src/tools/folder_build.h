@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A folder of sources into a package.
 //
 //   source                                    entry

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/info_command.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What a package is, at a glance.
 #pragma once
 

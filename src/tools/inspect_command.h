@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // One page of HTML about a package, for a browser: what it shows, what it holds, what uses what.
 #pragma once
 

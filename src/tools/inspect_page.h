@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The page of `dpk inspect` without its data.
 #pragma once
 

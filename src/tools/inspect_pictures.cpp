@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/inspect_pictures.h"
 
 #include <algorithm>

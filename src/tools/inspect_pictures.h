@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Pictures for a page about a package, each as a data URL: what documents compute, and what is
 // drawn on the stage.
 #pragma once

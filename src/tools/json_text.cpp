@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/json_text.h"
 
 #include <charconv>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // JSON, written as text.
 #pragma once
 

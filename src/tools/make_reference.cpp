@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Writes the manual pages and completions of dpk; the build runs it.
 //   make_reference TEXTS OUT
 // TEXTS holds NAME.md for commands that have more to tell than their help, and dpk.md. OUT is a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/manual_page.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Manual pages, in the language of man(7), from the facts of the command line and a text in
 // Markdown.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/mesh_import.h"
 
 #include <assimp/cimport.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Meshes of other programs into model files. Every format that Assimp reads will do.
 //
 // All meshes of the scene become one, each moved by its node's transform. Polygons become

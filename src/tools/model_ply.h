@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Models as PLY files that say all of a model: exact floats and both sets of texture coordinates.
 //
 //   ply

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/order_file.h"
 
 #include <cstring>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The order file of a folder of sources: which files become which entries, in the package's order.
 //
 // It is named dpk-order.txt. `dpk unbuild` writes it, and `dpk build` goes by it: files that stand

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/package_commands.h"
 
 #include <cstdlib>

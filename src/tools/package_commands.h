@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The commands of dpk that work on packages. The format itself refuses nothing, so here stand the
 // checks. Each routine reports its errors and returns false then. The old package is untouched in
 // that case: a new one is put together in memory, written beside it and renamed.

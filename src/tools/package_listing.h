@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A package as dpk reads it: the directory is checked before anything of it is believed.
 #pragma once
 

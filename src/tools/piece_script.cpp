@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/piece_script.h"
 
 #include <cerrno>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Pieces that are written in Python: a folder with a piece.py in it. The authors' library runs it
 // in a process of its own.
 #pragma once

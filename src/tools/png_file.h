@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Pictures as PNG files.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // `dpk render`: a piece as film, pictures and sound, without a display.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The drawing processes of a render, and what they tell while they draw.
 #pragma once
 

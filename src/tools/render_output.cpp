@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/render_output.h"
 
 #define XXH_INLINE_ALL

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Where the pictures of a render go: files with numbers, pieces of a film, a pipe, memory.
 //
 // The hash of a picture is XXH3 of 128 bits over its bytes, RGB from the top. The hash of a row of

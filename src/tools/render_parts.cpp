@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/render_parts.h"
 
 #include <cerrno>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Parts of a render that were made apart, perhaps on other machines, and what joins them.
 //
 // Each part leaves a record beside its pictures, "part-3-of-8.txt":

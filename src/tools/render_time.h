@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Times of a film: which tick a picture shows, which sample frames of the module belong to it, and
 // how users write times.
 //

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Lines that dpk prints for its user.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/rows_command.h"
 
 #include <cerrno>

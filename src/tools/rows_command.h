@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The rows of a module, with the moments at which they play.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Where the bytes of a package are, and which of them could go.
 #pragma once
 

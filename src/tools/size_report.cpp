@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/size_report.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Where the bytes of a package are: entries, and in documents the records.
 #pragma once
 

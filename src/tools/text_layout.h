@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Blanks between the tags of a document, which mean nothing there: put in for whoever edits the
 // text, and taken out again.
 #pragma once

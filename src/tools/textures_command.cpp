@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/textures_command.h"
 
 #include <cstdio>

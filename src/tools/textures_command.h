@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Every image of a package as a picture: what its documents generate and what they take from files.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Pictures made to fit a square, for looking at many at once.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/thumbnail_command.h"
 
 #include <algorithm>

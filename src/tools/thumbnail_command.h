@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // `dpk thumbnail`: one small picture of a piece, for file managers.
 #pragma once
 

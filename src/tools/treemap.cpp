@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/treemap.h"
 
 #include <algorithm>

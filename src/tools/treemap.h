@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A picture of sizes: rectangles whose areas are shares of a whole.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/triangle_mesh.h"
 
 #include <array>

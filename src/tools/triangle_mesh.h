@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A mesh on its way to a model file.
 #pragma once
 

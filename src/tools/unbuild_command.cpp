@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/unbuild_command.h"
 
 #include <cerrno>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A package into a folder of sources, of which `dpk build` makes it again.
 //
 //   entry                   source

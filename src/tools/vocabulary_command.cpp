@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/vocabulary_command.h"
 
 #include <cerrno>

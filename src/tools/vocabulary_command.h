@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The vocabulary of documents, for people and for programs.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Everything that takes bytes of strangers, each as a routine of some bytes. libFuzzer looks for
 // bytes that break one (scripts/fuzz); ordinary tests replay the seeds, and all inputs that ever
 // did.

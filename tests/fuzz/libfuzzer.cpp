@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The program that libFuzzer drives. Two variables of the environment tell its work: FUZZ_TARGET
 // names the target, and FUZZ_SEEDS a folder that receives its seeds at first.
 #include <cstdio>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Each test is a process of its own for ctest: its first module is the first of the process.
 #include "music/module_sound.h"
 

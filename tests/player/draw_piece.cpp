@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Draws moments of a piece into PNG files, for whoever works on it:
 //
 //   draw_piece PACKAGE FOLDER WIDTH HEIGHT TIME...

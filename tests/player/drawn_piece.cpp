@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "player/drawn_piece.h"
 
 #include <GL/glew.h>

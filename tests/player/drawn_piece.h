@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A piece drawn at chosen moments, without a window: the engine's own loading and drawing on
 // OpenGL in memory, and no clock.
 #pragma once

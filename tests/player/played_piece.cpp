@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "player/played_piece.h"
 
 #include <GL/glew.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Whole runs of the program, for tests: RunDemo in a child process and a folder of its own, with
 // stand-ins for the launcher, for the drawing of frames, and for OpenGL, SDL and libmodplug, all in
 // one record.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The launcher's pictures, decoded: their format, and whether everything lies where the launcher
 // hits and draws it.
 #include "player/launcher_images.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "player/launcher_state.h"
 
 #include <climits>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "player/load_piece.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The sample piece: its generators still write what is kept, the player reads and draws all of it
 // without a fault, and it shows what the engine can do.
 #include <GL/glew.h>

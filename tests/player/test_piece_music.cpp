@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The music of the piece as viewers hear it: played by libmodplug under the player's settings.
 #include <algorithm>
 #include <cstdint>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The sample piece as viewers see it: drawn by a real OpenGL without a window, at moments that show
 // nothing of what was drawn before them.
 #include <GL/glew.h>

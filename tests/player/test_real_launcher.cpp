@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The launcher of the program itself, on a screen that nobody sees: worked with the pointer, and
 // what becomes of each choice.
 #include <algorithm>

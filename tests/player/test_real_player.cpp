@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The program itself, on a screen that nobody sees: what it prints, shows and plays, and how it
 // ends.
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The window of the player, on a screen that nobody sees, against the pictures that `dpk render`
 // makes without one: byte for byte the same.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "player/sdl_shim.h"
 
 #include <SDL.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The program quorvale-warm as a process, on a driver without a window.
 #include <cstdio>
 #include <dirent.h>

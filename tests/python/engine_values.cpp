@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the engine reads out of a document, for the tests of the authors' library.
 //
 //   engine_values DOCUMENT           prints the records of envelopes, materials, scenes and rows

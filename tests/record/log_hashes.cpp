@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "record/log_hashes.h"
 
 #include <cstdint>

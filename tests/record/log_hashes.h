@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A log in one line, short enough to be kept with the sources.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Records what the player does, and compares it with what it did before. scripts/compare-records
 // compares two builds line by line; a test compares every build with the hashes in goldens.txt.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "record/player_run.h"
 
 #include <cstdio>

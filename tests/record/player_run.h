@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A whole run of the player, launcher included, written down: every call of OpenGL, SDL and
 // libmodplug with all that it read from memory, every printed line, the exit code.
 //

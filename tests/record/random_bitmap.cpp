@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "record/random_bitmap.h"
 
 #include <cstdint>

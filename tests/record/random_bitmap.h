@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Image files of random pixels, for random pieces.
 #pragma once
 

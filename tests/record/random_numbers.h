@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Random numbers from integers alone, so that a seed gives the same ones everywhere.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "record/random_piece.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Pieces made of random numbers, which hold whatever the format has: layers and textures of every
 // kind, models, envelopes, all material recipes, manipulators, passes. A seed always makes the same
 // piece, on every machine. Most of them play to their end; the others have faults.

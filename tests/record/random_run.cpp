@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "record/random_run.h"
 
 #include "record/random_numbers.h"

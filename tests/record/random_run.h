@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Random pieces, played in random ways.
 #pragma once
 

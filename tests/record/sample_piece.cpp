@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "record/sample_piece.h"
 
 #include <cstdint>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The sample piece as it is, and with faults put into it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "record/steady_libm.h"
 
 #include <cmath>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Sines that are the same on every machine.
 //
 // The C library picks its sin, cos and tan after the processor: with fused multiply-add the last

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Draws pictures of a run through every tick into PPM files, without a window:
 //
 //   stage_pictures PACKAGE FOLDER WIDTH HEIGHT TICK...

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Bytes written out in a test, as an open file.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Runs a part of the player that may end the process: in a child, with its output in the record.
 #pragma once
 

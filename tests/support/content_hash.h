@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Short names for long contents, for records that are compared. Not made to withstand a forger.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // An end to the luck of a test program with its files. The program links failing_calls (CMake), and
 // then the calls below, of all that it links statically, go through here: open, openat, read,
 // pread, write, fsync, fchmod, linkat and renameat.

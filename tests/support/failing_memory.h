@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The heap of the test program, with allocations that fail when a test wants it: its own malloc,
 // calloc, realloc and free, and so those of `new` and of all libraries too.
 #pragma once

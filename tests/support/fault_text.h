@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What faults print, for comparisons.
 #pragma once
 

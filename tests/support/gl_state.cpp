@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/gl_state.h"
 
 #include <sstream>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What a context's state is after the calls of a record: for tests of what one routine leaves
 // behind for the next. The text is that of recorded_gl.
 #pragma once

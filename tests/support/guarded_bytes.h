@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A block with guard bytes on both sides, for outputs that must stay inside their bounds.
 #pragma once
 

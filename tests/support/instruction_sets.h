@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Every test of vector code runs with each instruction set that this processor has.
 #pragma once
 

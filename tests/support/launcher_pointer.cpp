@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/launcher_pointer.h"
 
 #include <cstdio>

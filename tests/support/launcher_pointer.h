@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A hand on the launcher window of the real program. Whatever it does, it waits until the window
 // shows it: the launcher looks at the mouse only every 30 ms.
 #pragma once

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Envelopes with their state, for tests of what values drive.
 #pragma once
 

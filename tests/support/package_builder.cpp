@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/package_builder.h"
 
 #include <cstdio>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Packages, documents and models made inside a test, so that what a test reads stands in the test.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Pictures that tests look at: read, written, made smaller and compared.
 #pragma once
 

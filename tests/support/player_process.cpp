@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/player_process.h"
 
 #include <csignal>

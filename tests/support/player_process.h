@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The real program as a child process, watched from outside.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/recorded_gl.h"
 
 #include <GL/glew.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // An OpenGL that draws nothing and writes down what it is told. Link the target `recorded_gl` where
 // a program would link the driver: every OpenGL and GLEW entry point that the engine and the player
 // call is here.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A libmodplug without sound. Each call becomes a line in the record of recorded_gl:
 //
 //   ModPlug_Load(data, 512), titled "module"         ModPlug_Load 6 "module"

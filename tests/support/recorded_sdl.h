@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // An SDL without a screen, a sound device or a clock: every SDL function that the player calls is
 // here, does what a script says and writes its call into the record of recorded_gl, so that calls
 // of OpenGL, SDL and libmodplug stand in one order.

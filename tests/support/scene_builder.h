@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Models and objects laid out by hand.
 #pragma once
 

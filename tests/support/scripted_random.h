@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Random numbers that a test chooses.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/small_piece.h"
 
 static std::string Static(const std::string& value)

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A small piece that has every kind of record, and uses each in its scenes.
 #pragma once
 

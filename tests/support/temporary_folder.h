@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A folder of its own for a test that works with files.
 #pragma once
 

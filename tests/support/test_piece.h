@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A piece filled by hand, ready to be drawn. Link engine_render.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Timelines laid out by hand.
 #pragma once
 

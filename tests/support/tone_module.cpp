@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/tone_module.h"
 
 static void Append(std::string* bytes, uint32_t value, int size)

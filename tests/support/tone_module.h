@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A tracker module for tests: an Extended Module (XM) with one long note.
 #pragma once
 

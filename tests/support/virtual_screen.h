@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // An X server of a test's own, with a screen that nobody sees: what the real program shows on it
 // can be looked at, keys pressed and the pointer moved.
 #pragma once

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // PNG files, decoded again by a test.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/dpk_run.h"
 
 #include <cstdio>

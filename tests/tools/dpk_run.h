@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The program dpk, run by a test as its users run it.
 #pragma once
 

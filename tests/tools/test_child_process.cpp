@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/child_process.h"
 
 #include <csignal>

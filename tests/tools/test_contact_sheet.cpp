@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/contact_sheet.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/fast_png.h"
 
 #include <cstring>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The files that dpk works on, and those that it has to leave alone, also when it is interrupted.
 #include <chrono>
 #include <csignal>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The tables of docs/format.md, held against the vocabulary.
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The commands that tell what a package is: info, diff, rows, size.
 #include <cstdlib>
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/model_ply.h"
 
 #include <cmath>

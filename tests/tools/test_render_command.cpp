@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // `dpk render` as its users run it, on the sample piece in small pictures. No test here has a
 // display.
 #include <cstdlib>

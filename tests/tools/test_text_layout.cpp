@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/text_layout.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // `dpk thumbnail` as file managers run it.
 #include <cstdlib>
 #include <gtest/gtest.h>

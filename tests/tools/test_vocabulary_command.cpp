@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <cctype>
 #include <gtest/gtest.h>
 #include <string>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Each command that writes is run again and again in a child process, and each time another
 // allocation or call on a file fails. Whatever fails, a file is the old one or the new one, whole,
 // the exit code tells which, and nothing else stays behind.

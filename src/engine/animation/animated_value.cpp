@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/animation/animated_value.h"
 
 float EvaluateEnvelopeId(uint32_t id, const Animation* animation, uint32_t time)

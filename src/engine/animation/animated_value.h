@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A parameter that is a constant or driven by an envelope: one 32-bit slot, and a flag that the
 // record keeps apart from it. Flag clear: the slot holds the bits of a float. Flag set: it holds
 // the id of an envelope of the same document.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Envelopes: what moves in a piece. A function of time in up to sixteen consecutive pieces, with an
 // optional loop.
 //

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Lights: positional, colored, animated.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/check/check_piece.h"
 
 #include "engine/check/context.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The check of a whole piece: everything that is wrong with its package and its two documents, in
 // one go, without a window, OpenGL or sound.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/check/context.h"
 
 #include <cstring>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the parts of a check share.
 #pragma once
 

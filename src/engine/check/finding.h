@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Findings: what is wrong with a piece, or worth knowing of it, with its place and its cure.
 //
 // A finding belongs to a rule. Rules have names that stay, so that scripts and authors can count on

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // How long a module plays, from its text of rows alone: nothing is mixed.
 //
 // An Extended Module is little-endian:

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Where authors made the items of a document: the table that a program leaves beside what it wrote.
 // docs/format.md describes it.
 #pragma once

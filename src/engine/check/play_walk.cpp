@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/check/play_walk.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A document played from start to end without drawing it: which of its faults a player would meet.
 //
 // A frame meets a fault where it asks for a record that is not there, or makes more copies than a

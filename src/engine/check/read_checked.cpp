@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/check/context.h"
 #include "engine/data/document_values.h"
 #include "engine/piece/piece_sections.h"

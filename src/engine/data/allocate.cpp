@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/data/allocate.h"
 
 #include <cstdint>

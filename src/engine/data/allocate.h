@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Blocks of the heap, with one text for all that can't be had.
 #pragma once
 

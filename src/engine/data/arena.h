@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Memory for what lives as long as one frame: taken piece by piece, given back all at once. The
 // blocks stay with the arena, so a frame like the one before it takes nothing from the heap.
 #pragma once

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Numbers in files, read and written byte by byte: the fields need not be aligned.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The container of documents and models inside the package.
 //
 //   offset   size          content

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The cosine that geometry, ripples and effects share: a table, so that the same angle gives the
 // same bits on every machine.
 #pragma once

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // One document of a piece and everything built from it.
 //
 // A document is positional: below its top level lie sibling nodes, and each means what its place

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A document's text into a TinyXML tree, from memory.
 #pragma once
 

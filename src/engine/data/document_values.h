@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reading values out of document nodes. What is asked for must be there: a node or attribute that
 // is missing is a fault.
 //

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Faults: what is wrong with a piece, as values that travel up to whoever can tell it.
 //
 // Whoever reads or draws a piece keeps the place of a FaultList up to date, so that the routine

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the OpenGL of this machine offers and the viewer wants, decided once at start-up.
 #pragma once
 

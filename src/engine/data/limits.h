@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // How much a piece may take of a machine. Each limit lies far above all that pieces need, and is
 // checked before the memory is taken, so that a small package can't fill a machine.
 #pragma once

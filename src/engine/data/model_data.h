@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Models: triangle meshes that lie in the package in the layout that OpenGL wants. The uncompressed
 // file is kept as it is, and a record points into it.
 //

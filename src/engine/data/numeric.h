@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // How floats become integers here: as the machine's conversion instruction does it. Every such
 // conversion of the engine goes through this file, because a plain cast is undefined out of range.
 //

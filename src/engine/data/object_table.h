@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A table of records of one kind. Documents and records name each other by id, and an id turns into
 // a pointer at each use.
 //

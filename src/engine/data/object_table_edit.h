@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Changing a table after it is built: reference counts, insertion at a position, deletion and
 // reordering. The player does none of it.
 //

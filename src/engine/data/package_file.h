@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The package: one flat file with all data of a piece except its music.
 //
 //   offset     size   content

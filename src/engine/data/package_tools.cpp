@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/data/package_tools.h"
 
 #include <algorithm>

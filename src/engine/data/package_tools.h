@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Writing, copying and unpacking packages. The player calls none of this.
 //
 // A package to be written is described by a list of pending entries, singly linked, with a sentinel

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/data/parse_blocks.h"
 
 #include <cassert>

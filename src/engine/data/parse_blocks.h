@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Blocks that the XML parser takes from the heap by `new`, hundreds of thousands of small ones for
 // a large text. While a thread parses they come out of chunks, which is faster than the heap, and
 // none stays behind when memory runs out in the middle of a text: the parser loses track of the

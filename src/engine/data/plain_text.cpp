@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/data/plain_text.h"
 
 #include <cstdint>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Text that may come from a document or a package, made fit to be printed: one line, and nothing
 // that a terminal would obey.
 #pragma once

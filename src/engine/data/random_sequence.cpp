@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/data/random_sequence.h"
 
 static constexpr uint32_t kDropped = 310; // numbers after a seed that nobody gets to see

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The numbers of the C library's rand, to the bit, with a state that a piece owns and can copy.
 //
 // Pieces are timed and drawn with these very numbers. rand itself keeps one state for the whole

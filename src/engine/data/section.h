@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The sections of a document, in the order in which they stand in it.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The vocabulary of documents: all that they can name by number, with names, parameters, ranges and
 // limits. Readers take their counts from it, dpk prints it, tests hold the documentation against
 // it.

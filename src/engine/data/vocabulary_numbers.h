@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The numbers that documents store, and how much of everything they may hold. vocabulary.h has the
 // same numbers as rows, with names and parameters.
 #pragma once

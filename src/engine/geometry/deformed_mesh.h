@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The bent geometry of one object, for the length of its drawing. The caller starts an object with
 // an empty record; ripplers fill it, and drawing takes these arrays instead of the mesh's own.
 #pragma once

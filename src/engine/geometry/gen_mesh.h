@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Generated meshes: flat grids that water moves.
 //
 // The mesh fields are those of a model, so drawing and manipulators take either. Only

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/geometry/instance_list.h"
 
 #include "engine/data/arena.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The copies of an object that one frame draws.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Manipulators: what turns the one placement of an object into many, or bends its geometry.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/geometry/mesh_kernels.h"
 
 #include "engine/data/numeric.h"

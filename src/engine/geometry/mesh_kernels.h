@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The loops over vertices and triangles, as a table of routines for each instruction set. All
 // tables give the same bits.
 //

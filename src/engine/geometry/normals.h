@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Smooth normals of a mesh whose vertices move.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/geometry/rippler.h"
 
 #include "engine/data/cos_table.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The "Rippler": waves over the geometry of an object.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Vertices moved by a matrix.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The two water surfaces that generated meshes can be. Both are a flat grid of 30 by 30 vertices at
 // the start; vertex row * 30 + column stands at x = row, z = column, and only y and the normals
 // ever change.

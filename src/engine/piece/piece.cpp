@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/piece/piece.h"
 
 #include "engine/render/records/timeline.h"

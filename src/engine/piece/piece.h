@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A piece: the package and what its two documents say. It is opened like a file, from a path or
 // from memory, and closed by its pair. Opening needs no OpenGL, no window and no sound; several
 // pieces can be open at once. An open piece never changes: what does is the PieceState that comes

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/piece/piece_sections.h"
 
 #include "engine/animation/envelope.h"

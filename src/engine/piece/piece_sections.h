@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // How each section of a piece's documents is read.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/piece/piece_state.h"
 
 #include <cstdlib>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // All that changes while a piece plays, in one record of that piece. It is plain data behind owned
 // pointers, so it can be copied: a copy that is kept is a moment to come back to.
 //

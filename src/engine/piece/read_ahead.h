@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reading ahead: layers, textures, models and bitmaps of a document are computed on worker threads
 // while one thread walks through the document, uploads and draws the loading screen. That thread
 // takes each item in its turn, so OpenGL, printed lines, clock and faults see no difference.

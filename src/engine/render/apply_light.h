@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Lights as OpenGL gets them. All share the one OpenGL light GL_LIGHT1, and a light shines only
 // while a material that names it is set.
 #pragma once

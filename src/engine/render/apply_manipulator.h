@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Manipulators as a frame runs them: their parameters at a time, the mesh that copies are placed
 // on, and bent geometry in buffer objects.
 #pragma once

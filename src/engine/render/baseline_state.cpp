@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/render/baseline_state.h"
 
 #include <GL/glew.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The state of a fresh OpenGL that everything drawn builds on, and what that OpenGL offers.
 #pragma once
 

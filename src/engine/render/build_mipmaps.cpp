@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/render/build_mipmaps.h"
 
 #include <GL/glew.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Mip chains as OpenGL gets them: made on the processor (mip_chain.h), uploaded level by level.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The objects of a scene, drawn.
 #pragma once
 

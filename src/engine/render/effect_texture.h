@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The textures of 2D effects.
 #pragma once
 

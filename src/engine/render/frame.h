@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // One frame of a piece.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What every routine of a frame needs, as one record.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The OpenGL calls that a frame makes, one routine a call, each named after its function.
 //
 // Each is the call and nothing else in a program that only plays. With a shadow it is written down

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The OpenGL context of one window or off-screen surface, as the engine sees it.
 //
 // OpenGL keeps state from call to call and from frame to frame, and recipes leave some behind on

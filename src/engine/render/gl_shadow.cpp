@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/render/gl_shadow.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The OpenGL state that outlives a frame, written down beside the calls that set it.
 //
 // A seek runs the frames before its tick for what they leave behind, without OpenGL: each call of a

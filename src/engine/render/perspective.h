@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The projection that clips use.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A piece on an OpenGL context: records, state and names of both its documents, loaded item by item
 // and drawn frame by frame. The player and every other program that shows a piece run it through
 // here.

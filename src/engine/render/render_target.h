@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Bitmaps as render targets. The back buffer serves as the drawing surface, with the viewport set
 // to the bitmap's size, and the picture is copied into the bitmap when the next pass begins.
 #pragma once

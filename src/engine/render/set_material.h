@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The 24 recipes.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/render/tex_coord_arrays.h"
 
 #include "engine/render/gl_calls.h"

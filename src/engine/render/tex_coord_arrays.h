@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The texture coordinate arrays of the two texture units.
 //
 // Recipes turn the arrays on and off and point them at the coordinates of the object that is being

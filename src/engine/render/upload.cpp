@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/render/upload.h"
 
 #include <GL/glew.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The OpenGL names of one document: everything that a document has in OpenGL is made here and given
 // back here. The records themselves know nothing of OpenGL.
 #pragma once

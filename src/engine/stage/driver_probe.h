@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A look at the driver before anything is made of its pictures: a small picture whose pixels are
 // known. A driver that lacks what pieces need would otherwise show black, or nothing, in silence.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/stage/egl_display.h"
 
 #define EGL_NO_X11 // its headers name things None and Status

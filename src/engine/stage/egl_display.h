@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // OpenGL without a window, through EGL: pictures are drawn into memory, read back and shown to
 // nobody. Neither an X server nor any other screen is needed, and DISPLAY is not looked at.
 //

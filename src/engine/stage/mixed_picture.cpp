@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/stage/mixed_picture.h"
 
 #include <GL/glew.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The picture of a display with samples, mixed into one value a pixel. Mesa's software renderer
 // hands out the first sample of a pixel where the mean is due, so whoever reads such a picture
 // mixes it first.

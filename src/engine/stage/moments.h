@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Moments of a run that are kept, to go on from: what changes while a piece plays, and the state of
 // OpenGL.
 //

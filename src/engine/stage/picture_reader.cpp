@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/stage/picture_reader.h"
 
 #include <GL/glew.h>

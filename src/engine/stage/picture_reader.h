@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Pictures read back while the next one is drawn: two pixel pack buffers take them by turns.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/stage/stage.h"
 
 #include <GL/glew.h>

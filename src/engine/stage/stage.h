@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A piece on an OpenGL that shows any of its moments: forwards, backwards, in any order.
 //
 // **The picture at tick t of a run with stride s** is what a run shows at the last multiple of s

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Which frames of a run showed the pictures of which bitmaps, and which frames wrote them. From it
 // follows how far back a run has to be drawn for one frame to show what it should.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/textures/bitmap_texture.h"
 
 #include <cstdlib>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Bitmaps: image files of the package. Documents use them as textures and as render targets.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Corner masks: soft quarter blobs from which the Maze generator puts its cells together.
 #pragma once
 

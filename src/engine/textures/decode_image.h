@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Image files decoded by the system's stb_image, which is made for files that are well. Whatever a
 // damaged file does to it, here it ends in a reason, and each block that it took is given back.
 #pragma once

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The image decoder, its memory and its way out. Only stb_image.cpp and decode_image.cpp include
 // this: the decoder's macros lead here.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/textures/effect_kernels.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The pixel loops of 2D effects. Images are square, row-major and without padding: one byte a pixel
 // at 8 bits, R, G, B at 24.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/textures/layer_generator.h"
 
 #include <bit>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Layers: flat RGB images that six generators make from a handful of floats. They are the raw
 // material of procedural textures and live only while those are built.
 //

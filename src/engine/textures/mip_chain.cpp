@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/textures/mip_chain.h"
 
 #include <cstdlib>

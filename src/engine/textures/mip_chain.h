@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The mip chain of an image, made on the processor. Level after level both sides are halved, down
 // to 1x1, each level from the one before it.
 #pragma once

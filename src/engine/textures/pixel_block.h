@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Pixels that are made four bytes at a time.
 #pragma once
 

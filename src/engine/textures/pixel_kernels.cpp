@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/textures/pixel_kernels.h"
 
 #include "engine/vectors/instruction_sets.h"

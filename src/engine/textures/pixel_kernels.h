@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The loops over pixels, as a table of routines for each instruction set. All tables give the same
 // bytes.
 //

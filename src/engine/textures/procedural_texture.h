@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Procedural textures: stacks of steps over a 256x256 work image, made while a document is read.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The image decoder: stb_image as the system has it, built into this room.
 #include "engine/textures/decode_image.h"
 #include "engine/textures/decoder_memory.h"

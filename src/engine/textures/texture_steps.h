@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The steps that turn layers into textures. Each works on a square RGB work image.
 //
 //   type  name         parameters

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/vectors/instruction_sets.h"
 
 #include <cpuid.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The instruction sets that loops are compiled for. One source of a loop serves all of them
 // (each_instruction_set.inc), all of them give the same bytes, and the processor decides while the
 // program runs which one does the work.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "studio/build/builder.h"
 
 #include <algorithm>

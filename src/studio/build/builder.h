@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A folder of sources made into a package by a process of its own, which keeps what it made: the
 // next build makes anew what has changed alone. An author's program runs there, with limits.
 #pragma once

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A process of the studio's own program that works beside it: whatever happens there, the picture
 // plays on. It gets lines and gives bytes.
 #pragma once

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A module's sound and rows, made by a process of their own: libmodplug keeps settings and sound
 // from module to module, and only the first of a process sounds as in the player.
 #pragma once

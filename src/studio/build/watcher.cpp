@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "studio/build/watcher.h"
 
 #include <cerrno>

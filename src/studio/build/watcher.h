@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A folder of sources that is watched: tells when something in it was saved, by whatever way an
 // editor saves.
 #pragma once

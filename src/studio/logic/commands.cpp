@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "studio/logic/commands.h"
 
 static constexpr KeyRow kKeys[] = {

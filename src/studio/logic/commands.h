@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What keys do. The table is the list that F1 shows.
 #pragma once
 

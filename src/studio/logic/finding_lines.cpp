@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "studio/logic/finding_lines.h"
 
 #include <cctype>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What a build prints, as a list to choose from: each finding with its file and line.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the studio keeps from one run to the next: in the user's configuration folder, as lines of
 // "key=value".
 #pragma once

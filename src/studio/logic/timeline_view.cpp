@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "studio/logic/timeline_view.h"
 
 #include <algorithm>

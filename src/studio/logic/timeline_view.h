@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The timeline as it lies on the screen: which tick is where, what can be seen, and the bars of
 // clips.
 #pragma once

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The transport: where the piece is, whether it plays, how fast, and between which ticks it
 // repeats.
 //

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The panels: each file draws one, and nobody else calls Dear ImGui.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "studio/panels/panels.h"
 
 #include <imgui.h>

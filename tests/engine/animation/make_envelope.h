@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Envelopes filled by hand, ready to be played.
 #pragma once
 

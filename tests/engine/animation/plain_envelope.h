@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // EvaluateEnvelope in its plainest form, for comparison: a step a statement, the spline rebuilt
 // from the parameters at each call, nothing kept but the cached result. It shares the record with
 // the engine and not a line of code, and looks at no prepared spline.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/animation/animated_value.h"
 
 #include <cmath>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // EvaluateEnvelope beside its plain form, bit for bit, on envelopes that chance makes up.
 
 #include <bit>

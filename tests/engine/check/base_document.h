@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A document without a mistake, for tests that make one.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "changed_document.h"
 
 #include <iterator>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Documents made by changing a good one: attributes dropped, swapped and given other values,
 // elements moved, deleted, copied and renamed, comments put between them, the text cut.
 #pragma once

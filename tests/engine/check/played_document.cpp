@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "played_document.h"
 
 #include "engine/data/document_values.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A package played from start to end through the recorded OpenGL, as a player with all features and
 // with music on plays it.
 #pragma once

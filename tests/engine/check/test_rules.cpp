@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Each rule from both sides: a document without a mistake has no finding, and one change of it has
 // the finding of the rule, at its line.
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/data/cos_table.h"
 
 #include <bit>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Memory that runs out at each allocation in turn, over all that the room reads and writes.
 
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/data/model_data.h"
 
 #include <bit>

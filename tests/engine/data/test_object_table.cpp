@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/data/object_table.h"
 
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/data/random_sequence.h"
 
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/data/vocabulary.h"
 
 #include <gtest/gtest.h>

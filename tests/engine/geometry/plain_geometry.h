@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The computations of geometry once more, in their plainest form: no tables of faces, no vectors,
 // no blocks of memory that are shared. Tests hold the engine against these bit for bit, and
 // benchmarks measure how much faster it is.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/geometry/deformed_mesh.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/geometry/gen_mesh.h"
 
 #include <cstring>

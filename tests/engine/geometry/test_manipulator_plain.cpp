@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Manipulators held against their plain forms, and the "Model placer".
 #include <algorithm>
 #include <bit>

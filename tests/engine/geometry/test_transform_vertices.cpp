@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/geometry/transform_vertices.h"
 
 #include <gtest/gtest.h>

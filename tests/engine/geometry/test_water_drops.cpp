@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The lake when random numbers come as near to 1 as they can.
 #include <cstdlib>
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A piece in memory, opened for a test.
 #pragma once
 

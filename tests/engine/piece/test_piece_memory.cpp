@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Opening a piece while memory runs out, at each allocation in turn.
 #include <cstdint>
 #include <gtest/gtest.h>

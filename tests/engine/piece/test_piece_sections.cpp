@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/piece/piece_sections.h"
 
 #include <gtest/gtest.h>

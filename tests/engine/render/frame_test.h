@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Shared by the tests of frames: a timeline, tables, and the calls that parts of a frame come to.
 #pragma once
 

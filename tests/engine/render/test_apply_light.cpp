@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/render/apply_light.h"
 
 #include <cstring>

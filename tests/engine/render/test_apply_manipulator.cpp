@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/render/apply_manipulator.h"
 
 #include <GL/glew.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/render/draw_scene.h"
 
 #include <cmath>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/render/effect_texture.h"
 
 #include <cstdlib>

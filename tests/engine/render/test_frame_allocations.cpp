@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/render/frame.h"
 
 #include <cstdlib>

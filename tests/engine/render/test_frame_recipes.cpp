@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Frames whose objects wear real recipes: what one sets, seen by the draw calls after it.
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/render/perspective.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/render/piece_run.h"
 
 #include <GL/glew.h>

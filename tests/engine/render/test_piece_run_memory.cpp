@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Loading and drawing a piece while memory runs out, at each allocation in turn.
 
 #include <cstdint>

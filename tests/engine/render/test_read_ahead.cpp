@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/piece/read_ahead.h"
 
 #include <cstdlib>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The words of the vocabulary for recipes, held against their OpenGL calls.
 
 #include <gtest/gtest.h>

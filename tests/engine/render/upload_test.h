@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Shared by the tests of uploads: items of a document, read and given to OpenGL one by one.
 #pragma once
 

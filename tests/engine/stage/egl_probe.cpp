@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Draws a heap of triangles and writes the picture to standard output, or a line that says why it
 // can't:
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/stage/played_frames.h"
 
 #include <GL/glew.h>

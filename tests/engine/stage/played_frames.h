@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Frames of a piece as a program shows them that only plays: the same routines as the player's,
 // without a shadow, frame after frame on an OpenGL of its own.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/stage/stage_documents.h"
 
 #include "record/random_numbers.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Documents of a few squares and surfaces, for tests of what a run remembers.
 #pragma once
 

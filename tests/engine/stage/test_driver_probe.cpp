@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/stage/driver_probe.h"
 
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/stage/egl_display.h"
 
 #include <GL/glew.h>

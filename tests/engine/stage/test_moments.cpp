@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/stage/moments.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The price of dividing a film of the sample piece into parts: frames that two parts draw.
 // OpenGL does nothing here, so the frames are counted and not drawn.
 #include <gtest/gtest.h>

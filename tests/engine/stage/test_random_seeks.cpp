@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Seeks in pieces made of random numbers, against runs that play straight.
 #include <algorithm>
 #include <cstdlib>

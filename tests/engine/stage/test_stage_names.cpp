@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What stages leave behind of OpenGL when they are closed, on one that keeps books.
 #include <gtest/gtest.h>
 #include <string>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/stage/target_history.h"
 
 #include <gtest/gtest.h>

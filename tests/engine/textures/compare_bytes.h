@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Comparing images in tests without printing them.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Image files made inside a test.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The images of 2D effects once more, in their plainest form: one pixel after another, every
 // look-up made where it is used. Tests hold the engine against these byte for byte, and benchmarks
 // measure how much faster it is.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/textures/plain_textures.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Generators, steps and mip chain in their plain form: one pixel after the other, every rule as it
 // is told and nothing shared, hoisted or merged. Tests hold the engine to these byte for byte, and
 // benchmarks measure it against them. They are always compiled at -O2.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Random but repeatable values for tests that try many inputs.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // "Amoba" when random numbers come as near to 1, and to 0, as they can.
 #include <algorithm>
 #include <cstdlib>

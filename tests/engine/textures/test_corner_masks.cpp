@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/textures/corner_masks.h"
 
 #include <gtest/gtest.h>

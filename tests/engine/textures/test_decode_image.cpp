@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/textures/decode_image.h"
 
 #include <cstdlib>

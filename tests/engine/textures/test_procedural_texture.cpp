@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/textures/procedural_texture.h"
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/textures/texture_steps.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Each allocation in turn fails while layers, textures, bitmaps and images are read: that is a
 // fault, and nothing is left behind.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The vocabulary's ranges of layers and texture steps, held against their pixels.
 
 #include <cmath>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/instruction_sets.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // 2D effects: textures whose pixels are computed anew while the piece plays.
 //
 // Images are row-major and without padding: one byte of luminance a pixel at 8 bits, R, G, B at 24.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Materials: one of 24 recipes of OpenGL state, with a color, an alpha and references.
 #pragma once
 

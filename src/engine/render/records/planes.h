@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The planes that cut a perspective picture, as distances from the camera.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Scenes: lists of placed objects, each with its mesh, material, placement, visibility, time shift
 // and manipulators.
 #pragma once

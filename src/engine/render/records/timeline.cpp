@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/render/records/timeline.h"
 
 #include <cassert>

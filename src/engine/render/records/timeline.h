@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The timeline: 32 rows of clips laid end to end, one flat block. A frame draws at most one clip of
 // each row, row 0 first.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engine/render/records/scene.h"
 
 #include <cstdio>
