@@ -173,7 +173,7 @@ std::string RunInChild(const ChildLimits& limits, const std::function<void(Bytes
         return strerror(error);
     }
 
-    const int64_t endMs = NowMs() + int64_t{limits.seconds} * 1000;
+    const int64_t endMs = NowMs() + int64_t{limits.clockSeconds} * 1000;
     const bool isInTime = TakeOutput(ends[0], endMs, output);
     close(ends[0]);
     bool isKilled = false;
@@ -183,9 +183,11 @@ std::string RunInChild(const ChildLimits& limits, const std::function<void(Bytes
         return "";
     }
     output->clear();
-    const bool isTooSlow =
-        !isInTime || isKilled || (WIFSIGNALED(status) && WTERMSIG(status) == SIGXCPU);
-    if (isTooSlow)
+    if (!isInTime || isKilled)
+    {
+        return "took more than " + std::to_string(limits.clockSeconds) + " s";
+    }
+    if (WIFSIGNALED(status) && WTERMSIG(status) == SIGXCPU)
     {
         return "took more than " + std::to_string(limits.seconds) + " s";
     }

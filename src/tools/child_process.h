@@ -12,8 +12,9 @@
 
 struct ChildLimits
 {
-    uint64_t memory;  // bytes that the child may take beside those that the program has
-    uint32_t seconds; // of the processor, and as many of the clock
+    uint64_t memory;       // bytes that the child may take beside those that the program has
+    uint32_t seconds;      // of the processor
+    uint32_t clockSeconds; // of the clock: more, since a busy machine gives a child little of each
 };
 
 /// Runs `work` in a child process, which sees the program's memory as it is, and takes the bytes

@@ -18,7 +18,7 @@
 #include "tools/report.h"
 
 /// A model has at most 1 GiB, and Assimp's own form of a mesh is about as large.
-static constexpr ChildLimits kImportLimits = {uint64_t{2} << 30, 60};
+static constexpr ChildLimits kImportLimits = {uint64_t{2} << 30, 60, 600};
 
 /// Things of the source that the author hears about.
 struct ImportNotes

@@ -24,7 +24,7 @@ static constexpr float kAspect = 1.3333334f;
 static constexpr uint32_t kCandidates = 24;
 static constexpr uint32_t kEndlessTicks = 6000; // looked at of a piece that never ends
 static constexpr uint64_t kLargestPackage = uint64_t{1} << 30;
-static constexpr ChildLimits kLimits = {uint64_t{2} << 30, 60};
+static constexpr ChildLimits kLimits = {uint64_t{2} << 30, 60, 600};
 
 /// What the child's bytes begin with.
 static constexpr uint8_t kIsPicture = 1;

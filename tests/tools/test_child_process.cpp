@@ -10,7 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-static constexpr ChildLimits kRoomy = {1 << 30, 60};
+static constexpr ChildLimits kRoomy = {1 << 30, 60, 600};
 
 /// @return what ended the child
 static std::string EndOf(const ChildLimits& limits, void (*work)(Bytes*))
@@ -54,7 +54,7 @@ TEST(ChildProcess, ASignalEndsTheChildAlone)
 
 TEST(ChildProcess, ABusyChildIsEnded)
 {
-    const ChildLimits brief = {1 << 30, 1};
+    const ChildLimits brief = {1 << 30, 1, 600};
     EXPECT_EQ(EndOf(brief,
                     [](Bytes*)
                     {
@@ -90,13 +90,13 @@ TEST(ChildProcess, HearsThatItsTimeIsUpBeforeItIsKilled)
 
 TEST(ChildProcess, AWaitingChildIsEnded)
 {
-    const ChildLimits brief = {1 << 30, 1};
+    const ChildLimits brief = {1 << 30, 60, 1};
     EXPECT_EQ(EndOf(brief, [](Bytes*) { pause(); }), "took more than 1 s");
 }
 
 TEST(ChildProcess, MemoryHasAnEnd)
 {
-    const ChildLimits narrow = {64 << 20, 60};
+    const ChildLimits narrow = {64 << 20, 60, 600};
     Bytes output;
     EXPECT_EQ(RunInChild(
                   narrow,
