@@ -23,7 +23,7 @@ static constexpr const char* kRuleNames[] = {
     "one-coordinate-set", "no-normals", "flat-triangles", "inside-out", "no-scale", "target-not-shown", "target-not-drawn",
     "target-feeds-itself", "open-target",
     "empty-timeline", "early-end", "hidden-clip", "past-index", "empty-loop", "late-spline",
-    "loading-length", "short-first-row", "empty-clip", "never-seen", "blank-picture",
+    "loading-length", "short-first-row", "empty-clip", "never-seen",
     "too-many-instances", "too-large", "near-limit", "dearest-tick", "size",
 };
 // clang-format on

@@ -83,7 +83,6 @@ enum class Rule : uint8_t
     kShortFirstRow,
     kEmptyClip,
     kNeverSeen,
-    kBlankPicture,
     // Cost
     kTooManyInstances,
     kTooLarge,

@@ -539,7 +539,7 @@ static constexpr Rule kTestedAlone[] = {
     Rule::kLoadingLength,     Rule::kTooLarge,        Rule::kSize,
     Rule::kNeverSeen,         Rule::kShortFirstRow,   Rule::kTargetNotDrawn,
     Rule::kInsideOut,         Rule::kNearLimit,       Rule::kMusicLength,
-    Rule::kBlankPicture,      Rule::kDearestTick,
+    Rule::kDearestTick,
 };
 
 TEST(RuleNames, AllHaveATest)
