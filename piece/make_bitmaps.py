@@ -183,7 +183,7 @@ def room():
         ny = (y - 63.5) / 64.0
         square = nx * nx + ny * ny
         nz = math.sqrt(1.0 - square) if square < 1.0 else 0.0
-        # What is mirrored there: from below (-1) to above (1).
+        # Up and side of the mirrored world, each from -1 (below, left) to 1.
         up = 2.0 * ny * nz
         side = 2.0 * nx * nz
         back = 2.0 * nz * nz - 1.0
@@ -215,7 +215,7 @@ BITMAPS = {
     "night": night,
     "dawn": dawn,
     "room": room,
-    # What the piece draws into. The sizes fit into the smallest window.
+    # Bitmaps that the piece draws into. Their sizes fit into the smallest window.
     "feedback": lambda: blank(256, 128),
     "portal": lambda: blank(256, 128),
     "bloom": lambda: blank(64, 64),

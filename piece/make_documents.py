@@ -702,7 +702,7 @@ def add_summit(piece):
     glow = recipes.added_texture_on_top((BEAT_PULSE * 0.4 + 0.5) * (GOLD * 0.7),
                                         texture=piece.textures.halo, name="summit glow")
 
-    # What was drawn before, a little larger, and on it where the hoops are now.
+    # The picture before, a little larger, and on it the hoops where they are now.
     before = Scene(name="trail before")
     before.add(piece.models.square, old, position=(0.5, 0.5, FAR), scale=(1.05, 1.05, 1.0))
     trail = Scene(name="trail")

@@ -8,8 +8,8 @@
 
 #include "player/launcher.h"
 
-/// What the audio callback counts. SDL's audio thread writes it and the main thread reads it, word
-/// by word and without a lock: a block that comes in between two reads moves the clock by that
+/// The counts of the audio callback. SDL's audio thread writes it and the main thread reads it,
+/// word by word and without a lock: a block that comes in between two reads moves the clock by that
 /// block for one frame, which does no harm.
 struct AudioCounters
 {

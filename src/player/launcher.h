@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// What the viewer chooses before the piece starts, and the window for it.
+// The viewer's choices before the piece starts, and the window for them.
 //
 // The window is one picture with a list of resolutions, three aspects, a start button and four
 // switches; launcher_state.h tells how the mouse works it. There are no keys.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// What the mouse does in the launcher window, apart from the window: where things are hit, and what
+// The mouse in the launcher window, apart from the window: where things are hit, and what
 // a look at the mouse changes.
 //
 // There is no capture of any kind. Every look at the mouse with its button down counts, wherever

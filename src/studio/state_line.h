@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// What the program tells whoever asks: one line of JSON.
+// The state of the program for whoever asks: one line of JSON.
 #pragma once
 
 #include <string>

@@ -18,7 +18,7 @@
 #include "tools/folder_build.h"
 #include "tools/report.h"
 
-/// What was checked, and under which names its documents are told.
+/// A piece that was checked, and the names under which its documents are told.
 struct CheckedPath
 {
     std::string path;

@@ -82,17 +82,7 @@ static void SetTimeLimit(uint32_t seconds)
 
     Bytes bytes;
     work(&bytes);
-    size_t written = 0;
-    while (written < bytes.size())
-    {
-        const ssize_t step = write(output, bytes.data() + written, bytes.size() - written);
-        if (step < 0 && errno != EINTR)
-        {
-            _exit(EXIT_FAILURE);
-        }
-        written += step < 0 ? 0 : static_cast<size_t>(step);
-    }
-    _exit(EXIT_SUCCESS);
+    _exit(WriteAll(output, bytes.data(), bytes.size()) ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
 /// Takes what the child writes until it closes its end.

@@ -44,7 +44,7 @@ struct ProgramFacts
 /// Tells what the command line takes.
 ProgramFacts DescribeCommandLine();
 
-/// What may stand at the place of an argument or value.
+/// The kind of word that may stand at the place of an argument or value.
 enum class WordKind : uint8_t
 {
     kAnything,

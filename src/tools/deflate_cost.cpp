@@ -79,7 +79,7 @@ static uint32_t TakeSymbol(const Code& code, BitReader* reader)
     return 0;
 }
 
-/// What a length or distance code stands for: `base` and that many bits more.
+/// The numbers that a length or distance code stands for: `base` and that many bits more.
 struct Range
 {
     uint32_t base;

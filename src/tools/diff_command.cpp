@@ -33,7 +33,7 @@ static void Tell(Comparison* comparison, const std::string& place, const std::st
 
 // ---- Trees
 
-/// What a node says, all below it included, in one form.
+/// The contents of a node, all below it included, in one form.
 static std::string Said(const TiXmlNode* node)
 {
     TiXmlPrinter printer;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// What differs between two packages.
+// The differences between two packages.
 #pragma once
 
 #include <string>

@@ -48,7 +48,7 @@ struct WaitingPicture
     Bytes rgb; // as it was drawn
 };
 
-/// What both threads share.
+/// The pictures that one thread hands to the other.
 struct Hand
 {
     std::mutex mutex; // of all below
@@ -120,7 +120,7 @@ static Bytes FreeBlock(size_t size, Hand* hand)
     return block;
 }
 
-/// What draws: all that has to be closed again.
+/// The display, stage and buffers of drawing: all that has to be closed again.
 struct Easel
 {
     EglDisplay display;

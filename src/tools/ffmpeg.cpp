@@ -10,6 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "tools/files.h"
 #include "tools/report.h"
 
 static constexpr int kNoProgram = 127; // the child's exit code where there is no ffmpeg
@@ -73,18 +74,7 @@ bool StartFfmpeg(const std::vector<std::string>& arguments, bool hasInput, Ffmpe
 
 bool FeedFfmpeg(const Ffmpeg* ffmpeg, const uint8_t* bytes, size_t size)
 {
-    while (size > 0)
-    {
-        const ssize_t step = write(ffmpeg->input, bytes, size);
-        if (step < 0 && errno != EINTR)
-        {
-            return false;
-        }
-        const size_t written = step < 0 ? 0 : static_cast<size_t>(step);
-        bytes += written;
-        size -= written;
-    }
-    return true;
+    return WriteAll(ffmpeg->input, bytes, size);
 }
 
 static void CloseInput(Ffmpeg* ffmpeg)

@@ -23,6 +23,23 @@ static bool ReportErrno(const std::string& path)
     return ReportFile(path, strerror(errno));
 }
 
+bool WriteAll(int file, const void* bytes, size_t size)
+{
+    const char* rest = static_cast<const char*>(bytes);
+    while (size > 0)
+    {
+        const ssize_t step = write(file, rest, size);
+        if (step < 0 && errno != EINTR)
+        {
+            return false;
+        }
+        const size_t written = step < 0 ? 0 : static_cast<size_t>(step);
+        rest += written;
+        size -= written;
+    }
+    return true;
+}
+
 bool MeasureFile(const std::string& path, uint64_t* size)
 {
     struct stat status = {};
@@ -247,26 +264,6 @@ static void EndReplacement(Replacement* replacement)
     }
     close(replacement->file);
     close(replacement->folder);
-}
-
-/// @return false with errno set
-static bool WriteAll(int file, const unsigned char* bytes, size_t size)
-{
-    size_t written = 0;
-    while (written < size)
-    {
-        const ssize_t step = write(file, bytes + written, size - written);
-        if (step < 0 && errno == EINTR)
-        {
-            continue;
-        }
-        if (step < 0)
-        {
-            return false;
-        }
-        written += static_cast<size_t>(step);
-    }
-    return true;
 }
 
 /// Gives the written file the name of the one that it replaces.

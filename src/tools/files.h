@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 
 // Files of the disk: reading them whole, and replacing them in one step, so that a command that
-// fails or is killed leaves the old file as it was. Every routine here reports its own errors and
-// returns false then.
+// fails or is killed leaves the old file as it was. Every routine here but WriteAll reports its own
+// errors and returns false then.
 #pragma once
 
 #include <cstddef>
@@ -18,6 +18,12 @@ bool MeasureFile(const std::string& path, uint64_t* size);
 /// Reads a regular file whole, and never waits for a pipe.
 /// @param most   bytes; a larger file is an error
 bool ReadWholeFile(const std::string& path, uint64_t most, Bytes* bytes);
+
+/// Writes bytes to an open file, pipe or socket, and goes on after a signal or a part.
+/// It prints nothing.
+/// @param bytes   size bytes
+/// @return false with errno set
+bool WriteAll(int file, const void* bytes, size_t size);
 
 /// Makes a folder, with those above it that are missing. One that is there is fine.
 bool MakeFolder(const std::string& folder);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// What a package is, at a glance.
+// A package at a glance.
 #pragma once
 
 #include <cstdint>

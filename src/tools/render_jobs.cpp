@@ -14,6 +14,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "tools/files.h"
 #include "tools/report.h"
 
 static constexpr int kEndSignals[] = {SIGINT, SIGTERM, SIGHUP};
@@ -269,15 +270,10 @@ static bool RelayRaw(const Job& job, int output, RawRelay* relay)
     {
         return got < 0 && errno == EINTR;
     }
-    for (ssize_t written = 0; written < got && !relay->hasFailed;)
+    if (!relay->hasFailed && !WriteAll(output, bytes, static_cast<size_t>(got)))
     {
-        const ssize_t step = write(output, bytes + written, static_cast<size_t>(got - written));
-        if (step < 0 && errno != EINTR)
-        {
-            ReportError("standard output: %s", strerror(errno));
-            relay->hasFailed = true;
-        }
-        written += step < 0 ? 0 : step;
+        ReportError("standard output: %s", strerror(errno));
+        relay->hasFailed = true;
     }
     relay->taken += static_cast<size_t>(got);
     if (relay->taken == relay->size)

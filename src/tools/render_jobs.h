@@ -25,7 +25,7 @@ struct RenderWork
     std::function<bool(const RenderOutput&)> finish;
 };
 
-/// What came of it.
+/// The outcome of a render.
 struct RenderOutcome
 {
     DrawResult result;

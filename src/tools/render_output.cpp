@@ -15,6 +15,7 @@
 
 #include "engine/data/byte_order.h"
 #include "music/load_module.h"
+#include "tools/files.h"
 #include "tools/report.h"
 
 PictureHash HashBytes(const void* bytes, size_t size)
@@ -46,22 +47,6 @@ std::string HashText(const PictureHash& hash)
 }
 
 // ---- Files
-
-static bool WriteAll(int file, const uint8_t* bytes, size_t size)
-{
-    while (size > 0)
-    {
-        const ssize_t step = write(file, bytes, size);
-        if (step < 0 && errno != EINTR)
-        {
-            return false;
-        }
-        const size_t written = step < 0 ? 0 : static_cast<size_t>(step);
-        bytes += written;
-        size -= written;
-    }
-    return true;
-}
 
 /// Writes a file beside its place and moves it there. Unlike ReplaceFile it does not wait for the
 /// disk: a picture that a power cut has lost is drawn again.

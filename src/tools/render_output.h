@@ -34,7 +34,7 @@ struct PictureDifference
     uint64_t different; // pixels
 };
 
-/// What is told of each picture.
+/// The facts that are told of each picture.
 struct PictureReport
 {
     uint32_t index;

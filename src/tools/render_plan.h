@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// What `dpk render` is asked for, and the plan that comes of it: every picture with its time, the
+// The wishes for `dpk render`, and the plan that comes of them: every picture with its time, the
 // sound, and where all of it goes. A plan holds nothing of OpenGL, so it can be made once and be
 // carried out by several processes.
 #pragma once

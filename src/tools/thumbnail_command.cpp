@@ -26,7 +26,7 @@ static constexpr uint32_t kEndlessTicks = 6000; // looked at of a piece that nev
 static constexpr uint64_t kLargestPackage = uint64_t{1} << 30;
 static constexpr ChildLimits kLimits = {uint64_t{2} << 30, 60, 600};
 
-/// What the child's bytes begin with.
+/// The first byte of the child's output.
 static constexpr uint8_t kIsPicture = 1;
 static constexpr uint8_t kIsFault = 0;
 

@@ -25,7 +25,7 @@ struct Source
     Bytes bytes;
 };
 
-/// What the user hears at the end.
+/// The notes for the user at the end.
 struct UnbuildNotes
 {
     std::vector<std::string> lines;

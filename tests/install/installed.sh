@@ -1,4 +1,4 @@
-# What the checks of this folder share. Sourced, with the environment that CMakeLists.txt sets; run by
+# The part that the checks of this folder share. Sourced, with the environment that CMakeLists.txt sets; run by
 # hand, a check looks at the release build.
 set -euo pipefail
 : "${SOURCE_FOLDER:=$(cd "$(dirname "$0")/../.." && pwd)}"

@@ -6,6 +6,7 @@ PICTURES a folder for screenshots; without it they lie beside the page.
 
 from __future__ import annotations
 
+import gzip
 import os
 from collections.abc import Iterator
 
@@ -158,7 +159,7 @@ def test_everything_has_a_name_and_a_place(browser: Browser) -> None:
 def test_accessibility(browser: Browser, scheme: str) -> None:
     axe = os.environ["AXE"]
     browser.prefer(scheme)
-    with open(axe, encoding="utf-8") as stream:
+    with gzip.open(axe, "rt", encoding="utf-8") as stream:
         browser.run(stream.read())
     violations = browser.run_async("""
         const done = arguments[0];

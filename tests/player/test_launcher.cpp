@@ -52,7 +52,7 @@ static std::string Selectors(int resolutionTop, int aspectTop)
     return Blit("99x20", 21, resolutionTop) + Blit("61x22", 194, aspectTop);
 }
 
-/// What the window shows at first.
+/// The first look of the window.
 static const std::string kFirstPicture = kBackground + Selectors(129, 17) + kMarks + kShow;
 
 static const std::string kOpening =
@@ -74,7 +74,7 @@ static std::string IdleLook(int x, int y, const std::string& button = "")
     return Look(x, y, button) + kPause;
 }
 
-/// What follows on a look that changes something.
+/// The drawing that follows on a look that changes something.
 /// @param marks   of the switches that are on, and after them the pressed button
 static std::string Redraw(const std::string& selectors, const std::string& marks)
 {
@@ -116,7 +116,7 @@ static ChildRun Launch(const SdlScript& script)
         });
 }
 
-/// The mouse as told, one look after the other; then the window is closed.
+/// Plays a script of the mouse, one look after the other; then the window is closed.
 static ChildRun LaunchAndClose(const std::vector<ScriptedMouse>& mouse)
 {
     SdlScript script = {};

@@ -130,7 +130,7 @@ constexpr Area kResolutionText = {16, 12, 125, 376}; // inside the frame, below 
 constexpr Area kAspectText = {195, 12, 252, 86};
 constexpr Area kSwitchText = {170, 290, 304, 376};
 
-/// What is as light as this in a text's area belongs to a letter. The glow around it is darker.
+/// A pixel as light as this in a text's area belongs to a letter. The glow around it is darker.
 constexpr int kInk = 160;
 
 bool IsInk(const Image& image, int32_t x, int32_t y)

@@ -24,10 +24,10 @@ static const std::string kSettings = "ModPlug_GetSettings\n"
                                      "44100 resampling 3 stereo 101 mix 102 "
                                      "reverb 20 104 bass 105 106 surround 107 108 loops 0\n";
 
-/// What a start with a file that is no module writes down, up to the audio device.
+/// The record of a start with a file that is no module, up to the audio device.
 static const std::string kNotLoaded = kSettings + "SDL_OpenAudio 44100 S16LSB 2 8192\n";
 
-/// What a start with a module writes down, up to the audio device.
+/// The record of a start with a module, up to the audio device.
 static std::string Loaded(const std::string& module)
 {
     return "ModPlug_Load " + std::to_string(module.size()) + " \"" + module + "\"\n" +

@@ -39,7 +39,8 @@ static std::string ReadFile(const std::string& path)
     return bytes;
 }
 
-/// What the module plays, left and right by turns, up to its end but never longer than two minutes.
+/// The samples of the module, left and right by turns, up to its end but never longer than two
+/// minutes.
 struct Recording
 {
     std::vector<int16_t> samples;

@@ -14,7 +14,7 @@ static constexpr int32_t kHeight = 384;
 static constexpr int32_t kShrink = 4;  // to 128 x 96
 static constexpr uint32_t kEnd = 9600; // ticks
 
-// What renderers may differ in: edges, by the sampling, lines, and the last bits of a shade.
+// Renderers may differ in edges, by the sampling, in lines, and in the last bits of a shade.
 static constexpr double kMeanTolerance = 3.0;     // of 255
 static constexpr double kOutlierTolerance = 0.02; // share of pixels
 

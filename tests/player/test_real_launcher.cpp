@@ -15,7 +15,7 @@
 static const std::string kTitle = "Quorvale Engine v0.232";
 static const std::string kSeparator = "========================================\n";
 
-// What is in the launcher window, in its pixels.
+// Places in the launcher window, in its pixels.
 static constexpr int32_t kListX = 70;
 static constexpr int32_t kAspectX = 223;
 static constexpr int32_t kBoxX = 163;

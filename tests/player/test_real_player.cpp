@@ -35,7 +35,7 @@ static constexpr size_t kBlockBytes = 32768; // of sound, what SDL asks for at a
 
 static constexpr int32_t kShrink = 4; // 1024x768 becomes 256x192
 
-// What renderers may differ in: edges, by the sampling, and the last bits of a shade.
+// Renderers may differ in edges, by the sampling, and in the last bits of a shade.
 static constexpr double kMeanTolerance = 2.0;     // of 255
 static constexpr double kOutlierTolerance = 0.01; // share of pixels
 
@@ -139,8 +139,8 @@ static std::string PieceOf(const DocumentSource& loading, const DocumentSource& 
                         {"square", SquareModel()}});
 }
 
-/// What the sound device gets for a module: blocks as SDL asks for them, under the player's
-/// settings.
+/// The bytes that the sound device gets for a module: blocks as SDL asks for them, under the
+/// player's settings.
 static std::string RenderModule(const std::string& module, size_t bytes)
 {
     ModPlugFile* file = ModPlug_Load(module.data(), static_cast<int>(module.size()));

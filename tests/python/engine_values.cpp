@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// What the engine reads out of a document, for the tests of the authors' library.
+// Prints what the engine reads out of a document, for the tests of the authors' library.
 //
 //   engine_values DOCUMENT           prints the records of envelopes, materials, scenes and rows
 //   engine_values DOCUMENT values    reads lines "ID TICK" and prints that envelope's value, as
@@ -244,7 +244,7 @@ int main(int argc, char** argv)
         return 2;
     }
 
-    // What lies in a package is walked over.
+    // Sections whose items lie in a package are walked over.
     SectionReader readers[kSectionCount];
     std::copy(std::begin(PieceSections), std::end(PieceSections), readers);
     readers[static_cast<size_t>(Section::kModels)] = {};

@@ -28,7 +28,7 @@ ENVELOPE = '<e type="0" loop_type="0" loop_begin="0" loop_end="0">{}</e>'
 EFFECT = '<e name="{}" type="9" resolution="64x64" bpp="8">{}</e>'
 OBJECT = '<o type="0" object="0" material="0">{}{}</o>'
 
-# What there is n times of, by the word of its limit.
+# Makers of n things, by the word of their limit.
 CASES = {
     "items": lambda n: document("materials", f'<m type="0">{STATIC}</m>' * n),
     "layers": lambda n: document("layers", '<l type="9"/>' * n),

@@ -70,7 +70,7 @@ static void HandOver(int exitCode, void* /*unused*/)
         }
         sent += static_cast<size_t>(bytes);
     }
-    // What the run keeps to its end is not looked for: it is meant to go with the process.
+    // Memory that the run keeps to its end is not looked for: it is meant to go with the process.
     _exit(exitCode);
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// What faults print, for comparisons.
+// The printed lines of faults, for comparisons.
 #pragma once
 
 #include <string>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// What a context's state is after the calls of a record: for tests of what one routine leaves
-// behind for the next. The text is that of recorded_gl.
+// The state of a context after the calls of a record: for tests of what one routine leaves
+// for the next. The text is that of recorded_gl.
 #pragma once
 
 #include <map>

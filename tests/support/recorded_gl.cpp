@@ -903,7 +903,7 @@ bool ReadDrawnArrays(size_t count, const void* indices)
 
 } // namespace
 
-// What tests ask.
+// Questions of tests.
 
 std::string TakeGlCalls()
 {
@@ -1007,7 +1007,7 @@ void OfferGlExtensions(const GlExtensions& extensions)
     gl.offer = extensions;
 }
 
-// What programs call, in the place of the driver.
+// Calls of programs, in the place of the driver.
 
 void GLAPIENTRY glEnable(GLenum cap)
 {

@@ -121,7 +121,7 @@ const float* GlTextureMatrix(uint32_t unit); // 0 to 7
 /// Matrices on the modelview stack: 1 when all pushes were popped.
 size_t GlModelviewDepth();
 
-/// What glewInit will find. Until it runs, all flags of GLEW are 0.
+/// The features that glewInit will find. Until it runs, all flags of GLEW are 0.
 struct GlExtensions
 {
     bool vertexBufferObject;

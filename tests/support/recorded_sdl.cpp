@@ -278,7 +278,7 @@ extern "C"
         }
         if (place != nullptr)
         {
-            // What the blit covered, as SDL tells it.
+            // The area that the blit covered, as SDL tells it.
             place->w = static_cast<Uint16>(source->w);
             place->h = static_cast<Uint16>(source->h);
         }

@@ -32,7 +32,7 @@
 #include <string>
 #include <vector>
 
-/// What one SDL_PollEvent finds.
+/// The answer of one SDL_PollEvent.
 struct ScriptedPoll
 {
     uint32_t blocks; // audio blocks that the device asks for before the call returns
@@ -41,7 +41,7 @@ struct ScriptedPoll
     bool key;        // the call returns SDL_KEYDOWN
 };
 
-/// What one SDL_GetMouseState finds.
+/// The answer of one SDL_GetMouseState.
 struct ScriptedMouse
 {
     int x; // in the window

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-// What shells make of the scripts is tested where they are installed, by
+// The shells' own reading of the scripts is tested where they are installed, by
 // install.check-dpk-completion.
 
 static const ProgramFacts kFacts = {

@@ -56,7 +56,7 @@ class RenderCommand : public testing::Test
         setenv("PATH", (folder.path + "/bin:" + getenv("PATH")).c_str(), 1);
     }
 
-    /// What a program prints.
+    /// The printed lines of a program.
     std::string Output(const std::string& command)
     {
         FILE* stream = popen(("cd '" + folder.path + "' && " + command).c_str(), "r");

@@ -51,8 +51,8 @@ static std::string Build(const TemporaryFolder& folder, const std::string& sourc
     return bytes;
 }
 
-/// What a package says, by entry: of documents and models what is in their containers, with the
-/// blanks of documents taken out. Of two entries with one name the first counts.
+/// The records of a package, by entry: of documents and models what is in their containers, with
+/// the blanks of documents taken out. Of two entries with one name the first counts.
 static std::map<std::string, std::string> RecordsOf(const TemporaryFolder& folder,
                                                     const std::string& package)
 {

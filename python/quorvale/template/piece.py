@@ -28,7 +28,7 @@ relief = layers.maze(size=4) * 0.6 + layers.noise(seed=7) * 0.2 | steps.blur() |
 stone = relief + layers.color((0.3, 0.25, 0.2))
 stripes = layers.plasma(Color.hex("#5090e0"), repeat_x=0, repeat_y=5)
 
-# What moves is a curve. This one strikes on every beat: 1 falling to 0, over and over.
+# Anything that moves is a curve. This one strikes on every beat: 1 falling to 0, over and over.
 beat = music.beat(1)
 pulse = ease_out(1, 0, beat).looped()
 lamp = Light((pulse * 0.6 + 0.6) * Color.hex("#ffb060"), position=(wave(0, 4, 400), 3, 4),

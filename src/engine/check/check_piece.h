@@ -13,7 +13,7 @@
 
 #include "engine/check/finding.h"
 
-/// What is checked.
+/// One check: a package, and how its findings are named.
 struct CheckRequest
 {
     const char* path;           // of the package; null where it is in memory

@@ -65,6 +65,13 @@ static void CheckRest(StructureWalk* walk, const TiXmlBase* node, const char* te
          FormatText("\"%s\" goes on after its number, and counts as %s", text, kept.c_str()));
 }
 
+static void TellNoNumber(StructureWalk* walk, const TiXmlBase* node, const char* text)
+{
+    Tell(walk, Severity::kWarning, Rule::kNotANumber, node,
+         *SkipSpace(text) == 0 ? "an empty text counts as 0"
+                               : FormatText("\"%s\" is no number, and counts as 0", text));
+}
+
 static void CheckInteger(StructureWalk* walk, const TiXmlBase* node, const char* text, bool isTicks)
 {
     char* rest = nullptr;
@@ -73,9 +80,7 @@ static void CheckInteger(StructureWalk* walk, const TiXmlBase* node, const char*
     const char* start = SkipSpace(text);
     if (rest == text)
     {
-        Tell(walk, Severity::kWarning, Rule::kNotANumber, node,
-             *start == 0 ? "an empty text counts as 0"
-                         : FormatText("\"%s\" is no number, and counts as 0", text));
+        TellNoNumber(walk, node, text);
         return;
     }
     if (IsHex(start))
@@ -110,9 +115,7 @@ static void CheckFloat(StructureWalk* walk, const TiXmlBase* node, const char* t
     const char* start = SkipSpace(text);
     if (rest == text)
     {
-        Tell(walk, Severity::kWarning, Rule::kNotANumber, node,
-             *start == 0 ? "an empty text counts as 0"
-                         : FormatText("\"%s\" is no number, and counts as 0", text));
+        TellNoNumber(walk, node, text);
         return;
     }
     if (IsHex(start))

@@ -317,7 +317,7 @@ static void CheckClipView(ViewWalk* walk, uint32_t row, uint32_t clip)
 
 // ---- Cost
 
-/// What a picture has to draw.
+/// The work of drawing one picture.
 struct Cost
 {
     uint32_t tick;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// What the parts of a check share.
+// The record that all parts of a check share.
 #pragma once
 
 #include <cstdint>

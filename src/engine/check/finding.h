@@ -93,7 +93,7 @@ enum class Rule : uint8_t
 
 inline constexpr uint32_t kRuleCount = static_cast<uint32_t>(Rule::kSize) + 1;
 
-/// @return the rule's name, lent for ever: "dangling-reference"
+/// @return its stable name, lent for ever: "dangling-reference"
 const char* RuleName(Rule rule);
 
 /// @return whether there is such a rule

@@ -27,7 +27,7 @@ static uint32_t Number(const ModuleBytes& file, size_t at, uint32_t bytes)
     return number;
 }
 
-/// What one row does to the order of rows and to their pace.
+/// The effects of one row on the order of rows and on their pace.
 struct RowEffects
 {
     int32_t jump;      // to this order; -1 for none

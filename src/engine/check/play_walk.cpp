@@ -13,7 +13,7 @@
 #include "engine/render/records/scene.h"
 #include "engine/render/records/timeline.h"
 
-/// What changes while a walk goes on.
+/// The state of a walk, which changes from tick to tick.
 struct WalkState
 {
     std::vector<EnvelopeCache> caches;  // [id - 1]

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// What the OpenGL of this machine offers and the viewer wants, decided once at start-up.
+// The OpenGL features that this machine offers and the viewer wants, decided once at start-up.
 #pragma once
 
 #include <cstdint>

@@ -24,7 +24,7 @@ inline constexpr uint64_t PieceBytesOf(uint64_t packageSize)
     return packageSize > kPieceBytes || bytes > kPieceBytes ? kPieceBytes : bytes;
 }
 
-/// What a piece may still take for inflated entries, trees of documents and pixels, all of them
+/// The bytes that a piece may still take for inflated entries, trees of documents and pixels, all
 /// together.
 struct PieceBudget
 {

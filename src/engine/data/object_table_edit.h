@@ -11,7 +11,7 @@
 
 #include "engine/data/object_table.h"
 
-/// What DeleteObject did.
+/// The outcome of DeleteObject.
 enum DeleteResult : uint32_t
 {
     kDeleted = 0,

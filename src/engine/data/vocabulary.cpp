@@ -181,8 +181,8 @@ static constexpr Row kEffectRows[] = {
 };
 
 // ---- Materials. In a document color, alpha and the fifth number come first, then the references,
-// the light before all others: in row 12 this table has it later. "Procedrual" in row 3 is how the
-// table has always had it.
+// the light before all others: in row 12 this table has it later. "Procedrual" in row 3 is the name
+// of the recipe; it is spelled so.
 
 static constexpr Param kRecipeColorParam = {"Color", "color", "color", Color, 0, 1, 1, Holds};
 /// Light is added up before anything is cut to 1.

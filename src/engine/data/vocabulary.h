@@ -120,7 +120,7 @@ const VocabularyRow* FindVocabularyRow(CatalogueId catalogue, int64_t number);
 /// flag, none for lights, textures, effects and bitmaps, which are named apart.
 uint32_t CountParamNumbers(const VocabularyRow* row);
 
-/// What an attribute or the text of an element holds.
+/// The kind of value that an attribute or the text of an element holds.
 enum class ContentKind : uint8_t
 {
     Nothing,
@@ -178,7 +178,7 @@ extern const VocabularySection VocabularySections[kSectionCount + 1];
 /// @return the row of a section or of the music node; null for Section::kNone
 const VocabularySection* FindVocabularySection(Section section);
 
-/// What comes of more than a limit.
+/// The consequence of more than a limit.
 enum class PastLimit : uint8_t
 {
     Fails,   // the player ends with a line that says where

@@ -11,7 +11,7 @@
 #include "engine/render/records/timeline.h"
 #include "engine/render/render_target.h"
 
-/// What "force 16:9" forces, whatever its name says.
+/// "force 16:9" forces 16:10, whatever its name says.
 static constexpr float kForcedAspect = 1.6f;
 
 /// The six camera values of a clip at its animation time.

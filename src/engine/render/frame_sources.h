@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// What every routine of a frame needs, as one record.
+// The sources that every routine of a frame needs, as one record.
 #pragma once
 
 #include <cstdint>

@@ -13,7 +13,7 @@ struct GlShadow;
 
 inline constexpr uint32_t kTextureUnits = 2;
 
-/// What OpenGL was told of the texture coordinate arrays; all zero in a fresh context.
+/// The state of texture coordinate arrays that OpenGL was told of; all zero in a fresh context.
 struct TexCoordArrays
 {
     uint32_t unit; // the selected one

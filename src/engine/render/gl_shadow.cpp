@@ -625,7 +625,7 @@ void ShadowNoteDraw(GlContext* gl)
 
 void ShadowNoteCopy(GlContext* gl, uint32_t bitmapId)
 {
-    // What lies outside the window is not copied, and keeps the texels that it had: no copy of any
+    // Texels outside the window are not copied, and keep the values that they had: no copy of any
     // frame reaches them. So each copy writes all that can differ.
     UseOf(gl->shadow, bitmapId)->written = true;
 }

@@ -60,7 +60,7 @@ struct ShadowUnit
     uint32_t texCoordBuffer;     // OpenGL name; 0 where the pointer is one into memory
 };
 
-/// What OpenGL keeps of a texture besides its picture.
+/// The state that OpenGL keeps of a texture besides its picture.
 struct TextureSettings
 {
     GLenum wrapS, wrapT;
@@ -97,7 +97,7 @@ struct ShadowState
     uint32_t bitmapCount;
 };
 
-/// What a frame did with the picture of a bitmap.
+/// The use that a frame made of the picture of a bitmap.
 struct BitmapUse
 {
     uint32_t id;
@@ -126,7 +126,7 @@ struct GlShadow
     uint32_t* useOf; // [bitmap's id - 1], owned: place in `uses`, counted from 1; 0 for none
 };
 
-/// What a run is drawn with.
+/// The settings that a run is drawn with.
 struct ShadowView
 {
     int32_t width;  // pixels of the window

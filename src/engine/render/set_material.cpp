@@ -6,7 +6,7 @@
 #include "engine/render/gl_calls.h"
 #include "engine/render/records/material.h"
 
-/// What a recipe is given.
+/// The sources of one recipe.
 struct MaterialSetup
 {
     const Material* material; // borrowed, as all below

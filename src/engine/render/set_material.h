@@ -8,7 +8,7 @@
 #include "engine/render/frame_sources.h"
 #include "engine/render/tex_coord_arrays.h"
 
-/// What an object asks of its material.
+/// The needs of an object, by which its material is set.
 struct MaterialRequest
 {
     uint32_t time;            // object time in ticks

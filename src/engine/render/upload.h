@@ -59,7 +59,7 @@ struct DocumentUpload
     DeformedBuffers deformed;
 };
 
-/// What uploads share while one document is read. Pointers are borrowed.
+/// The record that uploads share while one document is read. Pointers are borrowed.
 struct UploadContext
 {
     DocumentUpload* upload;

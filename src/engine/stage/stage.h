@@ -33,7 +33,7 @@ struct StageView
     GlFeatures features;
 };
 
-/// What a seek has shown, and what it took.
+/// The picture of a seek, and the work that it took.
 struct SeekResult
 {
     uint32_t tick;           // that is shown: a multiple of the stride

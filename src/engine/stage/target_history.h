@@ -59,7 +59,7 @@ bool AddHistoryStep(TargetHistory* history, const BitmapUse* uses, uint32_t useC
 /// @return the last step before `step` that wrote the bitmap; kLoadedPicture for none
 uint32_t FindWriter(const TargetHistory* history, uint32_t bitmapId, uint32_t step);
 
-/// What has to be drawn for one step.
+/// The targets that have to be drawn for one step.
 struct StepPlan
 {
     uint8_t* drawn;     // [stepCount], owned: 1 where the step has to be drawn; the last one is it

@@ -127,7 +127,7 @@ static WaveGains PreparePlasma(int32_t side, float step, ImageAxis* u, ImageAxis
                          static_cast<float>(cos(0.17 * d + 8.0)));
 }
 
-/// Chooses the tables of an axis. Where all angles of a factor have one sign, which is the rule,
+/// Chooses the tables of an axis. Where all angles of a factor have one sign, as most have,
 /// its places count from the start of a half of RaisedCosTable, and finding them costs less.
 /// @return false if the places have to count from the start of the whole table
 static bool ChooseHalves(const ImageAxis& axis, int32_t side, const WaveGains& gains,

@@ -10,7 +10,7 @@
 
 struct RandomSequence;
 
-/// What one factor of a color channel is made of, in "Effect 1" and "Rotate".
+/// The numbers of one factor of a color channel, in "Effect 1" and "Rotate".
 struct WaveRow
 {
     float spread; // how fast the wave runs over the image

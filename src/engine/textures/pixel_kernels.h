@@ -41,7 +41,7 @@ struct RippleSamples
     float* weight[4];   // their shares; slack
 };
 
-/// What a row of Ripple is displaced by.
+/// The displacements of a row of Ripple.
 struct RippleRow
 {
     int32_t size;               // side of the image, pixels
@@ -52,7 +52,7 @@ struct RippleRow
     const RippleSamples* space; // room for size samples
 };
 
-/// What makes a pixel of Radial colors out of its distance.
+/// The numbers that turn a distance into a pixel of Radial colors.
 struct RadialRamp
 {
     double inverseRadian;
@@ -79,7 +79,7 @@ struct PixelKernels
     /// @param sums   count words; slack
     void (*sumRow)(const uint8_t* row, size_t count, uint16_t* sums);
     void (*blurRow)(const WordRows* rows, size_t count, uint8_t* out);
-    /// What a row gives to the rows above, at and below it when they are embossed. One kernel in
+    /// The shares of a row in the rows above, at and below it when they are embossed. One kernel in
     /// four positions: the lower neighbours less the upper ones, those of the side less the
     /// opposite ones, and the pixel itself; the corner between counts twice.
     /// @param row      padded, with slack after the pad

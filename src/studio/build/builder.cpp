@@ -15,6 +15,7 @@
 #include <unistd.h>
 
 #include "tools/check_command.h"
+#include "tools/files.h"
 #include "tools/folder_build.h"
 #include "tools/piece_script.h"
 
@@ -41,19 +42,12 @@ static uint32_t MicrosecondsSince(std::chrono::steady_clock::time_point start)
         std::chrono::duration_cast<std::chrono::microseconds>(passed).count());
 }
 
-static void WriteAll(int stream, const void* data, size_t size)
+/// Answers whoever asked, and ends with it.
+static void SendAnswer(int stream, const void* bytes, size_t size)
 {
-    const char* bytes = static_cast<const char*>(data);
-    while (size != 0)
+    if (!WriteAll(stream, bytes, size))
     {
-        const ssize_t step = write(stream, bytes, size);
-        if (step < 0 && errno != EINTR)
-        {
-            _exit(EXIT_FAILURE); // whoever asked is gone
-        }
-        const size_t written = step < 0 ? 0 : static_cast<size_t>(step);
-        bytes += written;
-        size -= written;
+        _exit(EXIT_FAILURE);
     }
 }
 
@@ -117,8 +111,8 @@ static void Build(const std::string& folder, int output, EntryCache* cache)
     head.size = isGood ? packed.package.size : 0;
 
     fflush(stdout); // what was printed is there before the outcome
-    WriteAll(output, &head, sizeof(head));
-    WriteAll(output, packed.package.bytes, head.size);
+    SendAnswer(output, &head, sizeof(head));
+    SendAnswer(output, packed.package.bytes, head.size);
     free(packed.package.bytes);
 }
 

@@ -10,6 +10,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "tools/files.h"
+
 static constexpr size_t kReadStep = 65536; // bytes
 
 std::string OwnProgram()
@@ -129,16 +131,7 @@ void TellChild(Child* child, const std::string& line)
 {
     const std::string text = line + "\n";
     // SIGPIPE is ignored by the program: a child that ended is found out by its streams.
-    size_t sent = 0;
-    while (sent < text.size())
-    {
-        const ssize_t step = write(child->toChild, text.data() + sent, text.size() - sent);
-        if (step < 0 && errno != EINTR)
-        {
-            return;
-        }
-        sent += step < 0 ? 0 : static_cast<size_t>(step);
-    }
+    WriteAll(child->toChild, text.data(), text.size());
 }
 
 void EndChild(Child* child)

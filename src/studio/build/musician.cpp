@@ -2,12 +2,12 @@
 #include "studio/build/musician.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <unistd.h>
 
 #include "music/load_module.h"
 #include "music/module_sound.h"
+#include "tools/files.h"
 
 /// Of a module that plays on for ever, so much is played: half an hour.
 static constexpr uint32_t kMostFrames = 30u * 60u * static_cast<uint32_t>(kModuleRate);
@@ -28,23 +28,6 @@ int32_t FindTrackRow(const Track& track, uint32_t tick)
     return static_cast<int32_t>(after - track.rows.begin()) - 1;
 }
 
-static bool WriteAll(const void* data, size_t size)
-{
-    const char* bytes = static_cast<const char*>(data);
-    while (size != 0)
-    {
-        const ssize_t step = write(STDOUT_FILENO, bytes, size);
-        if (step < 0 && errno != EINTR)
-        {
-            return false;
-        }
-        const size_t written = step < 0 ? 0 : static_cast<size_t>(step);
-        bytes += written;
-        size -= written;
-    }
-    return true;
-}
-
 static bool WriteTrack(const ModuleSound& sound, const ModuleRows& rows)
 {
     const TrackHeader header = {rows.count, sound.frameCount};
@@ -54,9 +37,9 @@ static bool WriteTrack(const ModuleSound& sound, const ModuleRows& rows)
         const ModuleRow& row = rows.rows[i];
         ticks.push_back({TickOfRow(&row), row.order, row.row});
     }
-    return WriteAll(&header, sizeof(header)) &&
-           WriteAll(ticks.data(), ticks.size() * sizeof(TrackRow)) &&
-           WriteAll(sound.samples, size_t{sound.frameCount} * kModuleFrameBytes);
+    return WriteAll(STDOUT_FILENO, &header, sizeof(header)) &&
+           WriteAll(STDOUT_FILENO, ticks.data(), ticks.size() * sizeof(TrackRow)) &&
+           WriteAll(STDOUT_FILENO, sound.samples, size_t{sound.frameCount} * kModuleFrameBytes);
 }
 
 int RunMusician(const std::string& path)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// What keys do. The table is the list that F1 shows.
+// The commands of the keys. The table is the list that F1 shows.
 #pragma once
 
 #include <cstdint>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// What a build prints, as a list to choose from: each finding with its file and line.
+// The lines of a build, as a list to choose from: each finding with its file and line.
 #pragma once
 
 #include <cstdint>

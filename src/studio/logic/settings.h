@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// What the studio keeps from one run to the next: in the user's configuration folder, as lines of
+// The settings that last from one run to the next: in the user's configuration folder, as lines of
 // "key=value".
 #pragma once
 

@@ -43,7 +43,7 @@ void CountSoundBlock(SoundCount* count, uint32_t bytes, uint32_t nowMs);
 /// @return the position of the sound in ms; before the first block the one that it begins at
 uint32_t SoundPosition(const SoundCount* count, uint32_t nowMs);
 
-/// What a transport is moved on with.
+/// The times that move a transport on.
 struct TransportClock
 {
     uint32_t nowMs;          // time of the computer

@@ -61,7 +61,7 @@ inline float PlainSpline(const float* p, float s)
     {
         ++j;
     }
-    // Behind the last knot that has one after it, the last y holds.
+    // After the last knot that has one after it, the last y holds.
     if (j == 15)
     {
         return Y[14];

@@ -232,7 +232,7 @@ TEST(Envelope, LoopEndsKeepTheLow32BitsOfTheirTruncation)
     PlayedEnvelope large = MakeTimeEnvelope(kLoopLoop, 0.0f, 4294967808.0f);
     CheckValues(&large, {{512, 512.0f}, {513, 1.0f}});
 
-    // What 64 bits can't hold, and what is no number, is 0: loops of no length.
+    // A time that 64 bits can't hold, or that is no number, is 0: loops of no length.
     const float outside[] = {1e30f, -1e30f, kInfinity, -kInfinity, kNaN};
     for (float end : outside)
     {
@@ -545,7 +545,7 @@ TEST(EnvelopeSpline, OfKnotsThatAreNoNumbersHoldsTheLastValue)
 
 TEST(EnvelopeSpline, PassesOverAKnotThatIsNoNumber)
 {
-    // What looks at the second point for its segment or its neighbours' has no value.
+    // Segments that look at the second point, for themselves or for a neighbour, have no value.
     PlayedEnvelope envelope = MakeSpline({8, 1, kNaN, 2, 64, 3, 128, 3, 192, 3, 256, 3});
     EXPECT_EQ(EvaluateEnvelope(&envelope, 7), 1.0f);
     EXPECT_TRUE(std::isnan(EvaluateEnvelope(&envelope, 8)));

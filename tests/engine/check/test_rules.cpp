@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
 // Each rule from both sides: a document without a mistake has no finding, and one change of it has
-// the finding of the rule, at its line.
+// that rule's finding, at its line.
 #include <algorithm>
 #include <fstream>
 #include <gtest/gtest.h>

@@ -128,7 +128,7 @@ TEST(CompressedEntry, AMissingEntryIsNoFault)
     EXPECT_EQ(inflation.taken, 0u);
 }
 
-/// What a container gives, zeros included.
+/// The text that a container gives, zeros included.
 static std::string Content(const Bytes& container)
 {
     InflatedEntry entry = Inflate(container);

@@ -7,7 +7,7 @@
 
 #include "support/failing_memory.h"
 
-/// What holds of a table from which nothing was removed: ids are handed out in a row, and id and
+/// The promises of a table from which nothing was removed: ids are handed out in a row, and id and
 /// position are the same number.
 static void CheckUneditedTable(const ObjectTable* table)
 {

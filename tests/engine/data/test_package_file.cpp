@@ -21,7 +21,7 @@
 
 namespace fs = std::filesystem;
 
-/// What one lookup gave and printed.
+/// The outcome of one lookup, and its printed lines.
 struct Lookup
 {
     bool found;
@@ -423,7 +423,7 @@ static bool StandsAt(const Bytes& package, size_t entry, const std::string& name
     return ByteAt(package, entry + name.size()) == 0;
 }
 
-/// What an entry's numbers tell, and the bytes there.
+/// The numbers of an entry, and the bytes there.
 static Lookup TakeEntry(const Bytes& package, size_t entry, const std::string& name,
                         const std::string& printed)
 {

@@ -54,7 +54,7 @@ static std::string Names(const PendingEntry* list)
     return names;
 }
 
-/// What a routine returned, and the errors that it added.
+/// The result of a routine, and the errors that it added.
 struct Outcome
 {
     bool isWhole;

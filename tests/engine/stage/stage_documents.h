@@ -12,7 +12,7 @@
 /// An animated value: a number, or an envelope's id with a sign of '#' before it, as in "#2".
 using Value = std::string;
 
-/// What an object is and where it stands. In an orthographic clip the picture is the unit square, y
+/// The kind and place of an object. In an orthographic clip the picture is the unit square, y
 /// downwards.
 struct ObjectSource
 {

@@ -88,7 +88,7 @@ static bool PlayWithout(uint64_t k, const std::string& package)
     FreeFaults(&faults);
     if (stage.history.lastWriter != nullptr)
     {
-        // What is open goes on once there is memory again.
+        // An open stage goes on once there is memory again.
         EXPECT_TRUE(SeekPiece(&stage, 130, 10, &faults)) << FaultText(faults);
     }
     CloseStage(&stage);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// What stages leave behind of OpenGL when they are closed, on one that keeps books.
+// Stages leave nothing in OpenGL when they are closed: here on one that keeps books.
 #include <gtest/gtest.h>
 #include <string>
 

@@ -7,7 +7,7 @@
 
 #include "record/random_numbers.h"
 
-/// What each frame of a run does with bitmaps: the plain form that the record is compared with.
+/// The bitmaps of each frame of a run: the plain form that the record is compared with.
 using Frames = std::vector<std::vector<BitmapUse>>;
 
 struct MadeHistory

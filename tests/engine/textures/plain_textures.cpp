@@ -456,7 +456,7 @@ static void Ripple(const float* params, int size, uint8_t* pixels)
             const float fy = sy - static_cast<float>(iy);
             const float gx = 1.0f - fx;
             const float gy = 1.0f - fy;
-            // The remainders are those of the rule; the modulo keeps the rest inside.
+            // The remainders stay as they are; the modulo keeps the rest inside.
             const int column = Modulo(ix, size);
             const int row = Modulo(iy, size);
             const int column1 = Modulo((ix + 1) % size, size);

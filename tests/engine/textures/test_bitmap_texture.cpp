@@ -57,7 +57,7 @@ class BitmapTextureTest : public testing::Test
         EXPECT_EQ(FaultText(faults), "");
     }
 
-    /// What a fault prints after its place. Nothing of an image is kept.
+    /// The text of a fault after its place. Nothing of an image is kept.
     std::string ReadFault(const std::string& file, const char* item = "<b filename=\"a.tga\"/>")
     {
         EXPECT_FALSE(ReadItem(file, item));

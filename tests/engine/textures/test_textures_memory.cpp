@@ -18,7 +18,7 @@
 #include "support/fault_text.h"
 #include "support/package_builder.h"
 
-/// What one reading came to.
+/// The outcome of one reading.
 struct Outcome
 {
     bool done;

@@ -49,7 +49,7 @@ static std::vector<ParamPlace> AllParams(CatalogueId catalogue)
     return places;
 }
 
-/// What a row makes of its usual parameters, but for one.
+/// The image of a row's usual parameters, but for one.
 static Bytes Render(CatalogueId catalogue, const ParamPlace& place, float value)
 {
     std::vector<float> params = UsualParams(*place.row);
