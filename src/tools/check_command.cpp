@@ -15,6 +15,7 @@
 #include "engine/data/plain_text.h"
 #include "engine/data/vocabulary.h"
 #include "tools/command_line.h"
+#include "tools/files.h"
 #include "tools/folder_build.h"
 #include "tools/report.h"
 
@@ -182,12 +183,20 @@ static void PrintWay(const CheckedPath& checked, const Finding& finding, const O
 }
 
 /// The author's own line comes first where it is known: that is where editors jump to.
-static void PrintFinding(const CheckedPath& checked, const Finding& finding)
+/// @return the word for a severity, in its color where there are colors
+static std::string ShownSeverity(Severity severity, bool hasColors)
+{
+    static constexpr const char* kColors[] = {"\x1b[1;36m", "\x1b[1;35m", "\x1b[1;31m"};
+    const std::string word = SeverityWord(severity);
+    return hasColors ? kColors[static_cast<size_t>(severity)] + word + "\x1b[0m" : word;
+}
+
+static void PrintFinding(const CheckedPath& checked, const Finding& finding, bool hasColors)
 {
     const Origin* origin = OriginOf(checked, finding);
     std::string line =
         origin == nullptr ? DocumentPlace(checked, finding) : LineText(origin->lines[0]);
-    line += FormatText(": %s: ", SeverityWord(finding.severity));
+    line += ": " + ShownSeverity(finding.severity, hasColors) + ": ";
     const std::string place = PlaceText(finding);
     line += PlainText(place.empty() ? finding.text : place + ": " + finding.text);
     printf("%s [%s]\n", line.c_str(), RuleName(finding.rule));
@@ -202,7 +211,7 @@ static void PrintFinding(const CheckedPath& checked, const Finding& finding)
     }
 }
 
-static void PrintFindings(const CheckedPath& checked)
+static void PrintFindings(const CheckedPath& checked, bool hasColors)
 {
     std::map<std::pair<Rule, Severity>, uint32_t> counts;
     for (const Finding& finding : checked.result.findings)
@@ -211,7 +220,7 @@ static void PrintFindings(const CheckedPath& checked)
         *count += 1;
         if (*count <= kMostLinesOfARule)
         {
-            PrintFinding(checked, finding);
+            PrintFinding(checked, finding, hasColors);
         }
     }
     for (const auto& [key, count] : counts)
@@ -219,7 +228,8 @@ static void PrintFindings(const CheckedPath& checked)
         if (count > kMostLinesOfARule)
         {
             printf("%s: %s: %u more of [%s]\n", PlainText(checked.path).c_str(),
-                   SeverityWord(key.second), count - kMostLinesOfARule, RuleName(key.first));
+                   ShownSeverity(key.second, hasColors).c_str(), count - kMostLinesOfARule,
+                   RuleName(key.first));
         }
     }
 }
@@ -378,9 +388,26 @@ static bool CheckFolder(CheckedPath* checked)
     return isPacked;
 }
 
+/// A package that another program gives; the module is looked for in the working folder.
+static bool CheckStandardInput(CheckedPath* checked)
+{
+    Bytes bytes;
+    if (!ReadInput(checked->path, UINT32_MAX, &bytes))
+    {
+        return false;
+    }
+    const CheckRequest request = {nullptr, bytes.data(), bytes.size(), "."};
+    CheckRead(request, checked);
+    return true;
+}
+
 /// @return false after an error line: the path can't be read
 static bool CheckPath(CheckedPath* checked)
 {
+    if (checked->path == kStandardStream)
+    {
+        return CheckStandardInput(checked);
+    }
     struct stat status;
     if (stat(checked->path.c_str(), &status) != 0 ||
         (!S_ISDIR(status.st_mode) && access(checked->path.c_str(), R_OK) != 0))
@@ -462,9 +489,9 @@ int CheckPaths(const std::vector<std::string>& paths, const CheckOptions& option
         {
             PrintJson(checked, verdict);
         }
-        else
+        else if (!options.isQuiet)
         {
-            PrintFindings(checked);
+            PrintFindings(checked, HasColors(options.color));
             PrintVerdict(checked, verdict, paths.size() > 1);
         }
         exitCode = verdict.isValid || exitCode == kExitUsage ? exitCode : kExitFailed;
@@ -474,25 +501,26 @@ int CheckPaths(const std::vector<std::string>& paths, const CheckOptions& option
 
 /// Checks a piece in memory under the name of a path, and prints errors and warnings.
 /// @return whether it has no error
-static bool CheckBytes(CheckedPath* checked, const CheckRequest& request)
+static bool CheckBytes(CheckedPath* checked, const CheckRequest& request, ColorChoice color)
 {
     CheckRead(request, checked);
     FindingList* findings = &checked->result.findings;
     std::erase_if(*findings,
                   [](const Finding& finding) { return finding.severity == Severity::kNote; });
-    PrintFindings(*checked);
+    PrintFindings(*checked, HasColors(color));
     return CountFindings(*findings, Severity::kError) == 0;
 }
 
-bool CheckPacked(const std::string& folder, const unsigned char* bytes, size_t size)
+bool CheckPacked(const std::string& folder, const unsigned char* bytes, size_t size,
+                 ColorChoice color)
 {
     CheckedPath checked = {folder, true, {}, {}, {}};
-    return CheckBytes(&checked, {nullptr, bytes, size, folder.c_str()});
+    return CheckBytes(&checked, {nullptr, bytes, size, folder.c_str()}, color);
 }
 
 bool CheckPackage(const std::string& path, const unsigned char* bytes, size_t size)
 {
     CheckedPath checked = {path, false, {}, {}, {}};
     const std::string folder = FolderOf(path);
-    return CheckBytes(&checked, {nullptr, bytes, size, folder.c_str()});
+    return CheckBytes(&checked, {nullptr, bytes, size, folder.c_str()}, ColorChoice::kAuto);
 }

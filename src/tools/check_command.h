@@ -15,11 +15,14 @@
 #include <vector>
 
 #include "engine/check/finding.h"
+#include "tools/report.h"
 
 struct CheckOptions
 {
     bool json;                     // one object a path, a line each
     bool isStrict;                 // warnings count like errors
+    bool isQuiet;                  // prints nothing; the exit code tells
+    ColorChoice color;             // of the words for severities
     std::vector<std::string> only; // names of rules; empty for all
 };
 
@@ -34,7 +37,8 @@ int CheckPaths(const std::vector<std::string>& paths, const CheckOptions& option
 /// A package in memory, as `dpk build` checks it: prints errors and warnings, and no verdict.
 /// @param folder   that it was made of, for the places of findings and for the module
 /// @return whether it has no error
-bool CheckPacked(const std::string& folder, const unsigned char* bytes, size_t size);
+bool CheckPacked(const std::string& folder, const unsigned char* bytes, size_t size,
+                 ColorChoice color);
 
 /// The same for the bytes of a package.
 /// @param path   of the package, for the places of findings and for the module

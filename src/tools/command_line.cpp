@@ -32,8 +32,13 @@ struct Arguments
     std::string out = ".";          // where nothing has to be given
     std::string package;            // of a build; empty for one named after its folder
     std::vector<std::string> names; // entries, or paths
-    BuildOptions build;
+    BuildOptions build = {};
     bool json = false;
+    bool isForced = false;
+    bool isQuiet = false;
+    bool isVerbose = false;
+    std::string color = "auto";
+    std::string up = "y";
     CheckOptions check = {};
     RenderOptions render = {};
     uint32_t side = 256; // pixels of a thumbnail
@@ -48,16 +53,51 @@ static CLI::Option* AddArgument(CLI::App* command, const char* name, Value* valu
     return command->add_option(name, *value, description)->type_name("");
 }
 
-static void AddFlipOption(CLI::App* command, Arguments* arguments)
+static void AddForceOption(CLI::App* command, Arguments* arguments, const char* description)
 {
-    command->add_flag("--flip-v", arguments->build.mesh.flipV,
+    command->add_flag("--force", arguments->isForced, description);
+}
+
+static void AddQuietOption(CLI::App* command, Arguments* arguments)
+{
+    command->add_flag("-q,--quiet", arguments->isQuiet, "Print nothing but errors");
+}
+
+static void AddColorOption(CLI::App* command, Arguments* arguments)
+{
+    command
+        ->add_option("--color", arguments->color,
+                     "Color severities; auto does on a terminal, unless NO_COLOR is set")
+        ->check(CLI::IsMember({"auto", "always", "never"}))
+        ->type_name("auto|always|never");
+}
+
+/// How meshes are taken over.
+static void AddMeshOptions(CLI::App* command, Arguments* arguments)
+{
+    MeshOptions* mesh = &arguments->build.mesh;
+    command->add_flag("--flip-v", mesh->flipV,
                       "Store 1 - v for v, for sources that count v from an image's lower edge");
+    command->add_option("--up", arguments->up, "The axis of the source that points up")
+        ->check(CLI::IsMember({"y", "z"}))
+        ->type_name("y|z");
+    command->add_option("--scale", mesh->scale, "Multiply all coordinates by this")
+        ->check(CLI::PositiveNumber)
+        ->type_name("FACTOR");
+    command->add_flag("--center", mesh->isCentered,
+                      "Move the middle of the bounding box to the origin");
+    command
+        ->add_option("--smooth", mesh->smoothAngle,
+                     "Make all normals anew, with an edge where faces meet at more degrees")
+        ->check(CLI::Range(0.0, 180.0))
+        ->type_name("DEGREES");
 }
 
 static CLI::App* AddList(CLI::App* app, Arguments* arguments)
 {
     CLI::App* command = app->add_subcommand("list", "Print name, start and size of each entry");
     AddArgument(command, "FILE", &arguments->file, "The package")->required();
+    command->add_flag("--json", arguments->json, "Print a JSON array, for programs");
     return command;
 }
 
@@ -66,7 +106,9 @@ static CLI::App* AddExtract(CLI::App* app, Arguments* arguments)
     CLI::App* command = app->add_subcommand("extract", "Write entries to files of their names");
     AddArgument(command, "FILE", &arguments->file, "The package")->required();
     AddArgument(command, "NAME", &arguments->names, "Entries; all if none is named");
-    command->add_option("-o,--output", arguments->out, "The folder to write to")
+    command
+        ->add_option("-o,--output", arguments->out,
+                     "The folder to write to; - writes one entry to standard output")
         ->type_name("DIR")
         ->default_str(".");
     return command;
@@ -93,6 +135,7 @@ static CLI::App* AddCreate(CLI::App* app, Arguments* arguments)
     CLI::App* command = app->add_subcommand("create", "Write a package of files");
     AddArgument(command, "FILE", &arguments->file, "The package")->required();
     AddArgument(command, "PATH", &arguments->names, "Files; none for an empty package");
+    AddForceOption(command, arguments, "Write over a file that is no package, too");
     return command;
 }
 
@@ -116,10 +159,23 @@ static CLI::App* AddBuild(CLI::App* app, Arguments* arguments)
         ->expected(1)
         ->allow_extra_args(false) // else it takes the names that follow
         ->take_all();
-    command->add_flag("--force", arguments->build.isForced, "Pack in spite of errors");
+    command
+        ->add_option("--also", arguments->build.also,
+                     "Take files of this pattern that no document names")
+        ->type_name("PATTERN")
+        ->expected(1)
+        ->allow_extra_args(false) // else it takes the names that follow
+        ->take_all();
+    command->add_flag("--strict", arguments->build.isStrict,
+                      "Refuse files that no document names instead of leaving them out");
+    AddForceOption(command, arguments,
+                   "Pack in spite of errors, and write over a file that is no package");
     command->add_flag("--small", arguments->build.isSmall,
                       "Pack by zopfli and leave out what nothing uses");
-    AddFlipOption(command, arguments);
+    AddMeshOptions(command, arguments);
+    AddQuietOption(command, arguments);
+    command->add_flag("-v,--verbose", arguments->isVerbose, "Tell of each entry");
+    AddColorOption(command, arguments);
     return command;
 }
 
@@ -186,23 +242,31 @@ static CLI::App* AddModel(CLI::App* app, Arguments* arguments)
     AddArgument(command, "IN", &arguments->file, "A mesh in any format that Assimp reads")
         ->required();
     AddArgument(command, "OUT", &arguments->out, "The model file")->required();
-    AddFlipOption(command, arguments);
+    AddMeshOptions(command, arguments);
+    AddForceOption(command, arguments, "Write over a file that is no model, too");
+    AddQuietOption(command, arguments);
     return command;
 }
 
 static CLI::App* AddCompress(CLI::App* app, Arguments* arguments)
 {
     CLI::App* command = app->add_subcommand("compress", "Pack a text into the container");
-    AddArgument(command, "TEXT", &arguments->file, "A file, such as demo.xml")->required();
-    AddArgument(command, "OUT", &arguments->out, "The container, such as demo.xmlz")->required();
+    AddArgument(command, "TEXT", &arguments->file, "A file, such as demo.xml; - for standard input")
+        ->required();
+    AddArgument(command, "OUT", &arguments->out,
+                "The container, such as demo.xmlz; - for standard output")
+        ->required();
+    AddForceOption(command, arguments, "Write over a file of another kind, too");
     return command;
 }
 
 static CLI::App* AddDecompress(CLI::App* app, Arguments* arguments)
 {
     CLI::App* command = app->add_subcommand("decompress", "Unpack a container");
-    AddArgument(command, "IN", &arguments->file, "The container")->required();
-    AddArgument(command, "OUT", &arguments->out, "The file to write")->required();
+    AddArgument(command, "IN", &arguments->file, "The container; - for standard input")->required();
+    AddArgument(command, "OUT", &arguments->out, "The file to write; - for standard output")
+        ->required();
+    AddForceOption(command, arguments, "Write over a file of another kind, too");
     return command;
 }
 
@@ -214,6 +278,7 @@ static CLI::App* AddTextures(CLI::App* app, Arguments* arguments)
     command->add_option("-o,--output", arguments->out, "The folder to write to")
         ->type_name("DIR")
         ->required();
+    AddQuietOption(command, arguments);
     return command;
 }
 
@@ -229,7 +294,9 @@ static CLI::App* AddCheck(CLI::App* app, Arguments* arguments)
 {
     CLI::App* command =
         app->add_subcommand("check", "Tell all that is wrong with packages or source folders");
-    AddArgument(command, "PATH", &arguments->names, "Packages, or folders of sources")->required();
+    AddArgument(command, "PATH", &arguments->names,
+                "Packages, or folders of sources; - for standard input")
+        ->required();
     command->add_flag("--json", arguments->check.json, "Print one JSON object a path");
     command->add_flag("--strict", arguments->check.isStrict, "Count warnings like errors");
     command->add_option("--only", arguments->check.only, "Tell of these rules alone")
@@ -238,6 +305,8 @@ static CLI::App* AddCheck(CLI::App* app, Arguments* arguments)
         ->expected(1)
         ->allow_extra_args(false) // else it takes the names that follow
         ->take_all();
+    AddQuietOption(command, arguments);
+    AddColorOption(command, arguments);
     return command;
 }
 
@@ -331,9 +400,31 @@ static CLI::App* AddHelp(CLI::App* app, Arguments* arguments)
     return command;
 }
 
+static ColorChoice ChosenColor(const Arguments& arguments)
+{
+    return arguments.color == "always"  ? ColorChoice::kAlways
+           : arguments.color == "never" ? ColorChoice::kNever
+                                        : ColorChoice::kAuto;
+}
+
+/// All that the arguments say of a build.
+static BuildOptions ChosenBuild(const Arguments& arguments)
+{
+    BuildOptions build = arguments.build;
+    build.isForced = arguments.isForced;
+    build.verbosity = arguments.isQuiet     ? Verbosity::kQuiet
+                      : arguments.isVerbose ? Verbosity::kMuch
+                                            : Verbosity::kUsual;
+    build.color = ChosenColor(arguments);
+    build.mesh.isQuiet = arguments.isQuiet;
+    build.mesh.isZUp = arguments.up == "z";
+    build.mesh.makesNormals = build.mesh.smoothAngle >= 0.0f;
+    return build;
+}
+
 static bool RunList(const Arguments& arguments)
 {
-    return ListPackage(arguments.file);
+    return ListPackage(arguments.file, arguments.json);
 }
 
 static bool RunExtract(const Arguments& arguments)
@@ -353,7 +444,7 @@ static bool RunRemove(const Arguments& arguments)
 
 static bool RunCreate(const Arguments& arguments)
 {
-    return CreatePackage(arguments.file, arguments.names);
+    return CreatePackage(arguments.file, arguments.names, arguments.isForced);
 }
 
 static bool RunBuild(const Arguments& arguments)
@@ -365,7 +456,7 @@ static bool RunBuild(const Arguments& arguments)
     return BuildFolder(arguments.file,
                        arguments.package.empty() ? PackageOfFolder(arguments.file)
                                                  : arguments.package,
-                       arguments.build);
+                       ChosenBuild(arguments));
 }
 
 static bool RunUnbuild(const Arguments& arguments)
@@ -405,22 +496,24 @@ static bool RunNew(const Arguments& arguments)
 
 static bool RunModel(const Arguments& arguments)
 {
-    return ConvertMeshFile(arguments.file, arguments.out, arguments.build.mesh);
+    return ConvertMeshFile(arguments.file, arguments.out, ChosenBuild(arguments).mesh,
+                           arguments.isForced);
 }
 
 static bool RunCompress(const Arguments& arguments)
 {
-    return CompressFile(arguments.file, arguments.out);
+    return CompressFile(arguments.file, arguments.out, arguments.isForced);
 }
 
 static bool RunDecompress(const Arguments& arguments)
 {
-    return DecompressFile(arguments.file, arguments.out);
+    return DecompressFile(arguments.file, arguments.out, arguments.isForced);
 }
 
 static bool RunTextures(const Arguments& arguments)
 {
-    return WriteTextures(arguments.file, arguments.out);
+    return WriteTextures(arguments.file, arguments.out,
+                         arguments.isQuiet ? Verbosity::kQuiet : Verbosity::kUsual);
 }
 
 static bool RunVocabulary(const Arguments& arguments)
@@ -430,7 +523,10 @@ static bool RunVocabulary(const Arguments& arguments)
 
 static int RunCheck(const Arguments& arguments)
 {
-    return CheckPaths(arguments.names, arguments.check);
+    CheckOptions check = arguments.check;
+    check.isQuiet = arguments.isQuiet;
+    check.color = ChosenColor(arguments);
+    return CheckPaths(arguments.names, check);
 }
 
 static int RunRender(const Arguments& arguments)
@@ -524,9 +620,12 @@ static void UnmarkArguments(Arguments* arguments)
     {
         Unmark(&name);
     }
-    for (std::string& pattern : arguments->build.ignored)
+    for (std::vector<std::string>* patterns : {&arguments->build.ignored, &arguments->build.also})
     {
-        Unmark(&pattern);
+        for (std::string& pattern : *patterns)
+        {
+            Unmark(&pattern);
+        }
     }
 }
 
@@ -677,6 +776,7 @@ ProgramFacts DescribeCommandLine()
 int RunCommandLine(int argc, const char* const* argv)
 {
     Arguments arguments = {};
+    arguments.build.mesh.smoothAngle = -1.0f; // until it is given
     CLI::App app("", "dpk");
     const std::vector<CLI::App*> commands = DeclareCommands(&app, &arguments);
 

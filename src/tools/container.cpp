@@ -8,6 +8,7 @@
 
 #include "engine/data/byte_order.h"
 #include "engine/data/limits.h"
+#include "tools/overwrite.h"
 #include "tools/report.h"
 
 static constexpr size_t kSizeWord = 4; // bytes
@@ -115,19 +116,30 @@ const char* UnpackContainer(const Bytes& container, Bytes* data)
     return data->size() == told ? nullptr : "its size word is not the size of its data";
 }
 
-bool CompressFile(const std::string& in, const std::string& out)
+/// Writes what came out of a command.
+static bool WriteOutput(const std::string& out, const Bytes& bytes, bool isForced)
 {
-    Bytes data;
-    Bytes container;
-    return ReadWholeFile(in, kLargestInflatedSize, &data) && PackContainer(data, &container) &&
-           ReplaceFile(out, container.data(), container.size());
+    if (out == kStandardStream)
+    {
+        return WriteStandardOutput(bytes.data(), bytes.size());
+    }
+    return MayOverwrite(out, KindOfBytes(bytes), isForced) &&
+           ReplaceFile(out, bytes.data(), bytes.size());
 }
 
-bool DecompressFile(const std::string& in, const std::string& out)
+bool CompressFile(const std::string& in, const std::string& out, bool isForced)
+{
+    Bytes data;
+    Bytes container;
+    return ReadInput(in, kLargestInflatedSize, &data) && PackContainer(data, &container) &&
+           WriteOutput(out, container, isForced);
+}
+
+bool DecompressFile(const std::string& in, const std::string& out, bool isForced)
 {
     Bytes container;
     Bytes data;
-    if (!ReadWholeFile(in, kLargestContainer, &container))
+    if (!ReadInput(in, kLargestContainer, &container))
     {
         return false;
     }
@@ -137,5 +149,5 @@ bool DecompressFile(const std::string& in, const std::string& out)
         ReportError("%s: %s", Printable(in).c_str(), fault);
         return false;
     }
-    return ReplaceFile(out, data.data(), data.size());
+    return WriteOutput(out, data, isForced);
 }

@@ -19,10 +19,11 @@ bool PackSmallContainer(const Bytes& data, Bytes* container);
 ///         is wrong here; players cut or pad.
 const char* UnpackContainer(const Bytes& container, Bytes* data);
 
-/// Packs one file into another.
+/// Packs one file into another; "-" is standard input or output.
+/// @param isForced   writes over a file of another kind than what comes out
 /// @return false after an error line; the other file is untouched then
-bool CompressFile(const std::string& in, const std::string& out);
+bool CompressFile(const std::string& in, const std::string& out, bool isForced);
 
-/// Unpacks one file into another.
+/// Unpacks one file into another, in the same way.
 /// @return false after an error line; the other file is untouched then
-bool DecompressFile(const std::string& in, const std::string& out);
+bool DecompressFile(const std::string& in, const std::string& out, bool isForced);

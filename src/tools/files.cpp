@@ -106,6 +106,53 @@ bool ReadWholeFile(const std::string& path, uint64_t most, Bytes* bytes)
     return isRead;
 }
 
+/// Reads standard input, which may be a pipe, to its end.
+static bool ReadStandardInput(uint64_t most, Bytes* bytes)
+{
+    static constexpr size_t kStep = 1 << 16; // bytes
+    const std::string name = "standard input";
+    size_t got = 0;
+    while (true)
+    {
+        bytes->resize(got + kStep);
+        const ssize_t step = read(STDIN_FILENO, bytes->data() + got, kStep);
+        if (step < 0 && errno == EINTR)
+        {
+            continue;
+        }
+        if (step < 0)
+        {
+            return ReportErrno(name);
+        }
+        got += static_cast<size_t>(step);
+        if (got > most)
+        {
+            return ReportFile(name, "is too large");
+        }
+        if (step == 0)
+        {
+            bytes->resize(got);
+            return true;
+        }
+    }
+}
+
+bool ReadInput(const std::string& path, uint64_t most, Bytes* bytes)
+{
+    return path == kStandardStream ? ReadStandardInput(most, bytes)
+                                   : ReadWholeFile(path, most, bytes);
+}
+
+bool WriteStandardOutput(const unsigned char* bytes, size_t size)
+{
+    // Here and not only at the end of the program, so that nothing is told as done that is not.
+    if (fwrite(bytes, 1, size, stdout) != size || fflush(stdout) != 0)
+    {
+        return ReportFile("standard output", "could not be written");
+    }
+    return true;
+}
+
 bool MakeFolder(const std::string& folder)
 {
     std::error_code error;

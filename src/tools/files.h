@@ -25,6 +25,15 @@ bool ReadWholeFile(const std::string& path, uint64_t most, Bytes* bytes);
 /// @return false with errno set
 bool WriteAll(int file, const void* bytes, size_t size);
 
+/// Stands for standard input or output where a command takes a file.
+inline constexpr const char* kStandardStream = "-";
+
+/// Reads a file as ReadWholeFile does, or standard input to its end if the path is "-".
+bool ReadInput(const std::string& path, uint64_t most, Bytes* bytes);
+
+/// Writes to standard output. @return false after an error line
+bool WriteStandardOutput(const unsigned char* bytes, size_t size);
+
 /// Makes a folder, with those above it that are missing. One that is there is fine.
 bool MakeFolder(const std::string& folder);
 

@@ -2,195 +2,27 @@
 #include "tools/folder_build.h"
 
 #include <algorithm>
-#include <cctype>
-#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <dirent.h>
-#include <fnmatch.h>
+#include <iterator>
 #include <map>
-#include <sys/stat.h>
 #include <tinyxml.h>
 
 #include "engine/data/document_text.h"
+#include "engine/data/limits.h"
 #include "engine/data/package_tools.h"
 #include "engine/piece/piece.h"
+#include "engine/textures/decode_image.h"
 #include "tools/check_command.h"
 #include "tools/container.h"
 #include "tools/entry_uses.h"
-#include "tools/order_file.h"
+#include "tools/folder_sources.h"
+#include "tools/mesh_import.h"
+#include "tools/overwrite.h"
 #include "tools/package_commands.h"
+#include "tools/png_file.h"
 #include "tools/report.h"
-
-struct EndingRow
-{
-    const char* ending; // in small letters
-    SourceKind kind;
-};
-
-static constexpr EndingRow kEndings[] = {
-    {".xml", SourceKind::kDocument}, //
-    {".obj", SourceKind::kMesh},     //
-    {".ply", SourceKind::kMesh},     //
-    {".3ds", SourceKind::kMesh},     //
-    {".gltf", SourceKind::kMesh},    //
-    {".glb", SourceKind::kMesh},     //
-    {".stl", SourceKind::kMesh},     //
-    {".dae", SourceKind::kMesh},     //
-    {".py", SourceKind::kLeftOut},   // programs that made the sources
-    {".md", SourceKind::kLeftOut},   // notes
-    {".mtl", SourceKind::kLeftOut},  // lies beside .obj
-    {".xm", SourceKind::kLeftOut},   // the module is read from beside the package, not out of it
-    {".dpk", SourceKind::kLeftOut},  //
-    {"~", SourceKind::kLeftOut},     // copies that editors leave
-};
-
-struct SourceFile
-{
-    std::string fileName;
-    std::string entryName;
-    SourceKind kind;
-    TextLayout layout;
-    bool isSmall; // packed by zopfli
-};
-
-static bool HasEnding(const std::string& name, const char* ending)
-{
-    const size_t length = strlen(ending);
-    return name.size() >= length && strcasecmp(name.c_str() + name.size() - length, ending) == 0;
-}
-
-static bool IsIgnored(const std::string& name, const BuildOptions& options)
-{
-    return std::any_of(options.ignored.begin(), options.ignored.end(),
-                       [&name](const std::string& pattern)
-                       { return fnmatch(pattern.c_str(), name.c_str(), 0) == 0; });
-}
-
-SourceKind KindOfSource(const std::string& name)
-{
-    if (name[0] == '.' || name == kOrderFileName)
-    {
-        return SourceKind::kLeftOut;
-    }
-    for (const EndingRow& row : kEndings)
-    {
-        if (HasEnding(name, row.ending))
-        {
-            return row.kind;
-        }
-    }
-    return SourceKind::kPlain;
-}
-
-static std::string EntryName(const std::string& fileName, SourceKind kind)
-{
-    const std::string stem = fileName.substr(0, fileName.rfind('.'));
-    switch (kind)
-    {
-    case SourceKind::kDocument:
-        return stem + ".xmlz";
-    case SourceKind::kMesh:
-        return stem + ".model";
-    default:
-        return fileName;
-    }
-}
-
-/// @return whether a name of the folder `path` is a regular file other than the package
-static bool IsSource(std::string path, const std::string& name, const struct stat* package)
-{
-    path += "/";
-    path += name;
-    struct stat status;
-    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
-    {
-        return false;
-    }
-    return package == nullptr || status.st_dev != package->st_dev ||
-           status.st_ino != package->st_ino;
-}
-
-/// @return the row of a file in an order; null if it has none
-static const OrderRow* FindRow(const std::vector<OrderRow>& order, const std::string& file)
-{
-    const auto found = std::find_if(order.begin(), order.end(),
-                                    [&file](const OrderRow& row) { return row.file == file; });
-    return found == order.end() ? nullptr : &*found;
-}
-
-/// All names of a folder, in its own order.
-/// @return false after an error line
-static bool ListNames(const std::string& folder, std::vector<std::string>* names)
-{
-    DIR* directory = opendir(folder.c_str());
-    if (directory == nullptr)
-    {
-        ReportError("%s: %s", Printable(folder).c_str(), strerror(errno));
-        return false;
-    }
-    while (const dirent* item = readdir(directory))
-    {
-        names->push_back(item->d_name);
-    }
-    closedir(directory);
-    return true;
-}
-
-/// The files of an order file, all of which have to be there.
-static bool ListOrdered(const std::string& folder, const std::vector<OrderRow>& order,
-                        const BuildOptions& options, std::vector<SourceFile>* sources)
-{
-    for (const OrderRow& row : order)
-    {
-        if (IsIgnored(row.file, options))
-        {
-            continue;
-        }
-        if (!IsSource(folder, row.file, nullptr))
-        {
-            ReportError("%s/%s: it names \"%s\", which is not there; take its line out",
-                        Printable(folder).c_str(), kOrderFileName, Printable(row.file).c_str());
-            return false;
-        }
-        sources->push_back(
-            {row.file, row.entry, row.kind, row.layout, options.isSmall || row.isSmall});
-    }
-    return true;
-}
-
-static bool ListSources(const std::string& folder, const std::string& package,
-                        const BuildOptions& options, std::vector<SourceFile>* sources)
-{
-    struct stat packageStatus;
-    const bool packageExists = stat(package.c_str(), &packageStatus) == 0;
-
-    std::vector<std::string> names;
-    std::vector<OrderRow> order;
-    if (!ListNames(folder, &names) || !ReadOrder(folder, &order) ||
-        !ListOrdered(folder, order, options, sources))
-    {
-        return false;
-    }
-    const auto orderedCount = static_cast<ptrdiff_t>(sources->size());
-    for (const std::string& name : names)
-    {
-        const SourceKind kind = KindOfSource(name);
-        if (kind != SourceKind::kLeftOut && !IsIgnored(name, options) &&
-            FindRow(order, name) == nullptr &&
-            IsSource(folder, name, packageExists ? &packageStatus : nullptr))
-        {
-            sources->push_back(
-                {name, EntryName(name, kind), kind, TextLayout::kAsItIs, options.isSmall});
-        }
-    }
-    std::sort(sources->begin() + orderedCount, sources->end(),
-              [](const SourceFile& a, const SourceFile& b) {
-                  return a.entryName != b.entryName ? a.entryName < b.entryName
-                                                    : a.fileName < b.fileName;
-              });
-    return true;
-}
 
 /// A document with a mistake is refused here: the player would go on without all that follows it.
 static bool CheckDocument(const std::string& path, const Bytes& text)
@@ -217,6 +49,57 @@ static bool CheckDocument(const std::string& path, const Bytes& text)
     return false;
 }
 
+/// The ending of an image that may be grey.
+static bool IsImage(const std::string& name)
+{
+    static constexpr const char* kImages[] = {".png", ".tga", ".jpg", ".jpeg", ".bmp",
+                                              ".psd", ".gif", ".pgm", ".pnm"};
+    const std::string ending = name.substr(std::min(name.rfind('.'), name.size()));
+    return std::any_of(std::begin(kImages), std::end(kImages),
+                       [&ending](const char* image)
+                       { return strcasecmp(image, ending.c_str()) == 0; });
+}
+
+/// Players show images of one or two components white, so a grey one becomes a PNG file of three or
+/// four. The decoder knows files by their bytes, so the entry keeps its name.
+/// @return false after an error line
+static bool ColorGreyImage(const std::string& label, bool isQuiet, Bytes* entry)
+{
+    DecodedImage image = {};
+    const char* reason = nullptr;
+    if (!IsImage(label) || DecodeImage(entry->data(), static_cast<int32_t>(entry->size()),
+                                       kPieceBytes, &image, &reason) != DecodeResult::kDecoded)
+    {
+        return true; // what it is not, the check tells
+    }
+    const bool isGrey = image.components <= 2;
+    Bytes colored;
+    const size_t count = static_cast<size_t>(image.width) * static_cast<size_t>(image.height);
+    const size_t step = static_cast<size_t>(image.components);
+    for (size_t i = 0; isGrey && i < count; ++i)
+    {
+        const uint8_t* pixel = image.pixels + i * step;
+        colored.insert(colored.end(), 3, pixel[0]);
+        colored.insert(colored.end(), pixel + 1, pixel + step);
+    }
+    free(image.pixels);
+    if (!isGrey)
+    {
+        return true;
+    }
+    const int32_t channels = image.components + 2;
+    if (!EncodePng({image.width, image.height, channels, colored.data()}, entry))
+    {
+        ReportError("%s: no memory for its pixels", label.c_str());
+        return false;
+    }
+    if (!isQuiet)
+    {
+        printf("%s: a grey image, stored as %s\n", label.c_str(), channels == 3 ? "RGB" : "RGBA");
+    }
+    return true;
+}
+
 static bool PackSource(const Bytes& data, const SourceFile& source, Bytes* container)
 {
     return source.isSmall ? PackSmallContainer(data, container) : PackContainer(data, container);
@@ -241,15 +124,16 @@ static void LayOut(const SourceFile& source, const BuildOptions& options, Bytes*
 static bool MakeEntry(const std::string& path, const SourceFile& source,
                       const BuildOptions& options, Bytes* entry)
 {
+    const std::string label = Printable(source.entryName);
     if (source.kind == SourceKind::kPlain)
     {
-        return ReadWholeFile(path, INT32_MAX, entry);
+        return ReadWholeFile(path, INT32_MAX, entry) &&
+               (source.isOrdered || ColorGreyImage(label, options.mesh.isQuiet, entry));
     }
     if (source.kind == SourceKind::kMesh)
     {
         Bytes model;
-        return ReadMesh(path, options.mesh, Printable(source.entryName), &model) &&
-               PackSource(model, source, entry);
+        return ReadMesh(path, source.mesh, label, &model) && PackSource(model, source, entry);
     }
     Bytes text;
     if (!ReadWholeFile(path, kLargestText, &text) ||
@@ -296,19 +180,34 @@ static void AddFileToHash(const std::string& folder, const std::string& name, En
     fclose(stream);
 }
 
-/// The files that meshes may name, all together.
-static EntryCache::Key HashCompanions(const std::string& folder,
-                                      const std::vector<SourceFile>& sources)
+/// The files that meshes may name, all together: buffers that no document names are strangers.
+static EntryCache::Key HashCompanions(const std::string& folder, const FolderSources& sources)
 {
     EntryCache::Key key = kHashStart;
-    for (const SourceFile& source : sources)
+    for (const SourceFile& source : sources.files)
     {
         if (source.kind == SourceKind::kPlain && HasEnding(source.fileName, ".bin"))
         {
             AddFileToHash(folder, source.fileName, &key);
         }
     }
+    for (const std::string& name : sources.strangers)
+    {
+        AddFileToHash(folder, name, &key);
+    }
     return key;
+}
+
+/// Adds a source with all that its folder and the command say of it.
+static void AddSourceToHash(const std::string& folder, const SourceFile& source,
+                            EntryCache::Key* key)
+{
+    const MeshOptions& mesh = source.mesh;
+    const bool flags[] = {mesh.flipV, mesh.isZUp, mesh.isCentered, mesh.makesNormals};
+    const float numbers[] = {mesh.smoothAngle, mesh.scale};
+    AddToHash(flags, sizeof(flags), key);
+    AddToHash(numbers, sizeof(numbers), key);
+    AddFileToHash(folder, source.fileName, key);
 }
 
 /// Names both sources that would become one entry.
@@ -329,9 +228,10 @@ static bool CheckEntryNames(const std::vector<SourceFile>& sources)
     return true;
 }
 
-/// Leaves out the entries that neither document names, and tells of each.
-static void DropUnused(const BuildOptions& options, std::vector<Bytes>* entries,
-                       std::vector<PlannedEntry>* plan)
+/// Leaves out the entries that neither document names and --also does not either, and tells of
+/// each.
+static void DropUnused(const std::vector<SourceFile>& sources, const BuildOptions& options,
+                       std::vector<Bytes>* entries, std::vector<PlannedEntry>* plan)
 {
     EntryUses uses = {};
     for (size_t i = 0; i < plan->size(); ++i)
@@ -347,7 +247,7 @@ static void DropUnused(const BuildOptions& options, std::vector<Bytes>* entries,
     size_t kept = 0;
     for (size_t i = 0; i < plan->size(); ++i)
     {
-        if (IsEntryUsed(uses, (*plan)[i].name))
+        if (sources[i].isAsked || IsEntryUsed(uses, (*plan)[i].name))
         {
             std::swap((*plan)[kept], (*plan)[i]);
             std::swap((*entries)[kept], (*entries)[i]);
@@ -363,11 +263,12 @@ static void DropUnused(const BuildOptions& options, std::vector<Bytes>* entries,
 }
 
 /// Makes all entries and tells where they will be.
-static bool MakeEntries(const std::string& folder, const std::vector<SourceFile>& sources,
+static bool MakeEntries(const std::string& folder, const FolderSources& sources,
                         const BuildOptions& options, std::vector<Bytes>* entries,
                         std::vector<PlannedEntry>* plan)
 {
-    for (const SourceFile& source : sources)
+    const std::vector<SourceFile>& files = sources.files;
+    for (const SourceFile& source : files)
     {
         plan->push_back({source.entryName, 0, 0});
     }
@@ -375,52 +276,89 @@ static bool MakeEntries(const std::string& folder, const std::vector<SourceFile>
     {
         return false;
     }
-    entries->resize(sources.size());
+    entries->resize(files.size());
     EntryCache kept = {};
     const EntryCache::Key companions =
         options.cache == nullptr ? kHashStart : HashCompanions(folder, sources);
-    for (size_t i = 0; i < sources.size(); ++i)
+    Progress progress = StartProgress("packing", files.size(), options.verbosity);
+    for (size_t i = 0; i < files.size(); ++i)
     {
-        const std::string path = folder + "/" + sources[i].fileName;
+        ShowProgress(&progress, i, files[i].fileName);
+        const std::string path = folder + "/" + files[i].fileName;
         Bytes* entry = &(*entries)[i];
         EntryCache::Key key = companions;
-        if (options.cache != nullptr && sources[i].kind != SourceKind::kPlain)
+        if (options.cache != nullptr && files[i].kind != SourceKind::kPlain)
         {
-            AddFileToHash(folder, sources[i].fileName, &key);
+            AddSourceToHash(folder, files[i], &key);
             const auto found = options.cache->entries.find(key);
             *entry = found == options.cache->entries.end() ? Bytes() : found->second;
         }
         if (entry->empty())
         {
-            kept.made += sources[i].kind == SourceKind::kPlain ? 0 : 1;
-            if (!MakeEntry(path, sources[i], options, entry))
+            kept.made += files[i].kind == SourceKind::kPlain ? 0 : 1;
+            if (!MakeEntry(path, files[i], options, entry))
             {
+                EndProgress(&progress);
                 return false;
             }
         }
         (*plan)[i].size = entry->size();
-        if (options.cache != nullptr && sources[i].kind != SourceKind::kPlain)
+        if (options.cache != nullptr && files[i].kind != SourceKind::kPlain)
         {
             kept.entries[key] = *entry;
         }
+        if (options.verbosity == Verbosity::kMuch)
+        {
+            printf("%s: of %s, %zu bytes\n", Printable(files[i].entryName).c_str(),
+                   Printable(files[i].fileName).c_str(), entry->size());
+        }
     }
+    EndProgress(&progress);
     if (options.cache != nullptr)
     {
         *options.cache = std::move(kept);
     }
     if (options.isSmall)
     {
-        DropUnused(options, entries, plan);
+        DropUnused(files, options, entries, plan);
     }
     return PlaceEntries(plan);
+}
+
+/// Tells of files that are left out, and of a folder that is no piece yet.
+/// @return false after an error line: strangers are refused
+static bool TellStrangers(const std::string& folder, const FolderSources& sources,
+                          const BuildOptions& options)
+{
+    for (const std::string& name : sources.strangers)
+    {
+        if (options.isStrict)
+        {
+            ReportError("%s/%s: no document names it; --ignore leaves it out, --also takes it",
+                        Printable(folder).c_str(), Printable(name).c_str());
+        }
+        else if (!options.mesh.isQuiet)
+        {
+            printf("%s: no document names it, so it is left out\n", Printable(name).c_str());
+        }
+    }
+    if (!sources.hasDemo && !options.mesh.isQuiet)
+    {
+        printf("%s: there is no demo.xml, so the package is no piece yet\n",
+               Printable(folder).c_str());
+    }
+    return !options.isStrict || sources.strangers.empty();
 }
 
 bool PackFolder(const std::string& folder, const std::string& package, const BuildOptions& options,
                 PackedFolder* packed)
 {
-    std::vector<SourceFile> sources;
+    FolderSources sources;
     std::vector<Bytes> entries;
-    if (!ListSources(folder, package, options, &sources) || !CheckEntryNames(sources) ||
+    const SourceChoice choice = {package, options.ignored, options.also, options.mesh,
+                                 options.isSmall};
+    if (!ListSources(folder, choice, &sources) || !TellStrangers(folder, sources, options) ||
+        !CheckEntryNames(sources.files) ||
         !MakeEntries(folder, sources, options, &entries, &packed->plan))
     {
         return false;
@@ -438,28 +376,32 @@ bool PackFolder(const std::string& folder, const std::string& package, const Bui
         entries[i] = {};
     }
     const bool isPut = EndPackage(&writer);
-    ReportFaults(&faults);
+    ReportFaults(folder, &faults);
     return isPut;
 }
 
 /// A folder without a demo is no piece yet, and there is nothing to check.
-static bool PassesCheck(const std::string& folder, const PackedFolder& packed)
+static bool PassesCheck(const std::string& folder, const PackedFolder& packed, ColorChoice color)
 {
     const bool hasDemo =
         std::any_of(packed.plan.begin(), packed.plan.end(),
                     [](const PlannedEntry& entry) { return entry.name == "demo.xmlz"; });
-    return !hasDemo || CheckPacked(folder, packed.package.bytes, packed.package.size);
+    return !hasDemo || CheckPacked(folder, packed.package.bytes, packed.package.size, color);
 }
 
 bool BuildFolder(const std::string& folder, const std::string& package, const BuildOptions& options)
 {
+    if (!MayOverwrite(package, FileKind::kPackage, options.isForced))
+    {
+        return false;
+    }
     PackedFolder packed = {};
     if (!PackFolder(folder, package, options, &packed))
     {
         free(packed.package.bytes);
         return false;
     }
-    if (!PassesCheck(folder, packed) && !options.isForced)
+    if (!PassesCheck(folder, packed, options.color) && !options.isForced)
     {
         ReportError("%s: it is not packed; --force packs it as it is", Printable(folder).c_str());
         free(packed.package.bytes);
@@ -473,6 +415,9 @@ bool BuildFolder(const std::string& folder, const std::string& package, const Bu
     {
         return false;
     }
-    fputs(line.c_str(), stdout);
+    if (options.verbosity != Verbosity::kQuiet)
+    {
+        fputs(line.c_str(), stdout);
+    }
     return true;
 }

@@ -5,8 +5,12 @@
 //   source                                    entry
 //   NAME.xml                                  NAME.xmlz, in the container; it has to parse
 //   NAME.obj .ply .3ds .gltf .glb .stl .dae   NAME.model, in the container
+//   others that Assimp reads                  the same, if a document names NAME.model
 //   .py .md .mtl .xm .dpk, NAME~, .NAME       left out
+//   a grey image                              the same image as RGB or RGBA
 //   any other file                            as it is, under its own name
+//
+// Files that no document names are strangers and left out, if there is a demo.xml.
 //
 // Endings count in any case of letters. Sub-folders, pipes and the like are left out, and so is the
 // package itself. Entries are sorted by the bytes of their names, so that the same folder
@@ -21,8 +25,7 @@
 
 #include "engine/data/package_tools.h"
 #include "tools/files.h"
-#include "tools/mesh_import.h"
-#include "tools/order_file.h"
+#include "tools/mesh_options.h"
 #include "tools/package_commands.h"
 
 /// Entries that builds made before, for a program that builds a folder again and again. Only what
@@ -40,16 +43,17 @@ struct EntryCache
 struct BuildOptions
 {
     std::vector<std::string> ignored; // shell patterns of file names to leave out as well
+    std::vector<std::string> also;    // shell patterns of strangers to take
     MeshOptions mesh;
+    Verbosity verbosity;
+    ColorChoice color;
+    bool isStrict;     // refuses strangers
     bool isForced;     // packs what a check refuses
     bool isSmall;      // packs containers by zopfli, takes blanks out of documents, and leaves out
                        // entries that no document names
     bool takesAnyText; // packs documents that do not parse as they are, for whoever tells why
     EntryCache* cache; // borrowed; null for none
 };
-
-/// The way of a file that stands in no order file, by its name.
-SourceKind KindOfSource(const std::string& name);
 
 /// A package in memory, made of a folder.
 struct PackedFolder

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/mesh_import.h"
 
+#include <algorithm>
 #include <assimp/cimport.h>
 #include <assimp/mesh.h>
 #include <assimp/postprocess.h>
@@ -8,6 +9,7 @@
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <string_view>
 
 #include "engine/data/byte_order.h"
@@ -15,6 +17,7 @@
 #include "tools/child_process.h"
 #include "tools/container.h"
 #include "tools/model_ply.h"
+#include "tools/overwrite.h"
 #include "tools/report.h"
 
 /// A model has at most 1 GiB, and Assimp's own form of a mesh is about as large.
@@ -27,6 +30,10 @@ struct ImportNotes
     uint64_t meshes;         // with a triangle
     uint64_t lacking[2];     // of these, without this set of texture coordinates
     uint64_t withoutNormals; // of these
+    uint64_t zeroNormals;    // vertices whose normal had no length
+    uint64_t longNormals;    // vertices whose normal was not 1 long
+    bool isUnchecked;        // something of the file was against its format's rules
+    bool hasBadIndex;        // a triangle names a vertex that is not there
 };
 
 static bool HasTriangle(const aiMesh* source)
@@ -64,8 +71,28 @@ static void PutVector(const aiVector3D& vector, float* to)
     to[2] = vector.z;
 }
 
+/// Puts a normal of the source, 1 long.
+/// @return whether it has a length
+static bool PutNormal(aiVector3D normal, MeshVertex* vertex, ImportNotes* notes)
+{
+    static constexpr float kTolerance = 0.01f; // exporters round; what they wrote stays
+    const float length = normal.Length();
+    if (!(length > 0.0f) || !std::isfinite(length))
+    {
+        notes->zeroNormals += 1;
+        return false;
+    }
+    if (fabsf(length - 1.0f) > kTolerance)
+    {
+        notes->longNormals += 1;
+        normal /= length;
+    }
+    PutVector(normal, vertex->normal);
+    return true;
+}
+
 static void AppendVertices(const aiMesh* source, const aiMatrix4x4& transform,
-                           const MeshOptions& options, TriangleMesh* mesh)
+                           const MeshOptions& options, TriangleMesh* mesh, ImportNotes* notes)
 {
     const bool moved = !IsIdentity(transform);
     const bool mirrored = transform.Determinant() < 0.0f;
@@ -84,6 +111,7 @@ static void AppendVertices(const aiMesh* source, const aiMatrix4x4& transform,
                 vertex.texCoords[set][1] = options.flipV ? 1.0f - coords.y : coords.y;
             }
         }
+        bool hasNormal = false;
         if (source->HasNormals())
         {
             aiVector3D normal = source->mNormals[i];
@@ -93,10 +121,10 @@ static void AppendVertices(const aiMesh* source, const aiMatrix4x4& transform,
                 normal = normalMatrix * normal;
                 normal = (mirrored ? -normal : normal).NormalizeSafe();
             }
-            PutVector(normal, vertex.normal);
+            hasNormal = PutNormal(normal, &vertex, notes);
         }
         mesh->vertices.push_back(vertex);
-        mesh->hasNormal.push_back(source->HasNormals() ? 1 : 0);
+        mesh->hasNormal.push_back(hasNormal ? 1 : 0);
     }
 }
 
@@ -110,6 +138,10 @@ static void AppendTriangles(const aiMesh* source, uint32_t firstVertex, bool mir
         {
             notes->droppedFaces += 1;
             continue;
+        }
+        for (unsigned int c = 0; c < 3; ++c)
+        {
+            notes->hasBadIndex = notes->hasBadIndex || face.mIndices[c] >= source->mNumVertices;
         }
         // A mirrored triangle is turned round, so that it faces the way its normals do.
         mesh->indices.push_back(firstVertex + face.mIndices[0]);
@@ -138,7 +170,7 @@ static bool AppendMesh(const aiMesh* source, const aiMatrix4x4& transform,
     notes->withoutNormals += source->HasNormals() ? 0 : 1;
 
     const uint32_t firstVertex = static_cast<uint32_t>(mesh->vertices.size());
-    AppendVertices(source, transform, options, mesh);
+    AppendVertices(source, transform, options, mesh, notes);
     AppendTriangles(source, firstVertex, transform.Determinant() < 0.0f, mesh, notes);
     return true;
 }
@@ -166,6 +198,38 @@ static bool AppendNode(const aiScene* scene, const aiNode* node, const aiMatrix4
         }
     }
     return true;
+}
+
+/// Moves a mesh as its author asked for.
+static void Arrange(const MeshOptions& options, TriangleMesh* mesh)
+{
+    float low[3] = {INFINITY, INFINITY, INFINITY};
+    float high[3] = {-INFINITY, -INFINITY, -INFINITY};
+    for (MeshVertex& vertex : mesh->vertices)
+    {
+        for (float* vector : {vertex.position, vertex.normal})
+        {
+            if (options.isZUp)
+            {
+                const float y = vector[1];
+                vector[1] = vector[2];
+                vector[2] = -y;
+            }
+        }
+        for (int k = 0; k < 3; ++k)
+        {
+            vertex.position[k] *= options.scale == 0.0f ? 1.0f : options.scale;
+            low[k] = fminf(low[k], vertex.position[k]);
+            high[k] = fmaxf(high[k], vertex.position[k]);
+        }
+    }
+    for (MeshVertex& vertex : mesh->vertices)
+    {
+        for (int k = 0; k < 3 && options.isCentered; ++k)
+        {
+            vertex.position[k] -= (low[k] + high[k]) * 0.5f;
+        }
+    }
 }
 
 static bool IsFinite(const TriangleMesh& mesh)
@@ -255,6 +319,22 @@ static void AppendNotes(const std::string& label, const ImportNotes& notes, uint
                    static_cast<unsigned long long>(notes.withoutNormals),
                    static_cast<unsigned long long>(notes.meshes));
     }
+    if (notes.zeroNormals != 0)
+    {
+        AppendLine(label, text, "normals without a length: %llu, smooth ones were made",
+                   static_cast<unsigned long long>(notes.zeroNormals));
+    }
+    if (notes.longNormals != 0)
+    {
+        AppendLine(label, text, "normals that were not 1 long: %llu, now they are",
+                   static_cast<unsigned long long>(notes.longNormals));
+    }
+    if (notes.isUnchecked)
+    {
+        AppendLine(label, text,
+                   "the file breaks its format's rules somewhere; its triangles are "
+                   "taken over");
+    }
     if (notes.droppedFaces != 0)
     {
         AppendLine(label, text, "points and lines dropped: %llu",
@@ -271,14 +351,25 @@ static const char* TakeScene(const aiScene* scene, const MeshOptions& options, T
     {
         return "too many vertices";
     }
+    if (notes->hasBadIndex)
+    {
+        return "a triangle names a vertex that is not there";
+    }
     if (mesh->indices.empty())
     {
         return "no triangle in it";
     }
     mesh->texCoordSets = notes->lacking[1] < notes->meshes ? 2 : 1;
 
+    // Unused vertices go before the bounding box is measured.
     MakeMissingNormals(mesh);
     JoinIdenticalVertices(mesh);
+    if (options.makesNormals)
+    {
+        SmoothNormals(mesh, options.smoothAngle);
+        JoinIdenticalVertices(mesh);
+    }
+    Arrange(options, mesh);
     return IsFinite(*mesh) ? nullptr : "a vertex holds a number that is not finite";
 }
 
@@ -309,19 +400,37 @@ static ImportedMesh RefuseMesh(const std::string& what)
     return {false, what, {}};
 }
 
+/// Assimp counts v from the lower edge in all formats, and so turns round that of glTF, which
+/// counts as pieces do. Here it is turned back.
+static MeshOptions OptionsFor(const std::string& path, MeshOptions options)
+{
+    const std::string ending = path.substr(std::min(path.rfind('.'), path.size()));
+    const bool isGltf =
+        strcasecmp(ending.c_str(), ".gltf") == 0 || strcasecmp(ending.c_str(), ".glb") == 0;
+    options.flipV = options.flipV != isGltf;
+    return options;
+}
+
 /// Reads a mesh. The library may end the process, or take all of its memory and time.
 static ImportedMesh ImportMesh(const std::string& path, const MeshOptions& options,
                                const std::string& label)
 {
+    ImportNotes notes = {};
     const aiScene* scene =
         aiImportFile(path.c_str(), aiProcess_ValidateDataStructure | aiProcess_Triangulate);
+    const std::string refused = scene == nullptr ? aiGetErrorString() : "";
     if (scene == nullptr)
     {
-        return RefuseMesh(Printable(aiGetErrorString()));
+        // One empty solid, or a light without a node, is no reason to refuse all the rest.
+        notes.isUnchecked = true;
+        scene = aiImportFile(path.c_str(), aiProcess_Triangulate);
+    }
+    if (scene == nullptr)
+    {
+        return RefuseMesh(Printable(refused));
     }
     TriangleMesh mesh = {};
-    ImportNotes notes = {};
-    const char* fault = TakeScene(scene, options, &mesh, &notes);
+    const char* fault = TakeScene(scene, OptionsFor(path, options), &mesh, &notes);
     aiReleaseImport(scene);
     if (fault != nullptr)
     {
@@ -415,9 +524,11 @@ bool ConvertMesh(const std::string& path, const MeshOptions& options, const std:
     return ReadMesh(path, options, label, &model) && PackContainer(model, container);
 }
 
-bool ConvertMeshFile(const std::string& in, const std::string& out, const MeshOptions& options)
+bool ConvertMeshFile(const std::string& in, const std::string& out, const MeshOptions& options,
+                     bool isForced)
 {
     Bytes container;
-    return ConvertMesh(in, options, Printable(out), &container) &&
+    return MayOverwrite(out, FileKind::kPackedOther, isForced) &&
+           ConvertMesh(in, options, Printable(out), &container) &&
            ReplaceFile(out, container.data(), container.size());
 }

@@ -12,16 +12,8 @@
 
 #include <string>
 
+#include "tools/mesh_options.h"
 #include "tools/triangle_mesh.h"
-
-/// How a mesh is taken over.
-struct MeshOptions
-{
-    /// Stores 1 - v for v: for sources that count v from the lower edge of an image, since a
-    /// bitmap's first row lies at v = 0 here.
-    bool flipV;
-    bool isQuiet; // prints nothing but errors
-};
 
 /// Reads a mesh into an uncompressed model file and prints what became of it, each line after
 /// `label` and a colon: one with vertices, triangles, sets and the bounding box, and one for each
@@ -36,4 +28,6 @@ bool ConvertMesh(const std::string& path, const MeshOptions& options, const std:
                  Bytes* container);
 
 /// The same from file to file.
-bool ConvertMeshFile(const std::string& in, const std::string& out, const MeshOptions& options);
+/// @param isForced   writes over a file that is no model, too
+bool ConvertMeshFile(const std::string& in, const std::string& out, const MeshOptions& options,
+                     bool isForced);

@@ -8,6 +8,7 @@
 
 #include "engine/data/package_file.h"
 #include "tools/files.h"
+#include "tools/overwrite.h"
 #include "tools/package_listing.h"
 #include "tools/report.h"
 
@@ -244,7 +245,7 @@ static bool WriteList(const EntryList* list, ListedPackage* source, const std::s
     PackageBytes package = {};
     const bool isBuilt =
         BuildPackage(list->head, source == nullptr ? nullptr : &source->file, &package, &faults);
-    ReportFaults(&faults);
+    ReportFaults(path, &faults);
     if (!isBuilt)
     {
         free(package.bytes);
@@ -300,8 +301,12 @@ bool RemoveFromPackage(const std::string& path, const std::vector<std::string>& 
     return isDone;
 }
 
-bool CreatePackage(const std::string& path, const std::vector<std::string>& files)
+bool CreatePackage(const std::string& path, const std::vector<std::string>& files, bool isForced)
 {
+    if (!MayOverwrite(path, FileKind::kPackage, isForced))
+    {
+        return false;
+    }
     EntryList list = StartEntryList();
     const bool isDone =
         list.head != nullptr && AppendFiles(&list, files) && WriteList(&list, nullptr, path);
@@ -311,17 +316,45 @@ bool CreatePackage(const std::string& path, const std::vector<std::string>& file
 
 // ---- Reading
 
-bool ListPackage(const std::string& path)
+static void PrintListing(const ListedPackage& package)
+{
+    for (const ListedEntry& entry : package.entries)
+    {
+        printf("%s\t%u\t%u\n", Printable(entry.name).c_str(), entry.start, entry.size);
+    }
+}
+
+/// A text in JSON. Bytes that are no text stand as the marks that Printable makes of them.
+static std::string Quoted(const std::string& text)
+{
+    std::string quoted = "\"";
+    for (const char c : Printable(text))
+    {
+        quoted += c == '"' || c == '\\' ? std::string("\\") + c : std::string(1, c);
+    }
+    return quoted + "\"";
+}
+
+static void PrintListingJson(const ListedPackage& package)
+{
+    const char* before = "[";
+    for (const ListedEntry& entry : package.entries)
+    {
+        printf("%s\n{\"name\":%s,\"start\":%u,\"size\":%u}", before, Quoted(entry.name).c_str(),
+               entry.start, entry.size);
+        before = ",";
+    }
+    printf("%s]\n", package.entries.empty() ? before : "\n");
+}
+
+bool ListPackage(const std::string& path, bool json)
 {
     ListedPackage package;
     if (!OpenPackage(path, PackageUse::kReading, &package))
     {
         return false;
     }
-    for (const ListedEntry& entry : package.entries)
-    {
-        printf("%s\t%u\t%u\n", Printable(entry.name).c_str(), entry.start, entry.size);
-    }
+    json ? PrintListingJson(package) : PrintListing(package);
     ClosePackage(&package);
     return true;
 }
@@ -402,15 +435,21 @@ static bool PlanExtraction(const ListedPackage* package, const std::string& fold
     return true;
 }
 
+/// @param path   a file, or "-"
 static bool ExtractEntry(ListedPackage* package, const std::string& name, const std::string& path)
 {
     FaultList faults;
     StartFaults(&faults);
     int32_t size = 0;
     unsigned char* bytes = ReadPackageEntry(&package->file, name.c_str(), &size, &faults);
-    ReportFaults(&faults);
-    const bool isDone = bytes != nullptr &&
-                        ReplaceFile(path, bytes, static_cast<size_t>(size), kExtractReplacement);
+    ReportFaults(package->path, &faults);
+    const size_t length = static_cast<size_t>(size);
+    bool isDone = bytes != nullptr;
+    if (isDone)
+    {
+        isDone = path == kStandardStream ? WriteStandardOutput(bytes, length)
+                                         : ReplaceFile(path, bytes, length, kExtractReplacement);
+    }
     free(bytes);
     return isDone;
 }
@@ -424,14 +463,22 @@ bool ExtractFromPackage(const std::string& path, const std::string& folder,
         return false;
     }
 
+    const bool isPrinted = folder == kStandardStream;
     std::vector<PlannedEntry> wanted;
-    bool isDone = ListWanted(&package, names, &wanted) &&
-                  PlanExtraction(&package, folder, &wanted) && MakeFolder(folder);
+    bool isDone = ListWanted(&package, names, &wanted) && PlanExtraction(&package, folder, &wanted);
+    if (isDone && isPrinted && wanted.size() != 1)
+    {
+        ReportError("%s: one entry can be written to standard output, not %zu",
+                    Printable(path).c_str(), wanted.size());
+        isDone = false;
+    }
+    isDone = isDone && (isPrinted || MakeFolder(folder));
     if (isDone)
     {
         for (const PlannedEntry& planned : wanted)
         {
-            isDone = ExtractEntry(&package, planned.name, folder + "/" + planned.name) && isDone;
+            const std::string file = isPrinted ? folder : folder + "/" + planned.name;
+            isDone = ExtractEntry(&package, planned.name, file) && isDone;
         }
     }
     ClosePackage(&package);

@@ -38,13 +38,14 @@ bool PlaceEntries(std::vector<PlannedEntry>* plan);
 bool WritePackage(const std::string& path, const std::vector<PlannedEntry>& plan,
                   PackageBytes* package);
 
-/// Prints one line an entry, in directory order: name, start and size, with a tab between them.
-bool ListPackage(const std::string& path);
+/// Prints one line an entry, in directory order: name, start and size, with a tab between them; or
+/// one JSON array of objects with these.
+bool ListPackage(const std::string& path, bool json);
 
 /// Writes entries to files of their names, each over an old one in one step. Nothing is written if
 /// a name has a slash, is "." or "..", or if the file would take the package's own place. What is
 /// no regular file is not written over, links included.
-/// @param folder   made if it does not exist
+/// @param folder   made if it does not exist; "-" writes the one that is named to standard output
 /// @param names    empty for all entries
 bool ExtractFromPackage(const std::string& path, const std::string& folder,
                         const std::vector<std::string>& names);
@@ -57,4 +58,5 @@ bool AddToPackage(const std::string& path, const std::vector<std::string>& files
 bool RemoveFromPackage(const std::string& path, const std::vector<std::string>& names);
 
 /// Writes a package of these files, over an old one.
-bool CreatePackage(const std::string& path, const std::vector<std::string>& files);
+/// @param isForced   writes over a file that is no package, too
+bool CreatePackage(const std::string& path, const std::vector<std::string>& files, bool isForced);

@@ -38,8 +38,27 @@ static const char* ParseListedEntry(const unsigned char* bytes, uint64_t fileSiz
     return nullptr;
 }
 
+static bool HasHeader(const ListedPackage* package)
+{
+    unsigned char header[kPackageHeaderSize] = {};
+    return pread(package->file.file, header, sizeof(header), 0) == sizeof(header) &&
+           memcmp(header, kPackageHeader, sizeof(header)) == 0;
+}
+
+static bool ReportStranger(const ListedPackage* package)
+{
+    ReportError("%s: not a package: it does not begin with the bytes 44 50 01",
+                Printable(package->path).c_str());
+    return false;
+}
+
+/// A file that does not even begin like a package is none, rather than a damaged one.
 static bool ReportDamage(const ListedPackage* package, const std::string& what)
 {
+    if (!HasHeader(package))
+    {
+        return ReportStranger(package);
+    }
     ReportError("%s: damaged package: %s", Printable(package->path).c_str(), what.c_str());
     return false;
 }
@@ -73,16 +92,7 @@ static bool CheckHeader(PackageUse use, uint64_t fileSize, const ListedPackage* 
                     kEmptyPackageSize);
         return false;
     }
-    unsigned char header[kPackageHeaderSize] = {};
-    if (use == PackageUse::kRewriting &&
-        (pread(package->file.file, header, sizeof(header), 0) != sizeof(header) ||
-         memcmp(header, kPackageHeader, sizeof(header)) != 0))
-    {
-        ReportError("%s: not a package: it does not begin with the bytes 44 50 01",
-                    Printable(package->path).c_str());
-        return false;
-    }
-    return true;
+    return use == PackageUse::kReading || HasHeader(package) || ReportStranger(package);
 }
 
 /// Waits until no other dpk rewrites the package that is open. A file system without locks has

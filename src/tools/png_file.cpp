@@ -38,14 +38,20 @@ static void AppendBlock(void* bytes, void* block, int size)
     file->insert(file->end(), first, first + size);
 }
 
-bool WritePng(const std::string& path, const Picture& picture)
+bool EncodePng(const Picture& picture, Bytes* file)
 {
     // Each row begins with a byte that names its filter.
     assert((int64_t{picture.width} * picture.channels + 1) * picture.height < INT32_MAX);
 
+    file->clear();
+    return stbi_write_png_to_func(AppendBlock, file, picture.width, picture.height,
+                                  picture.channels, picture.pixels, 0) != 0;
+}
+
+bool WritePng(const std::string& path, const Picture& picture)
+{
     Bytes file;
-    if (stbi_write_png_to_func(AppendBlock, &file, picture.width, picture.height, picture.channels,
-                               picture.pixels, 0) == 0)
+    if (!EncodePng(picture, &file))
     {
         ReportError("%s: no memory for a picture of %dx%d pixels", Printable(path).c_str(),
                     picture.width, picture.height);

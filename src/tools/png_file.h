@@ -17,6 +17,11 @@ struct Picture
     const uint8_t* pixels; // borrowed
 };
 
+/// Makes the bytes of a file of a picture.
+/// @param picture   of less than 2 GiB
+/// @return false without memory; nothing is printed
+bool EncodePng(const Picture& picture, Bytes* file);
+
 /// Writes a picture, over an old file, which is replaced in one step. The same picture gives the
 /// same bytes.
 /// @param picture   of less than 2 GiB

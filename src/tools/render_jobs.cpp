@@ -192,7 +192,7 @@ static bool TakeReports(Job* job, RenderOutcome* outcome)
 
 // ---- Progress
 
-struct Progress
+struct JobProgress
 {
     double start;    // seconds of the clock
     double lastLine; // the same
@@ -206,7 +206,8 @@ static std::string SizeText(uint64_t bytes)
     return text;
 }
 
-static void ShowProgress(const RenderWork& work, const RenderOutcome& outcome, Progress* progress)
+static void ShowProgress(const RenderWork& work, const RenderOutcome& outcome,
+                         JobProgress* progress)
 {
     const double now = Now();
     if (now - progress->lastLine < (work.tellsJson ? 1.0 : 0.2))
@@ -236,7 +237,7 @@ static void ShowProgress(const RenderWork& work, const RenderOutcome& outcome, P
     }
 }
 
-static void ClearProgress(const Progress& progress)
+static void ClearProgress(const JobProgress& progress)
 {
     if (progress.hasLine)
     {
@@ -319,7 +320,7 @@ static DrawResult WaitForJob(pid_t process)
 /// Listens to all processes until each has said its last word.
 static void ListenToJobs(const RenderWork& work, std::vector<Job>* jobs, RenderOutcome* outcome)
 {
-    Progress progress = {Now(), Now(), false};
+    JobProgress progress = {Now(), Now(), false};
     RawRelay relay = {
         0, 0, static_cast<size_t>(work.plan->width) * 3 * static_cast<size_t>(work.plan->height),
         false};

@@ -403,8 +403,9 @@ static bool PackSources(const std::string& folder, Bytes* package)
         return false;
     }
     PackedFolder packed = {};
-    const bool isPacked = PackFolder(folder, PackageOfFolder(folder), {}, &packed) &&
-                          CheckPacked(folder, packed.package.bytes, packed.package.size);
+    const bool isPacked =
+        PackFolder(folder, PackageOfFolder(folder), {}, &packed) &&
+        CheckPacked(folder, packed.package.bytes, packed.package.size, ColorChoice::kAuto);
     if (isPacked)
     {
         package->assign(packed.package.bytes, packed.package.bytes + packed.package.size);

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "tools/report.h"
 
+#include <chrono>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
+#include <unistd.h>
 
 #include "engine/data/plain_text.h"
 
@@ -19,13 +22,61 @@ void ReportError(const char* format, ...)
     fprintf(stderr, "\n");
 }
 
-void ReportFaults(FaultList* faults)
+void ReportFaults(const std::string& path, FaultList* faults)
 {
+    const std::string program = path.empty() ? "dpk" : "dpk: " + Printable(path);
     for (uint32_t i = 0; i < faults->count; ++i)
     {
-        PrintFault(GetFault(faults, i), "dpk");
+        PrintFault(GetFault(faults, i), program.c_str());
     }
     FreeFaults(faults);
+}
+
+void ReportFaults(FaultList* faults)
+{
+    ReportFaults("", faults);
+}
+
+bool HasColors(ColorChoice choice)
+{
+    const char* refused = getenv("NO_COLOR");
+    const bool isRefused = refused != nullptr && *refused != 0;
+    return choice == ColorChoice::kAlways ||
+           (choice == ColorChoice::kAuto && !isRefused && isatty(STDOUT_FILENO) != 0);
+}
+
+static int64_t NowMs()
+{
+    using std::chrono::steady_clock;
+    const auto now = steady_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
+}
+
+Progress StartProgress(const char* verb, size_t total, Verbosity verbosity)
+{
+    const bool isTold = verbosity == Verbosity::kUsual && isatty(STDERR_FILENO) != 0;
+    return {isTold ? verb : nullptr, total, NowMs(), false};
+}
+
+void ShowProgress(Progress* progress, size_t done, const std::string& what)
+{
+    static constexpr int64_t kPatienceMs = 1000;
+    if (progress->verb != nullptr && NowMs() - progress->startMs >= kPatienceMs)
+    {
+        progress->isShown = true;
+        const std::string of = progress->total == 0 ? "" : "/" + std::to_string(progress->total);
+        fprintf(stderr, "\r\x1b[K%s %zu%s %.50s", progress->verb, done + 1, of.c_str(),
+                Printable(what).c_str());
+    }
+}
+
+void EndProgress(Progress* progress)
+{
+    if (progress->isShown)
+    {
+        fprintf(stderr, "\r\x1b[K");
+    }
+    progress->isShown = false;
 }
 
 std::string Printable(const std::string& name)

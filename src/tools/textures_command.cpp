@@ -24,6 +24,7 @@ static constexpr Section kImageSections[] = {Section::kLayers, Section::kTexture
 /// One document while its images are written.
 struct ImageWriter
 {
+    Verbosity verbosity;
     std::string prefix; // folder, slash and the document's part of the files' names
     DocumentReader reader;
     SheetGroup layers;
@@ -88,12 +89,23 @@ static const TiXmlElement* ReadElement(const DocumentReader* reader)
 
 static bool ShowBitmap(ImageWriter* writer, uint32_t id, BitmapTexture* bitmap)
 {
-    const std::string detail = std::to_string(bitmap->width) + "x" +
-                               std::to_string(bitmap->height) + " " +
-                               ReadElement(&writer->reader)->Attribute("filename");
-    const bool isShown = ShowImage(
-        writer, "bitmap", id, detail,
-        {bitmap->width, bitmap->height, bitmap->components, bitmap->pixels}, &writer->bitmaps);
+    const std::string file = ReadElement(&writer->reader)->Attribute("filename");
+    const std::string size = std::to_string(bitmap->width) + "x" + std::to_string(bitmap->height);
+    bool isShown = false;
+    if (bitmap->components >= 3)
+    {
+        const Picture picture = {bitmap->width, bitmap->height, bitmap->components, bitmap->pixels};
+        isShown = ShowImage(writer, "bitmap", id, size + " " + file, picture, &writer->bitmaps);
+    }
+    else
+    {
+        const size_t bytes =
+            3 * static_cast<size_t>(bitmap->width) * static_cast<size_t>(bitmap->height);
+        const Bytes white(bytes, 0xFF);
+        printf("bitmap %u: %s is grey, so players show it white\n", id, Printable(file).c_str());
+        isShown = ShowImage(writer, "bitmap", id, size + " white " + file,
+                            {bitmap->width, bitmap->height, 3, white.data()}, &writer->bitmaps);
+    }
     FreeBitmap(bitmap);
     return isShown;
 }
@@ -119,17 +131,21 @@ static bool ShowItem(ImageWriter* writer, const ItemPlace& item)
 static bool ShowItems(ImageWriter* writer)
 {
     ReadContext* context = writer->reader.context;
-    while (true)
+    Progress progress = StartProgress("writing", 0, writer->verbosity);
+    for (size_t done = 0;; ++done)
     {
         ItemPlace item = {};
+        ShowProgress(&progress, done, writer->prefix);
         const ReadStep step = ReadNextItem(&writer->reader, &item);
         PrintLookupLines(context->package);
         if (step != ReadStep::kItem)
         {
+            EndProgress(&progress);
             return step == ReadStep::kDone;
         }
         if (!ShowItem(writer, item))
         {
+            EndProgress(&progress);
             return false;
         }
     }
@@ -143,7 +159,11 @@ static void AddGroups(ImageWriter* writer, const std::string& entry,
     const std::string textures =
         Count(writer->textures.tiles.size(), "procedural texture", "procedural textures");
     const std::string bitmaps = Count(writer->bitmaps.tiles.size(), "bitmap", "bitmaps");
-    printf("%s: %s, %s, %s\n", entry.c_str(), layers.c_str(), textures.c_str(), bitmaps.c_str());
+    if (writer->verbosity != Verbosity::kQuiet)
+    {
+        printf("%s: %s, %s, %s\n", entry.c_str(), layers.c_str(), textures.c_str(),
+               bitmaps.c_str());
+    }
     writer->layers.heading = entry + ", section 0: " + layers;
     writer->textures.heading = entry + ", section 1: " + textures;
     writer->bitmaps.heading = entry + ", section 6: " + bitmaps;
@@ -156,7 +176,7 @@ static void AddGroups(ImageWriter* writer, const std::string& entry,
 /// @param name   an entry of the package
 /// @return false after an error line
 static bool WriteDocument(ListedPackage* package, const char* name, const std::string& folder,
-                          std::vector<SheetGroup>* groups)
+                          Verbosity verbosity, std::vector<SheetGroup>* groups)
 {
     // The other sections are walked over.
     SectionReader readers[kSectionCount] = {};
@@ -177,6 +197,7 @@ static bool WriteDocument(ListedPackage* package, const char* name, const std::s
 
     const std::string entry = name;
     ImageWriter writer;
+    writer.verbosity = verbosity;
     writer.prefix = folder + "/" + entry.substr(0, entry.rfind('.')) + "-";
     bool isDone = LoadDocument(&package->file, &document, &faults);
     if (isDone)
@@ -186,7 +207,7 @@ static bool WriteDocument(ListedPackage* package, const char* name, const std::s
     }
     FreeLayers(&context);
     FreeDocument(readers, &document);
-    ReportFaults(&faults);
+    ReportFaults(package->path, &faults);
     if (isDone)
     {
         AddGroups(&writer, entry, groups);
@@ -194,7 +215,7 @@ static bool WriteDocument(ListedPackage* package, const char* name, const std::s
     return isDone;
 }
 
-static bool WriteDocuments(ListedPackage* package, const std::string& folder)
+static bool WriteDocuments(ListedPackage* package, const std::string& folder, Verbosity verbosity)
 {
     static constexpr const char* kDocuments[] = {kLoadingDocumentName, kDemoDocumentName};
     if (FindEntry(package, kDocuments[0]) == nullptr &&
@@ -219,7 +240,7 @@ static bool WriteDocuments(ListedPackage* package, const std::string& folder)
             printf("%s: not in the package\n", name);
             continue;
         }
-        if (!WriteDocument(package, name, folder, &groups))
+        if (!WriteDocument(package, name, folder, verbosity, &groups))
         {
             return false;
         }
@@ -227,14 +248,14 @@ static bool WriteDocuments(ListedPackage* package, const std::string& folder)
     return WriteContactSheet(folder + "/sheet.png", groups);
 }
 
-bool WriteTextures(const std::string& path, const std::string& folder)
+bool WriteTextures(const std::string& path, const std::string& folder, Verbosity verbosity)
 {
     ListedPackage package;
     if (!OpenPackage(path, PackageUse::kReading, &package))
     {
         return false;
     }
-    const bool isDone = WriteDocuments(&package, folder);
+    const bool isDone = WriteDocuments(&package, folder, verbosity);
     ClosePackage(&package);
     return isDone;
 }

@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "tools/report.h"
+
 /// Writes the images of sections 0, 1 and 6 of loading.xmlz and demo.xmlz as PNG files, and a
 /// contact sheet of all of them, and prints how many there are. The player's own readers make them,
 /// which need no display.
@@ -21,4 +23,4 @@
 /// @param path     the package; a document that it lacks is noted, and it has to hold one of both
 /// @param folder   made if it does not exist
 /// @return false after an error line
-bool WriteTextures(const std::string& path, const std::string& folder);
+bool WriteTextures(const std::string& path, const std::string& folder, Verbosity verbosity);

@@ -80,6 +80,58 @@ void MakeMissingNormals(TriangleMesh* mesh)
     }
 }
 
+/// Gives each corner of each triangle a vertex of its own.
+static void SplitCorners(TriangleMesh* mesh)
+{
+    TriangleMesh split = {};
+    for (uint32_t& index : mesh->indices)
+    {
+        split.vertices.push_back(mesh->vertices[index]);
+        split.hasNormal.push_back(1);
+        index = static_cast<uint32_t>(split.vertices.size() - 1);
+    }
+    mesh->vertices.swap(split.vertices);
+    mesh->hasNormal.swap(split.hasNormal);
+}
+
+static double Dot(const Sum& a, const Sum& b)
+{
+    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+
+void SmoothNormals(TriangleMesh* mesh, float angle)
+{
+    SplitCorners(mesh);
+    std::vector<Sum> faces; // [triangle]
+    std::map<PositionKey, std::vector<size_t>> around;
+    for (size_t i = 0; i < mesh->vertices.size(); i += 3)
+    {
+        faces.push_back(TriangleNormal(mesh->vertices[i].position, mesh->vertices[i + 1].position,
+                                       mesh->vertices[i + 2].position));
+        for (size_t c = 0; c < 3; ++c)
+        {
+            around[KeyOf(mesh->vertices[i + c])].push_back(i / 3);
+        }
+    }
+
+    const double least = cos(static_cast<double>(angle) * 3.14159265358979 / 180.0);
+    for (size_t i = 0; i < mesh->vertices.size(); ++i)
+    {
+        const Sum& own = faces[i / 3];
+        Sum sum = {};
+        for (const size_t face : around[KeyOf(mesh->vertices[i])])
+        {
+            const double lengths = sqrt(Dot(own, own) * Dot(faces[face], faces[face]));
+            const bool isNear = face == i / 3 || Dot(own, faces[face]) >= least * lengths;
+            for (size_t k = 0; k < 3 && isNear; ++k)
+            {
+                sum[k] += faces[face][k];
+            }
+        }
+        SetUnitNormal(sum, &mesh->vertices[i]);
+    }
+}
+
 void JoinIdenticalVertices(TriangleMesh* mesh)
 {
     std::vector<uint8_t> used(mesh->vertices.size(), 0);

@@ -29,6 +29,12 @@ struct TriangleMesh
 /// zero.
 void MakeMissingNormals(TriangleMesh* mesh);
 
+/// Makes all normals anew: the sum of the normals of those triangles around the place of a corner
+/// that meet the corner's own at no more than an angle. Each corner gets a vertex of its own; join
+/// them afterwards.
+/// @param angle   degrees
+void SmoothNormals(TriangleMesh* mesh, float angle);
+
 /// Leaves of several vertices with the same bytes the first, and drops vertices that no triangle
 /// uses. The order of those that stay is kept.
 void JoinIdenticalVertices(TriangleMesh* mesh);

@@ -10,6 +10,7 @@
 
 #include "tools/container.h"
 #include "tools/folder_build.h"
+#include "tools/folder_sources.h"
 #include "tools/model_ply.h"
 #include "tools/order_file.h"
 #include "tools/package_listing.h"

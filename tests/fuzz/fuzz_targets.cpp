@@ -282,7 +282,9 @@ static void FuzzMesh(const uint8_t* bytes, size_t size)
     const std::string name = kNames[bytes[0] % 4];
     folder.Write(name, TextOf(bytes + 1, size - 1));
     std::vector<unsigned char> container;
-    if (ConvertMesh(folder.path + "/" + name, {false, true}, "mesh", &container))
+    MeshOptions options = {};
+    options.isQuiet = true;
+    if (ConvertMesh(folder.path + "/" + name, options, "mesh", &container))
     {
         RequireModel(container);
     }

@@ -100,3 +100,24 @@ TEST_F(CheckCommandTest, BuildPacksNoPieceWithErrors)
     EXPECT_EQ(RunDpk(folder, {"build", "--force", "src", "-o", "p.dpk"}).exitCode, 0);
     EXPECT_EQ(FilesIn(folder), "p.dpk src");
 }
+
+TEST_F(CheckCommandTest, ColorsSeveritiesOnlyIfAsked)
+{
+    WritePiece(Demo("0,5"));
+    const std::vector<std::string> check = {"check", "--only", "comma-decimal", "src"};
+    EXPECT_EQ(RunDpk(folder, check).out.find('\x1b'), std::string::npos);
+    std::vector<std::string> colored = check;
+    colored.insert(colored.end(), {"--color", "always"});
+    EXPECT_NE(RunDpk(folder, colored).out.find(": \x1b[1;35mwarning\x1b[0m: light 1"),
+              std::string::npos);
+    colored.back() = "sometimes";
+    EXPECT_EQ(RunDpk(folder, colored).exitCode, 2);
+}
+
+TEST_F(CheckCommandTest, SaysNothingIfAsked)
+{
+    WritePiece("<?xml version=\"1.0\"?>\n<a/>\n");
+    const DpkRun run = RunDpk(folder, {"check", "-q", "src"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.out + run.err, "");
+}

@@ -172,3 +172,82 @@ TEST(CommandLine, AnOptionTakesNoNamesAfterItsOwn)
     EXPECT_EQ(RunDpk(folder, {"build", "--ignore", "b", "src", "-o", "p.dpk"}).err, "");
     EXPECT_EQ(RunDpk(folder, {"list", "p.dpk"}).out, "a\t75\t4\n");
 }
+
+TEST(CommandLine, WritesOverWhatItWritesAlone)
+{
+    TemporaryFolder folder;
+    const std::string source = "<?xml version=\"1.0\"?>\n<a/>\n";
+    folder.Write("demo.xml", source);
+    folder.Write("e.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+    folder.Write("plain", "a text");
+    folder.Write("src/a", "data");
+    EXPECT_EQ(RunDpk(folder, {"compress", "demo.xml", "demo.xmlz"}).exitCode, 0);
+    EXPECT_EQ(RunDpk(folder, {"compress", "plain", "plain.z"}).exitCode, 0);
+    EXPECT_EQ(RunDpk(folder, {"model", "-q", "e.obj", "e.model"}).out, "");
+    const struct
+    {
+        std::vector<std::string> arguments; // the last is the target
+        const char* refused;
+    } cases[] = {
+        {{"create", "demo.xml"}, "it exists and is no package"},
+        {{"build", "src", "-o", "demo.xml"}, "it exists and is no package"},
+        {{"model", "-q", "e.obj", "demo.xml"}, "it exists and is no model or other packed file"},
+        {{"model", "-q", "e.obj", "demo.xmlz"}, "it exists and is no model or other packed file"},
+        {{"compress", "demo.xml", "e.model"}, "it exists and is no packed document"},
+        {{"compress", "demo.xml", "plain"}, "it exists and is no packed document"},
+        {{"decompress", "demo.xmlz", "e.obj"}, "it exists and is no document"},
+        {{"decompress", "plain.z", "plain"}, "it exists"},
+    };
+    for (const auto& c : cases)
+    {
+        const std::string target = c.arguments.back();
+        const std::string before = folder.Read(target);
+        const DpkRun run = RunDpk(folder, c.arguments);
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_EQ(run.err, "dpk: " + target + ": " + c.refused + "; --force writes over it\n");
+        EXPECT_EQ(folder.Read(target), before);
+        std::vector<std::string> forced = c.arguments;
+        forced.insert(forced.begin() + 1, "--force");
+        EXPECT_EQ(RunDpk(folder, forced).err, "");
+        folder.Write(target, before);
+    }
+    // Its own kind, and what is empty.
+    folder.Write("empty", "");
+    EXPECT_EQ(RunDpk(folder, {"create", "empty"}).err, "");
+    EXPECT_EQ(RunDpk(folder, {"create", "empty"}).err, "");
+    EXPECT_EQ(RunDpk(folder, {"decompress", "demo.xmlz", "demo.xml"}).err, "");
+    EXPECT_EQ(RunDpk(folder, {"compress", "demo.xml", "demo.xmlz"}).err, "");
+    EXPECT_EQ(RunDpk(folder, {"model", "-q", "e.obj", "e.model"}).err, "");
+    EXPECT_EQ(folder.Read("demo.xml"), source);
+}
+
+TEST(CommandLine, ADashIsStandardOutput)
+{
+    TemporaryFolder folder;
+    folder.Write("a", "data");
+    EXPECT_EQ(RunDpk(folder, {"create", "p.dpk", "a"}).exitCode, 0);
+    EXPECT_EQ(RunDpk(folder, {"extract", "p.dpk", "a", "-o", "-"}).out, "data");
+    EXPECT_EQ(RunDpk(folder, {"compress", "a", "a.z"}).exitCode, 0);
+    EXPECT_EQ(RunDpk(folder, {"compress", "a", "-"}).out, folder.Read("a.z"));
+    EXPECT_EQ(RunDpk(folder, {"decompress", "a.z", "-"}).out, "data");
+    EXPECT_EQ(FilesIn(folder), "a a.z p.dpk");
+}
+
+TEST(CommandLine, ListsAsJsonToo)
+{
+    TemporaryFolder folder;
+    folder.Write("a\"b", "data");
+    EXPECT_EQ(RunDpk(folder, {"create", "p.dpk"}).exitCode, 0);
+    EXPECT_EQ(RunDpk(folder, {"list", "--json", "p.dpk"}).out, "[]\n");
+    EXPECT_EQ(RunDpk(folder, {"add", "p.dpk", "a\"b"}).exitCode, 0);
+    EXPECT_EQ(RunDpk(folder, {"list", "--json", "p.dpk"}).out,
+              "[\n{\"name\":\"a\\\"b\",\"start\":75,\"size\":4}\n]\n");
+}
+
+TEST(CommandLine, AFileThatIsNoPackageIsToldAsSuch)
+{
+    TemporaryFolder folder;
+    folder.Write("README.md", std::string(200, '#'));
+    EXPECT_EQ(RunDpk(folder, {"list", "README.md"}).err,
+              "dpk: README.md: not a package: it does not begin with the bytes 44 50 01\n");
+}

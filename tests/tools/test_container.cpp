@@ -165,8 +165,8 @@ TEST(DpkCompress, MayReplaceItsSource)
 {
     TemporaryFolder folder;
     folder.Write("a", "text");
-    EXPECT_EQ(RunDpk(folder, {"compress", "a", "a"}).exitCode, 0);
-    EXPECT_EQ(RunDpk(folder, {"decompress", "a", "a"}).exitCode, 0);
+    EXPECT_EQ(RunDpk(folder, {"compress", "--force", "a", "a"}).exitCode, 0);
+    EXPECT_EQ(RunDpk(folder, {"decompress", "--force", "a", "a"}).exitCode, 0);
     EXPECT_EQ(folder.Read("a"), "text");
 }
 
@@ -175,18 +175,18 @@ TEST(DpkDecompress, LeavesTheOldFileWhenItFails)
     TemporaryFolder folder;
     folder.Write("bad", "\x09" + Raw("\0\0\0") + "no stream");
     folder.Write("out", "old");
-    DpkRun run = RunDpk(folder, {"decompress", "bad", "out"});
+    DpkRun run = RunDpk(folder, {"decompress", "--force", "bad", "out"});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.err, "dpk: bad: the compressed data is damaged\n");
 
-    run = RunDpk(folder, {"decompress", "nowhere", "out"});
+    run = RunDpk(folder, {"decompress", "--force", "nowhere", "out"});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.err, "dpk: nowhere: No such file or directory\n");
 
     folder.Write("good", MakeContainer(std::string(500, 'x')));
     DpkSurroundings tight = kOrdinary;
     tight.fileSizeLimit = 100;
-    run = RunDpk(folder, {"decompress", "good", "out"}, tight);
+    run = RunDpk(folder, {"decompress", "--force", "good", "out"}, tight);
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.err, "dpk: out: File too large\n");
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -54,8 +55,9 @@ TEST(DpkBuild, SortsAndConvertsTheSources)
                                        {"loading.xmlz", Pack(kDocument)},
                                        {"sky.png", "picture"}});
     EXPECT_EQ(folder.Read("p.dpk"), package);
-    EXPECT_EQ(run.out, "box.model: " + kTriangleLine + "p.dpk: 5 entries, " +
-                           std::to_string(package.size()) + " bytes\n");
+    EXPECT_EQ(run.out, "src: there is no demo.xml, so the package is no piece yet\nbox.model: " +
+                           kTriangleLine + "p.dpk: 5 entries, " + std::to_string(package.size()) +
+                           " bytes\n");
     EXPECT_EQ(FilesIn(folder), "p.dpk src");
     EXPECT_EQ(FilesIn(workshops), "");
     EXPECT_EQ(PermissionsOf(folder, "p.dpk"), 0644u);
@@ -99,7 +101,8 @@ TEST(DpkBuild, LeavesOutWhatIsNoPartOfAPiece)
 
     DpkRun run = RunDpk(folder, {"build", "src", "-o", "p.dpk"});
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.out, "p.dpk: 2 entries, 123 bytes\n");
+    EXPECT_EQ(run.out, "src: there is no demo.xml, so the package is no piece yet\n"
+                       "p.dpk: 2 entries, 123 bytes\n");
     EXPECT_EQ(folder.Read("p.dpk"), MakePackage({{"kept.py.txt", "kept"}, {"link", "kept"}}));
 }
 
@@ -130,7 +133,8 @@ TEST(DpkBuild, OfAnEmptyFolderIsAnEmptyPackage)
     TemporaryFolder folder;
     DpkRun run = RunDpk(folder, {"build", ".", "-o", "p.dpk"});
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.out, "p.dpk: 0 entries, 35 bytes\n");
+    EXPECT_EQ(run.out, ".: there is no demo.xml, so the package is no piece yet\n"
+                       "p.dpk: 0 entries, 35 bytes\n");
     EXPECT_EQ(folder.Read("p.dpk"), MakePackage({}));
 }
 
@@ -182,7 +186,7 @@ TEST(DpkBuild, FailsWithTheOldPackageUntouched)
         }
         DpkSurroundings surroundings = kOrdinary;
         surroundings.workshops = workshops.path;
-        DpkRun run = RunDpk(folder, {"build", "src", "-o", "p.dpk"}, surroundings);
+        DpkRun run = RunDpk(folder, {"build", "--force", "src", "-o", "p.dpk"}, surroundings);
         EXPECT_EQ(run.exitCode, 1);
         EXPECT_EQ(run.err, std::string("dpk: ") + c.text + "\n");
         EXPECT_EQ(folder.Read("p.dpk"), "old");
@@ -213,4 +217,102 @@ TEST(DpkBuild, NeedsNoFolderForTemporaryFiles)
     surroundings.workshops = folder.path + "/nowhere";
     EXPECT_EQ(RunDpk(folder, {"build", "src", "-o", "p.dpk"}, surroundings).exitCode, 0);
     EXPECT_EQ(FilesIn(folder), "p.dpk src");
+}
+
+/// A demo that names a mesh and an image, and all other files of a folder.
+static void WriteNamed(const TemporaryFolder& folder)
+{
+    folder.Write("src/demo.xml",
+                 "<?xml version=\"1.0\"?>\n<a/><b/><c><m filename=\"box.model\"/></c><d/><e/><f/>\n"
+                 "<g><b filename=\"sky.tga\"/></g><h/><i/><j/><k><r/></k><music/>\n");
+    folder.Write("src/box.obj", kTriangle);
+    folder.Write("src/other.obj", kTriangle);
+    folder.Write("src/CMakeLists.txt", "build()");
+    folder.Write("src/scene.bin", "1234");
+    folder.Write("src/piece.txt", "by me");
+    std::string grey = std::string("\0\0\3\0\0\0\0\0\0\0\0\0\2\0\2\0\x08\x20", 18) + "abcd";
+    folder.Write("src/sky.tga", grey);
+}
+
+TEST(DpkBuild, StrangersAreLeftOutOrRefused)
+{
+    TemporaryFolder folder;
+    WriteNamed(folder);
+    const DpkRun run = RunDpk(folder, {"build", "--force", "src", "-o", "p.dpk"});
+    EXPECT_EQ(run.err, "");
+    for (const char* name : {"CMakeLists.txt", "other.obj", "scene.bin"})
+    {
+        EXPECT_NE(run.out.find(std::string(name) + ": no document names it, so it is left out\n"),
+                  std::string::npos)
+            << run.out;
+    }
+    const std::string list = RunDpk(folder, {"list", "p.dpk"}).out;
+    EXPECT_EQ(std::count(list.begin(), list.end(), '\n'), 4) << list;
+
+    const DpkRun strict = RunDpk(folder, {"build", "--strict", "src", "-o", "q.dpk"});
+    EXPECT_EQ(strict.exitCode, 1);
+    EXPECT_EQ(strict.err.find("dpk: src/CMakeLists.txt: no document names it; --ignore leaves it "
+                              "out, --also takes it\n"),
+              0u)
+        << strict.err;
+    EXPECT_EQ(FilesIn(folder), "p.dpk src");
+    EXPECT_EQ(RunDpk(folder, {"build", "-q", "--force", "--strict", "--ignore=*.txt",
+                              "--also=*.bin", "--also=o*", "src", "-o", "q.dpk"})
+                  .err,
+              "");
+    EXPECT_NE(RunDpk(folder, {"list", "q.dpk"}).out.find("other.model\t"), std::string::npos);
+}
+
+TEST(DpkBuild, AFileOfAMistypedNameIsTheCure)
+{
+    TemporaryFolder folder;
+    WriteNamed(folder);
+    folder.Write("src/bpx.obj", folder.Read("src/box.obj"));
+    EXPECT_EQ(remove((folder.path + "/src/box.obj").c_str()), 0);
+    const DpkRun run = RunDpk(folder, {"build", "src", "-o", "p.dpk"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.out.find("bpx.obj: no document names it"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("cure: there is an entry \"bpx.model\"\n"), std::string::npos)
+        << run.out;
+}
+
+TEST(DpkBuild, GreyImagesGetColors)
+{
+    TemporaryFolder folder;
+    WriteNamed(folder);
+    const DpkRun run = RunDpk(folder, {"build", "--force", "src", "-o", "p.dpk"});
+    EXPECT_NE(run.out.find("sky.tga: a grey image, stored as RGB\n"), std::string::npos) << run.out;
+    EXPECT_EQ(RunDpk(folder, {"extract", "p.dpk", "sky.tga", "-o", "-"}).out.substr(1, 3), "PNG");
+    EXPECT_EQ(RunDpk(folder, {"check", "--only", "grey-bitmap", "p.dpk"}).out, "valid\n");
+}
+
+TEST(DpkBuild, SingleMeshesHaveOptionsOfTheirOwn)
+{
+    TemporaryFolder folder;
+    folder.Write("src/a.obj", kTriangle);
+    folder.Write("src/b.obj", kTriangle);
+    folder.Write("src/models.txt",
+                 "# twice as large\n*.obj scale=2\n\nb.obj scale=3 center # here\n");
+    const DpkRun run = RunDpk(folder, {"build", "src", "-o", "p.dpk"});
+    EXPECT_EQ(run.err, "");
+    EXPECT_NE(run.out.find("a.model: vertices 3, triangles 1, texture coordinate sets 1, from (0, "
+                           "0, 0) to (2, 2, 0)\n"),
+              std::string::npos)
+        << run.out;
+    EXPECT_NE(run.out.find("from (-1.5, -1.5, 0) to (1.5, 1.5, 0)\n"), std::string::npos)
+        << run.out;
+    folder.Write("src/models.txt", "a.obj\nb.obj scale=big\n");
+    EXPECT_EQ(RunDpk(folder, {"build", "src", "-o", "p.dpk"}).err,
+              "dpk: src/models.txt:2: \"scale=big\" is none of up=y, up=z, scale=FACTOR, center, "
+              "smooth=DEGREES, flip-v, keep-v\n");
+}
+
+TEST(DpkBuild, TellsNothingOrMuchIfAsked)
+{
+    TemporaryFolder folder;
+    folder.Write("src/a", "data");
+    EXPECT_EQ(RunDpk(folder, {"build", "-q", "src", "-o", "p.dpk"}).out, "");
+    EXPECT_EQ(RunDpk(folder, {"build", "-v", "src", "-o", "p.dpk"}).out,
+              "src: there is no demo.xml, so the package is no piece yet\n"
+              "a: of a, 4 bytes\np.dpk: 1 entry, 79 bytes\n");
 }

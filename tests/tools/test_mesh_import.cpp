@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include <cmath>
+#include <cstring>
 #include <gtest/gtest.h>
 
 #include "support/package_builder.h"
@@ -46,13 +48,15 @@ TEST(MeshImport, AnObjWithEverythingKeepsItsNumbersAndOrder)
                              "vt 0 0\nvt 1 0\nvt 1 0.25\nvt 0 1\n"
                              "vn 0 0 1\nvn 0.5 0 0.25\n"
                              "f 1/1/1 2/2/1 3/3/2 4/4/2\n");
+    const float x = 0.5f / sqrtf(0.3125f);
+    const float z = 0.25f / sqrtf(0.3125f);
     ExpectModel(folder, "quad.obj",
                 {{0, 0, 0, 2, 0, 0, 2, 1, 0.5f, 0, 1, 0.5f},
                  {{0, 0, 1, 0, 1, 0.25f, 0, 1}},
-                 {0, 0, 1, 0, 0, 1, 0.5f, 0, 0.25f, 0.5f, 0, 0.25f}, // not made 1 long
+                 {0, 0, 1, 0, 0, 1, x, 0, z, x, 0, z},
                  {0, 1, 2, 0, 2, 3}},
                 "vertices 4, triangles 2, texture coordinate sets 1, from (0, 0, 0) to (2, 1, 0.5)",
-                {});
+                {"normals that were not 1 long: 2, now they are"});
 }
 
 TEST(MeshImport, FlippingTurnsTheSecondCoordinate)
@@ -212,7 +216,7 @@ TEST(MeshImport, ASecondSetOfCoordinatesIsKept)
     WriteGltf(folder, "{\"mesh\":0}", kBothSets);
     ExpectModel(folder, "two.gltf",
                 {{0, 0, 0, 1, 0, 0, 0, 1, 0},
-                 {{0, 1, 0.5f, 1, 0, 0.75f}, {0.125f, 0.5f, 1, 0, 0.75f, 1}},
+                 {{0, 0, 0.5f, 0, 0, 0.25f}, {0.125f, 0.5f, 1, 1, 0.75f, 0}},
                  {0, 0, 1, 0, 0, 1, 0, 0, 1},
                  {0, 1, 2}},
                 "vertices 3, triangles 1, texture coordinate sets 2, from (0, 0, 0) to (1, 1, 0)",
@@ -225,7 +229,7 @@ TEST(MeshImport, WithoutASecondSetThereIsOne)
     WriteGltf(folder, "{\"mesh\":0}", ",\"TEXCOORD_0\":2");
     ExpectModel(folder, "two.gltf",
                 {{0, 0, 0, 1, 0, 0, 0, 1, 0},
-                 {{0, 1, 0.5f, 1, 0, 0.75f}},
+                 {{0, 0, 0.5f, 0, 0, 0.25f}},
                  {0, 0, 1, 0, 0, 1, 0, 0, 1},
                  {0, 1, 2}},
                 "vertices 3, triangles 1, texture coordinate sets 1, from (0, 0, 0) to (1, 1, 0)",
@@ -263,6 +267,89 @@ TEST(MeshImport, AMirroredTriangleIsTurnedRound)
                 {kNoCoords});
 }
 
+// ---- What authors ask for
+
+/// A square in the plane z = 0, bent up along its diagonal.
+static const char kBent[] = "v 2 0 0\nv 4 0 0\nv 4 2 0\nv 2 2 2\nf 1 2 3\nf 1 3 4\n";
+
+/// The positions of a model file's vertices, and its normals.
+static std::vector<float> FloatsOf(const std::string& model, bool normals)
+{
+    uint32_t count = 0;
+    memcpy(&count, model.data(), sizeof(count));
+    std::vector<float> floats(size_t{3} * count);
+    memcpy(floats.data(), model.data() + 5 + (normals ? size_t{20} * count : 0), 12 * count);
+    return floats;
+}
+
+static std::string ModelOf(const TemporaryFolder& folder, std::vector<std::string> options)
+{
+    options.insert(options.begin(), "model");
+    options.insert(options.end(), {"-q", "bent.obj", "out"});
+    const DpkRun run = RunDpk(folder, options);
+    EXPECT_EQ(run.err, "");
+    EXPECT_EQ(run.out, "");
+    return Unpack(folder.Read("out"));
+}
+
+TEST(MeshImport, MeshesAreTurnedScaledAndCentered)
+{
+    TemporaryFolder folder;
+    folder.Write("bent.obj", kBent);
+    using Floats = std::vector<float>;
+    EXPECT_EQ(FloatsOf(ModelOf(folder, {"--scale", "0.5"}), false),
+              (Floats{1, 0, 0, 2, 0, 0, 2, 1, 0, 1, 1, 1}));
+    EXPECT_EQ(FloatsOf(ModelOf(folder, {"--up", "z"}), false),
+              (Floats{2, 0, 0, 4, 0, 0, 4, 0, -2, 2, 2, -2}));
+    EXPECT_EQ(FloatsOf(ModelOf(folder, {"--center"}), false),
+              (Floats{-1, -1, -1, 1, -1, -1, 1, 1, -1, -1, 1, 1}));
+    EXPECT_EQ(
+        FloatsOf(ModelOf(folder, {"--center", "--scale", "0.5"}), false),
+        (Floats{-0.5f, -0.5f, -0.5f, 0.5f, -0.5f, -0.5f, 0.5f, 0.5f, -0.5f, -0.5f, 0.5f, 0.5f}));
+}
+
+TEST(MeshImport, FacesThatMeetAtMoreHaveAnEdge)
+{
+    TemporaryFolder folder;
+    folder.Write("bent.obj", kBent);
+    // The faces' normals are (0, 0, 1) and (1, -1, 1) / sqrt 3: they meet at 54.7 degrees.
+    const std::string smooth = ModelOf(folder, {"--smooth", "60"});
+    EXPECT_EQ(FloatsOf(smooth, true).size(), 12u);
+    const std::vector<float> edged = FloatsOf(ModelOf(folder, {"--smooth", "50"}), true);
+    ASSERT_EQ(edged.size(), 18u);
+    const float third = static_cast<float>(1.0 / sqrt(3.0));
+    for (size_t i = 0; i < 18; i += 3)
+    {
+        const bool isFirst = i < 9;
+        EXPECT_FLOAT_EQ(edged[i], isFirst ? 0.0f : third);
+        EXPECT_FLOAT_EQ(edged[i + 1], isFirst ? 0.0f : -third);
+        EXPECT_FLOAT_EQ(edged[i + 2], isFirst ? 1.0f : third);
+    }
+}
+
+TEST(MeshImport, NormalsWithoutALengthAreMade)
+{
+    TemporaryFolder folder;
+    folder.Write("a.stl", "solid s\nfacet normal 0 0 0\nouter loop\nvertex 0 0 0\nvertex 1 0 0\n"
+                          "vertex 0 1 0\nendloop\nendfacet\nendsolid s\n");
+    ExpectModel(
+        folder, "a.stl",
+        {{0, 0, 0, 1, 0, 0, 0, 1, 0}, {{0, 0, 0, 0, 0, 0}}, {0, 0, 1, 0, 0, 1, 0, 0, 1}, {0, 1, 2}},
+        "vertices 3, triangles 1, texture coordinate sets 1, from (0, 0, 0) to (1, 1, 0)",
+        {kNoCoords, "normals without a length: 3, smooth ones were made"});
+}
+
+TEST(MeshImport, AnEmptySolidIsNoReasonToRefuseTheRest)
+{
+    TemporaryFolder folder;
+    folder.Write("a.stl", "solid empty\nendsolid empty\n"
+                          "solid s\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 1 0 0\n"
+                          "vertex 0 1 0\nendloop\nendfacet\nendsolid s\n");
+    const DpkRun run = RunDpk(folder, {"model", "a.stl", "out"});
+    EXPECT_EQ(run.err, "");
+    EXPECT_NE(run.out.find("out: vertices 3, triangles 1,"), std::string::npos) << run.out;
+}
+
 // ---- Files that are no meshes
 
 TEST(MeshImport, WhatGivesNoTriangleIsAnErrorAndTheOldModelStays)
@@ -290,7 +377,7 @@ TEST(MeshImport, WhatGivesNoTriangleIsAnErrorAndTheOldModelStays)
     };
     for (const auto& c : cases)
     {
-        DpkRun run = RunDpk(folder, {"model", c.source, "out"});
+        DpkRun run = RunDpk(folder, {"model", "--force", c.source, "out"});
         EXPECT_EQ(run.exitCode, 1) << c.source;
         EXPECT_EQ(run.out, "");
         EXPECT_EQ(run.err.find(std::string("dpk: ") + c.text), 0u) << run.err;
@@ -310,7 +397,7 @@ TEST(MeshImport, AFileThatCrashesTheReaderIsAnError)
                              "</library_visual_scenes><scene><instance_visual_scene url=\"#s\"/>"
                              "</scene></COLLADA>");
     folder.Write("out", "old");
-    DpkRun run = RunDpk(folder, {"model", "loop.dae", "out"});
+    DpkRun run = RunDpk(folder, {"model", "--force", "loop.dae", "out"});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.out, "");
     EXPECT_EQ(run.err, "dpk: loop.dae: its import ended by signal 11 (Segmentation fault)\n");

@@ -121,7 +121,7 @@ TEST(DpkCreate, ReplacesAnOldFile)
 {
     TemporaryFolder folder;
     folder.Write("a", "data");
-    folder.Write("p.dpk", "no package at all");
+    folder.Write("p.dpk", MakePackage({{"old", "data"}}));
     ExpectDone(RunDpk(folder, {"create", "p.dpk", "a"}));
     EXPECT_EQ(folder.Read("p.dpk"), MakePackage({{"a", "data"}}));
 }

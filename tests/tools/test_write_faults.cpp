@@ -21,6 +21,13 @@
 #include "tools/package_commands.h"
 #include "tools/textures_command.h"
 
+static const BuildOptions kForced = []
+{
+    BuildOptions options = {};
+    options.isForced = true;
+    return options;
+}();
+
 static const char* const kCube =
     "v 0 0 0\nv 1 0 0\nv 0 1 0\nvt 0 0\nvn 0 0 1\nf 1/1/1 2/1/1 3/1/1\n";
 
@@ -74,21 +81,21 @@ static const WritingCommand kCommands[] = {
      {"p"},
      []
      {
-         return CreatePackage("p", {"c"});
+         return CreatePackage("p", {"c"}, true);
      }},
     {"create anew",
      {{"c", "333"}},
      {"p"},
      []
      {
-         return CreatePackage("p", {"c"});
+         return CreatePackage("p", {"c"}, true);
      }},
     {"build",
      {{"p", "old"}, {"c", "333"}, {"d.xml", "<a><b c=\"1\"/></a>"}, {"e.obj", kCube}},
      {"p"},
      []
      {
-         return BuildFolder(".", "p", {});
+         return BuildFolder(".", "p", kForced);
      }},
     {"extract",
      {{"p", MakePackage({{"a", "1"}, {"b", "2"}})}, {"b", "old"}},
@@ -102,28 +109,28 @@ static const WritingCommand kCommands[] = {
      {"z"},
      []
      {
-         return CompressFile("c", "z");
+         return CompressFile("c", "z", true);
      }},
     {"decompress",
      {{"c", MakeContainer("text")}, {"z", "old"}},
      {"z"},
      []
      {
-         return DecompressFile("c", "z");
+         return DecompressFile("c", "z", true);
      }},
     {"model",
      {{"e.obj", kCube}, {"z", "old"}},
      {"z"},
      []
      {
-         return ConvertMeshFile("e.obj", "z", {});
+         return ConvertMeshFile("e.obj", "z", {}, true);
      }},
     {"textures",
      {{"p", MakePackage({{"demo.xmlz", MakeDocument(OneLayer())}})}, {"sheet.png", "old"}},
      {"demo-layer-000.png", "demo-texture-001.png", "sheet.png"},
      []
      {
-         return WriteTextures("p", ".");
+         return WriteTextures("p", ".", Verbosity::kUsual);
      }},
 };
 

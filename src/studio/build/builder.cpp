@@ -105,7 +105,8 @@ static void Build(const std::string& folder, int output, EntryCache* cache)
         fprintf(stderr, "%s: there is no demo.xml in it\n", folder.c_str());
     }
     const bool isGood =
-        isMade && hasDemo && CheckPacked(folder, packed.package.bytes, packed.package.size);
+        isMade && hasDemo &&
+        CheckPacked(folder, packed.package.bytes, packed.package.size, ColorChoice::kNever);
     head.isGood = isGood ? 1 : 0;
     head.checkUs = MicrosecondsSince(start);
     head.size = isGood ? packed.package.size : 0;
