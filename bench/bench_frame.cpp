@@ -10,7 +10,7 @@
 #include "engine/render/frame.h"
 #include "engine/render/piece_run.h"
 #include "engine/textures/corner_masks.h"
-#include "silent_gl.h"
+#include "support/silent_gl.h"
 #include "support/test_piece.h"
 #include "support/timeline_builder.h"
 

@@ -11,19 +11,15 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(project_options INTERFACE -Wno-restrict)
 endif()
 if(QUORVALE_SANITIZE)
-  target_compile_options(project_options INTERFACE
-    -fsanitize=address,undefined -fno-sanitize=vptr -fno-sanitize-recover=all -fno-omit-frame-pointer
-    -O1)
-  target_link_options(project_options INTERFACE -fsanitize=address,undefined)
+  # libFuzzer's own main comes with the program that it drives.
+  set(sanitizers -fsanitize=address,undefined,fuzzer-no-link)
+  target_compile_options(project_options INTERFACE ${sanitizers} -fno-sanitize=vptr
+    -fno-sanitize-recover=all -fno-omit-frame-pointer -gline-tables-only -O1)
+  target_link_options(project_options INTERFACE ${sanitizers})
 endif()
 if(QUORVALE_SANITIZE_THREADS)
   target_compile_options(project_options INTERFACE -fsanitize=thread -fno-omit-frame-pointer -O1)
   target_link_options(project_options INTERFACE -fsanitize=thread)
-endif()
-if(QUORVALE_FUZZ)
-  # libFuzzer's own main comes with the program that it drives.
-  target_compile_options(project_options INTERFACE -fsanitize=fuzzer-no-link -gline-tables-only)
-  target_link_options(project_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
 # Our own code throws nothing; only what includes a library that does (the command line of dpk) is

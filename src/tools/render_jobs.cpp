@@ -206,14 +206,14 @@ static std::string SizeText(uint64_t bytes)
     return text;
 }
 
-static void ShowProgress(const RenderWork& work, const RenderOutcome& outcome,
+static bool IsTimeForLine(const RenderWork& work, const JobProgress& progress, double now)
+{
+    return now - progress.lastLine >= (work.tellsJson ? 1.0 : 0.2);
+}
+
+static void ShowProgress(const RenderWork& work, const RenderOutcome& outcome, double now,
                          JobProgress* progress)
 {
-    const double now = Now();
-    if (now - progress->lastLine < (work.tellsJson ? 1.0 : 0.2))
-    {
-        return;
-    }
     progress->lastLine = now;
     const size_t done = outcome.reports.size();
     const size_t total = work.indices.size();
@@ -382,7 +382,11 @@ static void ListenToJobs(const RenderWork& work, std::vector<Job>* jobs, RenderO
                 job.raw = -1;
             }
         }
-        ShowProgress(work, *outcome, &progress);
+        const double now = Now();
+        if (IsTimeForLine(work, progress, now))
+        {
+            ShowProgress(work, *outcome, now, &progress);
+        }
     }
     // The last bytes may still be in the pipes.
     while (relay.next < work.indices.size() && !isEnding && work.jobs > 1 &&
@@ -394,6 +398,11 @@ static void ListenToJobs(const RenderWork& work, std::vector<Job>* jobs, RenderO
         }
     }
     ClearProgress(progress);
+    if (work.tellsJson)
+    {
+        // Whoever reads the lines sees the end in one of them, however short the work was.
+        ShowProgress(work, *outcome, Now(), &progress);
+    }
 }
 
 RenderOutcome RunJobs(const RenderWork& work)

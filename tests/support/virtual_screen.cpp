@@ -49,13 +49,6 @@ static pid_t Start(const std::vector<std::string>& words)
     return child;
 }
 
-// The X library keeps what it allocates for a display; it is not ours to free.
-extern "C" const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions()
-{
-    return "leak:libX11\n";
-}
-
 static Display* Connection(const VirtualScreen& screen)
 {
     return static_cast<Display*>(screen.connection);

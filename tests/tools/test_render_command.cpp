@@ -420,6 +420,25 @@ TEST_F(RenderCommand, ErrorsOfTheCheckComeFirst)
     EXPECT_EQ(FilesIn(folder), "bad.dpk");
 }
 
+TEST_F(RenderCommand, ProgressForProgramsEndsWithTheLastPicture)
+{
+    const DpkRun run = RenderStretch({"-o", "p/%d.png", "--progress", "json"});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    const size_t last = run.err.rfind("{\"pictures\":25,\"of\":25,\"seconds\":");
+    ASSERT_NE(last, std::string::npos) << run.err;
+    EXPECT_EQ(run.err.back(), '\n');
+    EXPECT_EQ(run.err.find('\n', last), run.err.size() - 1);
+    for (const char* key : {"\"rate\":", "\"left\":0,", "\"bytes\":"})
+    {
+        EXPECT_NE(run.err.find(key, last), std::string::npos) << key;
+    }
+    // Nothing but lines of one object each.
+    for (size_t at = 0; at < run.err.size(); at = run.err.find('\n', at) + 1)
+    {
+        EXPECT_EQ(run.err[at], '{') << run.err;
+    }
+}
+
 TEST_F(RenderCommand, OptionsThatMakeNoSenseAreUsageErrors)
 {
     const std::vector<std::vector<std::string>> wrong = {

@@ -9,7 +9,7 @@
 #include "support/fault_text.h"
 #include "support/package_builder.h"
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef QUORVALE_SANITIZE
 static constexpr bool kCountsMemory = false; // the sanitizer's own would count too
 #else
 static constexpr bool kCountsMemory = true;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "silent_gl.h"
+#include "support/silent_gl.h"
 
 #include <GL/glew.h>
 #include <cstdint>
