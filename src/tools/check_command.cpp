@@ -14,6 +14,7 @@
 #include "engine/check/origins.h"
 #include "engine/data/plain_text.h"
 #include "engine/data/vocabulary.h"
+#include "tools/check_drawn.h"
 #include "tools/command_line.h"
 #include "tools/files.h"
 #include "tools/folder_build.h"
@@ -182,7 +183,6 @@ static void PrintWay(const CheckedPath& checked, const Finding& finding, const O
     printf("    written to %s\n", DocumentPlace(checked, finding).c_str());
 }
 
-/// The author's own line comes first where it is known: that is where editors jump to.
 /// @return the word for a severity, in its color where there are colors
 static std::string ShownSeverity(Severity severity, bool hasColors)
 {
@@ -191,6 +191,7 @@ static std::string ShownSeverity(Severity severity, bool hasColors)
     return hasColors ? kColors[static_cast<size_t>(severity)] + word + "\x1b[0m" : word;
 }
 
+/// The author's own line comes first where it is known: that is where editors jump to.
 static void PrintFinding(const CheckedPath& checked, const Finding& finding, bool hasColors)
 {
     const Origin* origin = OriginOf(checked, finding);
@@ -371,42 +372,65 @@ static std::string FolderOf(const std::string& path)
     return slash == std::string::npos ? "." : path.substr(0, slash + 1);
 }
 
-static bool CheckFolder(CheckedPath* checked)
+/// Looks at the pictures of a piece that was checked, if that is asked for.
+/// @return false after an error line: nothing can draw here
+static bool CheckPicturesOf(const CheckOptions& options, const Bytes& package, CheckedPath* checked)
+{
+    const Verbosity verbosity = options.isQuiet ? Verbosity::kQuiet : Verbosity::kUsual;
+    return !options.drawsPictures || CheckDrawnPictures(package, verbosity, &checked->result);
+}
+
+static bool CheckFolder(const CheckOptions& check, CheckedPath* checked)
 {
     BuildOptions options = {};
     options.mesh.isQuiet = true;
     options.takesAnyText = true;
     PackedFolder packed = {};
-    const bool isPacked = PackFolder(checked->path, "", options, &packed);
-    if (isPacked)
+    bool isChecked = PackFolder(checked->path, "", options, &packed);
+    if (isChecked)
     {
-        const CheckRequest request = {nullptr, packed.package.bytes, packed.package.size,
-                                      checked->path.c_str()};
-        CheckRead(request, checked);
+        const Bytes package(packed.package.bytes, packed.package.bytes + packed.package.size);
+        CheckRead({nullptr, package.data(), package.size(), checked->path.c_str()}, checked);
+        isChecked = CheckPicturesOf(check, package, checked);
     }
     free(packed.package.bytes);
-    return isPacked;
+    return isChecked;
 }
 
 /// A package that another program gives; the module is looked for in the working folder.
-static bool CheckStandardInput(CheckedPath* checked)
+static bool CheckStandardInput(const CheckOptions& options, CheckedPath* checked)
 {
     Bytes bytes;
     if (!ReadInput(checked->path, UINT32_MAX, &bytes))
     {
         return false;
     }
-    const CheckRequest request = {nullptr, bytes.data(), bytes.size(), "."};
-    CheckRead(request, checked);
-    return true;
+    CheckRead({nullptr, bytes.data(), bytes.size(), "."}, checked);
+    return CheckPicturesOf(options, bytes, checked);
 }
 
-/// @return false after an error line: the path can't be read
-static bool CheckPath(CheckedPath* checked)
+/// A package in a file, which is read whole for pictures alone.
+static bool CheckPackageFile(const CheckOptions& options, CheckedPath* checked)
+{
+    const std::string folder = FolderOf(checked->path);
+    CheckRead({checked->path.c_str(), nullptr, 0, folder.c_str()}, checked);
+    const FindingList& findings = checked->result.findings;
+    if (!findings.empty() && findings[0].rule == Rule::kUnreadablePackage)
+    {
+        ReportError("%s", PlainText(findings[0].text).c_str());
+        return false;
+    }
+    Bytes bytes;
+    return !options.drawsPictures || (ReadWholeFile(checked->path, UINT32_MAX, &bytes) &&
+                                      CheckPicturesOf(options, bytes, checked));
+}
+
+/// @return false after an error line: the path can't be read, or its pictures can't be drawn
+static bool CheckPath(const CheckOptions& options, CheckedPath* checked)
 {
     if (checked->path == kStandardStream)
     {
-        return CheckStandardInput(checked);
+        return CheckStandardInput(options, checked);
     }
     struct stat status;
     if (stat(checked->path.c_str(), &status) != 0 ||
@@ -416,20 +440,7 @@ static bool CheckPath(CheckedPath* checked)
         return false;
     }
     checked->isFolder = S_ISDIR(status.st_mode);
-    if (checked->isFolder)
-    {
-        return CheckFolder(checked);
-    }
-    const std::string folder = FolderOf(checked->path);
-    const CheckRequest request = {checked->path.c_str(), nullptr, 0, folder.c_str()};
-    CheckRead(request, checked);
-    const FindingList& findings = checked->result.findings;
-    if (!findings.empty() && findings[0].rule == Rule::kUnreadablePackage)
-    {
-        ReportError("%s", PlainText(findings[0].text).c_str());
-        return false;
-    }
-    return true;
+    return checked->isFolder ? CheckFolder(options, checked) : CheckPackageFile(options, checked);
 }
 
 /// @return false after an error line: there is no such rule
@@ -478,7 +489,7 @@ int CheckPaths(const std::vector<std::string>& paths, const CheckOptions& option
     for (const std::string& path : paths)
     {
         CheckedPath checked = {path, false, {}, {}, {}};
-        if (!CheckPath(&checked))
+        if (!CheckPath(options, &checked))
         {
             exitCode = kExitUsage;
             continue;

@@ -22,6 +22,7 @@ struct CheckOptions
     bool json;                     // one object a path, a line each
     bool isStrict;                 // warnings count like errors
     bool isQuiet;                  // prints nothing; the exit code tells
+    bool drawsPictures;            // looks at pictures too
     ColorChoice color;             // of the words for severities
     std::vector<std::string> only; // names of rules; empty for all
 };
@@ -31,7 +32,8 @@ inline constexpr uint32_t kMostLinesOfARule = 20;
 
 /// Checks packages and folders and prints what is found, each with a verdict at its end.
 /// @return the exit code: kExitDone if all are valid, kExitFailed if one is not, kExitUsage after
-///         an error line for a rule that there is not and a path that can't be read
+///         an error line for a rule that there is not, a path that can't be read and pictures that
+///         can't be drawn
 int CheckPaths(const std::vector<std::string>& paths, const CheckOptions& options);
 
 /// A package in memory, as `dpk build` checks it: prints errors and warnings, and no verdict.

@@ -299,6 +299,8 @@ static CLI::App* AddCheck(CLI::App* app, Arguments* arguments)
         ->required();
     command->add_flag("--json", arguments->check.json, "Print one JSON object a path");
     command->add_flag("--strict", arguments->check.isStrict, "Count warnings like errors");
+    command->add_flag("--pictures", arguments->check.drawsPictures,
+                      "Draw small pictures, and tell of stretches of black or white");
     command->add_option("--only", arguments->check.only, "Tell of these rules alone")
         ->type_name("RULE,...")
         ->delimiter(',')

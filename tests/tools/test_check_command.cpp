@@ -121,3 +121,43 @@ TEST_F(CheckCommandTest, SaysNothingIfAsked)
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.out + run.err, "");
 }
+
+/// A piece of a scene without objects, so many ticks long.
+static std::string BlackDemo(int ticks)
+{
+    std::string demo = "<?xml version=\"1.0\"?>\n<a/><b/><c/><d/><e/><f/><g/><h/><i/><j><s/></j>\n"
+                       "<k><row><clip id=\"1\" space_before=\"0\" length=\"" +
+                       std::to_string(ticks) + "\" offset=\"0\" type=\"0\">";
+    for (const char* name : {"x", "y", "z", "rx", "ry", "rz", "fov"})
+    {
+        demo += std::string("<") + name + " type=\"static\" value=\"60\"/>";
+    }
+    return demo + "<fog type=\"0\"/></clip></row></k>\n<music/>\n";
+}
+
+TEST_F(CheckCommandTest, ABlackPieceIsToldOfItsPictures)
+{
+    WritePiece(BlackDemo(300));
+    const DpkRun drawn = RunDpk(folder, {"check", "--pictures", "--only", "blank-picture", "src"});
+    EXPECT_EQ(drawn.exitCode, 0) << drawn.err;
+    EXPECT_EQ(drawn.out,
+              "src/demo.xml: warning: section 10 (timeline): the picture is all black from 0.00 to "
+              "3.01 s, ticks 0 to 300 [blank-picture]\n"
+              "    cure: look at the clips, the lights and the camera at that time\n"
+              "valid: 1 warning\n");
+    EXPECT_EQ(RunDpk(folder, {"check", "--only", "blank-picture", "src"}).out, "valid\n");
+
+    WritePiece(BlackDemo(199));
+    EXPECT_EQ(RunDpk(folder, {"check", "--pictures", "--only", "blank-picture", "src"}).out,
+              "valid\n");
+}
+
+TEST_F(CheckCommandTest, PicturesOfAPackageAreThoseOfItsFolder)
+{
+    WritePiece(BlackDemo(300));
+    EXPECT_EQ(RunDpk(folder, {"build", "-q", "src", "-o", "p.dpk"}).exitCode, 0);
+    const DpkRun run =
+        RunDpk(folder, {"check", "--pictures", "--strict", "--only", "blank-picture", "p.dpk"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.out.find("p.dpk/demo.xmlz: warning: "), 0u) << run.out;
+}

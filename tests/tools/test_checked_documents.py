@@ -249,5 +249,5 @@ def test_examples_of_the_documentation_are_checked(tmp_path):
         music = re.search(r'<music file="([^"]+)"', documents["demo.xml"])
         if music:
             (folder / music.group(1)).write_bytes(b"Extended Module: " + bytes(600))
-        report = check(folder)
+        report = check(folder, "--pictures")
         assert (report["errors"], report["warnings"]) == (0, 0), report["findings"]

@@ -95,6 +95,7 @@ static void CheckOpened(CheckContext* context, const CheckRequest* request, Chec
     CheckDocument(context, &context->demo);
     CheckPackage(context, request->musicFolder);
     SortFindings(&result->findings);
+    result->endTick = context->demo.played.endTick;
     if (context->loading.isThere)
     {
         result->loadingText = ReadText(context, kLoadingDocumentName);

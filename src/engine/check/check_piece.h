@@ -25,6 +25,7 @@ struct CheckRequest
 struct CheckResult
 {
     FindingList findings;    // in the order of the documents
+    uint32_t endTick;        // ends the demo: the first tick without a scene; 0 where none plays
     std::string loadingText; // of the documents; empty where they can't be read
     std::string demoText;
 };

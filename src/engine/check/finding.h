@@ -72,6 +72,7 @@ enum class Rule : uint8_t
     kTargetNotDrawn,
     kTargetFeedsItself,
     kOpenTarget,
+    kBlankPicture,
     // Time
     kEmptyTimeline,
     kEarlyEnd,

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base_document.h"
+#include "engine/check/blank_pictures.h"
 #include "engine/check/check_piece.h"
 #include "engine/check/module_length.h"
 #include "support/package_builder.h"
@@ -529,6 +530,70 @@ TEST_F(RulesTest, AModuleOfAnotherLengthIsTold)
     EXPECT_TRUE(Has(CheckDemo(longer), Rule::kMusicLength, kWarn, 77));
 }
 
+// ---- Pictures
+
+TEST(BlankPictures, BlackAndWhiteMayBeOffByTwo)
+{
+    std::vector<uint8_t> pixels(30, 2);
+    EXPECT_EQ(JudgePicture(pixels.data(), pixels.size()), Blankness::kBlack);
+    pixels[29] = 3;
+    EXPECT_EQ(JudgePicture(pixels.data(), pixels.size()), Blankness::kShowsSomething);
+    pixels.assign(30, 253);
+    EXPECT_EQ(JudgePicture(pixels.data(), pixels.size()), Blankness::kWhite);
+    pixels[0] = 252;
+    EXPECT_EQ(JudgePicture(pixels.data(), pixels.size()), Blankness::kShowsSomething);
+}
+
+/// The findings of pictures a quarter of a second apart: b black, w white, any other shows
+/// something.
+static std::vector<std::string> BlankLines(const std::string& pictures, uint32_t endTick)
+{
+    std::vector<Blankness> judged;
+    for (const char c : pictures)
+    {
+        judged.push_back(c == 'b'   ? Blankness::kBlack
+                         : c == 'w' ? Blankness::kWhite
+                                    : Blankness::kShowsSomething);
+    }
+    FindingList findings;
+    AddBlankStretches(judged, 25, endTick, &findings);
+    std::vector<std::string> lines;
+    for (const Finding& finding : findings)
+    {
+        lines.push_back(Line(finding));
+    }
+    return lines;
+}
+
+TEST(BlankPictures, MoreThanTwoSecondsAreTold)
+{
+    using Lines = std::vector<std::string>;
+    EXPECT_EQ(BlankLines("xbbbbbbbbx", 250), Lines()); // ticks 25 to 200 for sure
+    EXPECT_EQ(
+        BlankLines("xbbbbbbbbbx", 275),
+        Lines{"demo.xmlz:0:0: warning: the picture is all black from 0.25 to 2.26 s, ticks 25 "
+              "to 225 [blank-picture]"});
+    EXPECT_EQ(
+        BlankLines("xwwwwwwwwwbbbbx", 375),
+        Lines{"demo.xmlz:0:0: warning: the picture is all white from 0.25 to 2.26 s, ticks 25 "
+              "to 225 [blank-picture]"});
+    EXPECT_EQ(BlankLines("xwwwwbbbbbx", 275), Lines());
+    EXPECT_EQ(BlankLines("", 0), Lines());
+}
+
+TEST(BlankPictures, BlackAtTheEndsIsANote)
+{
+    using Lines = std::vector<std::string>;
+    EXPECT_EQ(
+        BlankLines("bbbbbbbbbxbbbbbbbbb", 460),
+        (Lines{"demo.xmlz:0:0: note: the picture is all black from 0.00 to 2.01 s, ticks 0 to "
+               "200 [blank-picture]",
+               "demo.xmlz:0:0: note: the picture is all black from 2.50 to 4.60 s, ticks 250 "
+               "to 459 [blank-picture]"}));
+    EXPECT_EQ(BlankLines("wwwwwwwwwx", 250).at(0).find("demo.xmlz:0:0: warning: "), 0u);
+    EXPECT_EQ(BlankLines("bbbbbbbbb", 225).at(0).find("demo.xmlz:0:0: warning: "), 0u);
+}
+
 /// Rules that have a test of their own here, or in the tests of the command.
 static constexpr Rule kTestedAlone[] = {
     Rule::kUnreadablePackage, Rule::kMissingDocument, Rule::kDoubledEntry,
@@ -539,7 +604,7 @@ static constexpr Rule kTestedAlone[] = {
     Rule::kLoadingLength,     Rule::kTooLarge,        Rule::kSize,
     Rule::kNeverSeen,         Rule::kShortFirstRow,   Rule::kTargetNotDrawn,
     Rule::kInsideOut,         Rule::kNearLimit,       Rule::kMusicLength,
-    Rule::kDearestTick,
+    Rule::kDearestTick,       Rule::kBlankPicture,
 };
 
 TEST(RuleNames, AllHaveATest)
