@@ -162,7 +162,7 @@ class Mesh:
 
     def write(self, path: str, comment: str = "made by a program") -> Model:
         """Writes an OBJ file and gives the model that it will be in the package."""
-        lines = [f"# {os.path.basename(path)}: {comment}"]
+        lines = [f"# {os.path.basename(path)}: {comment}", "# v counts from the upper edge"]
         for prefix, texts in zip(("v ", "vt ", "vn "), self.lists):
             lines += [prefix + text for text in texts]
         for face in self.faces:

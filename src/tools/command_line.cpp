@@ -39,6 +39,8 @@ struct Arguments
     bool isVerbose = false;
     std::string color = "auto";
     std::string up = "y";
+    bool flipsV = false;
+    bool keepsV = false;
     CheckOptions check = {};
     RenderOptions render = {};
     uint32_t side = 256; // pixels of a thumbnail
@@ -76,8 +78,10 @@ static void AddColorOption(CLI::App* command, Arguments* arguments)
 static void AddMeshOptions(CLI::App* command, Arguments* arguments)
 {
     MeshOptions* mesh = &arguments->build.mesh;
-    command->add_flag("--flip-v", mesh->flipV,
-                      "Store 1 - v for v, for sources that count v from an image's lower edge");
+    CLI::Option* flip = command->add_flag("--flip-v", arguments->flipsV,
+                                          "Store 1 - v for v, whatever the format counts from");
+    command->add_flag("--keep-v", arguments->keepsV, "Store v as it stands in the source")
+        ->excludes(flip);
     command->add_option("--up", arguments->up, "The axis of the source that points up")
         ->check(CLI::IsMember({"y", "z"}))
         ->type_name("y|z");
@@ -86,6 +90,8 @@ static void AddMeshOptions(CLI::App* command, Arguments* arguments)
         ->type_name("FACTOR");
     command->add_flag("--center", mesh->isCentered,
                       "Move the middle of the bounding box to the origin");
+    command->add_flag("--cache-order", mesh->isForCache,
+                      "Order triangles and vertices for the caches of graphics cards");
     command
         ->add_option("--smooth", mesh->smoothAngle,
                      "Make all normals anew, with an edge where faces meet at more degrees")
@@ -420,6 +426,9 @@ static BuildOptions ChosenBuild(const Arguments& arguments)
     build.color = ChosenColor(arguments);
     build.mesh.isQuiet = arguments.isQuiet;
     build.mesh.isZUp = arguments.up == "z";
+    build.mesh.v = arguments.flipsV   ? VDirection::kFlipped
+                   : arguments.keepsV ? VDirection::kKept
+                                      : VDirection::kOfFormat;
     build.mesh.makesNormals = build.mesh.smoothAngle >= 0.0f;
     return build;
 }

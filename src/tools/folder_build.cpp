@@ -203,7 +203,12 @@ static void AddSourceToHash(const std::string& folder, const SourceFile& source,
                             EntryCache::Key* key)
 {
     const MeshOptions& mesh = source.mesh;
-    const bool flags[] = {mesh.flipV, mesh.isZUp, mesh.isCentered, mesh.makesNormals};
+    const bool flags[] = {mesh.v == VDirection::kFlipped,
+                          mesh.v == VDirection::kKept,
+                          mesh.isZUp,
+                          mesh.isCentered,
+                          mesh.makesNormals,
+                          mesh.isForCache};
     const float numbers[] = {mesh.smoothAngle, mesh.scale};
     AddToHash(flags, sizeof(flags), key);
     AddToHash(numbers, sizeof(numbers), key);

@@ -108,7 +108,8 @@ static void AppendVertices(const aiMesh* source, const aiMatrix4x4& transform,
             {
                 const aiVector3D& coords = source->mTextureCoords[set][i];
                 vertex.texCoords[set][0] = coords.x;
-                vertex.texCoords[set][1] = options.flipV ? 1.0f - coords.y : coords.y;
+                vertex.texCoords[set][1] =
+                    options.v == VDirection::kFlipped ? 1.0f - coords.y : coords.y;
             }
         }
         bool hasNormal = false;
@@ -369,6 +370,10 @@ static const char* TakeScene(const aiScene* scene, const MeshOptions& options, T
         SmoothNormals(mesh, options.smoothAngle);
         JoinIdenticalVertices(mesh);
     }
+    if (options.isForCache)
+    {
+        OrderForCache(mesh);
+    }
     Arrange(options, mesh);
     return IsFinite(*mesh) ? nullptr : "a vertex holds a number that is not finite";
 }
@@ -400,18 +405,34 @@ static ImportedMesh RefuseMesh(const std::string& what)
     return {false, what, {}};
 }
 
+/// Whether the first lines of a mesh say that its v counts as pieces do.
+static bool SaysUpperV(const Bytes& file)
+{
+    static constexpr size_t kHead = 1000; // bytes
+    const std::string_view head(reinterpret_cast<const char*>(file.data()),
+                                std::min(file.size(), kHead));
+    return head.find(kUpperVRemark) != std::string_view::npos;
+}
+
 /// Assimp counts v from the lower edge in all formats, and so turns round that of glTF, which
-/// counts as pieces do. Here it is turned back.
-static MeshOptions OptionsFor(const std::string& path, MeshOptions options)
+/// counts as pieces do.
+/// @return the options with what is to be done with Assimp's v
+static MeshOptions OptionsFor(const std::string& path, const Bytes& file, MeshOptions options)
 {
     const std::string ending = path.substr(std::min(path.rfind('.'), path.size()));
     const bool isGltf =
         strcasecmp(ending.c_str(), ".gltf") == 0 || strcasecmp(ending.c_str(), ".glb") == 0;
-    options.flipV = options.flipV != isGltf;
+    if (options.v == VDirection::kOfFormat)
+    {
+        options.v = isGltf || SaysUpperV(file) ? VDirection::kKept : VDirection::kFlipped;
+    }
+    const bool isFlipped = (options.v == VDirection::kFlipped) != isGltf;
+    options.v = isFlipped ? VDirection::kFlipped : VDirection::kKept;
     return options;
 }
 
 /// Reads a mesh. The library may end the process, or take all of its memory and time.
+/// @param options   of OptionsFor
 static ImportedMesh ImportMesh(const std::string& path, const MeshOptions& options,
                                const std::string& label)
 {
@@ -430,7 +451,7 @@ static ImportedMesh ImportMesh(const std::string& path, const MeshOptions& optio
         return RefuseMesh(Printable(refused));
     }
     TriangleMesh mesh = {};
-    const char* fault = TakeScene(scene, OptionsFor(path, options), &mesh, &notes);
+    const char* fault = TakeScene(scene, options, &mesh, &notes);
     aiReleaseImport(scene);
     if (fault != nullptr)
     {
@@ -497,11 +518,12 @@ bool ReadMesh(const std::string& path, const MeshOptions& options, const std::st
         ReportError("%s: its header has no end", Printable(path).c_str());
         return false;
     }
+    const MeshOptions made = OptionsFor(path, file, options);
     Bytes message;
     const std::string end = RunInChild(
         kImportLimits,
-        [&path, &options, &label](Bytes* output)
-        { WriteMessage(ImportMesh(path, options, label), output); },
+        [&path, &made, &label](Bytes* output)
+        { WriteMessage(ImportMesh(path, made, label), output); },
         &message);
     ImportedMesh imported = end.empty() ? ReadMessage(message) : RefuseMesh("its import " + end);
     if (!imported.isDone)

@@ -7,6 +7,10 @@
 // none. Texture coordinates are the first two sets of the source; where it has none there are
 // zeros. Vertices keep the source's order, and of identical ones the first stays.
 //
+// A bitmap's first row lies at v = 0 in a piece. OBJ, PLY, COLLADA and the others count v from the
+// lower edge of an image, so 1 - v is stored; glTF counts from the upper edge, and v is stored. A
+// file whose first lines hold kUpperVRemark counts from the upper edge, too.
+//
 // A PLY file that says all of a model (model_ply.h) is taken as it stands instead.
 #pragma once
 
@@ -14,6 +18,9 @@
 
 #include "tools/mesh_options.h"
 #include "tools/triangle_mesh.h"
+
+/// The remark in an OBJ or PLY file that its v counts from the upper edge of images.
+inline constexpr const char* kUpperVRemark = "v counts from the upper edge";
 
 /// Reads a mesh into an uncompressed model file and prints what became of it, each line after
 /// `label` and a colon: one with vertices, triangles, sets and the bounding box, and one for each

@@ -22,11 +22,15 @@ static bool ApplyWord(const std::string& word, MeshOptions* options)
 {
     if (word == "flip-v" || word == "keep-v")
     {
-        options->flipV = word == "flip-v";
+        options->v = word == "flip-v" ? VDirection::kFlipped : VDirection::kKept;
     }
     else if (word == "center")
     {
         options->isCentered = true;
+    }
+    else if (word == "cache-order")
+    {
+        options->isForCache = true;
     }
     else if (word == "up=y" || word == "up=z")
     {
@@ -81,7 +85,7 @@ bool ReadMeshOptions(const std::string& path, const MeshOptions& usual, MeshOpti
             if (!ApplyWord(word, &tried))
             {
                 ReportError("%s:%d: \"%s\" is none of up=y, up=z, scale=FACTOR, center, "
-                            "smooth=DEGREES, flip-v, keep-v",
+                            "smooth=DEGREES, flip-v, keep-v, cache-order",
                             Printable(path).c_str(), number, Printable(word).c_str());
                 return false;
             }

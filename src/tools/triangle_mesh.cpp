@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 #include <map>
+#include <meshoptimizer.h>
 
 #include "engine/data/byte_order.h"
 #include "engine/data/model_data.h"
@@ -165,6 +166,26 @@ void JoinIdenticalVertices(TriangleMesh* mesh)
     }
     mesh->vertices.swap(joined.vertices);
     mesh->hasNormal.swap(joined.hasNormal);
+}
+
+void OrderForCache(TriangleMesh* mesh)
+{
+    const size_t vertexCount = mesh->vertices.size();
+    std::vector<uint32_t> indices(mesh->indices.size());
+    meshopt_optimizeVertexCache(indices.data(), mesh->indices.data(), indices.size(), vertexCount);
+
+    std::vector<uint32_t> place(vertexCount);
+    meshopt_optimizeVertexFetchRemap(place.data(), indices.data(), indices.size(), vertexCount);
+    meshopt_remapIndexBuffer(mesh->indices.data(), indices.data(), indices.size(), place.data());
+
+    // Every vertex has a place: those that no triangle uses are gone.
+    const std::vector<MeshVertex> vertices = mesh->vertices;
+    const std::vector<uint8_t> hasNormal = mesh->hasNormal;
+    for (size_t i = 0; i < vertexCount; ++i)
+    {
+        mesh->vertices[place[i]] = vertices[i];
+        mesh->hasNormal[place[i]] = hasNormal[i];
+    }
 }
 
 static unsigned char* PutFloats(const float* values, int count, unsigned char* at)

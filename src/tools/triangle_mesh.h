@@ -39,6 +39,11 @@ void SmoothNormals(TriangleMesh* mesh, float angle);
 /// uses. The order of those that stay is kept.
 void JoinIdenticalVertices(TriangleMesh* mesh);
 
+/// Orders triangles for the cache of a graphics card, and vertices by their first use. Triangles
+/// keep the order of their corners. Which order it is depends on the version of meshoptimizer.
+/// @param mesh   without vertices that no triangle uses
+void OrderForCache(TriangleMesh* mesh);
+
 /// Lays a mesh out as the uncompressed model file.
 /// @return false if it would be 4 GiB or larger
 bool EncodeModel(const TriangleMesh& mesh, Bytes* model);

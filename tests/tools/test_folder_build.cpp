@@ -51,7 +51,7 @@ TEST(DpkBuild, SortsAndConvertsTheSources)
     // By the bytes of the entries' names: capitals first, "-" before ".".
     std::string package = MakePackage({{"Zed", "capital"},
                                        {"box-2", "minus"},
-                                       {"box.model", TriangleModel(0.25f)},
+                                       {"box.model", TriangleModel(0.75f)},
                                        {"loading.xmlz", Pack(kDocument)},
                                        {"sky.png", "picture"}});
     EXPECT_EQ(folder.Read("p.dpk"), package);
@@ -138,13 +138,13 @@ TEST(DpkBuild, OfAnEmptyFolderIsAnEmptyPackage)
     EXPECT_EQ(folder.Read("p.dpk"), MakePackage({}));
 }
 
-TEST(DpkBuild, FlipsTheCoordinatesOfAllMeshes)
+TEST(DpkBuild, KeepsTheCoordinatesOfAllMeshesIfAsked)
 {
     TemporaryFolder folder;
     folder.Write("src/box.OBJ", kTriangle); // in any case of letters
-    DpkRun run = RunDpk(folder, {"build", "src", "-o", "p.dpk", "--flip-v"});
+    DpkRun run = RunDpk(folder, {"build", "src", "-o", "p.dpk", "--keep-v"});
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(folder.Read("p.dpk"), MakePackage({{"box.model", TriangleModel(0.75f)}}));
+    EXPECT_EQ(folder.Read("p.dpk"), MakePackage({{"box.model", TriangleModel(0.25f)}}));
 }
 
 TEST(DpkBuild, FailsWithTheOldPackageUntouched)
@@ -301,10 +301,14 @@ TEST(DpkBuild, SingleMeshesHaveOptionsOfTheirOwn)
         << run.out;
     EXPECT_NE(run.out.find("from (-1.5, -1.5, 0) to (1.5, 1.5, 0)\n"), std::string::npos)
         << run.out;
+    folder.Write("src/models.txt", "*.obj flip-v cache-order\nb.obj keep-v\n");
+    EXPECT_EQ(RunDpk(folder, {"build", "-q", "src", "-o", "p.dpk"}).err, "");
+    EXPECT_EQ(folder.Read("p.dpk"),
+              MakePackage({{"a.model", TriangleModel(0.75f)}, {"b.model", TriangleModel(0.25f)}}));
     folder.Write("src/models.txt", "a.obj\nb.obj scale=big\n");
     EXPECT_EQ(RunDpk(folder, {"build", "src", "-o", "p.dpk"}).err,
               "dpk: src/models.txt:2: \"scale=big\" is none of up=y, up=z, scale=FACTOR, center, "
-              "smooth=DEGREES, flip-v, keep-v\n");
+              "smooth=DEGREES, flip-v, keep-v, cache-order\n");
 }
 
 TEST(DpkBuild, TellsNothingOrMuchIfAsked)

@@ -52,25 +52,40 @@ TEST(MeshImport, AnObjWithEverythingKeepsItsNumbersAndOrder)
     const float z = 0.25f / sqrtf(0.3125f);
     ExpectModel(folder, "quad.obj",
                 {{0, 0, 0, 2, 0, 0, 2, 1, 0.5f, 0, 1, 0.5f},
-                 {{0, 0, 1, 0, 1, 0.25f, 0, 1}},
+                 {{0, 1, 1, 1, 1, 0.75f, 0, 0}},
                  {0, 0, 1, 0, 0, 1, x, 0, z, x, 0, z},
                  {0, 1, 2, 0, 2, 3}},
                 "vertices 4, triangles 2, texture coordinate sets 1, from (0, 0, 0) to (2, 1, 0.5)",
                 {"normals that were not 1 long: 2, now they are"});
 }
 
-TEST(MeshImport, FlippingTurnsTheSecondCoordinate)
+TEST(MeshImport, ObjAndPlyCountVFromTheLowerEdge)
 {
     TemporaryFolder folder;
-    folder.Write("a.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nvt 0 0\nvt 1 0.25\nvt 0.5 1\nvn 0 0 1\n"
-                          "f 1/1/1 2/2/1 3/3/1\n");
-    ExpectModel(folder, "a.obj",
-                {{0, 0, 0, 1, 0, 0, 0, 1, 0},
-                 {{0, 1, 1, 0.75f, 0.5f, 0}},
-                 {0, 0, 1, 0, 0, 1, 0, 0, 1},
-                 {0, 1, 2}},
-                "vertices 3, triangles 1, texture coordinate sets 1, from (0, 0, 0) to (1, 1, 0)",
-                {}, {"--flip-v"});
+    const std::string body = "v 0 0 0\nv 1 0 0\nv 0 1 0\nvt 0 0\nvt 1 0.25\nvt 0.5 1\nvn 0 0 1\n"
+                             "f 1/1/1 2/2/1 3/3/1\n";
+    folder.Write("a.obj", body);
+    folder.Write("upper.obj", "# a.obj: made by hand\n# v counts from the upper edge\n" + body);
+    folder.Write("b.ply", "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\n"
+                          "property float y\nproperty float z\nproperty float nx\n"
+                          "property float ny\nproperty float nz\nproperty float u\n"
+                          "property float v\nelement face 1\n"
+                          "property list uchar int vertex_indices\nend_header\n"
+                          "0 0 0 0 0 1 0 0\n1 0 0 0 0 1 1 0.25\n0 1 0 0 0 1 0.5 1\n3 0 1 2\n");
+    const char* summary =
+        "vertices 3, triangles 1, texture coordinate sets 1, from (0, 0, 0) to (1, 1, 0)";
+    const std::vector<float> places = {0, 0, 0, 1, 0, 0, 0, 1, 0};
+    const std::vector<float> normals = {0, 0, 1, 0, 0, 1, 0, 0, 1};
+    const ModelSource kept = {places, {{0, 0, 1, 0.25f, 0.5f, 1}}, normals, {0, 1, 2}};
+    const ModelSource turned = {places, {{0, 1, 1, 0.75f, 0.5f, 0}}, normals, {0, 1, 2}};
+    for (const char* name : {"a.obj", "b.ply"})
+    {
+        ExpectModel(folder, name, turned, summary, {}, {});
+        ExpectModel(folder, name, turned, summary, {}, {"--flip-v"});
+        ExpectModel(folder, name, kept, summary, {}, {"--keep-v"});
+    }
+    ExpectModel(folder, "upper.obj", kept, summary, {}, {});
+    ExpectModel(folder, "upper.obj", turned, summary, {}, {"--flip-v"});
 }
 
 TEST(MeshImport, ABareObjGetsNormalsAndZerosAndSaysSo)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/triangle_mesh.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -146,4 +147,79 @@ TEST(EncodeModel, ThreeVerticesWithOneSetTake113Bytes)
     EXPECT_EQ(model[101], 0); // the indices
     EXPECT_EQ(model[105], 1);
     EXPECT_EQ(model[109], 2);
+}
+
+/// The corners of all triangles by their positions, each triangle from its least corner on, sorted.
+static std::vector<std::array<float, 9>> SortedTriangles(const TriangleMesh& mesh)
+{
+    std::vector<std::array<float, 9>> triangles;
+    for (size_t i = 0; i < mesh.indices.size(); i += 3)
+    {
+        std::array<float, 9> turned[3];
+        for (size_t turn = 0; turn < 3; ++turn)
+        {
+            for (size_t corner = 0; corner < 3; ++corner)
+            {
+                memcpy(turned[turn].data() + 3 * corner,
+                       mesh.vertices[mesh.indices[i + (turn + corner) % 3]].position,
+                       3 * sizeof(float));
+            }
+        }
+        triangles.push_back(*std::min_element(turned, turned + 3));
+    }
+    std::sort(triangles.begin(), triangles.end());
+    return triangles;
+}
+
+/// Vertices that a cache of so many, first in and first out, has to load.
+static uint32_t CountLoads(const TriangleMesh& mesh, size_t cacheSize)
+{
+    std::vector<uint32_t> cache;
+    uint32_t loads = 0;
+    for (const uint32_t index : mesh.indices)
+    {
+        if (std::find(cache.begin(), cache.end(), index) == cache.end())
+        {
+            loads += 1;
+            cache.insert(cache.begin(), index);
+            cache.resize(std::min(cache.size(), cacheSize));
+        }
+    }
+    return loads;
+}
+
+TEST(OrderForCache, KeepsTrianglesAndLoadsFewerVertices)
+{
+    static constexpr uint32_t kSide = 30; // squares
+    std::vector<std::array<float, 3>> positions;
+    std::vector<uint32_t> indices;
+    for (uint32_t i = 0; i < (kSide + 1) * (kSide + 1); ++i)
+    {
+        positions.push_back(
+            {static_cast<float>(i % (kSide + 1)), static_cast<float>(i / (kSide + 1)), 0.0f});
+    }
+    for (uint32_t i = 0; i < kSide * kSide; ++i)
+    {
+        const uint32_t square = i * 7 % (kSide * kSide); // far from one another
+        const uint32_t at = square / kSide * (kSide + 1) + square % kSide;
+        for (const uint32_t corner :
+             {at, at + 1, at + kSide + 2, at, at + kSide + 2, at + kSide + 1})
+        {
+            indices.push_back(corner);
+        }
+    }
+    const TriangleMesh mesh = MakeMesh(positions, indices);
+    TriangleMesh ordered = mesh;
+    OrderForCache(&ordered);
+    EXPECT_EQ(ordered.vertices.size(), mesh.vertices.size());
+    EXPECT_EQ(SortedTriangles(ordered), SortedTriangles(mesh));
+    EXPECT_LT(CountLoads(ordered, 16) * 2, CountLoads(mesh, 16));
+
+    // Vertices stand in the order of their first use.
+    uint32_t next = 0;
+    for (const uint32_t index : ordered.indices)
+    {
+        ASSERT_LE(index, next);
+        next = std::max(next, index + 1);
+    }
 }
