@@ -177,6 +177,75 @@ TEST_F(RenderCommand, FfprobeAgreesOnAFilm)
               "500\n");
 }
 
+TEST_F(RenderCommand, TheEndingChoosesTheCodecsAndWordsChangeThem)
+{
+    struct Film
+    {
+        std::vector<std::string> options;
+        const char* codecs;
+    };
+    const std::vector<Film> films = {
+        {{"-o", "a.webm"}, "vp9\nopus\n"},
+        {{"-o", "b.mov"}, "h264\naac\n"},
+        {{"-o", "c.mkv"}, "ffv1\nflac\n"},
+        {{"-o", "d.mkv", "--ffmpeg", "-c:v mjpeg -q:v 3 -pix_fmt yuvj420p"}, "mjpeg\nflac\n"},
+        {{"-o", "e.mp4", "--no-sound"}, "h264\n"},
+    };
+    for (const Film& film : films)
+    {
+        std::vector<std::string> arguments = {"--size", "64x48", "--fps", "25",
+                                              "--from", "30",    "--to",  "30.4"};
+        arguments.insert(arguments.end(), film.options.begin(), film.options.end());
+        const DpkRun run = Render(arguments);
+        ASSERT_EQ(run.exitCode, 0) << film.options[1] << run.err;
+        EXPECT_EQ(Output("ffprobe -loglevel error -show_entries stream=codec_name -of csv=p=0 " +
+                         film.options[1]),
+                  film.codecs);
+    }
+}
+
+TEST_F(RenderCommand, SizesAboveTheLaunchersAreDrawn)
+{
+    const DpkRun run =
+        Render({"--size", "3840x2160", "--samples", "0", "--at", "30", "-o", "4k.ppm"});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    const std::string picture = folder.Read("4k.ppm");
+    const std::string head = "P6\n3840 2160\n255\n";
+    EXPECT_EQ(picture.substr(0, head.size()), head);
+    ASSERT_EQ(picture.size(), head.size() + size_t{3840} * 2160 * 3);
+    // Something stands in each quarter of it.
+    for (size_t quarter = 0; quarter < 4; ++quarter)
+    {
+        size_t sum = 0;
+        for (size_t i = 0; i < size_t{1920} * 1080; ++i)
+        {
+            const size_t x = i % 1920 + quarter % 2 * 1920;
+            const size_t y = i / 1920 + quarter / 2 * 1080;
+            sum += static_cast<uint8_t>(picture[head.size() + (y * 3840 + x) * 3]);
+        }
+        EXPECT_GT(sum, size_t{1920} * 1080) << quarter;
+    }
+}
+
+TEST_F(RenderCommand, TheAspectIsThePicturesAndNotTheSizes)
+{
+    const auto draw = [this](const char* aspect)
+    {
+        EXPECT_EQ(
+            Render({"--size", "64x48", "--at", "30", "--aspect", aspect, "-o", "a.ppm", "--force"})
+                .exitCode,
+            0)
+            << aspect;
+        return folder.Read("a.ppm");
+    };
+    EXPECT_EQ(Render({"--size", "64x48", "--at", "30", "-o", "size.ppm"}).exitCode, 0);
+    const std::string bySize = folder.Read("size.ppm");
+    EXPECT_TRUE(draw("4:3") == bySize);
+    const std::string wide = draw("16:9");
+    EXPECT_FALSE(wide == bySize);
+    EXPECT_TRUE(draw("1.7777778") == wide);
+}
+
 TEST_F(RenderCommand, AFilmWithoutLossHasThePicturesBytes)
 {
     std::vector<std::string> arguments = kFilm;
