@@ -59,7 +59,31 @@ TEST(MeshImport, AnObjWithEverythingKeepsItsNumbersAndOrder)
                 {"normals that were not 1 long: 2, now they are"});
 }
 
-TEST(MeshImport, ObjAndPlyCountVFromTheLowerEdge)
+/// A triangle whose coordinates are (0, 0), (1, 0.25) and (0.5, 1), as COLLADA has it.
+static const char* const kColladaTriangle =
+    "<?xml version=\"1.0\"?><COLLADA "
+    "xmlns=\"http://www.collada.org/2005/11/COLLADASchema\" version=\"1.4.1\"><asset>"
+    "<up_axis>Y_UP</up_axis></asset><library_geometries><geometry id=\"g\"><mesh>"
+    "<source id=\"p\"><float_array id=\"pa\" count=\"9\">0 0 0 1 0 0 0 1 0</float_array>"
+    "<technique_common><accessor source=\"#pa\" count=\"3\" stride=\"3\"><param name=\"X\" "
+    "type=\"float\"/><param name=\"Y\" type=\"float\"/><param name=\"Z\" type=\"float\"/>"
+    "</accessor></technique_common></source><source id=\"n\"><float_array id=\"na\" "
+    "count=\"3\">0 0 1</float_array><technique_common><accessor source=\"#na\" "
+    "count=\"1\" stride=\"3\"><param name=\"X\" type=\"float\"/><param name=\"Y\" "
+    "type=\"float\"/><param name=\"Z\" type=\"float\"/></accessor></technique_common>"
+    "</source><source id=\"t\"><float_array id=\"ta\" count=\"6\">0 0 1 0.25 0.5 "
+    "1</float_array><technique_common><accessor source=\"#ta\" count=\"3\" stride=\"2\">"
+    "<param name=\"S\" type=\"float\"/><param name=\"T\" type=\"float\"/></accessor>"
+    "</technique_common></source><vertices id=\"v\"><input semantic=\"POSITION\" "
+    "source=\"#p\"/></vertices><triangles count=\"1\"><input semantic=\"VERTEX\" "
+    "source=\"#v\" offset=\"0\"/><input semantic=\"NORMAL\" source=\"#n\" offset=\"1\"/>"
+    "<input semantic=\"TEXCOORD\" source=\"#t\" offset=\"2\" set=\"0\"/><p>0 0 0 1 0 1 2 0 "
+    "2</p></triangles></mesh></geometry></library_geometries>"
+    "<library_visual_scenes><visual_scene id=\"s\"><node id=\"o\"><instance_geometry "
+    "url=\"#g\"/></node></visual_scene></library_visual_scenes><scene>"
+    "<instance_visual_scene url=\"#s\"/></scene></COLLADA>";
+
+TEST(MeshImport, ObjPlyAndColladaCountVFromTheLowerEdge)
 {
     TemporaryFolder folder;
     const std::string body = "v 0 0 0\nv 1 0 0\nv 0 1 0\nvt 0 0\nvt 1 0.25\nvt 0.5 1\nvn 0 0 1\n"
@@ -72,13 +96,14 @@ TEST(MeshImport, ObjAndPlyCountVFromTheLowerEdge)
                           "property float v\nelement face 1\n"
                           "property list uchar int vertex_indices\nend_header\n"
                           "0 0 0 0 0 1 0 0\n1 0 0 0 0 1 1 0.25\n0 1 0 0 0 1 0.5 1\n3 0 1 2\n");
+    folder.Write("c.dae", kColladaTriangle);
     const char* summary =
         "vertices 3, triangles 1, texture coordinate sets 1, from (0, 0, 0) to (1, 1, 0)";
     const std::vector<float> places = {0, 0, 0, 1, 0, 0, 0, 1, 0};
     const std::vector<float> normals = {0, 0, 1, 0, 0, 1, 0, 0, 1};
     const ModelSource kept = {places, {{0, 0, 1, 0.25f, 0.5f, 1}}, normals, {0, 1, 2}};
     const ModelSource turned = {places, {{0, 1, 1, 0.75f, 0.5f, 0}}, normals, {0, 1, 2}};
-    for (const char* name : {"a.obj", "b.ply"})
+    for (const char* name : {"a.obj", "b.ply", "c.dae"})
     {
         ExpectModel(folder, name, turned, summary, {}, {});
         ExpectModel(folder, name, turned, summary, {}, {"--flip-v"});
