@@ -65,12 +65,15 @@ static void AddQuietOption(CLI::App* command, Arguments* arguments)
     command->add_flag("-q,--quiet", arguments->isQuiet, "Print nothing but errors");
 }
 
+// Checks have no descriptions here: they would stand after the value's form, and completions would
+// offer them.
+
 static void AddColorOption(CLI::App* command, Arguments* arguments)
 {
     command
         ->add_option("--color", arguments->color,
                      "Color severities; auto does on a terminal, unless NO_COLOR is set")
-        ->check(CLI::IsMember({"auto", "always", "never"}))
+        ->check(CLI::IsMember({"auto", "always", "never"}).description(""))
         ->type_name("auto|always|never");
 }
 
@@ -83,10 +86,10 @@ static void AddMeshOptions(CLI::App* command, Arguments* arguments)
     command->add_flag("--keep-v", arguments->keepsV, "Store v as it stands in the source")
         ->excludes(flip);
     command->add_option("--up", arguments->up, "The axis of the source that points up")
-        ->check(CLI::IsMember({"y", "z"}))
+        ->check(CLI::IsMember({"y", "z"}).description(""))
         ->type_name("y|z");
     command->add_option("--scale", mesh->scale, "Multiply all coordinates by this")
-        ->check(CLI::PositiveNumber)
+        ->check(CLI::PositiveNumber.description(""))
         ->type_name("FACTOR");
     command->add_flag("--center", mesh->isCentered,
                       "Move the middle of the bounding box to the origin");
@@ -95,7 +98,7 @@ static void AddMeshOptions(CLI::App* command, Arguments* arguments)
     command
         ->add_option("--smooth", mesh->smoothAngle,
                      "Make all normals anew, with an edge where faces meet at more degrees")
-        ->check(CLI::Range(0.0, 180.0))
+        ->check(CLI::Range(0.0, 180.0).description(""))
         ->type_name("DEGREES");
 }
 

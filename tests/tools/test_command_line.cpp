@@ -56,6 +56,7 @@ TEST(CommandLine, EveryCommandHasHelpOfItsOwn)
         DpkRun run = RunDpk(folder, {command, "--help"});
         EXPECT_EQ(run.exitCode, 0) << command;
         EXPECT_NE(run.out.find("Usage: dpk " + command), std::string::npos) << run.out;
+        EXPECT_EQ(run.out.find(":{"), std::string::npos) << run.out; // how a form is checked
         EXPECT_EQ(run.err, "");
     }
 }
