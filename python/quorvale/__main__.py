@@ -2,6 +2,7 @@
 
     python3 -m quorvale run FOLDER/piece.py    runs it in its folder, with short tracebacks
     python3 -m quorvale new FOLDER             makes a folder with a piece that plays
+    python3 -m quorvale unbuild FOLDER         turns a folder's documents into a piece.py
 """
 
 from __future__ import annotations
@@ -16,6 +17,7 @@ import traceback
 
 from quorvale.facts import nearest
 from quorvale.origin import OriginError
+from quorvale.unbuild import unbuild
 
 _HERE = os.path.dirname(os.path.abspath(__file__)) + os.sep
 
@@ -123,7 +125,7 @@ def new(folder: str) -> int:
 
 def main(arguments: list[str]) -> int:
     """Runs a command: its exit code, 2 for one that makes no sense."""
-    commands = {"run": run, "new": new}
+    commands = {"run": run, "new": new, "unbuild": unbuild}
     if len(arguments) != 2 or arguments[0] not in commands:
         sys.stderr.write((__doc__ or "").partition("\n\n")[2])
         return 2

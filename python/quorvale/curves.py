@@ -37,7 +37,7 @@ _LIFTED: Final = {CONSTANT: (0,), LINEAR: (1,), QUADRATIC: (2,), SINUS: (3,), SP
                   SINUS_X: (3,)}
 
 
-def number_text(value: float) -> str:
+def number_text(value: float, digits: int = 7) -> str:
     """A number as documents have it: seven digits, the same text on every machine, and no -0.
 
     >>> number_text(1 / 255), number_text(2.0), number_text(-0.0)
@@ -45,7 +45,7 @@ def number_text(value: float) -> str:
     """
     if isinstance(value, int):
         return str(value)
-    return "%.7g" % value if f32(value) != 0.0 else "0"
+    return "%.*g" % (digits, value) if f32(value) != 0.0 else "0"
 
 
 def written(value: float) -> float:
@@ -86,6 +86,7 @@ class Curve:
     loop: int = OFF
     begin: int = 0
     end: int = 0
+    xml: str | None = field(default=None, kw_only=True, repr=False)  # of quorvale.verbatim
     origin: Origin = field(default_factory=here, init=False, compare=False, repr=False)
 
     def __post_init__(self) -> None:
@@ -163,6 +164,7 @@ class Curve:
 
     def _changed(self, which: dict[int, tuple[int, ...]],
                  change: Callable[[float], float]) -> Curve:
+        self._refuse_verbatim()
         pieces = tuple(
             Piece(piece.function, piece.length,
                   tuple(change(p) if k in which[piece.function] else p
@@ -204,8 +206,13 @@ class Curve:
 
     # Time
 
+    def _refuse_verbatim(self) -> None:
+        if self.xml is not None:
+            raise ValueError("a curve that is given as its element can't be changed")
+
     def then(self, following: Value, length: int = 100) -> Curve:
         """This curve, and where it ends another, or a number held for `length` ticks."""
+        self._refuse_verbatim()
         if not isinstance(following, Curve):
             following = hold(following, length)
         return replace(self, pieces=self.pieces + following.pieces)
@@ -441,6 +448,17 @@ def _sum(one: Curve, other: Curve) -> Curve:
 def _number(maker: str, meaning: str, value: float) -> float:
     checked_number(maker, meaning, value)
     return value
+
+
+def function(word: str, length: int, *numbers: float) -> Curve:
+    """One function by its word and with its own numbers, as documents have them: "constant",
+    "linear", "quadratic", "sinus", "spline" or "sinus_x".
+
+    >>> function("linear", 100, 0.5, 1).at(10)
+    6.0
+    """
+    return Curve((Piece(row("functions", word).number, _ticks("function", "length", length),
+                        tuple(_number("function", "number", number) for number in numbers)),))
 
 
 def hold(value: float, length: int = 100) -> Curve:

@@ -20,7 +20,8 @@ from typing import Any, Literal, Union
 from quorvale.cameras import Camera
 from quorvale.curves import Curve, Value, number_text
 from quorvale.facts import CATALOGUES, LIMITS, TICKS_PER_SECOND, checked_number, nearest, row
-from quorvale.items import (Bitmap, Effect, GenMesh, Item, Layer, Light, Material, Model, Texture)
+from quorvale.items import (Bitmap, Effect, GenMesh, Item, Layer, Light, Material, Model, Texture,
+                            Verbatim)
 from quorvale.music import Music
 from quorvale.origin import Origin, OriginError, here
 from quorvale.scenes import Manipulator, Placed, Scene
@@ -69,6 +70,12 @@ class Row:
 
     number: int
     clips: list[Clip] = field(default_factory=list)
+    xml: str | None = None
+
+    def verbatim(self, xml: str) -> None:
+        """Makes the row what its element says, which is written as it stands; see
+        `quorvale.verbatim`."""
+        self.xml = xml
 
     def show(self, scene: Scene | None, camera: Camera, start: int, end: int, *,
              how: Pass = "simple", offset: int = 0, fog: Fog | None = None,
@@ -138,7 +145,7 @@ class Row:
         return clips
 
 
-Attributes = Sequence[tuple[str, Union[str, int, float]]]
+Attributes = Sequence[tuple[str, Union[str, int]]]
 
 
 @dataclass
@@ -147,9 +154,13 @@ class _Element:
     attributes: Attributes = ()
     children: Sequence[_Element] = ()
     text: str | None = None
+    xml: str | None = None  # stands for all of it
 
     def lines(self, indent: int) -> Iterator[str]:
-        words = "".join(f' {key}="{_escaped(value)}"' for key, value in self.attributes)
+        if self.xml is not None:
+            yield "  " * indent + self.xml
+            return
+        words = "".join(f' {key}="{_escaped(str(value))}"' for key, value in self.attributes)
         head = f"{'  ' * indent}<{self.tag}{words}"
         if self.text is not None:
             yield f"{head}>{self.text}</{self.tag}>"
@@ -162,8 +173,7 @@ class _Element:
             yield f"{'  ' * indent}</{self.tag}>"
 
 
-def _escaped(value: Union[str, int, float]) -> str:
-    text = value if isinstance(value, str) else number_text(value)
+def _escaped(text: str) -> str:
     return text.replace("&", "&amp;").replace("<", "&lt;").replace('"', "&quot;")
 
 
@@ -171,22 +181,29 @@ def _named(item: Item) -> Attributes:
     return () if item.name is None else (("name", item.name),)
 
 
-def _number(value: float) -> _Element:
-    return _Element("p", text=number_text(float(value)))
+def _verbatim(xml: str) -> _Element:
+    return _Element("", xml=xml)
+
+
+def lies_unseen(ended: int, last: int) -> bool:
+    """Whether the index by second loses a clip: one that lies inside a second, with the end of the
+    clip before it."""
+    return ended % TICKS_PER_SECOND != 0 and last - ended // TICKS_PER_SECOND * 100 <= 99
 
 
 @dataclass
 class _Section:
-    """The items of a section, each with all objects that are equal to it."""
+    """The items of a section; where they are shared, each with all objects that are equal to it."""
 
     tag: str
+    shared: bool
     items: list[Item] = field(default_factory=list)
     ids: dict[int, int] = field(default_factory=dict)  # id(object) to id in the document
 
     def fill(self, items: Iterable[Item]) -> None:
         known: dict[object, int] = {}
         for item in sorted(items, key=lambda item: item.origin.order):
-            key = _identity(item)
+            key = _identity(item) if self.shared else id(item)
             if key not in known:
                 self.items.append(item)
                 known[key] = len(self.items)
@@ -201,6 +218,8 @@ class _Section:
 
 def _identity(item: Item) -> object:
     """What makes two items one: equal layers, files and nameless textures are shared."""
+    if item.xml is not None:
+        return id(item)
     if isinstance(item, Layer):
         return (item.name, item.row.number, item.numbers)
     if isinstance(item, (Model, Bitmap)):
@@ -229,6 +248,8 @@ def _parts(item: Item) -> Iterator[Item]:
                 yield reference
     elif isinstance(item, Scene):
         for placed in item.objects:
+            if isinstance(placed, Verbatim):
+                continue
             yield placed.shape
             yield placed.material
             for manipulator in placed.manipulators:
@@ -241,11 +262,18 @@ class Document:
 
     `music` is the module's file name, or a `Music`. Rows are numbered from 0; what a higher row
     draws lies over the lower ones.
+
+    Things that are equal become one item of the document. With `shared=False` each object is an
+    item of its own, curves too, in the order in which they were made. Numbers are written with
+    seven digits; 9 `digits` say every 32-bit number, as other programs write them.
     """
 
-    def __init__(self, music: Union[str, Music, None] = None) -> None:
+    def __init__(self, music: Union[str, Music, None] = None, *, shared: bool = True,
+                 digits: Literal[7, 8, 9] = 7) -> None:
         self.music = music.filename if isinstance(music, Music) else music
-        self.kept: list[Item] = []
+        self.shared = shared
+        self.digits = digits
+        self.kept: list[Item | Curve] = []
         self._rows: dict[int, Row] = {}
 
     def row(self, number: int) -> Row:
@@ -258,8 +286,8 @@ class Document:
         """The first rows, lowest first."""
         return [self.row(number) for number in range(count)]
 
-    def keep(self, *items: Item) -> None:
-        """Writes items that no clip shows."""
+    def keep(self, *items: Item | Curve) -> None:
+        """Writes items and curves that no clip shows."""
         self.kept += items
 
     @property
@@ -292,7 +320,7 @@ class _Writer:
     def __init__(self, document: Document) -> None:
         self.document = document
         self.clips = [clip for row in document._rows.values() for clip in row.clips]
-        self.sections = {tag: _Section(tag) for tag in _SECTIONS.values()}
+        self.sections = {tag: _Section(tag, document.shared) for tag in _SECTIONS.values()}
         found = self._reachable()
         for kind, tag in _SECTIONS.items():
             self.sections[tag].fill(item for item in found if isinstance(item, kind))
@@ -300,10 +328,12 @@ class _Writer:
         self.envelope_origins: list[Origin] = []
         self.known_curves: dict[Curve, int] = {}
         self.known_texts: dict[str, int] = {}
+        self.own_curves: dict[int, Curve] = {}  # by id(curve), where equal ones are not shared
+        self.own_ids: dict[int, int] = {}
         self.elements: dict[int, _Element] = {}
 
     def _reachable(self) -> list[Item]:
-        waiting: list[Item] = list(self.document.kept)
+        waiting: list[Item] = [item for item in self.document.kept if isinstance(item, Item)]
         for clip in self.clips:
             shown: tuple[Item | None, ...] = (clip.scene, clip.target,
                                               clip.fog.material if clip.fog else None)
@@ -321,33 +351,49 @@ class _Writer:
 
     # Values
 
+    def number(self, value: float) -> _Element:
+        return _Element("p", text=number_text(float(value), self.document.digits))
+
     def envelope(self, curve: Curve) -> int:
-        """The id of a curve's envelope. Equal curves share one."""
+        """The id of a curve's envelope. Equal curves share one, unless the document shares
+        nothing: then ids are known when all curves are, and 0 stands for them."""
+        if not self.document.shared:
+            self.own_curves[id(curve)] = curve
+            return self.own_ids.get(id(curve), 0)
         known = self.known_curves.get(curve)
         if known is not None:
             return known
-        pieces = [_Element("piece", (("type", piece.function), ("length", int(piece.length))),
-                           [_number(param) for param in piece.params]) for piece in curve.pieces]
-        element = _Element("envelope", (("type", 0), ("loop_type", curve.loop),
-                                        ("loop_begin", curve.begin), ("loop_end", curve.end)),
-                           pieces)
+        element = self.curve(curve)
         # Curves that differ past the seventh digit are one envelope as well.
         text = "\n".join(element.lines(0))
         if text in self.known_texts:
             self.known_curves[curve] = self.known_texts[text]
             return self.known_texts[text]
+        self.known_curves[curve] = self.known_texts[text] = self.add_envelope(curve, element)
+        return len(self.envelopes)
+
+    def curve(self, curve: Curve) -> _Element:
+        if curve.xml is not None:
+            return _verbatim(curve.xml)
+        pieces = [_Element("piece", (("type", piece.function), ("length", int(piece.length))),
+                           [self.number(param) for param in piece.params])
+                  for piece in curve.pieces]
+        return _Element("envelope", (("type", 0), ("loop_type", curve.loop),
+                                     ("loop_begin", curve.begin), ("loop_end", curve.end)), pieces)
+
+    def add_envelope(self, curve: Curve, element: _Element) -> int:
         if len(self.envelopes) == LIMITS["items"]:
             raise OriginError(curve.origin,
                               f"there are more than {LIMITS['items']} different curves")
         self.envelopes.append(element)
         self.envelope_origins.append(curve.origin)
-        self.known_curves[curve] = self.known_texts[text] = len(self.envelopes)
         return len(self.envelopes)
 
     def value(self, tag: str, value: Value) -> _Element:
         if isinstance(value, Curve):
             return _Element(tag, (("type", "dynamic"), ("value", self.envelope(value))))
-        return _Element(tag, (("type", "static"), ("value", float(value))))
+        return _Element(tag, (("type", "static"),
+                              ("value", number_text(float(value), self.document.digits))))
 
     def values(self, tags: Sequence[str], values: Iterable[Value]) -> list[_Element]:
         return [self.value(tag, value) for tag, value in zip(tags, values)]
@@ -356,16 +402,16 @@ class _Writer:
 
     def layer(self, layer: Layer) -> _Element:
         return _Element("layer", (("type", layer.row.number), *_named(layer)),
-                        [_number(number) for number in layer.numbers])
+                        [self.number(number) for number in layer.numbers])
 
     def texture(self, texture: Texture) -> _Element:
         steps = []
         for step in texture.finished():
-            attributes: list[tuple[str, Union[str, int, float]]] = [("type", step.row.number)]
+            attributes: list[tuple[str, Union[str, int]]] = [("type", step.row.number)]
             if step.layer is not None:
                 attributes.append(("id", self.id(step.layer) - 1))
             steps.append(_Element("filter" if step.layer is None else "layer", attributes,
-                                  [_number(number) for number in step.numbers]))
+                                  [self.number(number) for number in step.numbers]))
         return _Element("texture", _named(texture), steps)
 
     def model(self, model: Model) -> _Element:
@@ -423,16 +469,20 @@ class _Writer:
                                (*placed.position, *placed.rotation, *placed.scale))
         visible = 0 if placed.visible is None else self.envelope(placed.visible)
         children.append(_Element("visible", (("value", visible),)))
-        children.append(_Element("shift", (("value", placed.shift),)))
+        children.append(_Element("shift", (("value", number_text(placed.shift)),)))
         children += [self.elements[id(manipulator)] for manipulator in placed.manipulators]
         return _Element("object", (("type", 1 if isinstance(placed.shape, GenMesh) else 0),
                                    ("object", self.id(placed.shape)),
                                    ("material", self.id(placed.material))), children)
 
+    def scene(self, scene: Scene) -> _Element:
+        return _Element("scene", _named(scene),
+                        [self.elements[id(placed)] for placed in scene.objects])
+
     # The timeline
 
     def clip(self, clip: Clip, running: int, last: int) -> _Element:
-        attributes: list[tuple[str, Union[str, int, float]]] = [
+        attributes: list[tuple[str, Union[str, int]]] = [
             ("id", self.id(clip.scene)), ("space_before", clip.start - running),
             ("length", last - clip.start), ("offset", clip.offset),
             ("type", row("passes", clip.how).number)]
@@ -462,8 +512,7 @@ class _Writer:
         for clip in ordered:
             # The engine gives a clip's last tick to it still, unless the next one begins there.
             last = clip.end if clip.end in starts else clip.end - 1
-            # The index by second would lose a clip that lies inside one.
-            if running % TICKS_PER_SECOND != 0 and last - running // TICKS_PER_SECOND * 100 <= 99:
+            if lies_unseen(running, last):
                 raise OriginError(clip.origin,
                                   f"the clip from {clip.start} to {clip.end} lies inside one "
                                   f"second, and the row's clip before it ends at {ended}: the "
@@ -487,16 +536,48 @@ class _Writer:
         for scene in self.sections["scenes"].items:
             assert isinstance(scene, Scene)
             for placed in scene.objects:
+                if isinstance(placed, Verbatim):
+                    self.elements[id(placed)] = _verbatim(placed.xml)
+                    continue
                 makers.append((placed.origin.order, id(placed), self.placed, placed))
                 makers += [(each.origin.order, id(each), self.manipulator, each)
                            for each in placed.manipulators]
         for _, key, make, item in sorted(makers, key=lambda entry: entry[0]):
             if key not in self.elements:
-                self.elements[key] = make(item)
+                self.elements[key] = self.made(make, item)
+
+    @staticmethod
+    def made(make: Callable[[Any], _Element], item: Any) -> _Element:
+        """The element of an item, or the one that it was given."""
+        xml = item.xml if isinstance(item, Item) else None
+        return make(item) if xml is None else _verbatim(xml)
+
+    def _timeline(self) -> list[_Element]:
+        elements = []
+        for number in range(max(self.document._rows) + 1):
+            row = self.document._rows.get(number, Row(number))
+            elements.append(self.row(row.clips) if row.xml is None else _verbatim(row.xml))
+        return elements
+
+    def _number_curves(self) -> None:
+        """Numbers curves that are not shared in the order in which they were made."""
+        self._records()
+        self._timeline()
+        self.elements.clear()
+        curves = {id(curve): curve for curve in self.document.kept if isinstance(curve, Curve)}
+        curves.update(self.own_curves)
+        for curve in sorted(curves.values(), key=lambda curve: curve.origin.order):
+            self.own_ids[id(curve)] = self.add_envelope(curve, self.curve(curve))
 
     def text(self) -> str:
         if not self.document._rows:
             raise ValueError("a document shows nothing without a row of clips")
+        if self.document.shared:
+            for curve in self.document.kept:
+                if isinstance(curve, Curve):
+                    self.envelope(curve)
+        else:
+            self._number_curves()
         self._records()
         made: dict[str, list[_Element]] = {
             tag: [self.elements[id(item)] for item in self.sections[tag].items]
@@ -505,18 +586,15 @@ class _Writer:
             "layers": self.layer, "textures": self.texture, "models": self.model,
             "bitmaps": self.bitmap}
         for tag, make in plain.items():
-            made[tag] = [make(item) for item in self.sections[tag].items]
+            made[tag] = [self.made(make, item) for item in self.sections[tag].items]
         if len(made["layers"]) > LIMITS["layers"]:
             raise OriginError(self.sections["layers"].items[LIMITS["layers"]].origin,
                               f"a document has up to {LIMITS['layers']} different layers")
         made["scenes"] = []
         for scene in self.sections["scenes"].items:
             assert isinstance(scene, Scene)
-            made["scenes"].append(_Element("scene", _named(scene), [
-                self.elements[id(placed)] for placed in scene.objects]))
-        rows = self.document._rows
-        made["timeline"] = [self.row(rows[number].clips if number in rows else ())
-                            for number in range(max(rows) + 1)]
+            made["scenes"].append(self.made(self.scene, scene))
+        made["timeline"] = self._timeline()
         made["envelopes"] = self.envelopes
         lines = ['<?xml version="1.0" encoding="UTF-8"?>']
         for tag in ("layers", "textures", "models", "envelopes", "lights", "effects", "bitmaps",
@@ -559,3 +637,13 @@ class _Writer:
             for part, clip in enumerate(sorted(row.clips, key=lambda clip: clip.start), 1):
                 add(10, number + 1, part, clip.origin)
         return "".join(line + "\n" for line in lines)
+
+
+def unreached(document: Document, things: Iterable[object]) -> list[Item | Curve]:
+    """Those items and curves among some things that a document would not write."""
+    writer = _Writer(document)
+    writer.text()
+    reached = {id(item) for section in writer.sections.values() for item in section.items}
+    reached |= set(writer.own_curves) | {id(thing) for thing in document.kept}
+    return [thing for thing in things
+            if isinstance(thing, (Item, Curve)) and id(thing) not in reached]

@@ -20,10 +20,22 @@ EffectSize = Literal[64, 128, 256, 512]
 
 @dataclass(eq=False)
 class Item:
-    """Anything that becomes an item of a section. `name` is for people who read the document."""
+    """Anything that becomes an item of a section. `name` is for people who read the document.
+
+    `xml` is the item's element where `quorvale.verbatim` made it; it is written as it stands.
+    """
 
     name: str | None = field(default=None, kw_only=True)
+    xml: str | None = field(default=None, kw_only=True, repr=False)
     origin: Origin = field(default_factory=here, init=False, repr=False)
+
+
+@dataclass(frozen=True)
+class Verbatim:
+    """A part of an item as its element, which is written as it stands."""
+
+    xml: str
+    origin: Origin = field(default_factory=here, init=False, compare=False, repr=False)
 
 
 @dataclass(eq=False)

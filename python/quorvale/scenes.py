@@ -8,7 +8,7 @@ from typing import Union
 
 from quorvale.curves import Curve, Value
 from quorvale.facts import LIMITS, Row, checked_number, row
-from quorvale.items import GenMesh, Item, Material, Model
+from quorvale.items import GenMesh, Item, Material, Model, Verbatim
 from quorvale.origin import Origin, here
 from quorvale.values import Vector, checked_param, checked_triple
 
@@ -58,7 +58,7 @@ class Scene(Item):
     >>> scene.add(Model("ship.obj"), recipes.color((1, 0, 0)), position=(0, 1, 0), scale=2)
     """
 
-    objects: list[Placed] = field(default_factory=list, init=False)
+    objects: list[Placed | Verbatim] = field(default_factory=list, init=False)
 
     def add(self, shape: Shape, material: Material, *,
             position: Sequence[Value] = (0.0, 0.0, 0.0),
@@ -92,6 +92,11 @@ class Scene(Item):
             shape, material, checked_triple("add", "position", position),
             checked_triple("add", "rotation", rotation), checked_triple("add", "scale", scale),
             visible, _shift(shift), tuple(manipulators), here()))
+
+
+    def verbatim(self, xml: str) -> None:
+        """Adds an object as its element, written as it stands; see `quorvale.verbatim`."""
+        self.objects.append(Verbatim(xml))
 
 
 def _shift(shift: float) -> float:

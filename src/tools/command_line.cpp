@@ -41,6 +41,7 @@ struct Arguments
     std::string up = "y";
     bool flipsV = false;
     bool keepsV = false;
+    bool python = false;
     CheckOptions check = {};
     RenderOptions render = {};
     uint32_t side = 256; // pixels of a thumbnail
@@ -196,6 +197,7 @@ static CLI::App* AddUnbuild(CLI::App* app, Arguments* arguments)
     command->add_option("-o,--output", arguments->out, "The folder to write to, new or empty")
         ->type_name("DIR")
         ->required();
+    command->add_flag("--python", arguments->python, "Write a piece.py instead of documents");
     return command;
 }
 
@@ -475,7 +477,8 @@ static bool RunBuild(const Arguments& arguments)
 
 static bool RunUnbuild(const Arguments& arguments)
 {
-    return UnbuildPackage(arguments.file, arguments.out);
+    return UnbuildPackage(arguments.file, arguments.out,
+                          arguments.python ? UnbuildForm::kPython : UnbuildForm::kDocuments);
 }
 
 static bool RunInfo(const Arguments& arguments)

@@ -119,6 +119,12 @@ bool MakePieceFolder(const std::string& folder)
     return RunLibrary("new", folder) == 0;
 }
 
+bool WritePieceScript(const std::string& folder)
+{
+    return RunLibrary("unbuild", folder) == 0 &&
+           (!HasPieceScript(folder) || RunPieceScript(folder));
+}
+
 std::string PackageOfFolder(const std::string& folder)
 {
     char path[PATH_MAX];

@@ -18,5 +18,10 @@ bool RunPieceScript(const std::string& folder);
 /// @return false after an error line; a piece.py that is there stays as it is
 bool MakePieceFolder(const std::string& folder);
 
+/// Turns a folder's documents into a piece.py that writes them, and runs it. Prints a line for each
+/// document that can't be said so, and stays as it is, and for those that are said in part.
+/// @return false after an error line
+bool WritePieceScript(const std::string& folder);
+
 /// The package of a folder when none is named: FOLDER/NAME.dpk, after the folder's own name.
 std::string PackageOfFolder(const std::string& folder);

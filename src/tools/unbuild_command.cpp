@@ -14,6 +14,7 @@
 #include "tools/model_ply.h"
 #include "tools/order_file.h"
 #include "tools/package_listing.h"
+#include "tools/piece_script.h"
 #include "tools/report.h"
 
 static constexpr std::string_view kDocumentEnding = ".xmlz";
@@ -290,7 +291,7 @@ static void PrintNotes(const std::string& folder, size_t sourceCount, bool isSam
     printf("\n");
 }
 
-bool UnbuildPackage(const std::string& path, const std::string& folder)
+bool UnbuildPackage(const std::string& path, const std::string& folder, UnbuildForm form)
 {
     ListedPackage package;
     if (!OpenPackage(path, PackageUse::kReading, &package))
@@ -299,9 +300,9 @@ bool UnbuildPackage(const std::string& path, const std::string& folder)
     }
     std::vector<OrderRow> order;
     UnbuildNotes notes;
-    const bool isWritten = MakeEmptyFolder(folder) &&
-                           WriteSources(package, folder, &order, &notes) &&
-                           WriteOrder(folder, order);
+    const bool isWritten =
+        MakeEmptyFolder(folder) && WriteSources(package, folder, &order, &notes) &&
+        WriteOrder(folder, order) && (form == UnbuildForm::kDocuments || WritePieceScript(folder));
     ClosePackage(&package);
     bool isSame = false;
     if (!isWritten || !CompareBuild(path, folder, &isSame))

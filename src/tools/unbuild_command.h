@@ -13,7 +13,15 @@
 // folder of sources can bear is escaped (EscapeName), and dpk-order.txt has the true one.
 #pragma once
 
+#include <cstdint>
 #include <string>
+
+/// The form that the two documents of a piece get.
+enum class UnbuildForm : uint8_t
+{
+    kDocuments,
+    kPython, // a piece.py on the authors' library, which writes them
+};
 
 /// Takes a package apart. Prints a line for each thing that a build can't bring back, and one that
 /// says whether a build gives the same bytes: the folder is built in memory and compared. Packages
@@ -21,4 +29,4 @@
 /// entries that nobody can read are left out, and containers may have other bytes.
 /// @param folder   made if it is not there; has to be empty
 /// @return false after an error line
-bool UnbuildPackage(const std::string& path, const std::string& folder);
+bool UnbuildPackage(const std::string& path, const std::string& folder, UnbuildForm form);

@@ -214,12 +214,16 @@ static void ExpectPiecesComeBack(uint32_t first, uint32_t last)
         Random random = {seed};
         const std::string package = MakeRandomPiece(&random).package;
         folder.Write("p.dpk", package);
-        ASSERT_TRUE(UnbuildPackage(folder.path + "/p.dpk", folder.path + "/s")) << seed;
+        ASSERT_TRUE(
+            UnbuildPackage(folder.path + "/p.dpk", folder.path + "/s", UnbuildForm::kDocuments))
+            << seed;
         const std::string built = Build(folder, "s");
         ASSERT_TRUE(RecordsOf(folder, built) == RecordsOf(folder, package)) << seed;
 
         folder.Write("q.dpk", built);
-        ASSERT_TRUE(UnbuildPackage(folder.path + "/q.dpk", folder.path + "/t")) << seed;
+        ASSERT_TRUE(
+            UnbuildPackage(folder.path + "/q.dpk", folder.path + "/t", UnbuildForm::kDocuments))
+            << seed;
         ASSERT_TRUE(Build(folder, "t") == built) << seed;
     }
 }
