@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Everything comes from Debian 12; scripts/packages.txt is the list that `./play` and `./test` install.
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)

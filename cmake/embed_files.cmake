@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Files that the program carries: a source file with their bytes.
 #
 #   embed_files(OUTPUT HEADER path.h TYPE Name FILES constant=path...)

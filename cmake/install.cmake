@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # `cmake --install`, in components that become one package each:
 #
 #   player          the player, its scripts and all that a desktop shows of it

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Compiler settings that every target of ours shares.
 add_library(project_options INTERFACE)
 target_compile_options(project_options INTERFACE

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # A room is a folder of src/ built as one static library.
 #
 #   add_room(NAME SOURCES file... LINKS target...)

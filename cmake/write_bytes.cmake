@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # The script behind embed_files: writes OUTPUT with the bytes of FILES, a list of constant=path.
 set(source "// Written by cmake/write_bytes.cmake.\n#include \"${HEADER}\"\n")
 foreach(file IN LISTS FILES)

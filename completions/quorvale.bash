@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Completion of the player for bash.
 _quorvale_play() {
     local word=${COMP_WORDS[COMP_CWORD]}

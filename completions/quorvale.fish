@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Completion of the player for fish.
 complete -c quorvale -f -a -forcepbo -d 'Use pixel buffers below OpenGL 2.1'
 for program in quorvale-play quorvale-piece

@@ -1,4 +1,5 @@
 #compdef quorvale quorvale-play quorvale-piece
+# SPDX-License-Identifier: MIT
 case $service in
 quorvale) _arguments '-forcepbo[use pixel buffers below OpenGL 2.1]' ;;
 quorvale-play)

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Paints the bitmaps of the piece: PNG files.
 
     make_bitmaps.py [folder]      the folder defaults to that of this script

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Writes the documents of the piece: loading.xml, and demo.xml, which plays for 96 seconds.
 
     make_documents.py [folder]      the folder defaults to that of this script

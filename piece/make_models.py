@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Makes the models of the piece: OBJ files, for dpk to import.
 
     make_models.py [folder]      the folder defaults to that of this script

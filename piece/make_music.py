@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Composes the music of the piece and writes it as an Extended Module (XM 1.04).
 
     make_music.py [file]        the file defaults to music/quorvale.xm beside this script

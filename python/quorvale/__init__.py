@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Pieces for quorvale, written in Python.
 
 What moves are `Curve`s, made by `hold`, `line`, `ease_in`, `wave`, `spline` and others. Textures

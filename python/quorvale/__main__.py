@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The library as a command.
 
     python3 -m quorvale run FOLDER/piece.py    runs it in its folder, with short tracebacks

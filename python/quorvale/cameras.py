@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Cameras: where a clip is seen from.
 
     >>> camera = look((0, 2, 8), (0, 0, 0), fov=50)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Curves: values that move in time.
 
 A curve is up to 16 pieces one after the other, each a function of the ticks since it began; a tick

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Documents: rows of clips, and the text that the engine reads.
 
     >>> from quorvale import FLAT, Document, Model, Scene, recipes

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """2D effects: textures that are computed anew in each picture.
 
     >>> from quorvale import line

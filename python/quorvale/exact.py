@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Mathematics that comes out the same on every machine.
 
 What this library writes is compared byte for byte. Sums, products, quotients and square roots are

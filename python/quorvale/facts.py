@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The engine's vocabulary: names, numbers, parameters, ranges and limits.
 
 `vocabulary.json` is what `dpk vocabulary --json` prints; a test compares the two.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Text in a TrueType font, as meshes.
 
     words = Font.find("DejaVuSans-Bold").mesh("Straße", height=1, depth=0.2)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Images made by code: PNG files for bitmaps.
 
 The same bytes on every machine with the same zlib.

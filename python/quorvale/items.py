@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What documents are made of: layers, textures, models, lights, effects, bitmaps, materials.
 
 Items hold each other as objects; `Document.write` finds all that its clips need and numbers them in

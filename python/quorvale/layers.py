@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Layers: generated images, the raw material of textures.
 
     >>> maze(size=3) * 0.5 + noise(seed=7)  # doctest: +ELLIPSIS

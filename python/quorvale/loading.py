@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """A loading screen for those who want none of their own.
 
     >>> from quorvale import Color

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Manipulators: one object many times, or bent.
 
     >>> columns = x_multiplier(12, step=(0, 0, -4))

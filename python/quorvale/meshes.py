@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Meshes made by code, written as OBJ files that `dpk build` turns into models.
 
     >>> mesh = box(Mesh(), (-1, -1, -1), (1, 1, 1))

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """When a module's rows sound, in ticks of the timeline.
 
 The piece's clock is its music: a picture that belongs to a beat is placed by the module's own rows.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Where the author made something: the file and line that messages name."""
 
 from __future__ import annotations

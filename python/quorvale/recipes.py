@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Materials by the recipe's name.
 
     >>> lit = lit_color((1.0, 0.8, 0.5), light=Light(), alpha=0.9)

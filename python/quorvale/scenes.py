@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Scenes: objects with places, materials and manipulators."""
 
 from __future__ import annotations

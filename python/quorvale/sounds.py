@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Sounds made of sines and noise, for the instruments of `quorvale.tracker`.
 
 A wave is a list of numbers, of any size: an instrument scales it to its peak. `rate` is samples a

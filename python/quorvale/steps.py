@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Steps that textures go through, after `|`.
 
     >>> from quorvale import layers

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Modules made by code: notes and sounds, written as an Extended Module (XM 1.04).
 
     >>> tune = Tune(rows=64, channels=2)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Colors and vectors whose numbers may move."""
 
 from __future__ import annotations

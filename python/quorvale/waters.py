@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Generated meshes: water.
 
     >>> from quorvale import line

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # The libraries that read bytes of strangers, from Debian's own sources and with the sanitizer, in
 # the place of those that the system has: scripts/fuzz-libraries fetches them.
 file(GLOB tinyxml_folder ${QUORVALE_LIBRARY_SOURCES}/tinyxml-*/)

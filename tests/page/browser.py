@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """A browser that nobody sees, driven over WebDriver's own protocol: nothing but Debian's packages."""
 
 from __future__ import annotations

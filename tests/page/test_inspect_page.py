@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The page of `dpk inspect`, in a real browser.
 
 QUORVALE_PAGE names the page of the sample piece, AXE the checker of accessibility (axe-core), and

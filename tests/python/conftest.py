@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What the tests of the library share: the programs of the build, and documents to write."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Curves: their arithmetic, and their values held against the engine's to the last bit."""
 
 import ctypes

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What is written reads back through the engine as what was meant."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What can't be is refused at the author's line, with the range and the nearest name."""
 
 import inspect

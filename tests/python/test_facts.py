@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The library's vocabulary is the engine's, and its docstrings tell the truth."""
 
 import doctest

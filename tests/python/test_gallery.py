@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The gallery's pictures are still what the engine draws."""
 
 import pathlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Commands and listings of the handbook do what it says."""
 
 import html.parser

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Every limit of the vocabulary is where the engine's readers have it."""
 
 import subprocess

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Meshes that code makes: which way their faces look, and what they refuse."""
 
 import pytest

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Rows of a module in ticks."""
 
 import struct

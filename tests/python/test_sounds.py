@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Waves: their lengths, seams and pitch, and what they refuse."""
 
 import math

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Modules made by code."""
 
 import pytest

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The studio as a program on an X server of its own, with real keys and a real mouse.
 
 Nothing here waits for a time: the program tells its state when it is asked, and a test asks until

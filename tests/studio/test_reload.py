@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """A folder of sources in the window: what is saved is shown, and mistakes leave the picture."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The window: picture, transport, sound, keys, and the viewer."""
 
 import os

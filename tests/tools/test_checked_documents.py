@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """dpk check on whole documents: many mistakes in one run, the JSON against its schema, and the
 examples of the documentation."""
 

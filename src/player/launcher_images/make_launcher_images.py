@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Draws the five images of the launcher window and writes them as BMP files.
 
     make_launcher_images.py [folder]      the folder defaults to that of this script
