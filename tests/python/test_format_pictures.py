@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The pictures of the format's description are still what the engine draws."""
 
 import re
