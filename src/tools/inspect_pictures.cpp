@@ -173,7 +173,7 @@ static void AddItem(PictureReader* reader, const ItemPlace& item)
         BitmapTexture* bitmap = static_cast<BitmapTexture*>(item.record);
         AddPicture(reader, item, 0,
                    {bitmap->width, bitmap->height, bitmap->components, bitmap->pixels});
-        FreeBitmap(bitmap);
+        ReleaseBitmap(bitmap);
         break;
     }
     default:

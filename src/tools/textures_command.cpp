@@ -106,7 +106,7 @@ static bool ShowBitmap(ImageWriter* writer, uint32_t id, BitmapTexture* bitmap)
         isShown = ShowImage(writer, "bitmap", id, size + " white " + file,
                             {bitmap->width, bitmap->height, 3, white.data()}, &writer->bitmaps);
     }
-    FreeBitmap(bitmap);
+    ReleaseBitmap(bitmap);
     return isShown;
 }
 

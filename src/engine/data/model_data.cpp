@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 #include "engine/data/byte_order.h"
 #include "engine/data/compressed_entry.h"
@@ -83,7 +84,26 @@ ModelIndexBytes GetModelIndexBytes(const ModelData* model)
     return bytes;
 }
 
-bool ReadModelItem(const TiXmlElement* item, void* record, uint32_t /*index*/, ReadContext* context)
+/// @return the first of the earlier models that is of this file; null if there is none
+static const ModelData* FindEarlierModel(const char* filename, uint32_t index,
+                                         const ReadContext* context)
+{
+    if (context->document == nullptr || context->document->models == nullptr)
+    {
+        return nullptr;
+    }
+    for (uint32_t id = 1; id <= index; ++id)
+    {
+        const ModelData* model = GetRecord<ModelData>(id, context->document->models);
+        if (model->filename != nullptr && strcmp(model->filename, filename) == 0)
+        {
+            return model;
+        }
+    }
+    return nullptr;
+}
+
+bool ReadModelItem(const TiXmlElement* item, void* record, uint32_t index, ReadContext* context)
 {
     ModelData* model = static_cast<ModelData*>(record);
     *model = {};
@@ -94,6 +114,17 @@ bool ReadModelItem(const TiXmlElement* item, void* record, uint32_t /*index*/, R
     if (filename == nullptr)
     {
         return false;
+    }
+    const ModelData* earlier = FindEarlierModel(filename, index, context);
+    if (earlier != nullptr)
+    {
+        LookUpPackageEntry(context->package, filename); // for its lines
+        model->filename = filename;
+        model->mesh = earlier->mesh;
+        model->mesh.faces = &model->faces;
+        model->storedSize = earlier->storedSize;
+        model->fileSets = earlier->fileSets;
+        return true;
     }
     if (!InflatePackageEntry(context->package, filename, kModelHeaderSize, kLargestInflatedSize,
                              &entry, context->faults))
@@ -106,7 +137,12 @@ bool ReadModelItem(const TiXmlElement* item, void* record, uint32_t /*index*/, R
     }
     model->block = entry.block;
     model->storedSize = entry.storedSize;
-    return SetModelArrays(model, entry.data, filename, context->faults);
+    if (!SetModelArrays(model, entry.data, filename, context->faults))
+    {
+        return false;
+    }
+    model->filename = filename;
+    return true;
 }
 
 void FreeModel(void* record)

@@ -47,11 +47,12 @@ struct Mesh
 
 struct ModelData
 {
-    void* block;         // owned; the uncompressed file lies in it
-    Mesh mesh;           // into block
-    VertexFaces faces;   // owned; of the mesh
-    uint32_t storedSize; // bytes of the uncompressed file, as its container tells
-    uint8_t fileSets;    // T as the file has it, which need not be mesh.texCoordSets
+    void* block;          // owned, the uncompressed file; null where an earlier model lends its own
+    const char* filename; // lent by the tree; null until the model is read
+    Mesh mesh;            // into the block of this model or the earlier one
+    VertexFaces faces;    // owned; of the mesh
+    uint32_t storedSize;  // bytes of the uncompressed file, as its container tells
+    uint8_t fileSets;     // T as the file has it, which need not be mesh.texCoordSets
 };
 
 /// How a model's indices go into a buffer object.
@@ -66,8 +67,12 @@ struct ModelIndexBytes
 /// the last indices; with more it reaches past the end of the file, and zeros stand there.
 ModelIndexBytes GetModelIndexBytes(const ModelData* model);
 
-/// Section 2: reads the model that the item's "filename" names. Faults are a missing entry, a
-/// header that claims more than the file holds, and an index past the last vertex.
+/// Section 2: reads the model that the item's "filename" names. Where an earlier model of the
+/// document is of the same file, the mesh points into its block, which has to outlive this record:
+/// a file is inflated once, however many items name it. Faults are a missing entry, a header that
+/// claims more than the file holds, and an index past the last vertex.
+/// @param index   the earlier models are those with ids 1 to index of the context's document; a
+///                context without a document, or without such a table, has none
 bool ReadModelItem(const TiXmlElement* item, void* record, uint32_t index, ReadContext* context);
 
 /// Frees the blocks of a ModelData.

@@ -349,22 +349,10 @@ static unsigned char* ReadEntryData(const PackageFile* package, const char* name
     return static_cast<unsigned char*>(data);
 }
 
-unsigned char* ReadPackageEntry(PackageFile* package, const char* name, int32_t* sizeOut,
-                                FaultList* faults)
+/// Finds the entry of a name that is not empty, and notes the lines of the lookup.
+/// @return kNoEntry if the directory lacks it
+static uint32_t LookUpName(PackageFile* package, const char* name)
 {
-    if (name[0] == 0)
-    {
-        unsigned char entry[kPackageEntrySize] = {};
-        int error = 0;
-        ReadAt(package, kPackageHeaderSize, entry, kPackageEntrySize, &error);
-        if (error != 0)
-        {
-            AddFault(faults, "the package's directory can't be read: %s", strerror(error));
-            return nullptr;
-        }
-        return ReadEntryData(package, name, entry, sizeOut, faults);
-    }
-
     const size_t length = strlen(name);
     const unsigned char* bytes = reinterpret_cast<const unsigned char*>(name);
     uint64_t hash = kHashOfNothing;
@@ -385,10 +373,38 @@ unsigned char* ReadPackageEntry(PackageFile* package, const char* name, int32_t*
     if (found == kNoEntry)
     {
         NoteLine(package, kEndLine);
+    }
+    return found;
+}
+
+unsigned char* ReadPackageEntry(PackageFile* package, const char* name, int32_t* sizeOut,
+                                FaultList* faults)
+{
+    if (name[0] == 0)
+    {
+        unsigned char entry[kPackageEntrySize] = {};
+        int error = 0;
+        ReadAt(package, kPackageHeaderSize, entry, kPackageEntrySize, &error);
+        if (error != 0)
+        {
+            AddFault(faults, "the package's directory can't be read: %s", strerror(error));
+            return nullptr;
+        }
+        return ReadEntryData(package, name, entry, sizeOut, faults);
+    }
+
+    const uint32_t found = LookUpName(package, name);
+    if (found == kNoEntry)
+    {
         return nullptr;
     }
     return ReadEntryData(package, name, package->directory + size_t{found} * kPackageEntrySize,
                          sizeOut, faults);
+}
+
+bool LookUpPackageEntry(PackageFile* package, const char* name)
+{
+    return name[0] == 0 || LookUpName(package, name) != kNoEntry;
 }
 
 void PrintLookupLines(PackageFile* package)

@@ -93,6 +93,10 @@ void ClosePackage(PackageFile* package);
 unsigned char* ReadPackageEntry(PackageFile* package, const char* name, int32_t* sizeOut,
                                 FaultList* faults);
 
+/// Looks an entry up by its name, as ReadPackageEntry does, and notes the same lines.
+/// @return whether the directory has it; true for an empty name
+bool LookUpPackageEntry(PackageFile* package, const char* name);
+
 /// Prints the lines of all lookups since the last call to standard output. A program that shows
 /// them calls this after each read, before it prints faults.
 void PrintLookupLines(PackageFile* package);

@@ -27,6 +27,7 @@ enum class ItemState : uint8_t
 struct AheadItem
 {
     const TiXmlElement* item; // lent by the tree
+    const char* filename;     // of a model or bitmap, lent by the tree; may be null
     void* record;             // owned while kRead, from calloc; null for layers
     LayerImage* layer;        // owned while kRead; null for the other sections
     uint64_t budgetBytes;     // that it takes of the package's budget
@@ -321,6 +322,40 @@ static bool IsReadAhead(int32_t section)
     }
 }
 
+/// True if the list has an item of this file.
+/// @param items   [count], of one section
+static bool HasFile(const AheadItem* items, uint32_t count, const char* filename)
+{
+    for (uint32_t i = 0; i < count; ++i)
+    {
+        if (items[i].filename != nullptr && strcmp(items[i].filename, filename) == 0)
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Lists an item. One of a file that an earlier item names is left to its turn: it takes all from
+/// the earlier one then.
+/// @param items   [count] that are listed, of one section
+static void ListItem(const TiXmlElement* element, Section section, AheadItem* items, uint32_t count)
+{
+    AheadItem* item = &items[count];
+    *item = {};
+    item->item = element;
+    item->section = section;
+    item->state = ItemState::kWaiting;
+    if (section == Section::kModels || section == Section::kBitmaps)
+    {
+        item->filename = element->Attribute("filename");
+        if (item->filename != nullptr && HasFile(items, count, item->filename))
+        {
+            item->state = ItemState::kLeft;
+        }
+    }
+}
+
 /// The items of a section that are read ahead: those before the first that is no element, at which
 /// the walk ends.
 /// @param items   null to count them alone
@@ -338,7 +373,7 @@ static uint32_t ListItems(const TiXmlNode* sectionNode, Section section, AheadIt
         }
         if (items != nullptr)
         {
-            items[count] = {element, nullptr, nullptr, 0, 0, 0, section, ItemState::kWaiting};
+            ListItem(element, section, items, count);
         }
         count += 1;
     }

@@ -6,7 +6,9 @@
 //
 // A worker runs the section's own reader on a context of its own. Only an item without any fault or
 // printed line counts as read; all others are left to their turn, where the same reader meets the
-// same fault at the right moment. What an item takes of the package's budget is taken in its turn.
+// same fault at the right moment. Items of a file that an earlier item names are left as well:
+// their readers share what the earlier one has. What an item takes of the package's budget is taken
+// in its turn.
 #pragma once
 
 #include <cstdint>

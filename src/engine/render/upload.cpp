@@ -166,7 +166,7 @@ static bool UploadBitmap(const UploadContext* context, uint32_t id, BitmapTextur
                                     bitmap->components, bitmap->levels, context->faults);
     if (!context->keepPixels)
     {
-        FreeBitmap(bitmap);
+        ReleaseBitmap(bitmap);
     }
     return built;
 }

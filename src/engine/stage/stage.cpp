@@ -51,7 +51,7 @@ static bool FreeConstantBitmaps(const DemoDocument* document, const DocumentUplo
     {
         if (!isTarget[i])
         {
-            FreeBitmap(GetObject(i + 1, document->bitmaps));
+            ReleaseBitmap(GetRecord<BitmapTexture>(i + 1, document->bitmaps));
         }
     }
     free(isTarget);

@@ -66,7 +66,12 @@ bool DecodeBitmap(PackageFile* package, const char* filename, BitmapTexture* bit
                  filename, image.width, image.height);
         return false;
     }
-    *bitmap = {image.width, image.height, image.components, image.pixels, nullptr};
+    bitmap->width = image.width;
+    bitmap->height = image.height;
+    bitmap->components = image.components;
+    bitmap->pixels = image.pixels;
+    bitmap->block = image.pixels;
+    bitmap->usesLeft = 1;
     return true;
 }
 
@@ -89,24 +94,75 @@ static bool PadForUpload(BitmapTexture* bitmap, FaultList* faults)
     }
     memset(padded + bytes, 0, uploaded - bytes);
     bitmap->pixels = padded;
+    bitmap->block = padded;
     return true;
 }
 
-bool ReadBitmapItem(const TiXmlElement* item, void* record, uint32_t /*index*/,
-                    ReadContext* context)
+/// @return the first of the earlier bitmaps that is of this file; null if there is none, or if its
+///         pixels are wanted and gone
+static BitmapTexture* FindLender(const char* filename, uint32_t index, const ReadContext* context)
+{
+    if (context->document == nullptr || context->document->bitmaps == nullptr)
+    {
+        return nullptr;
+    }
+    for (uint32_t id = 1; id <= index; ++id)
+    {
+        BitmapTexture* bitmap = GetRecord<BitmapTexture>(id, context->document->bitmaps);
+        if (bitmap->filename != nullptr && strcmp(bitmap->filename, filename) == 0)
+        {
+            return context->computePixels && bitmap->block == nullptr ? nullptr : bitmap;
+        }
+    }
+    return nullptr;
+}
+
+/// The items of a section from this one on that name its file.
+static uint32_t CountUses(const TiXmlElement* item, const char* filename)
+{
+    uint32_t count = 0;
+    for (const TiXmlElement* sibling = item; sibling != nullptr;
+         sibling = sibling->NextSiblingElement())
+    {
+        const char* other = sibling->Attribute("filename");
+        count += other != nullptr && strcmp(other, filename) == 0 ? 1 : 0;
+    }
+    return count;
+}
+
+bool ReadBitmapItem(const TiXmlElement* item, void* record, uint32_t index, ReadContext* context)
 {
     BitmapTexture* bitmap = static_cast<BitmapTexture*>(record);
     const char* filename = RequireAttribute(item, "filename", context->faults);
-    if (filename == nullptr || !DecodeBitmap(context->package, filename, bitmap, context->faults))
+    if (filename == nullptr)
+    {
+        return false;
+    }
+    BitmapTexture* lender = FindLender(filename, index, context);
+    if (lender != nullptr)
+    {
+        LookUpPackageEntry(context->package, filename); // for its lines
+        *bitmap = {lender->width, lender->height, lender->components,
+                   lender->block, lender->levels, filename,
+                   lender,        nullptr,        0};
+        return true;
+    }
+
+    if (!DecodeBitmap(context->package, filename, bitmap, context->faults))
     {
         return false;
     }
     if (!context->computePixels)
     {
         FreeBitmap(bitmap);
-        return true;
     }
-    return PadForUpload(bitmap, context->faults);
+    else if (!PadForUpload(bitmap, context->faults))
+    {
+        return false;
+    }
+    bitmap->filename = filename;
+    bitmap->usesLeft = CountUses(item, filename);
+    return true;
 }
 
 size_t MakeBitmapLevels(BitmapTexture* bitmap)
@@ -120,11 +176,30 @@ size_t MakeBitmapLevels(BitmapTexture* bitmap)
     return bitmap->levels == nullptr ? 0 : MipChainBytes(size, bitmap->components);
 }
 
+void ReleaseBitmap(BitmapTexture* bitmap)
+{
+    if (bitmap->pixels == nullptr)
+    {
+        return;
+    }
+    bitmap->pixels = nullptr;
+    BitmapTexture* owner = bitmap->lender == nullptr ? bitmap : bitmap->lender;
+    owner->usesLeft -= 1;
+    if (owner->usesLeft == 0)
+    {
+        FreeBitmap(owner);
+    }
+}
+
 void FreeBitmap(void* record)
 {
     BitmapTexture* bitmap = static_cast<BitmapTexture*>(record);
-    free(bitmap->levels);
+    if (bitmap->lender == nullptr)
+    {
+        free(bitmap->levels);
+        free(bitmap->block);
+    }
     bitmap->levels = nullptr;
-    free(bitmap->pixels);
+    bitmap->block = nullptr;
     bitmap->pixels = nullptr;
 }

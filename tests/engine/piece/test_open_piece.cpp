@@ -12,6 +12,7 @@
 #include "engine/render/records/scene.h"
 #include "engine/render/records/timeline.h"
 #include "engine/textures/bitmap_texture.h"
+#include "engine/textures/make_image.h"
 #include "engine/textures/procedural_texture.h"
 #include "support/failing_memory.h"
 #include "support/small_piece.h"
@@ -109,6 +110,86 @@ TEST(Piece, WithoutPixelsHasAllOtherRecords)
     EXPECT_EQ(GetRecord<BitmapTexture>(1, bitmaps)->width, 4);
     EXPECT_EQ(GetRecord<BitmapTexture>(1, bitmaps)->pixels, nullptr);
     EXPECT_EQ(opened.piece.demo.scenes->count, 3u);
+}
+
+/// A piece whose items name one model and one image, so many times each.
+static std::string PieceOfOneFile(int count)
+{
+    DocumentSource demo;
+    for (int i = 0; i < count; ++i)
+    {
+        demo.sections[2] += "<m filename=\"model\"/>";
+        demo.sections[6] += "<b filename=\"image\"/>";
+    }
+    demo.sections[10] = "<row/>";
+    const ModelSource model = {{0, 0, 0}, {{0, 0}}, {0, 0, 1}, {0, 0, 0}};
+    return MakePackage({{"model", MakeModel(model)},
+                        {"image", MakeTga(2, 2, 3, std::string(12, 'x'))},
+                        {"demo.xmlz", MakeDocument(demo)}});
+}
+
+TEST(Piece, AFileOfFourItemsIsReadOnceAndSharedByAll)
+{
+    OpenedPiece one(PieceOfOneFile(1));
+    OpenedPiece four(PieceOfOneFile(4));
+    DemoDocument* demo = &four.piece.demo;
+    ASSERT_EQ(demo->models->count, 4u);
+    ASSERT_EQ(demo->bitmaps->count, 4u);
+    const ModelData* model = GetRecord<ModelData>(1, demo->models);
+    const BitmapTexture* bitmap = GetRecord<BitmapTexture>(1, demo->bitmaps);
+    ASSERT_NE(bitmap->pixels, nullptr);
+    for (uint32_t id = 2; id <= 4; ++id)
+    {
+        const ModelData* other = GetRecord<ModelData>(id, demo->models);
+        EXPECT_EQ(other->block, nullptr);
+        EXPECT_EQ(other->mesh.vertices, model->mesh.vertices);
+        EXPECT_EQ(other->mesh.faces, &other->faces); // these are each model's own
+        EXPECT_EQ(other->mesh.indexCount, 3u);
+        EXPECT_EQ(other->storedSize, model->storedSize);
+        EXPECT_EQ(other->fileSets, 1);
+        const BitmapTexture* image = GetRecord<BitmapTexture>(id, demo->bitmaps);
+        EXPECT_EQ(image->pixels, bitmap->pixels);
+        EXPECT_EQ(image->width, 2);
+        EXPECT_EQ(image->height, 2);
+        EXPECT_EQ(image->components, 3);
+    }
+
+    // Of the budget the four take what one takes, but for the tree: 2 nodes of 256 bytes an item,
+    // and its text.
+    const uint64_t taken = PieceBytesOf(four.bytes.size()) - four.piece.package.budget.bytesLeft;
+    const uint64_t takenOnce = PieceBytesOf(one.bytes.size()) - one.piece.package.budget.bytesLeft;
+    EXPECT_EQ(taken - takenOnce, 6 * (2 * 256 + strlen("<m filename=\"model\"/>")));
+}
+
+TEST(Piece, WithoutPixelsAFileOfFourItemsGivesEachItsSize)
+{
+    OpenedPiece piece(PieceOfOneFile(4), false);
+    for (uint32_t id = 1; id <= 4; ++id)
+    {
+        const BitmapTexture* bitmap = GetRecord<BitmapTexture>(id, piece.piece.demo.bitmaps);
+        EXPECT_EQ(bitmap->width, 2);
+        EXPECT_EQ(bitmap->components, 3);
+        EXPECT_EQ(bitmap->pixels, nullptr);
+    }
+}
+
+TEST(Piece, SharedPixelsStayUntilTheLastBitmapGivesThemBack)
+{
+    OpenedPiece piece(PieceOfOneFile(3));
+    BitmapTexture* bitmaps[3];
+    for (uint32_t i = 0; i < 3; ++i)
+    {
+        bitmaps[i] = GetRecord<BitmapTexture>(i + 1, piece.piece.demo.bitmaps);
+    }
+    ReleaseBitmap(bitmaps[0]);
+    ReleaseBitmap(bitmaps[0]); // a second time counts for nothing
+    EXPECT_EQ(bitmaps[0]->pixels, nullptr);
+    ReleaseBitmap(bitmaps[2]);
+    ASSERT_NE(bitmaps[0]->block, nullptr);
+    EXPECT_EQ(bitmaps[1]->pixels, bitmaps[0]->block);
+    EXPECT_EQ(bitmaps[1]->pixels[11], 'x');
+    ReleaseBitmap(bitmaps[1]);
+    EXPECT_EQ(bitmaps[0]->block, nullptr);
 }
 
 TEST(Piece, OpenedAndClosed200TimesLeavesNothing)

@@ -123,12 +123,54 @@ TEST_F(ResourceLimits, LargeModelsAreRefused)
                   kTooMuch);
 }
 
+TEST_F(ResourceLimits, ALargeModelOfFourItemsCountsOnce)
+{
+    const std::string model =
+        MakeContainer(std::string("\x01\0\0\0\x01", 5) + std::string(70 << 20, '\0'));
+    DocumentSource demo;
+    demo.sections[2] = Repeated("<m filename=\"m\"/>", 4);
+    demo.sections[10] = "<row/>";
+    EXPECT_EQ(Open(MakePackage({{"m", model}, {"demo.xmlz", MakeDocument(demo)}})), "");
+}
+
 TEST_F(ResourceLimits, ALargeImageIsRefused)
 {
     // By its head a portable pixmap of 16384 x 16384 pixels.
     ExpectRefused(MakePackage({{"a", "P6 16384 16384 255\n"},
                                {"demo.xmlz", DocumentWith(6, "<b filename=\"a\"/>")}}),
                   kTooMuch);
+}
+
+/// A run-length encoded Targa image of one color, in RGB.
+/// @param side   a multiple of 128
+static std::string MakePlainTga(int side)
+{
+    std::string file(18, '\0');
+    file[2] = 10;
+    for (const size_t at : {size_t{12}, size_t{14}})
+    {
+        file[at] = static_cast<char>(side & 255);
+        file[at + 1] = static_cast<char>(side >> 8);
+    }
+    file[16] = 24;
+    for (int i = 0; i < side * (side / 128); ++i)
+    {
+        file += "\xFFrgb";
+    }
+    return file;
+}
+
+TEST_F(ResourceLimits, AnImageOf4096FitsASmallPackageAndOneOf8192DoesNot)
+{
+    DocumentSource demo;
+    demo.sections[6] = Repeated("<b filename=\"a\"/>", 3); // decoded once
+    demo.sections[10] = "<row/>";
+    const std::string text = MakeDocument(demo);
+    EXPECT_EQ(Open(MakePackage({{"a", MakePlainTga(4096)}, {"demo.xmlz", text}})), "");
+    std::string large = MakePlainTga(128); // by its head of 8192 x 8192 pixels
+    large[13] = 32;
+    large[15] = 32;
+    ExpectRefused(MakePackage({{"a", large}, {"demo.xmlz", text}}), kTooMuch);
 }
 
 TEST_F(ResourceLimits, ThousandsOfTexturesAreRefused)

@@ -10,6 +10,7 @@
 #include "engine/render/piece_run.h"
 #include "engine/textures/bitmap_texture.h"
 #include "engine/textures/corner_masks.h"
+#include "engine/textures/make_image.h"
 #include "engine/textures/procedural_texture.h"
 #include "record/random_piece.h"
 #include "support/fault_text.h"
@@ -166,6 +167,55 @@ TEST_F(ReadAheadTest, ALargeItemIsReadInItsTurn)
     const std::string whole = Load(package, 1, 0);
     EXPECT_EQ(whole.find("quorvale:"), std::string::npos) << whole;
     ExpectOneResult(package);
+}
+
+/// A piece whose models and bitmaps name files of these names in turn, all of the same bytes.
+static std::string PieceOfFiles(const std::vector<std::string>& models,
+                                const std::vector<std::string>& bitmaps)
+{
+    const ModelSource model = {
+        {0, 0, 0, 1, 0, 0, 0, 1, 0}, {{0, 0, 1, 0, 0, 1}}, {0, 0, 1, 0, 0, 1, 0, 0, 1}, {0, 1, 2}};
+    const std::string image = MakeTga(5, 3, 3, std::string(45, 'x')); // padded for OpenGL
+    DocumentSource demo;
+    demo.sections[10] = "<row/>";
+    std::vector<PackageEntry> entries;
+    for (const std::string& name : models)
+    {
+        demo.sections[2] += "<m filename=\"" + name + "\"/>";
+        entries.push_back({name, MakeModel(model)});
+    }
+    for (const std::string& name : bitmaps)
+    {
+        demo.sections[6] += "<b filename=\"" + name + "\"/>";
+        entries.push_back({name, image});
+    }
+    entries.push_back({"demo.xmlz", MakeDocument(demo)});
+    return MakePackage(entries);
+}
+
+/// @return what can be seen of a load but for the budget
+static std::string WithoutBudget(const std::string& result)
+{
+    return result.substr(0, result.find("left "));
+}
+
+TEST_F(ReadAheadTest, ItemsOfOneFileDoWhatItemsOfEqualFilesDo)
+{
+    const std::string shared =
+        PieceOfFiles({"a", "a", "b", "a", "b"}, {"c", "d", "c", "c", "c", "d"});
+    const std::string own = PieceOfFiles({"a", "e", "b", "f", "g"}, {"c", "d", "h", "i", "j", "k"});
+    const std::string result = WithoutBudget(Load(shared, 1, 0));
+    EXPECT_NE(result.find("TexImage2D"), std::string::npos) << result;
+    EXPECT_EQ(result, WithoutBudget(Load(own, 1, 0)));
+    ExpectOneResult(shared);
+}
+
+TEST_F(ReadAheadTest, AFileOfSeveralItemsIsLookedUpForEach)
+{
+    // Each lookup of the name that the file ends in notes a line.
+    std::string piece = PieceOfFiles({"a", "a", "a"}, {});
+    piece.resize(piece.size() - 1);
+    ExpectOneResult(piece);
 }
 
 TEST_F(ReadAheadTest, WhatIsReadAheadHasItsMipChain)

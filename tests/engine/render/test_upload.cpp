@@ -333,7 +333,13 @@ TEST_F(UploadBitmapTest, PixelsStayInTheRecordOnRequest)
 
 TEST_F(UploadBitmapTest, AnImageTooSmallForAChainIsAFaultOfTheUploadToo)
 {
-    BitmapTexture bitmap = {1, 2, 3, static_cast<uint8_t*>(calloc(1, 64)), nullptr};
+    BitmapTexture bitmap = {};
+    bitmap.width = 1;
+    bitmap.height = 2;
+    bitmap.components = 3;
+    bitmap.block = static_cast<uint8_t*>(calloc(1, 64));
+    bitmap.pixels = bitmap.block;
+    bitmap.usesLeft = 1;
     EXPECT_FALSE(UploadOrFail({Section::kBitmaps, 1, &bitmap}));
     EXPECT_EQ(TakeFaults(&piece),
               "quorvale: demo.xmlz: an image of 1x2 pixels is too small for a mip chain\n");
