@@ -53,6 +53,12 @@ extern "C"
         return ModPlug.loadFails ? nullptr : &theModule;
     }
 
+    void ModPlug_Unload(ModPlugFile* file)
+    {
+        CheckModule(file);
+        RecordCall("ModPlug_Unload");
+    }
+
     void ModPlug_SetMasterVolume(ModPlugFile* file, unsigned int volume)
     {
         CheckModule(file);

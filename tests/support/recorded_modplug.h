@@ -6,6 +6,7 @@
 //   ModPlug_SetMasterVolume(module, 512)             ModPlug_SetMasterVolume 512
 //   ModPlug_SetSettings(&settings)                   ModPlug_SetSettings flags 7 ... loops 0
 //   ModPlug_Read(module, buffer, 32768)              ModPlug_Read 32768
+//   ModPlug_Unload(module)                           ModPlug_Unload
 //
 // The settings that it hands out hold the library's defaults in the fields that matter for a piece,
 // and a number of its own in each of the others, so that a field that got lost shows. A call with a

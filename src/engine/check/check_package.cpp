@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <fcntl.h>
+#include <libmodplug/modplug.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,6 +11,9 @@
 #include "engine/data/byte_order.h"
 #include "engine/data/vocabulary_numbers.h"
 #include "engine/piece/piece.h"
+#include "music/load_module.h"
+#include "music/module_file.h"
+#include "music/module_gate.h"
 
 static const unsigned char* EntryBytes(const PackageFile& package, uint32_t i)
 {
@@ -122,46 +125,12 @@ static void CheckEntries(CheckContext* context)
 
 // ---- Music
 
-/// Opens a module where players look for it. It never waits: a pipe is no module.
-/// @return a descriptor for the caller to close; negative if it is nowhere
-static int OpenModule(const std::string& folder, const std::string& name)
-{
-    int file = -1;
-    for (const char* below : {"", "music/"})
-    {
-        const std::string path = name[0] == '/' ? name : folder + "/" + below + name;
-        file = file >= 0 ? file : open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    }
-    return file;
-}
-
-/// @return the bytes of a file; none of what is no regular file, or larger than a module may be
-static std::vector<uint8_t> ReadModule(int file)
-{
-    static constexpr off_t kLargest = off_t{64} << 20; // bytes, as players take it
-    struct stat status = {};
-    std::vector<uint8_t> bytes;
-    if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size > kLargest)
-    {
-        return bytes;
-    }
-    bytes.resize(static_cast<size_t>(status.st_size));
-    size_t done = 0;
-    for (ssize_t step = 1; step > 0 && done < bytes.size(); done += static_cast<size_t>(step))
-    {
-        step = std::max<ssize_t>(read(file, bytes.data() + done, bytes.size() - done), 0);
-    }
-    bytes.resize(done);
-    return bytes;
-}
-
 /// Compares how long the module and the piece play.
-static void CheckModuleLength(const Spot* spot, const TiXmlBase* node,
-                              const std::vector<uint8_t>& module)
+static void CheckModuleLength(const Spot* spot, const TiXmlBase* node, const ModuleFile& module)
 {
     static constexpr double kTolerance = 2.0; // seconds: an end may ring out, or be held
     const PlayResult& played = spot->checked->played;
-    const double seconds = MeasureModule(module.data(), module.size());
+    const double seconds = MeasureModule(module.data, module.size);
     const double piece = static_cast<double>(played.endTick) / kTicksPerSecond;
     if (!spot->checked->isDemo || !played.hasEnd || played.endTick == 0 || seconds == 0.0 ||
         std::abs(seconds - piece) <= kTolerance)
@@ -175,6 +144,36 @@ static void CheckModuleLength(const Spot* spot, const TiXmlBase* node,
                          : "the rest of the module is never heard: let the piece last longer";
 }
 
+/// Tells a module that players play as silence, or not to its end.
+static void CheckModuleBytes(const Spot* spot, const TiXmlBase* node, const char* name,
+                             const ModuleFile& module)
+{
+    if (!IsExtendedModule(module.data, module.size))
+    {
+        AddFinding(spot, Severity::kWarning, Rule::kNotAModule, node,
+                   FormatText("\"%s\" is no module in the XM format", name))
+            ->cure = "save it as XM";
+        return;
+    }
+    ModPlugFile* loaded = LoadModule(&module);
+    if (loaded == nullptr)
+    {
+        AddFinding(spot, Severity::kWarning, Rule::kNotAModule, node,
+                   FormatText("\"%s\" does not load: the piece plays without sound", name))
+            ->cure = "save it as XM once more";
+        return;
+    }
+    ModPlug_Unload(loaded);
+    if (!IsModuleWhole(module.data, module.size))
+    {
+        AddFinding(spot, Severity::kWarning, Rule::kNotAModule, node,
+                   FormatText("\"%s\" is damaged: the file ends before its last sample", name))
+            ->cure = "save or fetch it again";
+        return;
+    }
+    CheckModuleLength(spot, node, module);
+}
+
 static void CheckModule(const Spot* spot, const TiXmlElement* node, const char* folder)
 {
     const char* name = node->Attribute("file");
@@ -182,7 +181,7 @@ static void CheckModule(const Spot* spot, const TiXmlElement* node, const char* 
     {
         return;
     }
-    const int file = OpenModule(folder, name);
+    const int file = OpenModuleFile(folder, name);
     if (file < 0)
     {
         AddFinding(spot, Severity::kWarning, Rule::kMissingMusic, AttributeNode(node, "file"),
@@ -190,18 +189,22 @@ static void CheckModule(const Spot* spot, const TiXmlElement* node, const char* 
             ->cure = "put it beside the package, or into a folder music beside it";
         return;
     }
-    const std::vector<uint8_t> module = ReadModule(file);
-    close(file);
-    static constexpr char kHeader[] = "Extended Module: ";
-    const size_t length = sizeof(kHeader) - 1;
-    if (module.size() < length || memcmp(module.data(), kHeader, length) != 0)
+    FaultList faults;
+    StartFaults(&faults);
+    ModuleFile module = {};
+    if (ReadModuleFile(file, name, &module, &faults))
     {
-        AddFinding(spot, Severity::kWarning, Rule::kNotAModule, AttributeNode(node, "file"),
-                   FormatText("\"%s\" is no module in the XM format", name))
-            ->cure = "save it as XM";
-        return;
+        CheckModuleBytes(spot, AttributeNode(node, "file"), name, module);
     }
-    CheckModuleLength(spot, AttributeNode(node, "file"), module);
+    else
+    {
+        AddFinding(spot, Severity::kError, Rule::kTooLarge, AttributeNode(node, "file"),
+                   faults.first.text)
+            ->cure = "take shorter samples, or fewer";
+    }
+    FreeModuleFile(&module);
+    FreeFaults(&faults);
+    close(file);
 }
 
 /// A player with music on asks for the node.

@@ -153,6 +153,54 @@ static void Advance(const RowEffects& row, uint32_t rows, ModulePlace* place)
     }
 }
 
+/// @return where the patterns end
+static size_t SkipPatterns(const ModuleBytes& file)
+{
+    size_t at = size_t{kHeaderStart} + Number(file, kHeaderStart, 4);
+    const uint32_t count = Number(file, 70, 2);
+    for (uint32_t i = 0; i < count && at < file.size; ++i)
+    {
+        at += size_t{Number(file, at, 4)} + Number(file, at + 7, 2);
+    }
+    return at;
+}
+
+/// @param at   where the instrument begins
+/// @return where it ends, samples included
+static size_t SkipInstrument(const ModuleBytes& file, size_t at)
+{
+    static constexpr uint32_t kSampleHead = 40; // bytes
+    static constexpr uint32_t kPacked = 0xAD;   // of the reserved byte: two steps in a byte
+    const uint32_t samples = Number(file, at + 27, 2);
+    at += Number(file, at, 4);
+    size_t end = at + size_t{samples} * kSampleHead;
+    for (uint32_t i = 0; i < samples && at < file.size; ++i)
+    {
+        const size_t bytes = Number(file, at, 4);
+        end += Number(file, at + 17, 1) == kPacked ? 16 + (bytes + 1) / 2 : bytes;
+        at += kSampleHead;
+    }
+    return end;
+}
+
+bool IsModuleWhole(const uint8_t* data, size_t size)
+{
+    static constexpr uint32_t kVersion = 0x0104;
+    const ModuleBytes file = {data, size};
+    if (Number(file, 58, 2) != kVersion)
+    {
+        return true;
+    }
+    size_t at = SkipPatterns(file);
+    const uint32_t instruments = Number(file, 72, 2);
+    // Some programs leave out the heads of the last instruments where these have no samples.
+    for (uint32_t i = 0; i < instruments && at < size; ++i)
+    {
+        at = SkipInstrument(file, at);
+    }
+    return at <= size;
+}
+
 double MeasureModule(const uint8_t* data, size_t size)
 {
     const ModuleBytes file = {data, size};

@@ -8,6 +8,7 @@
 #include <iterator>
 #include <set>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 #include "base_document.h"
@@ -15,6 +16,7 @@
 #include "engine/check/check_piece.h"
 #include "engine/check/module_length.h"
 #include "support/package_builder.h"
+#include "support/recorded_modplug.h"
 #include "support/temporary_folder.h"
 
 static const ModelSource kSquare = {{0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0},
@@ -163,7 +165,7 @@ class RulesTest : public testing::Test
   protected:
     void SetUp() override
     {
-        folder.Write("song.xm", "Extended Module: song");
+        folder.Write("song.xm", MakeModuleHead("song"));
         folder.Write("text.xm", "a text");
     }
 
@@ -472,6 +474,9 @@ TEST_F(RulesTest, ManyCopiesAreNearTheLimit)
     EXPECT_TRUE(Has(CheckDemo(many), Rule::kNearLimit, kWarn, 0));
 }
 
+/// Bytes after the pattern of a module: players take no file of less than 512 bytes.
+static constexpr size_t kModuleTail = 200;
+
 /// A module of one channel and one pattern of 64 rows.
 /// @param effect   two bytes, of the first row
 static std::string Module(const std::string& effect, int orders)
@@ -491,7 +496,7 @@ static std::string Module(const std::string& effect, int orders)
     std::string data = "\x98" + effect;
     data += std::string(63, '\x80');
     const size_t pattern = file.size();
-    file += std::string(9, '\0') + data;
+    file += std::string(9, '\0') + data + std::string(kModuleTail, '\0');
     put(pattern, 9);
     put(pattern + 5, 64);
     put(pattern + 7, static_cast<int>(data.size()));
@@ -592,6 +597,96 @@ TEST(BlankPictures, BlackAtTheEndsIsANote)
                "to 459 [blank-picture]"}));
     EXPECT_EQ(BlankLines("wwwwwwwwwx", 250).at(0).find("demo.xmlz:0:0: warning: "), 0u);
     EXPECT_EQ(BlankLines("bbbbbbbbb", 225).at(0).find("demo.xmlz:0:0: warning: "), 0u);
+}
+
+TEST_F(RulesTest, OnlyWhatThePlayersGateTakesIsAModule)
+{
+    const std::string expected = "\"song.xm\" is no module in the XM format";
+    for (const std::string& file : {std::string("Extended Module: song"), std::string(600, '\0')})
+    {
+        folder.Write("song.xm", file);
+        EXPECT_NE(Lines(CheckDemo(kBaseDocument)).find(expected), std::string::npos);
+    }
+    std::string channels = MakeModuleHead("song");
+    channels[68] = 65; // one more than there may be
+    folder.Write("song.xm", channels);
+    const CheckResult result = CheckDemo(kBaseDocument);
+    EXPECT_TRUE(Has(result, Rule::kNotAModule, kWarn, 77));
+    EXPECT_NE(Lines(result).find(expected), std::string::npos);
+}
+
+TEST_F(RulesTest, AModuleThatDoesNotLoadIsTold)
+{
+    ModPlug.loadFails = true;
+    const CheckResult result = CheckDemo(kBaseDocument);
+    ModPlug.loadFails = false;
+    EXPECT_TRUE(Has(result, Rule::kNotAModule, kWarn, 77));
+    EXPECT_NE(Lines(result).find("\"song.xm\" does not load"), std::string::npos);
+    EXPECT_EQ(Lines(CheckDemo(kBaseDocument)), "");
+}
+
+/// A module of one pattern without rows, and one instrument of two samples of 100 bytes each.
+static std::string SampledModule()
+{
+    std::string file = MakeModuleHead("song");
+    file.resize(336);
+    file.replace(58, 2, std::string("\x04\x01", 2));
+    file.replace(60, 2, std::string("\x14\x01", 2));
+    file[70] = 1; // patterns
+    file[72] = 1; // instruments
+    file += std::string("\x09\0\0\0\0\x40\0\0\0", 9);
+    std::string head(263, '\0');
+    head.replace(0, 2, std::string("\x07\x01", 2));
+    head[27] = 2; // samples
+    std::string sample(40, '\0');
+    sample[0] = 100;
+    return file + head + sample + sample + std::string(200, '\x11');
+}
+
+TEST_F(RulesTest, AModuleThatWasCutIsTold)
+{
+    const std::string whole = SampledModule();
+    folder.Write("song.xm", whole + "and more");
+    const std::string other = Lines(CheckDemo(kBaseDocument));
+    EXPECT_EQ(other.find("damaged"), std::string::npos) << other;
+    for (const size_t cut : {size_t{1}, size_t{100}, size_t{200}, size_t{210}})
+    {
+        folder.Write("song.xm", whole.substr(0, whole.size() - cut));
+        const CheckResult result = CheckDemo(kBaseDocument);
+        EXPECT_TRUE(Has(result, Rule::kNotAModule, kWarn, 77)) << cut;
+        EXPECT_NE(Lines(result).find("\"song.xm\" is damaged"), std::string::npos) << cut;
+    }
+}
+
+TEST(ModuleFile, IsWholeWhereAllPatternsAndSamplesLieInIt)
+{
+    const auto isWhole = [](const std::string& file)
+    {
+        return IsModuleWhole(reinterpret_cast<const uint8_t*>(file.data()), file.size());
+    };
+    std::string file = SampledModule();
+    EXPECT_TRUE(isWhole(file));
+    EXPECT_FALSE(isWhole(file.substr(0, file.size() - 1)));
+    EXPECT_FALSE(isWhole(file.substr(0, 336 + 9 + 263 + 50))); // inside the samples' heads
+    EXPECT_FALSE(isWhole(file.substr(0, 336 + 9 + 28)));       // inside the instrument's head
+    EXPECT_FALSE(isWhole(file.substr(0, 336 + 8)));            // inside the pattern's head
+    EXPECT_TRUE(isWhole(file.substr(0, 336 + 9)));             // no heads of instruments at all
+
+    // Packed samples: 16 bytes, and one for two steps.
+    std::string packed = file;
+    packed[336 + 9 + 263 + 17] = static_cast<char>(0xAD);
+    EXPECT_TRUE(isWhole(packed.substr(0, file.size() - 34)));
+    EXPECT_FALSE(isWhole(packed.substr(0, file.size() - 35)));
+
+    file[58] = 3; // an older version has another order
+    EXPECT_TRUE(isWhole(file.substr(0, file.size() - 1)));
+}
+
+TEST_F(RulesTest, AModuleOfMoreThan64MiBIsAnError)
+{
+    folder.Write("song.xm", "");
+    ASSERT_EQ(truncate((folder.path + "/song.xm").c_str(), (64 << 20) + 1), 0); // no disk is taken
+    EXPECT_TRUE(Has(CheckDemo(kBaseDocument), Rule::kTooLarge, kError, 77));
 }
 
 /// Rules that have a test of their own here, or in the tests of the command.
