@@ -6,6 +6,7 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <string>
+#include <unistd.h>
 
 #include "engine/data/model_data.h"
 #include "engine/data/package_tools.h"
@@ -106,13 +107,22 @@ TEST(DataMemory, APieceIsReadOrThereIsAFault)
         });
 }
 
+/// @return the number that the next file to be opened gets
+static int NextDescriptor()
+{
+    const int next = dup(STDERR_FILENO);
+    close(next);
+    return next;
+}
+
 TEST(DataMemory, APackageFileIsOpenedOrThereIsAFault)
 {
     TemporaryFolder folder;
     folder.Write("p.dpk", MakePiece());
     const std::string path = folder.path + "/p.dpk";
+    const int next = NextDescriptor();
     RunOutOfMemory(
-        [&path]
+        [&path, next]
         {
             FaultList faults = {};
             PackageFile package;
@@ -123,8 +133,32 @@ TEST(DataMemory, APackageFileIsOpenedOrThereIsAFault)
                 ClosePackage(&package);
             }
             FreeFaults(&faults);
-            return isRight;
+            return isRight && NextDescriptor() == next;
         });
+}
+
+TEST(DataMemory, APackageThatIsRefusedLeavesNothing)
+{
+    // Its directory is read, and then it has more entries than there may be.
+    std::string bytes(3, '\0');
+    bytes.resize(3 + 40 * (size_t{kMostPackageEntries} + 1), 'a');
+    TemporaryFolder folder;
+    folder.Write("p.dpk", bytes);
+    const std::string path = folder.path + "/p.dpk";
+    const int next = NextDescriptor();
+    const int64_t blocks = LiveBlocks();
+    FaultList faults = {};
+    PackageFile package;
+    const bool isOpen = OpenPackageFile(path.c_str(), &package, &faults) ||
+                        OpenPackageMemory(reinterpret_cast<const unsigned char*>(bytes.data()),
+                                          bytes.size(), &package, &faults);
+    const uint32_t count = faults.errorCount;
+    FreeFaults(&faults);
+    const int64_t left = LiveBlocks() - blocks;
+    EXPECT_FALSE(isOpen);
+    EXPECT_EQ(count, 2u);
+    EXPECT_EQ(left, 0);
+    EXPECT_EQ(NextDescriptor(), next);
 }
 
 TEST(DataMemory, AFaultThatFindsNoRoomStillCounts)
