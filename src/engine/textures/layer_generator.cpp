@@ -237,13 +237,22 @@ static constexpr MazeCase kMazeCases[16] = {
     {},                       // all: the plain color
 };
 
+/// Copies of a row take words of eight bytes: so many may be read after it.
+static constexpr size_t kMazeSpare = 8;
+
 /// Renders the block of one case, side * side RGB pixels.
 /// @param ramp    the pixel of each mask value
-/// @param pitch   bytes from row to row of the block
+/// @param pitch   bytes from row to row of the block, kMazeSpare more than those of its pixels; the
+///                spare ones become zeros
 static void RenderMazeBlock(uint32_t corners, uint32_t sizeIndex, const uint32_t* ramp,
                             size_t pitch, uint8_t* block)
 {
     const size_t side = static_cast<size_t>(2) << sizeIndex;
+    for (size_t j = 0; j < side; ++j)
+    {
+        memset(block + j * pitch + 3 * side, 0, kMazeSpare);
+    }
+
     // Four bytes a pixel: the spare one falls where the next pixel goes, or after the row.
     if (corners == 0 || corners == 15)
     {
@@ -350,7 +359,7 @@ static bool GenerateMaze(const float* params, int32_t size, uint8_t* pixels, Are
     // Cells with the same corners look the same: each case's block is rendered when it first
     // occurs. One block more stands for the cells that are not written.
     static constexpr uint32_t kNoCase = 16;
-    const size_t pitch = side * 3 + 8; // copies of a row take words of eight bytes
+    const size_t pitch = side * 3 + kMazeSpare;
     const size_t blockBytes = (kNoCase + 1) * side * pitch;
     const size_t rowBytes = cells * side * 3;
     uint8_t* grid = ArenaAllocateArray<uint8_t>(scratch, (cells + 1) * (cells + 1));
@@ -371,8 +380,9 @@ static bool GenerateMaze(const float* params, int32_t size, uint8_t* pixels, Are
         ramp[w] = MakePixel(static_cast<float>(w), params);
     }
 
-    memset(blocks, 0, blockBytes);
-    const uint8_t* none = blocks + kNoCase * side * pitch;
+    // The blocks of cases that do not occur are never touched: a large maze has few of its cases,
+    // and clearing all blocks would take as long as rendering it.
+    uint8_t* none = blocks + kNoCase * side * pitch;
     bool rendered[kNoCase] = {};
     for (size_t cellY = 0; cellY < cells; ++cellY)
     {
@@ -386,6 +396,7 @@ static bool GenerateMaze(const float* params, int32_t size, uint8_t* pixels, Are
             if (corners > 15)
             {
                 printf("WTF?\n"); // never seen: the grid holds 0 and 1
+                memset(none, 0, side * pitch);
                 cellBlocks[cellX] = none;
                 allWritten = false;
                 continue;
