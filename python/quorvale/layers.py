@@ -38,8 +38,8 @@ def radial(center: ColorLike = WHITE, *, margin: ColorLike = BLACK, inverse_radi
 
     - `center`: the color of the center, 0 to 1
     - `margin`: the color of the margin, 0 to 1
-    - `inverse_radius`: the inverse of the radius
-    - `offset`: the radius of the plain center, 0 to 127
+    - `inverse_radius`: the number of radii in half the image's side
+    - `offset`: the radius of the plain center, at an inverse radius of 1, 0 to 127
     """
     return make_layer("radial", name, (center, margin, inverse_radius, offset))
 

@@ -28,8 +28,8 @@ static constexpr Param kPlasmaParams[] = {
 static constexpr Param kRadialParams[] = {
     {"Center color", "center", "color of the center", Color, 0, 1, 1, Wraps},
     {"Margin color", "margin", "color of the margin", Color, 0, 1, 0, Wraps},
-    {"Inverse radian", "inverse_radius", "inverse of the radius", Number, -kAny, kAny, 1, Works},
-    {"Color offset (0-127)", "offset", "radius of the plain center", Integer, 0, 127, 0, Holds},
+    {"Inverse radian", "inverse_radius", "number of radii in half the image's side", Number, -kAny, kAny, 1, Works},
+    {"Color offset (0-127)", "offset", "radius of the plain center, at an inverse radius of 1", Integer, 0, 127, 0, Holds},
 };
 static constexpr Param kMazeParams[] = {
     {"Color", "color", "color", Color, 0, 1, 1, Wraps},
