@@ -67,9 +67,12 @@ bool PackSmallContainer(const Bytes& data, Bytes* container)
 
 /// Inflates to the end of the stream, step by step: the size word is not believed.
 /// @param most   bytes; a longer stream ends somewhere after them
+/// @param data   null to count alone
+/// @param size   receives the bytes
 /// @return false if the stream is damaged
-static bool Inflate(const Bytes& container, size_t most, Bytes* data)
+static bool Inflate(const Bytes& container, size_t most, Bytes* data, size_t* size)
 {
+    *size = 0;
     z_stream stream = {};
     stream.next_in = const_cast<unsigned char*>(container.data()) + kSizeWord;
     stream.avail_in = static_cast<uInt>(container.size() - kSizeWord);
@@ -78,24 +81,35 @@ static bool Inflate(const Bytes& container, size_t most, Bytes* data)
         return false;
     }
 
-    data->reserve(most + kStep); // else it would be moved as it grows, and there twice
-    int result = Z_OK;
-    while (result == Z_OK && data->size() <= most)
+    Bytes step(data == nullptr ? kStep : 0);
+    if (data != nullptr)
     {
-        const size_t before = data->size();
-        data->resize(before + kStep);
-        stream.next_out = data->data() + before;
+        data->reserve(most + kStep); // else it would be moved as it grows, and there twice
+    }
+    int result = Z_OK;
+    while (result == Z_OK && *size <= most)
+    {
+        if (data != nullptr)
+        {
+            data->resize(*size + kStep);
+        }
+        stream.next_out = data != nullptr ? data->data() + *size : step.data();
         stream.avail_out = kStep;
         result = inflate(&stream, Z_NO_FLUSH);
-        data->resize(before + kStep - stream.avail_out);
+        *size += kStep - stream.avail_out;
     }
     inflateEnd(&stream);
+    if (data != nullptr)
+    {
+        data->resize(*size);
+    }
     return result == Z_STREAM_END || result == Z_OK;
 }
 
-const char* UnpackContainer(const Bytes& container, Bytes* data)
+/// @param data   null to count alone
+static const char* Unpack(const Bytes& container, Bytes* data, size_t* size)
 {
-    data->clear();
+    *size = 0;
     if (container.size() < kSizeWord)
     {
         return "shorter than its size word";
@@ -105,15 +119,30 @@ const char* UnpackContainer(const Bytes& container, Bytes* data)
         return "too large for a container";
     }
     const size_t told = LoadLittleEndian32(container.data());
-    if (!Inflate(container, std::min<size_t>(told, kLargestInflatedSize), data))
+    if (!Inflate(container, std::min<size_t>(told, kLargestInflatedSize), data, size))
     {
         return "the compressed data is damaged";
     }
-    if (data->size() > kLargestInflatedSize)
+    if (*size > kLargestInflatedSize)
     {
         return "it holds more than 1 GiB, which no reader takes";
     }
-    return data->size() == told ? nullptr : "its size word is not the size of its data";
+    return *size == told ? nullptr : "its size word is not the size of its data";
+}
+
+const char* UnpackContainer(const Bytes& container, Bytes* data)
+{
+    data->clear();
+    size_t size = 0;
+    return Unpack(container, data, &size);
+}
+
+const char* MeasureContainer(const Bytes& container, uint64_t* size)
+{
+    size_t counted = 0;
+    const char* fault = Unpack(container, nullptr, &counted);
+    *size = fault == nullptr ? counted : 0;
+    return fault;
 }
 
 /// Writes what came out of a command.

@@ -19,6 +19,11 @@ bool PackSmallContainer(const Bytes& data, Bytes* container);
 ///         is wrong here; players cut or pad.
 const char* UnpackContainer(const Bytes& container, Bytes* data);
 
+/// Counts what UnpackContainer would give, and keeps none of it.
+/// @param size   receives the bytes; 0 where something is wrong
+/// @return as UnpackContainer does
+const char* MeasureContainer(const Bytes& container, uint64_t* size);
+
 /// Packs one file into another; "-" is standard input or output.
 /// @param isForced   writes over a file of another kind than what comes out
 /// @return false after an error line; the other file is untouched then

@@ -113,12 +113,12 @@ static bool AddPackage(const ListedPackage& package, FactList* list)
     uint64_t unpacked = 0;
     for (const ListedEntry& entry : package.entries)
     {
-        Bytes data;
         if (!ReadListedEntry(&package, &entry, &bytes))
         {
             return false;
         }
-        unpacked += UnpackContainer(bytes, &data) == nullptr ? data.size() : bytes.size();
+        uint64_t size = 0;
+        unpacked += MeasureContainer(bytes, &size) == nullptr ? size : bytes.size();
     }
     AddNumber(list, "unpacked bytes", unpacked);
     return true;

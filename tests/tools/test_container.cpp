@@ -2,6 +2,7 @@
 #include "tools/container.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 #include <zlib.h>
 
@@ -47,7 +48,28 @@ TEST(Container, UnpacksWhatItPacked)
         ASSERT_TRUE(PackContainer(data, &container));
         EXPECT_EQ(UnpackContainer(container, &unpacked), nullptr);
         EXPECT_EQ(unpacked, data) << size;
+        uint64_t measured = 1;
+        EXPECT_EQ(MeasureContainer(container, &measured), nullptr);
+        EXPECT_EQ(measured, size);
     }
+}
+
+TEST(Container, IsMeasuredWithoutTheMemoryOfItsData)
+{
+    const std::string text = MakeContainer(std::string(200 << 20, '\0'));
+    const Bytes container = BytesOf(text);
+    EXPECT_EXIT(
+        {
+            rusage before = {};
+            getrusage(RUSAGE_SELF, &before);
+            uint64_t size = 0;
+            const char* fault = MeasureContainer(container, &size);
+            rusage after = {};
+            getrusage(RUSAGE_SELF, &after);
+            const bool isSmall = after.ru_maxrss - before.ru_maxrss < 20000; // kB
+            _exit(fault == nullptr && size == 200u << 20 && isSmall ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 TEST(Container, SaysWhatIsWrong)
