@@ -8,7 +8,7 @@
 #include "engine/check/context.h"
 #include "engine/render/records/timeline.h"
 
-static constexpr float kLabelWidth = 92.0f; // pixels at scale 1, as all here
+static constexpr float kLabelWidth = 110.0f; // pixels at scale 1, as all here
 static constexpr float kRulerHeight = 34.0f;
 static constexpr float kWaveHeight = 36.0f;
 static constexpr float kRowHeight = 20.0f;
