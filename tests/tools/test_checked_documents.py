@@ -8,11 +8,21 @@ import pathlib
 import re
 import struct
 import subprocess
+import sys
 import zlib
 
 import jsonschema
 
-DOCS = pathlib.Path(__file__).resolve().parents[2] / "docs"
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+DOCS = ROOT / "docs"
+sys.path.insert(0, str(ROOT / "python"))
+
+from quorvale.tracker import Tune  # noqa: E402
+
+
+def module(seconds):
+    """A module of silence, eight and a third rows a second."""
+    return Tune(rows=seconds * 25 // 3, channels=2).bytes()
 
 
 def check(path, *options):
@@ -249,6 +259,6 @@ def test_examples_of_the_documentation_are_checked(tmp_path):
             (folder / name).write_text(text)
         music = re.search(r'<music file="([^"]+)"', documents["demo.xml"])
         if music:
-            (folder / music.group(1)).write_bytes(b"Extended Module: " + bytes(600))
+            (folder / music.group(1)).write_bytes(module(20))
         report = check(folder, "--pictures")
         assert (report["errors"], report["warnings"]) == (0, 0), report["findings"]
