@@ -28,7 +28,7 @@ struct SourceFile
     bool isAsked;      // of a pattern of files to take
 };
 
-/// What is taken of a folder.
+/// Which files of a folder go into a package.
 struct SourceChoice
 {
     std::string package;              // left out, as it is what the folder becomes; may be empty

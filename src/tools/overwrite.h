@@ -9,7 +9,7 @@
 
 #include "tools/files.h"
 
-/// What a file is, by its first bytes.
+/// Kinds of files, told by their first bytes.
 enum class FileKind : uint8_t
 {
     kOther,

@@ -179,7 +179,7 @@ def test_texts_of_a_document_never_become_code():
     assert parse(made_by(statements))[0][0].get("name") == name
 
 
-# What the library offers for it
+# The parts of the library that taking apart needs
 
 
 def test_a_document_that_shares_nothing_keeps_equal_things_apart():
