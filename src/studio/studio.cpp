@@ -747,6 +747,12 @@ static std::string OpenAll(Studio* studio)
         request.windowWidth = request.width;
         request.windowHeight = request.height;
     }
+    SDL_Rect usable = {};
+    if (!options.isViewer && SDL_GetDisplayUsableBounds(0, &usable) == 0)
+    {
+        request.windowWidth = std::min(request.windowWidth, usable.w);
+        request.windowHeight = std::min(request.windowHeight, usable.h);
+    }
     const std::string wrong = OpenStudioWindow(&request, &studio->window);
     if (!wrong.empty())
     {

@@ -6,7 +6,7 @@ import subprocess
 from pathlib import Path
 from typing import Callable
 
-from studio_window import STUDIO, Studio, picture
+from studio_window import STUDIO, Screen, Studio, picture
 
 PACKAGE = os.environ["PACKAGE"]
 SIZE = ["--size", "320x180"]
@@ -34,6 +34,19 @@ def test_pictures_are_those_of_the_stage(start: Start, tmp_path: Path) -> None:
     for tick in ticks:
         assert picture(tmp_path / f"{tick}.ppm") == picture(
             tmp_path / f"quorvale-{int(tick):06}.png"), tick
+
+
+def test_the_window_fits_the_screen(start: Start, screen: Screen, tmp_path: Path) -> None:
+    settings = tmp_path / "config" / "quorvale-studio" / "settings"
+    settings.parent.mkdir(parents=True)
+    settings.write_text("width=1600\nheight=1000\n")
+    studio = start(*SIZE, PACKAGE)
+    opened(studio)
+    found = screen.xdotool("search", "--onlyvisible", "--name", " - Quorvale Studio$",
+                           "getwindowgeometry", "--shell")
+    numbers = dict(line.split("=") for line in found.splitlines())
+    assert int(numbers["X"]) >= 0 and int(numbers["WIDTH"]) <= 1000
+    assert int(numbers["Y"]) >= 0 and int(numbers["HEIGHT"]) <= 740
 
 
 def test_it_plays_in_step_with_the_sound(start: Start) -> None:
