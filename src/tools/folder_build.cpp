@@ -16,6 +16,7 @@
 #include "engine/textures/decode_image.h"
 #include "tools/check_command.h"
 #include "tools/container.h"
+#include "tools/empty_records.h"
 #include "tools/entry_uses.h"
 #include "tools/folder_sources.h"
 #include "tools/mesh_import.h"
@@ -120,6 +121,18 @@ static void LayOut(const SourceFile& source, const BuildOptions& options, Bytes*
     text->assign(laidOut.begin(), laidOut.end());
 }
 
+static void EmptyRecords(const SourceFile& source, const BuildOptions& options, Bytes* text)
+{
+    std::string emptied(text->begin(), text->end());
+    const uint32_t count = EmptyUnreachedRecords(&emptied);
+    text->assign(emptied.begin(), emptied.end());
+    if (count > 0 && !options.mesh.isQuiet)
+    {
+        printf("%s: %u %s emptied, no clip reaches %s\n", Printable(source.entryName).c_str(),
+               count, count == 1 ? "record" : "records", count == 1 ? "it" : "them");
+    }
+}
+
 /// A source as its entry will hold it.
 static bool MakeEntry(const std::string& path, const SourceFile& source,
                       const BuildOptions& options, Bytes* entry)
@@ -140,6 +153,10 @@ static bool MakeEntry(const std::string& path, const SourceFile& source,
         (!options.takesAnyText && !CheckDocument(path, text)))
     {
         return false;
+    }
+    if (options.isSmall)
+    {
+        EmptyRecords(source, options, &text);
     }
     LayOut(source, options, &text);
     return PackSource(text, source, entry);

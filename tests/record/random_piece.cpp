@@ -680,7 +680,7 @@ static void Damage(Random* random, std::string* bytes)
     (*bytes)[at] = static_cast<char>((*bytes)[at] ^ (1 << Between(random, 0, 7)));
 }
 
-RandomPiece MakeRandomPiece(Random* random)
+RandomPiece MakeRandomPiece(Random* random, DocumentEdit edit)
 {
     bool dangles = Chance(random, 10);
     bool spoilt = Chance(random, 15);
@@ -696,6 +696,10 @@ RandomPiece MakeRandomPiece(Random* random)
         if (spoilt && (!isLoading || Chance(random, 25)))
         {
             text = Spoil(random, text);
+        }
+        if (edit != nullptr && !damaged)
+        {
+            edit(&text);
         }
         entries.push_back({name, MakeContainer(text)});
         ticks = writer.ticks;

@@ -16,4 +16,8 @@ struct RandomPiece
     int32_t ticks;       // length of the demo's longest row
 };
 
-RandomPiece MakeRandomPiece(Random* random);
+/// Changes the text of a document.
+using DocumentEdit = void (*)(std::string* text);
+
+/// @param edit   goes over both documents, except in a piece whose files are damaged; may be null
+RandomPiece MakeRandomPiece(Random* random, DocumentEdit edit = nullptr);

@@ -34,12 +34,12 @@ static void ChooseRandomly(Random* random, PlayerRun* run)
     run->sdl.blocksAtStart = static_cast<uint32_t>(Between(random, 0, 2));
 }
 
-PlayerRun MakeRandomRun(uint32_t seed)
+PlayerRun MakeRandomRun(uint32_t seed, DocumentEdit edit)
 {
     Random state = {seed};
     Random* random = &state;
     PlayerRun run;
-    RandomPiece piece = MakeRandomPiece(random);
+    RandomPiece piece = MakeRandomPiece(random, edit);
     run.files.push_back({"piece.dpk", piece.package});
     if (!Chance(random, 5))
     {
