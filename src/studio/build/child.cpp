@@ -13,6 +13,7 @@
 #include "tools/files.h"
 
 static constexpr size_t kReadStep = 65536; // bytes
+static constexpr int kMostSteps = 64;      // at a time: a child may write faster than this reads
 
 std::string OwnProgram()
 {
@@ -98,7 +99,7 @@ bool StartChild(const std::vector<std::string>& arguments, Child* child)
 template <typename Bytes>
 static bool ReadStream(int stream, size_t most, Bytes* bytes)
 {
-    while (bytes->size() < most)
+    for (int step = 0; step < kMostSteps && bytes->size() < most; ++step)
     {
         const size_t before = bytes->size();
         bytes->resize(before + kReadStep);
