@@ -40,6 +40,27 @@ static std::string Truth(bool truth)
     return truth ? "true" : "false";
 }
 
+static std::string Texts(const std::vector<std::string>& texts)
+{
+    std::string list;
+    for (const std::string& text : texts)
+    {
+        list += (list.empty() ? "" : ", ") + Quoted(text);
+    }
+    return "[" + list + "]";
+}
+
+/// First and last tick of the clip that was clicked.
+static std::string ChosenTicks(const Studio* studio)
+{
+    if (studio->chosenBar < 0)
+    {
+        return "null";
+    }
+    const ClipBar& bar = studio->bars[static_cast<size_t>(studio->chosenBar)];
+    return "[" + Number(bar.begin) + ", " + Number(bar.end) + "]";
+}
+
 /// The findings of a kind, as editors know them.
 static std::string Findings(const Studio* studio, FindingKind kind)
 {
@@ -113,6 +134,8 @@ static std::string State(const Studio* studio)
                Number(studio->track.samples == nullptr ? 0 : studio->track.samples->size() / 2)),
         Member("rows", Number(studio->track.rows.size())),
         Member("chosen", std::to_string(studio->chosenBar)),
+        Member("chosen_ticks", ChosenTicks(studio)),
+        Member("chosen_text", Texts(ChosenClipLines(studio))),
         Member("hidden", Number(studio->rowMask.hidden)),
         Member("solo", Number(studio->rowMask.solo)),
         Member("first", Number(static_cast<uint64_t>(studio->timelineView.firstTick))),

@@ -15,6 +15,7 @@
 #include "engine/render/records/timeline.h"
 #include "engine/textures/corner_masks.h"
 #include "studio/fault_lines.h"
+#include "studio/logic/piece_fields.h"
 #include "studio/panels/panels.h"
 #include "studio/state_line.h"
 #include "tools/files.h"
@@ -45,6 +46,24 @@ void TellFaults(Studio* studio, const std::vector<std::string>& faults)
         studio->findings.push_back({FindingKind::kError, "", 0, fault, ""});
         fprintf(stderr, "quorvale-studio: %s\n", fault.c_str());
     }
+}
+
+DemoDocument* PlayedDocument(const Studio* studio)
+{
+    return &studio->window.slots[studio->active].stage->run.piece.demo;
+}
+
+std::vector<std::string> ChosenClipLines(const Studio* studio)
+{
+    if (studio->active < 0 || studio->chosenBar < 0)
+    {
+        return {};
+    }
+    const ClipBar& bar = studio->bars[static_cast<size_t>(studio->chosenBar)];
+    const DemoDocument* document = PlayedDocument(studio);
+    const uint32_t tick = std::clamp(TransportTick(&studio->transport), bar.begin, bar.end);
+    const uint32_t time = tick - bar.begin + document->timeline->offset[bar.row][bar.clip];
+    return ClipLines(document, bar.row, bar.clip, time);
 }
 
 // ---- Opening a piece

@@ -80,6 +80,12 @@ struct Studio
     int exitCode;
 };
 
+/// @return the demo of the piece that plays, lent; there is one where studio->active is 0 or more
+DemoDocument* PlayedDocument(const Studio* studio);
+
+/// @return what the clip that was clicked shows at this tick; none if no clip was
+std::vector<std::string> ChosenClipLines(const Studio* studio);
+
 /// Runs the program until it is quit.
 /// @return its exit code
 int RunStudio(const StudioOptions& options);

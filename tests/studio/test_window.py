@@ -6,8 +6,10 @@ import subprocess
 from pathlib import Path
 from typing import Callable
 
+from drag_source import drop_file
 from studio_window import STUDIO, Screen, Studio, picture
 
+DPK = os.environ["DPK"]
 PACKAGE = os.environ["PACKAGE"]
 SIZE = ["--size", "320x180"]
 Start = Callable[..., Studio]
@@ -17,7 +19,13 @@ def opened(studio: Studio) -> None:
     studio.until(lambda now: now["loads"] == 1 and now["samples"] > 0)
 
 
-def test_pictures_are_those_of_the_stage(start: Start, tmp_path: Path) -> None:
+def keep_picture(studio: Studio, tick: int) -> None:
+    studio.until(lambda now: now["shown"] == tick)
+    studio.key("s")
+    studio.until(lambda now: now["message"] == f"quorvale-{tick:06}.png is written")
+
+
+def test_pictures_are_those_of_a_film(start: Start, tmp_path: Path) -> None:
     studio = start(*SIZE, PACKAGE)
     opened(studio)
     # Forwards, backwards, and in steps.
@@ -25,15 +33,43 @@ def test_pictures_are_those_of_the_stage(start: Start, tmp_path: Path) -> None:
             (["Home"], 0), (["End"], 9599), (["period"], 9599), (["comma"], 9597)]
     for pressed, tick in keys:
         studio.key(*pressed)
-        studio.until(lambda now: now["shown"] == tick)
-        studio.key("s")
-        studio.until(lambda now: now["message"] == f"quorvale-{tick:06}.png is written")
+        keep_picture(studio, tick)
     ticks = [str(tick) for tick in {tick for _, tick in keys}]
     subprocess.run([os.environ["STAGE_PICTURES"], PACKAGE, str(tmp_path), "320", "180", *ticks],
                    check=True)
     for tick in ticks:
-        assert picture(tmp_path / f"{tick}.ppm") == picture(
-            tmp_path / f"quorvale-{int(tick):06}.png"), tick
+        shown = picture(tmp_path / f"quorvale-{int(tick):06}.png")
+        assert shown == picture(tmp_path / f"{tick}.ppm"), tick
+        # A film at 100 pictures a second shows every tick.
+        if tick in ("500", "5999", "9597"):
+            film = subprocess.run(
+                [DPK, "render", PACKAGE, "-o", "-", "--size", "320x180", "--samples", "0",
+                 "--fps", "100", "--from", f"{tick}t", "--to", f"{int(tick) + 1}t", "--no-sound"],
+                check=True, capture_output=True).stdout
+            assert shown == film, tick
+
+
+def test_a_clip_that_is_clicked_tells_of_itself(start: Start) -> None:
+    studio = start(*SIZE, PACKAGE)
+    opened(studio)
+    place = studio.until(lambda now: "clip 3" in now["rects"])["rects"]["clip 3"]
+    studio.click("clip 3")
+    state = studio.until(lambda now: now["chosen"] == 3)
+    begin, end = state["chosen_ticks"]
+    assert begin <= state["tick"] <= end and place[2] > 0
+    lines = "\n".join(state["chosen_text"])
+    for word in ("row ", "clip ", "scene ", "pass ", "camera at ", "fog"):
+        assert word in lines, lines
+
+
+def test_a_package_that_is_dropped_is_opened(start: Start, screen: Screen, tmp_path: Path) -> None:
+    dropped = tmp_path / "dropped here.dpk"
+    dropped.write_bytes(Path(PACKAGE).read_bytes())
+    studio = start(*SIZE, PACKAGE)
+    opened(studio)
+    window = int(screen.xdotool("search", "--onlyvisible", "--name", " - Quorvale Studio$").split()[0])
+    drop_file(screen.name, window, str(dropped).replace(" ", "%20"), *studio.place("picture"))
+    studio.until(lambda now: now["piece"] == str(dropped) and now["loads"] == 2)
 
 
 def test_the_window_fits_the_screen(start: Start, screen: Screen, tmp_path: Path) -> None:

@@ -5,8 +5,7 @@
 #include <cmath>
 #include <imgui.h>
 
-#include "engine/check/context.h"
-#include "engine/render/records/timeline.h"
+#include "studio/logic/piece_fields.h"
 
 static constexpr float kLabelWidth = 110.0f; // pixels at scale 1, as all here
 static constexpr float kRulerHeight = 34.0f;
@@ -104,10 +103,8 @@ static std::string SceneText(const Studio* studio, uint32_t scene)
     {
         return "no scene";
     }
-    const DemoDocument* document = &studio->window.slots[studio->active].stage->run.piece.demo;
-    const TiXmlNode* section = SectionNode(document, Section::kScenes);
-    const TiXmlNode* item = section == nullptr ? nullptr : ChildAt(section, scene);
-    const char* name = item == nullptr ? nullptr : ItemName(item);
+    const TiXmlElement* item = FindItem(PlayedDocument(studio), Section::kScenes, scene);
+    const char* name = item == nullptr ? nullptr : item->Attribute("name");
     return name == nullptr || *name == 0 ? "scene " + std::to_string(scene) : name;
 }
 
@@ -142,7 +139,7 @@ static void DrawRowLabel(Studio* studio, uint32_t row, ImVec2 place)
     ImGui::PopID();
 }
 
-static void DrawBar(const Studio* studio, const Ground& ground, size_t i, float y)
+static void DrawBar(Studio* studio, const Ground& ground, size_t i, float y)
 {
     const ClipBar& bar = studio->bars[i];
     const float from = std::max(X(studio, ground, bar.begin), ground.left);
@@ -153,6 +150,7 @@ static void DrawBar(const Studio* studio, const Ground& ground, size_t i, float 
     }
     const ImVec2 low(from, y + 1.0f);
     const ImVec2 high(std::max(to - 1.0f, from + 1.0f), y + kRowHeight * ground.scale - 2.0f);
+    studio->rects["clip " + std::to_string(i)] = {low.x, low.y, high.x - low.x, high.y - low.y};
     const bool isChosen = studio->chosenBar == static_cast<int32_t>(i);
     ground.list->AddRectFilled(low, high,
                                !IsRowSeen(studio->rowMask, bar.row) ? kHiddenBar
@@ -176,48 +174,6 @@ static std::vector<uint32_t> UsedRows(const Studio* studio)
         }
     }
     return rows;
-}
-
-static std::string ValueText(const ClipValues& values, const ClipBar& bar)
-{
-    const uint32_t slot = values.slot[bar.row][bar.clip];
-    char text[48];
-    if (values.dynamic[bar.row][bar.clip] != 0)
-    {
-        snprintf(text, sizeof(text), "envelope %u", slot);
-    }
-    else
-    {
-        snprintf(text, sizeof(text), "%g", static_cast<double>(SlotFloat(slot)));
-    }
-    return text;
-}
-
-/// Scene, camera, fog and pass of the clip that was clicked.
-static void DrawChosen(const Studio* studio)
-{
-    static constexpr const char* kPasses[] = {
-        "to the window",      "to a bitmap",
-        "as the clip before", "to the window, depth cleared",
-        "to a bitmap, wide",  "to a bitmap, a quarter of the window"};
-    const ClipBar& bar = studio->bars[static_cast<size_t>(studio->chosenBar)];
-    const Timeline* timeline = studio->window.slots[studio->active].stage->run.piece.demo.timeline;
-    const uint32_t kind = static_cast<uint32_t>(timeline->passKind[bar.row][bar.clip]);
-    ImGui::Text("row %u, clip %u: %s, ticks %u to %u, pass %s", bar.row + 1, bar.clip + 1,
-                SceneText(studio, bar.scene).c_str(), bar.begin, bar.end,
-                kind < std::size(kPasses) ? kPasses[kind] : "of no known kind");
-    ImGui::Text(
-        "camera at %s, %s, %s, turned by %s, %s, %s, field of view %u",
-        ValueText(timeline->cameraX, bar).c_str(), ValueText(timeline->cameraY, bar).c_str(),
-        ValueText(timeline->cameraZ, bar).c_str(), ValueText(timeline->cameraRotX, bar).c_str(),
-        ValueText(timeline->cameraRotY, bar).c_str(), ValueText(timeline->cameraRotZ, bar).c_str(),
-        timeline->fov[bar.row][bar.clip]);
-    if (timeline->fogMode[bar.row][bar.clip] > 0)
-    {
-        ImGui::Text(
-            "fog of density %s, from %s to %s", ValueText(timeline->fogDensity, bar).c_str(),
-            ValueText(timeline->fogStart, bar).c_str(), ValueText(timeline->fogEnd, bar).c_str());
-    }
 }
 
 /// Takes the mouse on the part where ticks lie.
@@ -336,7 +292,10 @@ void DrawTimelinePanel(Studio* studio)
     {
         if (studio->chosenBar >= 0)
         {
-            DrawChosen(studio);
+            for (const std::string& line : ChosenClipLines(studio))
+            {
+                ImGui::TextUnformatted(line.c_str());
+            }
         }
         DrawTicks(studio);
     }
