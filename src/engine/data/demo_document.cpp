@@ -125,6 +125,26 @@ static void AddMissingSection(const TiXmlDocument* tree, FaultList* faults)
              tree->ErrorRow(), tree->ErrorCol());
 }
 
+/// Lists the files that the items of a section name; those of the section before are forgotten.
+/// @return false after a fault
+static bool ListFiles(DocumentReader* reader)
+{
+    ReadContext* context = reader->context;
+    free(context->document->files);
+    context->document->files = nullptr;
+    if (HasFiles(static_cast<Section>(reader->section)))
+    {
+        context->document->files = ListItemFiles(reader->sectionNode, context->sectionItems);
+        if (context->document->files == nullptr)
+        {
+            AddError(context->faults, "out of memory");
+            return false;
+        }
+    }
+    context->files = context->document->files;
+    return true;
+}
+
 /// @return false after a fault
 static bool EnterSection(DocumentReader* reader)
 {
@@ -151,6 +171,10 @@ static bool EnterSection(DocumentReader* reader)
     reader->nextItem = reader->sectionNode->FirstChild();
     context->sectionItems = CountReadItems(row, reader->sectionNode);
     context->itemCount = 0;
+    if (!ListFiles(reader))
+    {
+        return false;
+    }
     return row->begin == nullptr || row->begin(context);
 }
 
@@ -317,6 +341,7 @@ void FreeDocument(const SectionReader* readers, DemoDocument* document)
         }
     }
     free(document->timeline);
+    free(document->files);
     delete document->document;
     const char* name = document->name;
     *document = {};

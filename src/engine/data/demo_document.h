@@ -12,6 +12,7 @@
 #include <tinyxml.h>
 
 #include "engine/data/fault.h"
+#include "engine/data/item_files.h"
 #include "engine/data/object_table.h"
 #include "engine/data/package_file.h"
 #include "engine/data/section.h"
@@ -37,6 +38,7 @@ struct DemoDocument
     ObjectTable* materials;     // section 7, Material
     ObjectTable* genMeshes;     // section 8, GenMesh
     ObjectTable* scenes;        // section 9, Scene
+    ItemFile* files;            // owned; of the section that is read, null where it names none
     const TiXmlNode* musicNode; // next sibling of section 10, lent by the tree; may be null
 };
 
@@ -61,6 +63,7 @@ struct ReadContext
 
     uint32_t sectionItems; // items of the section, as many as will be read
     uint32_t itemCount;    // items of the section that were read so far
+    const ItemFile* files; // [sectionItems], borrowed; null in sections that name no files
 
     FaultList* faults; // borrowed; its place is kept up to date
     void* user;        // borrowed; for a program's own readers

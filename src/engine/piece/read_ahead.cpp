@@ -27,7 +27,7 @@ enum class ItemState : uint8_t
 struct AheadItem
 {
     const TiXmlElement* item; // lent by the tree
-    const char* filename;     // of a model or bitmap, lent by the tree; may be null
+    uint32_t index;           // its place in the section
     void* record;             // owned while kRead, from calloc; null for layers
     LayerImage* layer;        // owned while kRead; null for the other sections
     uint64_t budgetBytes;     // that it takes of the package's budget
@@ -52,6 +52,7 @@ struct ReadAhead
     AheadItem* items; // [itemCount], owned, in the order of the document: the queue
     uint32_t itemCount;
     SectionStretch sections[kSectionCount];
+    ItemFile* files[kSectionCount]; // [count of the section], owned; null for those without files
 
     std::mutex mutex;                // guards all below, and the states of items
     std::condition_variable changed; // an item was finished or taken, or it is time to stop
@@ -137,7 +138,8 @@ static bool ReadOneItem(const ReadAhead* ahead, bool hasLayers, AheadItem* item)
         }
     }
 
-    const bool isRead = row->readItem(item->item, item->record, 0, &context);
+    context.files = ahead->files[static_cast<int32_t>(item->section)];
+    const bool isRead = row->readItem(item->item, item->record, item->index, &context);
     if (!isRead || package.lineCount != 0)
     {
         if (item->section == Section::kLayers)
@@ -322,81 +324,78 @@ static bool IsReadAhead(int32_t section)
     }
 }
 
-/// True if the list has an item of this file.
-/// @param items   [count], of one section
-static bool HasFile(const AheadItem* items, uint32_t count, const char* filename)
-{
-    for (uint32_t i = 0; i < count; ++i)
-    {
-        if (items[i].filename != nullptr && strcmp(items[i].filename, filename) == 0)
-        {
-            return true;
-        }
-    }
-    return false;
-}
-
 /// Lists an item. One of a file that an earlier item names is left to its turn: it takes all from
 /// the earlier one then.
-/// @param items   [count] that are listed, of one section
-static void ListItem(const TiXmlElement* element, Section section, AheadItem* items, uint32_t count)
+/// @param files   of the section; null where it has none
+static AheadItem ListItem(const TiXmlElement* element, Section section, uint32_t index,
+                          const ItemFile* files)
 {
-    AheadItem* item = &items[count];
-    *item = {};
-    item->item = element;
-    item->section = section;
-    item->state = ItemState::kWaiting;
-    if (section == Section::kModels || section == Section::kBitmaps)
-    {
-        item->filename = element->Attribute("filename");
-        if (item->filename != nullptr && HasFile(items, count, item->filename))
-        {
-            item->state = ItemState::kLeft;
-        }
-    }
+    AheadItem item = {};
+    item.item = element;
+    item.index = index;
+    item.section = section;
+    item.state =
+        files != nullptr && files[index].isRepeated ? ItemState::kLeft : ItemState::kWaiting;
+    return item;
 }
 
 /// The items of a section that are read ahead: those before the first that is no element, at which
 /// the walk ends.
-/// @param items   null to count them alone
-static uint32_t ListItems(const TiXmlNode* sectionNode, Section section, AheadItem* items)
+static uint32_t CountAheadItems(const TiXmlNode* sectionNode, Section section)
 {
     const uint32_t most = section == Section::kLayers ? kLayerCapacity : kObjectTableCapacity;
     uint32_t count = 0;
-    for (const TiXmlNode* node = sectionNode->FirstChild(); node != nullptr && count < most;
+    for (const TiXmlNode* node = sectionNode->FirstChild();
+         node != nullptr && node->ToElement() != nullptr && count < most;
          node = node->NextSibling())
     {
-        const TiXmlElement* element = node->ToElement();
-        if (element == nullptr)
-        {
-            break;
-        }
-        if (items != nullptr)
-        {
-            ListItem(element, section, items, count);
-        }
         count += 1;
     }
     return count;
 }
 
-/// Lists all items of a document, or counts them.
-/// @param ahead   receives where each section's stand; its items are null to count them alone
-static void ListDocument(const TiXmlNode* firstSection, ReadAhead* ahead)
+/// Counts the items of a document, and tells where each section's stand.
+static void CountDocument(const TiXmlNode* firstSection, ReadAhead* ahead)
 {
-    ahead->itemCount = 0;
     const TiXmlNode* node = firstSection;
     for (int32_t section = 0; section < kSectionCount && node != nullptr; ++section)
     {
         if (IsReadAhead(section))
         {
-            AheadItem* items = ahead->items == nullptr ? nullptr : ahead->items + ahead->itemCount;
-            const uint32_t count = ListItems(node, static_cast<Section>(section), items);
+            const uint32_t count = CountAheadItems(node, static_cast<Section>(section));
             ahead->sections[section] = {ahead->itemCount, count};
             ahead->itemCount += count;
         }
         node = node->NextSibling();
     }
+}
+
+/// Lists the items of a document, all of which were counted.
+/// @return false without memory
+static bool ListDocument(const TiXmlNode* firstSection, ReadAhead* ahead)
+{
+    const TiXmlNode* node = firstSection;
+    for (int32_t section = 0; section < kSectionCount && node != nullptr; ++section)
+    {
+        const SectionStretch& stretch = ahead->sections[section];
+        if (stretch.count > 0 && HasFiles(static_cast<Section>(section)))
+        {
+            ahead->files[section] = ListItemFiles(node, stretch.count);
+            if (ahead->files[section] == nullptr)
+            {
+                return false;
+            }
+        }
+        const TiXmlNode* item = node->FirstChild();
+        for (uint32_t i = 0; i < stretch.count; ++i)
+        {
+            ahead->items[stretch.first + i] = ListItem(
+                item->ToElement(), static_cast<Section>(section), i, ahead->files[section]);
+            item = item->NextSibling();
+        }
+        node = node->NextSibling();
+    }
+    return true;
 }
 
 /// Starts workers, as many as the system gives.
@@ -438,6 +437,10 @@ static void FreeReadAhead(ReadAhead* ahead)
         free(item->record);
     }
     free(ahead->items);
+    for (ItemFile* files : ahead->files)
+    {
+        free(files);
+    }
     delete ahead;
 }
 
@@ -456,15 +459,14 @@ void StartReadAhead(const SectionReader* readers, uint32_t threads, ReadContext*
     ahead->isDemo = context->isDemo;
     ahead->hasAllLayers = true;
 
-    ListDocument(first->NextSibling(), ahead);
-    ahead->items = AllocateBlock<AheadItem>(ahead->itemCount, "", nullptr);
-    if (ahead->items == nullptr || ahead->itemCount < 2)
+    CountDocument(first->NextSibling(), ahead);
+    ahead->items = AllocateZeroed<AheadItem>(ahead->itemCount, "", nullptr);
+    if (ahead->items == nullptr || ahead->itemCount < 2 ||
+        !ListDocument(first->NextSibling(), ahead))
     {
-        ahead->itemCount = 0;
         FreeReadAhead(ahead);
         return;
     }
-    ListDocument(first->NextSibling(), ahead);
     ahead->layersLeft = ahead->sections[static_cast<int32_t>(Section::kLayers)].count;
 
     const uint32_t most = threads < kMostLoadingThreads ? threads : kMostLoadingThreads;

@@ -117,19 +117,6 @@ static BitmapTexture* FindLender(const char* filename, uint32_t index, const Rea
     return nullptr;
 }
 
-/// The items of a section from this one on that name its file.
-static uint32_t CountUses(const TiXmlElement* item, const char* filename)
-{
-    uint32_t count = 0;
-    for (const TiXmlElement* sibling = item; sibling != nullptr;
-         sibling = sibling->NextSiblingElement())
-    {
-        const char* other = sibling->Attribute("filename");
-        count += other != nullptr && strcmp(other, filename) == 0 ? 1 : 0;
-    }
-    return count;
-}
-
 bool ReadBitmapItem(const TiXmlElement* item, void* record, uint32_t index, ReadContext* context)
 {
     BitmapTexture* bitmap = static_cast<BitmapTexture*>(record);
@@ -161,7 +148,10 @@ bool ReadBitmapItem(const TiXmlElement* item, void* record, uint32_t index, Read
         return false;
     }
     bitmap->filename = filename;
-    bitmap->usesLeft = CountUses(item, filename);
+    if (context->files != nullptr)
+    {
+        bitmap->usesLeft = context->files[index].usesLeft;
+    }
     return true;
 }
 

@@ -42,7 +42,8 @@ bool DecodeBitmap(PackageFile* package, const char* filename, BitmapTexture* bit
 /// size alone. The faults are those of DecodeBitmap.
 /// @param record   a BitmapTexture; after a fault too it is for FreeBitmap
 /// @param index    the earlier bitmaps are those with ids 1 to index of the context's document; a
-///                 context without a document, or without such a table, has none
+///                 context without a document, or without such a table, has none. The place in its
+///                 files, by which the last item of a file is known; without them it is this one
 bool ReadBitmapItem(const TiXmlElement* item, void* record, uint32_t index, ReadContext* context);
 
 /// Makes the mip chain of a bitmap before it is uploaded, where it has one: of three and four
