@@ -14,17 +14,13 @@
 
 inline constexpr size_t kRowSlack = 32;
 
-/// Three rows of words that a kernel made for another kernel of the same table. The order of words
-/// in a row is the table's own.
-struct WordRows
+/// All that a filter keeps of a row and the row above it, so that it need not look at them again:
+/// two words for each byte, in an order of the kernel's own. Slack.
+struct FilterWords
 {
-    const uint16_t* above;
-    const uint16_t* row;
-    const uint16_t* below;
+    uint16_t* first;
+    uint16_t* second;
 };
-
-/// Words for each byte of a row that is embossed.
-inline constexpr size_t kEmbossShares = 3;
 
 /// The middle row of a 3x3 neighbourhood and its neighbours, padded and with slack.
 struct FloatRows
@@ -74,19 +70,20 @@ struct PixelKernels
     void (*scale)(uint8_t* image, size_t count, float scale);
 
     // Spatial filters, a row at a time.
-    /// Adds each byte and its two neighbours.
-    /// @param row    padded, with slack after the pad
-    /// @param sums   count words; slack
-    void (*sumRow)(const uint8_t* row, size_t count, uint16_t* sums);
-    void (*blurRow)(const WordRows* rows, size_t count, uint8_t* out);
-    /// The shares of a row in the rows above, at and below it when they are embossed. One kernel in
-    /// four positions: the lower neighbours less the upper ones, those of the side less the
-    /// opposite ones, and the pixel itself; the corner between counts twice.
-    /// @param row      padded, with slack after the pad
-    /// @param side     3 for the right, -3 for the left
-    /// @param shares   count * kEmbossShares words; slack for as many shares
-    void (*weighRow)(const uint8_t* row, size_t count, ptrdiff_t side, uint16_t* shares);
-    void (*embossRow)(const WordRows* rows, size_t count, uint8_t* out);
+    /// Blur.
+    /// @param below   the row below as it was before, not padded; its neighbours at the ends are
+    ///                those on the opposite edge
+    /// @param words   the sums of each three bytes, of the row above and of the row itself;
+    ///                afterwards the first are those of the row below
+    /// @param out     the row itself
+    void (*blurRow)(const uint8_t* below, size_t count, const FilterWords* words, uint8_t* out);
+    /// Emboss, one kernel in four positions: the lower neighbours less the upper ones, those of one
+    /// side less the opposite ones, and the pixel itself; the corner between counts twice. Upside
+    /// down it is the same with rows in reverse order.
+    /// @param words   the row's share in itself less what the row above takes off, and what the row
+    ///                takes off the row below; afterwards both are those of the row below
+    void (*embossRight)(const uint8_t* below, size_t count, const FilterWords* words, uint8_t* out);
+    void (*embossLeft)(const uint8_t* below, size_t count, const FilterWords* words, uint8_t* out);
     void (*widenRow)(const uint8_t* row, size_t count, float* out);
     /// @param kernel   nine weights, row-major
     void (*convolveRow)(FloatRows rows, size_t count, const float* kernel, uint8_t* out);

@@ -9,8 +9,9 @@
 //   104   Minimum      1. scale, 2. scale
 //   201   Invert       none                        filters of the image alone
 //   202   Multiply     scale
-//   203   Offset       X offset, Y offset          X moves rows and Y columns; the names are
-//   crossed 204   Ripple       X amplitude, Y amplitude, X wavelength, Y wavelength 205   Blur none
+//   203   Offset       X offset, Y offset          X moves rows, Y columns: crossed names
+//   204   Ripple       X amplitude, Y amplitude, X wavelength, Y wavelength
+//   205   Blur         none
 //   206   Emboss       direction, 1 to 4
 //   207   Convolution  nine weights, row by row
 //
