@@ -181,7 +181,7 @@ static CLI::App* AddBuild(CLI::App* app, Arguments* arguments)
     AddForceOption(command, arguments,
                    "Pack in spite of errors, and write over a file that is no package");
     command->add_flag("--small", arguments->build.isSmall,
-                      "Pack by zopfli and leave out what nothing uses");
+                      "Pack by zopfli and take out what nothing uses");
     AddMeshOptions(command, arguments);
     AddQuietOption(command, arguments);
     command->add_flag("-v,--verbose", arguments->isVerbose, "Tell of each entry");
@@ -232,8 +232,7 @@ static CLI::App* AddSize(CLI::App* app, Arguments* arguments)
     AddArgument(command, "PACKAGE", &arguments->file, "The package")->required();
     command->add_option("--svg", arguments->size.picture, "Draw the sizes as areas")
         ->type_name("FILE");
-    command->add_flag("--small", arguments->size.triesSmall,
-                      "Tell what packing by zopfli would save");
+    command->add_flag("--small", arguments->size.triesSmall, "Tell what a small build would save");
     return command;
 }
 

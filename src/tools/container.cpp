@@ -62,6 +62,12 @@ bool PackSmallContainer(const Bytes& data, Bytes* container)
     StoreLittleEndian32(static_cast<uint32_t>(data.size()), container->data());
     container->insert(container->end(), stream, stream + length);
     free(stream);
+    // Of a few bytes zlib at times makes fewer.
+    Bytes plain;
+    if (PackContainer(data, &plain) && plain.size() <= container->size())
+    {
+        *container = plain;
+    }
     return true;
 }
 

@@ -11,7 +11,8 @@
 ///         would take it
 bool PackContainer(const Bytes& data, Bytes* container);
 
-/// The same by zopfli, which takes a hundred times as long and saves some five percent.
+/// The same by zopfli, which takes a hundred times as long and saves some five percent. Where it
+/// saves nothing, the container is that of PackContainer.
 bool PackSmallContainer(const Bytes& data, Bytes* container);
 
 /// Unpacks no more than kLargestInflatedSize bytes.

@@ -1,117 +1,20 @@
 // SPDX-License-Identifier: MIT
 #include "tools/empty_records.h"
 
-#include <cstring>
-#include <initializer_list>
-#include <set>
+#include <iterator>
 #include <tinyxml.h>
-#include <vector>
 
-#include "engine/data/document_values.h"
-#include "engine/data/section.h"
+#include "tools/document_reach.h"
 #include "tools/text_layout.h"
 
-/// Which items the clips reach. An id that might mean one of two sections counts in both, so that
-/// nothing is emptied that a player could ask for.
-struct Reach
-{
-    std::vector<TiXmlElement*> items[kSectionCount]; // [id - 1], borrowed
-    std::set<int32_t> reached[kSectionCount];        // ids
+/// A PNG file of 2x2 black pixels: no smaller image makes a bitmap.
+static constexpr unsigned char kBlackPng[] = {
+    0x89, 0x50, 0x4E, 0x47, 0x0D, 0x0A, 0x1A, 0x0A, 0x00, 0x00, 0x00, 0x0D, 0x49, 0x48,
+    0x44, 0x52, 0x00, 0x00, 0x00, 0x02, 0x00, 0x00, 0x00, 0x02, 0x08, 0x02, 0x00, 0x00,
+    0x00, 0xFD, 0xD4, 0x9A, 0x73, 0x00, 0x00, 0x00, 0x0A, 0x49, 0x44, 0x41, 0x54, 0x78,
+    0x01, 0x63, 0x40, 0x01, 0x00, 0x00, 0x0E, 0x00, 0x01, 0x7E, 0x8E, 0x12, 0x45, 0x00,
+    0x00, 0x00, 0x00, 0x49, 0x45, 0x4E, 0x44, 0xAE, 0x42, 0x60, 0x82,
 };
-
-static void ReachItem(Reach* reach, Section section, int32_t id);
-
-/// An envelope's id stands wherever an animated value is not static.
-static void ReachValues(Reach* reach, const TiXmlElement* element)
-{
-    const char* type = element->Attribute("type");
-    if (type == nullptr || strcmp(type, "static") != 0)
-    {
-        ReachItem(reach, Section::kEnvelopes, ParseInt(element->Attribute("value")));
-    }
-    for (const TiXmlElement* child = element->FirstChildElement(); child != nullptr;
-         child = child->NextSiblingElement())
-    {
-        ReachValues(reach, child);
-    }
-}
-
-/// Follows the same attribute of all children, at any depth, into some sections.
-static void ReachAttribute(Reach* reach, const TiXmlElement* element, const char* name,
-                           std::initializer_list<Section> sections)
-{
-    for (const Section section : sections)
-    {
-        ReachItem(reach, section, ParseInt(element->Attribute(name)));
-    }
-    for (const TiXmlElement* child = element->FirstChildElement(); child != nullptr;
-         child = child->NextSiblingElement())
-    {
-        ReachAttribute(reach, child, name, sections);
-    }
-}
-
-static void ReachTexts(Reach* reach, const TiXmlElement* item)
-{
-    for (const TiXmlElement* param = item->FirstChildElement(); param != nullptr;
-         param = param->NextSiblingElement())
-    {
-        ReachItem(reach, Section::kEnvelopes, ParseInt(param->GetText()));
-    }
-}
-
-static void ReachItem(Reach* reach, Section section, int32_t id)
-{
-    const size_t place = static_cast<size_t>(section);
-    if (id < 1 || static_cast<size_t>(id) > reach->items[place].size() ||
-        !reach->reached[place].insert(id).second)
-    {
-        return;
-    }
-    const TiXmlElement* item = reach->items[place][static_cast<size_t>(id) - 1];
-    switch (section)
-    {
-    case Section::kEffects:
-    case Section::kGenMeshes:
-        ReachTexts(reach, item);
-        break;
-    case Section::kLights:
-        ReachValues(reach, item);
-        break;
-    case Section::kMaterials:
-        ReachValues(reach, item);
-        ReachAttribute(
-            reach, item, "value",
-            {Section::kLights, Section::kTextures, Section::kEffects, Section::kBitmaps});
-        break;
-    case Section::kScenes:
-        ReachValues(reach, item);
-        ReachAttribute(reach, item, "object", {Section::kModels, Section::kGenMeshes});
-        ReachAttribute(reach, item, "model", {Section::kModels, Section::kGenMeshes});
-        ReachAttribute(reach, item, "material", {Section::kMaterials});
-        break;
-    default:
-        break;
-    }
-}
-
-/// Effects and generated meshes count as reached, all of them: their first pixels and points are
-/// made while they load, with the values of their envelopes.
-static void ReachFromClips(Reach* reach, const TiXmlElement* timeline)
-{
-    for (const Section section : {Section::kEffects, Section::kGenMeshes})
-    {
-        const size_t count = reach->items[static_cast<size_t>(section)].size();
-        for (size_t id = 1; id <= count; ++id)
-        {
-            ReachItem(reach, section, static_cast<int32_t>(id));
-        }
-    }
-    ReachValues(reach, timeline);
-    ReachAttribute(reach, timeline, "id", {Section::kScenes});
-    ReachAttribute(reach, timeline, "rtex", {Section::kBitmaps});
-    ReachAttribute(reach, timeline, "value", {Section::kMaterials}); // the color of fog
-}
 
 static std::string PrintWithoutBlanks(const TiXmlDocument& document)
 {
@@ -127,55 +30,117 @@ static std::string PrintWithoutBlanks(const TiXmlDocument& document)
     return text;
 }
 
-uint32_t EmptyUnreachedRecords(std::string* text)
+/// Makes a layer black. It keeps as many children as its type takes, so that a check finds nothing.
+static void BlackenLayer(TiXmlElement* layer)
 {
-    TiXmlDocument document;
-    if (!ParseText(*text, &document))
+    layer->Clear();
+    layer->SetAttribute("type", 0);
+    for (int32_t i = 0; i < 3; ++i)
     {
-        return 0;
+        TiXmlElement* value = new TiXmlElement("p");
+        value->LinkEndChild(new TiXmlText("0"));
+        layer->LinkEndChild(value);
     }
-    Reach reach;
-    TiXmlNode* node = document.FirstChild();
-    TiXmlElement* timeline = nullptr;
-    for (int32_t i = 0; i < kSectionCount; ++i)
-    {
-        node = node == nullptr ? nullptr : node->NextSibling();
-        timeline = node == nullptr ? nullptr : node->ToElement();
-        if (timeline == nullptr)
-        {
-            return 0;
-        }
-        for (TiXmlNode* item = node->FirstChild(); item != nullptr; item = item->NextSibling())
-        {
-            if (item->ToElement() == nullptr)
-            {
-                return 0;
-            }
-            reach.items[i].push_back(item->ToElement());
-        }
-    }
-    ReachFromClips(&reach, timeline);
+}
 
-    uint32_t count = 0;
-    for (const Section section : {Section::kEnvelopes, Section::kScenes})
+/// Makes all values and ids of a material 0.
+static void ZeroMaterial(TiXmlElement* material)
+{
+    for (TiXmlElement* child = material->FirstChildElement(); child != nullptr;
+         child = child->NextSiblingElement())
     {
-        const size_t place = static_cast<size_t>(section);
-        for (size_t k = 0; k < reach.items[place].size(); ++k)
+        if (child->Attribute("type") != nullptr)
         {
-            TiXmlElement* item = reach.items[place][k];
-            if (reach.reached[place].count(static_cast<int32_t>(k) + 1) == 0 &&
-                item->FirstChild() != nullptr)
-            {
-                item->Clear();
-                count += 1;
-            }
+            child->SetAttribute("type", "static");
+        }
+        child->SetAttribute("value", 0);
+    }
+}
+
+/// @return false if it is empty already
+static bool EmptyItem(Section section, TiXmlElement* item)
+{
+    TiXmlElement old(*item);
+    if (section == Section::kLayers)
+    {
+        BlackenLayer(item);
+    }
+    else if (section == Section::kMaterials)
+    {
+        ZeroMaterial(item);
+    }
+    else
+    {
+        item->Clear();
+    }
+    return !IsSameTree(&old, item);
+}
+
+static void EmptyItems(const DocumentReach& reach, Section section, EmptiedPiece* emptied,
+                       std::vector<EmptiedItem>* items)
+{
+    const size_t place = static_cast<size_t>(section);
+    const bool isFile = section == Section::kModels || section == Section::kBitmaps;
+    for (size_t i = 0; i < reach.items[place].size(); ++i)
+    {
+        TiXmlElement* item = reach.items[place][i];
+        const bool isReached = reach.isReached[place][i] != 0;
+        const char* filename = isFile ? item->Attribute("filename") : nullptr;
+        if (filename != nullptr)
+        {
+            (isReached ? emptied->reachedFiles : emptied->unreachedFiles[place]).insert(filename);
+        }
+        if (!isReached && !isFile && EmptyItem(section, item))
+        {
+            items->push_back({section, i});
         }
     }
-    const std::string emptied = PrintWithoutBlanks(document);
-    if (count == 0 || !SaysTheSame(document, emptied))
+}
+
+std::vector<EmptiedItem> EmptyUnreachedRecords(std::string* text, EmptiedPiece* emptied)
+{
+    static constexpr Section kEmptied[] = {
+        Section::kLayers,  Section::kTextures,  Section::kModels, Section::kEnvelopes,
+        Section::kBitmaps, Section::kMaterials, Section::kScenes};
+    std::vector<EmptiedItem> items;
+    TiXmlDocument document;
+    DocumentReach reach;
+    if (!ParseText(*text, &document) || !FindReach(&document, &reach))
     {
-        return 0;
+        emptied->isUnsure = true;
+        return items;
     }
-    *text = emptied;
-    return count;
+    for (const Section section : kEmptied)
+    {
+        EmptyItems(reach, section, emptied, &items);
+    }
+    const std::string bare = PrintWithoutBlanks(document);
+    if (items.empty() || !SaysTheSame(document, bare))
+    {
+        return {};
+    }
+    *text = bare;
+    return items;
+}
+
+FileUse FindFileUse(const EmptiedPiece& emptied, const std::string& name)
+{
+    const bool isModel = emptied.unreachedFiles[static_cast<size_t>(Section::kModels)].count(name);
+    const bool isBitmap =
+        emptied.unreachedFiles[static_cast<size_t>(Section::kBitmaps)].count(name);
+    if (emptied.isUnsure || emptied.reachedFiles.count(name) != 0 || isModel == isBitmap)
+    {
+        return FileUse::kReached;
+    }
+    return isModel ? FileUse::kUnreachedModel : FileUse::kUnreachedBitmap;
+}
+
+std::string MakeEmptyModel(uint8_t sets)
+{
+    return std::string({0, 0, 0, 0, static_cast<char>(sets < 2 ? 1 : 2)});
+}
+
+std::string MakeEmptyBitmap()
+{
+    return {std::begin(kBlackPng), std::end(kBlackPng)};
 }

@@ -16,14 +16,13 @@
 #include "engine/textures/decode_image.h"
 #include "tools/check_command.h"
 #include "tools/container.h"
-#include "tools/empty_records.h"
-#include "tools/entry_uses.h"
 #include "tools/folder_sources.h"
 #include "tools/mesh_import.h"
 #include "tools/overwrite.h"
 #include "tools/package_commands.h"
 #include "tools/png_file.h"
 #include "tools/report.h"
+#include "tools/shrink_piece.h"
 
 /// A document with a mistake is refused here: the player would go on without all that follows it.
 static bool CheckDocument(const std::string& path, const Bytes& text)
@@ -112,25 +111,13 @@ static void LayOut(const SourceFile& source, const BuildOptions& options, Bytes*
     const std::string old(text->begin(), text->end());
     TiXmlDocument document;
     TextLayout layout = source.layout;
-    if (layout == TextLayout::kAsItIs && options.isSmall && ParseText(old, &document) &&
+    if (options.isSmall && ParseText(old, &document) &&
         SaysTheSame(document, LayOutText(old, TextLayout::kBare)))
     {
         layout = TextLayout::kBare;
     }
     const std::string laidOut = LayOutText(old, layout);
     text->assign(laidOut.begin(), laidOut.end());
-}
-
-static void EmptyRecords(const SourceFile& source, const BuildOptions& options, Bytes* text)
-{
-    std::string emptied(text->begin(), text->end());
-    const uint32_t count = EmptyUnreachedRecords(&emptied);
-    text->assign(emptied.begin(), emptied.end());
-    if (count > 0 && !options.mesh.isQuiet)
-    {
-        printf("%s: %u %s emptied, no clip reaches %s\n", Printable(source.entryName).c_str(),
-               count, count == 1 ? "record" : "records", count == 1 ? "it" : "them");
-    }
 }
 
 /// A source as its entry will hold it.
@@ -153,10 +140,6 @@ static bool MakeEntry(const std::string& path, const SourceFile& source,
         (!options.takesAnyText && !CheckDocument(path, text)))
     {
         return false;
-    }
-    if (options.isSmall)
-    {
-        EmptyRecords(source, options, &text);
     }
     LayOut(source, options, &text);
     return PackSource(text, source, entry);
@@ -250,38 +233,42 @@ static bool CheckEntryNames(const std::vector<SourceFile>& sources)
     return true;
 }
 
-/// Leaves out the entries that neither document names and --also does not either, and tells of
-/// each.
-static void DropUnused(const std::vector<SourceFile>& sources, const BuildOptions& options,
-                       std::vector<Bytes>* entries, std::vector<PlannedEntry>* plan)
+static void TellEach(const std::vector<std::string>& labels, const char* text)
 {
-    EntryUses uses = {};
+    for (const std::string& label : labels)
+    {
+        printf("%s: %s\n", Printable(label).c_str(), text);
+    }
+}
+
+/// Takes out what nothing uses, and tells of each.
+static bool TakeOutUnused(const std::vector<SourceFile>& sources, const BuildOptions& options,
+                          std::vector<Bytes>* entries, std::vector<PlannedEntry>* plan)
+{
+    std::vector<PieceEntry> piece;
     for (size_t i = 0; i < plan->size(); ++i)
     {
-        Bytes text;
-        const std::string& name = (*plan)[i].name;
-        if ((name == kDemoDocumentName || name == kLoadingDocumentName) &&
-            UnpackContainer((*entries)[i], &text) == nullptr)
-        {
-            AddEntryUses(text, &uses);
-        }
+        piece.push_back({(*plan)[i].name, std::move((*entries)[i]), sources[i].isAsked});
     }
-    size_t kept = 0;
-    for (size_t i = 0; i < plan->size(); ++i)
+    ShrinkReport report;
+    if (!ShrinkPiece(&piece, &report))
     {
-        if (sources[i].isAsked || IsEntryUsed(uses, (*plan)[i].name))
-        {
-            std::swap((*plan)[kept], (*plan)[i]);
-            std::swap((*entries)[kept], (*entries)[i]);
-            kept += 1;
-        }
-        else if (!options.mesh.isQuiet)
-        {
-            printf("%s: left out, nothing uses it\n", Printable((*plan)[i].name).c_str());
-        }
+        return false;
     }
-    plan->resize(kept);
-    entries->resize(kept);
+    plan->clear();
+    entries->clear();
+    for (PieceEntry& entry : piece)
+    {
+        plan->push_back({entry.name, entry.bytes.size(), 0});
+        entries->push_back(std::move(entry.bytes));
+    }
+    if (!options.mesh.isQuiet)
+    {
+        TellEach(report.dropped, "left out, nothing uses it");
+        TellEach(report.items, "emptied, no clip reaches it");
+        TellEach(report.files, "emptied, no clip reaches it");
+    }
+    return true;
 }
 
 /// Makes all entries and tells where they will be.
@@ -340,11 +327,7 @@ static bool MakeEntries(const std::string& folder, const FolderSources& sources,
     {
         *options.cache = std::move(kept);
     }
-    if (options.isSmall)
-    {
-        DropUnused(files, options, entries, plan);
-    }
-    return PlaceEntries(plan);
+    return (!options.isSmall || TakeOutUnused(files, options, entries, plan)) && PlaceEntries(plan);
 }
 
 /// Tells of files that are left out, and of a folder that is no piece yet.

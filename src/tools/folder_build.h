@@ -49,8 +49,8 @@ struct BuildOptions
     ColorChoice color;
     bool isStrict;     // refuses strangers
     bool isForced;     // packs what a check refuses
-    bool isSmall;      // packs containers by zopfli, takes blanks out of documents, and leaves out
-                       // entries that no document names
+    bool isSmall;      // packs containers by zopfli, takes blanks out of documents, and takes out
+                       // what nothing uses (shrink_piece.h)
     bool takesAnyText; // packs documents that do not parse as they are, for whoever tells why
     EntryCache* cache; // borrowed; null for none
 };

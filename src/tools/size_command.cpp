@@ -4,11 +4,15 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <map>
+#include <set>
+#include <tinyxml.h>
 
-#include "engine/check/check_piece.h"
 #include "tools/container.h"
 #include "tools/report.h"
+#include "tools/shrink_piece.h"
 #include "tools/size_report.h"
+#include "tools/text_layout.h"
 #include "tools/treemap.h"
 
 static uint64_t PackageSize(const ListedPackage& package)
@@ -43,7 +47,27 @@ static void PrintTable(const std::vector<SizeRow>& rows, uint64_t size)
            static_cast<unsigned long long>(size));
 }
 
-static void PrintUnused(const std::string& path, const std::vector<SizeRow>& rows)
+/// Reads all that `dpk build --small` would pack.
+/// @return false after an error line
+static bool ReadEntries(const ListedPackage& package, std::vector<PieceEntry>* entries)
+{
+    std::set<std::string> seen;
+    for (const ListedEntry& entry : package.entries)
+    {
+        if (!seen.insert(entry.name).second)
+        {
+            continue; // the first of a name is found
+        }
+        entries->push_back({entry.name, {}, false});
+        if (!ReadListedEntry(&package, &entry, &entries->back().bytes))
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+static void PrintUnused(const std::vector<SizeRow>& rows, const ShrinkReport& report)
 {
     for (const SizeRow& row : rows)
     {
@@ -52,39 +76,73 @@ static void PrintUnused(const std::string& path, const std::vector<SizeRow>& row
             printf("unused: \"%s\", %.0f bytes\n", Printable(row.label).c_str(), row.bytes);
         }
     }
-    const CheckRequest request = {path.c_str(), nullptr, 0, nullptr};
-    CheckResult result;
-    CheckPiece(&request, &result);
-    for (const Finding& finding : result.findings)
+    for (const std::string& item : report.items)
     {
-        if (finding.rule == Rule::kUnusedItem && finding.place.document != nullptr)
-        {
-            printf("unused: %s, %s\n", finding.place.document, Printable(finding.text).c_str());
-        }
+        printf("unused: %s, no clip reaches it\n", Printable(item).c_str());
+    }
+    for (const std::string& file : report.files)
+    {
+        printf("unused: \"%s\", no clip reaches it\n", Printable(file).c_str());
     }
 }
 
 /// @return false after an error line
-static bool PrintSavings(const ListedPackage& package)
+static bool PackSmaller(PieceEntry* entry)
 {
-    uint64_t saved = 0;
-    for (const ListedEntry& entry : package.entries)
+    Bytes data;
+    Bytes small;
+    const bool isPacked = entry->name.ends_with(".xmlz") || entry->name.ends_with(".model");
+    if (!isPacked || UnpackContainer(entry->bytes, &data) != nullptr)
     {
-        Bytes bytes;
-        Bytes data;
-        Bytes small;
-        if (!ReadListedEntry(&package, &entry, &bytes))
+        return true; // a build takes it as it is
+    }
+    const std::string text(data.begin(), data.end());
+    const std::string bare = LayOutText(text, TextLayout::kBare);
+    TiXmlDocument document;
+    if (ParseText(text, &document) && SaysTheSame(document, bare))
+    {
+        data.assign(bare.begin(), bare.end());
+    }
+    if (!PackSmallContainer(data, &small))
+    {
+        return false;
+    }
+    if (small.size() < entry->bytes.size())
+    {
+        entry->bytes = small;
+    }
+    return true;
+}
+
+/// @param entries   of the package without what nothing uses; they are packed smaller
+/// @return false after an error line
+static bool PrintSavings(const ListedPackage& package, std::vector<PieceEntry>* entries)
+{
+    std::map<std::string, size_t> sizes;
+    for (PieceEntry& entry : *entries)
+    {
+        if (!PackSmaller(&entry))
         {
             return false;
         }
-        if (UnpackContainer(bytes, &data) != nullptr || !PackSmallContainer(data, &small) ||
-            small.size() >= bytes.size())
+        sizes[entry.name] = entry.bytes.size();
+    }
+    uint64_t saved = 0;
+    for (const ListedEntry& entry : package.entries)
+    {
+        const auto found = sizes.find(entry.name);
+        if (found == sizes.end())
         {
-            continue;
+            saved += entry.size + kPackageEntrySize;
+            printf("would go: \"%s\", %u bytes and %u of the directory\n",
+                   Printable(entry.name).c_str(), entry.size, kPackageEntrySize);
         }
-        saved += bytes.size() - small.size();
-        printf("would shrink: \"%s\" by %zu bytes, to %zu\n", Printable(entry.name).c_str(),
-               bytes.size() - small.size(), small.size());
+        else if (found->second < entry.size)
+        {
+            saved += entry.size - found->second;
+            printf("would shrink: \"%s\" by %zu bytes, to %zu\n", Printable(entry.name).c_str(),
+                   entry.size - found->second, found->second);
+        }
     }
     printf("would shrink: all of them by %llu bytes\n", static_cast<unsigned long long>(saved));
     return true;
@@ -122,13 +180,16 @@ bool PrintPackageSizes(const std::string& path, const SizeOptions& options)
         return false;
     }
     std::vector<SizeRow> rows;
-    bool isDone = MeasurePackage(&package, &rows);
+    std::vector<PieceEntry> entries;
+    ShrinkReport report;
+    bool isDone = MeasurePackage(&package, &rows) && ReadEntries(package, &entries) &&
+                  ShrinkPiece(&entries, &report);
     if (isDone)
     {
         PrintTable(rows, PackageSize(package));
-        PrintUnused(path, rows);
+        PrintUnused(rows, report);
     }
-    isDone = isDone && (!options.triesSmall || PrintSavings(package));
+    isDone = isDone && (!options.triesSmall || PrintSavings(package, &entries));
     ClosePackage(&package);
     return isDone && (options.picture.empty() || WritePicture(options.picture, rows));
 }

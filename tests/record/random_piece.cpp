@@ -4,10 +4,8 @@
 #include <algorithm>
 #include <initializer_list>
 #include <iterator>
-#include <vector>
 
 #include "record/random_bitmap.h"
-#include "support/package_builder.h"
 
 /// A document that is being written, and what its references may name.
 struct Writer
@@ -680,7 +678,7 @@ static void Damage(Random* random, std::string* bytes)
     (*bytes)[at] = static_cast<char>((*bytes)[at] ^ (1 << Between(random, 0, 7)));
 }
 
-RandomPiece MakeRandomPiece(Random* random, DocumentEdit edit)
+RandomPiece MakeRandomPiece(Random* random, PieceEdit edit)
 {
     bool dangles = Chance(random, 10);
     bool spoilt = Chance(random, 15);
@@ -697,11 +695,7 @@ RandomPiece MakeRandomPiece(Random* random, DocumentEdit edit)
         {
             text = Spoil(random, text);
         }
-        if (edit != nullptr && !damaged)
-        {
-            edit(&text);
-        }
-        entries.push_back({name, MakeContainer(text)});
+        entries.push_back({name, text});
         ticks = writer.ticks;
     }
     for (int32_t i = 1; i <= 5; ++i)
@@ -709,6 +703,14 @@ RandomPiece MakeRandomPiece(Random* random, DocumentEdit edit)
         std::string number = std::to_string(i);
         entries.push_back({"m" + number + ".model", MakeModel(RandomModel(random))});
         entries.push_back({"b" + number + ".png", MakeRandomBitmap(random)});
+    }
+    if (edit != nullptr && !damaged)
+    {
+        edit(&entries);
+    }
+    for (size_t i = 0; i < 2; ++i)
+    {
+        entries[i].bytes = MakeContainer(entries[i].bytes);
     }
     if (damaged)
     {

@@ -7,8 +7,10 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "record/random_numbers.h"
+#include "support/package_builder.h"
 
 struct RandomPiece
 {
@@ -16,8 +18,8 @@ struct RandomPiece
     int32_t ticks;       // length of the demo's longest row
 };
 
-/// Changes the text of a document.
-using DocumentEdit = void (*)(std::string* text);
+/// Changes a piece's entries: first the texts of both documents, not packed yet, then the files.
+using PieceEdit = void (*)(std::vector<PackageEntry>* entries);
 
-/// @param edit   goes over both documents, except in a piece whose files are damaged; may be null
-RandomPiece MakeRandomPiece(Random* random, DocumentEdit edit = nullptr);
+/// @param edit   goes over a piece whose files are not damaged; may be null
+RandomPiece MakeRandomPiece(Random* random, PieceEdit edit = nullptr);

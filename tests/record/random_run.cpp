@@ -34,7 +34,7 @@ static void ChooseRandomly(Random* random, PlayerRun* run)
     run->sdl.blocksAtStart = static_cast<uint32_t>(Between(random, 0, 2));
 }
 
-PlayerRun MakeRandomRun(uint32_t seed, DocumentEdit edit)
+PlayerRun MakeRandomRun(uint32_t seed, PieceEdit edit)
 {
     Random state = {seed};
     Random* random = &state;

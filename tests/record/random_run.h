@@ -11,4 +11,4 @@
 /// @return a piece and how it is played: window, switches, what OpenGL offers, pace, end. A seed
 ///         always makes the same run.
 /// @param edit   as in MakeRandomPiece
-PlayerRun MakeRandomRun(uint32_t seed, DocumentEdit edit = nullptr);
+PlayerRun MakeRandomRun(uint32_t seed, PieceEdit edit = nullptr);
