@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "music/module_file.h"
 
+#include <cerrno>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/stat.h>
@@ -61,6 +63,37 @@ TEST(ModuleFile, APipeIsEmptyAndNotWaitedFor)
     TemporaryFolder folder;
     ASSERT_EQ(mkfifo((folder.path + "/a.xm").c_str(), 0600), 0);
     EXPECT_EQ(ReadFrom(folder.path.c_str(), "a.xm"), "");
+}
+
+TEST(ModuleFile, AFileThatEndsEarlyIsWhatItHas)
+{
+    TemporaryFolder folder;
+    folder.Write("a.xm", "beside");
+    const int stream = OpenModuleFile(folder.path.c_str(), "a.xm");
+    ASSERT_EQ(lseek(stream, 4, SEEK_SET), 4);
+    FaultList faults;
+    StartFaults(&faults);
+    ModuleFile file = {};
+    errno = EINTR; // of an earlier call: the end of a file says nothing
+    EXPECT_TRUE(ReadModuleFile(stream, "a.xm", &file, &faults));
+    EXPECT_EQ(std::string(file.data, file.data + file.size), "de");
+    FreeModuleFile(&file);
+    close(stream);
+}
+
+TEST(ModuleFile, Descriptor0IsAFileToo)
+{
+    TemporaryFolder folder;
+    folder.Write("a.xm", "beside");
+    folder.Write("music/a.xm", "below");
+    const int input = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3);
+    close(STDIN_FILENO);
+    EXPECT_EQ(ReadFrom(folder.path.c_str(), "a.xm"), "beside");
+    if (input >= 0)
+    {
+        dup2(input, STDIN_FILENO);
+        close(input);
+    }
 }
 
 TEST(ModuleFile, AFileThatIsTooLargeIsAFault)

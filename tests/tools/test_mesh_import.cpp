@@ -401,6 +401,7 @@ TEST(MeshImport, WhatGivesNoTriangleIsAnErrorAndTheOldModelStays)
     folder.Write("junk.obj", "this is a text of some length that holds no mesh at all\n");
     folder.Write("junk.unknown", "this is a text of some length that holds no mesh at all\n");
     folder.Write("endless.ply", "ply\nformat ascii 1.0\nelement vertex 1\nproperty float x\n1\n");
+    folder.Write("inf.obj", "v 0 0 inf\nv 1 0 0\nv 0 1 0\nvn 0 0 1\nf 1//1 2//1 3//1\n");
     folder.Write("nan.obj", "v 0 0 nan\nv 1 0 0\nv 0 1 0\nvn 0 0 1\nf 1//1 2//1 3//1\n");
     const struct
     {
@@ -411,6 +412,7 @@ TEST(MeshImport, WhatGivesNoTriangleIsAnErrorAndTheOldModelStays)
         {"junk.obj", "junk.obj: "},
         {"junk.unknown", "junk.unknown: No suitable reader found"},
         {"endless.ply", "endless.ply: its header has no end\n"},
+        {"inf.obj", "inf.obj: a vertex holds a number that is not finite\n"},
         {"nan.obj", "nan.obj: a vertex holds a number that is not finite\n"},
         {"nowhere.obj", "nowhere.obj: No such file or directory\n"},
         {".", ".: not a regular file\n"},
@@ -424,7 +426,7 @@ TEST(MeshImport, WhatGivesNoTriangleIsAnErrorAndTheOldModelStays)
         EXPECT_EQ(run.err.find('\n'), run.err.size() - 1) << run.err;
         EXPECT_EQ(folder.Read("out"), "old");
     }
-    EXPECT_EQ(FilesIn(folder), "dots.obj endless.ply junk.obj junk.unknown nan.obj out");
+    EXPECT_EQ(FilesIn(folder), "dots.obj endless.ply inf.obj junk.obj junk.unknown nan.obj out");
 }
 
 TEST(MeshImport, AFileThatCrashesTheReaderIsAnError)

@@ -56,7 +56,7 @@ TEST_F(ThumbnailCommand, OfADamagedPackageThereIsNone)
     folder.Write("bad.dpk", "no package at all");
     const DpkRun run = RunDpk(folder, {"thumbnail", "bad.dpk", "a.png"});
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(run.err.substr(0, 14), "dpk: bad.dpk: ") << run.err;
+    EXPECT_EQ(run.err, "dpk: bad.dpk: it shows nothing\n");
     EXPECT_EQ(FilesIn(folder), "bad.dpk");
 }
 

@@ -137,6 +137,8 @@ static constexpr DocumentCase kCases[] = {
     {Rule::kDanglingReference, kError, "<textures>", "id=\"0\"", "id=\"1\"", 0},
     {Rule::kDanglingReference, kError, "<effects>", "<p>1</p>", "<p>3</p>", 0},
     {Rule::kDanglingReference, kWarn, "<scenes>", "material=\"1\"", "material=\"42\"", 0},
+    {Rule::kDanglingReference, kError, "<materials>", "<effect2d value=\"1\"/>", "<effect2d value=\"9\"/>", 0},
+    {Rule::kDanglingReference, kError, "<timeline>", "<fog type=\"0\"/>", "<fog type=\"1\"><density type=\"static\" value=\"1\"/><start type=\"static\" value=\"1\"/><end type=\"static\" value=\"9\"/><colour value=\"9\"/></fog>", 0},
     {Rule::kMissingReference, kWarn, "<materials>", "<light value=\"1\"/>", "", 0},
     {Rule::kMissingReference, kNote, "<materials>", "<light value=\"1\"/>", "<light value=\"0\"/>", 0},
     {Rule::kMissingReference, kWarn, "<scenes>", "material=\"1\"", "material=\"0\"", 0},
@@ -367,6 +369,12 @@ TEST_F(RulesTest, TheNearestNameIsTheCure)
     EXPECT_EQ(word.findings[0].cure, "write \"dynamic\"");
 }
 
+TEST(NearestName, LettersThatChangedPlacesAreOneChange)
+{
+    EXPECT_STREQ(FindNearest("abdc", {"abxy", "abcd"}), "abcd");
+    EXPECT_STREQ(FindNearest("square", {"sqaure.model", "sqaure"}), "sqaure");
+}
+
 TEST_F(RulesTest, AMistakeIsToldOnce)
 {
     EXPECT_EQ(Lines(CheckDemo(Changed("<timeline>", " offset=\"0\"", ""))),
@@ -436,9 +444,33 @@ TEST_F(RulesTest, AClipInWhichNothingIsSeenIsTold)
         EXPECT_TRUE(Has(result, Rule::kNeverSeen, kWarn, 0)) << Lines(result);
         EXPECT_NE(Lines(result).find(c.reason), std::string::npos) << Lines(result);
     }
+    // A quarter turn to the right shows what lies there, and one to the left does not.
+    const std::string aside = Changed("<scenes>", "value=\"0\"", "value=\"30\"", text);
+    const char* unturned = "<ry type=\"static\" value=\"0\"/>";
+    EXPECT_FALSE(
+        Has(CheckDemo(Changed("<timeline>", unturned, "<ry type=\"static\" value=\"90\"/>", aside)),
+            Rule::kNeverSeen, kWarn, 0));
+    EXPECT_TRUE(Has(
+        CheckDemo(Changed("<timeline>", unturned, "<ry type=\"static\" value=\"-90\"/>", aside)),
+        Rule::kNeverSeen, kWarn, 0));
     // On its edge the square is still in the picture.
     const std::string edge = Changed("<timeline>", "value=\"-5\"", "value=\"-1000\"", text);
     EXPECT_FALSE(Has(CheckDemo(edge), Rule::kNeverSeen, kWarn, 0));
+}
+
+TEST_F(RulesTest, TheDearestPictureIsTold)
+{
+    // From tick 100 on the scene is drawn twice.
+    const std::string text =
+        Changed("<timeline>", "</row>", "</row>\n<row>" + Clip(100, 100) + "</row>",
+                Changed("<timeline>", "length=\"100\"", "length=\"200\""));
+    const CheckResult result = CheckDemo(text);
+    std::string told;
+    for (const Finding& finding : result.findings)
+    {
+        told += finding.rule == Rule::kDearestTick ? finding.text : "";
+    }
+    EXPECT_NE(told.find("that of tick 100 costs most: 8 objects"), std::string::npos) << told;
 }
 
 TEST_F(RulesTest, AFirstRowThatEndsEarlyIsTold)
@@ -521,6 +553,20 @@ TEST(ModuleLength, RowsAreFollowedInTheirOrder)
     EXPECT_NEAR(SecondsOf(Module("\x0e\xe3", 1)), 6.7, 1e-9);               // the first row waits
     EXPECT_NEAR(SecondsOf(Module("\x0e\x62", 1)), 6.6, 1e-9);               // and comes twice more
     EXPECT_EQ(SecondsOf("Extended Module: "), 0.0);
+}
+
+TEST(ModuleLength, BytesPastTheEndAreZeros)
+{
+    const std::string file = Module("\x0f\x0a", 1);
+    for (size_t size = 60; size < file.size(); ++size)
+    {
+        // The sanitizer sees a read past the block.
+        const std::vector<uint8_t> cut(file.begin(), file.begin() + static_cast<ptrdiff_t>(size));
+        std::vector<uint8_t> padded = cut;
+        padded.resize(size + 64);
+        EXPECT_EQ(MeasureModule(cut.data(), size), MeasureModule(padded.data(), size)) << size;
+        EXPECT_EQ(IsModuleWhole(cut.data(), size), IsModuleWhole(padded.data(), size)) << size;
+    }
 }
 
 TEST_F(RulesTest, AModuleOfAnotherLengthIsTold)
