@@ -291,6 +291,15 @@ TEST(DpkExtract, ANameThatIsThereTwiceIsExtractedByNameOnly)
     EXPECT_EQ(folder.Read("out/a"), "first");
 }
 
+TEST(DpkExtract, OneEntryAloneGoesToStandardOutput)
+{
+    TemporaryFolder folder;
+    folder.Write("p.dpk", MakePackage({{"a", "1"}, {"b", "2"}}));
+    ExpectError(RunDpk(folder, {"extract", "p.dpk", "-o", "-"}),
+                "p.dpk: one entry can be written to standard output, not 2");
+    EXPECT_EQ(RunDpk(folder, {"extract", "p.dpk", "-o", "-", "b"}).out, "2");
+}
+
 TEST(DpkExtract, WhatCantBeWrittenIsAnError)
 {
     TemporaryFolder folder;

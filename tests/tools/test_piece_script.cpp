@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
+#include <cstdlib>
 #include <gtest/gtest.h>
+#include <string>
 
 #include "tools/dpk_run.h"
 
@@ -29,6 +31,19 @@ TEST(NewCommand, MakesAPieceThatBuilds)
         EXPECT_NE(run.out.find(name), std::string::npos) << name;
     }
     EXPECT_FALSE(folder.Read("mine/tune.xm").empty());
+}
+
+TEST(BuildCommand, WithoutPythonAPieceInPythonIsNotBuilt)
+{
+    TemporaryFolder folder;
+    folder.Write("mine/piece.py", "x = 1\n");
+    const std::string path = getenv("PATH");
+    setenv("PATH", folder.path.c_str(), 1);
+    const DpkRun run = RunDpk(folder, {"build", "mine"});
+    setenv("PATH", path.c_str(), 1);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "dpk: python3, which runs pieces, can't be started: No such file or "
+                       "directory\n");
 }
 
 TEST(NewCommand, LeavesAPieceThatIsThereAlone)

@@ -147,6 +147,43 @@ TEST_F(RenderCommand, PartsOfTwoRendersAreNotJoined)
     EXPECT_NE(joined.err.find("part 1 and part 2 are not of one render"), std::string::npos);
 }
 
+/// What a join says of records that somebody else wrote.
+TEST_F(RenderCommand, RecordsThatDoNotFitAreTold)
+{
+    struct Records
+    {
+        std::vector<std::pair<const char*, std::string>> files;
+        const char* said;
+    };
+    const std::string head = "quorvale-part 1\nsettings x\n";
+    const Records wrong[] = {
+        {{}, "p/: there are no parts; dpk render --part K/N makes them\n"},
+        {{{"p/part-1-of-1.txt", "nothing\n"}},
+         "p//part-1-of-1.txt: it is no record of a part, or it is damaged\n"},
+        {{{"p/part-1-of-1.txt", head + "pictures 0 0 7\n"}}, "the parts end with picture 0 of 7\n"},
+        {{{"p/part-1-of-1.txt", head + "part 1 1\npictures 3 3 3\n"}},
+         "part 1 begins with picture 3, and not with 0\n"},
+        {{{"p/part-1-of-2.txt", head}, {"p/part-1-of-3.txt", head}}, "p/: it has parts of "},
+        {{{"p/part-1-of-1.txt", head + "part 1 1\npictures 0 0 0\n"}},
+         "the settings of the parts can't be read\n"},
+    };
+    for (const Records& records : wrong)
+    {
+        folder.Write("p/x", "");
+        for (const auto& [name, text] : records.files)
+        {
+            folder.Write(name, text);
+        }
+        const DpkRun joined = RunDpk(folder, {"render", "--join", "-o", "p/%05d.png"});
+        EXPECT_EQ(joined.exitCode, 1);
+        EXPECT_TRUE(joined.err.starts_with(std::string("dpk: ") + records.said)) << joined.err;
+        for (const auto& [name, text] : records.files)
+        {
+            unlink((folder.path + "/" + name).c_str());
+        }
+    }
+}
+
 static const std::vector<std::string> kFilm = {"--size", "32x24", "--fps", "100",
                                                "--from", "1000t", "--to",  "1500t"};
 
@@ -300,6 +337,15 @@ TEST_F(RenderCommand, TheLastWordsOfFfmpegAreTold)
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.err, "dpk: ffmpeg: the disk is made of cheese\ndpk: ffmpeg failed with exit code "
                        "3\n");
+    EXPECT_EQ(FilesIn(folder), "bin");
+}
+
+TEST_F(RenderCommand, AFfmpegThatASignalEndsIsTold)
+{
+    ReplaceFfmpeg("[ \"$1\" = -version ] && exit 0\ncat >/dev/null\nkill -9 $$\n");
+    const DpkRun run = RenderStretch({"-o", "film.mp4"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.err.find("dpk: ffmpeg was ended by signal 9\n"), std::string::npos) << run.err;
     EXPECT_EQ(FilesIn(folder), "bin");
 }
 
@@ -524,32 +570,61 @@ TEST_F(RenderCommand, ProgressForProgramsEndsWithTheLastPicture)
     }
 }
 
+struct WrongOptions
+{
+    std::vector<std::string> options;
+    const char* said; // after "dpk: "
+};
+
 TEST_F(RenderCommand, OptionsThatMakeNoSenseAreUsageErrors)
 {
-    const std::vector<std::vector<std::string>> wrong = {
-        {},
-        {"-o", "film.avi"},
-        {"-o", "still.png"},
-        {"-o", "p/%d%d.png"},
-        {"-o", "p%d/x.png"},
-        {"-o", "film.mp4", "--size", "63x48"},
-        {"-o", "film.mp4", "--size", "big"},
-        {"-o", "film.mp4", "--fps", "0"},
-        {"-o", "film.mp4", "--jobs", "0"},
-        {"-o", "film.mp4", "--part", "3/2"},
-        {"-o", "film.mp4", "--part", "0/2"},
-        {"-o", "film.mp4", "--resume"},
-        {"-o", "-", "--part", "1/2"},
-        {"-o", "p/%d.png", "--ffmpeg", "-an"},
-        {"-o", "p/%d.png", "--compare", "p"},
-        {"-o", "p/%d.png", "--progress", "bar"},
-        {"-o", "p.png", "--at", "1", "--sheet", "2x2"},
+    const WrongOptions wrong[] = {
+        {{}, "-o is needed: a film"},
+        {{"-o", "film.avi"}, "film.avi: pictures need a number in their name"},
+        {{"-o", "still.png"}, "still.png: pictures need a number in their name"},
+        {{"-o", "p/%d%d.png"}, "p/%d%d.png: pictures need a number in their name"},
+        {{"-o", "p%d/x.png"}, "p%d/x.png: pictures need a number in their name"},
+        {{"-o", "film.mp4", "--size", "63x48"}, "--size 63x48: films of this kind have one color"},
+        {{"-o", "film.mp4", "--size", "big"}, "--size big: a size is written as 1280x720\n"},
+        {{"-o", "film.mp4", "--aspect", "flat"}, "--aspect flat: an aspect is 4:3"},
+        {{"-o", "film.mp4", "--samples", "65"}, "--samples is from 0 to 64 and --supersample from"},
+        {{"-o", "film.mp4", "--supersample", "0"}, "--samples is from 0 to 64 and --supersample"},
+        {{"-o", "film.mp4", "--fps", "0"}, "--fps 0: a rate is written as 60 or 30000/1001\n"},
+        {{"-o", "film.mp4", "--jobs", "0"}, "--jobs is from 1 to 256\n"},
+        {{"-o", "film.mp4", "--part", "3/2"}, "--part 3/2: part 3 of 8 is written as 3/8\n"},
+        {{"-o", "film.mp4", "--part", "0/2"}, "--part 0/2: part 3 of 8 is written as 3/8\n"},
+        {{"-o", "film.mp4", "--resume"}, "--resume is for pictures in a folder\n"},
+        {{"-o", "film.mp4", "--ffmpeg", "-vf 'scale"}, "--ffmpeg: a quote has no end\n"},
+        {{"-o", "film.mp4", "--loading", "3601"}, "--loading is from 0 to 3600 seconds\n"},
+        {{"-o", "-", "--part", "1/2"}, "--part and --join are for films and for pictures in"},
+        {{"-o", "p/%d.png", "--ffmpeg", "-an"}, "--ffmpeg is for films\n"},
+        {{"-o", "p/%d.png", "--compare", "p"}, "--compare writes nothing, so -o has no place"},
+        {{"-o", "p/%d.png", "--progress", "bar"}, "--progress knows \"json\" alone\n"},
+        {{"-o", "p.png", "--at", "1", "--sheet", "2x2"}, "--at, --sheet and --thumbnail make one"},
+        {{"-o", "p.png", "--sheet", "65x1"}, "--sheet 65x1: columns and rows are written as 6x4"},
     };
-    for (const std::vector<std::string>& arguments : wrong)
+    for (const WrongOptions& row : wrong)
     {
-        const DpkRun run = Render(arguments);
+        const DpkRun run = Render(row.options);
         EXPECT_EQ(run.exitCode, 2) << run.out << run.err;
-        EXPECT_EQ(run.err.substr(0, 5), "dpk: ");
+        EXPECT_TRUE(run.err.starts_with(std::string("dpk: ") + row.said)) << run.err;
+    }
+    EXPECT_EQ(FilesIn(folder), "");
+}
+
+TEST_F(RenderCommand, TimesThatMakeNoSenseAreErrors)
+{
+    const WrongOptions wrong[] = {
+        {{"--at", "noon", "-o", "p.png"}, "--at noon: a time is written as 1250t, 12.5, 0:12.5"},
+        {{"--from", "x", "--hash"}, "--from x: a time is written as"},
+        {{"--from", "2", "--to", "1", "--hash"}, "there is nothing from tick 200 to tick 100\n"},
+        {{"--fps", "1000", "--to", "9999999", "--hash"}, "9999999000 pictures are more than"},
+    };
+    for (const WrongOptions& row : wrong)
+    {
+        const DpkRun run = Render(row.options);
+        EXPECT_EQ(run.exitCode, 1) << run.out << run.err;
+        EXPECT_TRUE(run.err.starts_with(std::string("dpk: ") + row.said)) << run.err;
     }
     EXPECT_EQ(FilesIn(folder), "");
 }
@@ -579,6 +654,23 @@ TEST_F(RenderCommand, AnotherDriverStaysWithinTheTolerance)
     const DpkRun run =
         Render({"--size", "160x120", "--samples", "0", "--fps", "1/4", "--compare", REFERENCES});
     EXPECT_EQ(run.exitCode, 0) << run.out << run.err;
+}
+
+TEST_F(RenderCommand, PicturesWithoutAReferenceAreTold)
+{
+    folder.Write("p/x", "");
+    const DpkRun run = RenderStretch({"--compare", "p"});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.err, "dpk: p: no picture has a reference there, such as 00000.png\n");
+}
+
+TEST_F(RenderCommand, AReferenceOfAnotherSizeIsTold)
+{
+    ASSERT_EQ(Render({"--size", "32x24", "--at", "1", "-o", "00000.png"}).exitCode, 0);
+    const DpkRun run = RenderStretch({"--compare", "."});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.err.find("/00000.png: its size is 32x24 and not 64x48\n"), std::string::npos)
+        << run.err;
 }
 
 TEST_F(RenderCommand, OtherPicturesAreNotAlike)

@@ -62,7 +62,11 @@ TEST_F(ThumbnailCommand, OfADamagedPackageThereIsNone)
 
 TEST_F(ThumbnailCommand, ItsSizeHasLimits)
 {
-    EXPECT_EQ(RunDpk(folder, {"thumbnail", "-s", "8", PACKAGE, "a.png"}).exitCode, 2);
-    EXPECT_EQ(RunDpk(folder, {"thumbnail", "-s", "4096", PACKAGE, "a.png"}).exitCode, 2);
+    for (const char* side : {"8", "4096"})
+    {
+        const DpkRun run = RunDpk(folder, {"thumbnail", "-s", side, PACKAGE, "a.png"});
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_EQ(run.err, "dpk: a thumbnail has 16 to 1024 pixels\n");
+    }
     EXPECT_EQ(FilesIn(folder), "");
 }

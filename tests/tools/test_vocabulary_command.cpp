@@ -139,3 +139,15 @@ TEST(VocabularyCommand, AParameterTellsItsKindAndRange)
               std::string::npos);
     EXPECT_NE(json.out.find("\"usual\": 0.00392157,"), std::string::npos);
 }
+
+TEST(VocabularyCommand, AFullDiskIsTold)
+{
+    TemporaryFolder folder;
+    DpkSurroundings full = kOrdinary;
+    full.output = "/dev/full";
+    const DpkRun run = RunDpk(folder, {"vocabulary"}, full);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(
+        run.err.starts_with("dpk: the vocabulary can't be written: No space left on device\n"))
+        << run.err;
+}
