@@ -320,9 +320,9 @@ TEST(DocumentText, AFaultTellsThatThereIsNoMemory)
 
 TEST(DocumentText, ALargeTreeLeavesNothingWithoutMemory)
 {
-    // Some hundred kilobytes of nodes, attributes and strings, short ones and long ones.
+    // Some megabytes of nodes, attributes and strings, short ones and long ones.
     std::string text = "<a>";
-    for (int i = 0; i < 2000; ++i)
+    for (int i = 0; i < 30000; ++i)
     {
         text += "<b c=\"" + std::to_string(i) + "\">text</b>";
     }
