@@ -51,6 +51,14 @@ TEST(FindingLines, ADocumentThatDoesNotParseHasAPlace)
     EXPECT_EQ(found[0].text, "Error reading end tag.");
 }
 
+TEST(FindingLines, ALineOfDpkItselfIsAnError)
+{
+    const std::vector<FindingLine> found = ParseFindings("dpk: mine: Permission denied\n", true);
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_EQ(found[0].kind, FindingKind::kError);
+    EXPECT_EQ(found[0].text, "mine: Permission denied");
+}
+
 TEST(FindingLines, APlaceCanBeAPathAlone)
 {
     const std::vector<FindingLine> found =

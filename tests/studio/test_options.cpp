@@ -132,6 +132,13 @@ TEST(Settings, LinesThatAreNoneLeaveTheDefault)
     EXPECT_TRUE(read.lastPlaces.empty());
 }
 
+TEST(Settings, APieceCanStandAtItsStart)
+{
+    const StudioSettings read = ParseSettings("piece=0 /a\n");
+    ASSERT_EQ(read.lastPlaces.size(), 1u);
+    EXPECT_EQ(read.lastPlaces[0].second, 0u);
+}
+
 TEST(Settings, APieceStandsOnceAndTheOldestGo)
 {
     StudioSettings settings = DefaultSettings();

@@ -6,6 +6,7 @@
 #include <zlib.h>
 
 #include "support/package_builder.h"
+#include "tools/base64_text.h"
 #include "tools/checksum.h"
 #include "tools/container.h"
 #include "tools/deflate_cost.h"
@@ -128,6 +129,15 @@ static DpkRun Diff(const std::string& a, const std::string& b)
     return RunDpk(folder, {"diff", "a.dpk", "b.dpk"});
 }
 
+TEST(Base64, IsPaddedToFourLetters)
+{
+    EXPECT_EQ(Base64({}), "");
+    EXPECT_EQ(Base64({'M'}), "TQ==");
+    EXPECT_EQ(Base64({'M', 'a'}), "TWE=");
+    EXPECT_EQ(Base64({'M', 'a', 'n'}), "TWFu");
+    EXPECT_EQ(Base64({0xFB, 0xFF, 0xFE, 0}), "+//+AA==");
+}
+
 TEST(DpkDiff, PackagesThatSayTheSameAreTheSame)
 {
     DocumentSource spaced = SmallDocument();
@@ -150,6 +160,16 @@ TEST(DpkDiff, TellsValuesByItemAndPart)
                        "demo.xmlz, material 1 \"red\", p 2: value \"0\" is now \"0.5\"\n"
                        "demo.xmlz, row 1, clip: length \"500\" is now \"600\"\n"
                        "demo.xmlz, music: file \"tune.xm\" is now \"other.xm\"\n");
+}
+
+TEST(DpkDiff, TellsAttributesInAnotherOrder)
+{
+    DocumentSource other = SmallDocument();
+    other.sections[7] =
+        Replaced(other.sections[7], "type=\"static\" value=\"0\"", "value=\"0\" type=\"static\"");
+    const DpkRun run = Diff(Package(SmallDocument(), {}), Package(other, {}));
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.out, "demo.xmlz, material 1 \"red\", p 2: attributes stand in another order\n");
 }
 
 TEST(DpkDiff, FindsItemsByTheirNames)
