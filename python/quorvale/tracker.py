@@ -112,7 +112,14 @@ class Instrument:
 
 class Tune:
     """Notes on channels and rows. `tempo` and `speed` are the module's: a row lasts `speed` steps
-    of 2.5 / `tempo` seconds, so 125 and 6 make eight rows a second and a bit."""
+    of 2.5 / `tempo` seconds, so 125 and 6 make eight rows a second and a bit.
+
+    Every 64 rows are a pattern. They are played one after the other; `order`, numbers of patterns
+    from 0 on, up to 256, plays them in another order, or one of them again:
+
+    >>> tune = Tune(rows=128, channels=2)
+    >>> tune.order = (0, 1, 0)
+    """
 
     def __init__(self, rows: int, channels: int, tempo: int = 125, speed: int = 6,
                  name: str = "", maker: str = "quorvale") -> None:
@@ -127,6 +134,7 @@ class Tune:
         self.name = name
         self.maker = maker
         self.instruments: list[Instrument] = []
+        self.order: Sequence[int] | None = None
         self.cells = [[[0, 0, 0, 0, 0] for _ in range(channels)] for _ in range(rows)]
 
     def instrument(self, instrument: Instrument) -> int:
@@ -176,7 +184,11 @@ class Tune:
         rows = self.cells
         patterns = [_pattern(rows[first:first + _PATTERN_ROWS])
                     for first in range(0, len(rows), _PATTERN_ROWS)]
-        order = bytes(range(len(patterns)))
+        numbers = tuple(range(len(patterns)) if self.order is None else self.order)
+        if not 1 <= len(numbers) <= 256 or not 0 <= min(numbers) <= max(numbers) < len(patterns):
+            raise ValueError(f"Tune(): the order is 1 to 256 numbers of patterns, 0 to "
+                             f"{len(patterns) - 1}, not {numbers}")
+        order = bytes(numbers)
         out = b"Extended Module: " + _text(self.name, 20) + b"\x1a" + _text(self.maker, 20)
         out += struct.pack("<HI8H", 0x0104, 276, len(order), 0, self.channels, len(patterns),
                            len(self.instruments), 1, self.speed, self.tempo)  # 1: linear slides

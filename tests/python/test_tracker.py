@@ -19,6 +19,20 @@ def test_a_tune_reads_back_as_its_rows(tmp_path):
     assert music.rows[0].length == 5 * 250 / 150 and music.rows[50].length == 10 * 250 / 150
 
 
+def test_patterns_are_played_in_their_order(tmp_path):
+    tune = Tune(rows=128, channels=1, tempo=250, speed=2)
+    tune.order = [1, 0, 1]
+    music = tune.write(str(tmp_path / "tune.xm"))
+    assert len(music.rows) == 192 and music.end == 2 * 192
+    tune.order = [0, 2]
+    with pytest.raises(ValueError, match=r"numbers of patterns, 0 to 1, not \(0, 2\)"):
+        tune.bytes()
+    for order in ((), (-1,), (0,) * 257):
+        tune.order = order
+        with pytest.raises(ValueError, match="the order is 1 to 256 numbers"):
+            tune.bytes()
+
+
 def test_the_same_tune_has_the_same_bytes():
     def make():
         tune = Tune(rows=8, channels=1, name="näme", maker="me")
