@@ -50,6 +50,18 @@ def test_commands_run_as_printed(tmp_path):
     assert difference < 3.0, f"{difference} on average; keep the sheet.png of the ten minutes"
 
 
+def test_xml_of_the_how_to_stands_in_the_document(tmp_path):
+    dpk = program("DPK")
+    subprocess.run([dpk, "new", "mine"], cwd=tmp_path, check=True, capture_output=True)
+    subprocess.run([dpk, "build", "mine"], cwd=tmp_path, check=True, capture_output=True)
+    document = (tmp_path / "mine/demo.xml").read_text(encoding="utf-8")
+    samples = blocks("how-to.md", "xml")
+    assert len(samples) == 2 and all(sample in document for sample in samples)
+    sections = re.findall(r"^<([a-z_]+)", document, re.MULTILINE)
+    told = re.search(r"stand in one order: ([a-z,\s]+)\.", (BOOK / "how-to.md").read_text("utf-8"))
+    assert len(re.split(r",\s", told[1])) == len(sections), sections
+
+
 def run_listing(code, folder):
     return subprocess.run([sys.executable, "-B", "-c", code], cwd=folder, capture_output=True,
                           text=True)
