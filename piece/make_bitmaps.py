@@ -56,18 +56,6 @@ def cloud():
     return 128, 128, 4, pixel
 
 
-def vignette():
-    """Darkness growing towards the corners."""
-
-    def pixel(x, y):
-        dx = (x - 31.5) / 32.0
-        dy = (y - 31.5) / 32.0
-        r = math.sqrt(dx * dx + dy * dy) / 1.4
-        return (0.0, 0.0, 0.0, math.sqrt(0.62 * smooth((r - 0.42) / 0.62)))
-
-    return 64, 64, 4, pixel
-
-
 def glow():
     def pixel(x, y):
         dx = (x - 31.5) / 32.0
@@ -164,10 +152,10 @@ def sky(stops, seed, bands):
     return 128, 256, 3, pixel
 
 
-def night():
-    return sky([(0.0, (0.010, 0.014, 0.035)), (0.30, (0.020, 0.032, 0.080)),
-                (0.49, (0.085, 0.095, 0.175)), (0.51, (0.020, 0.022, 0.045)),
-                (1.0, (0.0, 0.0, 0.01))], 5, (0.050, 0.055, 0.110))
+def dusk():
+    return sky([(0.0, (0.04, 0.03, 0.16)), (0.26, (0.20, 0.06, 0.34)), (0.40, (0.56, 0.10, 0.42)),
+                (0.47, (0.96, 0.22, 0.44)), (0.497, (1.0, 0.50, 0.40)), (0.51, (0.30, 0.08, 0.20)),
+                (1.0, (0.05, 0.01, 0.06))], 5, (0.30, 0.05, 0.34))
 
 
 def dawn():
@@ -207,13 +195,12 @@ def blank(width, height):
 BITMAPS = {
     "flare": flare,
     "cloud": cloud,
-    "vignette": vignette,
     "glow": glow,
     "vectors": vectors,
     "bumps": bumps,
     "marble": marble,
     "moonlight": moonlight,
-    "night": night,
+    "dusk": dusk,
     "dawn": dawn,
     "room": room,
     # Bitmaps that the piece draws into. Their sizes fit into the smallest window.

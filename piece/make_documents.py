@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Writes the documents of the piece: loading.xml, and demo.xml, which plays for 96 seconds.
+"""Writes the documents of the piece: loading.xml, and demo.xml, which plays for two minutes.
 
     make_documents.py [folder]      the folder defaults to that of this script
 
@@ -24,14 +24,17 @@ from make_models import LETTERS, LINES, MODELS, SPACING, TITLE
 
 BEAT = 50
 BAR = 200
-END = 9600
+END = 12000
 
 # Rows: what is drawn later lies on top. The first two draw into bitmaps.
-TARGET, TARGET_FRONT, SKY, STAGE, FRONT, GLOW, BLOOM, TEXT, LENS, FLASH, BARS, FADE = range(12)
+(TARGET, TARGET_FRONT, SKY, GLOW_BEHIND, STAGE, FRONT, GLOW, BLOOM, TEXT, FLASH, BARS,
+ FADE) = range(12)
 
-NIGHT = Color(0.010, 0.016, 0.034)
+NIGHT = Color(0.030, 0.030, 0.070)
+DUSK = Color(0.20, 0.035, 0.15)
+PLUM = Color(0.34, 0.09, 0.24)
+ROSE = Color(1.0, 0.10, 0.40)
 STEEL = Color(0.30, 0.36, 0.46)
-STONE = Color(0.52, 0.51, 0.53)
 BONE = Color(0.86, 0.82, 0.74)
 BLUE = Color(0.16, 0.34, 0.74)
 EMBER = Color(1.0, 0.42, 0.10)
@@ -45,6 +48,11 @@ FAR = -0.9995  # in the unit square's depth: behind all that lies within 200
 def turning(knots, first, last):
     """A color on its way: all of `first` where a knot is 0, of `last` where it is 1."""
     return tuple(spline([(t, a + (b - a) * k) for t, k in knots]) for a, b in zip(first, last))
+
+
+def shot(start, end, first, last, fov, roll=0.0):
+    """A stretch of a part, and a camera that goes on it from one (eye, target) to another."""
+    return start, end, path([(0, *first), (end - start, *last)], fov, roll)
 
 
 # A stroke on each beat, falling off until the next.
@@ -171,7 +179,8 @@ def make_textures():
                          | emboss(4) | blur()) * 0.8 + white * 0.25) * sand).named("ground")
     # Goes once from pole to pole, where it is dark.
     textures.nebula = ((large * 0.45 + middle * 0.30 + small * 0.18 | ripple(0.04, 0.05, 2, 1)
-                        | blur()) * (belt * 1.4) * (belt * 1.4) * (slate * 0.62)
+                        | blur()) * (belt * 1.5) * (belt * 1.2) * 1.5
+                        + low * 0.22
                        | offset(-64, 90)).named("nebula")
     # Mirrored surroundings: lamps behind a ripple, brighter towards the rim.
     textures.gilt = (((bands * 0.8 * (bands * 1.5) | ripple(0.03, 0.06, 2, 2)) + lamps * 0.7
@@ -201,17 +210,24 @@ class Piece:
         self.textures = make_textures()
         self.models = load_models(list(MODELS) + title_models() + list(LINES))
         self.bitmaps = SimpleNamespace(**{name: Bitmap(name + ".png") for name in BITMAPS})
-        self.night = recipes.color(NIGHT, name="night")
         self.darkness = recipes.color(BLACK, name="darkness")
         self.black = recipes.color_on_top(BLACK, name="black")
-        self.dust = recipes.color((0.62, 0.70, 0.88), name="dust")
+        self.starlight = recipes.added_bitmap((0.80, 0.88, 1.0), bitmap=self.bitmaps.glow,
+                                              name="starlight")
         self.document = Document("quorvale.xm")
         self.document.keep(*vars(self.textures).values(), *vars(self.models).values(),
                            *vars(self.bitmaps).values())
         self.rows = self.document.rows(12)
+        self.gradient = effects.test(line(0.0, 255.0, 400).looped(), 0.0, size=64, name="gradient")
+        self.at = 0  # where the part that is being written begins
         self.stages = SimpleNamespace()  # scenes that later parts show again
-        self.bloomed = []  # stretches whose light runs over
-        self.nebula_sky()
+        self.fogs = {}
+        self.skies = {name: self.nebula_sky(name, color) for name, color in
+                      (("blue", Color(0.44, 0.66, 1.0)), ("rose", Color(1.0, 0.22, 0.50)),
+                       ("violet", Color(0.72, 0.36, 1.0)))}
+        over = self.stages.bloom = Scene(name="bloom")
+        over.add(self.models.square, recipes.added_bitmap(
+            (0.8, 0.7, 0.66), bitmap=self.bitmaps.bloom, name="bloom light"), position=(0.5, 0.5, 0.9))
 
     def lit(self, material, rim=None, rim_color=None, bumps=False):
         """A material with an added one for the light `rim`, over the bumps of a hammered plate if
@@ -223,161 +239,211 @@ class Piece:
                                                 bitmap=pair[0], bitmap2=pair[1],
                                                 name=material.name + " rim"))
 
+    def metal(self, name, light, rim=None, rim_color=None, color=WHITE):
+        """A material that mirrors a room, which turns with the object."""
+        return self.lit(recipes.lit_bitmap_environment(color, light=light, bitmap=self.bitmaps.room,
+                                                       turns=True, name=name), rim, rim_color)
+
     def put(self, scene, model, lit, **placement):
         """An object, drawn a second time for its other light if its material has one."""
         scene.add(model, lit.material, **placement)
         if lit.rim is not None:
             scene.add(model, lit.rim, **placement)
 
-    def nebula_sky(self):
-        nebula = recipes.texture((0.70, 0.82, 1.0), texture=self.textures.nebula, name="nebula")
-        scene = self.stages.nebula = Scene(name="nebula")
-        scene.add(self.models.dome, nebula, rotation=(10.0, line(0.0, 12.0, 800), 16.0), scale=40.0)
-        scene.add(self.models.dust, self.dust, scale=30.0, rotation=(30.0, line(0.0, 8.0, 800), 0.0))
-
-    def fog(self, start, end, material=None):
-        return Fog(start, end, material or self.night)
-
-    def backdrop(self, start, end, scene, camera, offset=0, row=SKY, how="simple"):
-        """A scene about the camera, which only turns in it."""
-        self.rows[row].show(scene, camera.turning_only(), start, end, how=how, offset=offset)
-
-    def glow(self, name, camera, length, material, side, position=(0.0, 0.0, 0.0)):
-        """A scene of one light that faces a camera."""
-        scene = Scene(name=name)
-        scene.add(self.models.square, material, position=position, rotation=camera.facing(length),
-                  scale=(side, side, 1.0))
+    def nebula_sky(self, name, color):
+        """Clouds of light about the camera, brighter on each beat, and the stars before them."""
+        nebula = recipes.texture((BEAT_PULSE * 0.45 + 0.85) * color, texture=self.textures.nebula,
+                                 name=name + " nebula")
+        scene = Scene(name=name + " nebula")
+        scene.add(self.models.dome, nebula, rotation=(10.0, line(0.0, 24.0, 800), 16.0), scale=40.0)
+        scene.add(self.models.stars, self.starlight, scale=30.0,
+                  rotation=(30.0, line(0.0, 16.0, 800), 0.0))
         return scene
 
-    def bloom(self, start, end, scene, camera, offset=0, fog=None):
-        """The scene once more in a bitmap of half the window's sides, for its light to run over."""
-        self.rows[TARGET].show(scene, camera, start, end, how="texture_quarter", offset=offset,
-                               fog=fog, target=self.bitmaps.bloom)
-        self.bloomed.append((start, end))
+    def fog(self, start, end, color=NIGHT):
+        material = self.fogs.setdefault(color, recipes.color(
+            color, name="fog %d" % (len(self.fogs) + 1)))
+        return Fog(start, end, material)
 
     def show(self, row, start, end, scene, camera, how="simple", **options):
-        self.rows[row].show(scene, camera, start, end, how=how, **options)
+        self.rows[row].show(scene, camera, self.at + start, self.at + end, how=how, **options)
+
+    def cut(self, row, shots, scene, how="simple", **options):
+        """One scene that goes on while its cameras change: shots of (start, end, camera)."""
+        for start, end, camera in shots:
+            ahead = start - shots[0][0]
+            self.show(row, start, end, scene, camera.later(ahead), how, offset=ahead, **options)
+
+    def sky(self, shots, scene):
+        """A scene about the cameras, which only turn in it."""
+        self.cut(SKY, [(start, end, camera.turning_only()) for start, end, camera in shots], scene)
+
+    def glow(self, row, view, material, side, **placement):
+        """A light that faces the camera of a view, (start, end, camera); the scene that holds it."""
+        start, end, camera = view
+        scene = Scene(name="%s %d" % (material.name, self.at + start))
+        scene.add(self.models.square, material, rotation=camera.facing(end - start),
+                  scale=(side, side, 1.0), **placement)
+        self.show(row, start, end, scene, camera, "link")
+        return scene
+
+    def bloom(self, start, end, scene, camera, **options):
+        """The scene once more in a bitmap of half the window's sides, and its light runs over."""
+        self.show(TARGET, start, end, scene, camera, "texture_quarter", target=self.bitmaps.bloom,
+                  **options)
+        self.show(BLOOM, start, end, self.stages.bloom, FLAT, "link")
+
+    def words(self, start, end, name):
+        """A line of text on a dark band."""
+        shown = line(0.0, 1.0, 30).then(hold(1.0, end - start - 70)).then(line(1.0, 0.0, 40))
+        scene = Scene(name=name)
+        scene.add(self.models.square, recipes.effect(
+            (0.42, 0.03, 0.20), effect=self.gradient, alpha=shown * 0.85, name=name + " band"),
+            position=(0.0, -5.0, 0.0), scale=(40.0, 2.3, 1.0))
+        scene.add(getattr(self.models, name), recipes.color_on_top(
+            CREAM, alpha=shown, name=name + " ink"), position=(0.0, -5.0, 0.0),
+            scale=(line(1.08, 1.16, end - start), 1.1, 1.0))
+        self.show(TEXT, start, end, scene, look((0.0, 0.0, 18.0), (0.0, 0.0, 0.0), 45.0),
+                  "clear_depth")
 
 
-def add_void(piece):
-    """0 to 8 s: an ember in its shell, far off in the dark."""
-    breath = ease_in(0.35, 1.0, BAR).swinging()
-    inside = Light(breath * (EMBER * 1.7), name="void inside")
-    moon = Light((0.85, 0.92, 1.0), (-6.0, 7.0, 9.0), name="void moon")
-    shell = piece.lit(recipes.lit_color(STEEL * 0.9, light=inside, name="void shell"), moon,
-                      Color(0.46, 0.54, 0.70), bumps=True)
-    ember = recipes.texture(breath * Color(1.0, 0.86, 0.70), texture=piece.textures.lava,
-                            name="void ember")
-    glow = recipes.added_texture_on_top(breath * (EMBER * 0.75), texture=piece.textures.halo,
-                                        name="void glow")
+def add_opening(piece):
+    """0 to 8 s: through hoops of gold and rose into a light, and out of it the title, a letter on
+    each beat."""
+    ahead = Light((BEAT_PULSE * 0.8 + 0.9) * GOLD, (0.0, 0.0, line(0.0, -100.0, 400)),
+                  ambient=(0.3, 0.2, 0.2), name="hoop light")
+    gold = piece.metal("hoops", ahead).material
+    rose = recipes.color((BEAT_PULSE * 0.55 + 0.45) * ROSE, name="rose hoops")
+    shard = recipes.bitmap_environment((BEAT_PULSE * 0.5 + 0.7) * Color(1.0, 0.80, 0.66),
+                                       bitmap=piece.bitmaps.room, name="flying shards")
+    core = recipes.texture(CREAM, texture=piece.textures.lava, name="opening core")
+    glare = recipes.added_texture_on_top((BEAT_PULSE * 0.4 + 0.6) * GOLD,
+                                         texture=piece.textures.halo, name="opening glare")
+    scene = piece.stages.tunnel = Scene(name="tunnel")
+    for material, z in ((gold, 0.0), (rose, -3.0)):
+        scene.add(piece.models.ring, material, position=(0.0, 0.0, z),
+                  rotation=(90.0, 0.0, line(0.0, 90.0, 400)), scale=(2.7, 9.0, 2.7),
+                  manipulators=[x_multiplier(18.0, (0.0, 0.0, -6.0), (0.0, 0.0, 9.0))])
+    for x, y in ((-5.4, -3.2), (3.4, 2.6), (-4.6, 3.4), (3.8, -4.2)):
+        scene.add(piece.models.shard, shard, position=(x, y, -4.0),
+                  rotation=(60.0, line(0.0, 180.0, 400), 0.0), scale=(0.5, 1.4, 0.5),
+                  manipulators=[xyz_multiplier((2, 1, 12), (1.8, 0, -9), (30, 50, 70))])
+    scene.add(piece.models.ember, core, position=(0.0, 0.0, -116.0), scale=3.2,
+              rotation=(0.0, line(0.0, 120.0, 400), 0.0))
+    flight = path([(0, (0.5, 0.3, 5), (0, 0, -12)), (90, (-0.5, 0.5, -12), (0, 0, -40)),
+                   (190, (0.6, -0.4, -40.0), (0.0, 0.0, -90.0)),
+                   (300, (-0.4, 0.3, -76.0), (0.0, 0.0, -116.0)),
+                   (400, (0.0, 0.0, -111.0), (0.0, 0.0, -118.0))],
+                  BEAT_PULSE * -12.0 + 84.0, roll=spline([(0, -20.0), (200, 25.0), (400, 0.0)]))
+    piece.sky([(0, 400, flight)], piece.skies["rose"])
+    piece.show(STAGE, 0, 400, scene, flight, "clear_depth", fog=piece.fog(18.0, 80.0, DUSK))
+    piece.glow(GLOW, (0, 400, flight), glare, ease_in(16, 26, 400), position=(0.0, 0.0, -114.0))
 
-    camera = path([(0, (5.0, 3.0, 15.0), (0.0, 0.4, 0.0)), (260, (3.6, 1.8, 10.6), (0.0, 0.2, 0.0)),
-                   (560, (0.6, 0.5, 6.4), (0.0, 0.0, 0.0)), (800, (-2.2, -0.3, 4.3), (0.0, 0.0, 0.0))],
-                  48.0)
-    scene = piece.stages.void = Scene(name="void")
-    turn = (line(0.0, 26.0, 800), line(0.0, 120.0, 800), 0.0)
-    piece.put(scene, piece.models.shell, shell, rotation=turn, scale=1.6)
-    scene.add(piece.models.ember, ember, scale=0.52, rotation=turn)
-    light = piece.glow("void glow", camera, 800, glow, wave(9.0, 0.6, BAR, 0.75))
-
-    piece.backdrop(0, 800, piece.stages.nebula, camera)
-    piece.show(STAGE, 0, 800, scene, camera, "clear_depth", fog=piece.fog(14.0, 60.0))
-    piece.show(GLOW, 0, 800, light, camera, "link")
-
-
-def add_thread(piece):
-    """8 to 12 s: along the knot, lit by what passes; a line of text."""
-    warm = Light((HALF_PULSE * 0.8 + 1.1) * Color(1.0, 0.74, 0.46),
-                 (wave(0.0, 2.4, 200), wave(0.0, 2.4, 200, 0.25), 1.4), name="thread warm")
-    cold = Light(BLUE * 1.0, (-3.0, -4.0, -5.0), name="thread cold")
-    thread = piece.lit(recipes.lit_environment(WHITE, light=warm, texture=piece.textures.gilt,
-                                               name="thread"), cold, BONE * 0.3)
-    wire = recipes.wireframe(GOLD, alpha=HALF_PULSE * 0.35, name="thread wire")
-    scene = piece.stages.thread = Scene(name="thread")
-    turn = (line(-20.0, 10.0, 400), line(0.0, 50.0, 400), 0.0)
-    piece.put(scene, piece.models.knot, thread, rotation=turn)
-    scene.add(piece.models.knot, wire, rotation=turn, scale=1.012)
-    first = path([(0, (1.9, -1.0, 1.1), (0.5, 0.2, 0.0)), (200, (0.9, -1.5, 1.3), (0.0, 0.4, 0.0))],
-                 52.0)
-    second = path([(0, (-0.6, 0.5, 3.6), (0.0, 0.0, 0.0)), (200, (0.2, 0.1, 4.6), (0.0, 0.0, 0.0))],
-                  46.0)
-    for start, camera, offset, fog in ((800, first, 0, piece.fog(1.2, 7.0)),
-                                       (1000, second, 200, piece.fog(3.0, 12.0))):
-        piece.backdrop(start, start + 200, piece.stages.nebula, camera, offset)
-        piece.show(STAGE, start, start + 200, scene, camera.later(offset), "clear_depth",
-                   offset=offset, fog=fog)
-
-    gleam = effects.test(line(0.0, 510.0, 400), 0.0, size=64, gray=True, name="gleam")
-    gleaming = recipes.effect(CREAM, effect=gleam, name="gleam line",
-                              alpha=line(0.0, 1.0, 40).then(hold(1.0, 220))
-                              .then(line(1.0, 0.0, 60)).then(0.0))
-    words = Scene(name="words_real_time")
-    words.add(piece.models.words_real_time, gleaming, position=(0.0, -5.1, 0.0),
-              scale=(line(0.62, 0.68, 340), 0.62, 1.0))
-    piece.show(TEXT, 840, 1180, words, look((0.0, 0.0, 18.0), (0.0, 0.0, 0.0), 45.0), "clear_depth")
-
-
-def add_title(piece):
-    """12 to 16 s: the title, a letter on each beat."""
-    warm = Light(GOLD * 1.3, (line(-3.0, 9.0, 400), 1.5, 6.0), name="title warm")
-    cold = Light(BLUE * 1.2, (2.0, -6.0, -3.0), name="title cold")
-    title = piece.lit(recipes.lit_bitmap_environment(CREAM, light=warm, bitmap=piece.bitmaps.room,
-                                                     name="title"), cold, CREAM * 0.6)
-    face = recipes.added_environment((BEAT_PULSE * 0.5 + 0.35) * (GOLD * 0.8),
+    warm = Light(GOLD * 1.5, (line(-3.0, 9.0, 400), 1.5, 6.0), ambient=(0.2, 0.1, 0.1),
+                 name="title warm")
+    cold = Light(ROSE * 1.5, (2.0, -6.0, -3.0), name="title rose")
+    title = piece.metal("title", warm, cold, CREAM * 0.7, color=CREAM)
+    face = recipes.added_environment((BEAT_PULSE * 0.8 + 0.35) * GOLD,
                                      texture=piece.textures.sheen, name="title face")
+    wash = recipes.added_texture_on_top((BEAT_PULSE * 0.7 + 0.15) * ROSE,
+                                        texture=piece.textures.halo, name="title wash")
     scene = Scene(name="title")
     # Each letter does the same a beat after the one before. Ahead of its beat its time lies before
     # 0, which counts as the far end of time: there the letter is hidden.
     swing = ring_down(0.0, 75.0, 55.0, 190).then(0.0)
-    depth = ease_out(-2.5, 0.0, 40).then(0.0)
+    depth = ease_out(5.0, 0.0, 24).then(0.0)
     for k, (letter, x) in enumerate(title_places()):
         placement = {"position": (x, 0.0, depth), "rotation": (0.0, swing, 0.0),
                      "visible": levels([(0, 1.0), (500, 0.0)]), "shift": -1.0 * k * BEAT}
         model = getattr(piece.models, letter)
         piece.put(scene, model, title, **placement)
         scene.add(model, face, **placement)
-    camera = path([(0, (-2.2, -0.9, 8.0), (-0.5, 0.0, 0.0)), (400, (0.6, 0.4, 9.4), (0.0, 0.0, 0.0))],
-                  spline([(0, 50.0), (240, 49.0), (340, 48.0), (400, 40.0)]))
-    piece.bloom(1200, 1600, scene, camera)
-    piece.backdrop(1200, 1600, piece.stages.nebula, camera, 400)
-    piece.show(STAGE, 1200, 1600, scene, camera, "clear_depth")
+    camera = path([(0, (-0.8, -0.7, 8.2), (0, 0, 0)), (400, (0.5, 0.3, 8.6), (0, 0, 0))],
+                  BEAT_PULSE * -5.0 + 56.0)
+    piece.bloom(400, 800, scene, camera)
+    piece.sky([(400, 800, camera)], piece.skies["violet"])
+    piece.glow(GLOW_BEHIND, (400, 800, camera), wash, 9.0)
+    piece.show(STAGE, 400, 800, scene, camera, "clear_depth")
+
+
+def add_void(piece):
+    """8 to 16 s: silence, an ember in its shell."""
+    breath = ease_in(0.55, 1.0, BAR).swinging()
+    inside = Light(breath * (EMBER * 2.0), name="void inside")
+    moon = Light((1.0, 0.72, 0.86), (-6.0, 7.0, 9.0), name="void moon")
+    shell = piece.lit(recipes.lit_color(STEEL, light=inside, name="void shell"), moon,
+                      Color(0.62, 0.66, 0.86), bumps=True)
+    ember = recipes.texture(breath * Color(1.0, 0.86, 0.70), texture=piece.textures.lava,
+                            name="void ember")
+    glow = recipes.added_texture_on_top(breath * EMBER, texture=piece.textures.halo,
+                                        name="void glow")
+    camera = path([(0, (4.0, 2.4, 8.6), (0.0, 0.3, 0.0)), (300, (2.4, 1.2, 6.4), (0.0, 0.0, 0.0)),
+                   (560, (-0.6, 0.3, 4.8), (0, -0.3, 0)), (800, (-2.4, -0.3, 3.2), (0, 0, 0))],
+                  52.0)
+    scene = piece.stages.void = Scene(name="void")
+    turn = (line(0.0, 26.0, 800), line(0.0, 120.0, 800), 0.0)
+    piece.put(scene, piece.models.shell, shell, rotation=turn, scale=1.6)
+    scene.add(piece.models.ember, ember, scale=0.56, rotation=turn)
+    piece.sky([(0, 800, camera)], piece.skies["blue"])
+    piece.show(STAGE, 0, 800, scene, camera, "clear_depth", fog=piece.fog(14.0, 60.0))
+    piece.glow(GLOW, (0, 800, camera), glow, wave(6.4, 0.6, BAR, 0.75))
+    piece.words(420, 780, "words_real_time")
+
+
+def add_thread(piece):
+    """16 to 24 s: along the knot, lit by what passes."""
+    warm = Light((HALF_PULSE * 0.8 + 1.1) * Color(1.0, 0.74, 0.46),
+                 (wave(0.0, 2.4, 200), wave(0.0, 2.4, 200, 0.25), 1.4),
+                 ambient=(0.22, 0.14, 0.14), name="thread warm")
+    cold = Light(ROSE * 1.4, (-3.0, -4.0, -5.0), name="thread rose")
+    thread = piece.lit(recipes.lit_environment(WHITE, light=warm, texture=piece.textures.gilt,
+                                               name="thread"), cold, BONE * 0.4)
+    scene = piece.stages.thread = Scene(name="thread")
+    turn = (line(-20.0, 10.0, 800), line(0.0, 100.0, 800), 0.0)
+    piece.put(scene, piece.models.knot, thread, rotation=turn)
+    kick = HALF_PULSE * -3.0
+    shots = [shot(0, 200, ((1.9, -1, 1.1), (0.5, 0.2, 0)), ((0.9, -1.5, 1.3), (0, 0.4, 0)), kick + 58),
+             shot(200, 400, ((-0.4, 1.7, 1.2), (0.4, 0, 0)), ((0.9, 1.5, 1.5), (0, 0, 0)), kick + 62),
+             shot(400, 600, ((2.6, 0.2, 1.5), (0, 0, 0)), ((2, 0.9, 2.2), (0, 0, 0)), kick + 56),
+             shot(600, 800, ((-0.6, 0.5, 2.5), (0, 0, 0)), ((0.2, 0.1, 4), (0, 0, 0)), kick + 52)]
+    piece.sky(shots, piece.skies["violet"])
+    piece.cut(STAGE, shots, scene, "clear_depth", fog=piece.fog(2.0, 12.0, DUSK))
 
 
 def add_arcade(piece):
-    """16 to 24 s: down an arcade, a light running ahead on each kick, towards a gate."""
+    """24 to 32 s: down an arcade, a light running ahead on each kick, towards a gate."""
     ahead = line(-2.0, -26.0, BAR).looped()
-    warm = Light((BEAT_PULSE * 1.2 + 0.5) * EMBER, (0.0, 2.2, ahead), name="arcade warm")
-    cold = Light(BLUE * 0.9, (-8.0, 14.0, -12.0), name="arcade cold")
-    stone = piece.lit(recipes.lit_texture((0.95, 0.92, 0.90), light=warm, name="arcade stone",
-                                          texture=piece.textures.stone), cold, STONE * 0.6)
-    ground = recipes.lit_texture(WHITE * 0.9, light=warm, texture=piece.textures.bricks,
+    warm = Light((BEAT_PULSE * 1.2 + 0.7) * EMBER, (0.0, 2.2, ahead), ambient=(0.36, 0.12, 0.24),
+                 name="arcade warm")
+    stone = recipes.lit_texture(WHITE, light=warm, texture=piece.textures.stone,
+                                name="arcade stone")
+    ground = recipes.lit_texture(WHITE, light=warm, texture=piece.textures.bricks,
                                  name="arcade floor")
     wire = recipes.wireframe(GOLD, alpha=BEAT_PULSE * 0.5, width=1.5, name="arcade wire")
     portal = recipes.bitmap((BEAT_PULSE * 0.2 + 0.8) * WHITE, bitmap=piece.bitmaps.portal,
                             name="gate")
     scene = piece.stages.arcade = Scene(name="arcade")
-    bays = x_multiplier(12.0, (0.0, 0.0, -4.0))
-    piece.put(scene, piece.models.arcade, stone, manipulators=[bays])
+    scene.add(piece.models.arcade, stone, manipulators=[x_multiplier(12, (0, 0, -4))])
     scene.add(piece.models.floor, ground, position=(0.0, -0.25, -22.0), scale=(10.0, 1.0, 26.0))
     scene.add(piece.models.arcade, wire, position=(0.0, 0.0, -8.0),
-              manipulators=[x_multiplier(4.0, (0.0, 0.0, -12.0))])
+              manipulators=[x_multiplier(3.0, (0.0, 0.0, -12.0))])
     gate = Scene(name="gate")
     gate.add(piece.models.square, portal, position=(0.0, 2.75, -48.0), scale=(9.6, -6.0, 1.0))
-    fog = piece.fog(6.0, 40.0)
-    piece.show(SKY, 1600, 2000, scene, path(
-        [(0, (0.0, 1.2, 4.0), (0.0, 3.0, -10.0)), (200, (0.5, 1.6, -4.5), (0.0, 3.2, -18.0)),
-         (400, (-0.4, 2.4, -13.0), (0.0, 4.0, -28.0))], 62.0), fog=fog)
-    piece.show(SKY, 2000, 2200, scene, path(
-        [(0, (8.5, 1.0, 0.0), (0.0, 4.0, -9.0)), (200, (7.6, 1.8, -4.0), (0.0, 4.0, -13.0))],
-        55.0).later(400), offset=400, fog=fog)
-    last = path([(0, (0.0, 1.3, -17.0), (0.0, 3.4, -48.0)), (120, (0.0, 1.9, -31.0), (0.0, 2.9, -48.0)),
+    last = path([(0, (0, 1.3, -17), (0, 3.4, -48)), (120, (0, 1.9, -31), (0, 2.9, -48)),
                  (200, (0.0, 2.6, -44.6), (0.0, 2.75, -48.0))],
                 spline([(0, 58.0), (120, 62.0), (200, 72.0)]))
-    piece.show(SKY, 2200, 2400, scene, last.later(600), offset=600, fog=fog)
-    piece.show(STAGE, 2200, 2400, gate, last, "link", fog=piece.fog(14.0, 60.0))
-    piece.show(TARGET, 2200, 2400, piece.stages.machine,
+    shots = [(0, 400, path(
+        [(0, (0.0, 1.2, 4.0), (0.0, 3.0, -10.0)), (200, (0.5, 1.6, -4.5), (0.0, 3.2, -18.0)),
+         (400, (-0.4, 2.4, -13.0), (0.0, 4.0, -28.0))], BEAT_PULSE * -5.0 + 66.0)),
+             shot(400, 600, ((8.5, 1, 0), (0, 4, -9)), ((7.6, 1.8, -4), (0, 4, -13)),
+                  BEAT_PULSE * -5 + 60),
+             (600, 800, last)]
+    piece.sky(shots, piece.skies["rose"])
+    piece.cut(STAGE, shots, scene, "clear_depth", fog=piece.fog(10.0, 70.0, DUSK))
+    piece.show(FRONT, 600, 800, gate, last, "link", fog=piece.fog(14.0, 80.0, DUSK))
+    piece.show(TARGET, 600, 800, piece.stages.machine,
                look((-2.6, -1.0, 3.4), (0.6, 0.4, 0.0), 56.0), "texture_wide",
-               fog=piece.fog(4.0, 13.0), target=piece.bitmaps.portal)
+               fog=piece.fog(6.0, 24.0, DUSK), target=piece.bitmaps.portal)
 
 
 GEARS = [  # radius, x, y, direction and start in degrees
@@ -387,81 +453,85 @@ GEARS = [  # radius, x, y, direction and start in degrees
 
 
 def add_machine(piece):
-    """24 to 30 s: wheels, one stroke on each beat."""
+    """32 to 38 s: wheels, one stroke on each beat, before a wall that glows."""
     turns = ease_in(0.0, 15.0, 12)
     for k in range(1, 8):
         turns = turns.then(hold(15.0 * k, 38)).then(ease_in(0.0, 15.0, 12) + 15.0 * k)
     turns = turns.then(hold(120.0, 38)).looped()
-    warm = Light((BEAT_PULSE * 0.7 + 0.8) * Color(1.0, 0.62, 0.32), (3.0, 3.5, 3.0),
-                 name="machine warm")
-    cold = Light(BLUE * 1.0, (-6.0, -3.0, -2.0), name="machine cold")
-    brass = piece.lit(recipes.lit_bitmap_environment(WHITE, light=warm, bitmap=piece.bitmaps.room,
-                                                     turns=True, name="brass"), cold, STEEL * 0.6)
-    iron = piece.lit(recipes.lit_texture(STEEL * 1.7, light=warm, texture=piece.textures.brushed,
-                                         name="iron"), cold, STEEL * 0.8)
+    warm = Light((BEAT_PULSE * 0.7 + 0.9) * Color(1.0, 0.62, 0.32), (3.0, 3.5, 3.0),
+                 ambient=(0.2, 0.16, 0.18), name="machine warm")
+    cold = Light(BLUE * 1.2, (-6.0, -3.0, -2.0), name="machine cold")
+    furnace = Light((BEAT_PULSE * 1.2 + 0.9) * ROSE, (wave(0.0, 5.0, 400), 1.0, -4.5),
+                    ambient=(0.42, 0.10, 0.30), name="furnace")
+    brass = piece.metal("brass", warm, cold, STEEL * 0.6)
+    iron = piece.lit(recipes.lit_texture(STEEL * 1.9, light=warm, texture=piece.textures.brushed,
+                                         name="iron"), cold, STEEL)
     wire = recipes.wireframe(GOLD, alpha=BEAT_PULSE * 0.5, width=1.2, name="machine wire")
-    wall = recipes.texture((0.26, 0.22, 0.22), texture=piece.textures.panels, name="machine wall")
+    wall = recipes.lit_texture(WHITE, light=furnace, texture=piece.textures.panels,
+                               name="machine wall")
     scene = piece.stages.machine = Scene(name="machine")
     scene.add(piece.models.floor, wall, position=(0.0, 0.0, -8.0), rotation=(90.0, 0.0, 0.0),
-              scale=(14.0, 1.0, 14.0))
+              scale=(32.0, 1.0, 32.0))
     depth = [x_multiplier(2.0, (0.9, -0.6, -2.6), (0.0, 0.0, 9.0))]
     for k, (radius, x, y, ratio, start) in enumerate(GEARS):
         metal = brass if k % 2 == 0 else iron
         placement = {"position": (x, y, 0.0), "rotation": (0.0, 0.0, turns * ratio + start),
                      "scale": (radius, radius, 1.6)}
-        scene.add(piece.models.gear, metal.material, manipulators=depth, **placement)
-        scene.add(piece.models.gear, metal.rim, **placement)
+        scene.add(piece.models.gear, metal.material, manipulators=depth if k % 2 == 0 else (),
+                  **placement)
+        if k < 3:
+            scene.add(piece.models.gear, metal.rim, **placement)
     scene.add(piece.models.gear, wire, rotation=(0.0, 0.0, turns), scale=(2.02, 2.02, 1.75))
-    fog = piece.fog(4.0, 17.0)
-    piece.show(SKY, 2400, 2600, scene, path(
-        [(0, (-2.6, -1.0, 3.4), (0.6, 0.4, 0.0)), (200, (-1.2, -0.2, 3.8), (0.8, 0.3, 0.0))], 56.0),
-        fog=fog)
-    piece.show(SKY, 2600, 2800, scene, path(
-        [(0, (5.2, 2.6, 3.2), (1.4, 0.2, -1.0)), (200, (4.2, 3.2, 4.2), (1.0, 0.2, -1.0))],
-        50.0).later(200), offset=200, fog=fog)
-    piece.show(SKY, 2800, 3000, scene, path(
-        [(0, (0.2, 0.1, 2.2), (0.0, 0.0, 0.0)), (200, (0.4, 0.5, 8.4), (0.4, 0.2, 0.0))], 60.0,
-        roll=spline([(0, 0.0), (100, 12.0), (200, 40.0)])).later(400), offset=400, fog=fog)
+    kick = BEAT_PULSE * -4.0
+    piece.cut(STAGE, [
+        shot(0, 200, ((-2.6, -1, 3.4), (0.6, 0.4, 0)), ((-1.2, -0.2, 3.8), (0.8, 0.3, 0)), kick + 58),
+        shot(200, 400, ((5.2, 2.6, 3.2), (1.4, 0.2, -1)), ((4.2, 3.2, 4.2), (1, 0.2, -1)), kick + 52),
+        shot(400, 600, ((0.2, 0.1, 2.2), (0, 0, 0)), ((0.4, 0.5, 7.4), (0.4, 0.2, 0)),
+             kick + 62, roll=spline([(0, 0), (100, 12), (200, 40)]))],
+        scene, fog=piece.fog(8.0, 30.0, DUSK))
 
 
 def add_roll(piece):
-    """30 to 32 s: one picture a beat, closing in."""
+    """38 to 40 s: one picture a beat, closing in."""
     closing = line(60.0, 44.0, BEAT)
-    shots = [(piece.stages.machine, look((0.9, 1.2, 1.7), (0.2, 0.2, 0.0), closing), 600),
-             (piece.stages.thread, look((0.5, -1.3, 1.3), (0.0, 0.3, 0.0), closing), 100),
-             (piece.stages.arcade, look((0.0, 0.4, -2.0), (0.0, 5.4, -9.0), line(74.0, 50.0, BEAT)),
-              500),
-             (piece.stages.void, look((0.0, 0.0, 2.6), (0.0, 0.0, 0.0), line(60.0, 22.0, BEAT)),
-              740)]
-    for k, (scene, camera, offset_) in enumerate(shots):
-        piece.show(SKY, 3000 + k * BEAT, 3050 + k * BEAT, scene, camera.later(offset_),
-                   offset=offset_, fog=piece.fog(3.0, 22.0))
+    shots = [(piece.stages.machine, "rose", look((0.9, 1.2, 1.7), (0.2, 0.2, 0.0), closing), 600),
+             (piece.stages.tunnel, "violet", look((0.3, 0.2, -20.0), (0.0, 0.0, -40.0),
+                                                  line(100.0, 60.0, BEAT)), 100),
+             (piece.stages.arcade, "rose", look((0.0, 0.4, -2.0), (0.0, 5.4, -9.0),
+                                                line(74.0, 50.0, BEAT)), 500),
+             (piece.stages.void, "blue", look((0.0, 0.0, 2.6), (0.0, 0.0, 0.0),
+                                              line(60.0, 22.0, BEAT)), 700)]
+    for k, (scene, sky, camera, offset_) in enumerate(shots):
+        start, end = k * BEAT, (k + 1) * BEAT
+        piece.sky([(start, end, camera)], piece.skies[sky])
+        piece.show(STAGE, start, end, scene, camera.later(offset_), "clear_depth", offset=offset_,
+                   fog=piece.fog(5.0, 40.0, DUSK))
 
 
 def add_hero(piece):
-    """32 to 40 s: the blossom within its hoops."""
-    warm = Light((BEAT_PULSE * 0.5 + 0.9) * Color(1.0, 0.58, 0.26),
-                 (wave(0.0, 5.0, 400), 2.5, wave(0.0, 5.0, 400, 0.25)), name="hero warm")
-    cold = Light(BLUE * 1.2, (-6.0, -4.0, -5.0), name="hero cold")
-    blossom = recipes.environment((0.85, 0.58, 0.42), texture=piece.textures.gilt, name="blossom")
-    coat = recipes.added_bitmap_environment((BEAT_PULSE * 0.5 + 0.3) * Color(1.0, 0.72, 0.46),
+    """40 to 48 s: the blossom within its hoops."""
+    warm = Light((BEAT_PULSE * 0.6 + 1.0) * Color(1.0, 0.58, 0.26),
+                 (wave(0.0, 5.0, 400), 2.5, wave(0.0, 5.0, 400, 0.25)),
+                 ambient=(0.2, 0.12, 0.14), name="hero warm")
+    cold = Light(ROSE * 1.5, (-6.0, -4.0, -5.0), name="hero rose")
+    blossom = recipes.environment((1.0, 0.62, 0.50), texture=piece.textures.gilt, name="blossom")
+    coat = recipes.added_bitmap_environment((BEAT_PULSE * 0.6 + 0.3) * Color(1.0, 0.60, 0.62),
                                             bitmap=piece.bitmaps.room, turns=True,
                                             name="blossom coat")
     hoop = piece.lit(recipes.lit_environment(WHITE, light=warm, texture=piece.textures.gilt,
-                                             name="hoop"), cold, BONE * 0.5)
-    shard = recipes.lit_color((0.44, 0.42, 0.48), light=warm, name="shard")
-    glow = recipes.added_texture_on_top((BEAT_PULSE * 0.4 + 0.5) * (EMBER * 0.8),
+                                             name="hoop"), cold, BONE * 0.6)
+    shard = recipes.lit_color((1.0, 0.50, 0.62), light=warm, name="shard")
+    glow = recipes.added_texture_on_top((BEAT_PULSE * 0.5 + 0.5) * EMBER,
                                         texture=piece.textures.halo, name="hero glow")
-    plasma = effects.plasma(line(20.0, 60.0, 800), name="plasma")
-    air = recipes.effect((0.24, 0.12, 0.10), effect=plasma, name="hero air")
+    air = recipes.effect((BEAT_PULSE * 0.3 + 0.7) * Color(1.0, 0.24, 0.58), name="hero air",
+                         effect=effects.plasma(wave(51, 7, 800, 0.75), gray=True, name="plasma"))
     sky = Scene(name="hero air")
     sky.add(piece.models.square, air, position=(0.5, 0.5, FAR))
-
     scene = piece.stages.hero = Scene(name="hero")
     turn = (line(0.0, 40.0, 800), line(0.0, 200.0, 800), 0.0)
-    bend = [rippler(line(0.0, 25.0, 800), BEAT_PULSE * 0.05 + 0.03, 7.0)]
+    bend = [rippler(line(0.0, 25.0, 800), BEAT_PULSE * 0.10 + 0.03, 7.0)]
     for material in (blossom, coat):
-        scene.add(piece.models.blossom, material, rotation=turn, scale=BEAT_PULSE * 0.10 + 1.15,
+        scene.add(piece.models.blossom, material, rotation=turn, scale=BEAT_PULSE * 0.22 + 1.12,
                   manipulators=bend)
     rings = [x_multiplier(5.0, turn=(36.0, 0.0, 24.0), scale=(0.12,) * 3)]
     piece.put(scene, piece.models.ring, hoop,
@@ -472,187 +542,185 @@ def add_hero(piece):
         scene.add(piece.models.shard, shard, position=(-13.6, y, -13.6),
                   rotation=(20.0, line(0.0, 90.0 * tilt, 800), 0.0), scale=(0.7, 1.5, 0.7),
                   manipulators=[shards])
+    kick = BEAT_PULSE * -5.0
     shots = [
-        (0, 200, path([(0, (0.0, 0.4, 3.4), (0.0, 0.0, 0.0)), (200, (2.4, 1.4, 6.6), (0.0, 0.0, 0.0))],
-                      52.0)),
-        (200, 400, path([(0, (-4.4, 3.4, 3.4), (0.0, 0.0, 0.0)),
-                         (200, (-5.4, 1.0, 1.4), (0.0, 0.0, 0.0))], 50.0)),
-        (400, 800, path([(0, (6.0, -1.6, 4.8), (0.0, 0.2, 0.0)), (140, (4.0, -1.0, 6.4), (0.0, 0.2, 0.0)),
-                         (400, (-2.4, 1.8, 8.2), (0.0, 0.0, 0.0))],
-                        spline([(0, 46.0), (300, 50.0), (400, 58.0)]))),
-    ]
-    for k, (start, end, camera) in enumerate(shots):
-        light = piece.glow("hero glow %d" % (k + 1), camera, end - start, glow, 10.0)
-        piece.show(SKY, 3200 + start, 3200 + end, sky, FLAT, offset=start)
-        piece.show(STAGE, 3200 + start, 3200 + end, light, camera, "link")
-        piece.show(FRONT, 3200 + start, 3200 + end, scene, camera.later(start), "clear_depth",
-                   offset=start, fog=piece.fog(7.0, 34.0))
+        shot(0, 200, ((0, 0.4, 3.4), (0, 0, 0)), ((2.4, 1.4, 6), (0, 0, 0)), kick + 56),
+        shot(200, 400, ((-4.4, 3.4, 3.4), (0, 0, 0)), ((-5, 1, 1.4), (0, 0, 0)), kick + 54),
+        (400, 800, path([(0, (5.4, -1.6, 4.2), (0, 0.2, 0)), (140, (3.6, -1, 5.4), (0, 0.2, 0)),
+                         (400, (-2.4, 1.8, 7.2), (0.0, 0.0, 0.0))], kick + 54.0))]
+    piece.cut(SKY, [(start, end, FLAT) for start, end, _ in shots], sky)
+    for view in shots:
+        piece.glow(GLOW_BEHIND, view, glow, 9.0)
+    piece.cut(STAGE, shots, scene, "clear_depth", fog=piece.fog(7.0, 34.0, DUSK))
 
 
 def add_city(piece):
-    """40 to 48 s: over the masts at night, the ground overgrown with lights."""
-    warm = Light((BEAT_PULSE * 0.5 + 0.9) * EMBER,
-                 (wave(0.0, 22.0, 400), 1.2, wave(-18.0, 12.0, 400, 0.25)), name="city warm")
-    cold = Light(BLUE * 2.2, (-30.0, 26.0, -40.0), ambient=(0.02, 0.04, 0.10), name="city cold")
-    mast = piece.lit(recipes.lit_color(STEEL * 1.3, light=warm, name="mast"), cold)
+    """48 to 56 s: over the masts at dusk, the ground overgrown with lights."""
+    cold = Light((BEAT_PULSE * 0.8 + 1.6) * BLUE, (wave(-10.0, 30.0, 800), 26.0, 40.0),
+                 ambient=(0.24, 0.08, 0.26), name="city cold")
+    mast = recipes.lit_color(STEEL * 2.2, light=cold, name="mast")
     lights = effects.amoba(line(0.0, 80.0, 800), gray=True, name="lights")
-    ground = recipes.effect((BEAT_PULSE * 0.3 + 0.5) * Color(0.9, 0.38, 0.10), effect=lights,
+    ground = recipes.effect((BEAT_PULSE * 0.5 + 0.7) * Color(1.0, 0.32, 0.26), effect=lights,
                             name="ground")
-    beacon = recipes.added_bitmap((BEAT_PULSE * 0.7 + 0.3) * EMBER, bitmap=piece.bitmaps.glow,
+    beacon = recipes.added_bitmap((BEAT_PULSE * 0.8 + 0.2) * ROSE, bitmap=piece.bitmaps.glow,
                                   name="beacon")
-    night = recipes.bitmap(WHITE, bitmap=piece.bitmaps.night, name="city sky")
+    dusk = recipes.bitmap(WHITE, bitmap=piece.bitmaps.dusk, name="city sky")
     moon = recipes.two_bitmaps((1.0, 0.96, 0.90), bitmap=piece.bitmaps.marble,
                                bitmap2=piece.bitmaps.moonlight, name="moon")
-    haze = recipes.color((0.050, 0.056, 0.105), name="dusk haze")
-    sky = Scene(name="city sky")
-    sky.add(piece.models.dome, night, rotation=(0.0, 40.0, 0.0), scale=40.0)
-    sky.add(piece.models.dust, piece.dust, scale=6.0, rotation=(0.0, 0.0, 70.0))
-    sky.add(piece.models.ember, moon, position=(0.30, 0.36, -0.80), scale=0.11,
+    sky = piece.stages.dusk = Scene(name="city sky")
+    sky.add(piece.models.dome, dusk, rotation=(0.0, 40.0, 0.0), scale=40.0)
+    sky.add(piece.models.stars, piece.starlight, scale=6.0, rotation=(0.0, 0.0, 70.0))
+    sky.add(piece.models.ember, moon, position=(0.30, 0.36, -0.80), scale=0.13,
             rotation=(0.0, -20.0, 0.0))
     scene = piece.stages.city = Scene(name="city")
-    scene.add(piece.models.floor, ground, position=(0.0, 0.0, -20.0), scale=(44.0, 1.0, 44.0))
+    scene.add(piece.models.floor, ground, position=(0.0, 0.0, -20.0), scale=(60.0, 1.0, 60.0))
     masts = [xyz_multiplier((7.0, 1.0, 6.0), (6.0, 0.0, -8.0))]
-    piece.put(scene, piece.models.tower, mast, position=(-18.0, 0.0, 4.0), rotation=(0.0, 24.0, 0.0),
+    scene.add(piece.models.tower, mast, position=(-18, 0, 4), rotation=(0, 24, 0),
               scale=(1.1, 1.0, 1.1), manipulators=masts)
-    shots = [(4000, 4400, path(
+    kick = BEAT_PULSE * -4.0
+    shots = [(0, 400, path(
         [(0, (-14.0, 12.0, 22.0), (-2.0, 4.5, -10.0)), (220, (-4.0, 9.0, 9.0), (2.0, 5.0, -20.0)),
-         (400, (4.0, 5.0, -2.0), (4.0, 6.0, -30.0))], 54.0,
-        roll=spline([(0, -6.0), (200, 0.0), (400, 7.0)])), 0),
-             (4400, 4600, path([(0, (3.0, 0.8, 2.0), (0.6, 9.0, -8.0)),
-                                (200, (2.6, 1.0, -2.0), (0.0, 8.0, -14.0))], 66.0), 400),
-             (4600, 4800, path([(0, (11.0, 13.0, -44.0), (0.0, 5.0, -18.0)),
-                                (200, (-9.0, 15.0, -46.0), (0.0, 5.0, -18.0))],
-                               spline([(0, 60.0), (150, 54.0), (200, 40.0)])), 600)]
-    for k, (start, end, camera, offset_) in enumerate(shots):
-        beacons = Scene(name="beacons %d" % (k + 1))
-        beacons.add(piece.models.square, beacon, position=(-18.0, 9.4, 4.0), scale=(1.7, 1.7, 1.0),
-                    rotation=camera.facing(end - start), manipulators=masts)
-        piece.backdrop(start, end, sky, camera)
-        piece.show(STAGE, start, end, scene, camera.later(offset_), "clear_depth", offset=offset_,
-                   fog=Fog(8.0, 66.0, haze))
-        piece.show(GLOW, start, end, beacons, camera, "link")
+         (400, (4.0, 5.0, -2.0), (4.0, 6.0, -30.0))], kick + 56.0,
+        roll=spline([(0, -6.0), (200, 0.0), (400, 7.0)]))),
+             shot(400, 600, ((3, 0.8, 2), (0.6, 9, -8)), ((2.6, 1, -2), (0, 8, -14)), kick + 68),
+             shot(600, 800, ((11, 13, -44), (0, 5, -18)), ((-9, 15, -46), (0, 5, -18)), kick + 56)]
+    piece.sky(shots, sky)
+    piece.cut(STAGE, shots, scene, "clear_depth", fog=piece.fog(5.0, 70.0, PLUM))
+    for view in shots:
+        piece.glow(GLOW, view, beacon, 2.4, position=(-18.0, 9.4, 4.0), manipulators=masts)
 
 
 def add_stair(piece):
-    """48 to 56 s: up a winding stair, slowly; two lines of text."""
+    """56 to 64 s: up a winding stair, slowly; two lines of text."""
     climb = line(2.0, 12.0, 800)
-    warm = Light((BAR_PULSE * 0.5 + 0.85) * EMBER, (0.0, climb, 0.0), name="stair warm")
-    cold = Light(BLUE * 1.2, (-9.0, 16.0, 9.0), name="stair cold")
+    warm = Light((BAR_PULSE * 0.6 + 0.9) * EMBER, (0.0, climb, 0.0), ambient=(0.10, 0.08, 0.12),
+                 name="stair warm")
+    cold = Light(BLUE * 1.8, (-9.0, 16.0, 9.0), name="stair cold")
     tread = piece.lit(recipes.lit_bitmap(WHITE, light=warm, bitmap=piece.bitmaps.marble,
-                                         name="tread"), cold, BONE * 0.7)
-    wire = recipes.wireframe(GOLD, alpha=BAR_PULSE * 0.4 + 0.15, name="stair wire")
+                                         name="tread"), cold, BONE * 0.9)
+    wire = recipes.wireframe(ROSE, alpha=BAR_PULSE * 0.5 + 0.15, name="stair wire")
     core = recipes.texture((1.0, 0.86, 0.70), texture=piece.textures.lava, name="stair core")
-    glow = recipes.added_texture_on_top((BAR_PULSE * 0.3 + 0.5) * EMBER,
+    glow = recipes.added_texture_on_top((BAR_PULSE * 0.4 + 0.6) * EMBER,
                                         texture=piece.textures.halo, name="stair glow")
-    ink = recipes.color_on_top(CREAM, alpha=line(0.0, 0.9, 40).then(hold(0.9, 260))
-                               .then(line(0.9, 0.0, 60)).then(0.0), name="line")
     scene = piece.stages.stair = Scene(name="stair")
     treads = [x_multiplier(84.0, (0.0, 0.2, 0.0), (0.0, 15.0, 0.0))]
     piece.put(scene, piece.models.tread, tread, rotation=(0.0, line(0.0, -60.0, 800), 0.0),
               manipulators=treads)
     scene.add(piece.models.tread, wire, rotation=(0.0, line(180.0, 240.0, 800), 0.0),
-              scale=(1.7, 1.0, 1.7), manipulators=treads)
+              scale=(1.7, 1, 1.7), manipulators=[x_multiplier(42, (0, 0.4, 0), (0, 30, 0))])
     scene.add(piece.models.ember, core, position=(0.0, climb, 0.0), scale=0.22)
-    first = path([(0, (6.4, 1.0, 4.2), (0.0, 3.4, 0.0)), (150, (2.6, 2.9, 7.0), (0.0, 4.0, 0.0)),
-                  (400, (-5.8, 5.6, 5.2), (0.0, 6.2, 0.0))], 52.0)
-    second = path([(0, (1.5, 17.6, 1.3), (0.0, 7.0, 0.0)), (400, (-1.8, 19.6, 1.1), (0.0, 8.0, 0.0))],
-                  spline([(0, 66.0), (200, 60.0), (400, 52.0)]), roll=line(0.0, 23.0, 400))
-    for k, (start, camera, offset_) in enumerate(((4800, first, 0), (5200, second, 400))):
-        light = Scene(name="stair glow %d" % (k + 1))
-        light.add(piece.models.square, glow,
-                  position=(0.0, line(2.0 + 5.0 * k, 7.0 + 5.0 * k, 400), 0.0),
-                  rotation=camera.facing(400), scale=4.4)
-        piece.backdrop(start, start + 400, piece.stages.nebula, camera, offset_)
-        piece.show(STAGE, start, start + 400, scene, camera.later(offset_), "clear_depth",
-                   offset=offset_, fog=piece.fog(5.0, 17.0))
-        piece.show(GLOW, start, start + 400, light, camera, "link")
-    for start, words in ((4840, "words_no_shaders"), (5240, "words_only_light")):
-        text = Scene(name=words)
-        text.add(getattr(piece.models, words), ink, position=(0.0, -5.1, 0.0),
-                 scale=(line(0.66, 0.72, 360), 0.7, 1.0))
-        piece.show(TEXT, start, start + 360, text,
-                   look((0.0, 0.0, 18.0), (0.0, 0.0, 0.0), 45.0), "clear_depth")
+    shots = [(0, 400, path([(0, (6.4, 1, 4.2), (0, 3.4, 0)), (150, (2.6, 2.9, 7), (0, 4, 0)),
+                            (400, (-5.8, 5.6, 5.2), (0.0, 6.2, 0.0))], BAR_PULSE * -3.0 + 54.0)),
+             shot(400, 800, ((1.5, 17.6, 1.3), (0, 7, 0)), ((-1.8, 19.6, 1.1), (0, 8, 0)),
+                  spline([(0, 66), (200, 60), (400, 52)]), roll=line(0, 23, 400))]
+    piece.sky(shots, piece.skies["violet"])
+    piece.cut(STAGE, shots, scene, "clear_depth", fog=piece.fog(7.0, 26.0, DUSK))
+    for k, view in enumerate(shots):
+        piece.glow(GLOW, view, glow, 4.4,
+                   position=(0.0, line(2.0 + 5.0 * k, 7.0 + 5.0 * k, 400), 0.0))
+    piece.words(40, 390, "words_no_shaders")
+    piece.words(440, 790, "words_only_light")
+
+
+def add_shoal(piece):
+    """64 to 72 s: a crystal on each point of a swell, and one that calls them."""
+    warm = Light((HALF_PULSE * 0.7 + 1.0) * ROSE, (0.0, 2.5, 0.0),
+                 name="shoal rose")
+    cold = Light((0.8, 0.9, 1.0), (9.0, 8.0, 9.0), ambient=(0.22, 0.22, 0.34), name="shoal cold")
+    shard = piece.lit(recipes.lit_color((0.5, 0.8, 1), light=cold, name="fish"), warm, ROSE * 0.5)
+    caller = piece.metal("caller", cold, warm, Color(0.9, 0.5, 0.7), color=(1.0, 0.72, 0.84))
+    glow = recipes.added_texture_on_top((BAR_PULSE * 0.5 + 0.5) * ROSE,
+                                        texture=piece.textures.halo, name="shoal glow")
+    swell = waters.centerwave_water(line(0.0, 50.0, 800), name="swell")
+    scene = piece.stages.shoal = Scene(name="shoal")
+    piece.put(scene, piece.models.shard, shard, rotation=(0.0, line(0.0, 180.0, 800), 0.0),
+              scale=(0.34, 0.72, 0.34),
+              manipulators=[model_placer(swell, (-18.0, -3.6, -18.0), scale=(1.2, 2.2, 1.2))])
+    piece.put(scene, piece.models.crystal, caller, position=(0.0, wave(1.2, 0.5, 400), 0.0),
+              rotation=(0.0, line(0.0, 480.0, 800), 14.0), scale=(1.5, BAR_PULSE * 0.5 + 2.6, 1.5))
+    shots = [shot(0, 200, ((2, 5, 7.5), (0, 0.4, 0)), ((-1, 2.6, 8.8), (0, 0.6, 0)),
+                  BAR_PULSE * -6 + 60),
+             shot(200, 400, ((7.4, -0.4, 5), (0, 0.6, 0)), ((6, 0.6, 6.8), (0, 0.8, 0)),
+                  BAR_PULSE * -6 + 62),
+             (400, 800, path([(0, (-3.4, -0.8, 9), (0, 0.6, 0)), (200, (-7.4, 3, 5), (0, 0.2, 0)),
+                              (400, (-6.0, 6.6, 8.0), (0.0, -0.4, 0.0))], BAR_PULSE * -6.0 + 62.0))]
+    piece.sky(shots, piece.skies["rose"])
+    for view in shots:
+        piece.glow(GLOW_BEHIND, view, glow, 11.0, position=(0.0, 1.2, 0.0))
+    piece.cut(STAGE, shots, scene, "clear_depth", fog=piece.fog(9.0, 36.0, PLUM))
 
 
 def add_heart(piece):
-    """56 to 64 s: within the shell; its heart beats, and races."""
-    beat = HEART * 0.9 + 0.35
-    racing = BEAT_PULSE * 0.8 + 0.5
-    inside = Light(beat * (EMBER * 1.5), name="heart inside")
-    wild_light = Light(racing * (EMBER * 1.9), name="heart racing")
-    moon = Light((0.85, 0.92, 1.0), (-6.0, 6.0, 7.0), name="heart moon")
-    shells = [piece.lit(recipes.lit_color(STEEL * 0.9, light=inside, name="heart shell"), moon,
-                        STEEL * 0.3),
-              piece.lit(recipes.lit_color(STEEL * 1.0, light=wild_light, name="racing shell"), moon,
-                        Color(0.46, 0.54, 0.70), bumps=True)]
+    """72 to 80 s: within the shell; its heart beats, and races."""
+    beat = HEART * 0.9 + 0.4
+    racing = BEAT_PULSE * 0.8 + 0.6
+    inside = Light(beat * (EMBER * 1.7), name="heart inside")
+    wild_light = Light(racing * (EMBER * 2.0), ambient=(0.12, 0.08, 0.14), name="heart racing")
+    moon = Light(ROSE * 1.2, (-6.0, 6.0, 7.0), ambient=(0.30, 0.14, 0.26), name="heart moon")
+    shells = [piece.lit(recipes.lit_color(STEEL, light=inside, name="heart shell"), moon,
+                        STEEL, bumps=True),
+              piece.lit(recipes.lit_color(STEEL, light=wild_light, name="racing shell"), moon,
+                        Color(0.70, 0.50, 0.62))]
     churn = effects.rotate(line(90.0, 98.0, 400), size=64, gray=True, name="churn")
     halo_ = piece.textures.halo
     embers = [recipes.effect((beat * 0.9 + 0.25) * Color(1.0, 0.52, 0.20), effect=churn,
                              name="heart ember"),
               recipes.texture((racing * 0.6 + 0.4) * Color(1.0, 0.86, 0.70),
                               texture=piece.textures.lava, name="racing ember")]
-    glow = recipes.added_texture_on_top(beat * (EMBER * 0.8), texture=halo_, name="heart glow")
-    wild_glow = recipes.added_texture_on_top(racing * (EMBER * 0.9), texture=halo_,
-                                             name="racing glow")
+    glow = recipes.added_texture_on_top(beat * EMBER, texture=halo_, name="heart glow")
+    wild_glow = recipes.added_texture_on_top(racing * EMBER, texture=halo_, name="racing glow")
     flare = recipes.cutout_on_top(WHITE, bitmap=piece.bitmaps.flare, name="racing flare")
-    smoke = recipes.cutout(beat * Color(0.34, 0.17, 0.10), bitmap=piece.bitmaps.cloud, name="smoke")
+    smoke = recipes.cutout(beat * Color(0.60, 0.17, 0.26), bitmap=piece.bitmaps.cloud, name="smoke")
     calm = (line(0.0, 18.0, 400), line(0.0, 40.0, 400), 0.0)
     wild = (ease_in(18.0, 120.0, 400), ease_in(40.0, 560.0, 400), 0.0)
     scenes = []
     for name, turn, shell, ember in zip(("heart", "racing"), (calm, wild), shells, embers):
         scene = Scene(name=name)
         piece.put(scene, piece.models.shell, shell, rotation=turn, scale=1.6)
-        scene.add(piece.models.ember, ember, rotation=turn, scale=HEART * 0.05 + 0.46)
+        scene.add(piece.models.ember, ember, rotation=turn, scale=HEART * 0.08 + 0.46)
         scenes.append(scene)
     piece.stages.racing = scenes[1]
-    inner = path([(0, (0.5, 0.1, 1.12), (-0.5, 0.0, -1.0)), (400, (0.95, 0.25, 0.75), (-0.7, 0.1, -1.0))],
-                 72.0)
-    light = piece.glow("heart glow", inner, 400, glow, HEART * 0.6 + 3.4)
+    inner = path([(0, (0.5, 0.1, 1.12), (-0.5, 0, -1)), (400, (0.95, 0.25, 0.75), (-0.7, 0.1, -1))],
+                 HEART * -5.0 + 74.0)
     clouds = Scene(name="smoke")
     facing = inner.facing(400)
-    for k, (x, y, z, drift, side) in enumerate(((-0.9, -0.5, -0.9, 0.5, 1.3), (0.1, 0.6, -1.1, -0.4, 1.5),
-                                                (-0.7, 0.3, 0.2, 0.3, 0.9))):
+    for k, (x, y, z, drift, side) in enumerate((
+            (-0.9, -0.5, -0.9, 0.5, 1.3), (0.1, 0.6, -1.1, -0.4, 1.5), (-0.7, 0.3, 0.2, 0.3, 0.9))):
         clouds.add(piece.models.square, smoke, position=(line(x, x + drift, 400), y, z),
                    rotation=facing[:2] + (40.0 * k,), scale=side)
-    piece.backdrop(5600, 6000, piece.stages.nebula, inner)
-    piece.show(STAGE, 5600, 6000, scenes[0], inner, "clear_depth", fog=piece.fog(4.0, 34.0))
-    piece.show(FRONT, 5600, 6000, clouds, inner, "link")
-    piece.show(GLOW, 5600, 6000, light, inner, "link")
     outer = path([(0, (0.0, 0.4, 2.6), (0.0, 0.0, 0.0)), (200, (2.4, 1.2, 4.2), (0.0, 0.0, 0.0)),
-                  (330, (1.6, 2.0, 9.0), (0.0, 0.0, 0.0)), (400, (-0.6, 0.6, 17.0), (0.0, 0.0, 0.0))],
+                  (330, (1.6, 2, 9), (0, 0, 0)), (400, (-0.6, 0.6, 17), (0, 0, 0))],
                  spline([(0, 60.0), (200, 54.0), (340, 60.0), (400, 100.0)]))
-    light = piece.glow("racing glow", outer, 400, wild_glow, ease_in(5.0, 15.0, 400))
+    for start, camera, scene in ((0, inner, scenes[0]), (400, outer, scenes[1])):
+        piece.sky([(start, start + 400, camera)], piece.skies["rose"])
+        piece.show(STAGE, start, start + 400, scene, camera, "clear_depth",
+                   fog=piece.fog(6.0, 44.0, DUSK))
+    piece.show(FRONT, 0, 400, clouds, inner, "link")
+    piece.glow(GLOW, (0, 400, inner), glow, HEART * 0.6 + 2.6)
+    light = piece.glow(GLOW, (400, 800, outer), wild_glow, ease_in(4.0, 15.0, 400))
     side = ease_in(0.8, 9.0, 400)
     light.add(piece.models.square, flare, rotation=outer.facing(400), scale=(side, side, 1.0),
               visible=span(200, 9999))
-    piece.backdrop(6000, 6400, piece.stages.nebula, outer)
-    piece.show(STAGE, 6000, 6400, scenes[1], outer, "clear_depth", fog=piece.fog(9.0, 44.0))
-    piece.show(GLOW, 6000, 6400, light, outer, "link")
 
 
 def add_valley(piece):
-    """64 to 72 s: down a valley towards the first light."""
-    dawn = Light((1.0, 0.46, 0.16), (0.0, -0.10, -0.72), ambient=(0.02, 0.04, 0.12), name="dawn")
-    sun = Light((BEAT_PULSE * 0.3 + 1.1) * EMBER, (0.0, 14.0, -170.0), name="valley sun")
-    above = Light(BLUE * 1.1, (-20.0, 60.0, 30.0), name="valley sky")
-    dawn_sky = recipes.lit_color(STEEL * 0.8, light=dawn, name="dawn sky")
-    ground = piece.lit(recipes.lit_texture((0.62, 0.55, 0.56), light=sun, name="valley ground",
-                                           texture=piece.textures.ground), above,
-                       Color(0.20, 0.19, 0.22))
-    stone = piece.lit(recipes.lit_bitmap_environment((0.80, 0.78, 0.86), light=sun, turns=True,
-                                                     bitmap=piece.bitmaps.room,
-                                                     name="valley stone"), above,
-                      Color(0.2, 0.2, 0.24))
-    wire = recipes.wireframe(EMBER, alpha=BEAT_PULSE * 0.22, name="valley wire")
-    disc = recipes.added_texture_on_top((BEAT_PULSE * 0.2 + 0.85) * Color(1.0, 0.56, 0.24),
+    """80 to 88 s: down a valley towards the first light."""
+    dawn = Light((1.0, 0.50, 0.26), (0.0, -0.10, -0.72), ambient=(0.14, 0.05, 0.20), name="dawn")
+    sun = Light((BEAT_PULSE * 0.4 + 1.3) * EMBER, (0.0, 14.0, -170.0), ambient=(0.30, 0.10, 0.28),
+                name="valley sun")
+    above = Light(Color(0.80, 0.24, 0.66) * 1.3, (-20.0, 60.0, 30.0), name="valley sky")
+    dawn_sky = recipes.lit_color(WHITE * 0.9, light=dawn, name="dawn sky")
+    ground = recipes.lit_texture(WHITE, light=sun, texture=piece.textures.ground,
+                                 name="valley ground")
+    stone = piece.metal("valley stone", sun, above, Color(0.4, 0.3, 0.44), color=(0.90, 0.80, 0.90))
+    wire = recipes.wireframe(GOLD, alpha=BEAT_PULSE * 0.30, name="valley wire")
+    disc = recipes.added_texture_on_top((BEAT_PULSE * 0.2 + 0.9) * Color(1.0, 0.62, 0.34),
                                         texture=piece.textures.halo, name="sun")
     flare = recipes.cutout_on_top((1.0, 0.9, 0.8), bitmap=piece.bitmaps.flare, name="sun flare")
-    cloud = recipes.cutout((0.42, 0.20, 0.15), bitmap=piece.bitmaps.cloud, name="high cloud")
-    haze = recipes.color((0.15, 0.075, 0.055), name="haze")
-
+    cloud = recipes.cutout((0.78, 0.24, 0.34), bitmap=piece.bitmaps.cloud, name="high cloud")
     sky = Scene(name="valley sky")
     sky.add(piece.models.dome, dawn_sky)
-    side = BEAT_PULSE * 0.06 + 1.5
+    side = BEAT_PULSE * 0.16 + 1.5
     sky.add(piece.models.square, disc, position=(0.0, 0.05, -0.9), scale=(side, side, 1.0))
     for x, y, width, drift in ((-0.30, 0.13, 0.62, 0.04), (0.25, 0.17, 0.70, 0.03),
                                (0.03, 0.24, 0.80, 0.05), (-0.16, 0.085, 0.46, 0.02)):
@@ -661,48 +729,42 @@ def add_valley(piece):
     flares = Scene(name="sun flare")
     flares.add(piece.models.square, flare, position=(0.0, 0.05, -0.9), scale=(0.9, 0.9, 1.0))
     scene = Scene(name="valley")
-    piece.put(scene, piece.models.terrain, ground, position=(0.0, 0.0, 32.0), scale=(1.0, 1.6, 1.0),
+    scene.add(piece.models.terrain, ground, position=(0.0, 0.0, 32.0), scale=(1.0, 1.6, 1.0),
               manipulators=[x_multiplier(5.0, (0.0, 0.0, -32.0))])
     scene.add(piece.models.terrain, wire, position=(0.0, 0.03, 32.0), scale=(1.0, 1.6, 1.0),
-              manipulators=[x_multiplier(3.0, (0.0, 0.0, -32.0))])
+              manipulators=[x_multiplier(2.0, (0.0, 0.0, -32.0))])
     for x, lean in ((-4.2, 8.0), (4.2, -8.0)):
         piece.put(scene, piece.models.crystal, stone, position=(x, 1.6, 12.0),
                   rotation=(0.0, line(0.0, 120.0, 800), lean), scale=(0.8, 2.6, 0.8),
                   manipulators=[x_multiplier(11.0, (0.0, 0.0, -13.0), (0.0, 33.0, 0.0))])
-    shots = [(6400, 6800, path([(0, (0.0, 1.6, 24.0), (0.0, 2.4, -20.0)),
-                                (200, (1.6, 2.6, 4.0), (0.0, 3.0, -40.0)),
-                                (400, (-1.4, 2.0, -18.0), (0.0, 3.4, -80.0))], 58.0,
-                               roll=spline([(0, 0.0), (110, -5.0), (260, 6.0), (400, 0.0)])), 0),
-             (6800, 7200, path([(0, (-14.0, 9.0, -8.0), (0.0, 3.0, -40.0)),
-                                (250, (-4.0, 5.0, -28.0), (0.0, 4.0, -70.0)),
-                                (400, (0.0, 3.2, -46.0), (0.0, 6.0, -110.0))],
-                               spline([(0, 52.0), (250, 58.0), (400, 74.0)])), 400)]
-    for start, end, camera, offset_ in shots:
-        piece.backdrop(start, end, sky, camera, offset_)
-        piece.show(FRONT, start, end, scene, camera.later(offset_), "clear_depth", offset=offset_,
-                   fog=Fog(18.0, 130.0, haze))
-    piece.backdrop(6800, 7200, flares, shots[1][2], row=GLOW, how="link")
+    shots = [(0, 400, path([(0, (0.0, 1.6, 24.0), (0.0, 2.4, -20.0)),
+                            (200, (1.6, 2.6, 4.0), (0.0, 3.0, -40.0)),
+                            (400, (-1.4, 2.0, -18.0), (0.0, 3.4, -80.0))], BEAT_PULSE * -4.0 + 60.0,
+                           roll=spline([(0, 0.0), (110, -5.0), (260, 6.0), (400, 0.0)]))),
+             (400, 800, path([(0, (-14.0, 9.0, -8.0), (0.0, 3.0, -40.0)),
+                              (250, (-4.0, 5.0, -28.0), (0.0, 4.0, -70.0)),
+                              (400, (0.0, 3.2, -46.0), (0.0, 6.0, -110.0))],
+                             spline([(0, 52.0), (250, 58.0), (400, 74.0)])))]
+    piece.sky(shots, sky)
+    piece.cut(FRONT, shots, scene, "clear_depth", fog=piece.fog(18, 130, Color(0.42, 0.13, 0.16)))
+    piece.show(GLOW, 400, 800, flares, shots[1][2].turning_only(), "link", offset=400)
 
 
 def add_summit(piece):
-    """72 to 80 s: at the height of the melody, the knot: among its own trails, above a swell."""
-    warm = Light((BEAT_PULSE * 0.6 + 1.0) * GOLD,
+    """88 to 96 s: at the height of the melody, the star among its own trails."""
+    warm = Light((BEAT_PULSE * 0.8 + 1.2) * GOLD,
                  (wave(0.0, 7.0, 400), wave(3.0, 3.0, 267), wave(3.0, 7.0, 400, 0.25)),
-                 ambient=(0.10, 0.08, 0.06), name="summit warm")
-    cold = Light(BLUE * 1.3, (5.0, -7.0, -6.0), name="summit cold")
-    knot = piece.lit(recipes.lit_environment(WHITE, light=warm, texture=piece.textures.gilt,
-                                             name="summit knot"), cold, Color(0.22, 0.2, 0.18))
-    hoop = piece.lit(recipes.lit_bitmap_environment(WHITE, light=warm, bitmap=piece.bitmaps.room,
-                                                    turns=True, name="summit hoop"), cold, BONE * 0.5)
-    shard = recipes.bitmap_environment((BEAT_PULSE * 0.5 + 0.75) * Color(1.0, 0.86, 0.70),
-                                       bitmap=piece.bitmaps.room, turns=True, name="summit shard")
-    trace = recipes.color_on_top((BEAT_PULSE * 0.95 + 0.08) * Color(1.0, 0.46, 0.14), name="trail")
-    old = recipes.clamped_bitmap(line(0.0, 0.94, 30).then(0.94) * Color(1.0, 0.97, 0.95),
+                 ambient=(0.24, 0.16, 0.18), name="summit warm")
+    cold = Light(ROSE * 1.6, (5.0, -7.0, -6.0), name="summit rose")
+    star = piece.lit(recipes.lit_environment(WHITE, light=warm, texture=piece.textures.gilt,
+                                             name="star"), cold, Color(0.7, 0.5, 0.6))
+    hoop = piece.metal("summit hoop", warm, cold, BONE * 0.7)
+    trace = recipes.color_on_top((BEAT_PULSE * 0.8 + 0.2) * Color(1.0, 0.20, 0.40), name="trail")
+    old = recipes.clamped_bitmap(line(0.0, 0.95, 30).then(0.95) * Color(1.0, 0.97, 0.99),
                                  bitmap=piece.bitmaps.feedback, name="trail before")
-    shown = recipes.clamped_bitmap((0.9, 0.9, 0.9), bitmap=piece.bitmaps.feedback, name="trails")
-    glow = recipes.added_texture_on_top((BEAT_PULSE * 0.4 + 0.5) * (GOLD * 0.7),
+    shown = recipes.added_bitmap(WHITE, bitmap=piece.bitmaps.feedback, name="trails")
+    glow = recipes.added_texture_on_top((BEAT_PULSE * 0.4 + 0.6) * (GOLD * 0.9),
                                         texture=piece.textures.halo, name="summit glow")
-
     # The picture before, a little larger, and on it the hoops where they are now.
     before = Scene(name="trail before")
     before.add(piece.models.square, old, position=(0.5, 0.5, FAR), scale=(1.05, 1.05, 1.0))
@@ -712,74 +774,95 @@ def add_summit(piece):
     trail.add(piece.models.ring, trace, rotation=spin, scale=3.2, manipulators=rings)
     trails = Scene(name="trails")
     trails.add(piece.models.square, shown, position=(0.5, 0.5, FAR))
-
-    scene = Scene(name="summit")
+    scene = piece.stages.summit = Scene(name="summit")
     turn = (line(0.0, 90.0, 800), line(0.0, 360.0, 800), line(0.0, 50.0, 800))
-    piece.put(scene, piece.models.knot, knot, rotation=turn, scale=1.5)
+    size = BEAT_PULSE * 0.4 + 1.9
+    for tilt in (0.0, 90.0):
+        piece.put(scene, piece.models.crystal, star, rotation=turn[:2] + (tilt,),
+                  scale=(1.3, size, 1.3))
     piece.put(scene, piece.models.ring, hoop, rotation=spin, scale=3.2, manipulators=rings)
-    shots = [(0, 200, path([(0, (0.4, 0.0, 4.4), (0.0, 0.0, 0.0)), (200, (3.4, 2.6, 7.0), (0.0, 0.0, 0.0))],
-                           56.0)),
-             (200, 400, path([(0, (-9.8, 1.0, 6.0), (0.0, 0.0, 0.0)), (200, (-8.0, 3.0, 2.0), (0.0, 0.0, 0.0))],
-                             48.0))]
-    for k, (start, end, camera) in enumerate(shots):
-        light = piece.glow("summit glow %d" % (k + 1), camera, end - start, glow, 13.0)
-        piece.show(TARGET, 7200 + start, 7200 + end, before, FLAT, "texture", offset=start,
+    kick = BEAT_PULSE * -6.0
+    shots = [shot(0, 200, ((0.4, 0, 4.4), (0, 0, 0)), ((3.4, 2.6, 6.4), (0, 0, 0)), kick + 60),
+             shot(200, 400, ((-8.8, 1, 5.4), (0, 0, 0)), ((-7, 3, 2), (0, 0, 0)), kick + 54),
+             shot(400, 600, ((0, -5.6, 4.4), (0, 0, 0)), ((3, -3.6, 5.6), (0, 0, 0)), kick + 56),
+             shot(600, 800, ((7.4, 2, 1), (0, 0, 0)), ((3.4, 1.4, 4), (0, 0, 0)), kick + 62)]
+    for start, end, camera in shots:
+        piece.show(TARGET, start, end, before, FLAT, "texture", offset=start,
                    target=piece.bitmaps.feedback)
-        piece.show(TARGET_FRONT, 7200 + start, 7200 + end, trail, camera.later(start), "link",
-                   offset=start)
-        piece.show(SKY, 7200 + start, 7200 + end, trails, FLAT)
-        piece.show(STAGE, 7200 + start, 7200 + end, light, camera, "link")
-        piece.show(FRONT, 7200 + start, 7200 + end, scene, camera.later(start), "clear_depth",
-                   offset=start, fog=piece.fog(6.0, 28.0))
+        piece.glow(GLOW_BEHIND, (start, end, camera), glow, 9.0)
+    piece.show(FRONT, 0, 800, trails, FLAT, "link")
+    piece.sky(shots, piece.skies["blue"])
+    piece.cut(TARGET_FRONT, shots, trail, "link")
+    piece.cut(STAGE, shots, scene, "clear_depth", fog=piece.fog(6.0, 28.0, DUSK))
 
-    # A crystal on each point of a swell.
-    swell = waters.centerwave_water(line(0.0, 25.0, 400), name="swell")
-    field = piece.stages.field = Scene(name="field")
-    field.add(piece.models.shard, shard, rotation=(0.0, line(0.0, 90.0, 400), 0.0),
-              scale=(0.30, 0.62, 0.30),
-              manipulators=[model_placer(swell, (-18.0, -4.2, -18.0), scale=(1.2, 1.3, 1.2))])
-    turn = (line(45.0, 90.0, 400), line(180.0, 360.0, 400), line(25.0, 50.0, 400))
-    piece.put(field, piece.models.knot, knot, rotation=turn, scale=1.5)
-    piece.put(field, piece.models.ring, hoop, rotation=(line(-150.0, -300.0, 400), 0.0, 40.0),
-              scale=3.2, manipulators=rings)
-    camera = path([(0, (2.4, -0.6, 15.0), (0.0, -0.6, 0.0)), (180, (6.6, 2.6, 9.0), (0.0, -0.6, 0.0)),
-                   (400, (-3.6, 5.4, 6.4), (0.0, -0.8, 0.0))],
-                  spline([(0, 52.0), (280, 56.0), (400, 70.0)]), roll=line(6.0, -8.0, 400))
-    piece.backdrop(7600, 8000, piece.stages.nebula, camera)
-    piece.show(STAGE, 7600, 8000, piece.glow("field glow", camera, 400, glow, 13.0), camera, "link")
-    piece.show(FRONT, 7600, 8000, field, camera, "clear_depth", fog=piece.fog(8.0, 34.0))
+
+def add_crossing(piece):
+    """96 to 104 s: over the lake in the first sun, through what stands in it."""
+    warm = Light((BEAT_PULSE * 0.6 + 1.2) * GOLD, (0.0, 9.0, -60.0), ambient=(0.26, 0.16, 0.22),
+                 name="crossing sun")
+    cold = Light(ROSE * 1.4, (0.0, 8.0, 20.0), ambient=(0.4, 0.26, 0.3), name="crossing rose")
+    above = Light(Color(1.0, 0.74, 0.66), (0.0, 30.0, -40.0), name="crossing sky")
+    hoop = piece.metal("gates", warm, cold, BONE * 0.6)
+    stone = Lit(recipes.lit_color((1.0, 0.44, 0.56), light=cold, name="obelisk"))
+    water = recipes.lit_environment((0.80, 0.56, 0.62), light=above, texture=piece.textures.water,
+                                    name="crossing lake")
+    sky = Scene(name="crossing sky")
+    sky.add(piece.models.dome, recipes.bitmap((BEAT_PULSE * 0.15 + 0.92) * WHITE,
+                                              bitmap=piece.bitmaps.dawn, name="crossing dawn"),
+            rotation=(0.0, 45.0, 0.0))
+    sky.add(piece.models.square, recipes.added_texture_on_top(
+        (BEAT_PULSE * 0.3 + 0.7) * EMBER, texture=piece.textures.halo, name="crossing glow"),
+        position=(0.0, 0.06, -0.9), scale=(1.3, 1.3, 1.0))
+    scene = piece.stages.crossing = Scene(name="crossing")
+    lake = waters.lake_water(line(0.0, 90.0, 800), name="crossing lake")
+    scene.add(lake, water, position=(-60.0, -1.4, -108.0), scale=(4.2, 0.9, 4.2))
+    piece.put(scene, piece.models.ring, hoop, position=(0.0, 0.4, 0.0),
+              rotation=(90.0, 0.0, line(0.0, 160.0, 800)), scale=(3.0, 9.0, 3.0),
+              manipulators=[x_multiplier(9.0, (0.0, 0.0, -9.0), (0.0, 0.0, 12.0))])
+    for x in (-7.0, 7.0):
+        piece.put(scene, piece.models.crystal, stone, position=(x, 1.2, 0.0),
+                  rotation=(0, line(0, 240, 800), 0), scale=(0.9, BEAT_PULSE * 0.5 + 3, 0.9),
+                  manipulators=[x_multiplier(9.0, (0.0, 0.0, -9.0), (0.0, 21.0, 0.0))])
+    kick = BEAT_PULSE * -7.0
+    shots = [(0, 400, path([(0, (0, 0.6, 16), (0, 0.8, -20)), (200, (0.5, 0.2, -8), (0, 0.8, -50)),
+                            (400, (-0.5, 0.8, -38.0), (0.0, 0.8, -90.0))], kick + 74.0,
+                           roll=spline([(0, 0.0), (150, 9.0), (300, -9.0), (400, 0.0)]))),
+             shot(400, 600, ((-13, 5, 4), (0, 0.6, -16)), ((-11, 2, -8), (0, 0.8, -30)), kick + 62),
+             shot(600, 800, ((3, 0, 8), (0, 1.4, -30)), ((0, 9, 0), (0, 0, -36)), kick + 70)]
+    piece.sky(shots, sky)
+    piece.cut(STAGE, shots, scene, "clear_depth", fog=piece.fog(20, 110, Color(0.86, 0.50, 0.36)))
 
 
 def add_montage(piece):
-    """80 to 88 s: all of it once more; two pictures a bar, then one a beat."""
+    """104 to 112 s: all of it once more; two pictures a bar, then one a beat."""
     stages = piece.stages
-    shots = [(8000, 8100, stages.arcade, look((0.0, 1.0, 0.0), (0.0, 3.4, -12.0), 70.0), 800),
-             (8100, 8200, stages.machine, look((-3.4, 1.8, 4.4), (0.5, 0.0, -1.0), 52.0), 500),
-             (8200, 8300, stages.city, look((-9.2, 2.0, 9.0), (-2.0, 7.0, -10.0), 62.0), 700),
-             (8300, 8400, stages.stair, look((4.4, 6.0, 4.4), (0.0, 8.0, 0.0), 56.0), 500),
-             (8400, 8500, stages.hero, look((1.6, -2.4, 5.0), (0.0, 0.0, 0.0), 54.0), 300),
-             (8500, 8600, stages.field, look((-4.0, 3.6, 7.6), (0.0, -0.8, 0.0), 60.0), 300),
-             (8600, 8650, stages.thread, look((0.8, 1.2, 2.4), (0.0, 0.0, 0.0), 56.0), 300),
-             (8650, 8700, stages.machine, look((1.6, 2.6, 2.2), (0.4, 0.6, 0.0), 60.0), 700),
-             (8700, 8750, stages.arcade, look((0.0, 7.0, -4.0), (0.0, 1.0, -14.0), 70.0), 900),
-             (8750, 8800, stages.racing, look((0.3, 0.2, 3.0), (0.0, 0.0, 0.0), 60.0), 300)]
-    for start, end, scene, camera, offset_ in shots:
+    shots = [(0, 100, stages.arcade, "rose", look((0.0, 1.0, 0.0), (0.0, 3.4, -12.0), 70.0), 800),
+             (100, 200, stages.machine, "blue", look((-3.4, 1.8, 4.4), (0.5, 0, -1), 52), 500),
+             (200, 300, stages.city, "dusk", look((-9.2, 2.0, 9.0), (-2.0, 7.0, -10.0), 62.0), 700),
+             (300, 400, stages.stair, "rose", look((4.4, 6.0, 4.4), (0.0, 8.0, 0.0), 56.0), 500),
+             (400, 500, stages.hero, "violet", look((1.6, -2.4, 5.0), (0.0, 0.0, 0.0), 54.0), 300),
+             (500, 600, stages.shoal, "rose", look((-4.0, 3.6, 7.6), (0.0, 0.2, 0.0), 60.0), 300),
+             (600, 650, stages.thread, "violet", look((0.8, 1.2, 2.4), (0.0, 0.0, 0.0), 56.0), 300),
+             (650, 700, stages.machine, "rose", look((1.6, 2.6, 2.2), (0.4, 0.6, 0.0), 60.0), 700),
+             (700, 750, stages.summit, "blue", look((2.0, 3.0, 4.6), (0.0, 0.0, 0.0), 70.0), 300),
+             (750, 800, stages.racing, "rose", look((0.3, 0.2, 3.0), (0.0, 0.0, 0.0), 60.0), 300)]
+    for start, end, scene, sky, camera, offset_ in shots:
         closing = Camera(camera.position, camera.rotation,
-                         line(camera.fov + 3.0, camera.fov - 5.0, end - start))
-        piece.backdrop(start, end, stages.nebula, closing)
+                         line(camera.fov + 4.0, camera.fov - 8.0, end - start))
+        piece.sky([(start, end, closing)], stages.dusk if sky == "dusk" else piece.skies[sky])
         piece.show(STAGE, start, end, scene, closing.later(offset_), "clear_depth", offset=offset_,
-                   fog=piece.fog(5.0, 40.0))
+                   fog=piece.fog(5.0, 60.0, DUSK))
 
 
 def add_ending(piece):
-    """88 to 96 s: dawn over still water; of the title only its end stays."""
-    warm = spline([(0, 0.06), (250, 0.16), (430, 1.0), (800, 1.1)])
-    day_knots = [(0, 0.0), (200, 0.06), (420, 0.66), (620, 0.84), (800, 0.86)]
+    """112 to 120 s: dawn over still water; of the title only its end stays."""
+    warm = spline([(0, 0.10), (200, 0.25), (400, 1.0), (800, 1.1)])
+    day_knots = [(0, 0.10), (150, 0.20), (360, 0.75), (520, 1.0), (800, 1.0)]
     day = spline(day_knots)
-    front = Light(warm * (CREAM * 0.42), (0.0, 3.0, 9.0), ambient=(0.10, 0.08, 0.06),
+    front = Light(warm * (CREAM * 0.5), (0.0, 3.0, 9.0), ambient=(0.18, 0.10, 0.10),
                   name="last front")
     sun = Light(warm * GOLD, (0.0, 2.2, -3.0), name="last sun")
-    above = Light((warm * 0.52 + 0.08) * Color(1.0, 0.78, 0.60), (0.0, 30.0, -40.0), name="last sky")
+    above = Light((warm * 0.52 + 0.20) * Color(1, 0.78, 0.66), (0, 30, -40), name="last sky")
     fading = hold(1.0, 440).then(line(1.0, 0.0, 90)).then(0.0)
     letters = {}
     for name, alpha, color in (("vale", 1.0, GILT), ("quor", fading, fading * GILT)):
@@ -787,22 +870,20 @@ def add_ending(piece):
         letters[name] = lit, recipes.added_environment(color * 0.22, texture=piece.textures.sheen,
                                                        name=name + " sheen")
     rest = 1.0 - day
-    night = recipes.bitmap(rest * WHITE, bitmap=piece.bitmaps.night, name="last night")
-    stars = recipes.color(rest * Color(0.62, 0.70, 0.88), name="last stars")
-    dawn = recipes.faded_bitmaps(day * WHITE, bitmap=piece.bitmaps.night,
+    night = recipes.bitmap(rest * WHITE, bitmap=piece.bitmaps.dusk, name="last night")
+    dawn = recipes.faded_bitmaps(day * WHITE, bitmap=piece.bitmaps.dusk,
                                  bitmap2=piece.bitmaps.dawn, name="last dawn")
-    water = recipes.lit_environment(turning(day_knots, (0.10, 0.15, 0.30), (0.76, 0.60, 0.52)),
+    water = recipes.lit_environment(turning(day_knots, (0.30, 0.12, 0.30), (0.86, 0.62, 0.56)),
                                     light=above, texture=piece.textures.water, alpha=0.80,
                                     name="last lake")
     glow = recipes.added_texture_on_top(warm * (EMBER * 0.36), texture=piece.textures.halo,
                                         name="last glow")
-    haze = recipes.color(warm * Color(0.50, 0.30, 0.18), name="warm haze")
+    haze = recipes.color(warm * Color(0.56, 0.30, 0.24), name="warm haze")
     sky = Scene(name="last sky")
-    sky.add(piece.models.dome, night, rotation=(0.0, 45.0, 0.0), scale=1.01)
-    sky.add(piece.models.dust, stars, scale=6.0, rotation=(0.0, 0.0, 20.0))
+    sky.add(piece.models.dome, night, rotation=(0.0, 45.0, 0.0), scale=1.01, visible=span(0, 520))
     sky.add(piece.models.dome, dawn, rotation=(0.0, 45.0, 0.0))
-    rise = spline([(0, -0.16), (240, -0.10), (420, -0.02), (800, 0.05)])
-    side = spline([(0, 0.8), (400, 1.3), (800, 1.7)])
+    rise = spline([(0, -0.16), (200, -0.10), (400, -0.02), (800, 0.05)])
+    side = spline([(0, 0.6), (400, 0.9), (800, 1.1)])
     sky.add(piece.models.square, glow, position=(0.0, rise, -0.9), scale=(side, side, 1.0))
     scene = Scene(name="last")
     places = [(getattr(piece.models, letter), letters["vale" if k >= 4 else "quor"],
@@ -815,80 +896,54 @@ def add_ending(piece):
     for model, (lit, sheen), visible, x in places:
         piece.put(scene, model, lit, position=(x, -0.34, 0.0), **visible)
         scene.add(model, sheen, position=(x, -0.34, 0.0), **visible)
-    camera = path([(0, (0.0, 0.9, 13.0), (0.0, 0.3, 0.0)), (420, (0.0, 0.6, 10.8), (0.0, 0.2, 0.0)),
-                   (800, (1.6, 0.4, 9.2), (1.3, 0.2, 0.0))], 46.0)
-    piece.bloom(8800, END, scene, camera, fog=Fog(9.0, 24.0, piece.darkness))
-    piece.backdrop(8800, END, sky, camera)
-    piece.show(STAGE, 8800, END, scene, camera, "clear_depth", fog=Fog(16.0, 80.0, haze))
+    camera = path([(0, (0.0, 0.9, 12.0), (0.0, 0.3, 0.0)), (420, (0.0, 0.6, 10.0), (0.0, 0.2, 0.0)),
+                   (800, (1.6, 0.4, 8.4), (1.3, 0.2, 0.0))], 46.0)
+    piece.bloom(0, 800, scene, camera, fog=Fog(9.0, 24.0, piece.darkness))
+    piece.sky([(0, 800, camera)], sky)
+    piece.show(STAGE, 0, 800, scene, camera, "clear_depth", fog=Fog(16.0, 80.0, haze))
 
 
 def add_overlays(piece):
-    """The bloom's light, dark corners, bars, flashes on the crashes, fades from and to black."""
+    """Bars about what is quiet, flashes on the crashes, a fade to black."""
     square = piece.models.square
-    bloom = Scene(name="bloom")
-    light = recipes.added_bitmap((0.21, 0.185, 0.16), bitmap=piece.bitmaps.bloom, name="bloom light")
-    for dx, dy in ((0.005, 0.007), (-0.005, 0.007), (-0.005, -0.007), (0.005, -0.007)):
-        bloom.add(square, light, position=(0.5 + dx, 0.5 + dy, 0.9))
-    for start, end in piece.bloomed:
-        piece.show(BLOOM, start, end, bloom, FLAT, "link")
+    bars = {}
+    for name, (first, last) in {"closed": (0, 0), "open": (0, -0.1), "close": (-0.1, 0)}.items():
+        scene = bars[name] = Scene(name="bars " + name)
+        for y in (ease_in(first, last, 100), 1.0 - ease_in(first, last, 100)):
+            scene.add(square, piece.black, position=(0.5, y, 0.0), scale=(1.0, 0.17, 1.0))
+    for start, end, name in ((750, 850, "close"), (850, 1500, "closed"), (1500, 1600, "open"),
+                             (1600, 11100, None), (11100, 11200, "close"), (11200, END, "closed")):
+        piece.show(BARS, start, end, bars.get(name), FLAT, "link")
 
-    dark = recipes.cutout_on_top(WHITE, bitmap=piece.bitmaps.vignette, name="corners")
-    corners = Scene(name="corners")
-    corners.add(square, dark, position=(0.5, 0.5, 0.0))
-    piece.show(LENS, 0, END, corners, FLAT, "link")
-
-    bars, opening, closing = (Scene(name=name) for name in ("bars", "bars open", "bars close"))
-    for y in (0.0, 1.0):
-        bars.add(square, piece.black, position=(0.5, y, 0.0), scale=(1.0, 0.17, 1.0))
-    for first, last in ((0.0, -0.1), (1.0, 1.1)):
-        opening.add(square, piece.black, position=(0.5, ease_in(first, last, 100), 0.0),
-                    scale=(1.0, 0.17, 1.0))
-    for first, last in ((-0.1, 0.0), (1.1, 1.0)):
-        closing.add(square, piece.black, position=(0.5, ease_out(first, last, 100), 0.0),
-                    scale=(1.0, 0.17, 1.0))
-    for start, end, scene in ((0, 1500, bars), (1500, 1600, opening), (1600, 4700, None),
-                              (4700, 4800, closing), (4800, 6300, bars), (6300, 6400, opening),
-                              (6400, 8700, None), (8700, 8800, closing), (8800, END, bars)):
-        piece.show(BARS, start, end, scene, FLAT, "link")
-
-    flash, soft, white_in, fade_in, fade_out = (
-        recipes.added_color_on_top(ease_out(0.85, 0.0, 70) * Color(1.0, 0.86, 0.66), name="flash"),
-        recipes.added_color_on_top(ease_out(0.5, 0.0, 110) * Color(1.0, 0.62, 0.34),
-                                   name="soft flash"),
-        recipes.added_color_on_top(ease_in(0.0, 1.0, 100) * Color(0.9, 0.8, 0.66), name="white in"),
-        recipes.color_on_top(BLACK, alpha=line(1.0, 0.0, 300), name="fade in"),
+    flash, soft, white_in, fade_out = (
+        recipes.added_color_on_top(ease_out(0.9, 0.0, 60) * Color(1.0, 0.80, 0.70), name="flash"),
+        recipes.added_color_on_top(ease_out(0.7, 0.0, 80) * ROSE, name="rose flash"),
+        recipes.added_color_on_top(ease_in(0, 1, 100) * Color(1, 0.74, 0.72), name="white in"),
         recipes.color_on_top(BLACK, alpha=line(0.0, 1.0, 190).then(1.0, 60), name="fade out"))
     full = {}
-    for material in (flash, soft, white_in, fade_in, fade_out):
+    for material in (flash, soft, white_in, fade_out):
         full[material] = Scene(name=material.name)
         full[material].add(square, material, position=(0.5, 0.5, 0.0))
-    for start, material in ((1600, flash), (3200, flash), (4000, soft), (4800, soft), (5600, soft),
-                            (6400, flash), (7200, flash), (8000, flash), (8400, soft),
-                            (8800, flash)):
-        piece.show(FLASH, start, start + (70 if material is flash else 110), full[material], FLAT,
-                   "link")
-    for row, start, end, material in ((FADE, 0, 300, fade_in), (FLASH, 1500, 1600, white_in),
-                                      (FLASH, 6300, 6400, white_in), (FADE, 9360, END, fade_out)):
+    for row, start, end, material in (
+            [(FLASH, start, start + 60, flash) for start in (0, 400, 2400, 4000, 8000, 9600, 10400)] +
+            [(FLASH, start, start + 80, soft) for start in (800, 1600, 3200, 4800, 5600, 6400, 7200,
+                                                            8800, 10800, 11200)] +
+            [(FLASH, 2300, 2400, white_in), (FLASH, 7900, 8000, white_in),
+             (FADE, 11760, END, fade_out)]):
         piece.show(row, start, end, full[material], FLAT, "link")
+
+
+PARTS = (  # where each begins; the arcade's gate shows the machine, which is made before
+    (0, add_opening), (800, add_void), (1600, add_thread), (3200, add_machine), (2400, add_arcade),
+    (3800, add_roll), (4000, add_hero), (4800, add_city), (5600, add_stair), (6400, add_shoal),
+    (7200, add_heart), (8000, add_valley), (8800, add_summit), (9600, add_crossing),
+    (10400, add_montage), (11200, add_ending), (0, add_overlays))
 
 
 def make_demo():
     piece = Piece()
-    add_void(piece)
-    add_thread(piece)
-    add_title(piece)
-    add_machine(piece)
-    add_arcade(piece)  # its gate shows the machine
-    add_roll(piece)
-    add_hero(piece)
-    add_city(piece)
-    add_stair(piece)
-    add_heart(piece)
-    add_valley(piece)
-    add_summit(piece)
-    add_montage(piece)
-    add_ending(piece)
-    add_overlays(piece)
+    for piece.at, add_part in PARTS:
+        add_part(piece)
     return piece.document
 
 

@@ -17,6 +17,7 @@ import sys
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../python"))
 
 from quorvale.exact import Noise, cos_degrees, cos_turns, power, sin_degrees, sin_turns
+from quorvale.fonts import Font
 from quorvale.images import mix
 from quorvale.meshes import (Mesh, add, box, cross, dot, icosphere, lathe, scale, square, subtract,
                              unit)
@@ -334,21 +335,21 @@ def make_shell():
     return mesh
 
 
-def make_dust():
-    """Small tetrahedra strewn in the outer half of a ball of radius 1."""
+def make_stars():
+    """Squares strewn over a ball of radius 1 that face its middle; most are small."""
     mesh = Mesh()
     noise = Noise(4711)
-    made = 0
-    while made < 420:
+    while len(mesh.faces) < 400:
         p = (noise.between(-1.0, 1.0), noise.between(-1.0, 1.0), noise.between(-1.0, 1.0))
-        if not 0.25 < dot(p, p) < 1.0:
+        if not 0.05 < dot(p, p) < 1.0:
             continue
-        size = 0.0009 + 0.0020 * power(noise.next(), 3.0)
-        a, b, c, d = (add(p, scale(corner, size)) for corner in
-                      ((1.0, 1.0, 1.0), (-1.0, -1.0, 1.0), (-1.0, 1.0, -1.0), (1.0, -1.0, -1.0)))
-        for corners in ((a, b, d), (a, c, b), (a, d, c), (b, c, d)):
-            mesh.flat(list(corners))
-        made += 1
+        p = unit(p)
+        size = 0.006 + 0.020 * power(noise.next(), 4.0)
+        across = scale(unit(cross(p, (0.3, 0.9, 0.2))), size)
+        up = scale(unit(cross(across, p)), size)
+        mesh.flat([add(p, add(scale(across, a), scale(up, b)))
+                   for a, b in ((-1.0, -1.0), (1.0, -1.0), (1.0, 1.0), (-1.0, 1.0))],
+                  [(0.0, 0.0), (1.0, 0.0), (1.0, 1.0), (0.0, 1.0)])
     return mesh
 
 
@@ -439,42 +440,22 @@ OVAL = arc(0.50, 0.50, 0.43, HIGH - 0.5, 90.0, 450.0, 40)[:-1]
 LETTERS = {
     "A": (0.96, [(False, [(0.02, 0.0), (0.48, 0.86), (0.94, 0.0)]),
                  (False, [(0.20, 0.27), (0.76, 0.27)])]),
-    "C": (0.92, [(False, arc(0.50, 0.50, 0.43, HIGH - 0.5, 48.0, 312.0, 28))]),
-    "D": (0.92, [(True, [(0.10, LOW), (0.10, HIGH), (0.42, HIGH)] +
-                  arc(0.42, 0.50, 0.43, HIGH - 0.5, 80.0, -80.0, 16) + [(0.42, LOW)])]),
     "E": (0.78, [(False, [(0.76, HIGH), (0.10, HIGH), (0.10, LOW), (0.76, LOW)]),
                  (False, [(0.12, 0.51), (0.66, 0.51)])]),
-    "G": (0.98, [(False, arc(0.50, 0.50, 0.43, HIGH - 0.5, 48.0, 352.0, 32)),
-                 (False, [(0.56, 0.46), (0.92, 0.46)])]),
-    "H": (0.90, [(False, [(0.10, 0.0), (0.10, 1.0)]), (False, [(0.80, 0.0), (0.80, 1.0)]),
-                 (False, [(0.10, 0.51), (0.80, 0.51)])]),
-    "I": (0.28, [(False, [(0.14, 0.0), (0.14, 1.0)])]),
     "L": (0.74, [(False, [(0.10, 1.0), (0.10, LOW), (0.72, LOW)])]),
-    "M": (1.10, [(False, [(0.10, 0.0), (0.10, 1.0)]), (False, [(1.00, 0.0), (1.00, 1.0)]),
-                 (False, [(0.10, 0.93), (0.55, 0.25), (1.00, 0.93)])]),
-    "N": (0.94, [(False, [(0.10, 0.0), (0.10, 1.0)]), (False, [(0.84, 0.0), (0.84, 1.0)]),
-                 (False, [(0.10, 0.93), (0.84, 0.07)])]),
     "O": (1.00, [(True, OVAL)]),
-    "P": (0.82, [(False, [(0.10, 0.0), (0.10, HIGH), (0.45, HIGH)] + BOWL[1:] + [(0.12, 0.468)])]),
     "Q": (1.00, [(True, OVAL), (False, [(0.56, 0.30), (0.96, -0.07)])]),
     "R": (0.86, [(False, [(0.10, 0.0), (0.10, HIGH), (0.45, HIGH)] + BOWL[1:] + [(0.12, 0.468)]),
                  (False, [(0.44, 0.46), (0.80, 0.0)])]),
-    "S": (0.84, [(False, arc(0.42, 0.716, 0.32, 0.216, 30.0, 262.0, 18) +
-                  arc(0.42, 0.284, 0.32, 0.216, 82.0, -150.0, 18))]),
-    "T": (0.88, [(False, [(0.02, HIGH), (0.86, HIGH)]), (False, [(0.44, HIGH), (0.44, 0.0)])]),
     "U": (0.92, [(False, [(0.10, 1.0), (0.10, 0.43)] +
                   arc(0.46, 0.43, 0.36, 0.362, 180.0, 360.0, 20) + [(0.82, 1.0)])]),
     "V": (0.96, [(False, [(0.02, 1.0), (0.48, 0.14), (0.94, 1.0)])]),
-    "Y": (0.92, [(False, [(0.02, 1.0), (0.46, 0.48), (0.90, 1.0)]),
-                 (False, [(0.46, 0.52), (0.46, 0.0)])]),
-    " ": (0.46, []),
 }
 SPACING = 0.26
 
 
 def stroke_sides(points, closed, width):
     """The two edges of a stroke, mitred."""
-    count = len(points)
 
     def normal(i, j):
         dx = points[j][0] - points[i][0]
@@ -482,12 +463,10 @@ def stroke_sides(points, closed, width):
         length = math.sqrt(dx * dx + dy * dy)
         return (-dy / length, dx / length)
 
-    kept = [p for i, p in enumerate(points)
-            if i == 0 or abs(p[0] - points[i - 1][0]) + abs(p[1] - points[i - 1][1]) > 1e-6]
-    points = kept
+    points = [p for i, p in enumerate(points)
+              if i == 0 or abs(p[0] - points[i - 1][0]) + abs(p[1] - points[i - 1][1]) > 1e-6]
     count = len(points)
-    left = []
-    right = []
+    left, right = [], []
     for i in range(count):
         before = normal(i - 1, i) if closed or i > 0 else normal(i, i + 1)
         after = normal(i, (i + 1) % count) if closed or i < count - 1 else before
@@ -538,28 +517,6 @@ def make_letter(letter):
     return mesh
 
 
-def text_width(text):
-    return math.fsum(LETTERS[letter][0] for letter in text) + SPACING * (len(text) - 1)
-
-
-def make_words(text):
-    """A line of flat letters 1 high about the origin, facing z."""
-    mesh = Mesh()
-    x = -text_width(text) / 2.0
-    whole = -2.0 * x
-    for letter in text:
-        width, strokes = LETTERS[letter]
-        for closed, points in strokes:
-            left, right = stroke_sides(points, closed, WEIGHT * 0.8)
-            count = len(left)
-            for i in range(count if closed else count - 1):
-                n = (i + 1) % count
-                quad = [(p[0] + x, p[1] - 0.5, 0.0) for p in (left[i], right[i], right[n], left[n])]
-                mesh.flat(quad, [(p[0] / whole + 0.5, 0.5 - p[1]) for p in quad])
-        x += width + SPACING
-    return mesh
-
-
 TITLE = "QUORVALE"
 LINES = {
     "words_real_time": "A PIECE IN REAL TIME",
@@ -578,7 +535,7 @@ MODELS = {
     "terrain": make_terrain,
     "ember": make_ember,
     "shell": make_shell,
-    "dust": make_dust,
+    "stars": make_stars,
     "tread": make_tread,
     "ring": make_ring,
     "dome": make_dome,
@@ -595,8 +552,9 @@ def main():
     for letter in TITLE:
         make_letter(letter).write(
             os.path.join(folder, "letter_" + letter.lower() + ".obj"), MADE)
+    font = Font.find("DejaVuSans-Bold")
     for name, text in LINES.items():
-        make_words(text).write(os.path.join(folder, name + ".obj"), MADE)
+        font.mesh(text).write(os.path.join(folder, name + ".obj"), MADE)
 
 
 if __name__ == "__main__":

@@ -11,27 +11,30 @@ last 13 and 12 ticks by turns (the speed is set on every row, on the kick's chan
     4 rows     50 ticks     500 ms     a beat, 120 a minute
     16 rows   200 ticks    2000 ms     a bar
     64 rows   800 ticks    8000 ms     a pattern, 4 bars
-    768 rows 9600 ticks   96000 ms     the whole: 48 bars, 12 patterns, each played once
+    960 rows 12000 ticks 120000 ms     the whole: 60 bars, 15 patterns, each played once
 
 Even rows lie on multiples of 125 ms, odd rows 5 ms behind.
 
-Form, in D minor with an ending in D major:
+Form, in D minor with an ending in D major. Bars are counted as they are written; ORDER has the
+patterns in the order in which they are played:
 
-    start ms   bars    section; each pattern is one
-    0          0-3     intro: choir and pad rise out of silence, the bell gives out the motif
-    8000       4-7     intro: plucked eighths, low drone; reversed cymbal from 15000
-    16000      8-11    build: kick on each beat, bass between, plucked sixteenths
-    24000      12-15   build: claps, hats; wind rises from 28000, snare roll from 30000
-    32000      16-19   main theme, first half: all drums, lead; snare fill at 39500
-    40000      20-23   main theme, second half, choir under the lead; tom fill at 47000
-    48000      24-27   bridge: half-time drums, falling sequence; drums stop at 55500
-    56000      28-31   break: the kick's heartbeat and a slow bell melody; riser from 60000,
-                       snare roll from 62000
-    64000      32-35   theme varied over a rising bass, second voice; fill at 71500
-    72000      36-39   theme varied, high point of the melody, chord sparkles; fill at 79000
-    80000      40-43   theme in two voices, all instruments; long tom fill at 86500
-    88000      44-47   ending: last stroke of the drums at 88000, D major from 92000 with the
-                       bell's motif; faded to silence by 95500, the song stops at 96000
+    start s   bars    section; each pattern is one
+    0         48-51   opening: all drums and the theme at once, two strokes of the crash
+    8         0-3     intro: choir and pad out of silence, the bell gives out the motif
+    16        4-7     intro: plucked eighths, low drone; reversed cymbal at its end
+    24        8-11    build: kick on each beat, bass between, plucked sixteenths
+    32        12-15   build: claps, hats; wind rises from 36, snare roll from 38
+    40        16-19   main theme, first half: all drums, lead; a snare fill
+    48        20-23   main theme, second half, choir under the lead; a tom fill
+    56        24-27   bridge: half-time drums, falling sequence; the drums stop early
+    64        52-55   shoal: half-time, plucked high and wide, the bell's second melody
+    72        28-31   break: the kick's heartbeat and a slow bell melody; riser from 76, roll from 78
+    80        32-35   theme varied over a rising bass, second voice
+    88        36-39   theme varied, high point of the melody, chord sparkles
+    96        56-59   crossing: the theme's high notes over a bass that climbs
+    104       40-43   theme in two voices, all instruments; long tom fill at 110.5
+    112       44-47   ending: last stroke of the drums, D major from 116 with the bell's motif; silent
+                      by 119.5
 
 The bytes written never change from machine to machine. Nothing of the machine's mathematical
 library is used but the square root: sums, products, quotients and square roots are the same
@@ -159,10 +162,10 @@ LEAD_LOOP = 8192  # 128 periods of 64
 
 def make_lead():
     loop = wave_of(LEAD_LOOP, harmonics(
-        128, range(1, 15), lambda h: (1.0 if h & 1 else 0.7) / (h * (1.0 + 0.02 * h * h)),
+        128, range(1, 25), lambda h: (1.0 if h & 1 else 0.7) / (h * (1.0 + 0.004 * h * h)),
         Noise(21), (-1, 0, 1)))
     bright = wave_of(LEAD_LOOP, harmonics(
-        128, range(3, 20), lambda h: 0.5 / h, Noise(22), (-1, 1)))
+        128, range(3, 24), lambda h: 0.8 / h, Noise(22), (-1, 1)))
     return attack_and_loop(3072, loop, ((bright, 3),), 90)
 
 
@@ -171,7 +174,7 @@ PAD_LOOP = 32768  # 256 periods of 128
 
 def make_pad():
     loop = wave_of(PAD_LOOP, wide_harmonics(
-        256, 22, 1.7, lambda h: 1.0 / (h * (1.0 + 0.035 * h * h)), 31))
+        256, 40, 1.7, lambda h: 1.0 / (h * (1.0 + 0.003 * h * h)), 31))
     return attack_and_loop(512, loop, (), 400)
 
 
@@ -199,8 +202,8 @@ PLUCK_LOOP = 2048  # 32 periods of 64
 
 def make_pluck():
     loop = wave_of(PLUCK_LOOP, aligned(32, range(1, 4), lambda h: 1.0 / (h * h * h)))
-    middle = wave_of(PLUCK_LOOP, aligned(32, range(2, 9), lambda h: 0.55 / h))
-    bright = wave_of(PLUCK_LOOP, aligned(32, range(7, 24), lambda h: 0.7 / h))
+    middle = wave_of(PLUCK_LOOP, aligned(32, range(2, 12), lambda h: 0.9 / h))
+    bright = wave_of(PLUCK_LOOP, aligned(32, range(7, 30), lambda h: 1.6 / h))
     return attack_and_loop(8192, loop, ((middle, 4), (bright, 13)), 16)
 
 
@@ -235,35 +238,35 @@ def make_wind():
 KICK, SNARE, CLAP, HAT, OPEN_HAT, CRASH, TOM, REVERSE = 1, 2, 3, 4, 5, 6, 7, 8
 BASS, PAD, CHOIR, LEAD, PLUCK, BELL, WIND = 9, 10, 11, 12, 13, 14, 15
 
-LEFT, CENTRE, RIGHT = 48, 128, 208
+LEFT, CENTRE, RIGHT = 0, 128, 255
 
 # Envelopes: points (tick, 0 to 64). A tick is 10 ms.
 INSTRUMENTS = {
-    KICK: dict(name="kick", make=make_kick, bits=16, peak=0.70, rel=17,
+    KICK: dict(name="kick", make=make_kick, bits=16, peak=0.60, rel=17,
                envelope=((0, 64), (24, 64), (36, 0))),
     SNARE: dict(name="snare", make=make_snare, bits=16, peak=0.74, rel=24, pan=120,
                 envelope=((0, 64), (12, 56), (26, 0))),
-    CLAP: dict(name="clap", make=make_clap, bits=8, peak=0.64, rel=24, pan=144,
+    CLAP: dict(name="clap", make=make_clap, bits=8, peak=0.64, rel=24, pan=200,
                envelope=((0, 64), (14, 48), (24, 0))),
-    HAT: dict(name="closed hat", make=make_hat, bits=8, peak=0.85, rel=29, pan=160,
+    HAT: dict(name="closed hat", make=make_hat, bits=8, peak=0.95, rel=29, pan=224,
               envelope=((0, 64), (4, 40), (8, 0))),
-    OPEN_HAT: dict(name="open hat", make=make_open_hat, bits=8, peak=0.88, rel=29, pan=96,
+    OPEN_HAT: dict(name="open hat", make=make_open_hat, bits=8, peak=0.95, rel=29, pan=32,
                    envelope=((0, 64), (12, 44), (32, 0))),
-    CRASH: dict(name="crash", make=make_crash, bits=8, peak=0.62, rel=24, pan=112,
+    CRASH: dict(name="crash", make=make_crash, bits=8, peak=0.80, rel=24, pan=64,
                 envelope=((0, 64), (60, 40), (160, 0))),
     TOM: dict(name="tom", make=make_tom, bits=16, peak=0.52, rel=17),
-    REVERSE: dict(name="reversed cymbal", make=make_reverse, bits=8, peak=0.50, rel=17, pan=150),
-    BASS: dict(name="bass", make=make_bass, bits=16, peak=0.55, loop=BASS_LOOP, rel=36,
+    REVERSE: dict(name="reversed cymbal", make=make_reverse, bits=8, peak=0.60, rel=17, pan=208),
+    BASS: dict(name="bass", make=make_bass, bits=16, peak=0.42, loop=BASS_LOOP, rel=36,
                envelope=((0, 64), (10, 54), (30, 44), (90, 38), (97, 0)), sustain=3, fadeout=6000),
-    PAD: dict(name="warm pad", make=make_pad, bits=16, peak=0.34, loop=PAD_LOOP, rel=24,
+    PAD: dict(name="warm pad", make=make_pad, bits=16, peak=0.50, loop=PAD_LOOP, rel=24,
               envelope=((0, 8), (16, 44), (60, 64), (150, 56), (200, 0)), sustain=3, fadeout=500),
     CHOIR: dict(name="choir", make=make_choir, bits=16, peak=0.35, loop=CHOIR_LOOP, rel=24,
                 envelope=((0, 4), (30, 48), (70, 64), (110, 0)), sustain=2, fadeout=500,
-                panning=((0, 32), (90, 42), (240, 22), (320, 32)), panning_loop=(0, 3),
+                panning=((0, 32), (90, 60), (240, 4), (320, 32)), panning_loop=(0, 3),
                 vibrato=(0, 60, 6, 14)),
-    LEAD: dict(name="lead", make=make_lead, bits=16, peak=0.60, loop=LEAD_LOOP, rel=12,
+    LEAD: dict(name="lead", make=make_lead, bits=16, peak=0.54, loop=LEAD_LOOP, rel=12,
                envelope=((0, 50), (3, 64), (40, 54), (120, 50), (134, 0)), sustain=3, fadeout=2600),
-    PLUCK: dict(name="pluck", make=make_pluck, bits=16, peak=0.37, loop=PLUCK_LOOP, rel=12,
+    PLUCK: dict(name="pluck", make=make_pluck, bits=16, peak=0.52, loop=PLUCK_LOOP, rel=12,
                 envelope=((0, 64), (8, 40), (20, 22), (45, 9), (80, 0))),
     BELL: dict(name="bell", make=make_bell, bits=16, peak=0.66, loop=BELL_LOOP, rel=12,
                envelope=((0, 64), (30, 44), (90, 22), (180, 8), (300, 0))),
@@ -276,7 +279,8 @@ INSTRUMENTS = {
 # Song: cells of (note, instrument, volume column, effect, parameter), one a row and channel
 
 ROWS_PER_BAR = 16
-BARS = 48
+BARS = 60
+ORDER = (12, 0, 1, 2, 3, 4, 5, 6, 13, 7, 8, 9, 14, 10, 11)
 ROWS = ROWS_PER_BAR * BARS
 CHANNELS = 16
 TEMPO = 250
@@ -329,7 +333,10 @@ PROGRESSION = (
     "Dm C/E F Gm "  # 32 theme, varied
     "Bb F/A Gm7 A "  # 36
     "Dm Bb Gm7 A "  # 40 theme, in two voices
-    "Bbmaj7 Gm7|Asus4 Dadd9 D"  # 44 ending
+    "Bbmaj7 Gm7|Asus4 Dadd9 D "  # 44 ending
+    "Dm Bb Gm7 A "  # 48 opening
+    "Dm9 F/A Gm7 Asus4|A "  # 52 shoal
+    "Bb F/A C A"  # 56 crossing
 ).split()
 assert len(PROGRESSION) == BARS
 
@@ -340,6 +347,7 @@ BELL_MELODY = {
     12: "A5 16 | F5 16 | D5 8 G5 8 | A5 8 E5 8",
     28: "A5 8 D5 4 F5 4 | G5 8 E5 4 C5 4 | A5 6 G5 2 F5 4 E5 4 | D5 8 C#5 8",
     44: "A5 4 F5 4 D5 8 | Bb4 4 D5 4 E5 4 D5 4 | A4 4 D5 4 F#5 8 | E5 4 A5 12",
+    52: "D5 4 A5 4 F5 8 | C5 4 A5 4 F5 8 | D5 4 Bb5 4 G5 4 D5 4 | E5 8 C#5 4 - 4",
 }
 
 LEAD_MELODY = {
@@ -356,6 +364,9 @@ LEAD_MELODY = {
         "~C#6 8 A5 2 G5 2 E5 2 C#5 2",
     40: "A4 2 D5 2 F5 6 E5 2 D5 4 | F5 6 ~Bb5 6 A5 4 | G5 4 A5 2 Bb5 4 A5 2 G5 2 F5 2 |"
         "E5 8 ~C#5 4 A4 4",
+    48: "A4 2 D5 2 F5 6 E5 2 D5 4 | Bb5 6 ~A5 6 F5 4 | G5 2 A5 2 Bb5 4 A5 2 G5 2 F5 2 D5 2 |"
+        "E5 8 ~C#6 4 - 4",
+    56: "D6 6 C6 2 Bb5 4 F5 4 | A5 6 G5 2 F5 4 C5 4 | G5 4 E5 2 G5 2 C6 6 ~D6 2 | ~C#6 8 A5 4 - 4",
 }
 
 VOICE_MELODY = {
@@ -366,6 +377,8 @@ VOICE_MELODY = {
     36: "F4 8 D5 8 | C5 8 A4 8 | Bb4 8 D5 8 | E5 8 C#5 8",
     40: "F4 2 A4 2 D5 6 C5 2 A4 4 | D5 6 F5 6 F5 4 | D5 4 F5 2 G5 4 F5 2 Bb4 2 D5 2 |"
         "C#5 8 A4 4 E4 4",
+    52: "F4 16 | A4 16 | G4 16 | A4 8 E4 4 - 4",
+    56: "F4 8 D5 8 | C5 8 A4 8 | E5 8 C5 8 | E5 8 C#5 4 - 4",
 }
 
 
@@ -411,10 +424,10 @@ def write_drums(song):
     for bar in range(16, 24):
         odd = bar & 1
         plan[bar] = ("floor2" if odd else "floor", "ghost" if odd else "back", 56, "sixteenths")
-    for bar in range(24, 28):
+    for bar in (*range(24, 28), *range(52, 56)):
         odd = bar & 1
         plan[bar] = ("half2" if odd else "half", "half2" if odd else "half", 60, "ride")
-    for bar in range(32, 44):
+    for bar in (*range(32, 44), *range(48, 52), *range(56, 60)):
         odd = bar & 1
         plan[bar] = ("floor3" if odd else "floor2", "ghost2" if odd else "ghost", 60, "sixteenths")
 
@@ -434,14 +447,14 @@ def write_drums(song):
 
     # Cymbals at the head of sections
     for bar, level in ((8, 34), (16, 64), (20, 40), (24, 56), (28, 30), (32, 64), (36, 48),
-                       (40, 64), (42, 40), (44, 60)):
+                       (40, 64), (42, 40), (44, 60), (48, 64), (50, 64), (52, 40), (56, 64), (58, 44)):
         song.play(CH_CYMBAL, bar * ROWS_PER_BAR, DRUM_NOTE, CRASH, level)
     song.play(CH_KICK, 44 * ROWS_PER_BAR, DRUM_NOTE, KICK, 64)
     song.play(CH_EFFECT, 44 * ROWS_PER_BAR, DRUM_NOTE - 7, TOM, 50)
 
     # The intro's hats come out of nothing, so does the break's heartbeat.
     for i in range(16):
-        song.play(CH_HAT, 6 * ROWS_PER_BAR + 2 * i + 1, DRUM_NOTE, HAT, 6 + i)
+        song.play(CH_HAT, 6 * ROWS_PER_BAR + 2 * i + 1, DRUM_NOTE, HAT, 16 + 2 * i)
     for bar in (28, 29, 30):
         song.play(CH_KICK, bar * ROWS_PER_BAR, DRUM_NOTE - 3, KICK, 40)
         song.play(CH_KICK, bar * ROWS_PER_BAR + 3, DRUM_NOTE - 3, KICK, 26)
@@ -450,21 +463,21 @@ def write_drums(song):
 def write_hats(song, first, style):
     if style == "off":
         for step in (2, 6, 10, 14):
-            song.play(CH_HAT, first + step, DRUM_NOTE, HAT, 40)
+            song.play(CH_HAT, first + step, DRUM_NOTE, HAT, 60)
     if style == "eighths":
         for step in range(0, 16, 2):
-            song.play(CH_HAT, first + step, DRUM_NOTE, HAT, 50 if step & 2 else 30)
+            song.play(CH_HAT, first + step, DRUM_NOTE, HAT, 64 if step & 2 else 46)
     if style == "sixteenths":
-        levels = (36, 14, 0, 20)
+        levels = (60, 34, 0, 42)
         for step in range(16):
             if step & 3 == 2:
-                song.play(CH_HAT, first + step, DRUM_NOTE, OPEN_HAT, 46)
+                song.play(CH_HAT, first + step, DRUM_NOTE, OPEN_HAT, 62)
             else:
                 song.play(CH_HAT, first + step, DRUM_NOTE, HAT, levels[step & 3])
     if style == "ride":
         for step in range(0, 16, 4):
-            song.play(CH_HAT, first + step, DRUM_NOTE + 3, OPEN_HAT, 34)
-            song.play(CH_HAT, first + step + 2, DRUM_NOTE, HAT, 34)
+            song.play(CH_HAT, first + step, DRUM_NOTE + 3, OPEN_HAT, 48)
+            song.play(CH_HAT, first + step + 2, DRUM_NOTE, HAT, 52)
 
 
 def snare_roll(song, first, loudest):
@@ -549,9 +562,9 @@ def write_bass(song):
         plan[bar] = "gallop"
     for bar in range(16, 24):
         plan[bar] = "groove2" if bar & 1 else "groove"
-    for bar in range(24, 28):
+    for bar in (*range(24, 28), *range(52, 56)):
         plan[bar] = "long"
-    for bar in range(32, 44):
+    for bar in (*range(32, 44), *range(48, 52), *range(56, 60)):
         plan[bar] = "groove" if bar & 3 == 0 else "groove2"
 
     for bar, style in plan.items():
@@ -628,15 +641,17 @@ def write_pad(song):
                 else:
                     song.volume_column(channel, row, SLIDE_VOLUME_UP + slide)
 
-    for bar in list(range(8, 28)) + list(range(32, 44)):
+    for bar in (*range(8, 28), *range(32, 44), *range(48, 60)):
         for row, _, _, chord, _ in chords_of_bar(bar):
-            if bar in (8, 12, 16, 20, 24, 32, 36, 40):
+            if bar & 3 == 0:
                 strike(row, chord, 30)
             else:
                 lead_on(row, chord, 30)
     pump(8 * ROWS_PER_BAR, 24 * ROWS_PER_BAR, 12, 1)
     pump(32 * ROWS_PER_BAR, 44 * ROWS_PER_BAR, 12, 1)
-    for bar in range(24, 28):
+    pump(48 * ROWS_PER_BAR, 52 * ROWS_PER_BAR, 12, 1)
+    pump(56 * ROWS_PER_BAR, 60 * ROWS_PER_BAR, 12, 1)
+    for bar in (*range(24, 28), *range(52, 56)):
         for channel in channels:
             song.fade(channel, bar * ROWS_PER_BAR, bar * ROWS_PER_BAR + 6, 24, 44)
 
@@ -675,10 +690,10 @@ def write_pluck(song):
             note = plucked[indices[step]] + transpose
             accent = 8 if step & 3 == 0 or step & 7 == 3 else 0
             row = bar * ROWS_PER_BAR + step
-            pan = 0x50 if step // every & 1 else 0xA8
+            pan = 0x18 if step // every & 1 else 0xE8
             song.play(CH_PLUCK, row, note, PLUCK, min(64, level + accent))
             song.effect(CH_PLUCK, row, PANNING, pan)
-            if row + 3 < 46 * ROWS_PER_BAR:
+            if not 46 <= (row + 3) // ROWS_PER_BAR < 48:
                 song.play(CH_PLUCK_ECHO, row + 3, note, PLUCK, (level + accent) * 2 // 5)
                 song.effect(CH_PLUCK_ECHO, row + 3, PANNING, 0x100 - pan)
 
@@ -694,6 +709,10 @@ def write_pluck(song):
         figure_bar(bar, busy, 2 if bar < 30 else 1, 20 + 3 * (bar - 28), 12 if bar < 30 else 0)
     for bar in range(32, 44):
         figure_bar(bar, busy, 1, 28, 12 if bar & 3 == 3 or bar >= 40 else 0)
+    for bar in (*range(48, 52), *range(56, 60)):
+        figure_bar(bar, busy, 1, 30, 12 if bar & 1 else 0)
+    for bar in range(52, 56):
+        figure_bar(bar, busy, 1, 24 + 4 * (bar & 1), 12)
     figure_bar(44, figure, 2, 30)
     figure_bar(45, figure, 2, 20)
 
@@ -710,8 +729,8 @@ def write_lead(song):
                 continue
             accent = 4 if step & 7 == 0 else 0
             song.play(CH_LEAD, row, note, 0 if glide else LEAD, level + accent)
-            song.play(CH_LEAD_ECHO, row + 3, note, 0 if glide else LEAD, (level + accent) * 3 // 8)
-            song.effect(CH_LEAD_ECHO, row + 3, PANNING, 0x38 if step // 16 & 1 else 0xC8)
+            song.play(CH_LEAD_ECHO, row + 3, note, 0 if glide else LEAD, (level + accent) // 2)
+            song.effect(CH_LEAD_ECHO, row + 3, PANNING, 0x08 if step // 16 & 1 else 0xF8)
             song.stop(CH_LEAD, row + rows)
             song.stop(CH_LEAD_ECHO, row + rows + 3)
             if glide:
@@ -745,16 +764,16 @@ def write_voice(song):
 
 def write_bell(song):
     for bar, text in BELL_MELODY.items():
-        level = {0: 40, 4: 34, 12: 22, 28: 48, 44: 42}[bar]
+        level = {0: 40, 4: 34, 12: 22, 28: 48, 44: 42, 52: 44}[bar]
         for step, rows, note, _ in melody(text):
             if note == 0:
                 continue
             row = bar * ROWS_PER_BAR + step
             song.play(CH_BELL, row, note, BELL, level)
-            song.effect(CH_BELL, row, PANNING, 0x60)
-            if row + 6 < 47 * ROWS_PER_BAR:
+            song.effect(CH_BELL, row, PANNING, 0x30)
+            if bar != 44 or row + 6 < 47 * ROWS_PER_BAR:
                 song.play(CH_BELL_ECHO, row + 6, note, BELL, level * 3 // 8)
-                song.effect(CH_BELL_ECHO, row + 6, PANNING, 0xB8)
+                song.effect(CH_BELL_ECHO, row + 6, PANNING, 0xE0)
     # The last strokes fade with the chord.
     for channel, level in ((CH_BELL, 34), (CH_BELL_ECHO, 14)):
         song.fade(channel, 47 * ROWS_PER_BAR, 47 * ROWS_PER_BAR + 11, level, 0)
@@ -806,6 +825,11 @@ def compose():
     write_voice(song)
     write_bell(song)
     write_effects(song)
+    # Nothing rings on into a pattern that was not written after the one it is played after.
+    for bar in (0, 28, 40, 52, 56):
+        for channel in (CH_BASS, CH_PLUCK_ECHO, CH_LEAD, CH_LEAD_ECHO, CH_VOICE, CH_EFFECT):
+            song.stop(channel, bar * ROWS_PER_BAR)
+    song.order = ORDER
     for row in range(ROWS):  # last, since a fill may clear the kick's channel
         song.effect(CH_KICK, row, SPEED, SPEEDS[row & 1])
     return song

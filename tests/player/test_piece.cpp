@@ -29,7 +29,7 @@
 #include "support/recorded_sdl.h"
 #include "support/temporary_folder.h"
 
-static constexpr uint32_t kEnd = 9600; // ticks: the music's length
+static constexpr uint32_t kEnd = 12000; // ticks: the music's length
 static constexpr View kView = {1024, 768, 1.3333334f};
 
 /// The piece, loaded once for all tests: its records do not change while it plays.
@@ -211,7 +211,7 @@ TEST_F(SamplePiece, TheMusicIsTheOneBesideThePackage)
 
 TEST_F(SamplePiece, DrawsSomethingUpToTheEndOfTheMusic)
 {
-    for (uint32_t time = 0; time < kEnd; time += 10)
+    for (uint32_t time = 0; time < kEnd; time += 13)
     {
         ASSERT_GT(DrawDemo(time), 0u) << time;
         ASSERT_EQ(GlModelviewDepth(), 1u) << time;
@@ -224,7 +224,7 @@ TEST_F(SamplePiece, DrawsSomethingUpToTheEndOfTheMusic)
 TEST_F(SamplePiece, NothingThatItDrawsIsRefusedByOpenGl)
 {
     MuteGl(false);
-    for (uint32_t time = 0; time < kEnd; time += 50)
+    for (uint32_t time = 0; time < kEnd; time += 63)
     {
         DrawDemo(time);
         TakeGlCalls();
@@ -235,7 +235,7 @@ TEST_F(SamplePiece, NothingThatItDrawsIsRefusedByOpenGl)
 
 TEST_F(SamplePiece, AMomentWithoutWaterAndEffectsIsDrawnTheSameTwice)
 {
-    for (uint32_t time : {700u, 1450u, 2300u, 2700u, 5100u, 6700u})
+    for (uint32_t time : {300u, 1000u, 2700u, 3500u, 7700u, 8300u})
     {
         // The same frame goes before both: what its last object leaves behind is not restored.
         MuteGl(false);
@@ -526,7 +526,7 @@ static uint64_t Triangles(const std::string& calls)
 TEST_F(SamplePiece, NoFrameHasMoreTrianglesThanASlowMachineDraws)
 {
     MuteGl(false);
-    for (uint32_t time = 0; time < kEnd; time += 50)
+    for (uint32_t time = 0; time < kEnd; time += 63)
     {
         TakeGlCalls();
         DrawDemo(time);

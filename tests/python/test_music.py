@@ -65,6 +65,6 @@ def test_what_is_never_played_is_refused(tmp_path):
 
 def test_the_sample_pieces_module_keeps_its_form(root):
     music = Music(str(root / "piece/music/quorvale.xm"), rows_per_beat=4)
-    assert music.end == 9600 and len(music.rows) == 768
-    assert [music.beat(k) for k in range(0, 193, 16)] == [800 * k for k in range(13)]
+    assert music.end == 12000 and len(music.rows) == 960
+    assert [music.beat(k) for k in range(0, 241, 16)] == [800 * k for k in range(16)]
     assert music.bar(8) == 1600 and music.at(4) == 3200 and music.at(4, 2) == 3225

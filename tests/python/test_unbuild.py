@@ -115,7 +115,7 @@ def test_the_samples_code_is_one_to_edit(sample):
     statements, _ = unbuild_document((sample / "demo.xml").read_text(encoding="utf-8"))
     lines = piece_text({"demo": statements}).splitlines()
     assert '    hero = Scene(name="hero")' in lines
-    assert "    hero_amplitude = ease_out(0.08, 0.03, 50).looped()" in lines
+    assert "    hero_amplitude = ease_out(0.13, 0.03, 50).looped()" in lines
     assert max(map(len, lines)) <= 100
 
 

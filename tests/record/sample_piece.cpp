@@ -9,7 +9,10 @@
 
 static constexpr const char* kDemo = "demo.xmlz";
 static constexpr const char* kLoading = "loading.xmlz";
-static constexpr uint32_t kSampleMs = 96000;
+static constexpr uint32_t kSampleMs = 120000;
+// Frames of faulty runs: one sees the first mesh that is generated, at 67 seconds, and one the
+// first clip that feeds a bitmap with its own picture, at 89 seconds.
+static constexpr uint32_t kFaultStepMs = 22390;
 static constexpr uint32_t kLoadingReadings = 740; // about as many as loading takes
 
 [[noreturn]] static void Fail(const std::string& what)
@@ -115,7 +118,7 @@ static constexpr TextFault kTextFaults[] = {
      "\"dynamic\" value=\"99"},
     // effects
     {"fault-effect-type-unknown", kDemo, "effects", "type=\"0\"", "type=\"4\""},
-    {"fault-effect-envelope-missing", kDemo, "effects", "<p>26", "<p>4000"},
+    {"fault-effect-envelope-missing", kDemo, "effects", "<p>1</p>", "<p>4000</p>"},
     {"fault-effect-without-resolution", kDemo, "effects", "resolution=", "size="},
     {"fault-effect-of-another-size", kDemo, "effects", "64x64", "63x64"},
     // bitmaps
@@ -141,8 +144,8 @@ static constexpr TextFault kTextFaults[] = {
      "<visible value=\"no\"/>"},
     {"fault-loading-material-missing", kLoading, "scenes", "material=\"", "material=\"99"},
     // the timeline
-    {"fault-clip-scene-missing", kDemo, "timeline", "<clip id=\"", "<clip id=\"99"},
-    {"fault-clip-target-missing", kDemo, "timeline", "rtex=\"14\"", "rtex=\"15\""},
+    {"fault-clip-scene-missing", kDemo, "timeline", "<clip id=\"43", "<clip id=\"9943"},
+    {"fault-clip-target-missing", kDemo, "timeline", "rtex=\"11\"", "rtex=\"14\""},
     {"fault-clip-without-target", kDemo, "timeline", " rtex=", " bitmap="},
     {"fault-clip-pass-unknown", kDemo, "timeline", "type=\"5\"", "type=\"6\""},
     {"fault-clip-without-length", kDemo, "timeline", " length=", " size="},
@@ -337,7 +340,8 @@ static PlayerRun MakeFaultyRun(std::vector<PackageEntry>* entries)
 {
     PlayerRun run;
     run.clicks.push_back(SwitchRow(2)); // no music
-    SetFrames(&run, 6, 0);
+    SetFrames(&run, 5, 0);
+    run.stepMs = kFaultStepMs;
     run.earlyStepMs = 1; // few frames of loading, so that the many faults take little time
     AddFiles(&run, *entries);
     return run;

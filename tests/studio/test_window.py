@@ -30,7 +30,7 @@ def test_pictures_are_those_of_a_film(start: Start, tmp_path: Path) -> None:
     opened(studio)
     # Forwards, backwards, and in steps.
     keys = [(["Right"], 500), (["Up"], 6500), (["Left"], 6000), (["shift+Left"], 5999),
-            (["Home"], 0), (["End"], 9599), (["period"], 9599), (["comma"], 9597)]
+            (["Home"], 0), (["End"], 11999), (["period"], 11999), (["comma"], 11997)]
     for pressed, tick in keys:
         studio.key(*pressed)
         keep_picture(studio, tick)
@@ -41,7 +41,7 @@ def test_pictures_are_those_of_a_film(start: Start, tmp_path: Path) -> None:
         shown = picture(tmp_path / f"quorvale-{int(tick):06}.png")
         assert shown == picture(tmp_path / f"{tick}.ppm"), tick
         # A film at 100 pictures a second shows every tick.
-        if tick in ("500", "5999", "9597"):
+        if tick in ("500", "5999", "11997"):
             film = subprocess.run(
                 [DPK, "render", PACKAGE, "-o", "-", "--size", "320x180", "--samples", "0",
                  "--fps", "100", "--from", f"{tick}t", "--to", f"{int(tick) + 1}t", "--no-sound"],
@@ -129,7 +129,7 @@ def test_the_mouse_seeks_and_plays(start: Start) -> None:
     studio = start(*SIZE, PACKAGE)
     opened(studio)
     studio.click("seek", 0.5, 0.5)
-    assert 4000 < studio.until(lambda now: now["shown"] > 0)["shown"] < 5600
+    assert 5000 < studio.until(lambda now: now["shown"] > 0)["shown"] < 7000
     studio.click("play")
     studio.until(lambda now: now["plays"])
     studio.click("play")
@@ -155,8 +155,8 @@ def test_keys_panels_and_the_end(start: Start) -> None:
 
 
 def test_the_viewer_plays_and_ends(start: Start) -> None:
-    studio = start("--play", *SIZE, "--from", "88", PACKAGE)
-    studio.until(lambda now: now["plays"] and now["shown"] > 8800 and not now["panels"])
+    studio = start("--play", *SIZE, "--from", "112", PACKAGE)
+    studio.until(lambda now: now["plays"] and now["shown"] > 11200 and not now["panels"])
     assert studio.end() == 0
     assert studio.errors() == ""
 

@@ -18,7 +18,7 @@ static const std::vector<std::string> kStretch = {"--size", "64x48", "--fps", "2
                                                   "--from", "1000t", "--to",  "1100t"};
 // Of the sample piece, where pictures feed themselves.
 static const std::vector<std::string> kFeedback = {"--size", "64x48", "--fps", "25",
-                                                   "--from", "7300t", "--to",  "7400t"};
+                                                   "--from", "8900t", "--to",  "9000t"};
 
 class RenderCommand : public testing::Test
 {
@@ -94,8 +94,8 @@ TEST_F(RenderCommand, APictureDependsOnItsTickAlone)
 {
     package = SAMPLE;
     ASSERT_EQ(RenderStretch({"-o", "p/%05d.png"}).exitCode, 0);
-    // Picture 20 shows tick 7380, after 80 ticks of a picture that feeds itself.
-    ASSERT_EQ(Render({"--size", "64x48", "--at", "7380t", "-o", "still.png"}).exitCode, 0);
+    // Picture 20 shows tick 8980, after 80 ticks of a picture that feeds itself.
+    ASSERT_EQ(Render({"--size", "64x48", "--at", "8980t", "-o", "still.png"}).exitCode, 0);
     EXPECT_EQ(folder.Read("p/00020.png"), folder.Read("still.png"));
 }
 
@@ -642,7 +642,7 @@ TEST_F(RenderCommand, TheReferencePicturesAreStillThose)
 {
     package = SAMPLE;
     const DpkRun run =
-        Render({"--size", "160x120", "--samples", "0", "--fps", "1/4", "--compare", REFERENCES});
+        Render({"--size", "160x120", "--samples", "0", "--fps", "1/5", "--compare", REFERENCES});
     EXPECT_EQ(run.exitCode, 0) << run.out << run.err;
     EXPECT_EQ(run.out.substr(0, 21), "compared 24 pictures:");
 }
@@ -651,8 +651,8 @@ TEST_F(RenderCommand, AnotherDriverStaysWithinTheTolerance)
 {
     package = SAMPLE;
     setenv("GALLIUM_DRIVER", "softpipe", 1);
-    const DpkRun run =
-        Render({"--size", "160x120", "--samples", "0", "--fps", "1/4", "--compare", REFERENCES});
+    const DpkRun run = Render({"--size", "160x120", "--samples", "0", "--fps", "1/5", "--to", "60",
+                               "--compare", REFERENCES});
     EXPECT_EQ(run.exitCode, 0) << run.out << run.err;
 }
 
@@ -676,7 +676,7 @@ TEST_F(RenderCommand, AReferenceOfAnotherSizeIsTold)
 TEST_F(RenderCommand, OtherPicturesAreNotAlike)
 {
     package = SAMPLE;
-    const DpkRun run = Render({"--size", "160x120", "--samples", "0", "--fps", "1/4", "--from", "7",
+    const DpkRun run = Render({"--size", "160x120", "--samples", "0", "--fps", "1/5", "--from", "7",
                                "--to", "40", "--compare", REFERENCES});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_NE(run.out.find("not alike"), std::string::npos) << run.out;

@@ -8,7 +8,7 @@
 #include "engine/stage/stage.h"
 #include "engine/textures/corner_masks.h"
 
-static constexpr uint32_t kPictures = 5760; // 96 seconds, 60 a second
+static constexpr uint32_t kPictures = 5760; // two minutes, 48 a second
 static constexpr uint32_t kParts = 8;
 
 /// @return the frames that a stretch of the film draws, from a piece just loaded
@@ -23,7 +23,7 @@ static uint32_t DrawStretch(uint32_t first, uint32_t end)
     EXPECT_TRUE(OpenStage(&source, &view, &stage, &faults)) << faults.first.text;
     for (uint32_t n = first; n < end && !HasFailed(&faults); ++n)
     {
-        EXPECT_TRUE(SeekPiece(&stage, n * 100 / 60, 1, &faults)) << faults.first.text;
+        EXPECT_TRUE(SeekPiece(&stage, n * 100 / 48, 1, &faults)) << faults.first.text;
         drawn += stage.result.drawnFrames;
     }
     CloseStage(&stage);
