@@ -122,7 +122,11 @@ def _sampled(value: Value, t: int) -> float:
 
 
 def heading(eye: Sequence[float], target: Sequence[float]) -> tuple[float, float]:
-    """Rotations about x and y, in degrees, of a camera that looks from one point to another."""
+    """Rotations about x and y, in degrees, of a camera that looks from one point to another.
+
+    >>> heading((0, 5, 5), (0, 0, 0))
+    (45.0, 0.0)
+    """
     dx, dy, dz = (b - a for a, b in zip(eye, target))
     flat = math.sqrt(dx * dx + dz * dz)
     return -atan2_degrees(dy, flat), atan2_degrees(dx, -dz)

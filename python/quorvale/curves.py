@@ -50,7 +50,11 @@ def number_text(value: float, digits: int = 7) -> str:
 
 
 def written(value: float) -> float:
-    """The 32-bit number that the engine reads for a written value."""
+    """The 32-bit number that the engine reads for a written value.
+
+    >>> written(0.1)
+    0.10000000149011612
+    """
     return f32(float(number_text(float(value))))
 
 
@@ -313,7 +317,11 @@ def _evaluate_spline(p: Sequence[float], s: float) -> float:
 
 
 def spline_value(points: Sequence[tuple[float, float]], t: float) -> float:
-    """The value of a spline through (tick, value) points at any time, in full precision."""
+    """The value of a spline through (tick, value) points at any time, in full precision.
+
+    >>> spline_value([(0, 1), (100, 3)], 50)
+    2.0
+    """
     padded = list(points)
     while len(padded) < SPLINE_POINTS:
         padded.append((padded[-1][0] + 1.0, padded[-1][1]))
@@ -491,7 +499,11 @@ def ease_in(first: float, last: float, length: int) -> Curve:
 
 
 def ease(first: float, last: float, length: int) -> Curve:
-    """At rest at both ends: half `ease_in`, half `ease_out`."""
+    """At rest at both ends: half `ease_in`, half `ease_out`.
+
+    >>> ease(0, 4, 100).at(50), ease(0, 4, 100).at(25)
+    (2.0, 0.5)
+    """
     half = _ticks("ease", "length", length, 2) // 2
     middle = first + (last - first) * 0.5
     return ease_in(first, middle, half).then(ease_out(middle, last, length - half))
@@ -541,7 +553,11 @@ def spline(points: Sequence[tuple[float, float]], length: int | None = None) -> 
 
 
 def levels(points: Sequence[tuple[int, float]]) -> Curve:
-    """Values without movement: (tick, value) points, the first at tick 0; the last stays."""
+    """Values without movement: (tick, value) points, the first at tick 0; the last stays.
+
+    >>> levels([(0, 1), (50, 3)]).at(20), levels([(0, 1), (50, 3)]).at(60)
+    (1.0, 3.0)
+    """
     if not points or points[0][0] != 0:
         raise ValueError("levels(): the first point lies at tick 0")
     pieces = []

@@ -59,7 +59,11 @@ def sin_degrees(degrees: float) -> float:
 
 
 def cos_degrees(degrees: float) -> float:
-    """The cosine of an angle in degrees."""
+    """The cosine of an angle in degrees.
+
+    >>> cos_degrees(180)
+    -1.0
+    """
     return sin_turns(degrees / 360.0 + 0.25)
 
 
@@ -80,7 +84,11 @@ def _atan(x: float) -> float:
 
 
 def atan2_degrees(y: float, x: float) -> float:
-    """The angle of the direction (x, y), from -180 to 180 degrees; 0 for no direction."""
+    """The angle of the direction (x, y), from -180 to 180 degrees; 0 for no direction.
+
+    >>> atan2_degrees(1, 0)
+    90.0
+    """
     if x == 0.0 and y == 0.0:
         return 0.0
     if abs(x) >= abs(y):
@@ -95,7 +103,11 @@ def atan2_degrees(y: float, x: float) -> float:
 
 
 def exponential(x: float) -> float:
-    """e to the power of x."""
+    """e to the power of x.
+
+    >>> exponential(0), round(exponential(1), 6)
+    (1.0, 2.718282)
+    """
     k = math.floor(x * 1.4426950408889634 + 0.5)
     r = x - k * 0.6931471805599453
     s = 1.0
@@ -105,7 +117,11 @@ def exponential(x: float) -> float:
 
 
 def logarithm(x: float) -> float:
-    """The natural logarithm of a number above 0."""
+    """The natural logarithm of a number above 0.
+
+    >>> round(logarithm(10), 6)
+    2.302585
+    """
     m, e = math.frexp(x)
     y = (m - 1.0) / (m + 1.0)
     square = y * y
@@ -116,7 +132,11 @@ def logarithm(x: float) -> float:
 
 
 def power(base: float, exponent: float) -> float:
-    """A base of at least 0 to any exponent; 0 for a base of 0."""
+    """A base of at least 0 to any exponent; 0 for a base of 0.
+
+    >>> round(power(2, 0.5), 6), power(0, 3)
+    (1.414214, 0.0)
+    """
     if base <= 0.0:
         return 0.0
     return exponential(exponent * logarithm(base))

@@ -34,6 +34,8 @@ def write_png(path: str, width: int, height: int, channels: int,
     """Writes an image and gives its bitmap. `pixel(x, y)` gives 3 or 4 channels from 0 to 1.
 
     The sides of a bitmap should be powers of two. The first row lies at v = 0.
+
+        sky = write_png("sky.png", 256, 128, 3, lambda x, y: (0.2, y / 127, 1.0))
     """
     if channels not in (3, 4):
         raise ValueError(f"write_png(): an image has 3 or 4 channels, not {channels}")
@@ -59,7 +61,11 @@ def write_png(path: str, width: int, height: int, channels: int,
 
 
 def clamp(value: float) -> float:
-    """The value, or the nearer of 0 and 1."""
+    """The value, or the nearer of 0 and 1.
+
+    >>> clamp(1.5), clamp(-2), clamp(0.25)
+    (1.0, 0.0, 0.25)
+    """
     return min(1.0, max(0.0, value))
 
 

@@ -348,6 +348,9 @@ def material(recipe: str, *, name: str | None = None, **values: object) -> Mater
     """A material by the word of its recipe: `material("lit_color", light=lamp)`.
 
     The functions of `quorvale.recipes` do the same and tell editors their parameters.
+
+    >>> material("color", color=(1, 0, 0), name="red").name
+    'red'
     """
     found = row("recipes", recipe)
     words = [param.word for param in found.params]

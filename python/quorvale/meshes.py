@@ -29,7 +29,11 @@ def add(a: Point, b: Point) -> Point:
 
 
 def subtract(a: Point, b: Point) -> Point:
-    """The vector from b to a."""
+    """The vector from b to a.
+
+    >>> subtract((3, 2, 1), (1, 1, 1))
+    (2, 1, 0)
+    """
     return (a[0] - b[0], a[1] - b[1], a[2] - b[2])
 
 
@@ -39,17 +43,29 @@ def scale(a: Point, k: float) -> Point:
 
 
 def dot(a: Point, b: Point) -> float:
-    """The scalar product."""
+    """The scalar product.
+
+    >>> dot((1, 2, 3), (2, 0, 1))
+    5
+    """
     return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]
 
 
 def cross(a: Point, b: Point) -> Point:
-    """The vector product."""
+    """The vector product.
+
+    >>> cross((1, 0, 0), (0, 1, 0))
+    (0, 0, 1)
+    """
     return (a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0])
 
 
 def unit(a: Point) -> Point:
-    """A vector of length 1; no vector stays none."""
+    """A vector of length 1; no vector stays none.
+
+    >>> unit((0, 3, 4))
+    (0.0, 0.6000000000000001, 0.8)
+    """
     length = math.sqrt(dot(a, a))
     return scale(a, 1.0 / length) if length > 0.0 else (0.0, 0.0, 0.0)
 
@@ -195,7 +211,11 @@ def square(mesh: Mesh, side: float = 1.0) -> Mesh:
 
 def torus(mesh: Mesh, radius: float = 1.0, tube: float = 0.35, columns: int = 48,
           rows: int = 24) -> Mesh:
-    """A ring about the y axis."""
+    """A ring about the y axis.
+
+    >>> len(torus(Mesh(), columns=8, rows=6).faces)
+    48
+    """
 
     def point(u: float, v: float) -> Point:
         out = radius + tube * cos_turns(v)
@@ -206,7 +226,11 @@ def torus(mesh: Mesh, radius: float = 1.0, tube: float = 0.35, columns: int = 48
 
 
 def sphere(mesh: Mesh, radius: float = 1.0, columns: int = 48, rows: int = 24) -> Mesh:
-    """A ball about the origin."""
+    """A ball about the origin.
+
+    >>> len(sphere(Mesh(), columns=8, rows=6).faces)
+    48
+    """
 
     def point(u: float, v: float) -> Point:
         latitude = (v - 0.5) * 0.4999

@@ -181,7 +181,11 @@ def attack_and_loop(attack: int, loop: Wave, layers: Sequence[tuple[Wave, int]] 
 
 
 def hiss(count: int, noise: Noise) -> Wave:
-    """So many samples of white noise, from -1 to 1."""
+    """So many samples of white noise, from -1 to 1.
+
+    >>> len(hiss(100, Noise(1))), max(hiss(100, Noise(1))) <= 1
+    (100, True)
+    """
     return [noise.between(-1.0, 1.0) for _ in range(count)]
 
 
@@ -223,12 +227,20 @@ def low_pass(wave: Iterable[float], strength: float) -> Wave:
 
 
 def high_pass(wave: Sequence[float], strength: float) -> Wave:
-    """What `low_pass` takes away."""
+    """What `low_pass` takes away.
+
+    >>> [round(x, 2) for x in high_pass([1.0, 1.0, 1.0], 0.5)]
+    [0.5, 0.25, 0.12]
+    """
     return [x - y for x, y in zip(wave, low_pass(wave, strength))]
 
 
 def fade_ends(wave: Sequence[float], fade_in: int, fade_out: int) -> Wave:
-    """The wave, rising from silence in `fade_in` samples and falling to it in `fade_out`."""
+    """The wave, rising from silence in `fade_in` samples and falling to it in `fade_out`.
+
+    >>> fade_ends([1.0] * 4, 2, 2)
+    [0.0, 0.5, 0.5, 0.0]
+    """
     out = list(wave)
     for i in range(fade_in):
         out[i] *= i / fade_in

@@ -278,7 +278,11 @@ def tone(length: int, partials: Sequence[float]) -> list[float]:
 
 def drum(length: int, start: float, end: float, noise: float = 0.0, seed: int = 1) -> list[float]:
     """A stroke that dies away: a sine that falls from `start` to `end` cycles a 1000 samples, and
-    noise of so much beside it."""
+    noise of so much beside it.
+
+    >>> len(drum(400, start=12, end=4, noise=0.2))
+    400
+    """
     source = Noise(seed)
     wave = []
     turns = 0.0

@@ -2,6 +2,8 @@
 """Commands and listings of the handbook do what it says."""
 
 import html.parser
+import importlib
+import inspect
 import json
 import os
 import pathlib
@@ -146,6 +148,30 @@ def test_the_search_of_the_web_pages_knows_every_function(site):
     titles = {entry["title"] for entry in index["docs"]}
     assert {"x_multiplier", "lit_color", "Scene.add", "Feed a picture back"} <= titles
     assert (site / "search/worker.js").exists() and (site / "search/lunr.js").exists()
+
+
+# Functions that only the library itself calls, with what it made of an author's words.
+INNER = {"lies_unseen", "unreached", "make_manipulator", "entry_name", "make_layer", "make_step",
+         "make_curve", "make_effect", "make_genmesh", "make_material", "checked_value",
+         "checked_triple", "checked_number", "range_text", "passes", "here"}
+
+
+def test_every_function_for_authors_has_an_example():
+    pages = ("gallery.md", "how-to.md", "ten-minutes.md")
+    listings = "\n".join(code for page in pages for code in blocks(page, "python"))
+    without = set()
+    for path in (BOOK.parents[1] / "python/quorvale").glob("[a-z]*.py"):
+        if path.stem in ("unbuild", "vocabulary"):
+            continue
+        module = importlib.import_module(f"quorvale.{path.stem}")
+        # An example of a module's text or of another function of it counts as well.
+        own = {name: thing for name, thing in vars(module).items() if not name.startswith("_") and
+               inspect.isfunction(thing) and thing.__module__ == module.__name__}
+        texts = [inspect.getdoc(thing) or "" for thing in (module, *own.values())]
+        examples = "\n".join(line for text in texts for line in text.splitlines()
+                             if line.startswith((">>> ", "... ", "    ")))
+        without |= {name for name in own if not re.search(rf"\b{name}\b", listings + examples)}
+    assert without == INNER
 
 
 def test_the_reference_shows_what_the_gallery_shows():
