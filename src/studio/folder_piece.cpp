@@ -182,6 +182,22 @@ static void StartCommand(const std::vector<std::string>& words)
     }
 }
 
+void OpenSource(Studio* studio, const std::string& path, int32_t line)
+{
+    const char* visual = getenv("VISUAL");
+    const std::string editor = !studio->settings.editor.empty() ? studio->settings.editor
+                               : visual == nullptr              ? ""
+                                                                : visual;
+    const std::vector<std::string> words = EditorWords(editor, path, line);
+    if (words.empty())
+    {
+        ShowMessage(studio, "no editor: set VISUAL, or \"editor\" in the settings");
+        return;
+    }
+    StartCommand(words);
+    ShowMessage(studio, words[0] + " opens " + path);
+}
+
 void OpenFinding(Studio* studio)
 {
     if (studio->selectedFinding >= studio->findings.size())
@@ -194,18 +210,6 @@ void OpenFinding(Studio* studio)
         return;
     }
     const bool isWhole = finding.path[0] == '/' || access(finding.path.c_str(), F_OK) == 0;
-    const std::string path =
-        isWhole ? finding.path : studio->folder.watcher.folder + "/" + finding.path;
-    const char* visual = getenv("VISUAL");
-    const std::string editor = !studio->settings.editor.empty() ? studio->settings.editor
-                               : visual == nullptr              ? ""
-                                                                : visual;
-    const std::vector<std::string> words = EditorWords(editor, path, finding.line);
-    if (words.empty())
-    {
-        ShowMessage(studio, "no editor: set VISUAL, or \"editor\" in the settings");
-        return;
-    }
-    StartCommand(words);
-    ShowMessage(studio, words[0] + " opens " + path);
+    OpenSource(studio, isWhole ? finding.path : studio->folder.watcher.folder + "/" + finding.path,
+               finding.line);
 }

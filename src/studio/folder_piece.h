@@ -36,5 +36,8 @@ void PollFolder(Studio* studio);
 /// The window shows a new picture.
 void NoteShown(Studio* studio);
 
+/// Opens the author's editor at a line.
+void OpenSource(Studio* studio, const std::string& path, int32_t line);
+
 /// Opens the author's editor at the finding that is selected.
 void OpenFinding(Studio* studio);

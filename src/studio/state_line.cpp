@@ -4,6 +4,8 @@
 #include <GL/glew.h>
 #include <cstdio>
 
+#include "engine/data/numeric.h"
+
 static std::string Quoted(const std::string& text)
 {
     std::string quoted = "\"";
@@ -77,6 +79,68 @@ static std::string Findings(const Studio* studio, FindingKind kind)
     return "[" + list + "]";
 }
 
+/// The camera that is flown.
+static std::string Fly(const Studio* studio)
+{
+    const FlyCamera& camera = studio->flight.camera;
+    char text[160];
+    snprintf(text, sizeof(text), "[%.6g, %.6g, %.6g, %.6g, %.6g, %.6g]",
+             static_cast<double>(camera.x), static_cast<double>(camera.y),
+             static_cast<double>(camera.z), static_cast<double>(camera.rotX),
+             static_cast<double>(camera.rotY), static_cast<double>(camera.rotZ));
+    return studio->flight.isOn ? text : "null";
+}
+
+static std::string Changes(const Studio* studio)
+{
+    std::vector<std::string> texts;
+    for (const ValueChange& change : ListChanges(studio->tried.edits))
+    {
+        texts.push_back(change.label + ": " + change.was + " -> " + change.is);
+    }
+    return Texts(texts);
+}
+
+/// The item that is looked at.
+static std::string Inside(const Studio* studio)
+{
+    const Look& look = studio->look;
+    if (studio->active < 0 || look.ref.item == 0)
+    {
+        return "null";
+    }
+    const DemoDocument* document = PlayedDocument(studio);
+    std::vector<std::string> values;
+    const uint32_t time = LookTime(studio, look.context);
+    for (const Field& field : ListFields(document, look.ref))
+    {
+        char number[48];
+        snprintf(number, sizeof(number), "%.6g",
+                 static_cast<double>(FieldValue(document, field, time)));
+        const bool isNumber = field.kind != FieldKind::kItem && field.kind != FieldKind::kWord;
+        values.push_back(field.group + (field.group.empty() ? "" : " ") + field.name + " " +
+                         (isNumber ? number : field.text));
+    }
+    std::vector<std::string> users;
+    for (const ItemRef& user : look.users)
+    {
+        users.push_back(ItemTitle(document, user));
+    }
+    std::vector<std::string> pictures;
+    for (const LookPicture& picture : look.pictures)
+    {
+        pictures.push_back(picture.title);
+    }
+    const SourceLine source = FindSource(studio, look.ref);
+    return "{" + Member("title", Quoted(ItemTitle(document, look.ref))) + ", " +
+           Member("time", Number(time)) + ", " + Member("values", Texts(values)) + ", " +
+           Member("users", Texts(users)) + ", " + Member("pictures", Texts(pictures)) + ", " +
+           Member("pixel", Quoted(look.pixel)) + ", " +
+           Member("curves", Number(ListCurves(studio, look.ref).size())) + ", " +
+           Member("source", Quoted(source.path + ":" + std::to_string(source.line))) + ", " +
+           Member("yaw", std::to_string(TruncateToInt(look.wire.yaw))) + "}";
+}
+
 static std::string Rects(const Studio* studio)
 {
     std::string list;
@@ -141,6 +205,9 @@ static std::string State(const Studio* studio)
         Member("first", Number(static_cast<uint64_t>(studio->timelineView.firstTick))),
         Member("panels", Truth(studio->showsPanels)),
         Member("keys", Truth(studio->showsKeys)),
+        Member("fly", Fly(studio)),
+        Member("changes", Changes(studio)),
+        Member("inside", Inside(studio)),
         Member("message", Quoted(studio->message)),
         Member("rects", Rects(studio)),
     };

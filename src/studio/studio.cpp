@@ -19,6 +19,7 @@
 #include "studio/panels/panels.h"
 #include "studio/state_line.h"
 #include "tools/files.h"
+#include "tools/piece_script.h"
 #include "tools/png_file.h"
 
 static constexpr int32_t kDefaultWidth = 1280;
@@ -96,6 +97,29 @@ static void Load(Studio* studio, LoadRequest&& request)
                     studio->window.features};
     const uint32_t free = studio->active == 0 ? 1 : 0;
     StartLoading(std::move(request), &studio->window.slots[free], &studio->loader);
+}
+
+std::string SamplePath()
+{
+    char program[PATH_MAX];
+    const ssize_t length = readlink("/proc/self/exe", program, sizeof(program) - 1);
+    const std::string own(program, length > 0 ? static_cast<size_t>(length) : 0);
+    const std::string installed =
+        own.substr(0, own.rfind('/') + 1) + "../" QUORVALE_INSTALLED_SAMPLE;
+    return access(installed.c_str(), R_OK) == 0 ? installed
+           : access(QUORVALE_SAMPLE, R_OK) == 0 ? QUORVALE_SAMPLE
+                                                : "";
+}
+
+void MakeNewPiece(Studio* studio)
+{
+    const std::string folder = studio->newFolder;
+    if (folder.empty() || !MakePieceFolder(folder))
+    {
+        TellFaults(studio, {folder + ": no piece can be made there; is there one already?"});
+        return;
+    }
+    OpenPiecePath(studio, folder);
 }
 
 /// @return the tick that a piece begins at
@@ -258,6 +282,9 @@ static void TakeOver(Studio* studio, const LoadOutcome& outcome)
         FindModule(&stage->run.piece,
                    IsFolder(studio->piecePath) ? studio->piecePath : FolderOf(studio->piecePath));
     StartModule(studio, studio->modulePath);
+    ForgetLook(studio);
+    KeepTrying(studio, isOther);
+    studio->flight.isOn = studio->flight.isOn && !isOther;
     studio->mustShow = true;
     if (studio->rowMask.hidden != 0 || studio->rowMask.solo != 0)
     {
@@ -508,6 +535,21 @@ void RunCommand(Studio* studio, Command command)
     case Command::kPanels:
         studio->showsPanels = !studio->showsPanels;
         break;
+    case Command::kFly:
+        ToggleFlight(studio);
+        break;
+    case Command::kCopyView:
+        CopyView(studio);
+        break;
+    case Command::kUndo:
+        UndoValue(studio);
+        break;
+    case Command::kRedo:
+        RedoValue(studio);
+        break;
+    case Command::kInside:
+        studio->panels ^= kInsidePanel;
+        break;
     case Command::kKeys:
         studio->showsKeys = !studio->showsKeys;
         break;
@@ -533,8 +575,19 @@ static uint8_t Modifiers(uint16_t state)
                                 ((state & KMOD_CTRL) != 0 ? kControl : 0));
 }
 
+/// Keys that move the camera while it is flown.
+static bool IsFlightKey(SDL_Keycode key)
+{
+    return key == SDLK_w || key == SDLK_a || key == SDLK_s || key == SDLK_d || key == SDLK_q ||
+           key == SDLK_e;
+}
+
 static void TakeKey(Studio* studio, const SDL_KeyboardEvent& key)
 {
+    if (studio->flight.isOn && IsFlightKey(key.keysym.sym) && (key.keysym.mod & KMOD_CTRL) == 0)
+    {
+        return;
+    }
     for (const KeyRow& row : KeyTable())
     {
         if (SDL_GetKeyFromName(row.key) == key.keysym.sym &&
@@ -636,7 +689,10 @@ static bool ShowPicture(Studio* studio)
     FaultList faults;
     StartFaults(&faults);
     StageSlot* slot = &studio->window.slots[studio->active];
-    if (ShowTick(&studio->window, slot, tick, &faults))
+    const std::vector<KeptCamera> cameras = TakeCameras(studio, tick);
+    const bool isShown = ShowTick(&studio->window, slot, tick, &faults);
+    PutCamerasBack(studio, cameras);
+    if (isShown)
     {
         studio->frames += 1;
     }
@@ -671,6 +727,7 @@ static void RunRounds(Studio* studio)
         PollFolder(studio);
         PollPiece(studio);
         MoveOn(studio);
+        FlyWithKeys(studio);
         const bool isNew = ShowPicture(studio);
         const bool hasMessage = NowMs() - studio->messageMs < 5000 && !studio->message.empty();
         if (isNew || hasMessage || redraws != 0)
@@ -803,6 +860,7 @@ int RunStudio(const StudioOptions& options)
     studio->options = options;
     studio->active = -1;
     studio->chosenBar = -1;
+    studio->panels = kFirstPanels;
     studio->showsPanels = !options.isViewer && !options.isFullscreen;
     studio->transport.speed = kNormalSpeed;
     const std::string folder = SettingsFolder(getenv("XDG_CONFIG_HOME"), getenv("HOME"));
@@ -821,6 +879,9 @@ int RunStudio(const StudioOptions& options)
     studio->scale = FindScale();
     const bool keepsLayout = !folder.empty() && !options.isViewer && MakeFolder(folder);
     const std::string layout = folder + "/layout.ini";
+    const char* home = getenv("HOME");
+    snprintf(studio->newFolder, sizeof(studio->newFolder), "%s/my-piece",
+             home == nullptr ? "." : home);
     StartPanels(studio, keepsLayout ? layout.c_str() : nullptr);
     if (options.isViewer && options.isFullscreen)
     {
@@ -836,6 +897,7 @@ int RunStudio(const StudioOptions& options)
     KeepSettings(studio, folder);
     EndLoading(&studio->loader);
     UseWindow(&studio->window);
+    CloseLook(studio);
     EndPanels();
     const int exitCode = studio->exitCode;
     CloseAll(studio);

@@ -11,6 +11,7 @@
 #include "studio/build/child.h"
 #include "studio/build/musician.h"
 #include "studio/control_socket.h"
+#include "studio/fly.h"
 #include "studio/folder_piece.h"
 #include "studio/loader.h"
 #include "studio/logic/commands.h"
@@ -19,7 +20,9 @@
 #include "studio/logic/settings.h"
 #include "studio/logic/timeline_view.h"
 #include "studio/logic/transport.h"
+#include "studio/look.h"
 #include "studio/sound.h"
+#include "studio/try_values.h"
 #include "studio/window.h"
 
 /// A part of the window, in pixels from its left upper corner, told to whoever asks.
@@ -62,6 +65,11 @@ struct Studio
     TimelineView timelineView;  // without a scale until it is drawn
     std::vector<uint8_t> peaks; // of the module, for each tick
 
+    Look look;
+    Flight flight;
+    TriedValues tried;
+    uint32_t panels; // a bit a Panel that is shown, of those that can be hidden
+
     uint32_t shownTick;
     bool mustShow;    // whatever the tick
     uint64_t frames;  // pictures of the piece drawn
@@ -74,6 +82,8 @@ struct Studio
     uint32_t messageMs;  // when it came
     float scale;         // of the user interface
     std::map<std::string, PanelRect> rects;
+
+    char newFolder[256]; // of the start page
 
     ControlSocket control;
     bool quits;
@@ -95,6 +105,12 @@ void RunCommand(Studio* studio, Command command);
 
 /// Opens another piece. The one that plays goes on until it is there.
 void OpenPiecePath(Studio* studio, const std::string& path);
+
+/// Makes a piece in the folder of the start page, and opens it.
+void MakeNewPiece(Studio* studio);
+
+/// @return the package of the sample piece; empty if it is not there
+std::string SamplePath();
 
 /// Loads a package that was built, at the tick that is shown.
 void LoadPackageBytes(Studio* studio, std::vector<uint8_t>&& package);

@@ -35,12 +35,26 @@ enum class Command : uint8_t
     kFullscreen,
     kPicture,
     kPanels,
+    kInside,
+    kFly,
+    kCopyView,
+    kUndo,
+    kRedo,
     kKeys,
     kOpenFinding,
     kNextFinding,
     kLeave,
     kQuit,
 };
+
+/// Panels that can be hidden, as bits.
+enum Panel : uint32_t
+{
+    kInsidePanel = 1,
+};
+
+/// The panels that are shown at first.
+inline constexpr uint32_t kFirstPanels = kInsidePanel;
 
 /// With which a key counts.
 enum KeyModifier : uint8_t

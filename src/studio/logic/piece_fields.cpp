@@ -46,7 +46,7 @@ TiXmlElement* FindItem(const DemoDocument* document, Section section, uint32_t i
     const TiXmlNode* section_node = FindSection(document, section);
     const TiXmlNode* node = section == Section::kMusic ? section_node : ChildOf(section_node, item);
     // The tree is the document's, whose values an author may try out.
-    return node == nullptr ? nullptr : const_cast<TiXmlElement*>(node->ToElement());
+    return node == nullptr || item == 0 ? nullptr : const_cast<TiXmlElement*>(node->ToElement());
 }
 
 TiXmlElement* FindElement(const DemoDocument* document, const FieldPlace& place)
@@ -312,6 +312,10 @@ static void WalkChildren(FieldWalk* walk, const TiXmlElement* element, const Voc
             continue;
         }
         const bool isTop = walk->path.empty();
+        if (isTop && walk->ref.part != 0 && walk->ref.part != place)
+        {
+            continue; // a scene may have hundreds of objects
+        }
         const std::string group = walk->group;
         walk->path.push_back(place);
         walk->part = isTop ? place : walk->part;

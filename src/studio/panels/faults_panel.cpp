@@ -49,8 +49,8 @@ void DrawFaultsPanel(Studio* studio)
         return;
     }
     const ImVec2 size = ImGui::GetIO().DisplaySize;
-    ImGui::SetNextWindowPos(ImVec2(size.x * 0.70f, 0.0f), ImGuiCond_FirstUseEver);
-    ImGui::SetNextWindowSize(ImVec2(size.x * 0.30f, size.y * 0.60f), ImGuiCond_FirstUseEver);
+    ImGui::SetNextWindowPos(ImVec2(size.x * 0.40f, size.y * 0.42f), ImGuiCond_FirstUseEver);
+    ImGui::SetNextWindowSize(ImVec2(size.x * 0.30f, size.y * 0.18f), ImGuiCond_FirstUseEver);
     if (ImGui::Begin("Mistakes", nullptr, ImGuiWindowFlags_HorizontalScrollbar))
     {
         for (size_t i = 0; i < studio->findings.size(); ++i)

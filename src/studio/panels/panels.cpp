@@ -116,11 +116,20 @@ void DrawPanels(Studio* studio)
         DrawPicturePanel(studio);
         DrawTransportPanel(studio);
         DrawTimelinePanel(studio);
+        if ((studio->panels & kInsidePanel) != 0)
+        {
+            DrawInsidePanel(studio);
+        }
         DrawFaultsPanel(studio);
+        DrawChangesPanel(studio);
     }
     else
     {
         DrawPictureAlone(studio);
+    }
+    if (studio->showsPanels && studio->active < 0 && studio->piecePath.empty())
+    {
+        DrawStartPanel(studio);
     }
     if (studio->showsKeys)
     {
@@ -129,6 +138,9 @@ void DrawPanels(Studio* studio)
     ImGui::Render();
 
     const ImGuiIO& io = ImGui::GetIO();
+    const bool hasMouse = ImGui::IsMousePosValid();
+    studio->rects["mouse"] = {hasMouse ? io.MousePos.x : -1.0f, hasMouse ? io.MousePos.y : -1.0f,
+                              ImGui::IsAnyMouseDown() ? 1.0f : 0.0f, 0.0f};
     glViewport(0, 0, static_cast<GLsizei>(io.DisplaySize.x * io.DisplayFramebufferScale.x),
                static_cast<GLsizei>(io.DisplaySize.y * io.DisplayFramebufferScale.y));
     glClearColor(0.0f, 0.0f, 0.0f, 1.0f);

@@ -21,8 +21,11 @@ void DrawPanels(Studio* studio);
 void DrawPicturePanel(Studio* studio);
 void DrawTransportPanel(Studio* studio);
 void DrawTimelinePanel(Studio* studio);
+void DrawChangesPanel(Studio* studio);
 void DrawFaultsPanel(Studio* studio);
+void DrawInsidePanel(Studio* studio);
 void DrawKeysPanel(Studio* studio);
+void DrawStartPanel(Studio* studio);
 /// The picture as large as the window, with messages over it.
 void DrawPictureAlone(Studio* studio);
 

@@ -39,6 +39,12 @@ void DrawPicturePanel(Studio* studio)
         ImGui::Image(PictureId(studio), ImVec2(picture.width, picture.height), ImVec2(0.0f, 1.0f),
                      ImVec2(1.0f, 0.0f));
         NoteItem(studio, "picture");
+        ImGui::SetCursorScreenPos(ImVec2(picture.left, picture.top));
+        ImGui::InvisibleButton("fly", ImVec2(picture.width, picture.height));
+        if (ImGui::IsItemActive())
+        {
+            FlyWithMouse(studio, ImGui::GetIO().MouseDelta.x, ImGui::GetIO().MouseDelta.y);
+        }
         DrawMessage(studio, picture);
     }
     ImGui::End();

@@ -1,0 +1,535 @@
+// SPDX-License-Identifier: MIT
+#include "studio/panels/panels.h"
+
+#include <algorithm>
+#include <cmath>
+#include <imgui.h>
+
+#include "engine/data/document_values.h"
+#include "engine/data/numeric.h"
+#include "engine/render/records/timeline.h"
+
+static constexpr int kDeepest = 8; // of the tree
+static constexpr ImU32 kCurveColors[] = {
+    IM_COL32(224, 164, 96, 255),  IM_COL32(112, 176, 224, 255), IM_COL32(150, 200, 120, 255),
+    IM_COL32(212, 124, 148, 255), IM_COL32(176, 152, 224, 255), IM_COL32(200, 200, 120, 255),
+    IM_COL32(120, 200, 190, 255), IM_COL32(190, 190, 190, 255),
+};
+
+// ---- The tree
+
+/// A node of the tree: an item, and the way to it.
+struct TreeItem
+{
+    ItemRef ref;
+    LookContext context;
+    int depth;
+};
+
+static void DrawTreeItem(Studio* studio, const TreeItem& item);
+
+static bool IsHidden(const Studio* studio, const TreeItem& item)
+{
+    for (const Field& field : ListFields(PlayedDocument(studio), item.ref))
+    {
+        const uint32_t id = static_cast<uint32_t>(ParseInt(field.text.c_str()));
+        if (field.name == "visible" && id != 0)
+        {
+            const uint32_t time = LookTime(studio, item.context);
+            return CurveValue(PlayedDocument(studio), id, time) < 1.0f;
+        }
+    }
+    return false;
+}
+
+static void DrawChildren(Studio* studio, const TreeItem& item)
+{
+    const DemoDocument* document = PlayedDocument(studio);
+    const uint32_t objects = item.ref.section == Section::kScenes && item.ref.part == 0
+                                 ? CountParts(document, item.ref)
+                                 : 0;
+    for (uint32_t object = 1; object <= objects; ++object)
+    {
+        TreeItem child = {{Section::kScenes, item.ref.item, object}, item.context, item.depth + 1};
+        child.context.object = child.ref;
+        DrawTreeItem(studio, child);
+    }
+    if (objects == 0)
+    {
+        for (const ItemRef& ref : ListReferences(document, item.ref))
+        {
+            DrawTreeItem(studio, {ref, item.context, item.depth + 1});
+        }
+    }
+}
+
+static bool HasChildren(const Studio* studio, const TreeItem& item)
+{
+    const DemoDocument* document = PlayedDocument(studio);
+    return item.depth < kDeepest && ((item.ref.section == Section::kScenes && item.ref.part == 0)
+                                         ? CountParts(document, item.ref) != 0
+                                         : !ListReferences(document, item.ref).empty());
+}
+
+static void DrawTreeItem(Studio* studio, const TreeItem& item)
+{
+    const std::string title = ItemTitle(PlayedDocument(studio), item.ref);
+    const bool isObject = item.ref.section == Section::kScenes && item.ref.part != 0;
+    const bool isHidden = isObject && IsHidden(studio, item);
+    ImGuiTreeNodeFlags flags = ImGuiTreeNodeFlags_OpenOnArrow |
+                               ImGuiTreeNodeFlags_OpenOnDoubleClick |
+                               ImGuiTreeNodeFlags_SpanAvailWidth;
+    flags |= HasChildren(studio, item) ? 0 : ImGuiTreeNodeFlags_Leaf;
+    flags |= studio->look.ref == item.ref ? ImGuiTreeNodeFlags_Selected : 0;
+    flags |= item.ref.section == Section::kTimeline ? ImGuiTreeNodeFlags_DefaultOpen : 0;
+    if (isHidden)
+    {
+        ImGui::PushStyleColor(ImGuiCol_Text, ImGui::GetStyle().Colors[ImGuiCol_TextDisabled]);
+    }
+    const bool isOpen = ImGui::TreeNodeEx((title + (isHidden ? " (hidden)" : "")).c_str(), flags);
+    ImGui::PopStyleColor(isHidden ? 1 : 0);
+    NoteItem(studio, ("node " + title).c_str());
+    const ImVec2 from = ImGui::GetItemRectMin();
+    studio->rects["open " + title] = {from.x, from.y, ImGui::GetFontSize(), ImGui::GetFontSize()};
+    if (ImGui::IsItemClicked() && !ImGui::IsItemToggledOpen())
+    {
+        LookAt(studio, item.ref, item.context);
+    }
+    if (isOpen)
+    {
+        if (item.depth < kDeepest)
+        {
+            DrawChildren(studio, item);
+        }
+        ImGui::TreePop();
+    }
+}
+
+static void DrawTree(Studio* studio)
+{
+    const uint32_t tick = TransportTick(&studio->transport);
+    const std::vector<ActiveClip> clips = ListActiveClips(PlayedDocument(studio)->timeline, tick);
+    if (clips.empty())
+    {
+        ImGui::TextDisabled("nothing is drawn here");
+    }
+    for (const ActiveClip& clip : clips)
+    {
+        const LookContext context = {true, clip.row, clip.clip, {Section::kNone, 0, 0}};
+        DrawTreeItem(studio, {{Section::kTimeline, clip.row + 1, clip.clip + 1}, context, 0});
+    }
+}
+
+// ---- Values
+
+/// A number that can be dragged; with Ctrl and a click it can be typed.
+static void DrawNumber(Studio* studio, const Field& field)
+{
+    const bool isChanged = IsChanged(studio->tried.edits, field.place);
+    if (isChanged)
+    {
+        ImGui::PushStyleColor(ImGuiCol_Text, ImVec4(0.95f, 0.78f, 0.45f, 1.0f));
+    }
+    ImGui::SetNextItemWidth(-1.0f);
+    if (field.kind == FieldKind::kNumber)
+    {
+        float value = ParseFloat(field.text.c_str());
+        const float speed = std::max(std::fabs(value) * 0.005f, 0.002f);
+        if (ImGui::DragFloat("##number", &value, speed, 0.0f, 0.0f, "%.6g"))
+        {
+            TryValue(studio, field, NumberText(value));
+        }
+    }
+    else
+    {
+        int value = ParseInt(field.text.c_str());
+        if (ImGui::DragInt("##number", &value, 0.25f))
+        {
+            TryValue(studio, field, std::to_string(value));
+        }
+    }
+    ImGui::PopStyleColor(isChanged ? 1 : 0);
+    if (ImGui::IsItemDeactivated())
+    {
+        SettleValues(studio);
+    }
+}
+
+/// The three numbers of a color, as a color.
+static void DrawColor(Studio* studio, const std::vector<Field>& fields, size_t first)
+{
+    float color[3] = {};
+    for (size_t i = 0; i < 3; ++i)
+    {
+        color[i] = ParseFloat(fields[first + i].text.c_str());
+    }
+    ImGui::TableNextRow();
+    ImGui::TableNextColumn();
+    ImGui::TableNextColumn();
+    if (ImGui::ColorEdit3("##color", color,
+                          ImGuiColorEditFlags_NoInputs | ImGuiColorEditFlags_Float))
+    {
+        for (size_t i = 0; i < 3; ++i)
+        {
+            TryValue(studio, fields[first + i], NumberText(color[i]));
+        }
+    }
+    NoteItem(studio, ("color " + fields[first].name).c_str());
+    if (ImGui::IsItemDeactivated())
+    {
+        SettleValues(studio);
+    }
+}
+
+/// Whether three numbers in a row are a color that can be tried.
+static bool IsColor(const std::vector<Field>& fields, size_t first)
+{
+    return first + 2 < fields.size() && fields[first].isRed && CanTry(fields[first]) &&
+           fields[first + 1].kind == FieldKind::kNumber &&
+           fields[first + 2].kind == FieldKind::kNumber;
+}
+
+static void DrawField(Studio* studio, const Field& field)
+{
+    const DemoDocument* document = PlayedDocument(studio);
+    const uint32_t time = LookTime(studio, studio->look.context);
+    const double value = static_cast<double>(FieldValue(document, field, time));
+    ImGui::TableNextRow();
+    ImGui::TableNextColumn();
+    ImGui::TextUnformatted(field.name.c_str());
+    ImGui::TableNextColumn();
+    switch (field.kind)
+    {
+    case FieldKind::kCurve:
+    case FieldKind::kItem:
+    {
+        const uint32_t id = static_cast<uint32_t>(ParseInt(field.text.c_str()));
+        const ItemRef named = {field.of, field.of == Section::kLayers ? id + 1 : id, 0};
+        const std::string title = named.item == 0 ? "none" : ItemTitle(document, named);
+        char number[32] = "";
+        if (field.kind == FieldKind::kCurve)
+        {
+            snprintf(number, sizeof(number), "%.6g   ", value);
+        }
+        if (ImGui::Selectable((number + title).c_str()) && named.item != 0)
+        {
+            LookAt(studio, named, studio->look.context);
+        }
+        break;
+    }
+    default:
+        CanTry(field) ? DrawNumber(studio, field) : ImGui::TextUnformatted(field.text.c_str());
+        break;
+    }
+    NoteItem(studio,
+             ("value " + field.group + (field.group.empty() ? "" : " ") + field.name).c_str());
+}
+
+static void DrawFields(Studio* studio)
+{
+    const Look& look = studio->look;
+    const bool isLong =
+        (look.ref.section == Section::kScenes || look.ref.section == Section::kTimeline) &&
+        look.ref.part == 0;
+    if (isLong)
+    {
+        ImGui::Text("%u parts", CountParts(PlayedDocument(studio), look.ref));
+        return;
+    }
+    std::string group;
+    bool isTable = false;
+    const std::vector<Field> fields = ListFields(PlayedDocument(studio), look.ref);
+    for (size_t i = 0; i < fields.size(); ++i)
+    {
+        if (!isTable || fields[i].group != group)
+        {
+            if (isTable)
+            {
+                ImGui::EndTable();
+            }
+            group = fields[i].group;
+            if (!group.empty())
+            {
+                ImGui::TextDisabled("%s", group.c_str());
+            }
+            isTable = ImGui::BeginTable(("fields " + std::to_string(i)).c_str(), 2);
+        }
+        if (isTable)
+        {
+            ImGui::PushID(static_cast<int>(i));
+            if (IsColor(fields, i))
+            {
+                DrawColor(studio, fields, i);
+            }
+            DrawField(studio, fields[i]);
+            ImGui::PopID();
+        }
+    }
+    if (isTable)
+    {
+        ImGui::EndTable();
+    }
+}
+
+// ---- Curves
+
+/// The ticks that a curve is shown over.
+struct CurveStretch
+{
+    uint32_t begin, end;
+};
+
+/// The time of the clip that the item was come to by; without one the curve's own length.
+static CurveStretch FindStretch(const Studio* studio, const std::vector<NamedCurve>& curves)
+{
+    const LookContext& context = studio->look.context;
+    const DemoDocument* document = PlayedDocument(studio);
+    const uint32_t now = LookTime(studio, context);
+    if (context.hasClip && context.clip < document->timeline->clipCount[context.row])
+    {
+        const uint32_t begin = document->timeline->offset[context.row][context.clip];
+        const uint32_t length = document->timeline->length[context.row][context.clip];
+        if (now >= begin && now - begin <= length)
+        {
+            return {begin, begin + std::max(length, 1u)};
+        }
+    }
+    uint32_t length = 1;
+    for (const NamedCurve& curve : curves)
+    {
+        const Envelope* envelope = GetRecord<Envelope>(curve.id, document->envelopes);
+        uint32_t own = 0;
+        for (uint32_t i = 0; envelope != nullptr && i < envelope->pieceCount; ++i)
+        {
+            own += std::min(envelope->pieceLength[i], 1000000u);
+        }
+        length = std::max(length, own);
+    }
+    return {0, length};
+}
+
+static void DrawCurves(Studio* studio)
+{
+    const std::vector<NamedCurve> curves = ListCurves(studio, studio->look.ref);
+    if (curves.empty())
+    {
+        return;
+    }
+    const DemoDocument* document = PlayedDocument(studio);
+    const CurveStretch stretch = FindStretch(studio, curves);
+    const float width = std::max(ImGui::GetContentRegionAvail().x, 60.0f);
+    const float height = 110.0f * studio->scale;
+    const ImVec2 from = ImGui::GetCursorScreenPos();
+    ImDrawList* list = ImGui::GetWindowDrawList();
+    ImGui::InvisibleButton("curves", ImVec2(width, height));
+    NoteItem(studio, "curves");
+    list->AddRectFilled(from, ImVec2(from.x + width, from.y + height), IM_COL32(22, 22, 25, 255));
+
+    const int32_t points = TruncateToInt(width) + 1;
+    std::vector<float> values(static_cast<size_t>(points) * curves.size());
+    float low = INFINITY;
+    float high = -INFINITY;
+    for (size_t i = 0; i < values.size(); ++i)
+    {
+        const size_t point = i % static_cast<size_t>(points);
+        const uint64_t span = stretch.end - stretch.begin;
+        const uint32_t time =
+            stretch.begin + static_cast<uint32_t>(span * point / static_cast<size_t>(points));
+        values[i] = CurveValue(document, curves[i / static_cast<size_t>(points)].id, time);
+        low = std::isfinite(values[i]) ? std::min(low, values[i]) : low;
+        high = std::isfinite(values[i]) ? std::max(high, values[i]) : high;
+    }
+    const float range = high > low ? high - low : 1.0f;
+    const float pad = 6.0f;
+    for (size_t i = 0; i + 1 < values.size(); ++i)
+    {
+        const size_t point = i % static_cast<size_t>(points);
+        if (point + 1 == static_cast<size_t>(points))
+        {
+            continue;
+        }
+        const ImU32 color = kCurveColors[i / static_cast<size_t>(points) % std::size(kCurveColors)];
+        const auto y = [&](float value)
+        {
+            return from.y + height - pad - (value - low) / range * (height - 2.0f * pad);
+        };
+        const float x = from.x + static_cast<float>(point);
+        list->AddLine(ImVec2(x, y(values[i])), ImVec2(x + 1.0f, y(values[i + 1])), color, 1.5f);
+    }
+
+    const uint32_t now = LookTime(studio, studio->look.context);
+    if (now >= stretch.begin && now <= stretch.end)
+    {
+        const float part = static_cast<float>(now - stretch.begin) /
+                           static_cast<float>(stretch.end - stretch.begin);
+        const float x = from.x + part * width;
+        list->AddLine(ImVec2(x, from.y), ImVec2(x, from.y + height), IM_COL32(230, 230, 230, 160));
+    }
+    ImGui::TextDisabled("ticks %u to %u, values %.6g to %.6g", stretch.begin, stretch.end,
+                        static_cast<double>(low), static_cast<double>(high));
+    for (size_t i = 0; i < curves.size(); ++i)
+    {
+        const ImU32 color = kCurveColors[i % std::size(kCurveColors)];
+        ImGui::TextColored(ImGui::ColorConvertU32ToFloat4(color), "%s: curve %u, %.6g",
+                           curves[i].name.c_str(), curves[i].id,
+                           static_cast<double>(CurveValue(document, curves[i].id, now)));
+    }
+}
+
+// ---- Pictures
+
+static ImTextureID PictureId(const LookPicture& picture)
+{
+    return reinterpret_cast<ImTextureID>(static_cast<intptr_t>(picture.texture));
+}
+
+/// A picture that shows the value of the pixel under the mouse; a mesh turns.
+static void DrawLarge(Studio* studio)
+{
+    Look* look = &studio->look;
+    const LookPicture& picture = look->pictures[look->shownPicture];
+    const float width = std::min(ImGui::GetContentRegionAvail().x, 320.0f * studio->scale);
+    const float height =
+        width * static_cast<float>(picture.height) / static_cast<float>(picture.width);
+    const float top = picture.isUpsideDown ? 1.0f : 0.0f;
+    const ImVec2 from = ImGui::GetCursorScreenPos();
+    ImGui::Image(PictureId(picture), ImVec2(width, height), ImVec2(0.0f, top),
+                 ImVec2(1.0f, 1.0f - top));
+    NoteItem(studio, "look");
+    // An invisible button holds the mouse while it drags.
+    ImGui::SetCursorScreenPos(from);
+    ImGui::InvisibleButton("look", ImVec2(width, height));
+    const ImGuiIO& io = ImGui::GetIO();
+    const bool isMesh =
+        look->ref.section == Section::kModels || look->ref.section == Section::kGenMeshes;
+    if (isMesh && ImGui::IsItemActive())
+    {
+        look->wire.yaw += io.MouseDelta.x * 0.5f;
+        look->wire.pitch = std::clamp(look->wire.pitch + io.MouseDelta.y * 0.5f, -90.0f, 90.0f);
+    }
+    look->pixel.clear();
+    if (ImGui::IsItemHovered())
+    {
+        if (isMesh)
+        {
+            look->wire.zoom =
+                std::clamp(look->wire.zoom * std::pow(1.1f, io.MouseWheel), 0.1f, 50.0f);
+        }
+        else
+        {
+            const float scale = static_cast<float>(picture.width) / width;
+            look->pixel = ReadPixel(picture, TruncateToInt((io.MousePos.x - from.x) * scale),
+                                    TruncateToInt((io.MousePos.y - from.y) * scale));
+        }
+    }
+    ImGui::TextDisabled(
+        "%s%s%s", picture.title.c_str(), picture.title.empty() ? "" : "   ",
+        look->pixel.empty()
+            ? (std::to_string(picture.width) + "x" + std::to_string(picture.height)).c_str()
+            : look->pixel.c_str());
+}
+
+static void DrawPictures(Studio* studio)
+{
+    Look* look = &studio->look;
+    if (look->shownPicture >= look->pictures.size())
+    {
+        return;
+    }
+    DrawLarge(studio);
+    if (look->pictures.size() < 2)
+    {
+        return;
+    }
+    const float side = 64.0f * studio->scale;
+    const float right = ImGui::GetWindowPos().x + ImGui::GetWindowContentRegionMax().x;
+    for (size_t i = 0; i < look->pictures.size(); ++i)
+    {
+        ImGui::PushID(static_cast<int>(i));
+        if (ImGui::ImageButton(PictureId(look->pictures[i]), ImVec2(side, side)))
+        {
+            look->shownPicture = i;
+        }
+        NoteItem(studio, ("step " + std::to_string(i)).c_str());
+        if (ImGui::IsItemHovered())
+        {
+            ImGui::SetTooltip("%s", look->pictures[i].title.c_str());
+        }
+        ImGui::PopID();
+        if (ImGui::GetItemRectMax().x + side + 16.0f < right)
+        {
+            ImGui::SameLine();
+        }
+    }
+    ImGui::NewLine();
+}
+
+// ---- Where it is made, and who uses it
+
+static void DrawSource(Studio* studio)
+{
+    const SourceLine source = FindSource(studio, studio->look.ref);
+    if (source.path.empty())
+    {
+        return;
+    }
+    const std::string name = source.path.substr(source.path.rfind('/') + 1);
+    if (ImGui::SmallButton((name + ":" + std::to_string(source.line)).c_str()))
+    {
+        OpenSource(studio, source.path, static_cast<int32_t>(source.line));
+    }
+    NoteItem(studio, "source");
+}
+
+static void DrawUsers(Studio* studio)
+{
+    // The list may change while it is drawn, when one of them is chosen.
+    const std::vector<ItemRef> users = studio->look.users;
+    if (users.empty() || !ImGui::TreeNodeEx("used by", ImGuiTreeNodeFlags_DefaultOpen))
+    {
+        return;
+    }
+    for (const ItemRef& user : users)
+    {
+        const std::string title = ItemTitle(PlayedDocument(studio), user);
+        if (ImGui::Selectable(title.c_str()))
+        {
+            LookAt(studio, user, studio->look.context);
+        }
+        NoteItem(studio, ("user " + title).c_str());
+    }
+    ImGui::TreePop();
+}
+
+void DrawInsidePanel(Studio* studio)
+{
+    if (studio->active < 0)
+    {
+        return;
+    }
+    const ImVec2 size = ImGui::GetIO().DisplaySize;
+    ImGui::SetNextWindowPos(ImVec2(size.x * 0.70f, 0.0f), ImGuiCond_FirstUseEver);
+    ImGui::SetNextWindowSize(ImVec2(size.x * 0.30f, size.y * 0.60f), ImGuiCond_FirstUseEver);
+    if (ImGui::Begin("Inside"))
+    {
+        RefreshLook(studio);
+        const float height = ImGui::GetContentRegionAvail().y;
+        ImGui::BeginChild("tree", ImVec2(0.0f, studio->look.ref.item == 0 ? 0.0f : height * 0.45f));
+        DrawTree(studio);
+        ImGui::EndChild();
+        if (studio->look.ref.item != 0)
+        {
+            ImGui::Separator();
+            ImGui::BeginChild("item");
+            ImGui::TextUnformatted(ItemTitle(PlayedDocument(studio), studio->look.ref).c_str());
+            DrawSource(studio);
+            RefreshLook(studio);
+            DrawPictures(studio);
+            DrawCurves(studio);
+            DrawFields(studio);
+            DrawUsers(studio);
+            ImGui::EndChild();
+        }
+    }
+    ImGui::End();
+}

@@ -1,0 +1,25 @@
+# SPDX-License-Identifier: MIT
+"""The start page."""
+
+import os
+from pathlib import Path
+from typing import Callable
+
+from studio_window import Studio
+
+PACKAGE = os.environ["PACKAGE"]
+SIZE = ["--size", "160x90"]
+Start = Callable[..., Studio]
+
+
+def test_the_start_page_offers_pieces(start: Start, tmp_path: Path) -> None:
+    settings = tmp_path / "config" / "quorvale-studio" / "settings"
+    settings.parent.mkdir(parents=True)
+    settings.write_text(f"width=960\nheight=700\npiece=500 {PACKAGE}\n")
+    studio = start(*SIZE)
+    state = studio.until(lambda now: "new piece" in now["rects"])
+    assert "sample" in state["rects"] and "recent 0" in state["rects"]
+    studio.click("new piece")
+    state = studio.until(lambda now: now["loads"] == 1)
+    assert state["piece"] == str(tmp_path / "my-piece") and state["errors"] == []
+    assert (tmp_path / "my-piece" / "piece.py").exists()
