@@ -147,7 +147,7 @@ TEST_F(RenderCommand, PartsOfTwoRendersAreNotJoined)
     EXPECT_NE(joined.err.find("part 1 and part 2 are not of one render"), std::string::npos);
 }
 
-/// What a join says of records that somebody else wrote.
+/// The words of a join about records that somebody else wrote.
 TEST_F(RenderCommand, RecordsThatDoNotFitAreTold)
 {
     struct Records
