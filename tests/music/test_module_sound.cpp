@@ -17,7 +17,7 @@
 #include "music/load_module.h"
 #include "support/tone_module.h"
 
-static constexpr uint32_t kTwoMinutes = 120 * kModuleRate;
+static constexpr uint32_t kThreeMinutes = 180 * kModuleRate;
 
 static ModuleFile FileOf(std::string* bytes)
 {
@@ -81,9 +81,9 @@ TEST(ModuleSound, ItsBytesAreThePlayers)
     FaultList faults;
     StartFaults(&faults);
     ModuleSound sound = {};
-    ASSERT_TRUE(RenderModule(&file, kTwoMinutes, &sound, &faults));
+    ASSERT_TRUE(RenderModule(&file, kThreeMinutes, &sound, &faults));
     ASSERT_EQ(size_t{sound.frameCount} * 2, played.size());
-    EXPECT_GT(sound.frameCount, 95u * kModuleRate);
+    EXPECT_GT(sound.frameCount, 119u * kModuleRate);
     EXPECT_TRUE(std::equal(played.begin(), played.end(), sound.samples));
     FreeModuleSound(&sound);
     FreeModuleFile(&file);
@@ -108,10 +108,10 @@ TEST(ModuleSound, AnythingElseIsSilent)
     FaultList faults;
     StartFaults(&faults);
     ModuleSound sound = {};
-    EXPECT_TRUE(RenderModule(&file, kTwoMinutes, &sound, &faults));
+    EXPECT_TRUE(RenderModule(&file, kThreeMinutes, &sound, &faults));
     EXPECT_EQ(sound.frameCount, 0u);
     ModuleRows rows = {};
-    EXPECT_TRUE(FindModuleRows(&file, kTwoMinutes, &rows, &faults));
+    EXPECT_TRUE(FindModuleRows(&file, kThreeMinutes, &rows, &faults));
     EXPECT_EQ(rows.count, 0u);
     FreeModuleSound(&sound);
     FreeModuleRows(&rows);
@@ -125,7 +125,7 @@ TEST(ModuleRows, ARowOfTheToneLastsTwelveTicks)
     FaultList faults;
     StartFaults(&faults);
     ModuleRows rows = {};
-    ASSERT_TRUE(FindModuleRows(&file, kTwoMinutes, &rows, &faults));
+    ASSERT_TRUE(FindModuleRows(&file, kThreeMinutes, &rows, &faults));
     ASSERT_GE(rows.count, 8u);
     for (uint32_t i = 0; i < 8; ++i)
     {
@@ -144,7 +144,7 @@ TEST(ModuleRows, TicksAndRowsLeadToEachOther)
     FaultList faults;
     StartFaults(&faults);
     ModuleRows rows = {};
-    ASSERT_TRUE(FindModuleRows(&file, kTwoMinutes, &rows, &faults));
+    ASSERT_TRUE(FindModuleRows(&file, kThreeMinutes, &rows, &faults));
     // Rows take 13 and 12 module ticks of 10 ms by turns.
     const ModuleRow* third = FindRow(&rows, 0, 3);
     ASSERT_NE(third, nullptr);
