@@ -7,20 +7,33 @@
 
 static size_t bytesLeft = std::numeric_limits<size_t>::max();
 
-// The program's malloc and realloc, those behind `new` included, with an end to its memory: the
-// first block past it fails, and then there is plenty again, for the words that tell it.
+// The program's malloc and aligned_alloc, those behind `new` included, with an end to its memory:
+// the first block past it fails, and then there is plenty again, for the words that tell it.
 extern "C" void* RealMalloc(size_t size) asm("__real_malloc");
 extern "C" void* WrappedMalloc(size_t size) asm("__wrap_malloc");
+extern "C" void* RealAlignedAlloc(size_t alignment, size_t size) asm("__real_aligned_alloc");
+extern "C" void* WrappedAlignedAlloc(size_t alignment, size_t size) asm("__wrap_aligned_alloc");
 
-extern "C" void* WrappedMalloc(size_t size)
+/// @return false for the block that is too much
+static bool TakeBytes(size_t size)
 {
     if (size > bytesLeft)
     {
         bytesLeft = std::numeric_limits<size_t>::max();
-        return nullptr;
+        return false;
     }
     bytesLeft -= bytesLeft == std::numeric_limits<size_t>::max() ? 0 : size;
-    return RealMalloc(size);
+    return true;
+}
+
+extern "C" void* WrappedMalloc(size_t size)
+{
+    return TakeBytes(size) ? RealMalloc(size) : nullptr;
+}
+
+extern "C" void* WrappedAlignedAlloc(size_t alignment, size_t size)
+{
+    return TakeBytes(size) ? RealAlignedAlloc(alignment, size) : nullptr;
 }
 
 /// Plays a piece without music whose demo has these rows, with so much memory.
