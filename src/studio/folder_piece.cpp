@@ -159,6 +159,7 @@ void NoteShown(Studio* studio)
 static void StartCommand(const std::vector<std::string>& words)
 {
     std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
     for (const std::string& word : words)
     {
         pointers.push_back(const_cast<char*>(word.c_str()));

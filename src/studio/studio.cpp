@@ -829,7 +829,7 @@ static std::string OpenAll(Studio* studio)
         request.windowWidth = std::min(request.windowWidth, usable.w);
         request.windowHeight = std::min(request.windowHeight, usable.h);
     }
-    const std::string wrong = OpenStudioWindow(&request, &studio->window);
+    std::string wrong = OpenStudioWindow(&request, &studio->window);
     if (!wrong.empty())
     {
         return wrong;

@@ -45,6 +45,7 @@ bool StartChild(const std::vector<std::string>& arguments, Child* child)
     std::vector<std::string> texts = arguments;
     texts.insert(texts.begin(), OwnProgram());
     std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
     for (std::string& text : texts)
     {
         pointers.push_back(text.data());

@@ -19,6 +19,7 @@ static std::string RunPython(std::vector<std::string> words)
         return "";
     }
     std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
     for (std::string& word : words)
     {
         pointers.push_back(word.data());

@@ -169,7 +169,7 @@ std::string ParseOptions(const std::vector<std::string>& arguments, StudioOption
                                   : hasNext                   ? arguments[i + 1]
                                                               : "";
         bool taken = false;
-        const std::string wrong = TakeValue(name, value, options, &taken);
+        std::string wrong = TakeValue(name, value, options, &taken);
         if (!taken)
         {
             return "there is no option \"" + argument + "\"";

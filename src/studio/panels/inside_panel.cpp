@@ -378,11 +378,6 @@ static void DrawCurves(Studio* studio)
 
 // ---- Pictures
 
-static ImTextureID PictureId(const LookPicture& picture)
-{
-    return reinterpret_cast<ImTextureID>(static_cast<intptr_t>(picture.texture));
-}
-
 /// A picture that shows the value of the pixel under the mouse; a mesh turns.
 static void DrawLarge(Studio* studio)
 {
@@ -393,7 +388,7 @@ static void DrawLarge(Studio* studio)
         width * static_cast<float>(picture.height) / static_cast<float>(picture.width);
     const float top = picture.isUpsideDown ? 1.0f : 0.0f;
     const ImVec2 from = ImGui::GetCursorScreenPos();
-    ImGui::Image(PictureId(picture), ImVec2(width, height), ImVec2(0.0f, top),
+    ImGui::Image(WidgetTexture(picture.texture), ImVec2(width, height), ImVec2(0.0f, top),
                  ImVec2(1.0f, 1.0f - top));
     NoteItem(studio, "look");
     // An invisible button holds the mouse while it drags.
@@ -446,7 +441,7 @@ static void DrawPictures(Studio* studio)
     for (size_t i = 0; i < look->pictures.size(); ++i)
     {
         ImGui::PushID(static_cast<int>(i));
-        if (ImGui::ImageButton(PictureId(look->pictures[i]), ImVec2(side, side)))
+        if (ImGui::ImageButton(WidgetTexture(look->pictures[i].texture), ImVec2(side, side)))
         {
             look->shownPicture = i;
         }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <backends/imgui_impl_opengl2.h>
 #include <backends/imgui_impl_sdl.h>
+#include <cstring>
 #include <imgui.h>
 #include <unistd.h>
 
@@ -75,6 +76,15 @@ void NoteItem(Studio* studio, const char* name)
     const ImVec2 from = ImGui::GetItemRectMin();
     const ImVec2 size = ImGui::GetItemRectSize();
     studio->rects[name] = {from.x, from.y, size.x, size.y};
+}
+
+void* WidgetTexture(uint32_t texture)
+{
+    const uintptr_t name = texture;
+    void* taken = nullptr;
+    static_assert(sizeof(taken) == sizeof(ImTextureID) && sizeof(taken) == sizeof(name));
+    memcpy(&taken, &name, sizeof(taken));
+    return taken;
 }
 
 PanelRect FitPicture(const Studio* studio, const PanelRect& space)

@@ -35,5 +35,9 @@ void NoteItem(Studio* studio, const char* name);
 /// Draws the message over a part of the window.
 void DrawMessage(Studio* studio, const PanelRect& picture);
 
+/// @param texture   a name of OpenGL's
+/// @return it as Dear ImGui takes a texture
+void* WidgetTexture(uint32_t texture);
+
 /// @return the largest place for the picture in a part of the window
 PanelRect FitPicture(const Studio* studio, const PanelRect& space);

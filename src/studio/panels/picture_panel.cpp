@@ -3,18 +3,13 @@
 
 #include <imgui.h>
 
-static ImTextureID PictureId(const Studio* studio)
-{
-    return reinterpret_cast<ImTextureID>(static_cast<intptr_t>(studio->window.picture));
-}
-
 void DrawPictureAlone(Studio* studio)
 {
     const ImVec2 size = ImGui::GetIO().DisplaySize;
     const PanelRect picture = FitPicture(studio, {0.0f, 0.0f, size.x, size.y});
     // The upper row of the picture is the last of the texture.
     ImGui::GetBackgroundDrawList()->AddImage(
-        PictureId(studio), ImVec2(picture.left, picture.top),
+        WidgetTexture(studio->window.picture), ImVec2(picture.left, picture.top),
         ImVec2(picture.left + picture.width, picture.top + picture.height), ImVec2(0.0f, 1.0f),
         ImVec2(1.0f, 0.0f));
     studio->rects["picture"] = picture;
@@ -36,8 +31,8 @@ void DrawPicturePanel(Studio* studio)
         const ImVec2 space = ImGui::GetContentRegionAvail();
         const PanelRect picture = FitPicture(studio, {from.x, from.y, space.x, space.y});
         ImGui::SetCursorScreenPos(ImVec2(picture.left, picture.top));
-        ImGui::Image(PictureId(studio), ImVec2(picture.width, picture.height), ImVec2(0.0f, 1.0f),
-                     ImVec2(1.0f, 0.0f));
+        ImGui::Image(WidgetTexture(studio->window.picture), ImVec2(picture.width, picture.height),
+                     ImVec2(0.0f, 1.0f), ImVec2(1.0f, 0.0f));
         NoteItem(studio, "picture");
         ImGui::SetCursorScreenPos(ImVec2(picture.left, picture.top));
         ImGui::InvisibleButton("fly", ImVec2(picture.width, picture.height));
