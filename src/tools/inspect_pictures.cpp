@@ -20,6 +20,7 @@
 #include "engine/textures/procedural_texture.h"
 #include "tools/base64_text.h"
 #include "tools/container.h"
+#include "tools/document_items.h"
 #include "tools/document_trees.h"
 #include "tools/png_file.h"
 #include "tools/triangle_mesh.h"
@@ -81,7 +82,7 @@ static std::string PictureUrl(const Picture& picture, int32_t most)
 /// One document while its pictures are made.
 struct PictureReader
 {
-    DocumentReader reader;
+    const ReadContext* context; // borrowed
     RandomSequence random;
     DocumentPictures* pictures; // borrowed
 };
@@ -107,7 +108,7 @@ static void AddTexture(PictureReader* reader, const ItemPlace& item)
     {
         part.stepCount = step;
         const TextureJob job = {&part, pixels.data()};
-        if (!BuildProceduralTexture(&job, reader->reader.context->layers, kTextureSize))
+        if (!BuildProceduralTexture(&job, reader->context->layers, kTextureSize))
         {
             return;
         }
@@ -121,7 +122,7 @@ static void AddEffect(PictureReader* reader, const ItemPlace& item)
     EffectState state = {};
     const float params[kEffectParams] = {};
     std::vector<uint8_t> pixels(EffectImageBytes(effect), 0);
-    if (InitEffect2D(effect, &state, &reader->random, reader->reader.context->faults) &&
+    if (InitEffect2D(effect, &state, &reader->random, reader->context->faults) &&
         IsEffectType(effect->type))
     {
         RenderEffect2D(effect, params, &state, &reader->random, pixels.data());
@@ -154,9 +155,8 @@ static void AddItem(PictureReader* reader, const ItemPlace& item)
     switch (item.section)
     {
     case Section::kLayers:
-        AddPicture(
-            reader, item, 0,
-            {kTextureSize, kTextureSize, 3, reader->reader.context->layers[item.id - 1]->pixels});
+        AddPicture(reader, item, 0,
+                   {kTextureSize, kTextureSize, 3, reader->context->layers[item.id - 1]->pixels});
         break;
     case Section::kTextures:
         AddTexture(reader, item);
@@ -185,35 +185,17 @@ void ReadDocumentPictures(ListedPackage* package, const char* name, DocumentPict
 {
     static constexpr Section kRead[] = {Section::kLayers, Section::kTextures, Section::kEnvelopes,
                                         Section::kEffects, Section::kBitmaps};
-    SectionReader readers[kSectionCount] = {};
-    for (const Section section : kRead)
-    {
-        readers[static_cast<size_t>(section)] = PieceSections[static_cast<size_t>(section)];
-    }
-    BuildCosTable();
-    BuildCornerMasks();
     FaultList faults;
     StartFaults(&faults);
-    DemoDocument document = {};
-    document.name = name;
-    ReadContext context = {};
-    context.document = &document;
-    context.package = &package->file;
-    context.computePixels = true;
-    context.faults = &faults;
-    PictureReader reader = {};
-    reader.pictures = pictures;
-    if (LoadDocument(&package->file, &document, &faults))
+    PictureReader reader = {nullptr, {}, pictures};
+    const ItemTaker take = [&reader](DocumentReader* document, const ItemPlace& item)
     {
-        BeginReading(readers, &context, &reader.reader);
-        ItemPlace item = {};
-        while (ReadNextItem(&reader.reader, &item) == ReadStep::kItem)
-        {
-            AddItem(&reader, item);
-        }
-    }
-    FreeLayers(&context);
-    FreeDocument(readers, &document);
+        reader.context = document->context;
+        AddItem(&reader, item);
+        return true;
+    };
+    // A fault ends the pictures; the page's findings tell it.
+    ReadDocumentItems(package, name, kRead, take, &faults);
     FreeFaults(&faults);
 }
 

@@ -4,15 +4,14 @@
 #include <cstdio>
 #include <utility>
 
-#include "engine/data/cos_table.h"
 #include "engine/data/demo_document.h"
 #include "engine/data/vocabulary.h"
 #include "engine/piece/piece.h"
 #include "engine/textures/bitmap_texture.h"
-#include "engine/textures/corner_masks.h"
 #include "engine/textures/layer_generator.h"
 #include "engine/textures/procedural_texture.h"
 #include "tools/contact_sheet.h"
+#include "tools/document_items.h"
 #include "tools/files.h"
 #include "tools/package_listing.h"
 #include "tools/report.h"
@@ -24,9 +23,7 @@ static constexpr Section kImageSections[] = {Section::kLayers, Section::kTexture
 /// One document while its images are written.
 struct ImageWriter
 {
-    Verbosity verbosity;
     std::string prefix; // folder, slash and the document's part of the files' names
-    DocumentReader reader;
     SheetGroup layers;
     SheetGroup textures;
     SheetGroup bitmaps;
@@ -60,9 +57,9 @@ static bool ShowImage(const ImageWriter* writer, const std::string& kind, uint32
     return true;
 }
 
-static bool ShowLayer(ImageWriter* writer, uint32_t index)
+static bool ShowLayer(ImageWriter* writer, const DocumentReader* reader, uint32_t index)
 {
-    const LayerImage* layer = writer->reader.context->layers[index];
+    const LayerImage* layer = reader->context->layers[index];
     const VocabularyRow* row = FindVocabularyRow(kCatalogueGenerators, layer->type);
     const char* generator = row == nullptr ? "no such generator" : row->name;
     return ShowImage(writer, "layer", index, generator,
@@ -87,9 +84,10 @@ static const TiXmlElement* ReadElement(const DocumentReader* reader)
     return node->ToElement();
 }
 
-static bool ShowBitmap(ImageWriter* writer, uint32_t id, BitmapTexture* bitmap)
+static bool ShowBitmap(ImageWriter* writer, const DocumentReader* reader, uint32_t id,
+                       BitmapTexture* bitmap)
 {
-    const std::string file = ReadElement(&writer->reader)->Attribute("filename");
+    const std::string file = ReadElement(reader)->Attribute("filename");
     const std::string size = std::to_string(bitmap->width) + "x" + std::to_string(bitmap->height);
     bool isShown = false;
     if (bitmap->components >= 3)
@@ -111,55 +109,30 @@ static bool ShowBitmap(ImageWriter* writer, uint32_t id, BitmapTexture* bitmap)
 }
 
 /// Shows the item that was read last, unless its section makes no images.
-static bool ShowItem(ImageWriter* writer, const ItemPlace& item)
+static bool ShowItem(ImageWriter* writer, const DocumentReader* reader, const ItemPlace& item)
 {
     switch (item.section)
     {
     case Section::kLayers:
-        return ShowLayer(writer, item.id - 1);
+        return ShowLayer(writer, reader, item.id - 1);
     case Section::kTextures:
         return ShowTexture(writer, item.id, static_cast<ProceduralTexture*>(item.record));
     case Section::kBitmaps:
-        return ShowBitmap(writer, item.id, static_cast<BitmapTexture*>(item.record));
+        return ShowBitmap(writer, reader, item.id, static_cast<BitmapTexture*>(item.record));
     default:
         return true;
     }
 }
 
-/// Reads the document item by item and shows each.
-/// @return false after an error line or a fault
-static bool ShowItems(ImageWriter* writer)
-{
-    ReadContext* context = writer->reader.context;
-    Progress progress = StartProgress("writing", 0, writer->verbosity);
-    for (size_t done = 0;; ++done)
-    {
-        ItemPlace item = {};
-        ShowProgress(&progress, done, writer->prefix);
-        const ReadStep step = ReadNextItem(&writer->reader, &item);
-        PrintLookupLines(context->package);
-        if (step != ReadStep::kItem)
-        {
-            EndProgress(&progress);
-            return step == ReadStep::kDone;
-        }
-        if (!ShowItem(writer, item))
-        {
-            EndProgress(&progress);
-            return false;
-        }
-    }
-}
-
 /// Prints how many images a document has, and adds its three groups to the sheet.
-static void AddGroups(ImageWriter* writer, const std::string& entry,
+static void AddGroups(ImageWriter* writer, const std::string& entry, Verbosity verbosity,
                       std::vector<SheetGroup>* groups)
 {
     const std::string layers = Count(writer->layers.tiles.size(), "layer", "layers");
     const std::string textures =
         Count(writer->textures.tiles.size(), "procedural texture", "procedural textures");
     const std::string bitmaps = Count(writer->bitmaps.tiles.size(), "bitmap", "bitmaps");
-    if (writer->verbosity != Verbosity::kQuiet)
+    if (verbosity != Verbosity::kQuiet)
     {
         printf("%s: %s, %s, %s\n", entry.c_str(), layers.c_str(), textures.c_str(),
                bitmaps.c_str());
@@ -178,39 +151,27 @@ static void AddGroups(ImageWriter* writer, const std::string& entry,
 static bool WriteDocument(ListedPackage* package, const char* name, const std::string& folder,
                           Verbosity verbosity, std::vector<SheetGroup>* groups)
 {
-    // The other sections are walked over.
-    SectionReader readers[kSectionCount] = {};
-    for (const Section section : kImageSections)
-    {
-        readers[static_cast<size_t>(section)] = PieceSections[static_cast<size_t>(section)];
-    }
-
     FaultList faults;
     StartFaults(&faults);
-    DemoDocument document = {};
-    document.name = name;
-    ReadContext context = {};
-    context.document = &document;
-    context.package = &package->file;
-    context.computePixels = true;
-    context.faults = &faults;
-
     const std::string entry = name;
     ImageWriter writer;
-    writer.verbosity = verbosity;
     writer.prefix = folder + "/" + entry.substr(0, entry.rfind('.')) + "-";
-    bool isDone = LoadDocument(&package->file, &document, &faults);
-    if (isDone)
+    Progress progress = StartProgress("writing", 0, verbosity);
+    size_t done = 0;
+    const ItemTaker take = [&](DocumentReader* reader, const ItemPlace& item)
     {
-        BeginReading(readers, &context, &writer.reader);
-        isDone = ShowItems(&writer);
-    }
-    FreeLayers(&context);
-    FreeDocument(readers, &document);
+        PrintLookupLines(&package->file);
+        ShowProgress(&progress, done, writer.prefix);
+        done += 1;
+        return ShowItem(&writer, reader, item);
+    };
+    const bool isDone = ReadDocumentItems(package, name, kImageSections, take, &faults);
+    EndProgress(&progress);
+    PrintLookupLines(&package->file);
     ReportFaults(package->path, &faults);
     if (isDone)
     {
-        AddGroups(&writer, entry, groups);
+        AddGroups(&writer, entry, verbosity, groups);
     }
     return isDone;
 }
@@ -230,8 +191,6 @@ static bool WriteDocuments(ListedPackage* package, const std::string& folder, Ve
         return false;
     }
 
-    BuildCosTable();
-    BuildCornerMasks();
     std::vector<SheetGroup> groups;
     for (const char* name : kDocuments)
     {
