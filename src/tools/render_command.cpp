@@ -385,10 +385,10 @@ static int CarryOut(const RenderOptions& options, const RenderPlan& plan,
     {
         return kExitFailed;
     }
-    RenderWork work = {&plan, &source, {}, {}, options.jobs, false, false, nullptr};
+    RenderWork work = {&plan, &source, {}, {}, options.jobs, Verbosity::kUsual, false, nullptr};
     work.output.compare = options.compare;
     work.tellsJson = options.progress == "json";
-    work.showsProgress = !options.isQuiet && !work.tellsJson && isatty(STDERR_FILENO) != 0;
+    work.verbosity = options.isQuiet ? Verbosity::kQuiet : Verbosity::kUsual;
     FoundPictures found = {};
     if (plan.kind == RenderKind::kSheet)
     {

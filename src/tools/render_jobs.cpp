@@ -14,6 +14,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "engine/check/finding.h"
 #include "tools/files.h"
 #include "tools/report.h"
 
@@ -192,56 +193,64 @@ static bool TakeReports(Job* job, RenderOutcome* outcome)
 
 // ---- Progress
 
+/// The lines of a render while it runs: one on a terminal, or objects of JSON.
 struct JobProgress
 {
     double start;    // seconds of the clock
-    double lastLine; // the same
-    bool hasLine;    // one stands there that is written over
+    double lastJson; // the same, of the last object
+    Progress line;
 };
 
-static std::string SizeText(uint64_t bytes)
+/// The pace so far.
+struct JobPace
 {
-    char text[32];
-    snprintf(text, sizeof(text), "%.1f MB", static_cast<double>(bytes) / 1e6);
-    return text;
-}
+    size_t done; // pictures
+    size_t total;
+    double elapsed; // seconds
+    double rate;    // pictures a second
+    double left;    // seconds
+};
 
-static bool IsTimeForLine(const RenderWork& work, const JobProgress& progress, double now)
+static JobPace PaceOf(const RenderWork& work, const RenderOutcome& outcome, double elapsed)
 {
-    return now - progress.lastLine >= (work.tellsJson ? 1.0 : 0.2);
-}
-
-static void ShowProgress(const RenderWork& work, const RenderOutcome& outcome, double now,
-                         JobProgress* progress)
-{
-    progress->lastLine = now;
     const size_t done = outcome.reports.size();
     const size_t total = work.indices.size();
-    const double elapsed = now - progress->start;
     const double rate = elapsed > 0.0 ? static_cast<double>(done) / elapsed : 0.0;
-    const double left = rate > 0.0 ? static_cast<double>(total - done) / rate : 0.0;
-    if (work.tellsJson)
-    {
-        fprintf(stderr,
-                "{\"pictures\":%zu,\"of\":%zu,\"seconds\":%.1f,\"rate\":%.2f,\"left\":%.0f,"
-                "\"bytes\":%llu}\n",
-                done, total, elapsed, rate, left, static_cast<unsigned long long>(outcome.bytes));
-        return;
-    }
-    if (work.showsProgress)
-    {
-        const unsigned seconds = static_cast<unsigned>(left);
-        fprintf(stderr, "\r%zu of %zu pictures, %.1f a second, %u:%02u left, %s \x1b[K", done,
-                total, rate, seconds / 60, seconds % 60, SizeText(outcome.bytes).c_str());
-        progress->hasLine = true;
-    }
+    return {done, total, elapsed, rate,
+            rate > 0.0 ? static_cast<double>(total - done) / rate : 0.0};
 }
 
-static void ClearProgress(const JobProgress& progress)
+static void TellJson(const RenderWork& work, const RenderOutcome& outcome, double elapsed)
 {
-    if (progress.hasLine)
+    const JobPace pace = PaceOf(work, outcome, elapsed);
+    fprintf(stderr,
+            "{\"pictures\":%zu,\"of\":%zu,\"seconds\":%.1f,\"rate\":%.2f,\"left\":%.0f,"
+            "\"bytes\":%llu}\n",
+            pace.done, pace.total, pace.elapsed, pace.rate, pace.left,
+            static_cast<unsigned long long>(outcome.bytes));
+}
+
+static std::string PaceText(const JobPace& pace, uint64_t bytes)
+{
+    const unsigned seconds = static_cast<unsigned>(pace.left);
+    return FormatText("%zu of %zu pictures, %.1f a second, %u:%02u left, %.1f MB", pace.done,
+                      pace.total, pace.rate, seconds / 60, seconds % 60,
+                      static_cast<double>(bytes) / 1e6);
+}
+
+static void TellProgress(const RenderWork& work, const RenderOutcome& outcome,
+                         JobProgress* progress)
+{
+    const double now = Now();
+    const double elapsed = now - progress->start;
+    if (work.tellsJson && now - progress->lastJson >= 1.0)
     {
-        fputs("\r\x1b[K", stderr);
+        progress->lastJson = now;
+        TellJson(work, outcome, elapsed);
+    }
+    if (!work.tellsJson && IsProgressDue(&progress->line))
+    {
+        ShowProgressWords(&progress->line, PaceText(PaceOf(work, outcome, elapsed), outcome.bytes));
     }
 }
 
@@ -320,7 +329,9 @@ static DrawResult WaitForJob(pid_t process)
 /// Listens to all processes until each has said its last word.
 static void ListenToJobs(const RenderWork& work, std::vector<Job>* jobs, RenderOutcome* outcome)
 {
-    JobProgress progress = {Now(), Now(), false};
+    const double start = Now();
+    JobProgress progress = {start, start,
+                            StartProgress("drawing", work.indices.size(), work.verbosity)};
     RawRelay relay = {
         0, 0, static_cast<size_t>(work.plan->width) * 3 * static_cast<size_t>(work.plan->height),
         false};
@@ -382,11 +393,7 @@ static void ListenToJobs(const RenderWork& work, std::vector<Job>* jobs, RenderO
                 job.raw = -1;
             }
         }
-        const double now = Now();
-        if (IsTimeForLine(work, progress, now))
-        {
-            ShowProgress(work, *outcome, now, &progress);
-        }
+        TellProgress(work, *outcome, &progress);
     }
     // The last bytes may still be in the pipes.
     while (relay.next < work.indices.size() && !isEnding && work.jobs > 1 &&
@@ -397,11 +404,11 @@ static void ListenToJobs(const RenderWork& work, std::vector<Job>* jobs, RenderO
             break;
         }
     }
-    ClearProgress(progress);
+    EndProgress(&progress.line);
     if (work.tellsJson)
     {
         // Whoever reads the lines sees the end in one of them, however short the work was.
-        ShowProgress(work, *outcome, Now(), &progress);
+        TellJson(work, *outcome, Now() - progress.start);
     }
 }
 

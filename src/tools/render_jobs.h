@@ -10,6 +10,7 @@
 
 #include "tools/draw_pictures.h"
 #include "tools/render_output.h"
+#include "tools/report.h"
 
 /// A render that is carried out.
 struct RenderWork
@@ -19,8 +20,8 @@ struct RenderWork
     RenderOutput output;           // a closed one, as each process opens it
     std::vector<uint32_t> indices; // pictures that are drawn, in rising order
     int32_t jobs;                  // processes
-    bool showsProgress;            // a line on standard error that is written over
-    bool tellsJson;                // one JSON object a second on standard error
+    Verbosity verbosity;           // whether a line tells of the progress
+    bool tellsJson;                // instead, one JSON object a second on standard error
     /// Runs in each process after its last picture; null for nothing.
     std::function<bool(const RenderOutput&)> finish;
 };

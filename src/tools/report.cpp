@@ -54,19 +54,32 @@ static int64_t NowMs()
 
 Progress StartProgress(const char* verb, size_t total, Verbosity verbosity)
 {
+    static constexpr int64_t kPatienceMs = 1000;
     const bool isTold = verbosity == Verbosity::kUsual && isatty(STDERR_FILENO) != 0;
-    return {isTold ? verb : nullptr, total, NowMs(), false};
+    return {isTold ? verb : nullptr, total, NowMs() + kPatienceMs, false};
+}
+
+bool IsProgressDue(const Progress* progress)
+{
+    return progress->verb != nullptr && NowMs() >= progress->nextMs;
+}
+
+void ShowProgressWords(Progress* progress, const std::string& words)
+{
+    static constexpr int64_t kPauseMs = 200;
+    progress->isShown = true;
+    progress->nextMs = NowMs() + kPauseMs;
+    fprintf(stderr, "\r\x1b[K%s", words.c_str());
 }
 
 void ShowProgress(Progress* progress, size_t done, const std::string& what)
 {
-    static constexpr int64_t kPatienceMs = 1000;
-    if (progress->verb != nullptr && NowMs() - progress->startMs >= kPatienceMs)
+    static constexpr size_t kMostOfName = 50; // letters, so that the line is one
+    if (IsProgressDue(progress))
     {
-        progress->isShown = true;
         const std::string of = progress->total == 0 ? "" : "/" + std::to_string(progress->total);
-        fprintf(stderr, "\r\x1b[K%s %zu%s %.50s", progress->verb, done + 1, of.c_str(),
-                Printable(what).c_str());
+        ShowProgressWords(progress, progress->verb + (" " + std::to_string(done + 1)) + of + " " +
+                                        Printable(what).substr(0, kMostOfName));
     }
 }
 

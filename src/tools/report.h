@@ -39,21 +39,29 @@ enum class ColorChoice : uint8_t
 /// Whether standard output gets colors.
 bool HasColors(ColorChoice choice);
 
-/// A line on a terminal that tells how far a command has come, once it has taken a second.
+/// A line on a terminal that tells how far a command has come, once it has taken a second. It is
+/// written over five times a second at most.
 struct Progress
 {
     const char* verb; // "packing"; null tells nothing
     size_t total;     // steps; 0 if nobody knows
-    int64_t startMs;
+    int64_t nextMs;   // of the clock; earlier than this nothing is written
     bool isShown;
 };
 
 /// @param verb   lent while the line is in use
 Progress StartProgress(const char* verb, size_t total, Verbosity verbosity);
 
+/// Shows the verb, the step and its total.
 /// @param done   steps
 /// @param what   that the next step is about
 void ShowProgress(Progress* progress, size_t done, const std::string& what);
+
+/// Whether a line would be written now, for callers that put its words together themselves.
+bool IsProgressDue(const Progress* progress);
+
+/// Shows these words instead, whether or not it is time.
+void ShowProgressWords(Progress* progress, const std::string& words);
 
 /// Takes the line away.
 void EndProgress(Progress* progress);
