@@ -241,32 +241,30 @@ void SettleValues(Studio* studio)
     }
 }
 
-void UndoValue(Studio* studio)
+/// Undoes a step of the list, or does it again, and tells it.
+static void StepThrough(Studio* studio, bool isUndone)
 {
     if (studio->active < 0)
     {
         return;
     }
-    for (const ValueChange& step : UndoChange(&studio->tried.edits))
+    ValueEdits* edits = &studio->tried.edits;
+    for (const ValueChange& step : isUndone ? UndoChange(edits) : RedoChange(edits))
     {
-        SetValue(studio, step.place, step.was);
-        ShowMessage(studio, "undone: " + step.label);
+        SetValue(studio, step.place, isUndone ? step.was : step.is);
+        ShowMessage(studio, (isUndone ? "undone: " : "done again: ") + step.label);
     }
     SettleValues(studio);
 }
 
+void UndoValue(Studio* studio)
+{
+    StepThrough(studio, true);
+}
+
 void RedoValue(Studio* studio)
 {
-    if (studio->active < 0)
-    {
-        return;
-    }
-    for (const ValueChange& step : RedoChange(&studio->tried.edits))
-    {
-        SetValue(studio, step.place, step.is);
-        ShowMessage(studio, "done again: " + step.label);
-    }
-    SettleValues(studio);
+    StepThrough(studio, false);
 }
 
 void RevertValue(Studio* studio, const ValueChange& change)
@@ -334,24 +332,33 @@ static std::string ReadText(const std::string& path)
     return ReadWholeFile(path, kMostSource, &bytes) ? std::string(bytes.begin(), bytes.end()) : "";
 }
 
+/// A label ends with the group and the name of a value: "light 1, diffuse, r".
+static LiteralHint LabelHint(const std::string& label)
+{
+    const size_t last = label.rfind(", ");
+    const size_t before = last == 0 ? last : label.rfind(", ", last - 1);
+    const std::string group =
+        before == std::string::npos ? "" : label.substr(before + 2, last - before - 2);
+    return HintOf(group, label.substr(last + 2));
+}
+
 /// @return an empty text, or why the change can't be written
 static std::string WriteIntoProgram(Studio* studio, const ValueChange& change)
 {
     const SourceLine line = LineOf(studio, change);
-    const size_t comma = change.label.rfind(", ");
-    const LiteralHint hint = HintOf(change.label.substr(comma + 2));
     if (line.path.empty() || line.path.find(".py") == std::string::npos)
     {
         return "no line of the author's is known for it";
     }
-    TextRange range = {};
-    const std::string wrong = FindLiteral(line.path, line.line, change.was, hint, &range);
+    LiteralEdit edit = {};
+    const std::string wrong =
+        FindLiteral({line.path, line.line, change.was, change.is, LabelHint(change.label)}, &edit);
     if (!wrong.empty())
     {
         return line.path.substr(line.path.rfind('/') + 1) + ":" + std::to_string(line.line) + ": " +
                wrong;
     }
-    return WriteRange(line.path, range, ReadText(line.path), change.is);
+    return WriteRange(line.path, edit.range, ReadText(line.path), edit.text);
 }
 
 static std::string WriteIntoDocument(const std::string& path, const ValueChange& change)

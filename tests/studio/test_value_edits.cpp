@@ -97,10 +97,12 @@ TEST(SourceEdit, XmlValuesAreFoundAndTheRestStays)
 
 TEST(SourceEdit, HintsNameTheKeywordAndTheTuplesPlace)
 {
-    EXPECT_EQ(HintOf("ry").keyword, "rotation");
-    EXPECT_EQ(HintOf("ry").index, 1);
-    EXPECT_EQ(HintOf("color blue").keyword, "color");
-    EXPECT_EQ(HintOf("color blue").index, 2);
-    EXPECT_EQ(HintOf("alpha").keyword, "alpha");
-    EXPECT_EQ(HintOf("alpha").index, -1);
+    EXPECT_EQ(HintOf("", "ry").keyword, "rotation");
+    EXPECT_EQ(HintOf("", "ry").index, 1);
+    EXPECT_EQ(HintOf("step 2", "color blue").keyword, "color");
+    EXPECT_EQ(HintOf("step 2", "color blue").index, 2);
+    EXPECT_EQ(HintOf("", "alpha").keyword, "alpha");
+    EXPECT_EQ(HintOf("", "alpha").index, -1);
+    EXPECT_EQ(HintOf("diffuse", "g").keyword, "diffuse");
+    EXPECT_EQ(HintOf("diffuse", "g").index, 1);
 }

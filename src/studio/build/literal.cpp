@@ -49,20 +49,23 @@ static std::string RunPython(std::vector<std::string> words)
     return error == 0 && WIFEXITED(status) && WEXITSTATUS(status) == 0 ? output : "";
 }
 
-std::string FindLiteral(const std::string& path, uint32_t line, const std::string& number,
-                        const LiteralHint& hint, TextRange* range)
+std::string FindLiteral(const LiteralSearch& search, LiteralEdit* edit)
 {
-    const std::string answer =
-        RunPython({"python3", "-I", "-c", kLiteralProgram, path, std::to_string(line), number,
-                   hint.keyword, std::to_string(hint.index)});
-    const size_t blank = answer.find(' ');
-    if (blank != std::string::npos)
+    const std::string answer = RunPython({"python3", "-I", "-S", "-c", kLiteralProgram, search.path,
+                                          std::to_string(search.line), search.was, search.is,
+                                          search.hint.keyword, std::to_string(search.hint.index)});
+    const size_t first = answer.find(' ');
+    const size_t second = first == std::string::npos ? first : answer.find(' ', first + 1);
+    if (second != std::string::npos)
     {
-        *range = {strtoul(answer.c_str(), nullptr, 10),
-                  strtoul(answer.c_str() + blank, nullptr, 10)};
+        edit->range = {strtoul(answer.c_str(), nullptr, 10),
+                       strtoul(answer.c_str() + first, nullptr, 10)};
+        edit->text = answer.substr(second + 1, answer.size() - second - 2);
         return "";
     }
-    return answer == "several\n" ? "the line has several literals " + number + "; copy the value"
-           : answer == "none\n"  ? "the line has no literal " + number + "; copy the value"
+    return answer == "several\n"
+               ? "the line has several literals " + search.was + "; copy the value"
+           : answer == "none\n"  ? "the line has no literal " + search.was + "; copy the value"
+           : answer == "range\n" ? search.is + " is no channel from 0 to 1; copy the value"
                                  : "Python can't read the line";
 }

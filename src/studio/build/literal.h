@@ -8,9 +8,23 @@
 
 #include "studio/logic/source_edit.h"
 
-/// Finds the literal of a number in the statement around a line, or in an assignment that the
-/// statement takes it from. Waits for Python.
-/// @param number   as text; the literal has the same 32-bit float
+struct LiteralSearch
+{
+    std::string path;
+    uint32_t line;   // of the author's statement
+    std::string was; // the number as text; the literal has the same seven digits or 32-bit float
+    std::string is;  // the number to write
+    LiteralHint hint;
+};
+
+/// What to write where.
+struct LiteralEdit
+{
+    TextRange range;
+    std::string text; // two digits where the literal is a color such as "#ff8800"
+};
+
+/// Finds a literal in the statement around a line, or in an assignment that the statement takes it
+/// from. Waits for Python.
 /// @return an empty text, or why there is no such literal
-std::string FindLiteral(const std::string& path, uint32_t line, const std::string& number,
-                        const LiteralHint& hint, TextRange* range);
+std::string FindLiteral(const LiteralSearch& search, LiteralEdit* edit);

@@ -6,62 +6,95 @@
 #include "engine/data/document_text.h"
 
 const char kLiteralProgram[] = R"(
-import ast, struct, sys
-path, line, was, keyword, index = sys.argv[1], int(sys.argv[2]), sys.argv[3], sys.argv[4], int(sys.argv[5])
+import ast, re, struct, sys
+path, line, was, new, keyword, index = sys.argv[1:7]
+line, index = int(line), int(index)
 source = open(path, "rb").read()
 starts = [0]
 for at, byte in enumerate(source):
     if byte == 10:
         starts.append(at + 1)
-def single(value):
+def bytes_of(node):
+    return (starts[node.lineno - 1] + node.col_offset,
+            starts[node.end_lineno - 1] + node.end_col_offset)
+def is_same(value):
     try:
-        return struct.pack("<f", float(value))
+        # Documents have seven digits.
+        return ("%.7g" % value == "%.7g" % float(was)
+                or struct.pack("<f", value) == struct.pack("<f", float(was)))
     except OverflowError:
-        return b""
-want = single(was)
+        return False
 tree = ast.parse(source)
 statement = None
 for node in ast.walk(tree):
     if isinstance(node, ast.stmt) and node.lineno <= line <= node.end_lineno:
         if statement is None or node.lineno >= statement.lineno:
             statement = node
-found = []
+triples = ("position", "rotation", "scale", "diffuse", "ambient")
+ranks = {}
+def add(at, text, word, place):
+    if index >= 0 and (place != index or word in triples and word != keyword):
+        return
+    best = word == keyword and place == index
+    rank = 3 if best else 2 if word == keyword else 1 if word is None else 0
+    ranks[at, text] = max(ranks.get((at, text), 0), rank)
 def number(node):
     inner = node.operand if isinstance(node, ast.UnaryOp) and isinstance(node.op, ast.USub) else node
     if isinstance(inner, ast.Constant) and type(inner.value) in (int, float):
         return -inner.value if inner is not node else inner.value
     return None
+def visit_hex(node, word):
+    digits = node.value.removeprefix("#")
+    if not re.fullmatch("[0-9a-fA-F]{6}", digits):
+        return
+    begin, end = bytes_of(node)
+    begin = source.find(digits.encode(), begin, end)
+    if begin < 0:
+        return
+    for channel in range(3):
+        pair = digits[2 * channel : 2 * channel + 2]
+        if is_same(int(pair, 16) / 255.0):
+            byte = round(float(new) * 255)
+            text = "%02x" % byte if 0 <= byte <= 255 else "range"
+            text = text.upper() if digits != digits.lower() else text
+            at = begin + 2 * channel
+            add((at, at + 2), text, word, channel)
 def visit(node, word, place):
     value = number(node)
     if value is not None:
-        if single(value) == want:
-            found.append((word == keyword and place == index, word == keyword, node))
-        return
-    if isinstance(node, ast.keyword):
+        if is_same(value):
+            add(bytes_of(node), new, word, place)
+    elif isinstance(node, ast.keyword):
         visit(node.value, node.arg, -1)
-        return
-    if isinstance(node, (ast.Tuple, ast.List)):
+    elif isinstance(node, (ast.Tuple, ast.List)):
         for i, element in enumerate(node.elts):
             visit(element, word, i)
-        return
-    if isinstance(node, ast.Name):
+    elif isinstance(node, ast.Name):
         made = [one for one in tree.body if isinstance(one, ast.Assign) and len(one.targets) == 1
                 and isinstance(one.targets[0], ast.Name) and one.targets[0].id == node.id]
-        if len(made) == 1 and number(made[0].value) is not None:
+        if len(made) == 1 and (number(made[0].value) is not None or called(made[0].value) == "hex"):
             visit(made[0].value, word, place)
-        return
-    for child in ast.iter_child_nodes(node):
-        visit(child, word if isinstance(node, ast.BinOp) else None, -1)
+    elif called(node) == "hex" and len(node.args) == 1 and isinstance(node.args[0], ast.Constant):
+        if isinstance(node.args[0].value, str):
+            visit_hex(node.args[0], word)
+    elif called(node) == "Color":
+        for i, element in enumerate(node.args):
+            visit(element, word, i)
+    else:
+        for child in ast.iter_child_nodes(node):
+            visit(child, word if isinstance(node, ast.BinOp) else None, -1)
+def called(node):
+    if not isinstance(node, ast.Call):
+        return None
+    return node.func.attr if isinstance(node.func, ast.Attribute) else getattr(node.func, "id", None)
 if statement is not None:
     visit(statement, None, -1)
-places = {}
-for best, better, node in found:
-    at = (starts[node.lineno - 1] + node.col_offset, starts[node.end_lineno - 1] + node.end_col_offset)
-    rank = 2 if best else 1 if better else 0
-    places[at] = max(places.get(at, 0), rank)
-top = max(places.values(), default=0)
-best = [at for at, rank in places.items() if rank == top]
-print(*best[0] if len(best) == 1 else ["several" if best else "none"])
+top = max(ranks.values(), default=0)
+best = [(*at, text) for (at, text), rank in ranks.items() if rank == top]
+if len(best) == 1 and best[0][2].lower() != "range":
+    print(*best[0])
+else:
+    print("range" if len(best) == 1 else "several" if best else "none")
 )";
 
 std::string ReplaceRange(const std::string& text, const TextRange& range, const std::string& with)
@@ -150,24 +183,24 @@ TextRange FindXmlValue(const std::string& text, const FieldPlace& place)
                : AttributeRange(text, OffsetOf(text, attribute->Row(), attribute->Column()));
 }
 
-LiteralHint HintOf(const std::string& fieldName)
+LiteralHint HintOf(const std::string& group, const std::string& fieldName)
 {
     struct HintRow
     {
         const char* name;
-        const char* keyword;
+        const char* keyword; // null takes the group's name
         int index;
     };
     constexpr HintRow kRows[] = {
-        {"x", "position", 0},  {"y", "position", 1},  {"z", "position", 2},
-        {"rx", "rotation", 0}, {"ry", "rotation", 1}, {"rz", "rotation", 2},
-        {"sx", "scale", 0},    {"sy", "scale", 1},    {"sz", "scale", 2},
+        {"x", "position", 0},  {"y", "position", 1},  {"z", "position", 2}, {"rx", "rotation", 0},
+        {"ry", "rotation", 1}, {"rz", "rotation", 2}, {"sx", "scale", 0},   {"sy", "scale", 1},
+        {"sz", "scale", 2},    {"r", nullptr, 0},     {"g", nullptr, 1},    {"b", nullptr, 2},
     };
     for (const HintRow& row : kRows)
     {
         if (fieldName == row.name)
         {
-            return {row.keyword, row.index};
+            return {row.keyword == nullptr ? group : row.keyword, row.index};
         }
     }
     const size_t blank = fieldName.rfind(' ');

@@ -30,8 +30,10 @@ struct LiteralHint
     int index;           // in its tuple; -1 for a value that stands alone
 };
 
-LiteralHint HintOf(const std::string& fieldName);
+/// @param group   of the field: "diffuse" for a light's "r"; may be empty
+LiteralHint HintOf(const std::string& group, const std::string& fieldName);
 
-/// Python's program that finds a literal: its arguments are a file, a line, a number and a hint's
-/// two members. It prints the first and the last byte, or "none" or "several".
+/// Python's program that finds a literal: its arguments are a file, a line, the number there, the
+/// number to write, and a hint's two members. It prints the first byte, the one after the last, and
+/// the text to write; or "none", "several", or "range" for a number that two digits can't hold.
 extern const char kLiteralProgram[];
