@@ -8,6 +8,7 @@
 #include "studio/studio.h"
 
 /// Relies on the window being used.
-/// @param question   "state", or "names" for the number of OpenGL's names in use
+/// @param question   "state"; "picture" for the checksum of the one that is shown; "names" for the
+///                   number of OpenGL's names in use
 /// @return the answer; {"error": ...} for another question
 std::string Answer(const Studio* studio, const std::string& question);

@@ -103,7 +103,9 @@ class Studio:
                 state["window"][1] + top + int(height * y))
 
     def point(self, part: str, x: float = 0.5, y: float = 0.5) -> None:
-        self.screen.xdotool("mousemove", *self.place(part, x, y))
+        left, top = self.place(part, x, y)
+        # A jump of the pointer is no movement of a mouse, which the program waits for.
+        self.screen.xdotool("mousemove", left - 1, top, "mousemove_relative", 1, 0)
 
     def click(self, part: str, x: float = 0.5, y: float = 0.5) -> None:
         """Presses and lets go, with a frame of the window between."""
@@ -113,6 +115,33 @@ class Studio:
         self.frame()
         self.screen.xdotool("mouseup", 1)
         self.frame()
+
+    def reveal(self, part: str, pane: str) -> None:
+        """Turns the wheel over a pane until a part of it is seen, with what lies around it."""
+        for _ in range(QUESTIONS):
+            if part in self.state()["rects"]:
+                return
+            self.point(pane, 0.9)
+            self.screen.xdotool("click", 5)
+            self.frame()
+        raise AssertionError(f"never seen: {part}")
+
+    def drag(self, part: str, right: int, down: int = 0) -> None:
+        """Presses the button on a part and moves; it stays pressed until `drop`."""
+        self.point(part, 0.3)
+        self.frame()
+        self.screen.xdotool("mousedown", 1)
+        self.frame()
+        self.screen.xdotool("mousemove_relative", "--", right, down)
+        self.frame()
+
+    def drop(self) -> None:
+        self.screen.xdotool("mouseup", 1)
+        self.frame()
+
+    def picture(self) -> int:
+        """The checksum of the picture that is shown."""
+        return int(self.ask("picture")["crc32"])
 
     def frame(self) -> None:
         """Waits until the window was drawn a few times more."""

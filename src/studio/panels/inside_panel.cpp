@@ -89,8 +89,7 @@ static void DrawTreeItem(Studio* studio, const TreeItem& item)
     const bool isOpen = ImGui::TreeNodeEx((title + (isHidden ? " (hidden)" : "")).c_str(), flags);
     ImGui::PopStyleColor(isHidden ? 1 : 0);
     NoteItem(studio, ("node " + title).c_str());
-    const ImVec2 from = ImGui::GetItemRectMin();
-    studio->rects["open " + title] = {from.x, from.y, ImGui::GetFontSize(), ImGui::GetFontSize()};
+    NoteArrow(studio, ("open " + title).c_str());
     if (ImGui::IsItemClicked() && !ImGui::IsItemToggledOpen())
     {
         LookAt(studio, item.ref, item.context);
@@ -512,6 +511,7 @@ void DrawInsidePanel(Studio* studio)
         ImGui::BeginChild("tree", ImVec2(0.0f, studio->look.ref.item == 0 ? 0.0f : height * 0.45f));
         DrawTree(studio);
         ImGui::EndChild();
+        NoteItem(studio, "tree");
         if (studio->look.ref.item != 0)
         {
             ImGui::Separator();
@@ -524,6 +524,7 @@ void DrawInsidePanel(Studio* studio)
             DrawFields(studio);
             DrawUsers(studio);
             ImGui::EndChild();
+            NoteItem(studio, "item");
         }
     }
     ImGui::End();

@@ -71,11 +71,32 @@ bool GivePanelsEvent(const SDL_Event* event)
     return isKey && io.WantTextInput;
 }
 
+/// Notes the part of a rectangle that is seen; none where it was scrolled away.
+static void NoteRect(Studio* studio, const char* name, ImVec2 low, ImVec2 high)
+{
+    const ImDrawList* list = ImGui::GetWindowDrawList();
+    const ImVec2 seenLow = list->GetClipRectMin();
+    const ImVec2 seenHigh = list->GetClipRectMax();
+    const float left = std::max(low.x, seenLow.x);
+    const float top = std::max(low.y, seenLow.y);
+    const float width = std::min(high.x, seenHigh.x) - left;
+    const float height = std::min(high.y, seenHigh.y) - top;
+    if (width >= 1.0f && height >= 1.0f)
+    {
+        studio->rects[name] = {left, top, width, height};
+    }
+}
+
 void NoteItem(Studio* studio, const char* name)
 {
+    NoteRect(studio, name, ImGui::GetItemRectMin(), ImGui::GetItemRectMax());
+}
+
+void NoteArrow(Studio* studio, const char* name)
+{
     const ImVec2 from = ImGui::GetItemRectMin();
-    const ImVec2 size = ImGui::GetItemRectSize();
-    studio->rects[name] = {from.x, from.y, size.x, size.y};
+    const float side = ImGui::GetFontSize();
+    NoteRect(studio, name, from, ImVec2(from.x + side, from.y + side));
 }
 
 void* WidgetTexture(uint32_t texture)

@@ -29,8 +29,11 @@ void DrawStartPanel(Studio* studio);
 /// The picture as large as the window, with messages over it.
 void DrawPictureAlone(Studio* studio);
 
-/// Notes where the last item of Dear ImGui is.
+/// Notes where the last item of Dear ImGui is seen; not at all where it was scrolled away.
 void NoteItem(Studio* studio, const char* name);
+
+/// The same for the arrow that unfolds the last item, a node of a tree.
+void NoteArrow(Studio* studio, const char* name);
 
 /// Draws the message over a part of the window.
 void DrawMessage(Studio* studio, const PanelRect& picture);

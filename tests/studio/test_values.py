@@ -1,0 +1,137 @@
+# SPDX-License-Identifier: MIT
+"""Values that are tried with the mouse and written into the sources, and flying."""
+
+import os
+import subprocess
+from pathlib import Path
+from typing import Callable
+
+import pytest
+
+from read_clipboard import clipboard
+from studio_window import Screen, Studio
+
+DPK = os.environ["DPK"]
+SIZE = ["--size", "160x90", "--from", "3"]
+Start = Callable[..., Studio]
+
+
+@pytest.fixture
+def script(tmp_path: Path) -> Path:
+    """A folder with a piece.py."""
+    folder = tmp_path / "mine"
+    subprocess.run([DPK, "new", str(folder)], check=True, stdout=subprocess.DEVNULL)
+    return folder
+
+
+def opened(studio: Studio) -> None:
+    studio.until(lambda now: now["loads"] == 1 and "node row 2, clip 1" in now["rects"])
+
+
+def unfold(studio: Studio, node: str, child: str) -> None:
+    studio.click(f"open {node}")
+    studio.reveal(f"node {child}", "tree")
+
+
+def is_yellow(screen: Screen, studio: Studio, part: str) -> bool:
+    """Whether a part of the window shows yellow."""
+    left, top = studio.place(part, 0.0, 0.0)
+    right, bottom = studio.place(part, 1.0, 1.0)
+    crop = f"{right - left}x{bottom - top}+{left}+{top}"
+    taken = subprocess.run(["import", "-window", "root", "-crop", crop, "png:-"], check=True,
+                           capture_output=True, env=dict(os.environ, DISPLAY=screen.name))
+    pixels = subprocess.run(["convert", "png:-", "-depth", "8", "rgb:-"], check=True,
+                            input=taken.stdout, capture_output=True).stdout
+    return any(red > 200 and red > green + 20 and green > blue + 40
+               for red, green, blue in zip(pixels[::3], pixels[1::3], pixels[2::3]))
+
+
+def test_a_value_is_tried_and_written(start: Start, screen: Screen, script: Path) -> None:
+    source = script / "piece.py"
+    text = source.read_bytes()
+    studio = start(*SIZE, script)
+    opened(studio)
+    studio.click("open row 1, clip 1")
+    unfold(studio, 'scene 1 "stage"', "scene 1, object 1")
+    unfold(studio, "scene 1, object 1", "material 1")
+    unfold(studio, "material 1", "light 1")
+    studio.click("node light 1", 0.8)
+    studio.reveal("value position y", "item")
+    assert not is_yellow(screen, studio, "value position y")
+
+    # The picture shows it while the mouse is down.
+    before = studio.picture()
+    studio.drag("value position y", 40)
+    studio.until(lambda now: now["changes"] and studio.picture() != before)
+    assert is_yellow(screen, studio, "value position y")
+    studio.drop()
+    tried = studio.picture()
+    change = studio.state()["changes"][0]
+    assert change.startswith("light 1, position, y: 3 -> ")
+    value = change.split()[-1]
+
+    studio.key("ctrl+z")
+    studio.until(lambda now: not now["changes"] and studio.picture() == before)
+    studio.key("ctrl+shift+z")
+    studio.until(lambda now: now["changes"] == [change] and studio.picture() == tried)
+
+    studio.click("copy all")
+    studio.until(lambda now: now["message"] == "1 copied")
+    line = text[:text.index(b"lamp = Light")].count(b"\n") + 1
+    assert clipboard(screen.name) == f"piece.py:{line}  {change}\n"
+
+    # Only its digits change in the source, and what is built from it shows the same.
+    studio.click("write 0")
+    studio.until(lambda now: now["loads"] == 2 and not now["changes"])
+    assert source.read_bytes() == text.replace(b"400), 3, 4)", f"400), {value}, 4)".encode())
+    studio.until(lambda now: studio.picture() == tried)
+    assert studio.state()["errors"] == []
+
+
+def test_a_document_is_written(start: Start, script: Path) -> None:
+    subprocess.run([DPK, "build", str(script)], check=True, stdout=subprocess.DEVNULL)
+    (script / "piece.py").unlink()
+    demo = script / "demo.xml"
+    text = demo.read_bytes().replace(b"\n", b"\r\n")  # as some editors have them
+    demo.write_bytes(text)
+    studio = start(*SIZE, script)
+    opened(studio)
+    studio.click("node row 2, clip 1", 0.8)
+    studio.reveal("value clip 1 fov", "item")
+    before = studio.picture()
+    studio.drag("value clip 1 fov", 60)
+    studio.drop()
+    change = studio.until(lambda now: now["changes"])["changes"][0]
+    tried = studio.picture()
+    assert tried != before and "fov: 60 -> " in change
+    studio.click("write 0")
+    studio.until(lambda now: now["loads"] == 2 and not now["changes"])
+    written = demo.read_bytes()
+    was, now = b'"60"', f'"{change.split()[-1]}"'.encode()
+    assert written in [text[:at] + now + text[at + len(was):]
+                       for at in range(len(text)) if text.startswith(was, at)]
+    studio.until(lambda now: studio.picture() == tried)
+
+
+def test_a_flight_leaves_the_picture(start: Start, screen: Screen, script: Path) -> None:
+    studio = start(*SIZE, script)
+    opened(studio)
+    before = studio.picture()
+    studio.key("c")
+    begun = studio.until(lambda now: now["fly"])["fly"]
+    studio.drag("picture", 40, 20)
+    studio.drop()
+    turned = studio.state()["fly"]
+    assert turned[:3] == begun[:3] and turned[3:] == [begun[3] + 5, begun[4] + 10, begun[5]]
+    screen.xdotool("keydown", "w")
+    studio.until(lambda now: now["fly"][:3] != begun[:3])
+    screen.xdotool("keyup", "w")
+    studio.key("ctrl+c")
+    studio.until(lambda now: now["message"] == "the view is copied as a camera")
+    flown = [f"{number:.6g}" for number in studio.state()["fly"]]
+    assert studio.picture() != before
+    copied = clipboard(screen.name)
+    assert copied.startswith(f"Camera(({', '.join(flown[:3])}), ({', '.join(flown[3:])}), ")
+    assert f'<x type="static" value="{flown[0]}"/>' in copied
+    studio.key("c")
+    studio.until(lambda now: not now["fly"] and studio.picture() == before)
