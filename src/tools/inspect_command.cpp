@@ -112,6 +112,16 @@ static std::string CurvesJson(const DocumentPictures& pictures)
     return "[" + list + "]";
 }
 
+static std::string StageJson(const std::vector<StagePicture>& pictures)
+{
+    std::string list;
+    for (const StagePicture& picture : pictures)
+    {
+        Append(&list, FormatText("[%u,", picture.tick) + JsonQuoted(picture.url) + "]");
+    }
+    return "[" + list + "]";
+}
+
 static std::string DocumentJson(ListedPackage* package, const DocumentTree& document)
 {
     DocumentPictures pictures;
@@ -123,7 +133,8 @@ static std::string DocumentJson(ListedPackage* package, const DocumentTree& docu
            Member("music", JsonQuoted(MusicName(document))) + "," +
            Member("sections", SectionsJson(document)) + "," +
            Member("pictures", PicturesJson(pictures)) + "," +
-           Member("curves", CurvesJson(pictures)) + "}";
+           Member("curves", CurvesJson(pictures)) + "," +
+           Member("balls", StageJson(DrawMaterialBalls(package, document))) + "}";
 }
 
 // ---- Models
@@ -307,16 +318,6 @@ static void AddMusic(const std::string& path, const std::string& name, uint32_t 
 
 // ---- The rest
 
-static std::string StageJson(const std::vector<StagePicture>& pictures)
-{
-    std::string list;
-    for (const StagePicture& picture : pictures)
-    {
-        Append(&list, FormatText("[%u,", picture.tick) + JsonQuoted(picture.url) + "]");
-    }
-    return "[" + list + "]";
-}
-
 static void AddSizes(const std::vector<SizeRow>& rows, std::string* json)
 {
     std::string list;
@@ -438,7 +439,6 @@ static bool AddAll(const std::string& path, ListedPackage* package, std::string*
                     Printable(path).c_str());
     }
     Append(json, Member("board", StageJson(board)));
-    Append(json, Member("balls", StageJson(DrawMaterialBalls(package))));
     return true;
 }
 

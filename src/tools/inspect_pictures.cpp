@@ -25,13 +25,14 @@
 #include "tools/png_file.h"
 #include "tools/triangle_mesh.h"
 
-static constexpr int32_t kItemSide = 112; // pixels, of a picture of an item at most
-static constexpr int32_t kBallSide = 112;
-static constexpr int32_t kStageWidth = 320;
-static constexpr int32_t kStageHeight = 200;
+static constexpr int32_t kItemSide = 128; // pixels, of a picture of an item at most
+static constexpr int32_t kBallSide = 144;
+static constexpr int32_t kStageWidth = 640;
+static constexpr int32_t kStageHeight = 400;
 static constexpr float kStageAspect = 1.6f;
-static constexpr uint32_t kStride = 4;     // ticks from frame to frame of the run that is shown
-static constexpr uint32_t kBallTicks = 40; // that each ball's clip lasts
+static constexpr uint32_t kStride = 4; // ticks from frame to frame of the run that is shown
+static constexpr uint32_t kBallTicks =
+    100; // of each clip: one that lies within a second may not be found
 static constexpr uint32_t kMostBalls = 1000;
 static constexpr uint32_t kCurveValues = 200;
 
@@ -266,12 +267,14 @@ static bool MakeBall(Bytes* container)
         {
             const float u = static_cast<float>(column) / static_cast<float>(kAround);
             const float v = static_cast<float>(row) / static_cast<float>(kDown);
-            const float turn = u * 6.2831853f;
+            // The seam lies at the back, and the half that is seen has the texture once.
+            const float turn = (u - 0.5f) * 6.2831853f;
+            const float across = 2.0f * u - 0.5f;
             const float tilt = v * 3.1415927f;
             const float x = std::sin(tilt) * std::sin(turn);
             const float y = std::cos(tilt);
             const float z = std::sin(tilt) * std::cos(turn);
-            ball.vertices.push_back({{x, y, z}, {{2.0f * u, v}, {2.0f * u, v}}, {x, y, z}});
+            ball.vertices.push_back({{x, y, z}, {{across, v}, {across, v}}, {x, y, z}});
             if (row < kDown && column < kAround)
             {
                 const uint32_t at = row * (kAround + 1) + column;
@@ -306,13 +309,13 @@ static std::string Values(const char* names, const char* value)
     return text;
 }
 
-/// The demo with a scene and a clip for each material.
-static std::string BallDocument(const DocumentTree& demo, size_t materialCount)
+/// A document with a scene and a clip for each material.
+static std::string BallDocument(const DocumentTree& document, size_t materialCount)
 {
     std::string text = "<?xml version=\"1.0\"?>";
     for (int32_t i = 0; i < static_cast<int32_t>(Section::kScenes); ++i)
     {
-        const TiXmlElement* section = SectionElement(demo, static_cast<Section>(i));
+        const TiXmlElement* section = SectionElement(document, static_cast<Section>(i));
         TiXmlElement copy(*section);
         if (static_cast<Section>(i) == Section::kModels)
         {
@@ -322,7 +325,7 @@ static std::string BallDocument(const DocumentTree& demo, size_t materialCount)
         }
         text += Said(&copy);
     }
-    const size_t ball = ItemsOf(demo, Section::kModels).size() + 1;
+    const size_t ball = ItemsOf(document, Section::kModels).size() + 1;
     std::string scenes;
     std::string clips;
     for (size_t k = 1; k <= materialCount; ++k)
@@ -344,21 +347,27 @@ static std::string BallDocument(const DocumentTree& demo, size_t materialCount)
 }
 
 /// Puts a package together that has all entries of another one, but for the demo, and the ball.
+/// @param demo   in a container
 static bool PackBalls(const ListedPackage* package, const Bytes& demo, const Bytes& ball,
                       PackageBytes* bytes)
 {
     FaultList faults;
     StartFaults(&faults);
-    PackageWriter writer =
-        BeginPackage(bytes, static_cast<uint32_t>(package->entries.size()) + 1, &faults);
+    const uint32_t others = static_cast<uint32_t>(
+        std::count_if(package->entries.begin(), package->entries.end(),
+                      [](const ListedEntry& entry) { return entry.name != kDemoDocumentName; }));
+    PackageWriter writer = BeginPackage(bytes, others + 2, &faults);
+    PutPackageEntry(&writer, kDemoDocumentName, demo.data(), static_cast<uint32_t>(demo.size()));
     bool isRead = true;
     for (const ListedEntry& entry : package->entries)
     {
         Bytes data;
-        isRead =
-            isRead && (entry.name == kDemoDocumentName || ReadListedEntry(package, &entry, &data));
-        const Bytes& put = entry.name == kDemoDocumentName ? demo : data;
-        PutPackageEntry(&writer, entry.name.c_str(), put.data(), static_cast<uint32_t>(put.size()));
+        if (entry.name != kDemoDocumentName)
+        {
+            isRead = isRead && ReadListedEntry(package, &entry, &data);
+            PutPackageEntry(&writer, entry.name.c_str(), data.data(),
+                            static_cast<uint32_t>(data.size()));
+        }
     }
     PutPackageEntry(&writer, kBallName, ball.data(), static_cast<uint32_t>(ball.size()));
     const bool isPut = EndPackage(&writer);
@@ -366,16 +375,16 @@ static bool PackBalls(const ListedPackage* package, const Bytes& demo, const Byt
     return isPut && isRead;
 }
 
-std::vector<StagePicture> DrawMaterialBalls(const ListedPackage* package)
+std::vector<StagePicture> DrawMaterialBalls(const ListedPackage* package,
+                                            const DocumentTree& document)
 {
-    DocumentTree demo;
-    if (!ReadDocumentTree(package, kDemoDocumentName, &demo) ||
-        SectionElement(demo, Section::kScenes) == nullptr)
+    if (SectionElement(document, Section::kScenes) == nullptr)
     {
         return {};
     }
-    const size_t count = std::min<size_t>(ItemsOf(demo, Section::kMaterials).size(), kMostBalls);
-    const std::string text = BallDocument(demo, count);
+    const size_t count =
+        std::min<size_t>(ItemsOf(document, Section::kMaterials).size(), kMostBalls);
+    const std::string text = BallDocument(document, count);
     Bytes container;
     Bytes ball;
     PackageBytes bytes = {};

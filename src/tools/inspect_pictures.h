@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "engine/data/section.h"
+#include "tools/document_trees.h"
 #include "tools/package_listing.h"
 
 /// A picture of one item.
@@ -50,7 +51,8 @@ struct StagePicture
 /// @return no picture if nothing can be drawn: a fault, or no driver
 std::vector<StagePicture> DrawStoryboard(const std::string& path, uint32_t length, uint32_t count);
 
-/// Draws each material of the demo on a ball, on a stage of its own: the package's documents with a
-/// scene for each material in the place of their scenes and clips.
+/// Draws each material of a document on a ball, on a stage of its own: the document is the demo
+/// there, with a scene for each material in the place of its scenes and clips.
 /// @return a picture each material, in their order; none if nothing can be drawn
-std::vector<StagePicture> DrawMaterialBalls(const ListedPackage* package);
+std::vector<StagePicture> DrawMaterialBalls(const ListedPackage* package,
+                                            const DocumentTree& document);

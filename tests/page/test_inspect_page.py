@@ -57,6 +57,25 @@ def test_all_pictures_are_there(browser: Browser) -> None:
     assert counts[0] == counts[1]
 
 
+def test_a_ball_shows_the_color_of_its_material(browser: Browser) -> None:
+    balls = browser.run("""
+        const found = [];
+        for (const doc of D.documents) doc.sections[7].items.forEach((item, i) => {
+            const parts = item.node[2].map(part => part[1]);
+            if (item.node[1].type === '0' && parts.slice(0, 4).every(a => a.type === 'static'))
+                found.push([item.label, parts.slice(0, 3).map(a => 255 * +a.value), doc.balls[i][1]]); });
+        return Promise.all(found.map(async ([label, color, url]) => {
+            const image = new Image(), canvas = document.createElement('canvas');
+            image.src = url; await image.decode();
+            canvas.getContext('2d').drawImage(image, 0, 0);
+            const at = [image.width / 2, image.height / 2, 1, 1];
+            return [label, color, [...canvas.getContext('2d').getImageData(...at).data].slice(0, 3)];
+        }));""")
+    assert len(balls) > 5
+    assert [label for label, color, seen in balls
+            if max(abs(a - b) for a, b in zip(color, seen)) > 6] == []
+
+
 def test_scrubbing_shows_another_moment(browser: Browser) -> None:
     first = browser.run("return document.getElementById('moment').src")
     browser.type("#scrub", END)
