@@ -152,6 +152,7 @@ void NoteShown(Studio* studio)
     {
         folder->isTimed = false;
         folder->reloadMs = NowMs() - folder->savedMs;
+        folder->reloads += 1;
     }
 }
 

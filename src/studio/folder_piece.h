@@ -24,6 +24,7 @@ struct FolderPiece
     uint32_t made;                      // entries that it made anew
     uint32_t builds;                    // that came to an end
     uint32_t reloadMs;                  // from the last save to its picture
+    uint32_t reloads;                   // saves whose picture was shown
 };
 
 /// Begins with a folder, and builds it.

@@ -2,6 +2,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <malloc.h>
 #include <new>
 
 #include "studio/build/builder.h"
@@ -10,6 +11,11 @@
 #include "studio/studio.h"
 
 static constexpr int kExitUsage = 2;
+
+/// From this size on blocks come from the system, already zero. A scene's record is a little larger
+/// and hardly used: left to itself the C library would take it from memory that was used before,
+/// and clear all of it.
+static constexpr int kSystemBlock = 512 * 1024;
 
 [[noreturn]] static void EndWithoutMemory()
 {
@@ -20,6 +26,7 @@ static constexpr int kExitUsage = 2;
 int main(int argc, char** argv)
 {
     std::set_new_handler(EndWithoutMemory);
+    mallopt(M_MMAP_THRESHOLD, kSystemBlock);
     signal(SIGPIPE, SIG_IGN);
     signal(SIGCHLD, SIG_DFL);
 

@@ -189,6 +189,7 @@ static std::string State(const Studio* studio)
         Member("pack_us", Number(studio->folder.packUs)),
         Member("check_us", Number(studio->folder.checkUs)),
         Member("reload_ms", Number(studio->folder.reloadMs)),
+        Member("reloads", Number(studio->folder.reloads)),
         Member("sound", studio->sound.device == 0 ? "\"none\""
                         : studio->sound.isPlaying ? "\"plays\""
                                                   : "\"waits\""),

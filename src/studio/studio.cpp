@@ -24,7 +24,8 @@
 
 static constexpr int32_t kDefaultWidth = 1280;
 static constexpr int32_t kDefaultHeight = 720;
-static constexpr int kIdleMs = 20; // between looks at what else happens, while nothing moves
+static constexpr int kIdleMs = 10; // between looks at what else happens, while nothing moves
+static constexpr int kBusyMs = 1;  // the same while something plays, is built or is loaded
 static constexpr uint64_t kMostSettings = 1u << 20; // bytes
 
 uint32_t NowMs()
@@ -711,6 +712,13 @@ static bool ShowPicture(Studio* studio)
     return true;
 }
 
+/// Whether something goes on that the next round may find done.
+static bool IsBusy(const Studio* studio)
+{
+    return studio->transport.plays || studio->loader.isRunning || studio->musician.pid != 0 ||
+           studio->folder.builder.isBuilding || studio->folder.mustCompare;
+}
+
 static void RunRounds(Studio* studio)
 {
     static constexpr uint32_t kRedrawnRounds = 3; // after the last event: panels move a frame late
@@ -718,7 +726,7 @@ static void RunRounds(Studio* studio)
     while (!studio->quits)
     {
         SDL_Event event;
-        bool hasEvent = SDL_WaitEventTimeout(&event, studio->transport.plays ? 1 : kIdleMs) != 0;
+        bool hasEvent = SDL_WaitEventTimeout(&event, IsBusy(studio) ? kBusyMs : kIdleMs) != 0;
         redraws = hasEvent ? kRedrawnRounds : redraws;
         for (; hasEvent; hasEvent = SDL_PollEvent(&event) != 0)
         {

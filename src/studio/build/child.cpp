@@ -13,7 +13,8 @@
 #include "tools/files.h"
 
 static constexpr size_t kReadStep = 65536; // bytes
-static constexpr int kMostSteps = 64;      // at a time: a child may write faster than this reads
+static constexpr int kPipeBytes = 1 << 20;
+static constexpr int kMostSteps = 64; // at a time: a child may write faster than this reads
 
 std::string OwnProgram()
 {
@@ -91,6 +92,8 @@ bool StartChild(const std::vector<std::string>& arguments, Child* child)
         return false;
     }
     setpgid(child->pid, child->pid); // whichever process comes first
+    // Room for a whole package: its sender need not wait for who reads it. The system may refuse.
+    fcntl(child->fromChild, F_SETPIPE_SZ, kPipeBytes);
     fcntl(child->fromChild, F_SETFL, O_NONBLOCK);
     fcntl(child->errorStream, F_SETFL, O_NONBLOCK);
     return true;
