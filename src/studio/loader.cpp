@@ -29,7 +29,12 @@ static void Load(Loader* loader)
     const PieceSource source = {request.path.empty() ? nullptr : request.path.c_str(),
                                 slot->package.data(), slot->package.size(), true};
     const auto start = std::chrono::steady_clock::now();
-    outcome->isLoaded = OpenStage(&source, &request.view, slot->stage, &faults);
+    BeginKeptLoad(&loader->kept);
+    const StageReaders readers = {loader->kept.readers, &loader->kept};
+    outcome->isLoaded = OpenStageWith(&source, &request.view, &readers, slot->stage, &faults);
+    outcome->made = loader->kept.made;
+    outcome->kept = loader->kept.kept;
+    EndKeptLoad(outcome->isLoaded, &loader->kept);
     if (outcome->isLoaded && !slot->stage->run.piece.hasDemo)
     {
         AddError(&faults, "%s: it has no document demo.xmlz", request.path.c_str());

@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "studio/logic/kept_items.h"
 #include "studio/window.h"
 
 struct LoadRequest
@@ -25,6 +26,7 @@ struct LoadOutcome
     std::vector<std::string> faults; // lines that tell why it has not
     uint32_t loadUs;                 // reading and giving to OpenGL
     uint32_t seekUs;                 // to the picture of the tick
+    uint32_t made, kept;             // textures, models and bitmaps: new ones, and kept ones
 };
 
 /// All zero when no thread runs.
@@ -36,6 +38,7 @@ struct Loader
     LoadRequest request;
     LoadOutcome outcome;
     StageSlot* slot; // borrowed
+    KeptItems kept;  // of the piece before; the thread's while one runs
 };
 
 /// Starts to load into a slot, whose stage is closed first. No thread may be running, and nobody

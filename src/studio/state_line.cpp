@@ -179,6 +179,8 @@ static std::string State(const Studio* studio)
         Member("loading", Truth(studio->loader.isRunning)),
         Member("load_us", Number(studio->loadUs)),
         Member("seek_us", Number(studio->seekUs)),
+        Member("items_made", Number(studio->made)),
+        Member("items_kept", Number(studio->kept)),
         Member("errors", Findings(studio, FindingKind::kError)),
         Member("warnings", Findings(studio, FindingKind::kWarning)),
         Member("selected", Number(studio->selectedFinding)),

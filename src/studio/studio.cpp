@@ -248,6 +248,8 @@ static void TakeOver(Studio* studio, const LoadOutcome& outcome)
     }
     studio->loadUs = outcome.loadUs;
     studio->seekUs = outcome.seekUs;
+    studio->made = outcome.made;
+    studio->kept = outcome.kept;
     studio->loads += 1;
     if (studio->folder.watcher.folder.empty())
     {

@@ -46,6 +46,7 @@ struct Studio
     uint32_t pieceIndex;               // in options.pieces, with --play
     std::string loadedPath;            // of the piece that plays
     uint32_t loadUs, seekUs;           // of the last piece that was loaded
+    uint32_t made, kept;               // items of it that were made anew, and those kept
     uint32_t loads;                    // pieces that took over
     std::vector<FindingLine> findings; // of the last build, loading or playing
     size_t selectedFinding;            // place in findings

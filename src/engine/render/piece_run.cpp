@@ -26,6 +26,11 @@ static DocumentUpload* GetUpload(PieceRun* run, RunDocument document)
     return document == RunDocument::kDemo ? &run->demo : &run->loading;
 }
 
+static const SectionReader* Readers(const PieceRun* run)
+{
+    return run->readers != nullptr ? run->readers : PieceSections;
+}
+
 static void NoteLook(const LoadWatcher* watcher)
 {
     if (watcher != nullptr && watcher->looked != nullptr)
@@ -44,7 +49,7 @@ static bool LoadItems(PieceRun* run, RunDocument which, ReadContext* context,
                                   run->keepPixels,       run->faults};
 
     DocumentReader reader;
-    BeginReading(PieceSections, context, &reader);
+    BeginReading(Readers(run), context, &reader);
     while (true)
     {
         ItemPlace item;
@@ -88,7 +93,8 @@ LoadResult LoadRunDocument(PieceRun* run, RunDocument which, const LoadWatcher* 
     context.isDemo = which == RunDocument::kDemo;
     context.computePixels = true;
     context.faults = run->faults;
-    StartReadAhead(PieceSections, run->threads, &context);
+    context.user = run->readersUser;
+    StartReadAhead(Readers(run), run->threads, &context);
     const bool loaded = LoadItems(run, which, &context, watcher);
     StopReadAhead(&context);
     FreeLayers(&context); // those that a fault left behind

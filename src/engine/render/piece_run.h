@@ -33,7 +33,11 @@ struct PieceRun
     GlFeatures features; // of the demo
     bool keepPixels;     // keep the decoded bitmaps in their records
     uint32_t threads;    // that load, see CountLoadingThreads; below 2 all is read in its turn
-    FaultList* faults;   // borrowed
+    /// Readers of a program's own, kSectionCount rows as PieceSections has them, with the same
+    /// table, size and freeRecord; borrowed. Null for PieceSections.
+    const SectionReader* readers;
+    void* readersUser; // ReadContext::user of such readers; borrowed
+    FaultList* faults; // borrowed
 };
 
 /// Watches a document being loaded.

@@ -87,6 +87,13 @@ static bool OpenPackage(const PieceSource* source, PackageFile* package, FaultLi
 
 bool OpenStage(const PieceSource* source, const StageView* view, Stage* stage, FaultList* faults)
 {
+    static constexpr StageReaders kOwn = {nullptr, nullptr};
+    return OpenStageWith(source, view, &kOwn, stage, faults);
+}
+
+bool OpenStageWith(const PieceSource* source, const StageView* view, const StageReaders* readers,
+                   Stage* stage, FaultList* faults)
+{
     *stage = {};
     stage->view = *view;
     stage->position = kNoPosition;
@@ -96,6 +103,8 @@ bool OpenStage(const PieceSource* source, const StageView* view, Stage* stage, F
     }
     stage->run.features = view->features;
     stage->run.keepPixels = true;
+    stage->run.readers = readers->rows;
+    stage->run.readersUser = readers->user;
     const bool loaded =
         OpenPackage(source, &stage->run.piece.package, faults) &&
         LoadRunDocument(&stage->run, RunDocument::kLoading, nullptr) != LoadResult::kFailed &&

@@ -77,6 +77,17 @@ struct Stage
 /// @return false after a fault. A document that the package lacks is none: it shows nothing.
 bool OpenStage(const PieceSource* source, const StageView* view, Stage* stage, FaultList* faults);
 
+/// Readers of a program's own, as PieceRun has them.
+struct StageReaders
+{
+    const SectionReader* rows; // borrowed while the piece is loaded
+    void* user;                // the same
+};
+
+/// OpenStage with readers that make the same records as the engine's. One thread calls them.
+bool OpenStageWith(const PieceSource* source, const StageView* view, const StageReaders* readers,
+                   Stage* stage, FaultList* faults);
+
 /// Shows the picture at a tick of a run with a stride. It stands in the back buffer then.
 /// @param stride   ticks from frame to frame; another one than before begins a new run
 /// @return false after a fault: one that the run meets up to there, a stride of 0, no memory. Later

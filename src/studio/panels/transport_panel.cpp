@@ -50,9 +50,11 @@ static void DrawPlace(Studio* studio)
         if (ImGui::IsItemHovered())
         {
             ImGui::SetTooltip("piece.py %u ms, packing %u ms (%u made anew), check %u ms,\n"
-                              "loading %u ms, to the moment %u ms",
+                              "loading %u ms (%u textures, models and images made anew, %u kept),\n"
+                              "to the moment %u ms",
                               folder.scriptUs / 1000, folder.packUs / 1000, folder.made,
-                              folder.checkUs / 1000, studio->loadUs / 1000, studio->seekUs / 1000);
+                              folder.checkUs / 1000, studio->loadUs / 1000, studio->made,
+                              studio->kept, studio->seekUs / 1000);
         }
     }
     ImGui::SameLine();
