@@ -118,6 +118,15 @@ def test_what_uses_an_item_is_used_by_it(browser: Browser) -> None:
         return uses.size > 50;""")
 
 
+def test_a_lit_material_uses_its_light(browser: Browser) -> None:
+    lit = browser.run("""
+        return D.documents.flatMap(doc => doc.sections[7].items.flatMap((item, i) => item.node[2]
+            .filter(part => part[0] === 'light').map(part => [item.label,
+                uses.get(itemKey(doc, 7, i + 1)).has(itemKey(doc, 4, +part[1].value))])));""")
+    assert len(lit) > 20
+    assert [label for label, isUsed in lit if not isUsed] == []
+
+
 def test_a_mesh_turns_by_keys(browser: Browser) -> None:
     drawn = """const canvas = document.querySelector('canvas');
                return canvas.toDataURL();"""
