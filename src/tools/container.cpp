@@ -16,11 +16,11 @@ static constexpr size_t kStep = 65536; // bytes inflated at a time
 /// A stream that makes more than that of itself is larger than what it holds.
 static constexpr uint64_t kLargestContainer = uint64_t{kLargestInflatedSize} + (1 << 20);
 
-static bool FitsContainer(const Bytes& data)
+bool FitsContainer(size_t size)
 {
-    if (data.size() > kLargestInflatedSize)
+    if (size > kLargestInflatedSize)
     {
-        ReportError("data of %zu bytes is too large for a container", data.size());
+        ReportError("data of %zu bytes is too large for a container", size);
         return false;
     }
     return true;
@@ -28,7 +28,7 @@ static bool FitsContainer(const Bytes& data)
 
 bool PackContainer(const Bytes& data, Bytes* container)
 {
-    if (!FitsContainer(data))
+    if (!FitsContainer(data.size()))
     {
         return false;
     }
@@ -49,7 +49,7 @@ bool PackContainer(const Bytes& data, Bytes* container)
 
 bool PackSmallContainer(const Bytes& data, Bytes* container)
 {
-    if (!FitsContainer(data))
+    if (!FitsContainer(data.size()))
     {
         return false;
     }
@@ -112,17 +112,21 @@ static bool Inflate(const Bytes& container, size_t most, Bytes* data, size_t* si
     return result == Z_STREAM_END || result == Z_OK;
 }
 
+const char* ContainerSizeFault(size_t size)
+{
+    return size < kSizeWord           ? "shorter than its size word"
+           : size > kLargestContainer ? "too large for a container"
+                                      : nullptr;
+}
+
 /// @param data   null to count alone
 static const char* Unpack(const Bytes& container, Bytes* data, size_t* size)
 {
     *size = 0;
-    if (container.size() < kSizeWord)
+    const char* sizeFault = ContainerSizeFault(container.size());
+    if (sizeFault != nullptr)
     {
-        return "shorter than its size word";
-    }
-    if (container.size() > kLargestContainer)
-    {
-        return "too large for a container";
+        return sizeFault;
     }
     const size_t told = LoadLittleEndian32(container.data());
     if (!Inflate(container, std::min<size_t>(told, kLargestInflatedSize), data, size))

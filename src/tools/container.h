@@ -6,6 +6,13 @@
 
 #include "tools/files.h"
 
+/// Whether so many bytes can be packed.
+/// @return false after an error line: they are more than kLargestInflatedSize
+bool FitsContainer(size_t size);
+
+/// @return null, or what is wrong with a container of so many bytes
+const char* ContainerSizeFault(size_t size);
+
 /// Packs data at zlib's highest level, so that the same data gives the same bytes.
 /// @return false after an error line if the data is larger than kLargestInflatedSize: no reader
 ///         would take it

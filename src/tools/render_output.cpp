@@ -123,10 +123,10 @@ std::string ReadPicture(const std::string& path, RgbPicture* picture)
     return IsPpm(path) ? DecodePpm(file, picture) : DecodePng(file, picture);
 }
 
-bool WriteWave(const std::string& path, const std::vector<int16_t>& samples)
+bool WriteWave(const std::string& path, std::span<const int16_t> samples)
 {
     static constexpr size_t kHeadSize = 44;
-    const size_t size = samples.size() * sizeof(int16_t);
+    const size_t size = samples.size_bytes();
     if (size > 0xFFFFFFFF - kHeadSize)
     {
         ReportError("%s: a sound file of this kind holds 4 GiB at most", Printable(path).c_str());

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -79,5 +80,5 @@ void StopOutput(RenderOutput* output);
 std::string ReadPicture(const std::string& path, RgbPicture* picture);
 
 /// Writes a file of the sound: RIFF, 16 bits, stereo.
-/// @return false after an error line
-bool WriteWave(const std::string& path, const std::vector<int16_t>& samples);
+/// @return false after an error line: it would be larger than 4 GiB, or can't be written
+bool WriteWave(const std::string& path, std::span<const int16_t> samples);

@@ -127,5 +127,14 @@ TEST(WarmCache, TheRendererIsTold)
     const Said said = RunShell("'" WARM "' --renderer");
     EXPECT_EQ(said.exitCode, 0);
     EXPECT_GT(said.text.size(), 1u);
-    EXPECT_EQ(RunShell("'" WARM "'").exitCode, 2);
+}
+
+TEST(WarmCache, WithoutAFileItTellsItsUsage)
+{
+    for (const char* words : {"", " a b"})
+    {
+        const Said said = RunShell("'" WARM "'" + std::string(words));
+        EXPECT_EQ(said.exitCode, 2);
+        EXPECT_EQ(said.text, "usage: quorvale-warm FILE|--renderer\n");
+    }
 }

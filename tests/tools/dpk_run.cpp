@@ -35,6 +35,11 @@ static void Execute(const TemporaryFolder& folder, std::vector<std::string> argu
         rlimit limit = {surroundings.fileSizeLimit, surroundings.fileSizeLimit};
         setrlimit(RLIMIT_FSIZE, &limit);
     }
+    if (surroundings.memoryLimit != 0)
+    {
+        rlimit limit = {surroundings.memoryLimit, surroundings.memoryLimit};
+        setrlimit(RLIMIT_DATA, &limit);
+    }
     umask(surroundings.mask);
     if (chdir(folder.path.c_str()) == 0 && dup2(out, STDOUT_FILENO) >= 0 &&
         dup2(err, STDERR_FILENO) >= 0)

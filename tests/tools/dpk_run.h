@@ -19,10 +19,11 @@ struct DpkRun
 /// The surroundings of a run.
 struct DpkSurroundings
 {
-    std::string workshops;  // TMPDIR; empty leaves it as it is
-    std::string output;     // standard output goes to this file; empty records it
-    uint64_t fileSizeLimit; // bytes, 0 for none
-    unsigned mask;          // umask
+    std::string workshops;    // TMPDIR; empty leaves it as it is
+    std::string output;       // standard output goes to this file; empty records it
+    uint64_t fileSizeLimit;   // bytes, 0 for none
+    unsigned mask;            // umask
+    uint64_t memoryLimit = 0; // bytes of RLIMIT_DATA, 0 for none
 };
 
 inline const DpkSurroundings kOrdinary = {{}, {}, 0, 022};

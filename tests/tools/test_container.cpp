@@ -215,3 +215,33 @@ TEST(DpkDecompress, LeavesTheOldFileWhenItFails)
     EXPECT_EQ(folder.Read("out"), "old");
     EXPECT_EQ(FilesIn(folder), "bad good out");
 }
+
+TEST(Container, SizesThatItCantHaveAreTold)
+{
+    static constexpr size_t kMost = size_t{1} << 30;
+    EXPECT_TRUE(FitsContainer(0));
+    EXPECT_TRUE(FitsContainer(kMost));
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(FitsContainer(kMost + 1));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "dpk: data of 1073741825 bytes is too large for a container\n");
+
+    EXPECT_STREQ(ContainerSizeFault(3), "shorter than its size word");
+    EXPECT_EQ(ContainerSizeFault(4), nullptr);
+    EXPECT_EQ(ContainerSizeFault(kMost + (1 << 20)), nullptr);
+    EXPECT_STREQ(ContainerSizeFault(kMost + (1 << 20) + 1), "too large for a container");
+}
+
+// Sanitizers keep memory of their own, which a limit would count.
+TEST(DpkCompress, EndsWithALineWithoutMemory)
+{
+    TemporaryFolder folder;
+    folder.Write("large", "");
+    ASSERT_EQ(truncate((folder.path + "/large").c_str(), 600 << 20), 0);
+    DpkSurroundings tight = kOrdinary;
+    tight.memoryLimit = 300 << 20;
+    const DpkRun run = RunDpk(folder, {"compress", "large", "out"}, tight);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "dpk: out of memory\n");
+    EXPECT_EQ(FilesIn(folder), "large");
+}

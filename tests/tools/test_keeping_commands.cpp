@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// The commands that tell what a package is: info, diff, rows, size.
+// The commands that tell what a package is: info, diff, rows, size, inspect.
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <zlib.h>
@@ -317,4 +317,40 @@ TEST(Treemap, AreasAreSharesOfTheWhole)
     ExpectIn(svg, "x=\"200.00\" y=\"0.00\" width=\"200.00\" height=\"100.00\"");
     ExpectIn(svg, "x=\"200.00\" y=\"100.00\" width=\"200.00\" height=\"100.00\"");
     EXPECT_TRUE(DrawTreemap({}, 10, 10).ends_with("</svg>\n"));
+}
+
+TEST(DpkInspect, WithoutADriverThePageHasNoPicturesOfTheStage)
+{
+    TemporaryFolder folder;
+    folder.Write("p.dpk", Package(SmallDocument(), {}));
+    setenv("__EGL_VENDOR_LIBRARY_DIRS", "/nonexistent", 1);
+    const DpkRun run = RunDpk(folder, {"inspect", "p.dpk", "-o", "page.html"});
+    unsetenv("__EGL_VENDOR_LIBRARY_DIRS");
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.err,
+              "dpk: p.dpk: nothing can be drawn, so the page has no pictures of the stage\n");
+    const std::string page = folder.Read("page.html");
+    EXPECT_EQ(run.out, "page.html: " + std::to_string(page.size()) + " bytes\n");
+    EXPECT_NE(page.find("\"board\":[]"), std::string::npos);
+    EXPECT_NE(page.find("\"balls\":[]"), std::string::npos);
+}
+
+TEST(DpkInspect, FilesThatCantBeReadOrWrittenAreErrors)
+{
+    TemporaryFolder folder;
+    folder.Write("text", "no package");
+    DpkRun run = RunDpk(folder, {"inspect", "nowhere.dpk", "-o", "page.html"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "dpk: nowhere.dpk: No such file or directory\n");
+    run = RunDpk(folder, {"inspect", "text", "-o", "page.html"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err.rfind("dpk: text: ", 0), 0u) << run.err;
+    folder.Write("p.dpk", Package(SmallDocument(), {}));
+    setenv("__EGL_VENDOR_LIBRARY_DIRS", "/nonexistent", 1);
+    run = RunDpk(folder, {"inspect", "p.dpk", "-o", "no/page.html"});
+    unsetenv("__EGL_VENDOR_LIBRARY_DIRS");
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.err.find("dpk: no/page.html: No such file or directory\n"), std::string::npos)
+        << run.err;
+    EXPECT_EQ(FilesIn(folder), "p.dpk text");
 }

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "support/package_builder.h"
+#include "support/small_piece.h"
 #include "tools/dpk_run.h"
 
 /// A stretch in which a bitmap shows its own last picture.
@@ -338,6 +339,33 @@ TEST_F(RenderCommand, TheLastWordsOfFfmpegAreTold)
     EXPECT_EQ(run.err, "dpk: ffmpeg: the disk is made of cheese\ndpk: ffmpeg failed with exit code "
                        "3\n");
     EXPECT_EQ(FilesIn(folder), "bin");
+}
+
+TEST_F(RenderCommand, AFfmpegThatTakesNoMoreIsTold)
+{
+    // Together the pictures do not fit into the pipe that it leaves.
+    ReplaceFfmpeg("exit 0\n");
+    const DpkRun run = RenderStretch({"-o", "film.mp4"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "dpk: ffmpeg takes no more pictures\n");
+    EXPECT_EQ(FilesIn(folder), "bin");
+}
+
+TEST_F(RenderCommand, APieceWithoutAnEndNeedsOne)
+{
+    DocumentSource endless = QuickDocument();
+    endless.sections[10] = "<row><clip id=\"1\" space_before=\"0\" length=\"200000\" offset=\"0\" "
+                           "type=\"0\"><v type=\"static\" value=\"0\"/><v type=\"static\" "
+                           "value=\"0\"/><v type=\"static\" value=\"0\"/><v type=\"static\" "
+                           "value=\"0\"/><v type=\"static\" value=\"0\"/><v type=\"static\" "
+                           "value=\"0\"/><fov type=\"ortographic\"/><fog type=\"0\"/></clip></row>";
+    folder.Write("endless.dpk", SmallPieceOf(QuickDocument(), endless));
+    package = folder.path + "/endless.dpk";
+    const DpkRun run = Render({"-o", "p/%d.png", "--size", "16x12"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "dpk: " + package + ": it never ends, so --to is needed\n");
+    EXPECT_EQ(Render({"-o", "p/%d.png", "--size", "16x12", "--to", "4t", "--fps", "25"}).exitCode,
+              0);
 }
 
 TEST_F(RenderCommand, AFfmpegThatASignalEndsIsTold)

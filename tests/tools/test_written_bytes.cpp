@@ -5,7 +5,10 @@
 #include <thread>
 #include <unistd.h>
 
+#include "support/temporary_folder.h"
 #include "tools/files.h"
+#include "tools/package_commands.h"
+#include "tools/render_output.h"
 
 TEST(WriteAll, GoesOnUntilAPipeHasTakenAll)
 {
@@ -45,4 +48,28 @@ TEST(WriteAll, TellsThatNobodyReads)
     EXPECT_EQ(errno, EPIPE);
     signal(SIGPIPE, SIG_DFL);
     close(ends[1]);
+}
+
+TEST(WriteWave, RefusesMoreThanSuchAFileHolds)
+{
+    const TemporaryFolder folder;
+    const int16_t sample = 0;
+    testing::internal::CaptureStderr();
+    // Only the size is looked at.
+    EXPECT_FALSE(WriteWave(folder.path + "/long.wav", {&sample, (size_t{1} << 31) - 21}));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "dpk: " + folder.path + "/long.wav: a sound file of this kind holds 4 GiB at most\n");
+    EXPECT_NE(access((folder.path + "/long.wav").c_str(), F_OK), 0);
+}
+
+TEST(WritePackage, RefusesSourcesThatHaveGrownMeanwhile)
+{
+    const TemporaryFolder folder;
+    PackageBytes package = {static_cast<unsigned char*>(calloc(1, 120)), 120, 120};
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(WritePackage(folder.path + "/p.dpk", {{"a", 10, 75}}, &package));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "dpk: " + folder.path + "/p.dpk: a source changed while it was read\n");
+    EXPECT_EQ(package.bytes, nullptr);
+    EXPECT_NE(access((folder.path + "/p.dpk").c_str(), F_OK), 0);
 }
