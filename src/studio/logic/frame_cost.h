@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: MIT
+
+// The cost of pictures: what each clip asks of OpenGL at a tick, counted from the records without
+// drawing, and what pictures were measured to take.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "engine/data/demo_document.h"
+
+/// What a clip draws at a tick.
+struct ClipDraws
+{
+    uint32_t row, clip; // from 0
+    uint64_t draws;
+    uint64_t triangles;
+};
+
+/// Counts what a frame of the demo draws, by the rows of the timeline. Curves are evaluated at the
+/// tick alone: a curve with a piece of an unknown function, which repeats the value before, counts
+/// as 0 there.
+/// @param hasBuffers   models are drawn from buffer objects
+std::vector<ClipDraws> CountDraws(const DemoDocument* document, bool hasBuffers, uint32_t tick);
+
+/// The graph over a whole piece.
+struct PieceCost
+{
+    uint32_t step;                   // ticks from value to value, 1 or more
+    std::vector<uint64_t> draws;     // [tick / step], as far as it was counted
+    std::vector<uint64_t> triangles; // the same
+    std::vector<uint32_t> shownUs;   // [tick / step], of the picture shown there last; 0 for none
+};
+
+/// Values that a graph has at most.
+inline constexpr uint32_t kMostCostValues = 2000;
+
+/// Begins to count a piece from its start; nothing was measured of it.
+void StartPieceCost(uint32_t endTick, PieceCost* cost);
+
+/// Counts some more values.
+/// @return whether all are counted
+bool StepPieceCost(const DemoDocument* document, bool hasBuffers, uint32_t values, PieceCost* cost);
+
+/// What one clip of a picture took, as measured.
+struct ClipCost
+{
+    uint32_t row, clip; // from 0; kNoClip for what belongs to none
+    uint32_t draws;
+    uint64_t triangles;
+    uint32_t stateCalls; // all others
+    uint64_t textureBytes;
+    uint64_t callNs; // in OpenGL's calls
+};
+
+inline constexpr uint32_t kNoClip = 0xFFFFFFFF;
+
+/// What one picture took. Times are of the processor's one thread.
+struct FrameCost
+{
+    uint32_t tick;
+    uint64_t evaluationNs; // all that is none of the next two
+    uint64_t simulationNs; // water and growing effects
+    uint64_t callNs;       // in OpenGL's calls
+    uint64_t swapNs;       // from the start of the picture to its end in the window
+    std::vector<ClipCost> clips;
+};
+
+/// @return all clips of a picture together; a texture counts once in each
+ClipCost SumClips(const FrameCost& cost);
+
+/// The last pictures, in a ring.
+struct CostHistory
+{
+    std::vector<FrameCost> frames; // at most kCostFrames
+    uint32_t next;                 // place of the next picture, once the ring is full
+};
+
+inline constexpr uint32_t kCostFrames = 240;
+
+/// Adds a picture, also to the graph of the piece.
+void NoteCost(const FrameCost& frame, CostHistory* history, PieceCost* piece);
+
+/// @return the picture that was added last; null for none
+const FrameCost* LastCost(const CostHistory* history);
+
+/// @return milliseconds to the end of each picture's swap, the oldest first
+std::vector<float> HistoryMs(const CostHistory* history);
