@@ -56,6 +56,11 @@ static void EndBuild(Studio* studio, BuildOutcome* outcome)
     studio->selectedFinding = 0;
     if (!outcome->isGood)
     {
+        if (studio->findings.empty()) // whoever is killed says nothing
+        {
+            studio->findings.push_back(
+                {FindingKind::kError, "", 0, "the build was killed, or piece.py was", ""});
+        }
         return;
     }
     folder->scriptUs = outcome->scriptUs;

@@ -142,6 +142,39 @@ static std::string Inside(const Studio* studio)
            Member("yaw", std::to_string(TruncateToInt(look.wire.yaw))) + "}";
 }
 
+/// The picture that was swapped last, and how much of the piece's graph is counted.
+static std::string Cost(const Studio* studio)
+{
+    const StudioCost& cost = studio->cost;
+    const FrameCost* frame = LastCost(&cost.history);
+    if (frame == nullptr)
+    {
+        return "null";
+    }
+    const ClipCost sum = SumClips(*frame);
+    uint64_t clips = 0;
+    for (const ClipCost& clip : frame->clips)
+    {
+        clips += clip.row == kNoClip ? 0 : 1;
+    }
+    return "{" + Member("tick", Number(frame->tick)) + ", " +
+           Member("evaluation_ns", Number(frame->evaluationNs)) + ", " +
+           Member("simulation_ns", Number(frame->simulationNs)) + ", " +
+           Member("call_ns", Number(frame->callNs)) + ", " +
+           Member("swap_ns", Number(frame->swapNs)) + ", " + Member("draws", Number(sum.draws)) +
+           ", " + Member("triangles", Number(sum.triangles)) + ", " +
+           Member("state_calls", Number(sum.stateCalls)) + ", " +
+           Member("texture_bytes", Number(sum.textureBytes)) + ", " +
+           Member("clips", Number(clips)) + ", " +
+           Member("pictures", Number(cost.history.frames.size())) + ", " +
+           Member("counted", Number(cost.piece.draws.size())) + ", " +
+           Member("values", Number(cost.piece.shownUs.size())) + ", " +
+           Member("counted_draws", Number(frame->tick / cost.piece.step < cost.piece.draws.size()
+                                              ? cost.piece.draws[frame->tick / cost.piece.step]
+                                              : 0)) +
+           "}";
+}
+
 static std::string Rects(const Studio* studio)
 {
     std::string list;
@@ -212,6 +245,7 @@ static std::string State(const Studio* studio)
         Member("fly", Fly(studio)),
         Member("changes", Changes(studio)),
         Member("inside", Inside(studio)),
+        Member("cost", Cost(studio)),
         Member("message", Quoted(studio->message)),
         Member("rects", Rects(studio)),
     };

@@ -285,6 +285,7 @@ static void TakeOver(Studio* studio, const LoadOutcome& outcome)
         FindModule(&stage->run.piece,
                    IsFolder(studio->piecePath) ? studio->piecePath : FolderOf(studio->piecePath));
     StartModule(studio, studio->modulePath);
+    RestartCost(studio, !isOther);
     ForgetLook(studio);
     KeepTrying(studio, isOther);
     studio->flight.isOn = studio->flight.isOn && !isOther;
@@ -553,6 +554,9 @@ void RunCommand(Studio* studio, Command command)
     case Command::kInside:
         studio->panels ^= kInsidePanel;
         break;
+    case Command::kCost:
+        studio->panels ^= kCostPanel;
+        break;
     case Command::kKeys:
         studio->showsKeys = !studio->showsKeys;
         break;
@@ -693,7 +697,9 @@ static bool ShowPicture(Studio* studio)
     StartFaults(&faults);
     StageSlot* slot = &studio->window.slots[studio->active];
     const std::vector<KeptCamera> cameras = TakeCameras(studio, tick);
+    BeginCost(studio, &faults);
     const bool isShown = ShowTick(&studio->window, slot, tick, &faults);
+    EndCost(studio, tick);
     PutCamerasBack(studio, cameras);
     if (isShown)
     {
@@ -739,6 +745,7 @@ static void RunRounds(Studio* studio)
         MoveOn(studio);
         FlyWithKeys(studio);
         const bool isNew = ShowPicture(studio);
+        redraws = std::max<uint32_t>(redraws, CountMore(studio) ? 1 : 0);
         const bool hasMessage = NowMs() - studio->messageMs < 5000 && !studio->message.empty();
         if (isNew || hasMessage || redraws != 0)
         {
@@ -748,6 +755,7 @@ static void RunRounds(Studio* studio)
             SDL_GL_SwapWindow(studio->window.window);
             if (isNew)
             {
+                NoteSwap(studio);
                 NoteShown(studio);
             }
         }

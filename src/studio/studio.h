@@ -11,6 +11,7 @@
 #include "studio/build/child.h"
 #include "studio/build/musician.h"
 #include "studio/control_socket.h"
+#include "studio/cost.h"
 #include "studio/fly.h"
 #include "studio/folder_piece.h"
 #include "studio/loader.h"
@@ -69,6 +70,7 @@ struct Studio
     Look look;
     Flight flight;
     TriedValues tried;
+    StudioCost cost;
     uint32_t panels; // a bit a Panel that is shown, of those that can be hidden
 
     uint32_t shownTick;

@@ -30,6 +30,7 @@ static constexpr KeyRow kKeys[] = {
     {"S", kNoModifier, Command::kPicture, true, "keep the picture as a PNG file"},
     {"Tab", kNoModifier, Command::kPanels, false, "show the panels, or the picture alone"},
     {"F2", kNoModifier, Command::kInside, false, "look inside: all that is drawn, as a tree"},
+    {"F3", kNoModifier, Command::kCost, false, "what pictures cost"},
     {"C", kNoModifier, Command::kFly, false,
      "fly with W A S D Q E and the mouse, or go back to the author's camera"},
     {"C", kControl, Command::kCopyView, false, "copy the view that was flown to as a camera"},

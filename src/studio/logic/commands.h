@@ -36,6 +36,7 @@ enum class Command : uint8_t
     kPicture,
     kPanels,
     kInside,
+    kCost,
     kFly,
     kCopyView,
     kUndo,
@@ -51,6 +52,7 @@ enum class Command : uint8_t
 enum Panel : uint32_t
 {
     kInsidePanel = 1,
+    kCostPanel = 2,
 };
 
 /// The panels that are shown at first.

@@ -151,6 +151,10 @@ void DrawPanels(Studio* studio)
         {
             DrawInsidePanel(studio);
         }
+        if ((studio->panels & kCostPanel) != 0)
+        {
+            DrawCostPanel(studio);
+        }
         DrawFaultsPanel(studio);
         DrawChangesPanel(studio);
     }

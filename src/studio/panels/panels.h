@@ -22,6 +22,7 @@ void DrawPicturePanel(Studio* studio);
 void DrawTransportPanel(Studio* studio);
 void DrawTimelinePanel(Studio* studio);
 void DrawChangesPanel(Studio* studio);
+void DrawCostPanel(Studio* studio);
 void DrawFaultsPanel(Studio* studio);
 void DrawInsidePanel(Studio* studio);
 void DrawKeysPanel(Studio* studio);

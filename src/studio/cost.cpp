@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: MIT
+#include "studio/cost.h"
+
+#include "engine/render/records/effect2d.h"
+#include "engine/textures/bitmap_texture.h"
+#include "engine/textures/mip_chain.h"
+#include "studio/studio.h"
+
+static constexpr uint32_t kValuesAtOnce = 4;
+static constexpr uint64_t kMostNs = 2000000; // of a round
+
+void RestartCost(Studio* studio, bool keepsHistory)
+{
+    StudioCost* cost = &studio->cost;
+    cost->isOpen = false;
+    cost->isCounted = false;
+    if (!keepsHistory)
+    {
+        cost->history = {};
+    }
+    StartPieceCost(studio->transport.endTick, &cost->piece);
+}
+
+static uint64_t ImageBytes(int32_t width, int32_t height, int32_t components)
+{
+    const MipSize size = {width, height};
+    const bool hasLevels = components >= 3 && width > 1 && height > 1;
+    return LevelBytes(size, components) + (hasLevels ? MipChainBytes(size, components) : 0);
+}
+
+/// @return the bytes of a texture of the demo by its OpenGL name; 0 for another's
+static uint64_t TextureBytes(const Stage* stage, uint32_t name)
+{
+    const DocumentUpload& upload = stage->run.demo;
+    for (uint32_t i = 0; i < upload.textureCount; ++i)
+    {
+        if (upload.textures[i] == name)
+        {
+            return ImageBytes(kTextureSize, kTextureSize, 3);
+        }
+    }
+    for (uint32_t i = 0; i < upload.bitmapCount; ++i)
+    {
+        const BitmapUpload& bitmap = upload.bitmaps[i];
+        if (bitmap.glTexture == name)
+        {
+            return ImageBytes(bitmap.width, bitmap.height, bitmap.components);
+        }
+    }
+    for (uint32_t i = 0; i < upload.effectCount; ++i)
+    {
+        if (upload.effects[i].glTexture == name)
+        {
+            return EffectImageBytes(GetRecord<Effect2D>(i + 1, stage->run.piece.demo.effects));
+        }
+    }
+    return 0;
+}
+
+void BeginCost(Studio* studio, const FaultList* faults)
+{
+    studio->cost.begunNs = NowNs();
+    StartCounting(&faults->place, &studio->cost.counts);
+}
+
+void EndCost(Studio* studio, uint32_t tick)
+{
+    StopCounting();
+    StudioCost* cost = &studio->cost;
+    const uint64_t wholeNs = NowNs() - cost->begunNs;
+    const uint64_t otherNs = cost->counts.callNs + cost->counts.simulationNs;
+    FrameCost* frame = &cost->frame;
+    *frame = {};
+    frame->tick = tick;
+    frame->callNs = cost->counts.callNs;
+    frame->simulationNs = cost->counts.simulationNs;
+    frame->evaluationNs = wholeNs > otherNs ? wholeNs - otherNs : 0;
+    const Stage* stage = studio->window.slots[studio->active].stage;
+    for (CountedClip& clip : cost->counts.clips)
+    {
+        for (const uint32_t name : clip.textures)
+        {
+            clip.cost.textureBytes += TextureBytes(stage, name);
+        }
+        frame->clips.push_back(clip.cost);
+    }
+    cost->isOpen = true;
+}
+
+void NoteSwap(Studio* studio)
+{
+    StudioCost* cost = &studio->cost;
+    if (cost->isOpen)
+    {
+        cost->isOpen = false;
+        cost->frame.swapNs = NowNs() - cost->begunNs;
+        NoteCost(cost->frame, &cost->history, &cost->piece);
+    }
+}
+
+bool CountMore(Studio* studio)
+{
+    StudioCost* cost = &studio->cost;
+    if (studio->active < 0 || cost->isCounted || (studio->panels & kCostPanel) == 0)
+    {
+        return false;
+    }
+    const bool hasBuffers = studio->window.features.vbo != 0;
+    const uint64_t begun = NowNs();
+    while (!cost->isCounted && NowNs() - begun < kMostNs)
+    {
+        cost->isCounted =
+            StepPieceCost(PlayedDocument(studio), hasBuffers, kValuesAtOnce, &cost->piece);
+    }
+    return true;
+}

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+
+// The cost of the pictures that the window shows.
+#pragma once
+
+#include "studio/gl_counts.h"
+#include "studio/logic/frame_cost.h"
+
+struct Studio;
+
+struct StudioCost
+{
+    GlCounts counts;     // of the picture that is drawn, or was last
+    uint64_t begunNs;    // when it began
+    FrameCost frame;     // of it
+    bool isOpen;         // it is drawn, and not swapped yet
+    CostHistory history; // of the piece that plays
+    PieceCost piece;     // the same
+    bool isCounted;      // the graph of the piece is whole
+};
+
+/// Another piece took over, or its values changed: the graph begins anew.
+/// @param keepsHistory   the last pictures stay
+void RestartCost(Studio* studio, bool keepsHistory);
+
+/// Around the drawing of a picture.
+/// @param faults   of the drawing; their place tells the clips
+void BeginCost(Studio* studio, const FaultList* faults);
+void EndCost(Studio* studio, uint32_t tick);
+
+/// The window has swapped.
+void NoteSwap(Studio* studio);
+
+/// Counts a little of the piece's graph while it is shown, for less than the time of a picture.
+/// @return whether there is more of it to draw
+bool CountMore(Studio* studio);

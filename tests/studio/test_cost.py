@@ -1,0 +1,41 @@
+# SPDX-License-Identifier: MIT
+"""What pictures cost, as the window tells it."""
+
+import os
+from typing import Callable
+
+from studio_window import Studio
+
+PACKAGE = os.environ["PACKAGE"]
+Start = Callable[..., Studio]
+
+
+def test_the_cost_of_pictures_is_told(start: Start) -> None:
+    studio = start("--size", "160x90", "--from", "42", PACKAGE)
+    studio.until(lambda now: now["loads"] == 1 and now["shown"] == 4200)
+    studio.key("F3")
+    # The graph of the piece is counted while it is shown, and agrees with what was drawn.
+    state = studio.until(lambda now: "cost" in now["rects"] and now["cost"]
+                         and now["cost"]["counted"] == now["cost"]["values"])
+    cost = state["cost"]
+    assert cost["tick"] == 4200 and cost["values"] == 2000
+    assert cost["draws"] == cost["counted_draws"] > 0 and cost["triangles"] > cost["draws"]
+    assert cost["state_calls"] > cost["draws"] and cost["texture_bytes"] > 0
+    assert 1 < cost["clips"] <= 24
+    for part in ("evaluation_ns", "simulation_ns", "call_ns"):
+        assert 0 < cost[part] < cost["swap_ns"], part
+    # A click into the graph seeks.
+    studio.click("triangles", 0.5)
+    state = studio.until(lambda now: now["shown"] != 4200 and now["cost"]["tick"] == now["shown"])
+    assert 5900 < state["shown"] < 6100
+    studio.key("F3")
+    studio.until(lambda now: "cost" not in now["rects"])
+
+
+def test_the_last_pictures_are_kept(start: Start) -> None:
+    studio = start("--size", "160x90", PACKAGE)
+    studio.until(lambda now: now["loads"] == 1 and now["samples"] > 0)
+    studio.key("space")
+    studio.until(lambda now: now["cost"] and now["cost"]["pictures"] > 20)
+    studio.key("space")
+    studio.until(lambda now: not now["plays"] and now["cost"]["tick"] == now["shown"])
