@@ -50,6 +50,10 @@ def memory(studio: Studio) -> int:
     return int(pages) * 4096
 
 
+def threads(studio: Studio) -> int:
+    return len(list(Path(f"/proc/{studio.process.pid}/task").iterdir()))
+
+
 def children(studio: Studio) -> int:
     tasks = Path(f"/proc/{studio.process.pid}/task").glob("*/children")
     return sum(len(path.read_text().split()) for path in tasks)
@@ -62,7 +66,7 @@ def test_good_and_broken_saves_take_turns(start: Start, plain: Path) -> None:
     state = shown(studio, 1)
     assert state["tick"] == 200
     names = None
-    held = 0
+    held = running = 0
     for turn in range(20):
         builds = studio.state()["builds"]
         save(demo, text.replace("</", "<", 1))
@@ -71,12 +75,15 @@ def test_good_and_broken_saves_take_turns(start: Start, plain: Path) -> None:
         save(demo, text + f"<!-- {turn} -->\n")
         state = shown(studio, turn + 2)
         assert state["errors"] == [] and state["tick"] == 200 and state["made"] <= 2
+        assert state["items_made"] == 0 and state["items_kept"] > 0  # of the picture nothing changed
         if names is None:
             names = studio.ask("names")
         if turn == 9:
             held = memory(studio)
+            running = threads(studio)
     assert studio.ask("names") == names
     assert memory(studio) < held + 16 * 1024 * 1024
+    assert threads(studio) == running
     assert children(studio) <= 1  # the builder, which waits
     studio.key("ctrl+q")
     assert studio.end() == 0
@@ -150,7 +157,9 @@ def test_a_builder_that_is_killed_is_told(start: Start, script: Path) -> None:
     save(source, "import time\ntime.sleep(600)\n" + text)
     studio.until(lambda now: now["building"])
     found = Path(f"/proc/{studio.process.pid}/task/{studio.process.pid}/children").read_text()
-    os.kill(int(found.split()[0]), signal.SIGKILL)
+    builder = [child for child in found.split()
+               if b"--builder" in Path(f"/proc/{child}/cmdline").read_bytes()]
+    os.kill(int(builder[0]), signal.SIGKILL)
     studio.until(lambda now: "the build was killed" in now["errors"])
     save(source, text)
     studio.until(lambda now: not now["errors"] and not now["building"])
