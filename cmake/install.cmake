@@ -26,6 +26,10 @@ if(NOT head MATCHES "^## ${PROJECT_VERSION} - ([0-9]+-[0-9]+-[0-9]+)$")
 endif()
 set(QUORVALE_RELEASE_DATE ${CMAKE_MATCH_1})
 
+# Software centers load pictures over the network alone.
+set(QUORVALE_SITE "https://quorvale.invalid" CACHE STRING
+  "The address of the project's pages, which have docs/pictures under pictures")
+
 foreach(file quorvale-play quorvale-piece org.quorvale.Quorvale.metainfo.xml)
   configure_file(desktop/${file}.in ${made}/${file} @ONLY)
 endforeach()

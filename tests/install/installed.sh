@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # The part that the checks of this folder share. Sourced, with the environment that CMakeLists.txt sets; run by
 # hand, a check looks at the release build.
 set -euo pipefail
