@@ -56,6 +56,7 @@ static void EndBuild(Studio* studio, BuildOutcome* outcome)
     studio->selectedFinding = 0;
     if (!outcome->isGood)
     {
+        studio->panels |= kFaultsPanel;
         if (studio->findings.empty()) // whoever is killed says nothing
         {
             studio->findings.push_back(

@@ -178,18 +178,29 @@ std::string ReadPixel(const LookPicture& picture, int32_t x, int32_t y)
     {
         return "";
     }
-    std::vector<uint8_t> rgba(static_cast<size_t>(picture.width) *
-                              static_cast<size_t>(picture.height) * 4);
-    glPixelStorei(GL_PACK_ALIGNMENT, 1);
     glBindTexture(GL_TEXTURE_2D, picture.texture);
+    GLint width = 0;
+    GLint height = 0;
+    glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_WIDTH, &width);
+    glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_HEIGHT, &height);
+    if (width != picture.width || height != picture.height)
+    {
+        return ""; // an effect that was not shown yet
+    }
+    const size_t pixels = static_cast<size_t>(width) * static_cast<size_t>(height);
+    std::vector<uint8_t> rgba(pixels * 4);
+    glPixelStorei(GL_PACK_ALIGNMENT, 1);
     glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_UNSIGNED_BYTE, rgba.data());
-    const uint8_t* pixel =
-        rgba.data() +
-        (static_cast<size_t>(row) * static_cast<size_t>(picture.width) + static_cast<size_t>(x)) *
-            4;
+    const size_t place =
+        static_cast<size_t>(row) * static_cast<size_t>(width) + static_cast<size_t>(x);
+    const uint8_t* pixel = rgba.data() + place * 4;
+    // OpenGL gives a gray texture's number as red alone.
+    GLint grayBits = 0;
+    glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_LUMINANCE_SIZE, &grayBits);
+    const bool isGray = grayBits != 0;
     char text[80];
     snprintf(text, sizeof(text), "x %d, y %d: %u %u %u %u", x, y, unsigned{pixel[0]},
-             unsigned{pixel[1]}, unsigned{pixel[2]}, unsigned{pixel[3]});
+             unsigned{pixel[isGray ? 0 : 1]}, unsigned{pixel[isGray ? 0 : 2]}, unsigned{pixel[3]});
     return text;
 }
 

@@ -34,7 +34,8 @@ struct LookPicture
 
 struct Look
 {
-    ItemRef ref; // item 0 for none
+    ItemRef ref;      // item 0 for none
+    ItemRef drawnRef; // the one in the panel: another one is shown from its top
     LookContext context;
     std::vector<ItemRef> users;        // of the item
     std::vector<LookPicture> pictures; // of the item
@@ -74,7 +75,7 @@ SourceLine FindSource(const Studio* studio, const ItemRef& ref);
 
 /// Reads a pixel of a picture. Relies on: the window used.
 /// @param x, y   as the picture is shown
-/// @return "x 3, y 7: 255 128 0 255"
+/// @return "x 3, y 7: 255 128 0 255"; empty outside, and where OpenGL has no such picture yet
 std::string ReadPixel(const LookPicture& picture, int32_t x, int32_t y);
 
 /// Where a scene's object takes its values from: its own curves and those of its material.

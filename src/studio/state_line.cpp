@@ -241,6 +241,8 @@ static std::string State(const Studio* studio)
         Member("solo", Number(studio->rowMask.solo)),
         Member("first", Number(static_cast<uint64_t>(studio->timelineView.firstTick))),
         Member("panels", Truth(studio->showsPanels)),
+        Member("panel_bits", Number(studio->panels)),
+        Member("reaches", Truth(studio->reachesPanels)),
         Member("keys", Truth(studio->showsKeys)),
         Member("fly", Fly(studio)),
         Member("changes", Changes(studio)),

@@ -43,6 +43,7 @@ void TellFaults(Studio* studio, const std::vector<std::string>& faults)
 {
     studio->findings.clear();
     studio->selectedFinding = 0;
+    studio->panels |= kFaultsPanel;
     for (const std::string& fault : faults)
     {
         studio->findings.push_back({FindingKind::kError, "", 0, fault, ""});
@@ -427,6 +428,7 @@ static void Leave(Studio* studio)
         ToggleFullscreen(studio);
     }
     studio->showsKeys = false;
+    studio->reachesPanels = false;
 }
 
 static void ChangeVolume(Studio* studio, int32_t step)
@@ -557,6 +559,23 @@ void RunCommand(Studio* studio, Command command)
     case Command::kCost:
         studio->panels ^= kCostPanel;
         break;
+    case Command::kTimeline:
+        studio->panels ^= kTimelinePanel;
+        break;
+    case Command::kTransport:
+        studio->panels ^= kTransportPanel;
+        break;
+    case Command::kChanges:
+        studio->panels ^= kChangesPanel;
+        break;
+    case Command::kFaults:
+        studio->panels ^= kFaultsPanel;
+        break;
+    case Command::kReachPanels:
+        studio->reachesPanels = studio->showsPanels && !studio->reachesPanels;
+        ShowMessage(studio, studio->reachesPanels ? "keys go to the panels; F6 takes them back"
+                                                  : "keys are commands again");
+        break;
     case Command::kKeys:
         studio->showsKeys = !studio->showsKeys;
         break;
@@ -589,9 +608,21 @@ static bool IsFlightKey(SDL_Keycode key)
            key == SDLK_e;
 }
 
+/// Keys that are commands also while the others go to the panels.
+static bool IsAlwaysCommand(const SDL_KeyboardEvent& key)
+{
+    const bool isFunction = key.keysym.sym >= SDLK_F1 && key.keysym.sym <= SDLK_F12;
+    const bool hasControl = (key.keysym.mod & KMOD_CTRL) != 0 && key.keysym.sym != SDLK_TAB;
+    return isFunction || hasControl || key.keysym.sym == SDLK_ESCAPE;
+}
+
 static void TakeKey(Studio* studio, const SDL_KeyboardEvent& key)
 {
     if (studio->flight.isOn && IsFlightKey(key.keysym.sym) && (key.keysym.mod & KMOD_CTRL) == 0)
+    {
+        return;
+    }
+    if (studio->reachesPanels && !IsAlwaysCommand(key))
     {
         return;
     }
@@ -789,6 +820,7 @@ static void KeepSettings(Studio* studio, const std::string& folder)
         return;
     }
     NotePlace(&studio->settings, studio->loadedPath, TransportTick(&studio->transport));
+    studio->settings.panels = static_cast<int32_t>(studio->panels);
     SDL_GetWindowSize(studio->window.window, &studio->settings.windowWidth,
                       &studio->settings.windowHeight);
     const std::string text = FormatSettings(studio->settings);
@@ -878,11 +910,11 @@ int RunStudio(const StudioOptions& options)
     studio->options = options;
     studio->active = -1;
     studio->chosenBar = -1;
-    studio->panels = kFirstPanels;
     studio->showsPanels = !options.isViewer && !options.isFullscreen;
     studio->transport.speed = kNormalSpeed;
     const std::string folder = SettingsFolder(getenv("XDG_CONFIG_HOME"), getenv("HOME"));
     studio->settings = ParseSettings(folder.empty() ? "" : ReadSettingsText(folder));
+    studio->panels = static_cast<uint32_t>(studio->settings.panels);
 
     const std::string wrong = OpenAll(studio);
     if (!wrong.empty())

@@ -81,6 +81,7 @@ struct Studio
 
     bool showsPanels;
     bool showsKeys;
+    bool reachesPanels;  // keys go to the panels
     std::string message; // over the picture
     uint32_t messageMs;  // when it came
     float scale;         // of the user interface

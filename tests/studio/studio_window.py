@@ -118,13 +118,15 @@ class Studio:
 
     def reveal(self, part: str, pane: str) -> None:
         """Turns the wheel over a pane until a part of it is seen, with what lies around it."""
-        for _ in range(QUESTIONS):
-            if part in self.state()["rects"]:
+        seen = []
+        for _ in range(40):
+            seen = list(self.state()["rects"])
+            if part in seen:
                 return
             self.point(pane, 0.9)
             self.screen.xdotool("click", 5)
             self.frame()
-        raise AssertionError(f"never seen: {part}")
+        raise AssertionError(f"never seen: {part} among {seen}")
 
     def drag(self, part: str, right: int, down: int = 0) -> None:
         """Presses the button on a part and moves; it stays pressed until `drop`."""

@@ -56,21 +56,93 @@ def test_what_is_drawn_is_seen_from_inside(start: Start, tmp_path: Path) -> None
     assert studio.state()["errors"] == []
 
 
+def unfold(studio: Studio, node: str, child: str) -> None:
+    studio.click(f"open {node}")
+    studio.reveal(f"node {child}", "tree")
+
+
+def pixel(studio: Studio, x: float, y: float) -> list[int]:
+    """Red, green, blue and alpha of the picture under the mouse."""
+    studio.point("look", x, y)
+    state = studio.until(lambda now: now["inside"]["pixel"])
+    studio.frame()
+    text = str(studio.state()["inside"]["pixel"])
+    assert text.startswith("x ") and ", y " in text, state
+    return [int(number) for number in text.split(": ")[1].split()]
+
+
 def test_textures_show_step_by_step(start: Start, tmp_path: Path) -> None:
     studio = start(*SIZE, "--from", "3", new_piece(tmp_path))
     studio.until(lambda now: now["loads"] == 1 and 'open scene 1 "stage"' in now["rects"])
     studio.click("open row 1, clip 1")
     studio.until(lambda now: 'node scene 2 "sky"' not in now["rects"])
-    studio.click('open scene 1 "stage"')
-    studio.until(lambda now: "open scene 1, object 1" in now["rects"])
-    studio.click("open scene 1, object 1")
-    studio.until(lambda now: any(name.startswith("open material") for name in now["rects"]))
-    material = next(name for name in studio.state()["rects"] if name.startswith("open material"))
-    studio.click(material)
-    studio.until(lambda now: "node texture 1" in now["rects"])
+    unfold(studio, 'scene 1 "stage"', "scene 1, object 1")
+    unfold(studio, "scene 1, object 1", "material 1")
+    unfold(studio, "material 1", "texture 1")
     look(studio, "node texture 1", "texture 1")
     pictures = studio.until(lambda now: now["inside"]["pictures"])["inside"]["pictures"]
     assert pictures[0].startswith("layer 1: maze") and pictures[1].startswith("step 1: add layer 1")
+    # The layer of one color, (0.3, 0.25, 0.2) of 255.
+    place = next(i for i, title in enumerate(pictures) if title.startswith("layer 3: color"))
+    studio.reveal(f"step {place}", "item")
+    studio.click(f"step {place}")
+    studio.screen.xdotool("click", 4, "click", 4, "click", 4, "click", 4)
+    studio.until(lambda now: "look" in now["rects"])
+    assert pixel(studio, 0.3, 0.3) == [76, 63, 51, 255]
+
+
+BITMAPS = """
+from quorvale import FLAT, Bitmap, Document, Scene, effects, line, look, recipes
+from quorvale.images import write_png
+from quorvale.loading import loading_bar
+from quorvale.meshes import Mesh, square
+from quorvale.tracker import Tune
+
+four = [[(1, 0, 0), (0, 1, 0)], [(0, 0, 1), (0.2, 0.4, 0.6)]]
+write_png("four.png", 4, 4, 3, lambda x, y: four[y // 2][x // 2])
+write_png("target.png", 4, 4, 3, lambda x, y: (0, 0, 0))
+screen = square(Mesh()).write("screen.obj")
+music = Tune(rows=32, channels=1, tempo=120, speed=6).write("tune.xm")
+target = Bitmap("target.png")
+things = Scene(name="things")
+for material in (recipes.bitmap(bitmap=Bitmap("four.png")), recipes.bitmap(bitmap=target),
+                 recipes.effect(effect=effects.plasma(line(0, 1, 400), gray=True))):
+    things.add(screen, material)
+lower = Scene(name="lower")
+lower.add(screen, recipes.color_on_top((0, 1, 0)), position=(0.5, 1, 0))
+demo = Document(music)
+demo.row(0).show(lower, FLAT, 0, 400, how="texture", target=target)
+demo.row(1).show(things, look((0, 0, 3), (0, 0, 0)), 0, 400)
+demo.write("demo.xml")
+loading_bar((1, 1, 1), music).write("loading.xml")
+"""
+
+
+def test_pixels_of_bitmaps_targets_and_effects(start: Start, tmp_path: Path) -> None:
+    folder = tmp_path / "mine"
+    folder.mkdir()
+    (folder / "piece.py").write_text(BITMAPS)
+    studio = start(*SIZE, "--from", "2", folder)
+    studio.until(lambda now: now["errors"] or now["loads"] == 1 and "node row 2, clip 1" in now["rects"])
+    assert studio.state()["errors"] == []
+    # What the pass draws into is part of its clip. The panel shows its upper rows: the green square
+    # lies over the lower half, where y is 1.
+    look(studio, 'node bitmap 1 "target.png"', "bitmap 1")
+    rows = [pixel(studio, 0.5, y) for y in (0.1, 0.98)]
+    assert rows == [[0, 0, 0, 255], [0, 255, 0, 255]]
+
+    studio.click("open row 1, clip 1")
+    unfold(studio, 'scene 1 "things"', "scene 1, object 3")
+    unfold(studio, "scene 1, object 3", "material 3")
+    unfold(studio, "material 3", 'effect 1 "plasma 1"')
+    look(studio, 'node effect 1 "plasma 1"', "effect 1")
+    red, green, blue, alpha = pixel(studio, 0.5, 0.5)
+    assert red == green == blue and alpha == 255
+    unfold(studio, "scene 1, object 1", "material 1")
+    unfold(studio, "material 1", 'bitmap 2 "four.png"')
+    look(studio, 'node bitmap 2 "four.png"', "bitmap 2")
+    corners = [pixel(studio, x, y) for y in (0.1, 0.98) for x in (0.25, 0.75)]
+    assert corners == [[255, 0, 0, 255], [0, 255, 0, 255], [0, 0, 255, 255], [51, 102, 153, 255]]
 
 
 def test_reloads_leave_nothing(start: Start, tmp_path: Path) -> None:

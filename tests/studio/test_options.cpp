@@ -112,11 +112,13 @@ TEST(Settings, ComeBackAsTheyWereKept)
     StudioSettings settings = DefaultSettings();
     settings.editor = "code -g %f:%l";
     settings.volume = 30;
+    settings.panels = 5;
     NotePlace(&settings, "/a b/c.dpk", 120);
     NotePlace(&settings, "/d=e", 7);
     const StudioSettings read = ParseSettings(FormatSettings(settings));
     EXPECT_EQ(read.editor, settings.editor);
     EXPECT_EQ(read.volume, 30);
+    EXPECT_EQ(read.panels, 5);
     EXPECT_EQ(read.windowWidth, settings.windowWidth);
     EXPECT_EQ(FindPlace(read, "/a b/c.dpk"), 120u);
     EXPECT_EQ(FindPlace(read, "/d=e"), 7u);

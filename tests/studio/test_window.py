@@ -154,6 +154,28 @@ def test_keys_panels_and_the_end(start: Start) -> None:
     assert state["tick"] == 500 and state["volume"] == 90
 
 
+def test_panels_are_hidden_and_reached_by_keys(start: Start) -> None:
+    studio = start(*SIZE, "--from", "3", PACKAGE)
+    opened(studio)
+    for key, part in (("F2", "tree"), ("F4", "timeline"), ("F5", "play")):
+        studio.until(lambda now: part in now["rects"])
+        studio.key(key)
+        studio.until(lambda now: part not in now["rects"])
+    studio.key("F2", "F4", "F5")
+    studio.until(lambda now: "tree" in now["rects"] and "timeline" in now["rects"])
+    # Arrows walk through the tree, and leave the piece where it is.
+    tick = studio.state()["tick"]
+    studio.key("F6")
+    studio.until(lambda now: now["reaches"])
+    for key in ("Down", "Down"):
+        studio.key(key)
+        studio.frame()
+    state = studio.until(lambda now: now["inside"])
+    assert state["tick"] == tick and not state["plays"]
+    studio.key("F6", "Right")
+    studio.until(lambda now: not now["reaches"] and now["tick"] == tick + 500)
+
+
 def test_the_viewer_plays_and_ends(start: Start) -> None:
     studio = start("--play", *SIZE, "--from", "112", PACKAGE)
     studio.until(lambda now: now["plays"] and now["shown"] > 11200 and not now["panels"])

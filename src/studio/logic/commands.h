@@ -37,6 +37,11 @@ enum class Command : uint8_t
     kPanels,
     kInside,
     kCost,
+    kTimeline,
+    kTransport,
+    kChanges,
+    kFaults,
+    kReachPanels,
     kFly,
     kCopyView,
     kUndo,
@@ -53,10 +58,15 @@ enum Panel : uint32_t
 {
     kInsidePanel = 1,
     kCostPanel = 2,
+    kTimelinePanel = 4,
+    kTransportPanel = 8,
+    kChangesPanel = 16,
+    kFaultsPanel = 32,
 };
 
 /// The panels that are shown at first.
-inline constexpr uint32_t kFirstPanels = kInsidePanel;
+inline constexpr uint32_t kFirstPanels =
+    kInsidePanel | kTimelinePanel | kTransportPanel | kChangesPanel | kFaultsPanel;
 
 /// With which a key counts.
 enum KeyModifier : uint8_t

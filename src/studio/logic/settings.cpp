@@ -4,10 +4,13 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "studio/logic/commands.h"
+
 StudioSettings DefaultSettings()
 {
     StudioSettings settings = {};
     settings.volume = 100;
+    settings.panels = kFirstPanels;
     settings.windowWidth = 1600;
     settings.windowHeight = 1000;
     return settings;
@@ -67,6 +70,10 @@ StudioSettings ParseSettings(const std::string& text)
         {
             TakeNumber(value, 0, 100, &settings.volume);
         }
+        else if (key == "panels")
+        {
+            TakeNumber(value, 0, 65535, &settings.panels);
+        }
         else if (key == "width")
         {
             TakeNumber(value, 320, 16384, &settings.windowWidth);
@@ -87,6 +94,7 @@ std::string FormatSettings(const StudioSettings& settings)
 {
     std::string text = "editor=" + settings.editor + "\n" +
                        "volume=" + std::to_string(settings.volume) + "\n" +
+                       "panels=" + std::to_string(settings.panels) + "\n" +
                        "width=" + std::to_string(settings.windowWidth) + "\n" +
                        "height=" + std::to_string(settings.windowHeight) + "\n";
     for (const auto& [piece, tick] : settings.lastPlaces)

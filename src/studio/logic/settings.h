@@ -15,6 +15,7 @@ struct StudioSettings
 {
     std::string editor;                // command that opens a file at a line; empty for $VISUAL
     int32_t volume;                    // 0 to 100
+    int32_t panels;                    // shown, a bit a Panel
     int32_t windowWidth, windowHeight; // pixels
     std::vector<std::pair<std::string, uint32_t>> lastPlaces; // piece and tick, the latest first
 };

@@ -34,10 +34,8 @@ void DrawChangesPanel(Studio* studio)
     {
         return;
     }
-    const ImVec2 size = ImGui::GetIO().DisplaySize;
-    ImGui::SetNextWindowPos(ImVec2(size.x * 0.40f, size.y * 0.20f), ImGuiCond_FirstUseEver);
-    ImGui::SetNextWindowSize(ImVec2(size.x * 0.30f, size.y * 0.22f), ImGuiCond_FirstUseEver);
-    if (ImGui::Begin("Changed values"))
+    PlaceAtFirst(FindFirstPlaces().changes);
+    if (BeginPanel(studio, "Changed values", kChangesPanel, 0))
     {
         if (ImGui::SmallButton("copy all"))
         {

@@ -130,7 +130,7 @@ void DrawCostPanel(Studio* studio)
     const ImVec2 size = ImGui::GetIO().DisplaySize;
     ImGui::SetNextWindowPos(ImVec2(size.x * 0.50f, 0.0f), ImGuiCond_FirstUseEver);
     ImGui::SetNextWindowSize(ImVec2(size.x * 0.50f, size.y * 0.60f), ImGuiCond_FirstUseEver);
-    if (ImGui::Begin("Cost") && studio->active >= 0)
+    if (BeginPanel(studio, "Cost", kCostPanel, 0) && studio->active >= 0)
     {
         const FrameCost* frame = LastCost(&studio->cost.history);
         if (frame != nullptr)

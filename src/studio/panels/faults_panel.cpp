@@ -3,6 +3,12 @@
 
 #include <imgui.h>
 
+/// @return the font whose letters are all as wide, or the usual one
+static ImFont* EvenFont()
+{
+    return ImGui::GetIO().Fonts->Fonts.back();
+}
+
 static ImVec4 KindColor(FindingKind kind)
 {
     switch (kind)
@@ -38,7 +44,10 @@ static void DrawFinding(Studio* studio, size_t i)
     ImGui::PopStyleColor();
     if (!finding.more.empty())
     {
+        // The mark below the source stands under its letter.
+        ImGui::PushFont(EvenFont());
         ImGui::TextDisabled("%s", finding.more.c_str());
+        ImGui::PopFont();
     }
 }
 
@@ -48,10 +57,8 @@ void DrawFaultsPanel(Studio* studio)
     {
         return;
     }
-    const ImVec2 size = ImGui::GetIO().DisplaySize;
-    ImGui::SetNextWindowPos(ImVec2(size.x * 0.40f, size.y * 0.42f), ImGuiCond_FirstUseEver);
-    ImGui::SetNextWindowSize(ImVec2(size.x * 0.30f, size.y * 0.18f), ImGuiCond_FirstUseEver);
-    if (ImGui::Begin("Mistakes", nullptr, ImGuiWindowFlags_HorizontalScrollbar))
+    PlaceAtFirst(FindFirstPlaces().faults);
+    if (BeginPanel(studio, "Mistakes", kFaultsPanel, ImGuiWindowFlags_HorizontalScrollbar))
     {
         for (size_t i = 0; i < studio->findings.size(); ++i)
         {

@@ -90,7 +90,9 @@ static void DrawTreeItem(Studio* studio, const TreeItem& item)
     ImGui::PopStyleColor(isHidden ? 1 : 0);
     NoteItem(studio, ("node " + title).c_str());
     NoteArrow(studio, ("open " + title).c_str());
-    if (ImGui::IsItemClicked() && !ImGui::IsItemToggledOpen())
+    const bool isReached = studio->reachesPanels && ImGui::IsItemFocused();
+    const bool isChosen = ImGui::IsItemClicked() && !ImGui::IsItemToggledOpen();
+    if (isChosen || (isReached && !(studio->look.ref == item.ref)))
     {
         LookAt(studio, item.ref, item.context);
     }
@@ -224,6 +226,19 @@ static void DrawField(Studio* studio, const Field& field)
              ("value " + field.group + (field.group.empty() ? "" : " ") + field.name).c_str());
 }
 
+/// Begins a table: names as wide as they are, and values in what is left.
+/// @param i   tells tables apart
+static bool BeginFields(size_t i)
+{
+    const bool isTable = ImGui::BeginTable(("fields " + std::to_string(i)).c_str(), 2);
+    if (isTable)
+    {
+        ImGui::TableSetupColumn("name", ImGuiTableColumnFlags_WidthFixed);
+        ImGui::TableSetupColumn("value", ImGuiTableColumnFlags_WidthStretch);
+    }
+    return isTable;
+}
+
 static void DrawFields(Studio* studio)
 {
     const Look& look = studio->look;
@@ -251,7 +266,7 @@ static void DrawFields(Studio* studio)
             {
                 ImGui::TextDisabled("%s", group.c_str());
             }
-            isTable = ImGui::BeginTable(("fields " + std::to_string(i)).c_str(), 2);
+            isTable = BeginFields(i);
         }
         if (isTable)
         {
@@ -501,21 +516,25 @@ void DrawInsidePanel(Studio* studio)
     {
         return;
     }
-    const ImVec2 size = ImGui::GetIO().DisplaySize;
-    ImGui::SetNextWindowPos(ImVec2(size.x * 0.70f, 0.0f), ImGuiCond_FirstUseEver);
-    ImGui::SetNextWindowSize(ImVec2(size.x * 0.30f, size.y * 0.60f), ImGuiCond_FirstUseEver);
-    if (ImGui::Begin("Inside"))
+    PlaceAtFirst(FindFirstPlaces().inside);
+    if (BeginPanel(studio, "Inside", kInsidePanel, 0))
     {
         RefreshLook(studio);
         const float height = ImGui::GetContentRegionAvail().y;
-        ImGui::BeginChild("tree", ImVec2(0.0f, studio->look.ref.item == 0 ? 0.0f : height * 0.45f));
+        const float treeHeight = studio->look.ref.item == 0 ? 0.0f : height * 0.45f;
+        ImGui::BeginChild("tree", ImVec2(0.0f, treeHeight), false, ImGuiWindowFlags_NavFlattened);
         DrawTree(studio);
         ImGui::EndChild();
         NoteItem(studio, "tree");
         if (studio->look.ref.item != 0)
         {
             ImGui::Separator();
-            ImGui::BeginChild("item");
+            ImGui::BeginChild("item", ImVec2(0.0f, 0.0f), false, ImGuiWindowFlags_NavFlattened);
+            if (!(studio->look.drawnRef == studio->look.ref))
+            {
+                studio->look.drawnRef = studio->look.ref;
+                ImGui::SetScrollY(0.0f);
+            }
             ImGui::TextUnformatted(ItemTitle(PlayedDocument(studio), studio->look.ref).c_str());
             DrawSource(studio);
             RefreshLook(studio);

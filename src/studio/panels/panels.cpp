@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 static constexpr char kFont[] = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
+static constexpr char kEvenFont[] = "/usr/share/fonts/truetype/dejavu/DejaVuSansMono.ttf";
 static constexpr float kFontSize = 15.0f; // pixels, at scale 1
 
 static void SetQuietStyle(float scale)
@@ -34,6 +35,7 @@ static void SetQuietStyle(float scale)
     style.Colors[ImGuiCol_HeaderActive] = accent;
     style.Colors[ImGuiCol_SliderGrab] = accent;
     style.Colors[ImGuiCol_CheckMark] = ImVec4(0.75f, 0.80f, 0.86f, 1.0f);
+    style.Colors[ImGuiCol_NavHighlight] = ImVec4(0.75f, 0.80f, 0.86f, 0.8f);
     style.ScaleAllSizes(scale);
 }
 
@@ -47,9 +49,14 @@ void StartPanels(Studio* studio, const char* layout)
     if (access(kFont, R_OK) == 0)
     {
         io.Fonts->AddFontFromFileTTF(kFont, kFontSize * studio->scale);
+        if (access(kEvenFont, R_OK) == 0)
+        {
+            io.Fonts->AddFontFromFileTTF(kEvenFont, kFontSize * studio->scale);
+        }
     }
     else
     {
+        io.Fonts->AddFontDefault();
         io.FontGlobalScale = studio->scale;
     }
     ImGui_ImplSDL2_InitForOpenGL(studio->window.window, studio->window.context);
@@ -69,6 +76,42 @@ bool GivePanelsEvent(const SDL_Event* event)
     const ImGuiIO& io = ImGui::GetIO();
     const bool isKey = event->type == SDL_KEYDOWN || event->type == SDL_KEYUP;
     return isKey && io.WantTextInput;
+}
+
+FirstPlaces FindFirstPlaces()
+{
+    const ImVec2 size = ImGui::GetIO().DisplaySize;
+    const ImGuiStyle& style = ImGui::GetStyle();
+    // The transport is as high as its title and a row of buttons: at large scales that is much.
+    const float transport = 2.0f * ImGui::GetFrameHeight() + 2.0f * style.WindowPadding.y;
+    const float timeline = size.y * 0.32f;
+    const float picture = size.y - timeline - transport;
+    const float left = size.x * 0.70f;
+    FirstPlaces places = {};
+    places.picture = {0.0f, 0.0f, left, picture};
+    places.inside = {left, 0.0f, size.x - left, picture};
+    places.transport = {0.0f, picture, size.x, transport};
+    places.timeline = {0.0f, picture + transport, size.x, timeline};
+    places.faults = {size.x * 0.40f, picture - size.y * 0.18f, size.x * 0.30f, size.y * 0.18f};
+    places.changes = {size.x * 0.60f, size.y * 0.80f, size.x * 0.40f, size.y * 0.20f};
+    return places;
+}
+
+void PlaceAtFirst(const PanelRect& place)
+{
+    ImGui::SetNextWindowPos(ImVec2(place.left, place.top), ImGuiCond_FirstUseEver);
+    ImGui::SetNextWindowSize(ImVec2(place.width, place.height), ImGuiCond_FirstUseEver);
+}
+
+bool BeginPanel(Studio* studio, const char* title, Panel panel, int flags)
+{
+    bool isShown = true;
+    const bool isOpen = ImGui::Begin(title, &isShown, flags);
+    if (!isShown)
+    {
+        studio->panels &= ~static_cast<uint32_t>(panel);
+    }
+    return isOpen;
 }
 
 /// Notes the part of a rectangle that is seen; none where it was scrolled away.
@@ -136,17 +179,40 @@ void DrawMessage(Studio* studio, const PanelRect& picture)
                   studio->message.c_str());
 }
 
+/// Lets keys reach the panels, or not; the first one that is reached is the one inside the piece.
+static void LetKeysReachPanels(Studio* studio)
+{
+    ImGuiIO& io = ImGui::GetIO();
+    const bool reaches = (io.ConfigFlags & ImGuiConfigFlags_NavEnableKeyboard) != 0;
+    if (reaches == studio->reachesPanels)
+    {
+        return;
+    }
+    io.ConfigFlags ^= ImGuiConfigFlags_NavEnableKeyboard;
+    if (studio->reachesPanels)
+    {
+        ImGui::SetWindowFocus((studio->panels & kInsidePanel) != 0 ? "Inside" : "Transport");
+    }
+}
+
 void DrawPanels(Studio* studio)
 {
     studio->rects.clear();
     ImGui_ImplOpenGL2_NewFrame();
     ImGui_ImplSDL2_NewFrame();
+    LetKeysReachPanels(studio);
     ImGui::NewFrame();
     if (studio->showsPanels)
     {
         DrawPicturePanel(studio);
-        DrawTransportPanel(studio);
-        DrawTimelinePanel(studio);
+        if ((studio->panels & kTransportPanel) != 0)
+        {
+            DrawTransportPanel(studio);
+        }
+        if ((studio->panels & kTimelinePanel) != 0)
+        {
+            DrawTimelinePanel(studio);
+        }
         if ((studio->panels & kInsidePanel) != 0)
         {
             DrawInsidePanel(studio);
@@ -155,8 +221,14 @@ void DrawPanels(Studio* studio)
         {
             DrawCostPanel(studio);
         }
-        DrawFaultsPanel(studio);
-        DrawChangesPanel(studio);
+        if ((studio->panels & kFaultsPanel) != 0)
+        {
+            DrawFaultsPanel(studio);
+        }
+        if ((studio->panels & kChangesPanel) != 0)
+        {
+            DrawChangesPanel(studio);
+        }
     }
     else
     {

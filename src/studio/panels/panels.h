@@ -30,6 +30,22 @@ void DrawStartPanel(Studio* studio);
 /// The picture as large as the window, with messages over it.
 void DrawPictureAlone(Studio* studio);
 
+/// Where panels are before anybody moved them.
+struct FirstPlaces
+{
+    PanelRect picture, inside, transport, timeline, faults, changes;
+};
+
+FirstPlaces FindFirstPlaces();
+
+/// Places the window that begins next, unless the layout knows it.
+void PlaceAtFirst(const PanelRect& place);
+
+/// Begins the window of a panel that can be closed. ImGui::End() follows, whatever it returns.
+/// @param flags   Dear ImGui's, of the window
+/// @return whether anything of it is seen
+bool BeginPanel(Studio* studio, const char* title, Panel panel, int flags);
+
 /// Notes where the last item of Dear ImGui is seen; not at all where it was scrolled away.
 void NoteItem(Studio* studio, const char* name);
 

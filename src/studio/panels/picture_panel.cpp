@@ -18,9 +18,7 @@ void DrawPictureAlone(Studio* studio)
 
 void DrawPicturePanel(Studio* studio)
 {
-    const ImVec2 size = ImGui::GetIO().DisplaySize;
-    ImGui::SetNextWindowPos(ImVec2(0.0f, 0.0f), ImGuiCond_FirstUseEver);
-    ImGui::SetNextWindowSize(ImVec2(size.x * 0.70f, size.y * 0.60f), ImGuiCond_FirstUseEver);
+    PlaceAtFirst(FindFirstPlaces().picture);
     ImGui::PushStyleVar(ImGuiStyleVar_WindowPadding, ImVec2(0.0f, 0.0f));
     const bool isOpen = ImGui::Begin(
         "Picture", nullptr, ImGuiWindowFlags_NoScrollbar | ImGuiWindowFlags_NoScrollWithMouse);

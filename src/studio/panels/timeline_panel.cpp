@@ -285,10 +285,8 @@ void DrawTimelinePanel(Studio* studio)
     {
         return;
     }
-    const ImVec2 size = ImGui::GetIO().DisplaySize;
-    ImGui::SetNextWindowPos(ImVec2(0.0f, size.y * 0.68f), ImGuiCond_FirstUseEver);
-    ImGui::SetNextWindowSize(ImVec2(size.x, size.y * 0.32f), ImGuiCond_FirstUseEver);
-    if (ImGui::Begin("Timeline", nullptr, ImGuiWindowFlags_NoScrollWithMouse))
+    PlaceAtFirst(FindFirstPlaces().timeline);
+    if (BeginPanel(studio, "Timeline", kTimelinePanel, ImGuiWindowFlags_NoScrollWithMouse))
     {
         if (studio->chosenBar >= 0)
         {

@@ -70,10 +70,8 @@ static void DrawPlace(Studio* studio)
 
 void DrawTransportPanel(Studio* studio)
 {
-    const ImVec2 size = ImGui::GetIO().DisplaySize;
-    ImGui::SetNextWindowPos(ImVec2(0.0f, size.y * 0.60f), ImGuiCond_FirstUseEver);
-    ImGui::SetNextWindowSize(ImVec2(size.x, size.y * 0.08f), ImGuiCond_FirstUseEver);
-    if (ImGui::Begin("Transport"))
+    PlaceAtFirst(FindFirstPlaces().transport);
+    if (BeginPanel(studio, "Transport", kTransportPanel, ImGuiWindowFlags_NoScrollbar))
     {
         CommandButton(studio, "|<", "to start", Command::kToStart);
         CommandButton(studio, "<", "picture back", Command::kBackPicture);
