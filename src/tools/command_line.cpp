@@ -14,6 +14,7 @@
 #include "tools/info_command.h"
 #include "tools/inspect_command.h"
 #include "tools/mesh_import.h"
+#include "tools/overwrite.h"
 #include "tools/package_commands.h"
 #include "tools/piece_script.h"
 #include "tools/render_command.h"
@@ -233,6 +234,8 @@ static CLI::App* AddSize(CLI::App* app, Arguments* arguments)
     command->add_option("--svg", arguments->size.picture, "Draw the sizes as areas")
         ->type_name("FILE");
     command->add_flag("--small", arguments->size.triesSmall, "Tell what a small build would save");
+    command->add_flag("--force", arguments->size.isForced,
+                      "Draw over a file that is no SVG picture, too");
     return command;
 }
 
@@ -243,6 +246,7 @@ static CLI::App* AddInspect(CLI::App* app, Arguments* arguments)
     command->add_option("-o,--output", arguments->out, "The page to write, such as page.html")
         ->type_name("FILE")
         ->required();
+    AddForceOption(command, arguments, "Write over a file that is no HTML page, too");
     return command;
 }
 
@@ -402,6 +406,7 @@ static CLI::App* AddThumbnail(CLI::App* app, Arguments* arguments)
     AddArgument(command, "OUT", &arguments->out, "The PNG file to write")->required();
     command->add_option("-s,--size", arguments->side, "Pixels of the longer side [256]")
         ->type_name("N");
+    AddForceOption(command, arguments, "Write over a file that is no PNG picture, too");
     return command;
 }
 
@@ -502,7 +507,7 @@ static bool RunSize(const Arguments& arguments)
 
 static bool RunInspect(const Arguments& arguments)
 {
-    return WriteInspectPage(arguments.file, arguments.out);
+    return WriteInspectPage(arguments.file, arguments.out, arguments.isForced);
 }
 
 static bool RunNew(const Arguments& arguments)
@@ -552,7 +557,9 @@ static int RunRender(const Arguments& arguments)
 
 static int RunThumbnail(const Arguments& arguments)
 {
-    return MakeThumbnailFile(arguments.file, arguments.side, arguments.out);
+    return MayOverwrite(arguments.out, FileKind::kPng, arguments.isForced)
+               ? MakeThumbnailFile(arguments.file, arguments.side, arguments.out)
+               : kExitFailed;
 }
 
 struct CommandRow

@@ -22,6 +22,7 @@
 #include "tools/inspect_page.h"
 #include "tools/inspect_pictures.h"
 #include "tools/json_text.h"
+#include "tools/overwrite.h"
 #include "tools/report.h"
 #include "tools/size_report.h"
 
@@ -442,10 +443,11 @@ static bool AddAll(const std::string& path, ListedPackage* package, std::string*
     return true;
 }
 
-bool WriteInspectPage(const std::string& path, const std::string& page)
+bool WriteInspectPage(const std::string& path, const std::string& page, bool isForced)
 {
     ListedPackage package;
-    if (!OpenPackage(path, PackageUse::kReading, &package))
+    if (!MayOverwrite(page, FileKind::kPage, isForced) ||
+        !OpenPackage(path, PackageUse::kReading, &package))
     {
         return false;
     }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/overwrite.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
@@ -14,7 +15,8 @@
 static constexpr size_t kHead = 4096;  // bytes of a file that are looked at
 static constexpr size_t kSizeWord = 4; // bytes of a container before its stream
 
-static bool IsText(const unsigned char* bytes, size_t size)
+/// @return the first byte that is neither a blank nor of a byte order mark
+static size_t BeginOfText(const unsigned char* bytes, size_t size)
 {
     size_t at = size >= 3 && memcmp(bytes, "\xEF\xBB\xBF", 3) == 0 ? 3 : 0;
     while (at < size &&
@@ -22,7 +24,26 @@ static bool IsText(const unsigned char* bytes, size_t size)
     {
         ++at;
     }
+    return at;
+}
+
+static bool IsText(const unsigned char* bytes, size_t size)
+{
+    const size_t at = BeginOfText(bytes, size);
     return at < size && bytes[at] == '<';
+}
+
+/// @param bytes   a text that begins with "<"
+static FileKind KindOfText(const Bytes& bytes)
+{
+    static constexpr char kPageBegin[] = "<!DOCTYPE html";
+    static constexpr char kDrawingBegin[] = "<svg";
+    const size_t at = BeginOfText(bytes.data(), bytes.size());
+    const std::string begin(bytes.begin() + static_cast<long>(at),
+                            bytes.begin() + static_cast<long>(std::min(bytes.size(), at + 32)));
+    return strncasecmp(begin.c_str(), kPageBegin, sizeof(kPageBegin) - 1) == 0 ? FileKind::kPage
+           : begin.starts_with(kDrawingBegin)                                  ? FileKind::kDrawing
+                                              : FileKind::kDocument;
 }
 
 /// Inflates the begin of a container.
@@ -57,7 +78,13 @@ FileKind KindOfBytes(const Bytes& bytes)
     }
     if (IsText(bytes.data(), bytes.size()))
     {
-        return FileKind::kDocument;
+        return KindOfText(bytes);
+    }
+    static constexpr unsigned char kPngBegin[] = {0x89, 'P', 'N', 'G'};
+    if (bytes.size() >= sizeof(kPngBegin) &&
+        memcmp(bytes.data(), kPngBegin, sizeof(kPngBegin)) == 0)
+    {
+        return FileKind::kPng;
     }
     unsigned char begin[64];
     const size_t size = InflateBegin(bytes, begin, sizeof(begin));
@@ -91,7 +118,13 @@ static bool ReadBegin(const std::string& path, Bytes* begin)
 
 bool MayOverwrite(const std::string& path, FileKind written, bool isForced)
 {
-    static constexpr const char* kNames[] = {"", "package", "document", "packed document",
+    static constexpr const char* kNames[] = {"",
+                                             "package",
+                                             "document",
+                                             "HTML page",
+                                             "SVG picture",
+                                             "PNG picture",
+                                             "packed document",
                                              "model or other packed file"};
     Bytes begin;
     if (isForced || !ReadBegin(path, &begin) || begin.empty())

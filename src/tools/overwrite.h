@@ -14,7 +14,10 @@ enum class FileKind : uint8_t
 {
     kOther,
     kPackage,
-    kDocument,       // text that begins with "<"
+    kDocument, // text that begins with "<", but for the next two
+    kPage,     // HTML
+    kDrawing,  // SVG
+    kPng,
     kPackedDocument, // the same in the container
     kPackedOther,    // a model, or anything else in the container
 };

@@ -9,6 +9,7 @@
 #include <tinyxml.h>
 
 #include "tools/container.h"
+#include "tools/overwrite.h"
 #include "tools/report.h"
 #include "tools/shrink_piece.h"
 #include "tools/size_report.h"
@@ -175,7 +176,9 @@ static bool WritePicture(const std::string& path, const std::vector<SizeRow>& ro
 bool PrintPackageSizes(const std::string& path, const SizeOptions& options)
 {
     ListedPackage package;
-    if (!OpenPackage(path, PackageUse::kReading, &package))
+    if ((!options.picture.empty() &&
+         !MayOverwrite(options.picture, FileKind::kDrawing, options.isForced)) ||
+        !OpenPackage(path, PackageUse::kReading, &package))
     {
         return false;
     }

@@ -8,6 +8,7 @@
 struct SizeOptions
 {
     std::string picture; // SVG file to write; empty for none
+    bool isForced;       // writes the picture over a file of another kind, too
     bool triesSmall;     // packs each container by zopfli and tells what that saves
 };
 

@@ -354,3 +354,68 @@ TEST(DpkInspect, FilesThatCantBeReadOrWrittenAreErrors)
         << run.err;
     EXPECT_EQ(FilesIn(folder), "p.dpk text");
 }
+
+// ---- Files in the way
+
+TEST(KeepingCommands, WriteOverTheirOwnKindOfFileAlone)
+{
+    const struct
+    {
+        std::vector<std::string> arguments; // the file comes last
+        const char* kind;
+        const char* begin; // of a file of that kind
+    } cases[] = {
+        {{"inspect", "p.dpk", "-o"}, "HTML page", "\n<!doctype HTML>old"},
+        {{"size", "p.dpk", "--svg"}, "SVG picture", "<svg xmlns"},
+        {{"thumbnail", "p.dpk"}, "PNG picture", "\x89PNG"},
+    };
+    setenv("__EGL_VENDOR_LIBRARY_DIRS", "/nonexistent", 1);
+    for (const auto& c : cases)
+    {
+        TemporaryFolder folder;
+        const std::string package = Package(SmallDocument(), {});
+        folder.Write("p.dpk", package);
+        folder.Write("demo.xml", "<?xml version=\"1.0\"?><layers/>");
+        for (const char* file : {"p.dpk", "demo.xml"})
+        {
+            std::vector<std::string> arguments = c.arguments;
+            arguments.emplace_back(file);
+            const DpkRun run = RunDpk(folder, arguments);
+            EXPECT_EQ(run.exitCode, 1) << c.kind;
+            EXPECT_EQ(run.err, std::string("dpk: ") + file + ": it exists and is no " + c.kind +
+                                   "; --force writes over it\n");
+        }
+        EXPECT_TRUE(folder.Read("p.dpk") == package);
+
+        folder.Write("old", c.begin);
+        std::vector<std::string> arguments = c.arguments;
+        arguments.emplace_back("old");
+        EXPECT_EQ(RunDpk(folder, arguments).err.find("it exists"), std::string::npos) << c.kind;
+        arguments.back() = "demo.xml";
+        arguments.emplace_back("--force");
+        EXPECT_EQ(RunDpk(folder, arguments).err.find("it exists"), std::string::npos) << c.kind;
+    }
+    unsetenv("__EGL_VENDOR_LIBRARY_DIRS");
+}
+
+TEST(KeepingCommands, FilesThatAreNoPackagesAreErrors)
+{
+    const std::vector<std::string> commands[] = {
+        {"info"}, {"size"}, {"diff", "text"}, {"unbuild", "-o", "out"}, {"inspect", "-o", "out"}};
+    TemporaryFolder folder;
+    folder.Write("text", "no package");
+    for (std::vector<std::string> arguments : commands)
+    {
+        arguments.emplace_back("nowhere");
+        const bool isDiff = arguments[0] == "diff";
+        const std::string no = "dpk: text: not a package: shorter than 35 bytes\n";
+        DpkRun run = RunDpk(folder, arguments);
+        EXPECT_EQ(run.exitCode, isDiff ? 2 : 1) << arguments[0];
+        EXPECT_EQ(run.err, isDiff ? no : "dpk: nowhere: No such file or directory\n");
+        arguments.back() = "text";
+        run = RunDpk(folder, arguments);
+        EXPECT_EQ(run.exitCode, isDiff ? 2 : 1) << arguments[0];
+        EXPECT_EQ(run.err, no);
+        EXPECT_EQ(FilesIn(folder), "text");
+    }
+}
