@@ -37,6 +37,7 @@ static void BeginBuild(Studio* studio)
     FolderPiece* folder = &studio->folder;
     folder->mustBuild = false;
     folder->mustCompare = false;
+    folder->isSame = false;
     folder->savedMs = folder->eventMs;
     folder->before = MarkFolder(folder->watcher.folder);
     const std::string wrong = StartBuild(folder->watcher.folder, NowMs(), &folder->builder);
@@ -68,14 +69,51 @@ static void EndBuild(Studio* studio, BuildOutcome* outcome)
     folder->packUs = outcome->packUs;
     folder->checkUs = outcome->checkUs;
     folder->made = outcome->made;
-    const bool isSame =
-        studio->active >= 0 && studio->window.slots[studio->active].package == outcome->package;
-    if (isSame && studio->loadedPath == folder->watcher.folder)
+    if (folder->isSame)
     {
         ShowMessage(studio, "saved; the piece is the same");
-        return;
     }
-    folder->waiting = std::move(outcome->package);
+}
+
+/// The package of a build is there, and may be loaded while it is checked.
+static void TakePackage(Studio* studio)
+{
+    FolderPiece* folder = &studio->folder;
+    std::vector<uint8_t> package = std::move(folder->builder.package);
+    folder->builder.package = {};
+    const bool comesAnother = studio->loader.isRunning || !folder->waiting.empty();
+    folder->isSame = studio->active >= 0 && !comesAnother &&
+                     studio->loadedPath == folder->watcher.folder &&
+                     studio->window.slots[studio->active].package == package;
+    if (!folder->isSame)
+    {
+        folder->waiting = std::move(package);
+        folder->waitingVerdict = BuildVerdict::kOpen;
+    }
+}
+
+/// A build has come to an end: what was packed is good, or must not be shown.
+static void Judge(FolderPiece* folder, BuildVerdict verdict)
+{
+    if (folder->waitingVerdict == BuildVerdict::kOpen)
+    {
+        folder->waitingVerdict = verdict;
+    }
+    if (folder->waitingVerdict == BuildVerdict::kBad)
+    {
+        folder->waiting = {};
+    }
+    if (folder->loadVerdict == BuildVerdict::kOpen)
+    {
+        folder->loadVerdict = verdict;
+    }
+}
+
+/// Ends a build that nobody waits for any more.
+static void DropBuild(FolderPiece* folder)
+{
+    EndBuilder(&folder->builder);
+    Judge(folder, BuildVerdict::kBad);
 }
 
 /// Whether one of the author's programs was saved since a build began.
@@ -111,7 +149,7 @@ void PollFolder(Studio* studio)
     {
         if (!wasGone)
         {
-            EndBuilder(&folder->builder);
+            DropBuild(folder);
             TellFaults(studio, {folder->watcher.folder + ": the folder is gone"});
         }
         return;
@@ -119,8 +157,14 @@ void PollFolder(Studio* studio)
     folder->mustBuild = folder->mustBuild || wasGone;
 
     BuildOutcome outcome = {};
-    if (PollBuild(&folder->builder, now, &outcome))
+    const bool hasEnded = PollBuild(&folder->builder, now, &outcome);
+    if (!folder->builder.package.empty())
     {
+        TakePackage(studio);
+    }
+    if (hasEnded)
+    {
+        Judge(folder, outcome.isGood ? BuildVerdict::kGood : BuildVerdict::kBad);
         EndBuild(studio, &outcome);
     }
     const bool isQuiet = now - folder->eventMs >= kQuietMs;
@@ -130,7 +174,7 @@ void PollFolder(Studio* studio)
         if (isLong && isQuiet && folder->mustCompare &&
             HasScriptChanged(MarkFolder(folder->watcher.folder), folder->before))
         {
-            EndBuilder(&folder->builder);
+            DropBuild(folder);
             folder->mustBuild = true;
         }
     }
@@ -147,6 +191,8 @@ void PollFolder(Studio* studio)
     {
         LoadPackageBytes(studio, std::move(folder->waiting));
         folder->waiting = {};
+        folder->loadVerdict = folder->waitingVerdict;
+        folder->waitingVerdict = BuildVerdict::kGood;
         folder->isTimed = true;
     }
 }

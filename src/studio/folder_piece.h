@@ -8,6 +8,14 @@
 
 struct Studio;
 
+/// The check of a package that may be loaded before it has come to an end.
+enum class BuildVerdict : uint8_t
+{
+    kGood, // also of what needs no check
+    kBad,
+    kOpen,
+};
+
 struct FolderPiece
 {
     Watcher watcher;
@@ -20,6 +28,9 @@ struct FolderPiece
     uint32_t savedMs;                   // when it happened that is being built or loaded
     bool isTimed;                       // the next picture is the one that a save was for
     std::vector<uint8_t> waiting;       // a package that is loaded as soon as the loader is free
+    BuildVerdict waitingVerdict;        // of it
+    BuildVerdict loadVerdict;           // of the one that is being loaded, or was last
+    bool isSame;                        // the build's package is that of the piece that plays
     uint32_t scriptUs, packUs, checkUs; // of the last good build
     uint32_t made;                      // entries that it made anew
     uint32_t builds;                    // that came to an end

@@ -298,6 +298,15 @@ static void TakeOver(Studio* studio, const LoadOutcome& outcome)
     SDL_SetWindowTitle(studio->window.window, (studio->piecePath + " - Quorvale Studio").c_str());
 }
 
+/// A piece was loaded whose check found mistakes: the last good one goes on.
+static void DropLoaded(Studio* studio)
+{
+    CloseSlotStage(studio->loader.slot);
+    UseWindow(&studio->window);
+    studio->folder.loadVerdict = BuildVerdict::kGood;
+    studio->folder.isTimed = false;
+}
+
 /// The next piece of the list, or the end of the program.
 static void PlayNext(Studio* studio)
 {
@@ -326,9 +335,14 @@ static void PlayNext(Studio* studio)
 static void PollPiece(Studio* studio)
 {
     LoadOutcome outcome;
-    if (TakeLoaded(&studio->loader, &outcome))
+    const BuildVerdict verdict = studio->folder.loadVerdict;
+    if (verdict != BuildVerdict::kOpen && TakeLoaded(&studio->loader, &outcome))
     {
-        if (outcome.isLoaded)
+        if (verdict == BuildVerdict::kBad)
+        {
+            DropLoaded(studio); // the check has told why
+        }
+        else if (outcome.isLoaded)
         {
             TakeOver(studio, outcome);
         }

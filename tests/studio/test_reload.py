@@ -174,6 +174,11 @@ def test_a_mistake_in_a_late_clip_is_told_at_the_save(start: Start, plain: Path)
     save(demo, text[:at] + "99" + text[text.index('"', at):])
     state = studio.until(lambda now: now["errors"])
     assert "scene 99" in state["errors"][0] and state["loads"] == 1
+    # It was loaded while it was checked, and never takes over.
+    state = studio.until(lambda now: not now["loading"])
+    assert state["loads"] == 1 and state["shown"] == 0
+    save(demo, text + "<!-- good again -->\n")
+    assert shown(studio, 2)["errors"] == []
 
 
 def test_the_editor_opens_at_a_mistake(start: Start, plain: Path, tmp_path: Path) -> None:

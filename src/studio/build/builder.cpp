@@ -21,16 +21,17 @@
 
 static constexpr size_t kMostOutput = size_t{1} << 30; // bytes of a package and its head
 
-/// Before the bytes of a package.
+/// The child answers twice: with a package as soon as there is one, so that it can be loaded while
+/// it is checked, and at the end of the build.
 struct BuildHead
 {
-    uint32_t isGood;
+    uint32_t isEnd;
+    uint32_t isGood; // at the end; the next four too
     uint32_t scriptUs;
     uint32_t packUs;
     uint32_t checkUs;
     uint32_t made;
-    uint32_t unused;
-    uint64_t size; // of the package
+    uint64_t size; // of the package, whose bytes follow; 0 at the end
 };
 
 // ---- The child
@@ -80,7 +81,7 @@ static bool RunScript(const std::string& folder)
     return child > 0 && WIFEXITED(status) && WEXITSTATUS(status) == EXIT_SUCCESS;
 }
 
-/// Builds once and writes the outcome.
+/// Builds once, and writes the package and then the outcome.
 static void Build(const std::string& folder, int output, EntryCache* cache)
 {
     BuildHead head = {};
@@ -104,16 +105,22 @@ static void Build(const std::string& folder, int output, EntryCache* cache)
     {
         fprintf(stderr, "%s: there is no demo.xml in it\n", folder.c_str());
     }
-    const bool isGood =
-        isMade && hasDemo &&
-        CheckPacked(folder, packed.package.bytes, packed.package.size, ColorChoice::kNever);
+    const bool isPacked = isMade && hasDemo;
+    if (isPacked)
+    {
+        BuildHead first = {};
+        first.size = packed.package.size;
+        SendAnswer(output, &first, sizeof(first));
+        SendAnswer(output, packed.package.bytes, packed.package.size);
+    }
+    const bool isGood = isPacked && CheckPacked(folder, packed.package.bytes, packed.package.size,
+                                                ColorChoice::kNever);
+    head.isEnd = 1;
     head.isGood = isGood ? 1 : 0;
     head.checkUs = MicrosecondsSince(start);
-    head.size = isGood ? packed.package.size : 0;
 
     fflush(stdout); // what was printed is there before the outcome
     SendAnswer(output, &head, sizeof(head));
-    SendAnswer(output, packed.package.bytes, head.size);
     free(packed.package.bytes);
 }
 
@@ -149,6 +156,7 @@ std::string StartBuild(const std::string& folder, uint32_t nowMs, Builder* build
     }
     builder->child.output.clear();
     builder->child.errors.clear();
+    builder->package = {};
     builder->isBuilding = true;
     builder->startedMs = nowMs;
     TellChild(&builder->child, "build");
@@ -164,6 +172,26 @@ static bool StopBuild(Builder* builder, const std::string& why, BuildOutcome* ou
     return true;
 }
 
+/// Takes one answer of the child.
+/// @return false while it is not there as a whole
+static bool TakeAnswer(Child* child, BuildHead* head, std::vector<uint8_t>* bytes)
+{
+    if (child->output.size() < sizeof(*head))
+    {
+        return false;
+    }
+    memcpy(head, child->output.data(), sizeof(*head));
+    if (child->output.size() < sizeof(*head) + head->size)
+    {
+        return false;
+    }
+    const auto begin = child->output.begin() + sizeof(*head);
+    const auto end = begin + static_cast<ptrdiff_t>(head->size);
+    bytes->assign(begin, end);
+    child->output.erase(child->output.begin(), end);
+    return true;
+}
+
 bool PollBuild(Builder* builder, uint32_t nowMs, BuildOutcome* outcome)
 {
     if (!builder->isBuilding)
@@ -173,17 +201,17 @@ bool PollBuild(Builder* builder, uint32_t nowMs, BuildOutcome* outcome)
     Child* child = &builder->child;
     ReadChild(child, kMostOutput);
     BuildHead head = {};
-    const bool hasHead = child->output.size() >= sizeof(head);
-    if (hasHead)
+    std::vector<uint8_t> bytes;
+    while (TakeAnswer(child, &head, &bytes))
     {
-        memcpy(&head, child->output.data(), sizeof(head));
-    }
-    if (hasHead && child->output.size() >= sizeof(head) + head.size)
-    {
+        if (head.isEnd == 0)
+        {
+            builder->package = std::move(bytes);
+            continue;
+        }
         ReadChild(child, kMostOutput); // what was printed before
-        *outcome = {head.isGood != 0, {},           child->errors, head.scriptUs,
-                    head.packUs,      head.checkUs, head.made};
-        outcome->package.assign(child->output.begin() + sizeof(head), child->output.end());
+        *outcome = {head.isGood != 0, child->errors, head.scriptUs,
+                    head.packUs,      head.checkUs,  head.made};
         builder->isBuilding = false;
         child->output = {};
         return true;

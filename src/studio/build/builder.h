@@ -12,10 +12,9 @@
 
 struct BuildOutcome
 {
-    bool isGood;                  // nothing in it ends a player
-    std::vector<uint8_t> package; // bytes; empty if there is none
-    std::string text;             // all that the build has printed
-    uint32_t scriptUs;            // running the author's program
+    bool isGood;       // nothing in it ends a player
+    std::string text;  // all that the build has printed
+    uint32_t scriptUs; // running the author's program
     uint32_t packUs;
     uint32_t checkUs;
     uint32_t made; // entries that were made anew
@@ -36,14 +35,16 @@ struct Builder
     Child child;
     std::string folder;
     bool isBuilding;
-    uint32_t startedMs; // of the build
+    uint32_t startedMs;           // of the build
+    std::vector<uint8_t> package; // of the build, from when it is packed; for whoever moves it away
 };
 
 /// Begins a build. A builder that is gone is started anew.
 /// @return an empty text, or why it can't be started
 std::string StartBuild(const std::string& folder, uint32_t nowMs, Builder* builder);
 
-/// Looks after the build, and stops one that breaks its limits.
+/// Looks after the build, and stops one that breaks its limits. The package is there before the
+/// build has come to an end: nobody knows then whether it is good.
 /// @return whether the build has come to an end: outcome then tells which
 bool PollBuild(Builder* builder, uint32_t nowMs, BuildOutcome* outcome);
 

@@ -121,15 +121,24 @@ static bool ReadStream(int stream, size_t most, Bytes* bytes)
     return true;
 }
 
+/// Whether the process itself is gone. What it started may still hold its streams open.
+static bool HasExited(const Child* child)
+{
+    siginfo_t info = {};
+    return waitid(P_PID, static_cast<id_t>(child->pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+           info.si_pid == child->pid;
+}
+
 void ReadChild(Child* child, size_t most)
 {
     if (child->pid == 0 || child->hasEnded)
     {
         return;
     }
+    const bool hasExited = HasExited(child); // before the last bytes are read
     const bool outputStays = ReadStream(child->fromChild, most, &child->output);
     const bool errorsStay = ReadStream(child->errorStream, most, &child->errors);
-    child->hasEnded = !outputStays && !errorsStay;
+    child->hasEnded = hasExited || (!outputStays && !errorsStay);
 }
 
 void TellChild(Child* child, const std::string& line)

@@ -18,7 +18,7 @@ struct Child
     int errorStream;             // its standard error
     std::vector<uint8_t> output; // that came and was not taken yet
     std::string errors;          // the same of its standard error
-    bool hasEnded;               // both streams are closed
+    bool hasEnded;               // it is gone, or both streams are closed; all has come
 };
 
 /// Starts this program anew, in a process group of its own. It ends with the program.
