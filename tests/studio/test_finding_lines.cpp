@@ -7,6 +7,16 @@
 namespace
 {
 
+TEST(FindingLines, StrangersAreNoMistakes)
+{
+    const std::vector<FindingLine> findings =
+        ParseFindings("ball.obj: no document names it, so it is left out\n"
+                      "dpk: mine/demo.xml:7:3: Error reading end tag.\n",
+                      false);
+    ASSERT_EQ(findings.size(), 1u);
+    EXPECT_EQ(findings[0].line, 7);
+}
+
 TEST(FindingLines, AFindingHasItsPlaceAndItsCure)
 {
     const std::vector<FindingLine> found =

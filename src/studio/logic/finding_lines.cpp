@@ -3,6 +3,7 @@
 
 #include <cctype>
 #include <cstdlib>
+#include <string_view>
 
 /// Takes digits and a colon off the beginning of a text.
 static bool TakeNumber(std::string* text, int32_t* number)
@@ -87,6 +88,14 @@ static bool IsRemark(const FindingLine& finding, bool goesWell)
     return finding.kind == FindingKind::kOther && finding.line == 0 && goesWell;
 }
 
+/// Whether a line tells of a stranger in the folder: no mistake, whatever else is one.
+static bool TellsStranger(const std::string& line)
+{
+    static constexpr std::string_view kEnd = ": no document names it, so it is left out";
+    return line.size() > kEnd.size() &&
+           line.compare(line.size() - kEnd.size(), kEnd.size(), kEnd) == 0;
+}
+
 std::vector<FindingLine> ParseFindings(const std::string& text, bool goesWell)
 {
     std::vector<FindingLine> findings;
@@ -97,7 +106,7 @@ std::vector<FindingLine> ParseFindings(const std::string& text, bool goesWell)
             text.find('\n', begin) == std::string::npos ? text.size() : text.find('\n', begin);
         const std::string line = text.substr(begin, end - begin);
         begin = end + 1;
-        if (line.empty())
+        if (line.empty() || TellsStranger(line))
         {
             continue;
         }
