@@ -291,10 +291,16 @@ static void TakeOver(Studio* studio, const LoadOutcome& outcome)
     KeepTrying(studio, isOther);
     studio->flight.isOn = studio->flight.isOn && !isOther;
     studio->mustShow = true;
-    if (studio->rowMask.hidden != 0 || studio->rowMask.solo != 0)
+    const bool hasMask = studio->rowMask.hidden != 0 || studio->rowMask.solo != 0;
+    if (hasMask)
     {
         ApplyRows(studio);
     }
+    // The loader has drawn this very picture. Its cost was not counted, and nothing may differ.
+    const bool showsCost = (studio->panels & kCostPanel) != 0;
+    studio->isDrawn = !isOther && !hasMask && !studio->flight.isOn && !showsCost &&
+                      ListChanges(studio->tried.edits).empty() &&
+                      studio->loader.request.tick == TransportTick(&studio->transport);
     SDL_SetWindowTitle(studio->window.window, (studio->piecePath + " - Quorvale Studio").c_str());
 }
 
@@ -738,6 +744,14 @@ static bool ShowPicture(Studio* studio)
     }
     studio->mustShow = false;
     studio->shownTick = tick;
+    if (studio->isDrawn && studio->loader.request.tick == tick)
+    {
+        studio->isDrawn = false;
+        studio->frames += 1;
+        ShowDrawn(&studio->window, &studio->window.slots[studio->active]);
+        return true;
+    }
+    studio->isDrawn = false;
     FaultList faults;
     StartFaults(&faults);
     StageSlot* slot = &studio->window.slots[studio->active];

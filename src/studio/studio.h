@@ -75,6 +75,7 @@ struct Studio
 
     uint32_t shownTick;
     bool mustShow;    // whatever the tick
+    bool isDrawn;     // the loader has drawn the picture of its tick, and nothing was drawn since
     uint64_t frames;  // pictures of the piece drawn
     uint64_t redraws; // of the window
     bool isWaiting;   // to play, until piece and sound are there

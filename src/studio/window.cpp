@@ -171,6 +171,13 @@ bool ShowTick(StudioWindow* window, StageSlot* slot, uint32_t tick, FaultList* f
     return isShown;
 }
 
+void ShowDrawn(StudioWindow* window, StageSlot* slot)
+{
+    UseSlot(slot);
+    KeepPicture(window);
+    UseWindow(window);
+}
+
 std::vector<uint8_t> ReadShownPicture(const StudioWindow* window)
 {
     const size_t rowBytes = static_cast<size_t>(window->pictureWidth) * 3;

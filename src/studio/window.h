@@ -72,6 +72,10 @@ void CloseSlotStage(StageSlot* slot);
 /// @return false after a fault: the texture keeps the picture before
 bool ShowTick(StudioWindow* window, StageSlot* slot, uint32_t tick, FaultList* faults);
 
+/// Keeps what the slot drew last in the texture that is shown. Leaves: the window used.
+/// Relies on: the slot's stage has drawn a whole picture, and nothing since.
+void ShowDrawn(StudioWindow* window, StageSlot* slot);
+
 /// Reads the picture that is shown.
 /// @return RGB, rows from the top
 std::vector<uint8_t> ReadShownPicture(const StudioWindow* window);
