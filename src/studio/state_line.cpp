@@ -197,6 +197,7 @@ static std::string State(const Studio* studio)
     SDL_GetWindowPosition(studio->window.window, &x, &y);
     const std::string members[] = {
         Member("window", "[" + std::to_string(x) + ", " + std::to_string(y) + "]"),
+        Member("scale", std::to_string(studio->scale)),
         Member("redraws", Number(studio->redraws)),
         Member("piece", Quoted(studio->loadedPath)),
         Member("tick", Number(TransportTick(&transport))),

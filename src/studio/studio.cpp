@@ -14,6 +14,7 @@
 #include "engine/data/cos_table.h"
 #include "engine/render/records/timeline.h"
 #include "engine/textures/corner_masks.h"
+#include "studio/desktop_scale.h"
 #include "studio/fault_lines.h"
 #include "studio/logic/piece_fields.h"
 #include "studio/panels/panels.h"
@@ -859,19 +860,6 @@ static void KeepSettings(Studio* studio, const std::string& folder)
     }
 }
 
-/// How much larger than on an ordinary screen everything is drawn.
-static float FindScale()
-{
-    static constexpr float kOrdinaryDpi = 96.0f;
-    float dpi = 0.0f;
-    if (SDL_GetDisplayDPI(0, nullptr, &dpi, nullptr) != 0)
-    {
-        return 1.0f;
-    }
-    return std::clamp(static_cast<float>(static_cast<int>(dpi / kOrdinaryDpi * 4.0f)) / 4.0f, 1.0f,
-                      4.0f);
-}
-
 /// @return an empty text, or why there is no window
 static std::string OpenAll(Studio* studio)
 {
@@ -954,7 +942,7 @@ int RunStudio(const StudioOptions& options)
     }
     OpenSound(&studio->sound);
     SetVolume(&studio->sound, studio->settings.volume, options.isMuted);
-    studio->scale = FindScale();
+    studio->scale = FindDesktopScale(studio->window.window);
     const bool keepsLayout = !folder.empty() && !options.isViewer && MakeFolder(folder);
     const std::string layout = folder + "/layout.ini";
     const char* home = getenv("HOME");

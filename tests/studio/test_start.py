@@ -2,14 +2,23 @@
 """The start page."""
 
 import os
+import subprocess
 from pathlib import Path
 from typing import Callable
 
-from studio_window import Studio
+from studio_window import Screen, Studio
 
 PACKAGE = os.environ["PACKAGE"]
 SIZE = ["--size", "160x90"]
 Start = Callable[..., Studio]
+
+
+def test_the_window_is_as_large_as_the_desktops(start: Start, screen: Screen) -> None:
+    subprocess.run(["xprop", "-root", "-f", "RESOURCE_MANAGER", "8s", "-set", "RESOURCE_MANAGER",
+                    "Xft.dpi:\t192\n"], check=True, env=dict(os.environ, DISPLAY=screen.name))
+    studio = start(*SIZE)
+    state = studio.until(lambda now: "new piece" in now["rects"])
+    assert state["scale"] == 2 and state["rects"]["new piece"][3] >= 40
 
 
 def test_the_start_page_offers_pieces(start: Start, tmp_path: Path) -> None:

@@ -8,7 +8,7 @@
 #include "studio/logic/piece_fields.h"
 
 static constexpr float kLabelWidth = 110.0f; // pixels at scale 1, as all here
-static constexpr float kRulerHeight = 34.0f;
+static constexpr float kRulerHeight = 40.0f;
 static constexpr float kWaveHeight = 36.0f;
 static constexpr float kRowHeight = 20.0f;
 static constexpr ImU32 kInk = IM_COL32(200, 204, 210, 255);
@@ -64,8 +64,9 @@ static void DrawRuler(const Studio* studio, const Ground& ground)
         const bool isBeat = row.row % kBeatRows == 0;
         if (x >= markEnd || isBar)
         {
-            const float height = isBar ? 16.0f : isBeat ? 10.0f : 5.0f;
-            ground.list->AddLine(ImVec2(x, y), ImVec2(x, y + height * ground.scale), kFaint);
+            const float height = isBar ? 10.0f : isBeat ? 6.0f : 3.0f;
+            const float low = ground.top + kRulerHeight * ground.scale;
+            ground.list->AddLine(ImVec2(x, low - height * ground.scale), ImVec2(x, low), kFaint);
             markEnd = x + 4.0f;
         }
         const std::string text = std::to_string(row.order) + ":" + std::to_string(row.row);

@@ -79,16 +79,17 @@ void DrawTransportPanel(Studio* studio)
                       Command::kPlayPause);
         CommandButton(studio, ">", "picture on", Command::kOnPicture);
         CommandButton(studio, ">|", "to end", Command::kToEnd);
-        DrawPlace(studio);
-
         int tick = static_cast<int>(TransportTick(&studio->transport));
-        ImGui::SetNextItemWidth(-1.0f);
+        // Before the text, whose width changes.
+        ImGui::SetNextItemWidth(ImGui::GetContentRegionAvail().x * 0.4f);
         if (ImGui::SliderInt("##tick", &tick, 0, static_cast<int>(studio->transport.endTick), "",
                              ImGuiSliderFlags_NoInput))
         {
             JumpTo(&studio->transport, static_cast<uint32_t>(tick), NowMs());
         }
         NoteItem(studio, "seek");
+        ImGui::SameLine();
+        DrawPlace(studio);
     }
     ImGui::End();
 }
