@@ -51,6 +51,20 @@ TEST(FindingLines, APythonErrorHasALine)
     EXPECT_EQ(found[1].line, 0);
 }
 
+TEST(FindingLines, StepsOfABuildThatFailsAreNoMistakes)
+{
+    const std::vector<FindingLine> found =
+        ParseFindings("gear.model: vertices 3840, triangles 1920\n"
+                      "/a/demo.xml:7:3: error: scene 99 does not exist [dangling-reference]\n"
+                      "    <clip/>\n",
+                      false);
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_EQ(found[0].line, 7);
+    EXPECT_EQ(found[0].more, "    <clip/>\n");
+    const char* alone = "/a: warning: unused [unused-item]\nmine: there is no demo.xml in it\n";
+    EXPECT_EQ(ParseFindings(alone, false).size(), 2u);
+}
+
 TEST(FindingLines, ADocumentThatDoesNotParseHasAPlace)
 {
     const std::vector<FindingLine> found =

@@ -99,6 +99,7 @@ static bool TellsStranger(const std::string& line)
 std::vector<FindingLine> ParseFindings(const std::string& text, bool goesWell)
 {
     std::vector<FindingLine> findings;
+    std::vector<bool> arePlain; // for each of them, whether its line could be a remark
     bool follows = false;
     for (size_t begin = 0; begin < text.size();)
     {
@@ -120,7 +121,28 @@ std::vector<FindingLine> ParseFindings(const std::string& text, bool goesWell)
         if (follows)
         {
             findings.push_back(finding);
+            arePlain.push_back(IsRemark(ParseLine(line, true), true));
         }
+    }
+    // A build that fails has told of its steps before: where an error is called one, they are no
+    // mistakes.
+    bool hasError = false;
+    for (size_t i = 0; i < findings.size(); ++i)
+    {
+        hasError = hasError || (!arePlain[i] && findings[i].kind == FindingKind::kError);
+    }
+    if (hasError)
+    {
+        size_t kept = 0;
+        for (size_t i = 0; i < findings.size(); ++i)
+        {
+            if (!arePlain[i])
+            {
+                std::swap(findings[kept], findings[i]);
+                kept += 1;
+            }
+        }
+        findings.resize(kept);
     }
     return findings;
 }
