@@ -6,7 +6,7 @@ import subprocess
 from pathlib import Path
 from typing import Callable
 
-from studio_window import Screen, Studio
+from studio_window import STUDIO, Screen, Studio
 
 PACKAGE = os.environ["PACKAGE"]
 SIZE = ["--size", "160x90"]
@@ -32,3 +32,29 @@ def test_the_start_page_offers_pieces(start: Start, tmp_path: Path) -> None:
     state = studio.until(lambda now: now["loads"] == 1)
     assert state["piece"] == str(tmp_path / "my-piece") and state["errors"] == []
     assert (tmp_path / "my-piece" / "piece.py").exists()
+
+
+def test_folders_that_are_no_pieces_are_told(start: Start, tmp_path: Path) -> None:
+    empty = tmp_path / "empty"
+    empty.mkdir()
+    studio = start(*SIZE, empty)
+    state = studio.until(lambda now: now["errors"])
+    assert state["errors"] == [f"{empty}: there is no demo.xml, so the package is no piece yet"]
+    assert state["loads"] == 0
+
+
+def test_a_new_piece_leaves_the_one_that_is_there(start: Start, tmp_path: Path) -> None:
+    there = tmp_path / "my-piece" / "piece.py"
+    there.parent.mkdir()
+    there.write_text("# mine\n")
+    studio = start(*SIZE)
+    studio.click("new piece")
+    state = studio.until(lambda now: now["errors"])
+    assert state["errors"] == [f"{there.parent}: no piece can be made there; is there one already?"]
+    assert there.read_text() == "# mine\n"
+
+
+def test_a_module_that_is_not_there_is_told(tmp_path: Path) -> None:
+    path = tmp_path / "none.xm"
+    done = subprocess.run([STUDIO, "--musician", str(path)], capture_output=True, text=True)
+    assert done.returncode != 0 and done.stderr == f'there is no module "{path}"\n'

@@ -101,11 +101,7 @@ static void Build(const std::string& folder, int output, EntryCache* cache)
     const bool hasDemo =
         std::any_of(packed.plan.begin(), packed.plan.end(),
                     [](const PlannedEntry& entry) { return entry.name == "demo.xmlz"; });
-    if (isMade && !hasDemo)
-    {
-        fprintf(stderr, "%s: there is no demo.xml in it\n", folder.c_str());
-    }
-    const bool isPacked = isMade && hasDemo;
+    const bool isPacked = isMade && hasDemo; // packing tells of a document that is not there
     if (isPacked)
     {
         BuildHead first = {};
