@@ -263,7 +263,9 @@ static std::string State(const Studio* studio)
 /// How many names of OpenGL are in use, of all pieces that were ever open.
 static std::string Names()
 {
-    static constexpr GLuint kLastName = 20000; // names are given from 1 on, and given again
+    // Names are given from 1 on. Some drivers never give one of a buffer again: this is far more
+    // than a thousand reloads take.
+    static constexpr GLuint kLastName = 1u << 18;
     uint64_t textures = 0;
     uint64_t buffers = 0;
     for (GLuint name = 1; name <= kLastName; ++name)
