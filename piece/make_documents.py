@@ -10,12 +10,13 @@ A beat of the music lasts 50 ticks, a bar 200. Cuts lie on bars, and on beats wh
 import os
 import sys
 from types import SimpleNamespace
+from typing import NamedTuple
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../python"))
 
-from quorvale import (BLACK, FLAT, WHITE, Bitmap, Camera, Color, Document, Fog, Light, Model, Scene,
-                      ease_in, ease_out, effects, hold, layers, levels, line, look, path, recipes,
-                      ring_down, span, spline, waters, wave)
+from quorvale import (BLACK, FLAT, WHITE, Bitmap, Camera, Color, Document, Fog, Light, Material,
+                      Model, Scene, ease_in, ease_out, effects, hold, layers, levels, line, look,
+                      path, recipes, ring_down, span, spline, waters, wave)
 from quorvale.manipulators import model_placer, rippler, x_multiplier, xyz_multiplier
 from quorvale.steps import blur, convolution, emboss, invert, offset, ripple, scale
 
@@ -148,6 +149,7 @@ def make_textures():
     spot = soft_spot()
     bowl = layers.radial((0.42, 0.38, 0.36), margin=(1.0, 0.94, 0.82), offset=20, name="bowl")
     shore = layers.radial((0.05, 0.05, 0.08), margin=(0.92, 0.60, 0.36), offset=64, name="shore")
+    edge = layers.radial(BLACK, margin=WHITE, offset=16, name="edge")
     belt = layers.plasma(WHITE, repeat_x=0, repeat_y=1, name="belt")
     bands = layers.plasma((1.0, 0.82, 0.56), repeat_x=0, repeat_y=3, name="bands")
     large = layers.maze(size=6, field=12, name="large")
@@ -185,6 +187,8 @@ def make_textures():
     # Mirrored surroundings: lamps behind a ripple, brighter towards the rim.
     textures.gilt = (((bands * 0.8 * (bands * 1.5) | ripple(0.03, 0.06, 2, 2)) + lamps * 0.7
                       | blur()) * (bowl * 1.5) + dusk).named("gilt")
+    # A light from below, on the left, that only what turns away from the viewer mirrors.
+    textures.rim = ((spot | offset(40, -40)) * edge * 4.0).named("rim")
     # Still water: dark towards the viewer, bright where it is seen flat.
     textures.water = (shore | ripple(0.01, 0.02, 2, 3) | blur()).named("water")
     textures.sheen = ((lamps * 0.8 | ripple(0.02, 0.02, 2, 1) | blur()) * bowl).named("sheen")
@@ -195,12 +199,10 @@ def make_textures():
 # The demo
 
 
-class Lit:
+class Lit(NamedTuple):
     """A lit material, and one for a second light that is added on the same object."""
-
-    def __init__(self, material, rim=None):
-        self.material = material
-        self.rim = rim
+    material: Material
+    rim: Material | None = None
 
 
 class Piece:
@@ -210,7 +212,6 @@ class Piece:
         self.textures = make_textures()
         self.models = load_models(list(MODELS) + title_models() + list(LINES))
         self.bitmaps = SimpleNamespace(**{name: Bitmap(name + ".png") for name in BITMAPS})
-        self.darkness = recipes.color(BLACK, name="darkness")
         self.black = recipes.color_on_top(BLACK, name="black")
         self.starlight = recipes.added_bitmap((0.80, 0.88, 1.0), bitmap=self.bitmaps.glow,
                                               name="starlight")
@@ -230,14 +231,16 @@ class Piece:
             (0.8, 0.7, 0.66), bitmap=self.bitmaps.bloom, name="bloom light"), position=(0.5, 0.5, 0.9))
 
     def lit(self, material, rim=None, rim_color=None, bumps=False):
-        """A material with an added one for the light `rim`, over the bumps of a hammered plate if
-        `bumps` is set."""
+        """A material with an added one for the light `rim`: a mirrored edge of its color or, if
+        `bumps` is set, the light itself over the bumps of a hammered plate."""
         if rim is None:
             return Lit(material)
-        pair = (self.bitmaps.vectors, self.bitmaps.bumps) if bumps else (None, None)
-        return Lit(material, recipes.added_bump(rim_color or Color(*material.color) * 0.8, light=rim,
-                                                bitmap=pair[0], bitmap2=pair[1],
-                                                name=material.name + " rim"))
+        color, name = rim_color or Color(*material.color) * 0.8, material.name + " rim"
+        if bumps:
+            return Lit(material, recipes.added_bump(color, light=rim, bitmap=self.bitmaps.vectors,
+                                                    bitmap2=self.bitmaps.bumps, name=name))
+        shine = tuple(a * b * 0.6 for a, b in zip(rim.diffuse, color))
+        return Lit(material, recipes.added_environment(shine, texture=self.textures.rim, name=name))
 
     def metal(self, name, light, rim=None, rim_color=None, color=WHITE):
         """A material that mirrors a room, which turns with the object."""
@@ -394,13 +397,11 @@ def add_thread(piece):
     """16 to 24 s: along the knot, lit by what passes."""
     warm = Light((HALF_PULSE * 0.8 + 1.1) * Color(1.0, 0.74, 0.46),
                  (wave(0.0, 2.4, 200), wave(0.0, 2.4, 200, 0.25), 1.4),
-                 ambient=(0.22, 0.14, 0.14), name="thread warm")
-    cold = Light(ROSE * 1.4, (-3.0, -4.0, -5.0), name="thread rose")
-    thread = piece.lit(recipes.lit_environment(WHITE, light=warm, texture=piece.textures.gilt,
-                                               name="thread"), cold, BONE * 0.4)
+                 ambient=(0.66, 0.16, 0.36), name="thread warm")
+    thread = recipes.lit_environment(WHITE, light=warm, texture=piece.textures.gilt, name="thread")
     scene = piece.stages.thread = Scene(name="thread")
     turn = (line(-20.0, 10.0, 800), line(0.0, 100.0, 800), 0.0)
-    piece.put(scene, piece.models.knot, thread, rotation=turn)
+    scene.add(piece.models.knot, thread, rotation=turn)
     kick = HALF_PULSE * -3.0
     shots = [shot(0, 200, ((1.9, -1, 1.1), (0.5, 0.2, 0)), ((0.9, -1.5, 1.3), (0, 0.4, 0)), kick + 58),
              shot(200, 400, ((-0.4, 1.7, 1.2), (0.4, 0, 0)), ((0.9, 1.5, 1.5), (0, 0, 0)), kick + 62),
@@ -460,27 +461,23 @@ def add_machine(piece):
     turns = turns.then(hold(120.0, 38)).looped()
     warm = Light((BEAT_PULSE * 0.7 + 0.9) * Color(1.0, 0.62, 0.32), (3.0, 3.5, 3.0),
                  ambient=(0.2, 0.16, 0.18), name="machine warm")
-    cold = Light(BLUE * 1.2, (-6.0, -3.0, -2.0), name="machine cold")
     furnace = Light((BEAT_PULSE * 1.2 + 0.9) * ROSE, (wave(0.0, 5.0, 400), 1.0, -4.5),
                     ambient=(0.42, 0.10, 0.30), name="furnace")
-    brass = piece.metal("brass", warm, cold, STEEL * 0.6)
-    iron = piece.lit(recipes.lit_texture(STEEL * 1.9, light=warm, texture=piece.textures.brushed,
-                                         name="iron"), cold, STEEL)
+    brass = piece.metal("brass", warm).material
+    iron = recipes.lit_texture(STEEL * 1.9, light=warm, texture=piece.textures.brushed, name="iron")
     wire = recipes.wireframe(GOLD, alpha=BEAT_PULSE * 0.5, width=1.2, name="machine wire")
     wall = recipes.lit_texture(WHITE, light=furnace, texture=piece.textures.panels,
                                name="machine wall")
     scene = piece.stages.machine = Scene(name="machine")
-    scene.add(piece.models.floor, wall, position=(0.0, 0.0, -8.0), rotation=(90.0, 0.0, 0.0),
-              scale=(32.0, 1.0, 32.0))
     depth = [x_multiplier(2.0, (0.9, -0.6, -2.6), (0.0, 0.0, 9.0))]
     for k, (radius, x, y, ratio, start) in enumerate(GEARS):
         metal = brass if k % 2 == 0 else iron
         placement = {"position": (x, y, 0.0), "rotation": (0.0, 0.0, turns * ratio + start),
                      "scale": (radius, radius, 1.6)}
-        scene.add(piece.models.gear, metal.material, manipulators=depth if k % 2 == 0 else (),
+        scene.add(piece.models.gear, metal, manipulators=depth if k % 2 == 0 else (),
                   **placement)
-        if k < 3:
-            scene.add(piece.models.gear, metal.rim, **placement)
+    scene.add(piece.models.floor, wall, position=(0.0, 0.0, -8.0), rotation=(90.0, 0.0, 0.0),
+              scale=(32.0, 1.0, 32.0))
     scene.add(piece.models.gear, wire, rotation=(0.0, 0.0, turns), scale=(2.02, 2.02, 1.75))
     kick = BEAT_PULSE * -4.0
     piece.cut(STAGE, [
@@ -512,14 +509,12 @@ def add_hero(piece):
     """40 to 48 s: the blossom within its hoops."""
     warm = Light((BEAT_PULSE * 0.6 + 1.0) * Color(1.0, 0.58, 0.26),
                  (wave(0.0, 5.0, 400), 2.5, wave(0.0, 5.0, 400, 0.25)),
-                 ambient=(0.2, 0.12, 0.14), name="hero warm")
-    cold = Light(ROSE * 1.5, (-6.0, -4.0, -5.0), name="hero rose")
+                 ambient=(0.56, 0.14, 0.30), name="hero warm")
     blossom = recipes.environment((1.0, 0.62, 0.50), texture=piece.textures.gilt, name="blossom")
     coat = recipes.added_bitmap_environment((BEAT_PULSE * 0.6 + 0.3) * Color(1.0, 0.60, 0.62),
                                             bitmap=piece.bitmaps.room, turns=True,
                                             name="blossom coat")
-    hoop = piece.lit(recipes.lit_environment(WHITE, light=warm, texture=piece.textures.gilt,
-                                             name="hoop"), cold, BONE * 0.6)
+    hoop = recipes.lit_environment(WHITE, light=warm, texture=piece.textures.gilt, name="hoop")
     shard = recipes.lit_color((1.0, 0.50, 0.62), light=warm, name="shard")
     glow = recipes.added_texture_on_top((BEAT_PULSE * 0.5 + 0.5) * EMBER,
                                         texture=piece.textures.halo, name="hero glow")
@@ -534,7 +529,7 @@ def add_hero(piece):
         scene.add(piece.models.blossom, material, rotation=turn, scale=BEAT_PULSE * 0.22 + 1.12,
                   manipulators=bend)
     rings = [x_multiplier(5.0, turn=(36.0, 0.0, 24.0), scale=(0.12,) * 3)]
-    piece.put(scene, piece.models.ring, hoop,
+    scene.add(piece.models.ring, hoop,
               rotation=(line(0.0, 360.0, 800), 20.0, line(0.0, 90.0, 800)), scale=2.05,
               manipulators=rings)
     for y, tilt in ((6.5, 1.0), (-8.5, -1.0)):
@@ -593,18 +588,16 @@ def add_city(piece):
 def add_stair(piece):
     """56 to 64 s: up a winding stair, slowly; two lines of text."""
     climb = line(2.0, 12.0, 800)
-    warm = Light((BAR_PULSE * 0.6 + 0.9) * EMBER, (0.0, climb, 0.0), ambient=(0.10, 0.08, 0.12),
+    warm = Light((BAR_PULSE * 0.6 + 0.9) * EMBER, (0.0, climb, 0.0), ambient=(0.36, 0.40, 0.80),
                  name="stair warm")
-    cold = Light(BLUE * 1.8, (-9.0, 16.0, 9.0), name="stair cold")
-    tread = piece.lit(recipes.lit_bitmap(WHITE, light=warm, bitmap=piece.bitmaps.marble,
-                                         name="tread"), cold, BONE * 0.9)
+    tread = recipes.lit_bitmap(WHITE, light=warm, bitmap=piece.bitmaps.marble, name="tread")
     wire = recipes.wireframe(ROSE, alpha=BAR_PULSE * 0.5 + 0.15, name="stair wire")
     core = recipes.texture((1.0, 0.86, 0.70), texture=piece.textures.lava, name="stair core")
     glow = recipes.added_texture_on_top((BAR_PULSE * 0.4 + 0.6) * EMBER,
                                         texture=piece.textures.halo, name="stair glow")
     scene = piece.stages.stair = Scene(name="stair")
     treads = [x_multiplier(84.0, (0.0, 0.2, 0.0), (0.0, 15.0, 0.0))]
-    piece.put(scene, piece.models.tread, tread, rotation=(0.0, line(0.0, -60.0, 800), 0.0),
+    scene.add(piece.models.tread, tread, rotation=(0.0, line(0.0, -60.0, 800), 0.0),
               manipulators=treads)
     scene.add(piece.models.tread, wire, rotation=(0.0, line(180.0, 240.0, 800), 0.0),
               scale=(1.7, 1, 1.7), manipulators=[x_multiplier(42, (0, 0.4, 0), (0, 30, 0))])
@@ -626,8 +619,8 @@ def add_shoal(piece):
     """64 to 72 s: a crystal on each point of a swell, and one that calls them."""
     warm = Light((HALF_PULSE * 0.7 + 1.0) * ROSE, (0.0, 2.5, 0.0),
                  name="shoal rose")
-    cold = Light((0.8, 0.9, 1.0), (9.0, 8.0, 9.0), ambient=(0.22, 0.22, 0.34), name="shoal cold")
-    shard = piece.lit(recipes.lit_color((0.5, 0.8, 1), light=cold, name="fish"), warm, ROSE * 0.5)
+    cold = Light((0.8, 0.9, 1.0), (9.0, 8.0, 9.0), ambient=(0.60, 0.22, 0.42), name="shoal cold")
+    shard = piece.lit(recipes.lit_color((0.5, 0.8, 1.0), light=cold, name="fish"))
     caller = piece.metal("caller", cold, warm, Color(0.9, 0.5, 0.7), color=(1.0, 0.72, 0.84))
     glow = recipes.added_texture_on_top((BAR_PULSE * 0.5 + 0.5) * ROSE,
                                         texture=piece.textures.halo, name="shoal glow")
@@ -659,8 +652,8 @@ def add_heart(piece):
     moon = Light(ROSE * 1.2, (-6.0, 6.0, 7.0), ambient=(0.30, 0.14, 0.26), name="heart moon")
     shells = [piece.lit(recipes.lit_color(STEEL, light=inside, name="heart shell"), moon,
                         STEEL, bumps=True),
-              piece.lit(recipes.lit_color(STEEL, light=wild_light, name="racing shell"), moon,
-                        Color(0.70, 0.50, 0.62))]
+              Lit(recipes.lit_color(STEEL, light=wild_light, name="racing shell"),
+                  recipes.added_bump((0.70, 0.50, 0.62), light=moon, name="racing shell rim"))]
     churn = effects.rotate(line(90.0, 98.0, 400), size=64, gray=True, name="churn")
     halo_ = piece.textures.halo
     embers = [recipes.effect((beat * 0.9 + 0.25) * Color(1.0, 0.52, 0.20), effect=churn,
@@ -677,7 +670,7 @@ def add_heart(piece):
     for name, turn, shell, ember in zip(("heart", "racing"), (calm, wild), shells, embers):
         scene = Scene(name=name)
         piece.put(scene, piece.models.shell, shell, rotation=turn, scale=1.6)
-        scene.add(piece.models.ember, ember, rotation=turn, scale=HEART * 0.08 + 0.46)
+        scene.add(piece.models.heart, ember, rotation=turn, scale=HEART * 0.08 + 0.46)
         scenes.append(scene)
     piece.stages.racing = scenes[1]
     inner = path([(0, (0.5, 0.1, 1.12), (-0.5, 0, -1)), (400, (0.95, 0.25, 0.75), (-0.7, 0.1, -1))],
@@ -706,13 +699,12 @@ def add_heart(piece):
 def add_valley(piece):
     """80 to 88 s: down a valley towards the first light."""
     dawn = Light((1.0, 0.50, 0.26), (0.0, -0.10, -0.72), ambient=(0.14, 0.05, 0.20), name="dawn")
-    sun = Light((BEAT_PULSE * 0.4 + 1.3) * EMBER, (0.0, 14.0, -170.0), ambient=(0.30, 0.10, 0.28),
+    sun = Light((BEAT_PULSE * 0.4 + 1.3) * EMBER, (0.0, 14.0, -170.0), ambient=(0.66, 0.24, 0.52),
                 name="valley sun")
-    above = Light(Color(0.80, 0.24, 0.66) * 1.3, (-20.0, 60.0, 30.0), name="valley sky")
     dawn_sky = recipes.lit_color(WHITE * 0.9, light=dawn, name="dawn sky")
     ground = recipes.lit_texture(WHITE, light=sun, texture=piece.textures.ground,
                                  name="valley ground")
-    stone = piece.metal("valley stone", sun, above, Color(0.4, 0.3, 0.44), color=(0.90, 0.80, 0.90))
+    stone = piece.metal("valley stone", sun, color=(0.90, 0.80, 0.90))
     wire = recipes.wireframe(GOLD, alpha=BEAT_PULSE * 0.30, name="valley wire")
     disc = recipes.added_texture_on_top((BEAT_PULSE * 0.2 + 0.9) * Color(1.0, 0.62, 0.34),
                                         texture=piece.textures.halo, name="sun")
@@ -754,11 +746,11 @@ def add_summit(piece):
     """88 to 96 s: at the height of the melody, the star among its own trails."""
     warm = Light((BEAT_PULSE * 0.8 + 1.2) * GOLD,
                  (wave(0.0, 7.0, 400), wave(3.0, 3.0, 267), wave(3.0, 7.0, 400, 0.25)),
-                 ambient=(0.24, 0.16, 0.18), name="summit warm")
+                 ambient=(0.56, 0.16, 0.30), name="summit warm")
     cold = Light(ROSE * 1.6, (5.0, -7.0, -6.0), name="summit rose")
     star = piece.lit(recipes.lit_environment(WHITE, light=warm, texture=piece.textures.gilt,
                                              name="star"), cold, Color(0.7, 0.5, 0.6))
-    hoop = piece.metal("summit hoop", warm, cold, BONE * 0.7)
+    hoop = piece.metal("summit hoop", warm)
     trace = recipes.color_on_top((BEAT_PULSE * 0.8 + 0.2) * Color(1.0, 0.20, 0.40), name="trail")
     old = recipes.clamped_bitmap(line(0.0, 0.95, 30).then(0.95) * Color(1.0, 0.97, 0.99),
                                  bitmap=piece.bitmaps.feedback, name="trail before")
@@ -798,11 +790,11 @@ def add_summit(piece):
 
 def add_crossing(piece):
     """96 to 104 s: over the lake in the first sun, through what stands in it."""
-    warm = Light((BEAT_PULSE * 0.6 + 1.2) * GOLD, (0.0, 9.0, -60.0), ambient=(0.26, 0.16, 0.22),
+    warm = Light((BEAT_PULSE * 0.6 + 1.2) * GOLD, (0.0, 9.0, -60.0), ambient=(0.66, 0.26, 0.40),
                  name="crossing sun")
     cold = Light(ROSE * 1.4, (0.0, 8.0, 20.0), ambient=(0.4, 0.26, 0.3), name="crossing rose")
     above = Light(Color(1.0, 0.74, 0.66), (0.0, 30.0, -40.0), name="crossing sky")
-    hoop = piece.metal("gates", warm, cold, BONE * 0.6)
+    hoop = recipes.color((BEAT_PULSE * 0.45 + 0.55) * ROSE, name="gates")
     stone = Lit(recipes.lit_color((1.0, 0.44, 0.56), light=cold, name="obelisk"))
     water = recipes.lit_environment((0.80, 0.56, 0.62), light=above, texture=piece.textures.water,
                                     name="crossing lake")
@@ -816,7 +808,7 @@ def add_crossing(piece):
     scene = piece.stages.crossing = Scene(name="crossing")
     lake = waters.lake_water(line(0.0, 90.0, 800), name="crossing lake")
     scene.add(lake, water, position=(-60.0, -1.4, -108.0), scale=(4.2, 0.9, 4.2))
-    piece.put(scene, piece.models.ring, hoop, position=(0.0, 0.4, 0.0),
+    scene.add(piece.models.ring, hoop, position=(0.0, 0.4, 0.0),
               rotation=(90.0, 0.0, line(0.0, 160.0, 800)), scale=(3.0, 9.0, 3.0),
               manipulators=[x_multiplier(9.0, (0.0, 0.0, -9.0), (0.0, 0.0, 12.0))])
     for x in (-7.0, 7.0):
@@ -859,15 +851,14 @@ def add_ending(piece):
     warm = spline([(0, 0.10), (200, 0.25), (400, 1.0), (800, 1.1)])
     day_knots = [(0, 0.10), (150, 0.20), (360, 0.75), (520, 1.0), (800, 1.0)]
     day = spline(day_knots)
-    front = Light(warm * (CREAM * 0.5), (0.0, 3.0, 9.0), ambient=(0.18, 0.10, 0.10),
+    front = Light(warm * (CREAM * 1.3), (0.0, 3.0, 9.0), ambient=(0.46, 0.26, 0.18),
                   name="last front")
-    sun = Light(warm * GOLD, (0.0, 2.2, -3.0), name="last sun")
     above = Light((warm * 0.52 + 0.20) * Color(1, 0.78, 0.66), (0, 30, -40), name="last sky")
     fading = hold(1.0, 440).then(line(1.0, 0.0, 90)).then(0.0)
     letters = {}
     for name, alpha, color in (("vale", 1.0, GILT), ("quor", fading, fading * GILT)):
-        lit = piece.lit(recipes.lit_color(GILT, light=front, alpha=alpha, name=name), sun, color * 0.3)
-        letters[name] = lit, recipes.added_environment(color * 0.22, texture=piece.textures.sheen,
+        lit = piece.lit(recipes.lit_color(GILT, light=front, alpha=alpha, name=name))
+        letters[name] = lit, recipes.added_environment(color * 0.50, texture=piece.textures.sheen,
                                                        name=name + " sheen")
     rest = 1.0 - day
     night = recipes.bitmap(rest * WHITE, bitmap=piece.bitmaps.dusk, name="last night")
@@ -898,7 +889,6 @@ def add_ending(piece):
         scene.add(model, sheen, position=(x, -0.34, 0.0), **visible)
     camera = path([(0, (0.0, 0.9, 12.0), (0.0, 0.3, 0.0)), (420, (0.0, 0.6, 10.0), (0.0, 0.2, 0.0)),
                    (800, (1.6, 0.4, 8.4), (1.3, 0.2, 0.0))], 46.0)
-    piece.bloom(0, 800, scene, camera, fog=Fog(9.0, 24.0, piece.darkness))
     piece.sky([(0, 800, camera)], sky)
     piece.show(STAGE, 0, 800, scene, camera, "clear_depth", fog=Fog(16.0, 80.0, haze))
 

@@ -58,7 +58,7 @@ def make_knot():
         return add(centre(u), add(scale(out, radius * cos_turns(v)),
                                   scale(side, radius * sin_turns(v))))
 
-    mesh.surface(tube, 240, 14, tiles=(24.0, 2.0))
+    mesh.surface(tube, 200, 12, tiles=(24.0, 2.0))
     return mesh
 
 
@@ -66,7 +66,7 @@ def make_crystal():
     """A bevelled star of seven points, drawn out to both sides and twisted."""
     mesh = Mesh()
     levels = [(-1.0, 0.0), (-0.86, 0.34)]
-    levels += [(-0.86 + 1.72 * k / 16, 0.34 + 0.16 * sin_turns(k / 32)) for k in range(1, 16)]
+    levels += [(-0.86 + 1.72 * k / 10, 0.34 + 0.16 * sin_turns(k / 20)) for k in range(1, 10)]
     levels += [(0.86, 0.34), (1.0, 0.0)]
 
     def ring(level):
@@ -84,7 +84,7 @@ def make_crystal():
             n = (k + 1) % 14
             quad = [rings[j][n], rings[j][k], rings[j + 1][k], rings[j + 1][n]]
             across = (k / 2.0, (k + 1) / 2.0)
-            down = (1.0 - j / 18.0, 1.0 - (j + 1) / 18.0)
+            down = (1.0 - j / 12.0, 1.0 - (j + 1) / 12.0)
             mesh.flat(quad, [(across[1], down[0]), (across[0], down[0]), (across[0], down[1]),
                              (across[1], down[1])])
     return mesh
@@ -121,7 +121,7 @@ def make_blossom():
         flat = r1 * cos_turns(latitude) * r2
         return (flat * cos_turns(u), r2 * sin_turns(latitude), -flat * sin_turns(u))
 
-    mesh.surface(point, 96, 36, tiles=(6.0, 3.0))
+    mesh.surface(point, 78, 30, tiles=(6.0, 3.0))
     return mesh
 
 
@@ -131,7 +131,7 @@ def make_gear():
     teeth = 24
     outline = []
     for k in range(teeth):
-        for part, radius in ((0.0, 0.86), (0.30, 0.86), (0.40, 1.0), (0.74, 1.0), (0.84, 0.86)):
+        for part, radius in ((0.30, 0.86), (0.40, 1.0), (0.74, 1.0), (0.84, 0.86)):
             outline.append((radius, (k + part) / teeth))
 
     def at(radius, turn, z):
@@ -156,7 +156,7 @@ def make_gear():
             mesh.flat([at(s1, q1, half), at(s1, q1, -half), at(s0, q0, -half), at(s0, q0, half)])
 
     rim(outline, [(0.68, turn) for _, turn in outline], 0.12, 0.025)
-    rim([(0.26, k / 36) for k in range(36)], [(0.11, k / 36) for k in range(36)], 0.17, 0.03)
+    rim([(0.26, k / 24) for k in range(24)], [(0.11, k / 24) for k in range(24)], 0.17, 0.03)
     for k in range(6):
         turn = k / 6
         along = (cos_turns(turn), sin_turns(turn), 0.0)
@@ -181,14 +181,14 @@ def make_arcade():
     column = [(0.62, 0.0), (0.62, 0.22), (0.54, 0.30), (0.46, 0.42), (0.40, 4.0), (0.46, 4.06),
               (0.46, 4.14), (0.60, 4.42)]
     for x in (-3.0, 3.0):
-        lathe(mesh, column, 24, flutes=12, flute_depth=0.14, center=(x, 0.0, 0.0))
+        lathe(mesh, column, 16, flutes=8, flute_depth=0.14, center=(x, 0.0, 0.0))
         box(mesh, (x - 0.66, 4.42, -0.66), (x + 0.66, 4.72, 0.66))
         box(mesh, (x - 0.72, -0.25, -0.72), (x + 0.72, 0.0, 0.72))
 
     def at(radius, k, z):
-        return (radius * cos_turns(k / 48.0), 4.72 + radius * sin_turns(k / 48.0), z)
+        return (radius * cos_turns(k / 32.0), 4.72 + radius * sin_turns(k / 32.0), z)
 
-    for k in range(24):
+    for k in range(16):
         for r, z in ((2.5, 0.5), (2.62, 0.58)):
             top = 2.62 if r == 2.5 else 3.5
             mesh.flat([at(r, k, z), at(top, k, z), at(top, k + 1, z), at(r, k + 1, z)])
@@ -208,8 +208,7 @@ def make_arcade():
 def make_tower():
     """A lattice mast, 8 high and 2 wide at its foot, on four legs."""
     mesh = Mesh()
-
-    levels = 6
+    levels = 5
 
     def half(level):
         return 1.0 - 0.74 * power(level / levels, 0.8)
@@ -278,7 +277,7 @@ def make_terrain():
         d = 0.25
         return (height(x - d, z) - height(x + d, z), 2.0 * d, height(x, z - d) - height(x, z + d))
 
-    mesh.surface(point, 56, 32, tiles=(16.0, 8.0), normal_of=normal)
+    mesh.surface(point, 44, 26, tiles=(16.0, 8.0), normal_of=normal)
     return mesh
 
 
@@ -287,10 +286,10 @@ def sphere_coordinates(p):
     return (0.5 + 0.5 * p[0], 0.5 - 0.5 * p[1])
 
 
-def make_ember():
+def make_ember(fineness=3):
     """A sphere with slight hollows, smooth."""
     mesh = Mesh()
-    points, faces = icosphere(4)
+    points, faces = icosphere(fineness)
 
     def radius(p):
         return 1.0 + 0.035 * sin_turns(1.9 * p[0] + 0.7 * p[1]) * sin_turns(1.7 * p[1] + p[2])
@@ -301,9 +300,9 @@ def make_ember():
 
 
 def make_shell():
-    """A ball of 162 cells, pentagons and hexagons, each a thick frame about a hole."""
+    """A ball of 42 cells, pentagons and hexagons, each a thick frame about a hole."""
     mesh = Mesh()
-    points, faces = icosphere(2)
+    points, faces = icosphere(1)
     centres = [unit(add(add(points[a], points[b]), points[c])) for a, b, c in faces]
     around = [[] for _ in points]
     for number, face in enumerate(faces):
@@ -339,12 +338,12 @@ def make_stars():
     """Squares strewn over a ball of radius 1 that face its middle; most are small."""
     mesh = Mesh()
     noise = Noise(4711)
-    while len(mesh.faces) < 400:
+    while len(mesh.faces) < 200:
         p = (noise.between(-1.0, 1.0), noise.between(-1.0, 1.0), noise.between(-1.0, 1.0))
         if not 0.05 < dot(p, p) < 1.0:
             continue
         p = unit(p)
-        size = 0.006 + 0.020 * power(noise.next(), 4.0)
+        size = 0.007 + 0.022 * power(noise.next(), 4.0)
         across = scale(unit(cross(p, (0.3, 0.9, 0.2))), size)
         up = scale(unit(cross(across, p)), size)
         mesh.flat([add(p, add(scale(across, a), scale(up, b)))
@@ -372,22 +371,22 @@ def make_tread():
 
 
 def make_ring():
-    """A flat hoop of radius 1 in the plane y = 0, its edge notched 48 times."""
+    """A flat hoop of radius 1 in the plane y = 0, its edge notched 32 times."""
     mesh = Mesh()
-    for k in range(96):
+    for k in range(64):
         notched = k % 2
-        inner = 0.955 if notched else 0.94
-        half = 0.012 if notched else 0.022
+        inner, half = (0.955, 0.012) if notched else (0.94, 0.022)
 
         def at(r, y, turn):
-            return (r * cos_turns(turn / 96), y, -r * sin_turns(turn / 96))
+            return (r * cos_turns(turn / 64), y, -r * sin_turns(turn / 64))
 
         section = [(inner, -half), (1.0, -half), (1.0, half), (inner, half)]
         for j in range(4):
             (r0, y0), (r1, y1) = section[j], section[(j + 1) % 4]
             mesh.flat([at(r0, y0, k + 1), at(r1, y1, k + 1), at(r1, y1, k), at(r0, y0, k)])
-        mesh.flat([at(r, y, k) for r, y in section[::-1]])
-        mesh.flat([at(r, y, k + 1) for r, y in section])
+        if not notched:  # whose own ends are hidden
+            mesh.flat([at(r, y, k) for r, y in section[::-1]])
+            mesh.flat([at(r, y, k + 1) for r, y in section])
     return mesh
 
 
@@ -400,14 +399,14 @@ def make_dome():
         return (cos_turns(latitude) * cos_turns(u), sin_turns(latitude),
                 cos_turns(latitude) * sin_turns(u))
 
-    mesh.surface(point, 48, 24, tiles=(4.0, 1.0), normal_of=lambda u, v: scale(point(u, v), -1.0))
+    mesh.surface(point, 32, 16, tiles=(4.0, 1.0), normal_of=lambda u, v: scale(point(u, v), -1.0))
     return mesh
 
 
 def make_floor():
     """The square from -1 to 1 in the plane y = 0, fine enough to be lit."""
     mesh = Mesh()
-    mesh.surface(lambda u, v: (2.0 * u - 1.0, 0.0, 2.0 * v - 1.0), 32, 32, tiles=(8.0, 8.0),
+    mesh.surface(lambda u, v: (2.0 * u - 1.0, 0.0, 2.0 * v - 1.0), 24, 24, tiles=(8.0, 8.0),
                  normal_of=lambda u, v: (0.0, 1.0, 0.0))
     return mesh
 
@@ -534,6 +533,7 @@ MODELS = {
     "tower": make_tower,
     "terrain": make_terrain,
     "ember": make_ember,
+    "heart": lambda: make_ember(4),
     "shell": make_shell,
     "stars": make_stars,
     "tread": make_tread,
