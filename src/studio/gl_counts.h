@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 
-// What a picture asks of OpenGL, counted and timed beside the engine: the program is linked so that
-// the calls of a frame come through here on their way to the driver (--wrap, see CMakeLists.txt).
-// The same goes for the two routines that simulate. The player has none of it.
+// The calls of OpenGL that a picture makes, counted and timed beside the engine: the program is
+// linked so that the calls of a frame come through here on their way to the driver (--wrap, see
+// CMakeLists.txt). The same goes for the two routines that simulate. The player has none of it.
 #pragma once
 
 #include <cstdint>

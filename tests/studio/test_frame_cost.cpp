@@ -43,7 +43,7 @@ static void CloseLoaded(LoadedRun* loaded)
     ResetGl();
 }
 
-/// What a frame really draws.
+/// The draws that a frame really makes.
 static ClipDraws DrawFrame(LoadedRun* loaded, uint32_t tick)
 {
     TakeGlCalls();

@@ -125,7 +125,7 @@ def test_pixels_of_bitmaps_targets_and_effects(start: Start, tmp_path: Path) -> 
     studio = start(*SIZE, "--from", "2", folder)
     studio.until(lambda now: now["errors"] or now["loads"] == 1 and "node row 2, clip 1" in now["rects"])
     assert studio.state()["errors"] == []
-    # What the pass draws into is part of its clip. The panel shows its upper rows: the green square
+    # The target of the pass is part of its clip. The panel shows its upper rows: the green square
     # lies over the lower half, where y is 1.
     look(studio, 'node bitmap 1 "target.png"', "bitmap 1")
     rows = [pixel(studio, 0.5, y) for y in (0.1, 0.98)]

@@ -17,7 +17,7 @@ struct LiteralSearch
     LiteralHint hint;
 };
 
-/// What to write where.
+/// A text and the place that it goes to.
 struct LiteralEdit
 {
     TextRange range;

@@ -9,7 +9,7 @@
 
 #include "engine/data/demo_document.h"
 
-/// What a clip draws at a tick.
+/// The draws of a clip at a tick.
 struct ClipDraws
 {
     uint32_t row, clip; // from 0
@@ -42,7 +42,7 @@ void StartPieceCost(uint32_t endTick, PieceCost* cost);
 /// @return whether all are counted
 bool StepPieceCost(const DemoDocument* document, bool hasBuffers, uint32_t values, PieceCost* cost);
 
-/// What one clip of a picture took, as measured.
+/// The measured cost of one clip of a picture.
 struct ClipCost
 {
     uint32_t row, clip; // from 0; kNoClip for what belongs to none
@@ -55,7 +55,7 @@ struct ClipCost
 
 inline constexpr uint32_t kNoClip = 0xFFFFFFFF;
 
-/// What one picture took. Times are of the processor's one thread.
+/// The measured cost of one picture. Times are of the processor's one thread.
 struct FrameCost
 {
     uint32_t tick;

@@ -45,7 +45,7 @@ DocumentHashes HashDocument(DemoDocument* document, PackageFile* package, bool i
 /// The most bytes that are kept. What comes after them is made anew each time.
 inline constexpr size_t kMostKeptBytes = size_t{512} << 20;
 
-/// What the last piece was made into. Belongs to the thread that loads.
+/// The results of the last piece. Belongs to the thread that loads.
 struct KeptItems
 {
     SectionReader readers[kSectionCount];
