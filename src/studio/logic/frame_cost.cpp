@@ -12,8 +12,7 @@
 #include "engine/geometry/manipulator.h"
 #include "engine/render/records/scene.h"
 #include "engine/render/records/timeline.h"
-
-static constexpr uint32_t kTicksOfASecond = 100;
+#include "studio/logic/piece_fields.h"
 
 static float ValueAt(const DemoDocument* document, uint32_t id, uint32_t time)
 {
@@ -95,24 +94,14 @@ std::vector<ClipDraws> CountDraws(const DemoDocument* document, bool hasBuffers,
 {
     std::vector<ClipDraws> counted;
     const Timeline* timeline = document->timeline;
-    const uint32_t second = std::min(tick / kTicksOfASecond, kTimelineSeconds - 1);
-    if (timeline->clipCount[0] == 0 || timeline->slotIndex[0][second] == kEmptySlot)
+    for (const ActiveClip& active : ListActiveClips(timeline, tick))
     {
-        return counted; // row 0 alone decides whether there is anything
-    }
-    for (uint32_t row = 0; row < kTimelineRows; ++row)
-    {
-        uint32_t clip = 0;
-        uint32_t local = 0;
-        if (!FindClip(timeline, row, second, tick, &clip, &local))
-        {
-            continue;
-        }
-        ClipDraws draws = {row, clip, 0, 0};
-        const Scene* scene = GetRecord<Scene>(timeline->sceneId[row][clip], document->scenes);
+        ClipDraws draws = {active.row, active.clip, 0, 0};
+        const Scene* scene =
+            GetRecord<Scene>(timeline->sceneId[active.row][active.clip], document->scenes);
         for (uint32_t n = 0; scene != nullptr && n < scene->objectCount; ++n)
         {
-            AddObject(document, scene, n, local + timeline->offset[row][clip], hasBuffers, &draws);
+            AddObject(document, scene, n, active.time, hasBuffers, &draws);
         }
         counted.push_back(draws);
     }
