@@ -175,7 +175,8 @@ def orbit(center: Sequence[float], radius: float, height: float, length: int, tu
           start: float = 0.0, fov: Value = 60.0) -> Camera:
     """A camera that circles a point in `length` ticks, `height` above it, and looks at it.
 
-    `turns` may be below 0 and below 1; `start` is where it begins, in turns, 0 in front (towards larger z).
+    `turns` may be below 0 and below 1; `start` is where it begins, in turns, 0 in front (towards
+    larger z).
     """
     center = _point("orbit", "center", center)
     keys = []
