@@ -15,11 +15,14 @@ from collections.abc import Sequence
 from dataclasses import dataclass
 from typing import Final
 
+from quorvale.facts import nearest
 from quorvale.meshes import Mesh, Point
 
 Flat = tuple[float, float]
 Contour = list[Flat]
 _FOLDERS: Final = ("/usr/share/fonts", "/usr/local/share/fonts")
+_SHOWN_FONTS: Final = 12
+_CURE: Final = 'Font.find("DejaVuSans-Bold") (Debian: apt install fonts-dejavu-core)'
 
 
 @dataclass(frozen=True)
@@ -31,10 +34,14 @@ class Glyph:
 
 
 class Font:
-    """A TrueType font: `Font("DejaVuSans.ttf")`."""
+    """A TrueType font of a file: `Font("DejaVuSans.ttf")` lies beside piece.py."""
 
     def __init__(self, path: str) -> None:
-        self.data = pathlib.Path(path).read_bytes()
+        try:
+            self.data = pathlib.Path(path).read_bytes()
+        except OSError as error:
+            raise ValueError(f'Font(): "{path}" can\'t be read: {error.strerror}. Put the file '
+                             f'beside piece.py, or take a font of the machine: {_CURE}') from None
         if self.data[:4] not in (b"\0\1\0\0", b"true"):
             raise ValueError(f'Font(): "{path}" holds no TrueType outlines')
         self.tables: dict[bytes, int] = {}
@@ -49,10 +56,19 @@ class Font:
     @staticmethod
     def find(name: str) -> Font:
         """A font of the machine by its file's name, such as "DejaVuSans-Bold"."""
+        found: dict[str, pathlib.Path] = {}
         for folder in _FOLDERS:
-            for path in sorted(pathlib.Path(folder).rglob(name + ".ttf")):
-                return Font(str(path))
-        raise ValueError(f'Font.find(): there is no "{name}.ttf" below {" or ".join(_FOLDERS)}')
+            for path in sorted(pathlib.Path(folder).rglob("*.ttf")):
+                found.setdefault(path.stem, path)
+        if name in found:
+            return Font(str(found[name]))
+        there = ", ".join(sorted(found)[:_SHOWN_FONTS])
+        more = ", ..." if len(found) > _SHOWN_FONTS else ""
+        raise ValueError(f'Font.find(): there is no "{name}.ttf" below {" or ".join(_FOLDERS)}'
+                         f'{nearest(name, found)}\n'
+                         f"  there are: {there or 'none'}{more}\n"
+                         f"  install it (Debian: apt install fonts-dejavu-core brings DejaVuSans-"
+                         f'Bold), or put a .ttf file beside piece.py: Font("{name}.ttf")')
 
     def _u16(self, at: int) -> int:
         return int.from_bytes(self.data[at:at + 2], "big")

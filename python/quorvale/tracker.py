@@ -123,6 +123,8 @@ class Tune:
 
     def __init__(self, rows: int, channels: int, tempo: int = 125, speed: int = 6,
                  name: str = "", maker: str = "quorvale") -> None:
+        if not 1 <= rows <= 256 * _PATTERN_ROWS:
+            raise ValueError(f"Tune(): a module has 1 to {256 * _PATTERN_ROWS} rows, not {rows}")
         if not 1 <= channels <= 32:
             raise ValueError(f"Tune(): a module has 1 to 32 channels, not {channels}")
         if not 32 <= tempo <= 255 or not 1 <= speed <= 31:
@@ -144,13 +146,28 @@ class Tune:
 
     def play(self, channel: int, row: int, note: Union[int, str], instrument: int,
              volume: int = 64) -> None:
-        """A note at a row; past the last row none."""
+        """A note at a row; past the last row none. `channel` counts from 0, `instrument` is what
+        `instrument()` gave, `volume` 0 to 64.
+        """
+        number = note_number(note) if isinstance(note, str) else note
+        self._check_channel("play", channel)
+        if not isinstance(instrument, int) or not 1 <= instrument <= len(self.instruments):
+            given = instrument if isinstance(instrument, int) else type(instrument).__name__
+            raise ValueError(f"play(): the instrument is a number that tune.instrument(...) gave, "
+                             f"1 to {len(self.instruments)}, not {given}")
+        if not 0 <= volume <= 64:
+            raise ValueError(f"play(): the volume is 0 to 64, not {volume}")
         if 0 <= row < len(self.cells):
-            number = note_number(note) if isinstance(note, str) else note
             self.cells[row][channel][:3] = [number, instrument, SET_VOLUME + volume]
+
+    def _check_channel(self, maker: str, channel: int) -> None:
+        if not 0 <= channel < self.channels:
+            raise ValueError(f"{maker}(): the channel is 0 to {self.channels - 1}, as the tune has "
+                             f"{self.channels}, not {channel}")
 
     def stop(self, channel: int, row: int) -> None:
         """Lets go of a channel's note, unless a new one begins there."""
+        self._check_channel("stop", channel)
         if row < len(self.cells) and self.cells[row][channel][0] == 0:
             self.cells[row][channel][0] = NOTE_OFF
 
@@ -180,7 +197,10 @@ class Tune:
             self.volume(channel, row, value // (last - first))
 
     def bytes(self) -> bytes:
-        """The module's file."""
+        """The module's file. ValueError without an instrument: nothing plays such a module."""
+        if not self.instruments:
+            raise ValueError("Tune(): a module has an instrument at least, even a silent one: "
+                             'tune.instrument(Instrument("none", tone(64, (1,))))')
         rows = self.cells
         patterns = [_pattern(rows[first:first + _PATTERN_ROWS])
                     for first in range(0, len(rows), _PATTERN_ROWS)]
@@ -197,8 +217,9 @@ class Tune:
 
     def write(self, path: str, rows_per_beat: int = 4) -> Music:
         """Writes the module and gives its rows in ticks."""
+        data = self.bytes()
         with open(path, "wb") as stream:
-            stream.write(self.bytes())
+            stream.write(data)
         return Music(path, rows_per_beat)
 
 

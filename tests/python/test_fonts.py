@@ -5,6 +5,7 @@ import string
 
 import pytest
 
+import quorvale.fonts
 from quorvale.fonts import Font, _area, triangulate
 
 LETTERS = string.ascii_letters + string.digits + "ßäéñ@&%#§?!ØЖДфΩ"
@@ -41,8 +42,18 @@ def test_what_a_font_lacks_is_named(font):
         font.mesh("\U00013000")
     with pytest.raises(ValueError, match="no letters"):
         font.mesh("  ")
-    with pytest.raises(ValueError, match='there is no "NoSuchFont.ttf"'):
-        Font.find("NoSuchFont")
+
+
+def test_a_missing_font_is_told_with_those_there_are(tmp_path, monkeypatch):
+    with pytest.raises(ValueError, match='there is no "DejaVuSans-Bolt.ttf".*mean "DejaVuSans-Bold"') as raised:
+        Font.find("DejaVuSans-Bolt")
+    assert "apt install fonts-dejavu-core" in str(raised.value)
+    assert 'put a .ttf file beside piece.py: Font("DejaVuSans-Bolt.ttf")' in str(raised.value)
+    with pytest.raises(ValueError, match='none.ttf" can\'t be read.*beside piece.py.*Font.find'):
+        Font(str(tmp_path / "none.ttf"))
+    monkeypatch.setattr(quorvale.fonts, "_FOLDERS", (str(tmp_path),))
+    with pytest.raises(ValueError, match="there are: none"):
+        Font.find("Any")
 
 
 def test_accents_are_parts_of_their_letter(font):

@@ -21,6 +21,7 @@ def test_a_tune_reads_back_as_its_rows(tmp_path):
 
 def test_patterns_are_played_in_their_order(tmp_path):
     tune = Tune(rows=128, channels=1, tempo=250, speed=2)
+    tune.instrument(Instrument("bass", tone(64, (1,))))
     tune.order = [1, 0, 1]
     music = tune.write(str(tmp_path / "tune.xm"))
     assert len(music.rows) == 192 and music.end == 2 * 192
@@ -61,6 +62,28 @@ def test_what_a_module_can_not_hold_is_refused():
         note_number("H-4")
     with pytest.raises(ValueError, match="the loop is 0 to 4 samples long, not 5"):
         Instrument("a", [0.0] * 4, loop=5)
+    with pytest.raises(ValueError, match="1 to 16384 rows, not 0"):
+        Tune(rows=0, channels=1)
+
+
+def test_a_tune_without_instruments_is_refused(tmp_path):
+    with pytest.raises(ValueError, match=r"an instrument at least.*tune.instrument\(Instrument"):
+        Tune(rows=64, channels=1).write(str(tmp_path / "tune.xm"))
+    assert not (tmp_path / "tune.xm").exists()
+
+
+def test_notes_name_what_the_tune_has():
+    tune = Tune(rows=4, channels=2)
+    bass = Instrument("bass", tone(64, (1,)))
+    number = tune.instrument(bass)
+    for arguments, text in (((2, 0, "C-4", number), "play.*the channel is 0 to 1, as the tune has 2, not 2"),
+                            ((0, 0, "C-4", 2), "gave, 1 to 1, not 2"),
+                            ((0, 0, "C-4", bass), "gave, 1 to 1, not Instrument"),
+                            ((0, 0, "C-4", number, 65), "the volume is 0 to 64, not 65")):
+        with pytest.raises(ValueError, match=text):
+            tune.play(*arguments)
+    with pytest.raises(ValueError, match="stop.*the channel is 0 to 1"):
+        tune.stop(2, 0)
 
 
 def test_silence_is_no_division_by_nothing():
