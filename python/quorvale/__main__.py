@@ -115,10 +115,13 @@ def new(folder: str) -> int:
         with open(path, "x", encoding="utf-8", newline="\n") as stream:
             stream.write(text)
     except FileExistsError:
-        sys.stderr.write(f'"{path}" is there already\n')
+        what = f'"{path}" is there already: build it by dpk build {folder}, or give another name'
+        if not os.path.isdir(folder):
+            what = f'"{folder}" is a file: give another name'
+        sys.stderr.write(f"dpk: {what}\n")
         return 1
     except OSError as error:
-        sys.stderr.write(f"{error.filename}: {error.strerror}\n")
+        sys.stderr.write(f"dpk: {error.filename}: {error.strerror}\n")
         return 1
     print(f"{path}: a piece to change; now: dpk build {folder}")
     return 0

@@ -469,14 +469,15 @@ static bool RunCreate(const Arguments& arguments)
 
 static bool RunBuild(const Arguments& arguments)
 {
-    if (HasPieceScript(arguments.file) && !RunPieceScript(arguments.file))
+    const std::string package =
+        arguments.package.empty() ? PackageOfFolder(arguments.file) : arguments.package;
+    // A script may take long, so it runs only if its package has a place.
+    if (!MayOverwrite(package, FileKind::kPackage, arguments.isForced) ||
+        (HasPieceScript(arguments.file) && !RunPieceScript(arguments.file)))
     {
         return false;
     }
-    return BuildFolder(arguments.file,
-                       arguments.package.empty() ? PackageOfFolder(arguments.file)
-                                                 : arguments.package,
-                       ChosenBuild(arguments));
+    return BuildFolder(arguments.file, package, ChosenBuild(arguments));
 }
 
 static bool RunUnbuild(const Arguments& arguments)

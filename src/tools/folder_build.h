@@ -10,7 +10,8 @@
 //   a grey image                              the same image as RGB or RGBA
 //   any other file                            as it is, under its own name
 //
-// Files that no document names are strangers and left out, if there is a demo.xml.
+// Files that no document names are strangers and left out, if there is a demo.xml. Fonts, .ttf and
+// .otf, are left out without a word: a piece.py reads them.
 //
 // Endings count in any case of letters. Sub-folders, pipes and the like are left out, and so is the
 // package itself. Entries are sorted by the bytes of their names, so that the same folder

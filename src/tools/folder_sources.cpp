@@ -278,6 +278,13 @@ static std::set<std::string> FindMeant(const std::vector<SourceFile>& files,
     return meant;
 }
 
+/// Fonts are read by a piece.py, which turns their letters into meshes: no stranger, though no
+/// document names them.
+static bool IsFont(const std::string& name)
+{
+    return HasEnding(name, ".ttf") || HasEnding(name, ".otf");
+}
+
 /// Whether a file has a place in the package.
 static bool IsWanted(const SourceFile& file, const std::set<std::string>& named,
                      const std::set<std::string>& meant)
@@ -338,7 +345,10 @@ bool ListSources(const std::string& folder, const SourceChoice& choice, FolderSo
     {
         if (hasStrangers && !IsWanted(file, sources->named, meant))
         {
-            sources->strangers.push_back(file.fileName);
+            if (!IsFont(file.fileName))
+            {
+                sources->strangers.push_back(file.fileName);
+            }
             continue;
         }
         file.mesh = MeshOptionsOf(mesh, file.fileName);

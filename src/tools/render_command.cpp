@@ -26,6 +26,8 @@ static bool Exists(const std::string& path)
 
 // ---- What lies there
 
+/// Asked once before the piece is made, for the first picture alone where pictures have a file
+/// each, and once when their number is known.
 /// @return false after an error line: something would be written over
 static bool IsPlaceFree(const RenderOptions& options, const RenderPlan& plan)
 {
@@ -606,9 +608,11 @@ int RenderPiece(const std::string& piece, const RenderOptions& options)
     {
         return kExitFailed;
     }
+    plan.first = 0;
+    plan.end = 1;
     RenderSource source = {};
     int exitCode = kExitFailed;
-    if (OpenRenderSource(piece, !options.noSound, &source) &&
+    if (IsPlaceFree(options, plan) && OpenRenderSource(piece, !options.noSound, &source) &&
         PlanPictures(options, source, &plan) && IsPlaceFree(options, plan))
     {
         exitCode = CarryOut(options, plan, source);

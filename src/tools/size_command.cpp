@@ -68,13 +68,19 @@ static bool ReadEntries(const ListedPackage& package, std::vector<PieceEntry>* e
     return true;
 }
 
+static std::string BytesText(uint64_t count)
+{
+    return std::to_string(count) + (count == 1 ? " byte" : " bytes");
+}
+
 static void PrintUnused(const std::vector<SizeRow>& rows, const ShrinkReport& report)
 {
     for (const SizeRow& row : rows)
     {
         if (row.isUnused)
         {
-            printf("unused: \"%s\", %.0f bytes\n", Printable(row.label).c_str(), row.bytes);
+            printf("unused: \"%s\", %s\n", Printable(row.label).c_str(),
+                   BytesText(static_cast<uint64_t>(row.bytes)).c_str());
         }
     }
     for (const std::string& item : report.items)
@@ -135,17 +141,17 @@ static bool PrintSavings(const ListedPackage& package, std::vector<PieceEntry>* 
         if (found == sizes.end())
         {
             saved += entry.size + kPackageEntrySize;
-            printf("would go: \"%s\", %u bytes and %u of the directory\n",
-                   Printable(entry.name).c_str(), entry.size, kPackageEntrySize);
+            printf("would go: \"%s\", %s and %u of the directory\n", Printable(entry.name).c_str(),
+                   BytesText(entry.size).c_str(), kPackageEntrySize);
         }
         else if (found->second < entry.size)
         {
             saved += entry.size - found->second;
-            printf("would shrink: \"%s\" by %zu bytes, to %zu\n", Printable(entry.name).c_str(),
-                   entry.size - found->second, found->second);
+            printf("would shrink: \"%s\" by %s, to %zu\n", Printable(entry.name).c_str(),
+                   BytesText(entry.size - found->second).c_str(), found->second);
         }
     }
-    printf("would shrink: all of them by %llu bytes\n", static_cast<unsigned long long>(saved));
+    printf("would shrink: all of them by %s\n", BytesText(saved).c_str());
     return true;
 }
 

@@ -234,6 +234,21 @@ static void WriteNamed(const TemporaryFolder& folder)
     folder.Write("src/sky.tga", grey);
 }
 
+TEST(DpkBuild, FontsAreLeftOutWithoutAWord)
+{
+    TemporaryFolder folder;
+    WriteNamed(folder);
+    folder.Write("src/letters.ttf", "font");
+    folder.Write("src/LETTERS.OTF", "font");
+    const DpkRun run = RunDpk(folder, {"build", "--force", "src", "-o", "p.dpk"});
+    EXPECT_EQ(run.err, "");
+    EXPECT_EQ(run.out.find("letters.ttf"), std::string::npos) << run.out;
+    EXPECT_EQ(run.out.find("LETTERS.OTF"), std::string::npos) << run.out;
+    EXPECT_EQ(RunDpk(folder, {"list", "p.dpk"}).out.find("letters.ttf"), std::string::npos);
+    RunDpk(folder, {"build", "--force", "--also=*.ttf", "src", "-o", "p.dpk"});
+    EXPECT_NE(RunDpk(folder, {"list", "p.dpk"}).out.find("letters.ttf"), std::string::npos);
+}
+
 TEST(DpkBuild, StrangersAreLeftOutOrRefused)
 {
     TemporaryFolder folder;

@@ -293,6 +293,17 @@ TEST(DeflateCost, ADamagedStreamIsTold)
     EXPECT_FALSE(MeasureContainer({1, 0, 0, 0, 0x78, 0xDA, 0x4B}, &bits));
 }
 
+TEST(DpkSize, SaysOneByteAndTwoBytes)
+{
+    TemporaryFolder folder;
+    folder.Write("p.dpk", Package(SmallDocument(), {{"one.png", "x"}, {"two.png", "xx"}}));
+    const DpkRun run = RunDpk(folder, {"size", "p.dpk", "--small"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    ExpectIn(run.out, "unused: \"one.png\", 1 byte\n");
+    ExpectIn(run.out, "unused: \"two.png\", 2 bytes\n");
+    ExpectIn(run.out, "would go: \"one.png\", 1 byte and 40 of the directory\n");
+}
+
 TEST(DpkSize, TellsEntriesItemsAndWhatNothingUses)
 {
     TemporaryFolder folder;

@@ -53,8 +53,20 @@ TEST(NewCommand, LeavesAPieceThatIsThereAlone)
     folder.Write("mine/piece.py", "# mine\n");
     const DpkRun run = RunDpk(folder, {"new", "mine"});
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(run.err, "\"mine/piece.py\" is there already\n");
+    EXPECT_EQ(run.err,
+              "dpk: \"mine/piece.py\" is there already: build it by dpk build mine, or give "
+              "another name\n");
     EXPECT_EQ(folder.Read("mine/piece.py"), "# mine\n");
+}
+
+TEST(NewCommand, TellsOfAFileInTheFoldersPlace)
+{
+    TemporaryFolder folder;
+    folder.Write("mine", "text");
+    const DpkRun run = RunDpk(folder, {"new", "mine"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "dpk: \"mine\" is a file: give another name\n");
+    EXPECT_EQ(folder.Read("mine"), "text");
 }
 
 TEST(BuildOfAScript, RunsItInItsFolderFirst)
@@ -67,6 +79,17 @@ TEST(BuildOfAScript, RunsItInItsFolderFirst)
     run = RunDpk(folder, {"list", "other.dpk"});
     EXPECT_NE(run.out.find("demo.xmlz"), std::string::npos);
     EXPECT_EQ(run.out.find("origins"), std::string::npos);
+}
+
+TEST(BuildOfAScript, RunsNothingWhereItsPackageHasNoPlace)
+{
+    TemporaryFolder folder;
+    folder.Write("mine/piece.py", "open('ran', 'w')\n");
+    folder.Write("mine.txt", "text");
+    const DpkRun run = RunDpk(folder, {"build", "mine", "-o", "mine.txt"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "dpk: mine.txt: it exists and is no package; --force writes over it\n");
+    EXPECT_EQ(FilesIn(folder).find("ran"), std::string::npos);
 }
 
 TEST(BuildOfAScript, ShowsTheAuthorsOwnLinesOfAnError)
@@ -146,7 +169,10 @@ TEST(BuildOfAScript, TellsFindingsWithTheAuthorsLines)
                              "    called from mine/piece.py:5\n"
                              "    written to mine/demo.xml:5:3\n"
                              "    <model filename=\"ship.model\"/>\n"
-                             "    ^\n";
+                             "    ^\n"
+                             "    cure: put a file \"ship.obj\" into the folder that is built, "
+                             "beside demo.xml, or let piece.py make it: "
+                             "Mesh().write(\"ship.obj\")\n";
     EXPECT_EQ(run.out, told);
 
     run = RunDpk(folder, {"check", "mine", "--only", "missing-entry"});
@@ -168,11 +194,13 @@ TEST(BuildOfAScript, KeepsTheOldPackageWhenTheScriptFails)
     TemporaryFolder folder;
     RunDpk(folder, {"new", "mine"});
     folder.Write("mine/piece.py", "raise SystemExit(3)\n");
-    folder.Write("old.dpk", "old");
+    RunDpk(folder, {"create", "old.dpk", "mine/piece.py"});
+    const std::string old = folder.Read("old.dpk");
     const DpkRun run = RunDpk(folder, {"build", "mine", "-o", "old.dpk"});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.err, "dpk: \"mine/piece.py\" ended with code 3; nothing is packed\n");
-    EXPECT_EQ(folder.Read("old.dpk"), "old");
+    EXPECT_FALSE(old.empty());
+    EXPECT_EQ(folder.Read("old.dpk"), old);
 }
 
 TEST(BuildOfAScript, NamesThePackageAfterItsFolder)

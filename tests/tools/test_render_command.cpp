@@ -446,6 +446,30 @@ TEST_F(RenderCommand, NothingIsWrittenOverUnasked)
     EXPECT_EQ(Render({"--size", "32x24", "--at", "0", "-o", "still.png", "--force"}).exitCode, 0);
 }
 
+TEST_F(RenderCommand, APlaceThatIsTakenIsToldBeforeTheBuild)
+{
+    folder.Write("src/piece.py", "open('ran', 'w')\n");
+    folder.Write("taken.png", "mine");
+    folder.Write("taken.mp4", "mine");
+    folder.Write("p/0.ppm", "mine");
+    package = "src";
+    const std::vector<std::vector<std::string>> cases = {
+        {"--at", "0", "-o", "taken.png"},
+        {"--sheet", "2x2", "-o", "taken.png"},
+        {"-o", "taken.mp4"},
+        {"-o", "p/%d.ppm"},
+        {"--thumbnail", "64", "-o", "taken.png"},
+    };
+    for (const std::vector<std::string>& arguments : cases)
+    {
+        const DpkRun run = Render(arguments);
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_NE(run.err.find("it is there already; --force writes over it"), std::string::npos)
+            << run.err;
+        EXPECT_FALSE(Has("src/ran"));
+    }
+}
+
 TEST_F(RenderCommand, ResumingDrawsWhatIsMissing)
 {
     ASSERT_EQ(RenderStretch({"-o", "p/%05d.png"}).exitCode, 0);

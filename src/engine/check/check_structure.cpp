@@ -729,15 +729,37 @@ static FaultWords WordsOf(const Fault& fault)
             false};
 }
 
-/// The entry whose name is nearest to the one that a fault quotes.
-static std::string NearestEntry(const CheckContext* context, const Fault& fault)
+/// Tells how a file comes into the package: which, where it has to lie, and how piece.py makes it.
+static std::string MissingFileCure(Section section, const std::string& entry)
+{
+    static constexpr std::string_view kModel = ".model";
+    const bool isMesh = section == Section::kModels && entry.ends_with(kModel);
+    const std::string stem = entry.substr(0, entry.size() - (isMesh ? kModel.size() : 0));
+    const std::string file = isMesh ? stem + ".obj" : entry;
+    std::string cure = FormatText(
+        "put a file \"%s\" into the folder that is built, beside demo.xml", file.c_str());
+    if (isMesh)
+    {
+        cure += FormatText(", or let piece.py make it: Mesh().write(\"%s\")", file.c_str());
+    }
+    else if (section == Section::kBitmaps && entry.ends_with(".png"))
+    {
+        cure += FormatText(", or let piece.py make it: write_png(\"%s\", 256, 256, 3, ...)",
+                           file.c_str());
+    }
+    return cure;
+}
+
+/// The entry whose name is nearest to the one that a fault quotes, else how to add one.
+static std::string MissingEntryCure(const CheckContext* context, const Fault& fault)
 {
     const char* quote = strchr(fault.text, '"');
-    const char* end = quote == nullptr ? nullptr : strchr(quote + 1, '"');
+    const char* end = quote == nullptr ? nullptr : strrchr(quote + 1, '"');
     if (end == nullptr)
     {
         return "";
     }
+    const std::string wanted(quote + 1, end);
     std::vector<std::string> names;
     for (uint32_t i = 0; i < context->package.entryCount; ++i)
     {
@@ -751,8 +773,9 @@ static std::string NearestEntry(const CheckContext* context, const Fault& fault)
     {
         candidates.push_back(name.c_str());
     }
-    const char* nearest = FindNearest(std::string(quote + 1, end), candidates);
-    return nearest == nullptr ? "" : FormatText("there is an entry \"%s\"", nearest);
+    const char* nearest = FindNearest(wanted, candidates);
+    return nearest == nullptr ? MissingFileCure(fault.place.section, wanted)
+                              : FormatText("there is an entry \"%s\"", nearest);
 }
 
 static void TellFault(StructureWalk* walk, const Fault& fault)
@@ -768,7 +791,7 @@ static void TellFault(StructureWalk* walk, const Fault& fault)
     finding->place.document = walk->spot.checked->document.name;
     if (words.rule == Rule::kMissingEntry)
     {
-        finding->cure = NearestEntry(walk->spot.context, fault);
+        finding->cure = MissingEntryCure(walk->spot.context, fault);
     }
 }
 

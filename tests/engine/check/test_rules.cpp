@@ -369,6 +369,25 @@ TEST_F(RulesTest, TheNearestNameIsTheCure)
     EXPECT_EQ(word.findings[0].cure, "write \"dynamic\"");
 }
 
+TEST_F(RulesTest, AMissingFileIsToldWithTheWayToAddIt)
+{
+    const CheckResult mesh = CheckDemo(Changed("<models>", "square.model", "dragon fly.model"));
+    ASSERT_FALSE(mesh.findings.empty());
+    EXPECT_EQ(
+        mesh.findings[0].cure,
+        "put a file \"dragon fly.obj\" into the folder that is built, beside demo.xml, or let "
+        "piece.py make it: Mesh().write(\"dragon fly.obj\")");
+    const CheckResult image = CheckDemo(Changed("<bitmaps>", "alpha.tga", "mirror.png"));
+    ASSERT_FALSE(image.findings.empty());
+    EXPECT_EQ(image.findings[0].cure,
+              "put a file \"mirror.png\" into the folder that is built, beside demo.xml, or let "
+              "piece.py make it: write_png(\"mirror.png\", 256, 256, 3, ...)");
+    const CheckResult photo = CheckDemo(Changed("<bitmaps>", "alpha.tga", "photograph.jpg"));
+    ASSERT_FALSE(photo.findings.empty());
+    EXPECT_EQ(photo.findings[0].cure,
+              "put a file \"photograph.jpg\" into the folder that is built, beside demo.xml");
+}
+
 TEST(NearestName, LettersThatChangedPlacesAreOneChange)
 {
     EXPECT_STREQ(FindNearest("abdc", {"abxy", "abcd"}), "abcd");
