@@ -146,15 +146,15 @@ class Tune:
 
     def play(self, channel: int, row: int, note: Union[int, str], instrument: int,
              volume: int = 64) -> None:
-        """A note at a row; past the last row none. `channel` counts from 0, `instrument` is the number
-        that `instrument()` gave, 0 for the one before; `volume` is 0 to 64.
+        """A note at a row; past the last row none. `channel` counts from 0, `instrument` is the
+        number that `instrument()` gave, 0 for the one before; `volume` is 0 to 64.
         """
         number = note_number(note) if isinstance(note, str) else note
         self._check_channel("play", channel)
         if not isinstance(instrument, int) or not 0 <= instrument <= 128:
             given = instrument if isinstance(instrument, int) else type(instrument).__name__
-            raise ValueError(f"play(): the instrument is the number that tune.instrument(...) gave, "
-                             f"or 0 for the one before, not {given}")
+            raise ValueError(f"play(): the instrument is the number that tune.instrument(...) "
+                             f"gave, or 0 for the one before, not {given}")
         if not 0 <= volume <= 64:
             raise ValueError(f"play(): the volume is 0 to 64, not {volume}")
         if 0 <= row < len(self.cells):
