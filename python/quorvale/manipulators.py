@@ -46,7 +46,8 @@ def x_multiplier(count: Value, step: Sequence[Value] = (0, 0, 0), turn: Sequence
 
 
 def rippler(time: Value = 0, amplitude: Value = 0.1, wavelength: Value = 1) -> Manipulator:
-    """Bends the object by waves.
+    """Bends the object by waves: each coordinate c becomes c + amplitude * cos(wavelength * c +
+    time), in radians. So a wave is 6.28 / `wavelength` units long, and runs on while `time` grows.
 
     - `time`: the time
     - `amplitude`: the amplitude

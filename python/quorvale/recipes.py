@@ -3,6 +3,14 @@
 
     >>> lit = lit_color((1.0, 0.8, 0.5), light=Light(), alpha=0.9)
 
+What lies behind shows through an `alpha` below 1. Recipes that are "added" make the
+picture brighter by their own light, as flames and glass do, and black is not seen.
+
+Six recipes do not say how their color and their texture come together, and do it as the
+material that was drawn before them: nearly always by multiplying both. After a `cutout`
+the alpha comes of the texture alone; a small object with `bitmap` between the two
+puts that right.
+
 Made by scripts/make-python-words out of the engine's vocabulary.
 """
 
@@ -39,7 +47,7 @@ def lit_color(color: ColorLike = WHITE, *, light: Light | None = None, alpha: Va
 def texture(color: ColorLike = WHITE, *, texture: TextureLike | None = None, alpha: Value = 1,
             name: str | None = None) -> Material:
     """Procedural Texture: mixed with the picture by its alpha; textured by the mesh's own
-    coordinates; mixed as the object before had set it.
+    coordinates; color and texture come together as in the material drawn before.
 
     - `color`: the color, 0 to 1
     - `texture`: the texture
@@ -52,7 +60,7 @@ def lit_texture(color: ColorLike = WHITE, *, light: Light | None = None,
                 texture: TextureLike | None = None, alpha: Value = 1,
                 name: str | None = None) -> Material:
     """Procedural Texture + Light: lit by a light; mixed with the picture by its alpha; textured by
-    the mesh's own coordinates; mixed as the object before had set it.
+    the mesh's own coordinates; color and texture come together as in the material drawn before.
 
     - `color`: the color
     - `light`: the light
@@ -66,7 +74,7 @@ def lit_texture(color: ColorLike = WHITE, *, light: Light | None = None,
 def environment(color: ColorLike = WHITE, *, texture: TextureLike | None = None, alpha: Value = 1,
                 name: str | None = None) -> Material:
     """Procedural Environment mapping: mixed with the picture by its alpha; textured as if it
-    mirrored its surroundings; mixed as the object before had set it.
+    mirrored its surroundings; color and texture come together as in the material drawn before.
 
     - `color`: the color, 0 to 1
     - `texture`: the texture
@@ -79,7 +87,8 @@ def lit_environment(color: ColorLike = WHITE, *, light: Light | None = None,
                     texture: TextureLike | None = None, alpha: Value = 1,
                     name: str | None = None) -> Material:
     """Procedural Environment mapping + light: lit by a light; mixed with the picture by its alpha;
-    textured as if it mirrored its surroundings; mixed as the object before had set it.
+    textured as if it mirrored its surroundings; color and texture come together as in the material
+    drawn before.
 
     - `color`: the color
     - `light`: the light
@@ -202,7 +211,10 @@ def added_bump(color: ColorLike = WHITE, *, light: Light | None = None,
                name: str | None = None) -> Material:
     """Additive DOT3 bump mapping bitmap texture: lit by a light; added to the picture, so that
     alpha plays no part; the second bitmap by its second ones; textured as if it mirrored its
-    surroundings; black where OpenGL lacks the combiner.
+    surroundings; black where OpenGL lacks the combiner. The first bitmap is a mirroring ball with
+    the directions of its light as colors, the second has the directions in which the surface faces.
+    The light multiplies the first: where none falls nothing shines, but the direction of the shine
+    is the painted one, wherever the light stands.
 
     - `color`: the color
     - `light`: the light
@@ -229,8 +241,8 @@ def added_bitmap_environment(color: ColorLike = WHITE, *, bitmap: Bitmap | None 
                              alpha: Value = 1, turns: bool = False,
                              name: str | None = None) -> Material:
     """Additive bitmap environment mapping: added to the picture, so that alpha plays no part;
-    textured as if it mirrored its surroundings; the reflection may turn with the camera; mixed as
-    the object before had set it.
+    textured as if it mirrored its surroundings; the reflection may turn with the camera; color and
+    texture come together as in the material drawn before.
 
     - `color`: the color, 0 to 1
     - `bitmap`: the bitmap
@@ -279,7 +291,8 @@ def color_on_top(color: ColorLike = WHITE, *, alpha: Value = 1,
 def added_environment(color: ColorLike = WHITE, *, texture: TextureLike | None = None,
                       alpha: Value = 1, name: str | None = None) -> Material:
     """Additive Procedural Environment mapping: added to the picture, so that alpha plays no part;
-    textured as if it mirrored its surroundings; mixed as the object before had set it.
+    textured as if it mirrored its surroundings; color and texture come together as in the material
+    drawn before.
 
     - `color`: the color, 0 to 1
     - `texture`: the texture
