@@ -8,8 +8,22 @@
 
 #include "engine/data/allocate.h"
 
-/// The first distance. A copy then costs little beside the frames in between.
-static constexpr uint32_t kFirstDistance = 32;
+/// The distance at first, in steps. A frame that is not drawn takes some microseconds, and to keep
+/// 100 kB in memory that is new to the program as long as fifty of them: so the larger a state is,
+/// the fewer are kept. More than 256 frames simulated again would be felt by a hand that scrubs.
+static constexpr uint32_t kShortestDistance = 32;
+static constexpr uint32_t kLongestDistance = 256;
+static constexpr size_t kBytesOfAStep = 512;
+
+static uint32_t FirstDistance(size_t bytes)
+{
+    uint32_t distance = kShortestDistance;
+    while (distance < kLongestDistance && distance * kBytesOfAStep < bytes)
+    {
+        distance *= 2;
+    }
+    return distance;
+}
 
 bool KeepMoment(uint32_t step, const PieceState* state, const GlContext* gl, Moment* moment,
                 FaultList* faults)
@@ -36,6 +50,7 @@ bool StartMoments(const PieceState* state, const GlContext* gl, Moments* moments
 {
     const size_t bytes = PieceStateBytes(state) + ShadowStateBytes(&gl->shadow->state);
     const size_t room = std::min(kMomentsBytes / bytes, size_t{kMostMoments});
+    moments->firstDistance = FirstDistance(bytes);
     moments->capacity = std::max(static_cast<uint32_t>(room), kFewestMoments);
     moments->kept = AllocateZeroed<Moment>(moments->capacity, "moments of a run", faults);
     if (moments->kept == nullptr || !KeepMoment(0, state, gl, &moments->kept[0], faults))
@@ -49,7 +64,7 @@ bool StartMoments(const PieceState* state, const GlContext* gl, Moments* moments
 void ClearMoments(Moments* moments)
 {
     moments->count = 1;
-    moments->distance = kFirstDistance;
+    moments->distance = moments->firstDistance;
 }
 
 void FreeMoments(Moments* moments)

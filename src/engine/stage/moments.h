@@ -3,8 +3,9 @@
 // Moments of a run that are kept, to go on from: what changes while a piece plays, and the state of
 // OpenGL.
 //
-// They lie at equal distances. When there is no room for another, every other one is dropped and
-// the distance doubles, so a run of any length takes the same memory. The first moment, before any
+// They lie at equal distances, which are longer where a moment takes more bytes. When there is no
+// room for another, every other one is dropped and the distance doubles, so a run of any length
+// takes the same memory. The first moment, before any
 // frame, always stays.
 #pragma once
 
@@ -34,7 +35,8 @@ struct Moments
     Moment* kept; // [capacity], owned; those from `count` on hold memory for later ones, or nothing
     uint32_t count;
     uint32_t capacity;
-    uint32_t distance; // in steps
+    uint32_t distance;      // in steps
+    uint32_t firstDistance; // the same, before any was dropped
 };
 
 /// Keeps a moment.

@@ -96,6 +96,21 @@ TEST_F(KeptMoments, AreFewWhereTheyAreLarge)
     EXPECT_EQ(moments.capacity, kFewestMoments);
 }
 
+TEST_F(KeptMoments, LieFurtherApartWhereTheyAreLarge)
+{
+    FreeMoments(&moments);
+    state.demo.envelopeCount = 64 * 512 / sizeof(EnvelopeCache);
+    state.demo.envelopes =
+        static_cast<EnvelopeCache*>(calloc(state.demo.envelopeCount, sizeof(EnvelopeCache)));
+    ASSERT_TRUE(StartMoments(&state, &gl, &moments, &faults));
+    RunTo(300);
+    EXPECT_EQ(moments.distance, 128u); // 64 steps' worth of envelopes, and the rest of the state
+    ASSERT_EQ(moments.count, 3u);
+    EXPECT_EQ(moments.kept[2].step, 256u);
+    ClearMoments(&moments);
+    EXPECT_EQ(moments.distance, 128u);
+}
+
 TEST_F(KeptMoments, ForgetAllButTheFirst)
 {
     RunTo(100);
