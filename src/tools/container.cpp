@@ -26,7 +26,7 @@ bool FitsContainer(size_t size)
     return true;
 }
 
-bool PackContainer(const Bytes& data, Bytes* container)
+static bool PackAtLevel(const Bytes& data, int level, Bytes* container)
 {
     if (!FitsContainer(data.size()))
     {
@@ -37,7 +37,7 @@ bool PackContainer(const Bytes& data, Bytes* container)
     container->resize(kSizeWord + length);
     StoreLittleEndian32(static_cast<uint32_t>(data.size()), container->data());
     int result = compress2(container->data() + kSizeWord, &length, data.data(),
-                           static_cast<uLong>(data.size()), Z_BEST_COMPRESSION);
+                           static_cast<uLong>(data.size()), level);
     if (result != Z_OK)
     {
         ReportError("%s", zError(result));
@@ -45,6 +45,16 @@ bool PackContainer(const Bytes& data, Bytes* container)
     }
     container->resize(kSizeWord + length);
     return true;
+}
+
+bool PackContainer(const Bytes& data, Bytes* container)
+{
+    return PackAtLevel(data, Z_BEST_COMPRESSION, container);
+}
+
+bool PackQuickContainer(const Bytes& data, Bytes* container)
+{
+    return PackAtLevel(data, Z_BEST_SPEED, container);
 }
 
 bool PackSmallContainer(const Bytes& data, Bytes* container)

@@ -18,8 +18,12 @@ const char* ContainerSizeFault(size_t size);
 ///         would take it
 bool PackContainer(const Bytes& data, Bytes* container);
 
-/// The same by zopfli, which takes a hundred times as long and saves some five percent. Where it
-/// saves nothing, the container is that of PackContainer.
+/// Packs data at zlib's lowest level: some ten times as fast, and a little larger.
+/// @return as PackContainer
+bool PackQuickContainer(const Bytes& data, Bytes* container);
+
+/// PackContainer by zopfli, which takes a hundred times as long and saves some five percent. Where
+/// it saves nothing, the container is that of PackContainer.
 bool PackSmallContainer(const Bytes& data, Bytes* container);
 
 /// Unpacks no more than kLargestInflatedSize bytes.

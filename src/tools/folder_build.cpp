@@ -100,9 +100,12 @@ static bool ColorGreyImage(const std::string& label, bool isQuiet, Bytes* entry)
     return true;
 }
 
-static bool PackSource(const Bytes& data, const SourceFile& source, Bytes* container)
+static bool PackSource(const Bytes& data, const SourceFile& source, const BuildOptions& options,
+                       Bytes* container)
 {
-    return source.isSmall ? PackSmallContainer(data, container) : PackContainer(data, container);
+    return options.cache != nullptr ? PackQuickContainer(data, container)
+           : source.isSmall         ? PackSmallContainer(data, container)
+                                    : PackContainer(data, container);
 }
 
 /// Gives a document the layout that its order or a small package wants.
@@ -133,7 +136,8 @@ static bool MakeEntry(const std::string& path, const SourceFile& source,
     if (source.kind == SourceKind::kMesh)
     {
         Bytes model;
-        return ReadMesh(path, source.mesh, label, &model) && PackSource(model, source, entry);
+        return ReadMesh(path, source.mesh, label, &model) &&
+               PackSource(model, source, options, entry);
     }
     Bytes text;
     if (!ReadWholeFile(path, kLargestText, &text) ||
@@ -142,7 +146,7 @@ static bool MakeEntry(const std::string& path, const SourceFile& source,
         return false;
     }
     LayOut(source, options, &text);
-    return PackSource(text, source, entry);
+    return PackSource(text, source, options, entry);
 }
 
 // ---- Entries that were made before

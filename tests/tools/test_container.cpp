@@ -51,6 +51,9 @@ TEST(Container, UnpacksWhatItPacked)
         uint64_t measured = 1;
         EXPECT_EQ(MeasureContainer(container, &measured), nullptr);
         EXPECT_EQ(measured, size);
+        ASSERT_TRUE(PackQuickContainer(data, &container));
+        EXPECT_EQ(UnpackContainer(container, &unpacked), nullptr);
+        EXPECT_EQ(unpacked, data) << size;
     }
 }
 
