@@ -17,6 +17,11 @@ static constexpr int kExitUsage = 2;
 /// and clear all of it.
 static constexpr int kSystemBlock = 512 * 1024;
 
+/// Memory that is free stays with the program, up to so many bytes: the next piece takes about as
+/// much as the one before, and pages that come anew from the system cost as much as the work in
+/// them.
+static constexpr int kFreeMemory = 512 * 1024 * 1024;
+
 [[noreturn]] static void EndWithoutMemory()
 {
     fprintf(stderr, "quorvale-studio: out of memory\n");
@@ -27,6 +32,8 @@ int main(int argc, char** argv)
 {
     std::set_new_handler(EndWithoutMemory);
     mallopt(M_MMAP_THRESHOLD, kSystemBlock);
+    mallopt(M_TRIM_THRESHOLD, kFreeMemory);
+    mallopt(M_ARENA_MAX, 1); // each thread that loads finds what the one before has left
     signal(SIGPIPE, SIG_IGN);
     signal(SIGCHLD, SIG_DFL);
 
