@@ -99,6 +99,7 @@ static void Load(Studio* studio, LoadRequest&& request)
     request.view = {width, height, static_cast<float>(width) / static_cast<float>(height),
                     studio->window.features};
     const uint32_t free = studio->active == 0 ? 1 : 0;
+    studio->replaced = -1; // it lies there, and the loader closes it
     StartLoading(std::move(request), &studio->window.slots[free], &studio->loader);
 }
 
@@ -243,11 +244,7 @@ static void TakeOver(Studio* studio, const LoadOutcome& outcome)
     const bool isOther = studio->loadedPath != studio->piecePath;
     const int32_t before = studio->active;
     studio->active = static_cast<int32_t>(studio->loader.slot - studio->window.slots);
-    if (before >= 0)
-    {
-        CloseSlotStage(&studio->window.slots[before]);
-        UseWindow(&studio->window);
-    }
+    studio->replaced = before;
     studio->loadUs = outcome.loadUs;
     studio->seekUs = outcome.seekUs;
     studio->made = outcome.made;
@@ -303,6 +300,17 @@ static void TakeOver(Studio* studio, const LoadOutcome& outcome)
                       ListChanges(studio->tried.edits).empty() &&
                       studio->loader.request.tick == TransportTick(&studio->transport);
     SDL_SetWindowTitle(studio->window.window, (studio->piecePath + " - Quorvale Studio").c_str());
+}
+
+/// Closes the piece before, which takes a while, after the picture of the new one is shown.
+static void CloseReplaced(Studio* studio)
+{
+    if (studio->replaced >= 0)
+    {
+        CloseSlotStage(&studio->window.slots[studio->replaced]);
+        UseWindow(&studio->window);
+        studio->replaced = -1;
+    }
 }
 
 /// A piece was loaded whose check found mistakes: the last good one goes on.
@@ -817,6 +825,7 @@ static void RunRounds(Studio* studio)
             {
                 NoteSwap(studio);
                 NoteShown(studio);
+                CloseReplaced(studio);
             }
         }
         // Whoever asks may have moved the pointer, and waits until the window has seen it.
@@ -925,6 +934,7 @@ int RunStudio(const StudioOptions& options)
     Studio* studio = new Studio{};
     studio->options = options;
     studio->active = -1;
+    studio->replaced = -1;
     studio->chosenBar = -1;
     studio->showsPanels = !options.isViewer && !options.isFullscreen;
     studio->transport.speed = kNormalSpeed;

@@ -39,7 +39,8 @@ struct Studio
     StudioSettings settings;
     StudioWindow window;
     Loader loader;
-    int32_t active; // place in window.slots of the piece that plays; -1 for none
+    int32_t active;   // place in window.slots of the piece that plays; -1 for none
+    int32_t replaced; // the same of the one before, to be closed; -1 for none
     Transport transport;
 
     std::string piecePath;             // as it was named
