@@ -9,8 +9,10 @@
 from __future__ import annotations
 
 import builtins
+import difflib
 import inspect
 import os
+import pkgutil
 import re
 import runpy
 import sys
@@ -21,12 +23,15 @@ from quorvale.origin import OriginError
 from quorvale.unbuild import unbuild
 
 _HERE = os.path.dirname(os.path.abspath(__file__)) + os.sep
+_PYTHON = os.path.dirname(os.path.abspath(os.__file__)) + os.sep
+_NEAR_BUILTIN = 0.8  # of 1: names of Python's own are less often meant than the author's
 
 
 def _authors(frame: traceback.FrameSummary) -> bool:
     path = os.path.abspath(frame.filename)
     return not frame.filename.startswith("<") and not path.startswith(_HERE) \
-        and os.path.basename(path) != "runpy.py"
+        and (not path.startswith(_PYTHON) or f"{os.sep}dist-packages{os.sep}" in path
+             or f"{os.sep}site-packages{os.sep}" in path)
 
 
 def _parameters(maker: str) -> list[str]:
@@ -35,7 +40,7 @@ def _parameters(maker: str) -> list[str]:
         if name.partition(".")[0] == "quorvale":
             found: object = module
             for word in maker.split("."):
-                found = getattr(found, word, None)
+                found = getattr(found, word, None) if found is not None else None
             if callable(found):
                 return list(inspect.signature(found).parameters)
     return []
@@ -54,7 +59,11 @@ def _words_of(error: BaseException) -> tuple[str, list[str]] | None:
         return error.name, dir(error.obj)
     if isinstance(error, NameError) and error.name is not None and error.__traceback__ is not None:
         *_, (frame, _) = traceback.walk_tb(error.__traceback__)
-        return error.name, [*frame.f_locals, *frame.f_globals, *dir(builtins)]
+        near = difflib.get_close_matches(error.name, dir(builtins), 1, _NEAR_BUILTIN)
+        return error.name, [*frame.f_locals, *frame.f_globals, *near]
+    module = re.search(r"No module named 'quorvale\.(\w+)'", text)
+    if isinstance(error, ModuleNotFoundError) and module is not None:
+        return module[1], [found.name for found in pkgutil.iter_modules([_HERE])]
     return None
 
 

@@ -14,7 +14,7 @@ from dataclasses import dataclass
 
 from quorvale.curves import SPLINE_POINTS, Curve, Value, spline, spline_value
 from quorvale.exact import atan2_degrees, cos_degrees, cos_turns, sin_degrees, sin_turns
-from quorvale.facts import checked_number
+from quorvale.facts import checked_number, told
 from quorvale.values import Vector, checked_triple, checked_value
 
 Point = tuple[float, float, float]
@@ -133,8 +133,9 @@ def heading(eye: Sequence[float], target: Sequence[float]) -> tuple[float, float
 
 
 def _point(maker: str, meaning: str, point: Sequence[float]) -> Point:
-    if len(point) != 3:
-        raise ValueError(f"{maker}(): the {meaning} is a point of three numbers, not {point!r}")
+    if not isinstance(point, (tuple, list)) or len(point) != 3:
+        raise ValueError(f"{maker}(): the {meaning} is a point of three numbers, such as "
+                         f"(0, 1, 5), not {told(point)}")
     x, y, z = (checked_number(maker, meaning, value) for value in point)
     return x, y, z
 
@@ -156,6 +157,12 @@ def path(keys: Sequence[tuple[int, Sequence[float], Sequence[float]]], fov: Valu
     """
     if not 2 <= len(keys) <= SPLINE_POINTS:
         raise ValueError(f"path(): there are 2 to {SPLINE_POINTS} keys, not {len(keys)}")
+    for key in keys:
+        if not isinstance(key, (tuple, list)) or len(key) != 3 or not isinstance(key[0], int):
+            raise ValueError(f"path(): a key is (tick, eye, target), such as (200, (0, 1, 5), "
+                             f"(0, 0, 0)), not {told(key)}")
+        _point("path", "eye", key[1])
+        _point("path", "target", key[2])
     eyes = [[(t, eye[k]) for t, eye, _ in keys] for k in range(3)]
     targets = [[(t, target[k]) for t, _, target in keys] for k in range(3)]
     for points in eyes + targets:
@@ -179,6 +186,9 @@ def orbit(center: Sequence[float], radius: float, height: float, length: int, tu
     larger z).
     """
     center = _point("orbit", "center", center)
+    if checked_number("orbit", "length", length) != int(length) or length < 1:
+        raise ValueError(f"orbit(): the length is a whole number of ticks, at least 1, "
+                         f"not {length}")
     keys = []
     for t in _knot_ticks(length):
         turn = start + turns * t / length

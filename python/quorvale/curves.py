@@ -180,6 +180,9 @@ class Curve:
     def __mul__(self, factor: float) -> Curve:
         if isinstance(factor, (int, float)):
             return self._changed(_SCALED, lambda p: p * factor)
+        if isinstance(factor, Curve):
+            raise TypeError("two curves can't be multiplied: no function of the engine is a "
+                            "product. Multiply a curve by a number, or add two")
         return NotImplemented
 
     __rmul__ = __mul__

@@ -20,7 +20,8 @@ from typing import Any, Literal, Union
 
 from quorvale.cameras import Camera
 from quorvale.curves import Curve, Value, number_text
-from quorvale.facts import CATALOGUES, LIMITS, TICKS_PER_SECOND, checked_number, nearest, row
+from quorvale.facts import (CATALOGUES, LIMITS, TICKS_PER_SECOND, checked_number, nearest, row,
+                            told)
 from quorvale.items import (Bitmap, Effect, GenMesh, Item, Layer, Light, Material, Model, Texture,
                             Verbatim)
 from quorvale.music import Music
@@ -45,6 +46,9 @@ class Fog:
     def __post_init__(self) -> None:
         checked_value("Fog", "start", self.start)
         checked_value("Fog", "end", self.end)
+        if self.material is not None and not isinstance(self.material, Material):
+            raise TypeError(f"Fog(): its color is that of a material, recipes.color(...), not "
+                            f"{told(self.material)}")
         if self.material is not None and self.material.row.word != "color":
             raise ValueError(f'Fog(): the material is of the recipe "color", not '
                              f'"{self.material.row.word}": any other makes the fog white')
@@ -92,9 +96,10 @@ class Row:
                                      ("target", target, Bitmap)):
             if thing is not None and not isinstance(thing, kind):
                 raise TypeError(f"show(): the {meaning} is a {kind.__name__} or None, "
-                                f"not {thing!r}")
+                                f"not {told(thing)}")
         if not isinstance(camera, Camera):
-            raise TypeError(f"show(): the camera is a Camera, not {camera!r}")
+            raise TypeError(f"show(): the camera is a Camera, made by look(), orbit() or path(), "
+                            f"or FLAT, not {told(camera)}")
         words = [found.word for found in CATALOGUES["passes"].rows]
         if how not in words:
             raise ValueError(f'show(): there is no pass "{how}"' + nearest(how, words))
@@ -232,6 +237,7 @@ def _identity(item: Item) -> object:
     return id(item)
 
 
+_MUSIC = 11  # the place of the music node among the sections
 _SECTIONS = {Layer: "layers", Texture: "textures", Model: "models", Light: "lights",
              Effect: "effects", Bitmap: "bitmaps", Material: "materials", GenMesh: "meshes",
              Scene: "scenes"}
@@ -271,7 +277,11 @@ class Document:
 
     def __init__(self, music: Union[str, Music, None] = None, *, shared: bool = True,
                  digits: Literal[7, 8, 9] = 7) -> None:
+        if music is not None and not isinstance(music, (str, Music)):
+            raise TypeError(f"Document(): the music is a Music or the name of a module's file, not "
+                            f"{told(music)}")
         self.music = music.filename if isinstance(music, Music) else music
+        self.origin = here()
         self.shared = shared
         self.digits = digits
         self.kept: list[Item | Curve] = []
@@ -307,6 +317,9 @@ class Document:
         file, `.demo.origins` beside `demo.xml`."""
         writer = _Writer(self)
         text = writer.text()
+        if not os.path.isdir(os.path.dirname(os.path.abspath(path))):
+            raise ValueError(f'write(): there is no folder "{os.path.dirname(path)}"; a piece has '
+                             f'its documents beside piece.py: write("{os.path.basename(path)}")')
         with open(path, "w", encoding="utf-8", newline="\n") as stream:
             stream.write(text)
         folder, name = os.path.split(os.path.abspath(path))
@@ -637,6 +650,7 @@ class _Writer:
         for number, row in sorted(self.document._rows.items()):
             for part, clip in enumerate(sorted(row.clips, key=lambda clip: clip.start), 1):
                 add(10, number + 1, part, clip.origin)
+        add(_MUSIC, 0, 0, self.document.origin)
         return "".join(line + "\n" for line in lines)
 
 

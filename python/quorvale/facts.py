@@ -90,8 +90,27 @@ def nearest(word: str, words: Iterable[str]) -> str:
     >>> nearest("bricsk", ["maze", "bricks"])
     '; did you mean "bricks"?'
     """
-    near = difflib.get_close_matches(word, list(words), 1)
+    near = difflib.get_close_matches(str(word), list(words), 1)
     return f'; did you mean "{near[0]}"?' if near else ""
+
+
+def told(value: object) -> str:
+    """A value in a message: short, whatever it holds.
+
+    >>> told(0.5), told("a.png"), told((1, 2)), told(told), told(Param)
+    ('0.5', "'a.png'", '(1, 2)', 'the function told: call it, told(...)', 'the class Param')
+    """
+    if isinstance(value, type):
+        return f"the class {value.__name__}"
+    if value is None or isinstance(value, (int, float, str)):
+        return repr(value)
+    if isinstance(value, (tuple, list)):
+        return f"({', '.join(map(told, value))})" if len(value) <= 4 else f"{len(value)} values"
+    if callable(value):
+        name = getattr(value, "__name__", "?")
+        return f"the function {name}: call it, {name}(...)"
+    name = type(value).__name__
+    return f"{'an' if name[0] in 'AEIOU' else 'a'} {name}"
 
 
 def row(catalogue: str, word: str) -> Row:
@@ -109,7 +128,7 @@ def checked_number(maker: str, meaning: str, value: object) -> float:
     if hasattr(value, "pieces"):
         raise TypeError(f"{maker}(): the {meaning} does not move: it is a number, not a curve")
     if isinstance(value, bool) or not isinstance(value, (int, float)):
-        raise TypeError(f"{maker}(): the {meaning} is a number, not {value!r}")
+        raise TypeError(f"{maker}(): the {meaning} is a number, not {told(value)}")
     if not math.isfinite(value):
         raise ValueError(f"{maker}(): the {meaning} is a finite number, not {value!r}")
     return float(value)

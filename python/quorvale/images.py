@@ -19,6 +19,7 @@ import zlib
 from collections.abc import Callable, Iterable, Sequence
 
 from quorvale.exact import Noise
+from quorvale.facts import told
 from quorvale.items import Bitmap
 
 Rgb = tuple[float, ...]
@@ -39,12 +40,19 @@ def write_png(path: str, width: int, height: int, channels: int,
     """
     if channels not in (3, 4):
         raise ValueError(f"write_png(): an image has 3 or 4 channels, not {channels}")
+    if width < 1 or height < 1:
+        raise ValueError(f"write_png(): an image has a pixel at least, not {width} by {height}")
     rows = bytearray()
     above = bytearray(width * channels)
     for y in range(height):
         row = bytearray()
         for x in range(width):
-            for value in pixel(x, y):
+            values = pixel(x, y)
+            numbers = tuple(values) if isinstance(values, Iterable) else ()
+            if len(numbers) != channels:
+                raise ValueError(f"write_png(): pixel({x}, {y}) gives {channels} numbers from 0 "
+                                 f"to 1, not {told(values)}")
+            for value in numbers:
                 row.append(min(255, max(0, int(value * 255.0 + 0.5))))
         rows.append(2)  # each byte as its difference to the one above
         rows += bytes((a - b) & 255 for a, b in zip(row, above))

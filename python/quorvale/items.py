@@ -12,7 +12,7 @@ from dataclasses import dataclass, field
 from typing import Literal, Union
 
 from quorvale.curves import Curve, Value, hold
-from quorvale.facts import CATALOGUES, LIMITS, Row, check, checked_number, nearest, row
+from quorvale.facts import CATALOGUES, LIMITS, Row, check, checked_number, nearest, row, told
 from quorvale.origin import Origin, here
 from quorvale.values import BLACK, WHITE, ColorLike, Vector, checked_param, checked_triple
 
@@ -108,8 +108,9 @@ def _scaled(other: object, sign: str) -> ScaledLayer:
         if first is not None and first.layer is not None and first.row.word == "add":
             return ScaledLayer(first.layer, first.numbers[1])
         raise ValueError(f"on the right of {sign} stands a layer, not a texture of "
-                         f"{len(other.steps)} steps: there is one image to work on")
-    raise TypeError(f"on the right of {sign} stands a layer, not {other!r}")
+                         f"{len(other.steps)} steps: there is one image to work on. Begin with "
+                         f"the texture and add the layers to it")
+    raise TypeError(f"on the right of {sign} stands a layer, not {told(other)}")
 
 
 @dataclass(eq=False)
@@ -167,6 +168,9 @@ class Texture(Item):
         return self._combined("minimum", _scaled(other, "minimum"))
 
     def __or__(self, step: Step) -> Texture:
+        if not isinstance(step, Step):
+            raise TypeError(f"on the right of | stands a step, such as steps.blur(), "
+                            f"not {told(step)}")
         return Texture(self.finished() + (step,))
 
 
@@ -314,8 +318,10 @@ def _checked_reference(word: str, meaning: str, kind: str, value: object) -> Ref
         return Texture.of(value)
     if not isinstance(value, _KINDS[kind]):
         wanted = _KINDS[kind][0].__name__
+        is_file = kind == "bitmap" and isinstance(value, str)
+        cure = f'; a file is Bitmap("{value}")' if is_file else ""
         raise TypeError(f"{word}(): the {meaning} is {'an' if wanted[0] in 'AEIOU' else 'a'} "
-                        f"{wanted}, not {value!r}")
+                        f"{wanted}, not {told(value)}{cure}")
     assert isinstance(value, (Light, Texture, Effect, Bitmap))
     return value
 

@@ -17,6 +17,7 @@ import os
 from collections.abc import Callable, Sequence
 
 from quorvale.exact import atan2_degrees, cos_degrees, cos_turns, sin_degrees, sin_turns
+from quorvale.facts import told
 from quorvale.items import Model
 
 Point = tuple[float, float, float]
@@ -80,6 +81,14 @@ def _decimals(values: Sequence[float], places: int) -> str:
     return " ".join(texts)
 
 
+def _check_corner(corner: object) -> None:
+    parts = corner if isinstance(corner, (tuple, list)) else ()
+    if [len(part) if isinstance(part, (tuple, list)) else 0 for part in parts] != [3, 2, 3]:
+        raise ValueError(f"face(): a corner is (position, (u, v), normal), such as ((0, 1, 0), "
+                         f"(0.5, 0.5), (0, 0, 1)), not {told(corner)}; flat() takes positions "
+                         f"alone, smooth() points by their numbers")
+
+
 class Mesh:
     """Polygons with normals and texture coordinates, each written once."""
 
@@ -98,7 +107,9 @@ class Mesh:
 
     def face(self, corners: Sequence[Corner]) -> None:
         """A convex polygon of corners (position, (u, v), normal), turned to face its normals."""
-        for position, coordinates, normal in corners:
+        for corner in corners:
+            _check_corner(corner)
+            position, coordinates, normal = corner
             if not all(map(math.isfinite, (*position, *coordinates, *normal))):
                 raise ValueError(f"face(): a corner is made of finite numbers, not {position}, "
                                  f"{coordinates} and {normal}")
@@ -110,12 +121,11 @@ class Mesh:
             corners = corners[::-1]
         face = []
         for position, coordinates, normal in corners:
-            corner = (self._place(0, _decimals(position, 5)),
-                      self._place(1, _decimals(coordinates, 4)),
-                      self._place(2, _decimals(unit(normal), 4)))
-            face.append(corner)
-        positions = [corner[0] for corner in face]
-        kept = [corner for i, corner in enumerate(face) if positions[i] != positions[i - 1]]
+            face.append((self._place(0, _decimals(position, 5)),
+                         self._place(1, _decimals(coordinates, 4)),
+                         self._place(2, _decimals(unit(normal), 4))))
+        positions = [places[0] for places in face]
+        kept = [places for i, places in enumerate(face) if positions[i] != positions[i - 1]]
         if len(kept) >= 3:
             self.faces.append(kept)
 
@@ -140,6 +150,9 @@ class Mesh:
                 tiles: tuple[float, float] = (1.0, 1.0),
                 normal_of: Callable[[float, float], Point] | None = None) -> None:
         """function(u, v) over the unit square, as a smooth grid."""
+        if columns < 1 or rows < 1:
+            raise ValueError(f"surface(): a grid has a column and a row at least, not {columns} by "
+                             f"{rows}")
         step = 0.0005
 
         def numeric_normal(u: float, v: float) -> Point:
@@ -166,10 +179,14 @@ class Mesh:
         ...             [(0, 2, 1), (0, 1, 3), (0, 3, 2), (1, 2, 3)])
         """
         sums: list[Point] = [(0.0, 0.0, 0.0)] * len(points)
-        for a, b, c in faces:
+        for each in faces:
+            if len(each) != 3:
+                raise ValueError(f"smooth(): a face is a triangle, three numbers of points, not "
+                                 f"{told(tuple(each))}")
+            a, b, c = each
             if not 0 <= min(a, b, c) <= max(a, b, c) < len(points):
-                raise ValueError(f"smooth(): a point is 0 to {len(points) - 1}, not as in "
-                                 f"{(a, b, c)}")
+                raise ValueError(f"smooth(): a face names points by their numbers, 0 to "
+                                 f"{len(points) - 1}, not as in {(a, b, c)}")
             normal = cross(subtract(points[b], points[a]), subtract(points[c], points[a]))
             for k in (a, b, c):
                 sums[k] = add(sums[k], normal)
@@ -328,6 +345,9 @@ def tube(mesh: Mesh, center: Callable[[float], Point], radius: Callable[[float],
     >>> from quorvale.exact import cos_turns, sin_turns
     >>> wheel = tube(Mesh(), lambda u: (cos_turns(u), sin_turns(u), 0), lambda u: 0.1)
     """
+    if columns < 1 or rows < 3:
+        raise ValueError(f"tube(): a tube has a ring at least and 3 corners around it, "
+                         f"not {columns} and {rows}")
     step = 0.0005
     ends = [(subtract(center(i / columns + step), center(i / columns - step)),
              radius(i / columns + step) - radius(i / columns - step)) for i in range(columns + 1)]

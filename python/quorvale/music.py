@@ -38,8 +38,13 @@ class Music:
             raise ValueError(f"Music(): a beat has 1 row at least, not {rows_per_beat}")
         self.filename = os.path.basename(path)
         self.rows_per_beat = rows_per_beat
-        with open(path, "rb") as stream:
-            self.rows = _play(stream.read(), path)
+        try:
+            with open(path, "rb") as stream:
+                data = stream.read()
+        except OSError as error:
+            raise ValueError(f'Music(): "{path}" can\'t be read: {error.strerror}. Put the module '
+                             f'beside piece.py, or make one: quorvale.tracker.Tune') from None
+        self.rows = _play(data, path)
         self._places = {(row.order, row.row): row for row in reversed(self.rows)}
 
     @property

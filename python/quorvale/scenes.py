@@ -8,7 +8,7 @@ from dataclasses import dataclass, field
 from typing import Union
 
 from quorvale.curves import Curve, Value
-from quorvale.facts import LIMITS, Row, checked_number, row
+from quorvale.facts import LIMITS, Row, checked_number, row, told
 from quorvale.items import GenMesh, Item, Material, Model, Verbatim
 from quorvale.origin import Origin, here
 from quorvale.values import Vector, checked_param, checked_triple
@@ -72,9 +72,13 @@ class Scene(Item):
         object while it is below 1. `shift` is ticks that are added to the object's time.
         """
         if not isinstance(shape, (Model, GenMesh)):
-            raise TypeError(f"add(): an object is a Model or a generated mesh, not {shape!r}")
+            cure = f'; a file is Model("{shape}")' if isinstance(shape, str) else \
+                '; mesh.write("name.obj") gives its model' if hasattr(shape, "faces") else ""
+            raise TypeError(f"add(): an object is a Model or a generated mesh, not {told(shape)}"
+                            f"{cure}")
         if not isinstance(material, Material):
-            raise TypeError(f"add(): the material is a Material, not {material!r}")
+            raise TypeError(f"add(): the material is a Material, made by quorvale.recipes, not "
+                            f"{told(material)}")
         if len(self.objects) == LIMITS["objects"]:
             raise ValueError(f"add(): a scene has up to {LIMITS['objects']} objects")
         if len(manipulators) > LIMITS["manipulators"]:
@@ -83,10 +87,10 @@ class Scene(Item):
         for manipulator in manipulators:
             if not isinstance(manipulator, Manipulator):
                 raise TypeError(f"add(): a manipulator is made by quorvale.manipulators, not "
-                                f"{manipulator!r}")
+                                f"{told(manipulator)}")
         _check_copies(manipulators)
         if visible is not None and not isinstance(visible, Curve):
-            raise TypeError(f"add(): visible is a curve, such as span(0, 200), not {visible!r}")
+            raise TypeError(f"add(): visible is a curve, such as span(0, 200), not {told(visible)}")
         if isinstance(scale, (int, float, Curve)):
             scale = (scale, scale, scale)
         self.objects.append(Placed(

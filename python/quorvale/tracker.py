@@ -59,9 +59,14 @@ def melody(text: str) -> Iterator[tuple[int, int, int, bool]]:
     [(0, 4, 49, False), (4, 2, 0, False), (6, 2, 53, True)]
     """
     words = text.replace("|", " ").split()
+    if len(words) % 2:
+        raise ValueError(f'melody(): each note has its rows after it, and "{words[-1]}" has none')
     row = 0
     for name, rows in zip(words[0::2], words[1::2]):
         note = 0 if name == "-" else note_number(name.lstrip("~"))
+        if not rows.isdecimal():
+            raise ValueError(f'melody(): after "{name}" stands for how many rows it sounds, as in '
+                             f'"{name} 4", not "{rows}"')
         yield row, int(rows), note, name.startswith("~")
         row += int(rows)
 

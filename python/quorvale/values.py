@@ -8,7 +8,7 @@ from dataclasses import dataclass
 from typing import Union
 
 from quorvale.curves import Curve, Value
-from quorvale.facts import Param, check, checked_number, passes, range_text
+from quorvale.facts import Param, check, checked_number, passes, range_text, told
 
 Vector = tuple[Value, Value, Value]
 
@@ -31,8 +31,9 @@ class Color:
     def hex(text: str) -> Color:
         """A color as web pages write it: "#ff8800"."""
         digits = text.removeprefix("#")
-        if len(digits) != 6:
-            raise ValueError(f'Color.hex(): a color has six digits, as "#ff8800", not "{text}"')
+        if len(digits) != 6 or set(digits.lower()) - set("0123456789abcdef"):
+            raise ValueError(f'Color.hex(): a color has six digits of 0 to 9 and a to f, as '
+                             f'"#ff8800", not "{text}"')
         return Color(*(int(digits[k:k + 2], 16) / 255.0 for k in (0, 2, 4)))
 
     def __iter__(self) -> Iterator[Value]:
@@ -101,4 +102,11 @@ def checked_triple(maker: str, meaning: str, values: object) -> Vector:
         if len(triple) == 3:
             a, b, c = (checked_value(maker, meaning, value) for value in triple)
             return a, b, c
-    raise ValueError(f"{maker}(): the {meaning} is three numbers or curves, not {values!r}")
+    cure = ""
+    if isinstance(values, str):
+        cure = f'; a color of six digits is Color.hex("{values}")'
+    elif isinstance(values, (int, float, Curve)):
+        cure = "; with one that moves they are (0, curve, 0)" if isinstance(values, Curve) else \
+            f"; with this one they are ({values:g}, {values:g}, {values:g})"
+    raise ValueError(f"{maker}(): the {meaning} is three numbers or curves, not {told(values)}"
+                     f"{cure}")

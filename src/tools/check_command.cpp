@@ -75,7 +75,7 @@ static void CheckRead(const CheckRequest& request, CheckedPath* checked)
 static const Origin* OriginOf(const CheckedPath& checked, const Finding& finding)
 {
     const Place& place = finding.place;
-    if (place.document == nullptr || place.item == 0)
+    if (place.document == nullptr || (place.item == 0 && place.section != Section::kMusic))
     {
         return nullptr;
     }

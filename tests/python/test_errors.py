@@ -11,9 +11,12 @@ import pytest
 from hypothesis import given
 
 import quorvale
-from quorvale import (FLAT, Bitmap, Camera, Document, Fog, Light, Model, Scene, ease_in, effects, hold,
-                      layers, line, look, manipulators, recipes, spline, steps, wave)
+from quorvale import (FLAT, Bitmap, Camera, Color, Document, Fog, Light, Model, Scene, ease_in, effects,
+                      hold, layers, line, look, manipulators, path, recipes, spline, steps, wave)
 from quorvale.facts import CATALOGUES, LIMITS, TICKS_PER_SECOND, range_text
+from quorvale.images import write_png
+from quorvale.meshes import Mesh, tube
+from quorvale.tracker import melody
 from test_curves import curves
 
 MODULES = {"generators": quorvale.layers, "steps": quorvale.steps, "recipes": quorvale.recipes,
@@ -179,6 +182,23 @@ def test_things_of_another_kind_are_refused():
             (lambda: scene.add(model, red, manipulators=[steps.blur()]), "quorvale.manipulators"),
             (lambda: layers.noise() + 3, "on the right of [+] stands a layer"),
             (lambda: Fog(0, 9, recipes.wireframe()), 'of the recipe "color", not "wireframe"'),
+            (lambda: Fog(0, 9, (1, 0, 0)), "that of a material, recipes.color.*, not [(]1, 0, 0"),
+            (lambda: row.show(scene, FLAT, 0, 100, how=2), 'there is no pass "2"'),
+            (lambda: Document(Light()), "the music is a Music or the name of a module's file, not a L"),
+            (lambda: scene.add(model, red, rotation=line(0, 9, 9)), "a Curve; with one that moves"),
+            (lambda: scene.add(model, red, position=0.5), "not 0.5; with this one they are [(]0.5, 0.5"),
+            (lambda: look(5, (0, 0, 0)), "the eye is a point of three numbers.*not 5"),
+            (lambda: path([(0, 0, 5), (0, 0, 3)]), "the eye is a point of three numbers.*not 0"),
+            (lambda: path([((0, 0, 5), (0, 0, 0))] * 2), "a key is [(]tick, eye, target[)]"),
+            (lambda: Color.hex("#ffbxyz"), "six digits of 0 to 9 and a to f"),
+            (lambda: Mesh().face((0, 1, 2)), "face.*flat.* takes positions alone"),
+            (lambda: Mesh().smooth([(0, 0, 0)] * 4, [(0, 1, 2, 3)]), "a face is a triangle"),
+            (lambda: tube(Mesh(), lambda u: (u, 0, 0), lambda u: 1, rows=2), "3 corners around it"),
+            (lambda: list(melody("A3 four")), 'after "A3" stands for how many rows'),
+            (lambda: list(melody("A3")), '"A3" has none'),
+            (lambda: write_png("a.png", 0, 9, 3, None), "a pixel at least, not 0 by 9"),
+            (lambda: write_png("a.png", 1, 1, 3, lambda x, y: (1, 1)), "gives 3 numbers.*not [(]1, 1"),
+            (lambda: write_png("a.png", 1, 1, 3, lambda x, y: 1), "gives 3 numbers.*not 1"),
             (lambda: recipes.effect(effect=Bitmap("a.png")), "the 2D effect is an Effect"),
             (lambda: effects.plasma("fast"), "plasma.*is a number"),
             (lambda: Light((1, 2)), "three numbers or curves")):
@@ -196,8 +216,41 @@ MISTAKES = {
     "Document().rwo(1)": "'Document' object has no attribute 'rwo'; did you mean \"row\"?",
     "from quorvale import Documnt": 'did you mean "Document"?',
     "layers.maze(size=12)": "the size of the cells is 1 to 7, not 12",
+    "slyce.beat(2)": "NameError: name 'slyce' is not defined; did you mean \"slice\"?",
+    "tvne.beat(2)": "NameError: name 'tvne' is not defined",
+    "import quorvale.mesh": "No module named 'quorvale.mesh'; did you mean \"meshes\"?",
+    "Light(ambiant=(1, 1, 1))": "unexpected keyword argument 'ambiant'; did you mean \"ambient\"?",
+    "import json; json.loads('{')": "(char 1)",
+    "Music('mine.xm')": "\"mine.xm\" can't be read: No such file or directory. Put the module beside "
+                        "piece.py, or make one: quorvale.tracker.Tune",
+    "spline([(0, 1)])": "there are 2 to 12 points, not 1",
+    "Document().write('out/demo.xml')": "a document shows nothing without a row of clips",
+    "Scene().add('a.obj', recipes.color())": "not 'a.obj'; a file is Model(\"a.obj\")",
+    "from quorvale.meshes import Mesh; Scene().add(Mesh(), recipes.color())":
+        "not a Mesh; mesh.write(\"name.obj\") gives its model",
+    "from quorvale.meshes import Mesh; Mesh().smooth([(0, 0, 0)] * 3, [(0, 1, 5)])":
+        "a face names points by their numbers, 0 to 2, not as in (0, 1, 5)",
+    "from quorvale.meshes import Mesh, torus; torus(Mesh(), columns=0)":
+        "a grid has a column and a row at least, not 0 by 24",
+    "Document().row(0).show(None, Light(), 0, 100)":
+        "the camera is a Camera, made by look(), orbit() or path(), or FLAT, not a Light",
+    "Document().row(0).show(None, FLAT, -50, 100)": "the start is a whole tick of 0 or more, not -50",
+    "orbit((0, 0, 0), 5, 1, 0)": "the length is a whole number of ticks, at least 1, not 0",
+    "recipes.color('#ff0000')": "a color of six digits is Color.hex(\"#ff0000\")",
+    "recipes.color(alpha=(1, 0))": "the alpha is a number, not (1, 0)",
+    "recipes.bitmap(bitmap='a.png')": "not 'a.png'; a file is Bitmap(\"a.png\")",
+    "layers.noise() | steps.blur": "not the function blur: call it, blur(...)",
+    "line(0, 1, 9) * line(0, 1, 9)": "Multiply a curve by a number, or add two",
+    "Scene(name='a'": "SyntaxError: '(' was never closed",
     "xylophone()": "name 'xylophone' is not defined",
 }
+
+
+def test_documents_are_written_beside_the_piece(tmp_path):
+    demo = Document()
+    demo.row(0).show(None, FLAT, 0, 100)
+    with pytest.raises(ValueError, match='there is no folder ".*out"; .*write[(]"demo.xml"[)]'):
+        demo.write(str(tmp_path / "out/demo.xml"))
 
 
 @pytest.mark.parametrize("mistake", MISTAKES)

@@ -91,7 +91,7 @@ def test_a_closed_tube_has_no_seam():
 def test_corners_that_are_no_polygon_are_refused():
     with pytest.raises(ValueError, match="3 corners at least, not 2"):
         Mesh().flat([(0, 0, 0), (1, 0, 0)])
-    with pytest.raises(ValueError, match=r"a point is 0 to 2, not as in \(0, 1, 3\)"):
+    with pytest.raises(ValueError, match=r"points by their numbers, 0 to 2, not as in \(0, 1, 3\)"):
         Mesh().smooth([(0, 0, 0), (1, 0, 0), (0, 1, 0)], [(0, 1, 3)])
     with pytest.raises(ValueError, match="finite numbers"):
         Mesh().flat([(0, 0, 0), (1, 0, 0), (0, float("nan"), 0)])

@@ -189,6 +189,25 @@ TEST(BuildOfAScript, TellsFindingsWithTheAuthorsLines)
     EXPECT_EQ(run.out.substr(0, 20), "mine/demo.xml:5:3: e");
 }
 
+TEST(BuildOfAScript, TellsAMissingModuleAtTheDocumentsLine)
+{
+    TemporaryFolder folder;
+    folder.Write("mine/piece.py", "from quorvale import FLAT, Document, Scene, recipes, waters\n"
+                                  "scene = Scene()\n"
+                                  "scene.add(waters.centerwave_water(), recipes.color())\n"
+                                  "demo = Document('gone.xm')\n"
+                                  "demo.row(0).show(scene, FLAT, 0, 200)\n"
+                                  "demo.write('demo.xml')\n"
+                                  "demo.write('loading.xml')\n");
+    const DpkRun run = RunDpk(folder, {"build", "mine"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_NE(
+        run.out.find("mine/piece.py:4: warning: there is no module \"gone.xm\": the piece plays "
+                     "without sound [missing-music]\n    written to mine/demo.xml:"),
+        std::string::npos)
+        << run.out;
+}
+
 TEST(BuildOfAScript, KeepsTheOldPackageWhenTheScriptFails)
 {
     TemporaryFolder folder;
