@@ -53,6 +53,7 @@ static void EndBuild(Studio* studio, BuildOutcome* outcome)
     folder->after =
         HasScript(folder->watcher.folder) ? MarkFolder(folder->watcher.folder) : folder->before;
     folder->builds += 1;
+    folder->hasFailed = !outcome->isGood;
     studio->findings = ParseFindings(outcome->text, outcome->isGood);
     studio->selectedFinding = 0;
     if (!outcome->isGood)
@@ -150,6 +151,7 @@ void PollFolder(Studio* studio)
         if (!wasGone)
         {
             DropBuild(folder);
+            folder->hasFailed = true;
             TellFaults(studio, {folder->watcher.folder + ": the folder is gone"});
         }
         return;

@@ -30,6 +30,7 @@ struct FolderPiece
     std::vector<uint8_t> waiting;       // a package that is loaded as soon as the loader is free
     BuildVerdict waitingVerdict;        // of it
     BuildVerdict loadVerdict;           // of the one that is being loaded, or was last
+    bool hasFailed;                     // the last build, or the folder is gone
     bool isSame;                        // the build's package is that of the piece that plays
     uint32_t scriptUs, packUs, checkUs; // of the last good build
     uint32_t made;                      // entries that it made anew

@@ -347,8 +347,29 @@ static void PlayNext(Studio* studio)
     studio->exitCode = studio->active < 0 ? EXIT_FAILURE : studio->exitCode;
 }
 
+/// A viewer goes on to the next piece if a folder can't be built.
+static void PassBrokenFolder(Studio* studio)
+{
+    const FolderPiece& folder = studio->folder;
+    if (!studio->options.isViewer || !folder.hasFailed ||
+        studio->loadedPath == folder.watcher.folder)
+    {
+        return;
+    }
+    for (const FindingLine& finding : studio->findings)
+    {
+        const std::string place =
+            finding.line == 0 ? "" : finding.path + ":" + std::to_string(finding.line) + ": ";
+        fprintf(stderr, "quorvale-studio: %s%s\n", place.c_str(), finding.text.c_str());
+    }
+    CloseFolder(studio);
+    studio->exitCode = EXIT_FAILURE;
+    PlayNext(studio);
+}
+
 static void PollPiece(Studio* studio)
 {
+    PassBrokenFolder(studio);
     LoadOutcome outcome;
     const BuildVerdict verdict = studio->folder.loadVerdict;
     if (verdict != BuildVerdict::kOpen && TakeLoaded(&studio->loader, &outcome))
@@ -677,6 +698,10 @@ static void TakeEvent(Studio* studio, const SDL_Event* event)
     {
     case SDL_QUIT:
         studio->quits = true;
+        break;
+    case SDL_WINDOWEVENT:
+        // SDL asks a program to end with its last window, and the hidden ones to draw on stay.
+        studio->quits = studio->quits || event->window.event == SDL_WINDOWEVENT_CLOSE;
         break;
     case SDL_KEYDOWN:
         TakeKey(studio, event->key);
