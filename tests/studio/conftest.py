@@ -1,4 +1,6 @@
 # SPDX-License-Identifier: MIT
+import os
+import subprocess
 from pathlib import Path
 from typing import Any, Callable, Iterator
 
@@ -26,3 +28,15 @@ def start(screen: Screen, tmp_path: Path) -> Iterator[Callable[..., Studio]]:
     yield begin
     for studio in started:
         studio.close()
+
+
+@pytest.fixture(scope="session")
+def small(tmp_path_factory: pytest.TempPathFactory) -> Path:
+    """A package of 16 seconds beside its sources, whose module it plays. It is opened much sooner
+    than the sample."""
+    folder = tmp_path_factory.mktemp("sources") / "mine"
+    package = folder / "small.dpk"
+    for words in (["new", folder], ["build", folder, "-o", package]):
+        subprocess.run([os.environ["DPK"], *map(str, words)], check=True,
+                       stdout=subprocess.DEVNULL)
+    return package

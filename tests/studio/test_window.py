@@ -8,6 +8,7 @@ from typing import Callable
 
 from drag_source import drop_file
 from studio_window import STUDIO, Screen, Studio, picture
+from window_manager import close_window
 
 DPK = os.environ["DPK"]
 PACKAGE = os.environ["PACKAGE"]
@@ -49,34 +50,94 @@ def test_pictures_are_those_of_a_film(start: Start, tmp_path: Path) -> None:
             assert shown == film, tick
 
 
-def test_a_clip_that_is_clicked_tells_of_itself(start: Start) -> None:
-    studio = start(*SIZE, PACKAGE)
+def shown_window(screen: Screen) -> int:
+    found = screen.xdotool("search", "--onlyvisible", "--name", " - Quorvale Studio$")
+    return int(found.split()[0])
+
+
+def test_the_mouse_seeks_and_plays(start: Start, screen: Screen, small: Path,
+                                   tmp_path: Path) -> None:
+    studio = start(*SIZE, small)
     opened(studio)
-    place = studio.until(lambda now: "clip 3" in now["rects"])["rects"]["clip 3"]
-    studio.click("clip 3")
-    state = studio.until(lambda now: now["chosen"] == 3)
+    studio.click("seek", 0.5, 0.5)
+    assert 600 < studio.until(lambda now: now["shown"] > 0)["shown"] < 1000
+    studio.click("play")
+    studio.until(lambda now: now["plays"])
+    studio.click("play")
+    studio.until(lambda now: not now["plays"])
+
+    # The ruler, pressed and dragged; then a clip, which tells of itself.
+    studio.point("timeline", 0.25, 0.05)
+    studio.frame()
+    screen.xdotool("mousedown", 1)
+    left = studio.until(lambda now: 390 < now["shown"] < 410)["shown"]
+    state = studio.state()
+    apart = state["rects"]["timeline"][2] // 4
+    screen.xdotool("mousemove_relative", apart, 0)
+    studio.until(lambda now: left + 390 < now["shown"] < left + 410)
+    screen.xdotool("mouseup", 1)
+    assert studio.state()["chosen"] == -1
+    studio.click("clip 2")
+    state = studio.until(lambda now: now["chosen"] == 2)
     begin, end = state["chosen_ticks"]
-    assert begin <= state["tick"] <= end and place[2] > 0
+    assert begin <= state["tick"] <= end == 800
     lines = "\n".join(state["chosen_text"])
-    for word in ("row ", "clip ", "scene ", "pass ", "camera at ", "fog"):
+    for word in ("row 2", "clip 1", "scene ", "pass ", "camera at ", "fog"):
         assert word in lines, lines
 
+    # The wheel scrolls, with Ctrl it zooms at the mouse.
+    studio.point("timeline", 0.5, 0.05)
+    screen.xdotool("keydown", "ctrl", "click", 4, "click", 4)
+    studio.until(lambda now: now["first"] > 0)
+    screen.xdotool("keyup", "ctrl")
+    first = studio.state()["first"]
+    screen.xdotool("click", 4)
+    studio.until(lambda now: now["first"] < first)
 
-def test_a_package_that_is_dropped_is_opened(start: Start, screen: Screen, tmp_path: Path) -> None:
+    # A package that is dropped is opened. The window is closed by its frame.
     dropped = tmp_path / "dropped here.dpk"
-    dropped.write_bytes(Path(PACKAGE).read_bytes())
-    studio = start(*SIZE, PACKAGE)
-    opened(studio)
-    window = int(screen.xdotool("search", "--onlyvisible", "--name", " - Quorvale Studio$").split()[0])
+    dropped.write_bytes(small.read_bytes())
+    window = shown_window(screen)
     drop_file(screen.name, window, str(dropped).replace(" ", "%20"), *studio.place("picture"))
     studio.until(lambda now: now["piece"] == str(dropped) and now["loads"] == 2)
+    close_window(screen.name, window)
+    assert studio.end() == 0
 
 
-def test_the_window_fits_the_screen(start: Start, screen: Screen, tmp_path: Path) -> None:
+def test_rows_are_hidden_for_looking(start: Start, small: Path) -> None:
+    studio = start(*SIZE, "--from", "3", small)
+    opened(studio)
+    whole = studio.picture()
+    studio.click("hide 2")
+    studio.until(lambda now: now["hidden"] == 2)
+    hidden = studio.picture()
+    studio.click("solo 2")
+    studio.until(lambda now: now["solo"] == 2)
+    alone = studio.picture()
+    assert len({whole, hidden, alone}) == 3
+    studio.click("solo 2")
+    studio.until(lambda now: now["solo"] == 0)
+    assert studio.picture() == hidden
+    studio.click("hide 2")
+    studio.until(lambda now: now["hidden"] == 0)
+    assert studio.picture() == whole
+
+    # A package can be tried with other values, and has no sources to write them into.
+    studio.click("node row 2, clip 1", 0.8)
+    studio.reveal("value clip 1 fov", "item")
+    studio.drag("value clip 1 fov", 60)
+    studio.drop()
+    studio.until(lambda now: now["changes"])
+    studio.click("write 0")
+    studio.until(lambda now: now["message"] == "a package has no sources; open its folder")
+
+
+def test_the_window_fits_the_screen(start: Start, screen: Screen, small: Path,
+                                    tmp_path: Path) -> None:
     settings = tmp_path / "config" / "quorvale-studio" / "settings"
     settings.parent.mkdir(parents=True)
     settings.write_text("width=1600\nheight=1000\n")
-    studio = start(*SIZE, PACKAGE)
+    studio = start(*SIZE, small)
     opened(studio)
     found = screen.xdotool("search", "--onlyvisible", "--name", " - Quorvale Studio$",
                            "getwindowgeometry", "--shell")
@@ -85,8 +146,26 @@ def test_the_window_fits_the_screen(start: Start, screen: Screen, tmp_path: Path
     assert int(numbers["Y"]) >= 0 and int(numbers["HEIGHT"]) <= 740
 
 
-def test_it_plays_in_step_with_the_sound(start: Start) -> None:
-    studio = start(*SIZE, PACKAGE)
+def test_a_small_window_cuts_no_word(start: Start, tmp_path: Path, small: Path) -> None:
+    settings = tmp_path / "config" / "quorvale-studio" / "settings"
+    settings.parent.mkdir(parents=True)
+    settings.write_text("width=640\nheight=480\n")
+    studio = start(*SIZE, "--mute", "--from", "12", small.parent)
+    opened(studio)
+    studio.key("bracketleft", "bracketleft", "Home", "i", "End", "o")
+    texts = ["place", "row", "speed", "range", "reload time", "sound"]
+    state = studio.until(lambda now: all(text in now["rects"] for text in texts))
+    heights = {state["rects"][text][3] for text in texts}
+    assert len(heights) == 1, state["rects"]  # the lowest would be cut first
+    for text in texts:
+        left, _, width, _ = state["rects"][text]
+        assert left >= 8 and left + width <= 640 - 8, text
+    studio.key("F1")
+    studio.until(lambda now: "keys that scroll" in now["rects"])
+
+
+def test_it_plays_in_step_with_the_sound(start: Start, small: Path) -> None:
+    studio = start(*SIZE, small)
     opened(studio)
     studio.key("space")
     state = studio.until(lambda now: now["tick"] > 50)
@@ -96,26 +175,24 @@ def test_it_plays_in_step_with_the_sound(start: Start) -> None:
     studio.until(lambda now: not now["plays"] and now["sound"] == "waits")
 
 
-def test_speeds_and_ranges(start: Start) -> None:
-    studio = start(*SIZE, PACKAGE)
+def test_speeds_and_ranges(start: Start, small: Path) -> None:
+    studio = start(*SIZE, small)
     opened(studio)
-    studio.key("bracketright", "bracketright")
-    studio.until(lambda now: now["speed"] == 32)
-    studio.key("space")
-    studio.until(lambda now: now["plays"] and now["sound"] == "waits" and now["tick"] > 100)
-    studio.key("BackSpace", "space")
-    studio.until(lambda now: now["speed"] == 8 and not now["plays"])
     studio.key("Home", "i", "Right", "o", "Left")
     studio.until(lambda now: now["range"] == [0, 500] and now["tick"] == 0)
-    studio.key("bracketright", "bracketright", "space")
-    studio.until(lambda now: now["tick"] > 300)
+    studio.key("bracketright", "bracketright", "bracketright")
+    studio.until(lambda now: now["speed"] == 32)
+    studio.key("space")
+    studio.until(lambda now: now["plays"] and now["sound"] == "waits" and now["tick"] > 300)
     studio.until(lambda now: now["tick"] < 200)
-    studio.key("l")
-    studio.until(lambda now: now["range"] is None)
+    studio.key("BackSpace", "space")
+    studio.until(lambda now: now["speed"] == 8 and not now["plays"])
+    studio.key("bracketleft", "bracketleft", "bracketleft", "bracketleft", "l")
+    studio.until(lambda now: now["speed"] == 1 and now["range"] is None)
 
 
-def test_rows_of_the_module(start: Start) -> None:
-    studio = start(*SIZE, PACKAGE)
+def test_rows_of_the_module(start: Start, small: Path) -> None:
+    studio = start(*SIZE, small)
     opened(studio)
     studio.key("Next")
     one = studio.until(lambda now: now["shown"] > 0)["shown"]
@@ -125,22 +202,11 @@ def test_rows_of_the_module(start: Start) -> None:
     assert studio.until(lambda now: now["shown"] > one)["shown"] in range(4 * one - 4, 4 * one + 4)
 
 
-def test_the_mouse_seeks_and_plays(start: Start) -> None:
-    studio = start(*SIZE, PACKAGE)
-    opened(studio)
-    studio.click("seek", 0.5, 0.5)
-    assert 5000 < studio.until(lambda now: now["shown"] > 0)["shown"] < 7000
-    studio.click("play")
-    studio.until(lambda now: now["plays"])
-    studio.click("play")
-    studio.until(lambda now: not now["plays"])
-
-
-def test_keys_panels_and_the_end(start: Start) -> None:
-    studio = start(*SIZE, PACKAGE)
+def test_keys_panels_and_the_end(start: Start, small: Path) -> None:
+    studio = start(*SIZE, small)
     opened(studio)
     studio.key("F1")
-    studio.until(lambda now: now["keys"] and "keys" in now["rects"])
+    studio.until(lambda now: now["keys"] and "keys" in now["rects"])  # all of them at once
     studio.key("F1", "Tab")
     studio.until(lambda now: not now["keys"] and not now["panels"] and "play" not in now["rects"])
     studio.key("Tab", "m", "9")
@@ -149,14 +215,18 @@ def test_keys_panels_and_the_end(start: Start) -> None:
     studio.until(lambda now: now["shown"] == 500)
     studio.key("ctrl+q")
     assert studio.end() == 0
-    again = start(*SIZE, PACKAGE)
+    again = start(*SIZE, small)
     state = again.until(lambda now: now["loads"] == 1)
     assert state["tick"] == 500 and state["volume"] == 90
 
 
-def test_panels_are_hidden_and_reached_by_keys(start: Start) -> None:
-    studio = start(*SIZE, "--from", "3", PACKAGE)
+def test_panels_are_hidden_and_reached_by_keys(start: Start, small: Path) -> None:
+    studio = start(*SIZE, "--from", "3", small)
     opened(studio)
+    # A file of that name can't be made.
+    (studio.folder / "small-000300.png").mkdir()
+    studio.key("s")
+    studio.until(lambda now: now["message"] == "small-000300.png can't be written")
     for key, part in (("F2", "tree"), ("F4", "timeline"), ("F5", "play")):
         studio.until(lambda now: part in now["rects"])
         studio.key(key)
@@ -176,33 +246,48 @@ def test_panels_are_hidden_and_reached_by_keys(start: Start) -> None:
     studio.until(lambda now: not now["reaches"] and now["tick"] == tick + 500)
 
 
-def test_the_viewer_plays_and_ends(start: Start) -> None:
-    studio = start("--play", *SIZE, "--from", "112", PACKAGE)
-    studio.until(lambda now: now["plays"] and now["shown"] > 11200 and not now["panels"])
+def test_the_viewer_plays_and_ends(start: Start, small: Path) -> None:
+    studio = start("--play", *SIZE, "--from", "15", small)
     assert studio.end() == 0
     assert studio.errors() == ""
 
 
-def test_the_viewer_obeys_keys(start: Start) -> None:
-    studio = start("--play", "--mute", *SIZE, PACKAGE)
+def test_the_viewer_obeys_keys(start: Start, screen: Screen, small: Path, tmp_path: Path) -> None:
+    studio = start("--play", "--mute", "--loop", *SIZE, small)
     studio.until(lambda now: now["plays"] and now["muted"])
     studio.key("space")
-    studio.until(lambda now: not now["plays"])
-    studio.key("Up")
-    studio.until(lambda now: now["shown"] >= 6000)
-    studio.key("Escape")
+    tick = studio.until(lambda now: not now["plays"])["tick"]
+    studio.key("Right")
+    studio.until(lambda now: now["shown"] == tick + 500)
+    studio.key("Left", "m")
+    studio.until(lambda now: now["shown"] == tick and not now["muted"])
+    # Nobody manages windows here: its place and size are those that it was given.
+    place = studio.state()["window"]
+    studio.key("f")
+    studio.until(lambda now: now["window"] == [0, 0] and now["rects"]["picture"][2] == 1000)
+    studio.key("f")
+    studio.until(lambda now: now["window"] == place)
+    dropped = tmp_path / "dropped.dpk"
+    dropped.write_bytes(small.read_bytes())
+    drop_file(screen.name, shown_window(screen), str(dropped), *studio.place("picture"))
+    studio.until(lambda now: now["piece"] == str(dropped) and now["plays"])
+    studio.key("q")
     assert studio.end() == 0
 
 
-def test_the_viewer_plays_a_list(start: Start, tmp_path: Path) -> None:
+def test_the_viewer_plays_a_list(start: Start, small: Path, tmp_path: Path) -> None:
     broken = tmp_path / "broken.dpk"
     broken.write_bytes(b"nothing")
+    folder = tmp_path / "folder"
+    folder.mkdir()
+    (folder / "piece.py").write_text("nothing_of_this_name\n")
     second = tmp_path / "second.dpk"
-    second.write_bytes(Path(PACKAGE).read_bytes())
-    studio = start("--play", *SIZE, "--from", "95", PACKAGE, broken, second)
-    studio.until(lambda now: now["piece"] == str(second) and now["plays"])
-    assert studio.errors().startswith("quorvale-studio: ")
-    studio.key("Escape")
+    second.write_bytes(small.read_bytes())
+    studio = start("--play", "--no-ui", *SIZE, "--from", "15.5", small, broken, folder, second)
+    studio.until(lambda now: now["piece"] == str(second) and now["plays"] and not now["panels"])
+    lines = studio.errors()
+    assert lines.startswith("quorvale-studio: ") and "piece.py:1: NameError" in lines
+    studio.key("Up")  # to the end of the last piece
     assert studio.end() == 1
 
 

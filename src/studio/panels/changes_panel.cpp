@@ -34,7 +34,7 @@ void DrawChangesPanel(Studio* studio)
     {
         return;
     }
-    PlaceAtFirst(FindFirstPlaces().changes);
+    PlaceAtFirst(FindFirstPlaces(studio->scale).changes);
     if (BeginPanel(studio, "Changed values", kChangesPanel, 0))
     {
         if (ImGui::SmallButton("copy all"))

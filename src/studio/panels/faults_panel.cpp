@@ -57,7 +57,7 @@ void DrawFaultsPanel(Studio* studio)
     {
         return;
     }
-    PlaceAtFirst(FindFirstPlaces().faults);
+    PlaceAtFirst(FindFirstPlaces(studio->scale).faults);
     if (BeginPanel(studio, "Mistakes", kFaultsPanel, ImGuiWindowFlags_HorizontalScrollbar))
     {
         for (size_t i = 0; i < studio->findings.size(); ++i)

@@ -516,7 +516,7 @@ void DrawInsidePanel(Studio* studio)
     {
         return;
     }
-    PlaceAtFirst(FindFirstPlaces().inside);
+    PlaceAtFirst(FindFirstPlaces(studio->scale).inside);
     if (BeginPanel(studio, "Inside", kInsidePanel, 0))
     {
         RefreshLook(studio);

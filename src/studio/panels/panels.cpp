@@ -11,7 +11,8 @@
 
 static constexpr char kFont[] = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
 static constexpr char kEvenFont[] = "/usr/share/fonts/truetype/dejavu/DejaVuSansMono.ttf";
-static constexpr float kFontSize = 15.0f; // pixels, at scale 1
+static constexpr float kFontSize = 15.0f;     // pixels, at scale 1
+static constexpr float kWideWindow = 1600.0f; // the same: all texts of the transport fit in a row
 
 static void SetQuietStyle(float scale)
 {
@@ -78,12 +79,15 @@ bool GivePanelsEvent(const SDL_Event* event)
     return isKey && io.WantTextInput;
 }
 
-FirstPlaces FindFirstPlaces()
+FirstPlaces FindFirstPlaces(float scale)
 {
     const ImVec2 size = ImGui::GetIO().DisplaySize;
     const ImGuiStyle& style = ImGui::GetStyle();
     // The transport is as high as its title and a row of buttons: at large scales that is much.
-    const float transport = 2.0f * ImGui::GetFrameHeight() + 2.0f * style.WindowPadding.y;
+    // Where the window is narrow its texts take a second row.
+    const bool isNarrow = size.x < kWideWindow * scale;
+    const float transport = 2.0f * ImGui::GetFrameHeight() + 2.0f * style.WindowPadding.y +
+                            (isNarrow ? ImGui::GetTextLineHeightWithSpacing() : 0.0f);
     const float timeline = size.y * 0.32f;
     const float picture = size.y - timeline - transport;
     const float left = size.x * 0.70f;
@@ -164,7 +168,7 @@ PanelRect FitPicture(const Studio* studio, const PanelRect& space)
 void DrawMessage(Studio* studio, const PanelRect& picture)
 {
     static constexpr uint32_t kShownMs = 4000;
-    if (studio->options.hasNoUi || studio->message.empty() ||
+    if (studio->options.hasNoUi || studio->showsKeys || studio->message.empty() ||
         NowMs() - studio->messageMs > kShownMs)
     {
         return;

@@ -36,7 +36,8 @@ struct FirstPlaces
     PanelRect picture, inside, transport, timeline, faults, changes;
 };
 
-FirstPlaces FindFirstPlaces();
+/// @param scale   of the user interface
+FirstPlaces FindFirstPlaces(float scale);
 
 /// Places the window that begins next, unless the layout knows it.
 void PlaceAtFirst(const PanelRect& place);

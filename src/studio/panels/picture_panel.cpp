@@ -18,7 +18,7 @@ void DrawPictureAlone(Studio* studio)
 
 void DrawPicturePanel(Studio* studio)
 {
-    PlaceAtFirst(FindFirstPlaces().picture);
+    PlaceAtFirst(FindFirstPlaces(studio->scale).picture);
     ImGui::PushStyleVar(ImGuiStyleVar_WindowPadding, ImVec2(0.0f, 0.0f));
     const bool isOpen = ImGui::Begin(
         "Picture", nullptr, ImGuiWindowFlags_NoScrollbar | ImGuiWindowFlags_NoScrollWithMouse);

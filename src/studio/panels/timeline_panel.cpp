@@ -286,7 +286,7 @@ void DrawTimelinePanel(Studio* studio)
     {
         return;
     }
-    PlaceAtFirst(FindFirstPlaces().timeline);
+    PlaceAtFirst(FindFirstPlaces(studio->scale).timeline);
     if (BeginPanel(studio, "Timeline", kTimelinePanel, ImGuiWindowFlags_NoScrollWithMouse))
     {
         if (studio->chosenBar >= 0)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "studio/panels/panels.h"
 
+#include <cstdio>
 #include <imgui.h>
 
 /// A button for a command.
@@ -14,63 +15,95 @@ static void CommandButton(Studio* studio, const char* label, const char* name, C
     ImGui::SameLine();
 }
 
+/// Begins a text beside the last item, or on the next line where it would be cut.
+static void FlowText(const Studio* studio, const std::string& text)
+{
+    const float gap = 16.0f * studio->scale;
+    const float edge = ImGui::GetWindowPos().x + ImGui::GetWindowContentRegionMax().x;
+    const float end = ImGui::GetItemRectMax().x + gap + ImGui::CalcTextSize(text.c_str()).x;
+    if (end <= edge)
+    {
+        ImGui::SameLine(0.0f, gap);
+    }
+}
+
+static void DrawText(Studio* studio, const char* name, const std::string& text)
+{
+    FlowText(studio, text);
+    ImGui::TextUnformatted(text.c_str());
+    NoteItem(studio, name);
+}
+
+static void DrawFaintText(Studio* studio, const char* name, const std::string& text)
+{
+    FlowText(studio, text);
+    ImGui::TextDisabled("%s", text.c_str());
+    NoteItem(studio, name);
+}
+
+static void DrawReloadTime(Studio* studio)
+{
+    const FolderPiece& folder = studio->folder;
+    DrawFaintText(studio, "reload time",
+                  "shown " + std::to_string(folder.reloadMs) + " ms after the save");
+    if (ImGui::IsItemHovered())
+    {
+        ImGui::SetTooltip("piece.py %u ms, packing %u ms (%u made anew), check %u ms,\n"
+                          "loading %u ms (%u textures, models and images made anew, %u kept),\n"
+                          "to the moment %u ms",
+                          folder.scriptUs / 1000, folder.packUs / 1000, folder.made,
+                          folder.checkUs / 1000, studio->loadUs / 1000, studio->made, studio->kept,
+                          studio->seekUs / 1000);
+    }
+}
+
 static void DrawPlace(Studio* studio)
 {
     const Transport& transport = studio->transport;
     const uint32_t tick = TransportTick(&transport);
-    ImGui::Text("%u:%05.2f  tick %u of %u", tick / 6000, static_cast<double>(tick % 6000) / 100.0,
-                tick, transport.endTick);
+    char text[96];
+    snprintf(text, sizeof(text), "%u:%05.2f  tick %u of %u", tick / 6000,
+             static_cast<double>(tick % 6000) / 100.0, tick, transport.endTick);
+    DrawText(studio, "place", text);
     const int32_t row = FindTrackRow(studio->track, tick);
     if (row >= 0)
     {
         const TrackRow& at = studio->track.rows[static_cast<size_t>(row)];
-        ImGui::SameLine();
-        ImGui::Text("  order %d row %02d", at.order, at.row);
+        snprintf(text, sizeof(text), "order %d row %02d", at.order, at.row);
+        DrawText(studio, "row", text);
     }
     if (transport.speed != kNormalSpeed)
     {
-        ImGui::SameLine();
-        ImGui::Text("  speed %g", static_cast<double>(transport.speed) / kNormalSpeed);
+        snprintf(text, sizeof(text), "speed %g",
+                 static_cast<double>(transport.speed) / kNormalSpeed);
+        DrawText(studio, "speed", text);
     }
     if (transport.hasRange)
     {
-        ImGui::SameLine();
-        ImGui::Text("  repeats %u to %u", transport.rangeBegin, transport.rangeEnd);
+        snprintf(text, sizeof(text), "repeats %u to %u", transport.rangeBegin, transport.rangeEnd);
+        DrawText(studio, "range", text);
     }
-    const FolderPiece& folder = studio->folder;
-    if (folder.builder.isBuilding)
+    if (studio->folder.builder.isBuilding)
     {
-        ImGui::SameLine();
-        ImGui::TextDisabled("  building");
+        DrawFaintText(studio, "building", "building");
     }
-    else if (folder.reloadMs != 0)
+    else if (studio->folder.reloadMs != 0)
     {
-        ImGui::SameLine();
-        ImGui::TextDisabled("  shown %u ms after the save", folder.reloadMs);
-        if (ImGui::IsItemHovered())
-        {
-            ImGui::SetTooltip("piece.py %u ms, packing %u ms (%u made anew), check %u ms,\n"
-                              "loading %u ms (%u textures, models and images made anew, %u kept),\n"
-                              "to the moment %u ms",
-                              folder.scriptUs / 1000, folder.packUs / 1000, folder.made,
-                              folder.checkUs / 1000, studio->loadUs / 1000, studio->made,
-                              studio->kept, studio->seekUs / 1000);
-        }
+        DrawReloadTime(studio);
     }
-    ImGui::SameLine();
     if (studio->sound.device == 0)
     {
-        ImGui::TextDisabled("  no sound device");
+        DrawFaintText(studio, "sound", "no sound device");
     }
     else if (studio->sound.isMuted)
     {
-        ImGui::TextDisabled("  muted");
+        DrawFaintText(studio, "sound", "muted");
     }
 }
 
 void DrawTransportPanel(Studio* studio)
 {
-    PlaceAtFirst(FindFirstPlaces().transport);
+    PlaceAtFirst(FindFirstPlaces(studio->scale).transport);
     if (BeginPanel(studio, "Transport", kTransportPanel, ImGuiWindowFlags_NoScrollbar))
     {
         CommandButton(studio, "|<", "to start", Command::kToStart);
@@ -88,7 +121,6 @@ void DrawTransportPanel(Studio* studio)
             JumpTo(&studio->transport, static_cast<uint32_t>(tick), NowMs());
         }
         NoteItem(studio, "seek");
-        ImGui::SameLine();
         DrawPlace(studio);
     }
     ImGui::End();
