@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: MIT
 import os
+import shutil
 import subprocess
 from pathlib import Path
 from typing import Any, Callable, Iterator
@@ -40,3 +41,17 @@ def small(tmp_path_factory: pytest.TempPathFactory) -> Path:
         subprocess.run([os.environ["DPK"], *map(str, words)], check=True,
                        stdout=subprocess.DEVNULL)
     return package
+
+
+@pytest.fixture
+def script(small: Path, tmp_path: Path) -> Path:
+    """A folder with a piece.py, and all that it has written."""
+    return Path(shutil.copytree(small.parent, tmp_path / "mine",
+                                ignore=shutil.ignore_patterns("*.dpk")))
+
+
+@pytest.fixture
+def plain(script: Path) -> Path:
+    """A folder of documents, without a program."""
+    (script / "piece.py").unlink()
+    return script

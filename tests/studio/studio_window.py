@@ -77,7 +77,7 @@ class Studio:
         answer: dict[str, Any] = json.loads(self.stream.readline())
         return answer
 
-    def until(self, holds: Callable[[dict[str, Any]], bool]) -> dict[str, Any]:
+    def until(self, holds: Callable[[dict[str, Any]], object]) -> dict[str, Any]:
         """Asks until a state holds, and gives it."""
         state = {}
         for _ in range(QUESTIONS):

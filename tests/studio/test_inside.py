@@ -1,22 +1,13 @@
 # SPDX-License-Identifier: MIT
 """Looking inside a piece: the tree of what is drawn, values, curves, pictures and meshes."""
 
-import os
-import subprocess
 from pathlib import Path
 from typing import Any, Callable
 
 from studio_window import Studio
 
-DPK = os.environ["DPK"]
 SIZE = ["--size", "160x90"]
 Start = Callable[..., Studio]
-
-
-def new_piece(tmp_path: Path) -> Path:
-    folder = tmp_path / "mine"
-    subprocess.run([DPK, "new", str(folder)], check=True, stdout=subprocess.DEVNULL)
-    return folder
 
 
 def look(studio: Studio, node: str, title: str) -> dict[str, Any]:
@@ -27,11 +18,10 @@ def look(studio: Studio, node: str, title: str) -> dict[str, Any]:
     return inside
 
 
-def test_what_is_drawn_is_seen_from_inside(start: Start, tmp_path: Path) -> None:
-    folder = new_piece(tmp_path)
-    studio = start(*SIZE, "--from", "3", folder)
+def test_what_is_drawn_is_seen_from_inside(start: Start, script: Path) -> None:
+    studio = start(*SIZE, "--from", "3", script)
     studio.until(lambda now: now["loads"] == 1 and 'node scene 1 "stage"' in now["rects"])
-    lines = (folder / "piece.py").read_text().splitlines()
+    lines = (script / "piece.py").read_text().splitlines()
 
     # Its object has a mesh, a material and curves. The clip before is folded, to leave room.
     studio.click("open row 1, clip 1")
@@ -71,8 +61,8 @@ def pixel(studio: Studio, x: float, y: float) -> list[int]:
     return [int(number) for number in text.split(": ")[1].split()]
 
 
-def test_textures_show_step_by_step(start: Start, tmp_path: Path) -> None:
-    studio = start(*SIZE, "--from", "3", new_piece(tmp_path))
+def test_textures_show_step_by_step(start: Start, script: Path) -> None:
+    studio = start(*SIZE, "--from", "3", script)
     studio.until(lambda now: now["loads"] == 1 and 'open scene 1 "stage"' in now["rects"])
     studio.click("open row 1, clip 1")
     studio.until(lambda now: 'node scene 2 "sky"' not in now["rects"])
@@ -145,13 +135,10 @@ def test_pixels_of_bitmaps_targets_and_effects(start: Start, tmp_path: Path) -> 
     assert corners == [[255, 0, 0, 255], [0, 255, 0, 255], [0, 0, 255, 255], [51, 102, 153, 255]]
 
 
-def test_reloads_leave_nothing(start: Start, tmp_path: Path) -> None:
-    folder = new_piece(tmp_path)
-    subprocess.run([DPK, "build", str(folder)], check=True, stdout=subprocess.DEVNULL)
-    (folder / "piece.py").unlink()
-    demo = folder / "demo.xml"
+def test_reloads_leave_nothing(start: Start, plain: Path) -> None:
+    demo = plain / "demo.xml"
     text = demo.read_text()
-    studio = start(*SIZE, "--from", "3", folder)
+    studio = start(*SIZE, "--from", "3", plain)
     studio.until(lambda now: now["loads"] == 1)
 
     def names_after(reloads: int) -> object:

@@ -8,8 +8,6 @@ import subprocess
 from pathlib import Path
 from typing import Any, Callable
 
-import pytest
-
 from studio_window import Studio, picture
 
 DPK = os.environ["DPK"]
@@ -22,22 +20,6 @@ def save(path: Path, text: str) -> None:
     beside = path.with_name(path.name + ".new~")
     beside.write_text(text)
     beside.rename(path)
-
-
-@pytest.fixture
-def script(tmp_path: Path) -> Path:
-    """A folder with a piece.py."""
-    folder = tmp_path / "mine"
-    subprocess.run([DPK, "new", str(folder)], check=True, stdout=subprocess.DEVNULL)
-    return folder
-
-
-@pytest.fixture
-def plain(script: Path) -> Path:
-    """A folder of documents, without a program."""
-    subprocess.run([DPK, "build", str(script)], check=True, stdout=subprocess.DEVNULL)
-    (script / "piece.py").unlink()
-    return script
 
 
 def shown(studio: Studio, loads: int) -> dict[str, Any]:
@@ -104,34 +86,36 @@ def test_the_picture_is_that_of_the_saved_piece(start: Start, plain: Path, tmp_p
     assert picture(tmp_path / "200.ppm") == picture(tmp_path / "mine-000200.png")
 
 
-def test_it_plays_on_while_a_piece_is_built(start: Start, script: Path) -> None:
-    studio = start(*SIZE, script)
-    shown(studio, 1)
-    studio.key("space")
-    studio.until(lambda now: now["tick"] > 10)
-    source = script / "piece.py"
-    save(source, "import time\ntime.sleep(2)\n" + source.read_text())
-    begun = studio.until(lambda now: now["building"])
-    studio.until(lambda now: not now["building"] or now["tick"] > begun["tick"] + 20)
-    studio.until(lambda now: now["builds"] == 2)
-
-
-def test_mistakes_in_the_program_are_told(start: Start, script: Path) -> None:
+def test_a_program_that_goes_wrong_is_told(start: Start, script: Path) -> None:
     source = script / "piece.py"
     text = source.read_text()
     studio = start(*SIZE, script)
     shown(studio, 1)
-    save(source, text + "\nnothing_of_this_name\n")
-    state = studio.until(lambda now: now["errors"])
+
+    def told(more: str, words: str) -> None:
+        save(source, text + more)
+        studio.until(lambda now: any(words in error for error in now["errors"]))
+
     line = len(text.splitlines()) + 2
-    assert any(f"piece.py:{line}: NameError" in error for error in state["errors"]), state
-    save(source, text + "\nwhile True:\n    print('again and again')\n")
-    studio.until(lambda now: "piece.py prints without end; it was stopped" in now["errors"])
-    save(source, text + "\nimport os, signal\nos.kill(os.getppid(), signal.SIGKILL)\n")
-    studio.until(lambda now: now["errors"] and "prints" not in now["errors"][-1])
-    assert studio.state()["loads"] == 1
+    told("\nnothing_of_this_name\n", f"piece.py:{line}: NameError")
+    told("\nwhile True:\n    print('again and again')\n",
+         "piece.py prints without end; it was stopped")
+    told("\nimport os, signal\nos.kill(os.getppid(), signal.SIGKILL)\n", "killed")
+
+    # Somebody kills the builder itself.
+    builds = studio.state()["builds"]
+    save(source, text + "\nimport time\ntime.sleep(600)\n")
+    studio.until(lambda now: now["building"])
+    found = Path(f"/proc/{studio.process.pid}/task/{studio.process.pid}/children").read_text()
+    builder = [child for child in found.split()
+               if b"--builder" in Path(f"/proc/{child}/cmdline").read_bytes()]
+    os.kill(int(builder[0]), signal.SIGKILL)
+    state = studio.until(lambda now: now["builds"] > builds)
+    assert state["errors"] == ["the build was killed"] and state["loads"] == 1
+
     save(source, text + "\n# good again\n")
     studio.until(lambda now: not now["errors"] and not now["building"])
+    assert children(studio) <= 1
 
 
 def test_a_program_that_never_ends_is_stopped(start: Start, script: Path) -> None:
@@ -140,7 +124,12 @@ def test_a_program_that_never_ends_is_stopped(start: Start, script: Path) -> Non
     studio = start(*SIZE, script)
     shown(studio, 1)
     save(source, text + "\nwhile True:\n    pass\n")
-    studio.until(lambda now: any("it was stopped" in error for error in now["errors"]))
+    begun = studio.until(lambda now: now["building"])
+    studio.key("space")
+    studio.until(lambda now: now["tick"] > begun["tick"] + 20)
+    studio.key("space")
+    state = studio.until(lambda now: any("it was stopped" in error for error in now["errors"]))
+    assert state["loads"] == 1
     # The next one is given up as soon as a better one is saved.
     save(source, text + "\nwhile True:\n    pass  # still\n")
     studio.until(lambda now: now["building"])
@@ -149,31 +138,18 @@ def test_a_program_that_never_ends_is_stopped(start: Start, script: Path) -> Non
     assert children(studio) <= 1
 
 
-def test_a_builder_that_is_killed_is_told(start: Start, script: Path) -> None:
-    source = script / "piece.py"
-    text = source.read_text()
-    studio = start(*SIZE, script)
-    shown(studio, 1)
-    save(source, "import time\ntime.sleep(600)\n" + text)
-    studio.until(lambda now: now["building"])
-    found = Path(f"/proc/{studio.process.pid}/task/{studio.process.pid}/children").read_text()
-    builder = [child for child in found.split()
-               if b"--builder" in Path(f"/proc/{child}/cmdline").read_bytes()]
-    os.kill(int(builder[0]), signal.SIGKILL)
-    studio.until(lambda now: "the build was killed" in now["errors"])
-    save(source, text)
-    studio.until(lambda now: not now["errors"] and not now["building"])
-
-
 def test_a_mistake_in_a_late_clip_is_told_at_the_save(start: Start, plain: Path) -> None:
     demo = plain / "demo.xml"
     text = demo.read_text()
-    studio = start(*SIZE, plain)
+    studio = start(*SIZE, plain, environment={"VISUAL": ""})
     shown(studio, 1)
     at = text.rindex('<clip id="') + len('<clip id="')
     save(demo, text[:at] + "99" + text[text.index('"', at):])
     state = studio.until(lambda now: now["errors"])
     assert "scene 99" in state["errors"][0] and state["loads"] == 1
+    studio.key("Return")
+    studio.until(lambda now: now["message"]
+                 == 'no editor: set VISUAL, or "editor" in the settings')
     # It was loaded while it was checked, and never takes over.
     state = studio.until(lambda now: not now["loading"])
     assert state["loads"] == 1 and state["shown"] == 0

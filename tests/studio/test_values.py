@@ -6,22 +6,18 @@ import subprocess
 from pathlib import Path
 from typing import Callable
 
-import pytest
-
 from read_clipboard import clipboard
 from studio_window import Screen, Studio
 
-DPK = os.environ["DPK"]
 SIZE = ["--size", "160x90", "--from", "3"]
 Start = Callable[..., Studio]
 
 
-@pytest.fixture
-def script(tmp_path: Path) -> Path:
-    """A folder with a piece.py."""
-    folder = tmp_path / "mine"
-    subprocess.run([DPK, "new", str(folder)], check=True, stdout=subprocess.DEVNULL)
-    return folder
+def save(path: Path, text: bytes) -> None:
+    """As editors do: a new file takes the old one's name."""
+    beside = path.with_name(path.name + ".new~")
+    beside.write_bytes(text)
+    beside.rename(path)
 
 
 def opened(studio: Studio) -> None:
@@ -88,13 +84,14 @@ def test_a_value_is_tried_and_written(start: Start, screen: Screen, script: Path
     assert studio.state()["errors"] == []
 
 
-def test_a_document_is_written(start: Start, script: Path) -> None:
-    subprocess.run([DPK, "build", str(script)], check=True, stdout=subprocess.DEVNULL)
-    (script / "piece.py").unlink()
-    demo = script / "demo.xml"
+def test_a_document_is_written(start: Start, plain: Path, tmp_path: Path) -> None:
+    demo = plain / "demo.xml"
     text = demo.read_bytes().replace(b"\n", b"\r\n")  # as some editors have them
+    # A second without a clip, in the middle.
+    text = text.replace(b'space_before="0" length="799"', b'space_before="99" length="700"')
+    text = text.replace(b'length="800"', b'length="700"')
     demo.write_bytes(text)
-    studio = start(*SIZE, script)
+    studio = start(*SIZE, plain)
     opened(studio)
     studio.click("node row 2, clip 1", 0.8)
     studio.reveal("value clip 1 fov", "item")
@@ -104,13 +101,40 @@ def test_a_document_is_written(start: Start, script: Path) -> None:
     change = studio.until(lambda now: now["changes"])["changes"][0]
     tried = studio.picture()
     assert tried != before and "fov: 60 -> " in change
+
+    def refused(words: str) -> None:
+        studio.click("write 0")
+        assert studio.until(lambda now: words in now["message"])["changes"] == [change]
+
+    # A file that says something else by now is left alone, and so is one that nobody can write.
+    save(demo, text.replace(b'"60"', b'"61"').replace(b"</", b"<", 1))
+    studio.until(lambda now: now["errors"])
+    refused(f"{demo} does not say 60 there")
+    gone = tmp_path / "gone"
+    gone.mkdir()
+    with open(gone / "demo.xml", "w+b") as file:
+        file.write(text)
+        file.flush()
+        (gone / "demo.xml").unlink()
+        gone.rmdir()
+        demo.unlink()
+        demo.symlink_to(f"/proc/{os.getpid()}/fd/{file.fileno()}")
+        studio.until(lambda now: not now["errors"] and not now["building"])
+        refused(f"{demo} can't be written")
+        save(demo, text)
+
+    studio.until(lambda now: not now["errors"] and not now["building"])
     studio.click("write 0")
-    studio.until(lambda now: now["loads"] == 2 and not now["changes"])
+    studio.until(lambda now: not now["changes"] and not now["loading"])
     written = demo.read_bytes()
     was, now = b'"60"', f'"{change.split()[-1]}"'.encode()
     assert written in [text[:at] + now + text[at + len(was):]
                        for at in range(len(text)) if text.startswith(was, at)]
     studio.until(lambda now: studio.picture() == tried)
+    studio.click("seek", 0.5)
+    studio.until(lambda now: 710 < now["shown"] < 790)
+    studio.key("c")
+    studio.until(lambda now: now["message"] == "nothing here is seen by a camera")
 
 
 def test_a_flight_leaves_the_picture(start: Start, screen: Screen, script: Path) -> None:
