@@ -86,13 +86,15 @@ from quorvale import FLAT, Bitmap, Document, Scene, effects, line, look, recipes
 from quorvale.images import write_png
 from quorvale.loading import loading_bar
 from quorvale.meshes import Mesh, square
-from quorvale.tracker import Tune
+from quorvale.tracker import Instrument, Tune, tone
 
 four = [[(1, 0, 0), (0, 1, 0)], [(0, 0, 1), (0.2, 0.4, 0.6)]]
 write_png("four.png", 4, 4, 3, lambda x, y: four[y // 2][x // 2])
 write_png("target.png", 4, 4, 3, lambda x, y: (0, 0, 0))
 screen = square(Mesh()).write("screen.obj")
-music = Tune(rows=32, channels=1, tempo=120, speed=6).write("tune.xm")
+tune = Tune(rows=32, channels=1, tempo=120, speed=6)
+tune.instrument(Instrument("none", tone(64, (1,))))
+music = tune.write("tune.xm")
 target = Bitmap("target.png")
 things = Scene(name="things")
 for material in (recipes.bitmap(bitmap=Bitmap("four.png")), recipes.bitmap(bitmap=target),
