@@ -26,6 +26,10 @@ class Camera:
 
     `look`, `path` and `orbit` make one from points of the scene; `FLAT` sees the unit square, x
     from 0 at the left to 1 at the right, y from 0 at the top to 1 at the bottom, and has no `fov`.
+    By hand, three units before the origin and a little tilted:
+
+    >>> Camera(position=(0, 0, -3), rotation=(10, 0, 0), fov=60).turning_only().position
+    (0.0, 0.0, 0.0)
     """
 
     position: Vector
@@ -47,7 +51,12 @@ class Camera:
 
     def later(self, ticks: int) -> Camera:
         """The same view from tick `ticks` on, for a clip that begins inside its scene: with this
-        offset the scene's curves are ahead, and the camera's begin where the clip does."""
+        offset the scene's curves are ahead, and the camera's begin where the clip does.
+
+        >>> from quorvale.curves import line
+        >>> look((0, 0, 5), (0, 0, 0), fov=line(60, 40, 100)).later(200).fov.at(300)
+        40.0
+        """
 
         def shifted(value: Value) -> Value:
             return value.delayed(ticks) if isinstance(value, Curve) else value
@@ -61,7 +70,11 @@ class Camera:
         return Camera((0.0, 0.0, 0.0), self.rotation, self.fov)
 
     def facing(self, length: int) -> Vector:
-        """Rotations of an object that shows its z side to this camera for `length` ticks."""
+        """Rotations of an object that shows its z side to this camera for `length` ticks.
+
+        >>> look((5, 0, 0), (0, 0, 0)).facing(100)
+        (0.0, 90.0, 0.0)
+        """
         knots: tuple[list[tuple[int, float]], ...] = ([], [], [])
         for t in _knot_ticks(length):
             pitch, yaw, roll = (_sampled(value, t) for value in self.rotation)

@@ -85,6 +85,10 @@ class Curve:
 
     Curves are values: no operation changes one, all give a new one. `curve * 2`, `curve + 1` and
     `1 - curve` do to every value what they say. Equal curves become one envelope.
+
+    >>> fade: Curve = line(0, 1, 100)
+    >>> (1 - fade).at(25), (fade * 2).delayed(50).at(100)
+    (0.75, 1.0)
     """
 
     pieces: tuple[Piece, ...]
@@ -112,11 +116,19 @@ class Curve:
 
     @property
     def length(self) -> int:
-        """Ticks up to the end of the last piece."""
+        """Ticks up to the end of the last piece.
+
+        >>> line(0, 1, 100).then(1, 50).length
+        150
+        """
         return sum(piece.length for piece in self.pieces)
 
     def at(self, tick: int) -> float:
-        """The value at a tick of 0 or more, to the last bit what the engine computes."""
+        """The value at a tick of 0 or more, to the last bit what the engine computes.
+
+        >>> line(0, 1, 100).at(25)
+        0.25
+        """
         x = self._folded(tick & 0xFFFFFFFF)
         for piece in self.pieces[:-1]:
             if x <= piece.length:
@@ -134,7 +146,11 @@ class Curve:
         return 2 * length - folded if folded > length else folded
 
     def sample(self, tick: float) -> float:
-        """The value at a tick in full precision, also between ticks, without loops."""
+        """The value at a tick in full precision, also between ticks, without loops.
+
+        >>> line(0, 1, 100).sample(0.5)
+        0.005
+        """
         x = tick
         for piece in self.pieces[:-1]:
             if x <= piece.length:
@@ -219,14 +235,22 @@ class Curve:
             raise ValueError("a curve that is given as its element can't be changed")
 
     def then(self, following: Value, length: int = 100) -> Curve:
-        """This curve, and where it ends another, or a number held for `length` ticks."""
+        """This curve, and where it ends another, or a number held for `length` ticks.
+
+        >>> line(0, 1, 50).then(1, 100).then(line(1, 0, 50)).length
+        200
+        """
         self._refuse_verbatim()
         if not isinstance(following, Curve):
             following = hold(following, length)
         return replace(self, pieces=self.pieces + following.pieces)
 
     def delayed(self, ticks: int) -> Curve:
-        """The same, later: the first value is held for so many ticks."""
+        """The same, later: the first value is held for so many ticks.
+
+        >>> line(0, 1, 100).delayed(50).at(100)
+        0.5
+        """
         ticks = _ticks("delayed", "delay", ticks)
         if ticks == 0:
             return self
@@ -236,16 +260,28 @@ class Curve:
         return Curve((first,) + self.pieces, self.loop, self.begin + ticks, self.end + ticks)
 
     def looped(self, begin: int = 0, end: int | None = None) -> Curve:
-        """Comes back to `begin` when it has passed `end`; the whole curve without them."""
+        """Comes back to `begin` when it has passed `end`; the whole curve without them.
+
+        >>> line(0, 1, 100).looped().at(125)
+        0.25
+        """
         return replace(self, loop=LOOP, begin=begin, end=self.length if end is None else end)
 
     def swinging(self, begin: int = 0, end: int | None = None) -> Curve:
         """Runs to and fro. With a `begin` it swings over the first `end - begin` ticks of the
-        curve after its first run: the engine folds from the curve's own start."""
+        curve after its first run: the engine folds from the curve's own start.
+
+        >>> line(0, 1, 100).swinging().at(125)
+        0.75
+        """
         return replace(self, loop=PING_PONG, begin=begin, end=self.length if end is None else end)
 
     def sampled(self, length: int, points: int = SPLINE_POINTS) -> Curve:
-        """A spline through this curve at even distances, for sums that need one function."""
+        """A spline through this curve at even distances, for sums that need one function.
+
+        >>> wave(0, 1, 400).sampled(400, points=9).at(100)
+        1.0
+        """
         return spline([(round(length * k / (points - 1)),
                         self.sample(round(length * k / (points - 1)))) for k in range(points)])
 

@@ -56,7 +56,13 @@ class Fog:
 
 @dataclass(frozen=True)
 class Clip:
-    """A scene on screen from tick `start` up to tick `end`."""
+    """A scene on screen from tick `start` up to tick `end`.
+
+    >>> from quorvale.cameras import FLAT
+    >>> clip: Clip = Document().row(0).show(None, FLAT, 100, 300)
+    >>> clip.end - clip.start
+    200
+    """
 
     start: int
     end: int
@@ -71,7 +77,12 @@ class Clip:
 
 @dataclass(eq=False)
 class Row:
-    """Clips of which one at a time is drawn, over the rows below it."""
+    """Clips of which one at a time is drawn, over the rows below it.
+
+    >>> words: Row = Document().row(4)
+    >>> words.number
+    4
+    """
 
     number: int
     clips: list[Clip] = field(default_factory=list)
@@ -79,7 +90,11 @@ class Row:
 
     def verbatim(self, xml: str) -> None:
         """Makes the row what its element says, which is written as it stands; see
-        `quorvale.verbatim`."""
+        `quorvale.verbatim`.
+
+        >>> demo = Document()
+        >>> demo.row(3).verbatim("<row/>")
+        """
         self.xml = xml
 
     def show(self, scene: Scene | None, camera: Camera, start: int, end: int, *,
@@ -126,7 +141,13 @@ class Row:
         return clip
 
     def after(self, scene: Scene | None, camera: Camera, length: int, **options: Any) -> Clip:
-        """Shows a scene for `length` ticks where the row's last clip ends."""
+        """Shows a scene for `length` ticks where the row's last clip ends.
+
+        >>> from quorvale.cameras import FLAT
+        >>> row = Document().row(0)
+        >>> [row.after(None, FLAT, 50).start for _ in range(3)]
+        [0, 50, 100]
+        """
         start = max((clip.end for clip in self.clips), default=0)
         return self.show(scene, camera, start, start + length, **options)
 
@@ -294,11 +315,21 @@ class Document:
         return self._rows.setdefault(number, Row(number))
 
     def rows(self, count: int) -> list[Row]:
-        """The first rows, lowest first."""
+        """The first rows, lowest first.
+
+        >>> sky, stage, words = Document().rows(3)
+        >>> words.number
+        2
+        """
         return [self.row(number) for number in range(count)]
 
     def keep(self, *items: Item | Curve) -> None:
-        """Writes items and curves that no clip shows."""
+        """Writes items and curves that no clip shows: for textures that `dpk textures` is to show.
+
+        >>> from quorvale import layers
+        >>> demo = Document()
+        >>> demo.keep(layers.noise(seed=3) * layers.maze())
+        """
         self.kept += items
 
     @property

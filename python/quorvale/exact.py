@@ -159,7 +159,11 @@ class Noise:
         return self.state / 4294967296.0
 
     def between(self, low: float, high: float) -> float:
-        """The next number, from `low` up to `high`."""
+        """The next number, from `low` up to `high`.
+
+        >>> -1 <= Noise(3).between(-1, 1) < 1
+        True
+        """
         return low + (high - low) * self.next()
 
 

@@ -110,7 +110,12 @@ class Font:
         return found
 
     def glyph(self, character: str, detail: int = 4) -> Glyph:
-        """A character's outlines, each curve as `detail` lines."""
+        """A character's outlines, each curve as `detail` lines.
+
+        >>> font = Font.find("DejaVuSans-Bold")
+        >>> font.glyph("m").advance > font.glyph("i").advance
+        True
+        """
         number = self._characters.get(ord(character))
         if number is None:
             raise ValueError(f'mesh(): the font has no "{character}"')

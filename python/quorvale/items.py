@@ -45,6 +45,10 @@ class Layer(Item):
 
     `layer * 0.5` is the same, darker, in a sum or product; `layer + other` and `layer * other` are
     textures.
+
+    >>> from quorvale.layers import maze, noise
+    >>> isinstance(noise(), Layer), isinstance(noise() * 0.5 + maze(), Texture)
+    (True, True)
     """
 
     row: Row
@@ -66,7 +70,12 @@ class Layer(Item):
 
 @dataclass(frozen=True)
 class ScaledLayer:
-    """A layer times a number."""
+    """A layer times a number.
+
+    >>> from quorvale.layers import noise
+    >>> isinstance(noise() * 0.5, ScaledLayer)
+    True
+    """
 
     layer: Layer
     scale: float
@@ -90,7 +99,12 @@ LayerLike = Union[Layer, ScaledLayer]
 
 @dataclass(frozen=True)
 class Step:
-    """One step of a texture; a combiner has a layer. See `quorvale.steps`."""
+    """One step of a texture; a combiner has a layer. See `quorvale.steps`.
+
+    >>> from quorvale.steps import blur
+    >>> isinstance(blur(), Step)
+    True
+    """
 
     row: Row
     numbers: tuple[float, ...]
@@ -131,15 +145,30 @@ class Texture(Item):
 
     @staticmethod
     def of(layer: LayerLike) -> Texture:
-        """A texture that shows one layer."""
+        """A texture that shows one layer.
+
+        >>> from quorvale.layers import noise
+        >>> len(Texture.of(noise()).steps)
+        1
+        """
         return Texture()._combined("add", _scaled(layer, "+"))
 
     def named(self, name: str) -> Texture:
-        """The same with a name."""
+        """The same with a name.
+
+        >>> from quorvale.layers import maze, noise
+        >>> (noise() * maze()).named("stone").name
+        'stone'
+        """
         return Texture(self.steps, self.pending, name=name)
 
     def finished(self) -> tuple[Step, ...]:
-        """All steps, with one of its own for a factor that no step took."""
+        """All steps, with one of its own for a factor that no step took.
+
+        >>> from quorvale.layers import noise
+        >>> len((Texture.of(noise()) * 0.5).finished())
+        2
+        """
         if self.pending == 1.0:
             return self.steps
         return self.steps + (Step(row("steps", "scale"), (self.pending,)),)
@@ -160,11 +189,19 @@ class Texture(Item):
         return Texture(self.steps + (Step(row("steps", "multiply"), (scale,), layer.layer),))
 
     def maximum(self, other: LayerLike) -> Texture:
-        """The brighter of both at each pixel and channel."""
+        """The brighter of both at each pixel and channel.
+
+        >>> from quorvale.layers import maze, noise
+        >>> stone = Texture.of(noise()).maximum(maze() * 0.5)
+        """
         return self._combined("maximum", _scaled(other, "maximum"))
 
     def minimum(self, other: LayerLike) -> Texture:
-        """The darker of both at each pixel and channel."""
+        """The darker of both at each pixel and channel.
+
+        >>> from quorvale.layers import maze, noise
+        >>> stone = Texture.of(noise()).minimum(maze() * 0.5)
+        """
         return self._combined("minimum", _scaled(other, "minimum"))
 
     def __or__(self, step: Step) -> Texture:
@@ -231,7 +268,12 @@ class Light(Item):
 
 @dataclass(eq=False)
 class Effect(Item):
-    """A texture that is computed anew in each picture; see `quorvale.effects`."""
+    """A texture that is computed anew in each picture; see `quorvale.effects`.
+
+    >>> from quorvale import effects, line
+    >>> isinstance(effects.plasma(line(0, 40, 800), size=64), Effect)
+    True
+    """
 
     row: Row
     curves: tuple[Curve | None, ...]
@@ -249,7 +291,12 @@ class Effect(Item):
 @dataclass(eq=False)
 class GenMesh(Item):
     """A grid of 30 by 30 points in the plane y = 0, from (0, 0, 0) to (29, 0, 29), that moves; see
-    `quorvale.waters`."""
+    `quorvale.waters`.
+
+    >>> from quorvale import line, waters
+    >>> isinstance(waters.lake_water(line(0, 80, 800)), GenMesh)
+    True
+    """
 
     row: Row
     time: Curve | None
@@ -262,7 +309,12 @@ _KINDS: dict[str, tuple[type, ...]] = {
 
 @dataclass(eq=False)
 class Material(Item):
-    """One of 24 recipes with its colors and textures; see `quorvale.recipes`."""
+    """One of 24 recipes with its colors and textures; see `quorvale.recipes`.
+
+    >>> from quorvale import recipes
+    >>> isinstance(recipes.color((1, 0, 0)), Material)
+    True
+    """
 
     row: Row
     color: Vector

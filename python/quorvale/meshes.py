@@ -106,7 +106,12 @@ class Mesh:
         return found
 
     def face(self, corners: Sequence[Corner]) -> None:
-        """A convex polygon of corners (position, (u, v), normal), turned to face its normals."""
+        """A convex polygon of corners (position, (u, v), normal), turned to face its normals.
+
+        >>> up = (0, 1, 0)
+        >>> mesh = Mesh()
+        >>> mesh.face([((0, 0, 0), (0, 0), up), ((1, 0, 0), (1, 0), up), ((0, 0, 1), (0, 1), up)])
+        """
         for corner in corners:
             _check_corner(corner)
             position, coordinates, normal = corner
@@ -131,7 +136,12 @@ class Mesh:
 
     def flat(self, positions: Sequence[Point],
              coordinates: Sequence[tuple[float, float]] | None = None) -> None:
-        """A flat convex polygon."""
+        """A flat convex polygon of three positions or more. Seen from its front they turn to the
+        left.
+
+        >>> mesh = Mesh()
+        >>> mesh.flat([(0, 0, 0), (1, 0, 0), (0, 1, 0)])
+        """
         if len(positions) < 3:
             raise ValueError(f"flat(): a polygon has 3 corners at least, not {len(positions)}")
         normal: Point = (0.0, 0.0, 0.0)

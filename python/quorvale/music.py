@@ -17,7 +17,10 @@ _HEADER: Final = b"Extended Module: "
 @dataclass(frozen=True)
 class SoundingRow:
     """A row as it is played: its order, its number in the pattern, its start and its length in
-    ticks of 10 ms, which need not be whole."""
+    ticks of 10 ms, which need not be whole.
+
+        first: SoundingRow = music.rows[0]
+    """
 
     order: int
     row: int
@@ -29,7 +32,12 @@ class Music:
     """An Extended Module (XM) and its rows: `Music("tune.xm")`, at best beside `piece.py`.
 
     `music.at(2, 16)` is the tick of row 16 of the third pattern that is played; `music.beats(0, 8)`
-    are the ticks of eight beats from the first on. Tempo and speed, jumps, breaks, loops and delays
+    are the ticks of eight beats from the first on. A `Tune` that is written gives one as well:
+
+        music = Music("tune.xm", rows_per_beat=4)
+        start, end = music.bar(2), music.bar(4)
+
+    Tempo and speed, jumps, breaks, loops and delays
     of patterns are followed, up to the first place that would be played twice.
     """
 

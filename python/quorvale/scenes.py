@@ -18,7 +18,12 @@ Shape = Union[Model, GenMesh]
 
 @dataclass(eq=False)
 class Manipulator:
-    """What makes one object many, or bends it; see `quorvale.manipulators`."""
+    """What makes one object many, or bends it; see `quorvale.manipulators`.
+
+    >>> from quorvale.manipulators import x_multiplier
+    >>> isinstance(x_multiplier(12, step=(0, 0, -4)), Manipulator)
+    True
+    """
 
     row: Row
     values: tuple[Value, ...]
@@ -100,7 +105,11 @@ class Scene(Item):
 
 
     def verbatim(self, xml: str) -> None:
-        """Adds an object as its element, written as it stands; see `quorvale.verbatim`."""
+        """Adds an object as its element, written as it stands; see `quorvale.verbatim`.
+
+        >>> scene = Scene()
+        >>> scene.verbatim('<object type="0" object="1" material="1"/>')
+        """
         self.objects.append(Verbatim(xml))
 
 

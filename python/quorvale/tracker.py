@@ -177,26 +177,46 @@ class Tune:
             self.cells[row][channel][0] = NOTE_OFF
 
     def clear(self, channels: Iterable[int], first: int, last: int) -> None:
-        """Empties channels from row `first` up to `last`."""
+        """Empties channels from row `first` up to `last`.
+
+        >>> tune = Tune(rows=64, channels=4)
+        >>> tune.clear((1, 2), 16, 32)
+        """
         for row in range(first, last):
             for channel in channels:
                 self.cells[row][channel] = [0, 0, 0, 0, 0]
 
     def effect(self, channel: int, row: int, number: int, parameter: int) -> None:
-        """A command of the effect column."""
+        """A command of the effect column, 0 to 35, and its parameter, 0 to 255.
+
+        >>> tune = Tune(rows=64, channels=4)
+        >>> tune.effect(0, 16, 0xF, 140)  # from row 16 on the tempo is 140
+        """
         if row < len(self.cells):
             self.cells[row][channel][3:] = [number, parameter]
 
     def volume(self, channel: int, row: int, value: int) -> None:
-        """The volume of a channel from a row on, 0 to 64."""
+        """The volume of a channel from a row on, 0 to 64.
+
+        >>> tune = Tune(rows=64, channels=4)
+        >>> tune.volume(0, 16, 48)
+        """
         self.volume_column(channel, row, SET_VOLUME + value)
 
     def volume_column(self, channel: int, row: int, value: int) -> None:
-        """A byte of the volume column, as the format has it."""
+        """A byte of the volume column, as the format has it.
+
+        >>> tune = Tune(rows=64, channels=4)
+        >>> tune.volume_column(0, 16, 0xC0)  # to the left
+        """
         self.cells[row][channel][2] = value
 
     def fade(self, channel: int, first: int, last: int, start: int, end: int) -> None:
-        """Sets the volume on every row from `first` to `last` along a line."""
+        """Sets the volume on every row from `first` to `last` along a line.
+
+        >>> tune = Tune(rows=64, channels=4)
+        >>> tune.fade(0, first=48, last=63, start=64, end=0)
+        """
         for row in range(first, last + 1):
             value = start * (last - row) + end * (row - first)
             self.volume(channel, row, value // (last - first))

@@ -45,7 +45,11 @@ class Color:
     __rmul__ = __mul__
 
     def mixed(self, other: ColorLike, amount: Value) -> Color:
-        """This color where `amount` is 0, the other where it is 1; curves may lead over."""
+        """This color where `amount` is 0, the other where it is 1; curves may lead over.
+
+        >>> WHITE.mixed((0, 0.5, 1), 0.5)
+        Color(r=0.5, g=0.75, b=1.0)
+        """
         return Color(*(_product(_fixed(b) - _fixed(a), amount) + _fixed(a)
                        for a, b in zip(self, other)))
 
