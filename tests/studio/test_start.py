@@ -24,10 +24,15 @@ def test_the_window_is_as_large_as_the_desktops(start: Start, screen: Screen) ->
 def test_the_start_page_offers_pieces(start: Start, tmp_path: Path) -> None:
     settings = tmp_path / "config" / "quorvale-studio" / "settings"
     settings.parent.mkdir(parents=True)
-    settings.write_text(f"width=960\nheight=700\npiece=500 {PACKAGE}\n")
+    gone = tmp_path / "gone.dpk"
+    settings.write_text(f"width=960\nheight=700\npiece=500 {PACKAGE}\npiece=0 {gone}\n")
     studio = start(*SIZE)
     state = studio.until(lambda now: "new piece" in now["rects"])
     assert "sample" in state["rects"] and "recent 0" in state["rects"]
+    # One that is there no more is told, and the others are still offered.
+    studio.click("recent 1", 0.1)
+    state = studio.until(lambda now: now["errors"] and "new piece" in now["rects"])
+    assert state["errors"] == [f"{gone}: No such file or directory"] and state["loads"] == 0
     studio.click("new piece")
     state = studio.until(lambda now: now["loads"] == 1)
     assert state["piece"] == str(tmp_path / "my-piece") and state["errors"] == []

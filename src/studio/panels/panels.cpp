@@ -238,7 +238,9 @@ void DrawPanels(Studio* studio)
     {
         DrawPictureAlone(studio);
     }
-    if (studio->showsPanels && studio->active < 0 && studio->piecePath.empty())
+    // Also after a piece that could not be opened.
+    const bool isOpening = studio->loader.isRunning || !studio->folder.watcher.folder.empty();
+    if (studio->showsPanels && studio->active < 0 && !isOpening)
     {
         DrawStartPanel(studio);
     }

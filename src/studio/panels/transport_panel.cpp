@@ -44,8 +44,10 @@ static void DrawFaintText(Studio* studio, const char* name, const std::string& t
 static void DrawReloadTime(Studio* studio)
 {
     const FolderPiece& folder = studio->folder;
+    const std::string passed = std::to_string(folder.reloadMs) + " ms";
     DrawFaintText(studio, "reload time",
-                  "shown " + std::to_string(folder.reloadMs) + " ms after the save");
+                  folder.reloads < 2 ? "opened in " + passed
+                                     : "shown " + passed + " after the save");
     if (ImGui::IsItemHovered())
     {
         ImGui::SetTooltip("piece.py %u ms, packing %u ms (%u made anew), check %u ms,\n"
