@@ -9,7 +9,7 @@
 #include "engine/render/piece_run.h"
 #include "engine/textures/corner_masks.h"
 #include "record/random_piece.h"
-#include "support/fault_text.h"
+#include "support/loaded_piece.h"
 #include "support/package_builder.h"
 #include "support/recorded_gl.h"
 #include "support/small_piece.h"
@@ -52,16 +52,7 @@ static std::string Load(const std::string& package, KeptItems* kept, uint64_t bu
     {
         EndKeptLoad(!HasFailed(&faults), kept);
     }
-    result += "\n" + TakeGlCalls() + FaultText(faults);
-    for (uint32_t i = 0; i < run.piece.package.lineCount; ++i)
-    {
-        result += run.piece.package.lines[i];
-    }
-    result += "left " + std::to_string(run.piece.package.budget.bytesLeft) + "\n";
-    CloseRun(&run);
-    FreeFaults(&faults);
-    ResetGl();
-    return result;
+    return result + "\n" + CloseLoadedRun(&run, &faults);
 }
 
 /// The hashes of a demo with these layers and textures.

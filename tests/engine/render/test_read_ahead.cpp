@@ -14,6 +14,7 @@
 #include "engine/textures/procedural_texture.h"
 #include "record/random_piece.h"
 #include "support/fault_text.h"
+#include "support/loaded_piece.h"
 #include "support/package_builder.h"
 #include "support/recorded_gl.h"
 #include "support/small_piece.h"
@@ -56,16 +57,7 @@ static std::string Load(const std::string& package, uint32_t threads, uint64_t b
             result += std::to_string(static_cast<int>(LoadRunDocument(&run, document, &watcher)));
         }
     }
-    result += " items " + std::to_string(items) + "\n" + TakeGlCalls() + FaultText(faults);
-    for (uint32_t i = 0; i < run.piece.package.lineCount; ++i)
-    {
-        result += run.piece.package.lines[i];
-    }
-    result += "left " + std::to_string(run.piece.package.budget.bytesLeft) + "\n";
-    CloseRun(&run);
-    FreeFaults(&faults);
-    ResetGl();
-    return result;
+    return result + " items " + std::to_string(items) + "\n" + CloseLoadedRun(&run, &faults);
 }
 
 /// Loads a piece with one thread and with several.
