@@ -18,6 +18,7 @@ void RestartCost(Studio* studio, bool keepsHistory)
     {
         cost->history = {};
     }
+    cost->sources = {};
     StartPieceCost(studio->transport.endTick, &cost->piece);
 }
 
@@ -26,6 +27,29 @@ static uint64_t ImageBytes(int32_t width, int32_t height, int32_t components)
     const MipSize size = {width, height};
     const bool hasLevels = components >= 3 && width > 1 && height > 1;
     return LevelBytes(size, components) + (hasLevels ? MipChainBytes(size, components) : 0);
+}
+
+static uint64_t BitmapBytes(const BitmapUpload& bitmap)
+{
+    return ImageBytes(bitmap.width, bitmap.height, bitmap.components);
+}
+
+/// A target that passes make another size of has that size.
+static TextureSizes SizesOf(const Stage* stage)
+{
+    const DocumentUpload& upload = stage->run.demo;
+    TextureSizes sizes = {ImageBytes(kTextureSize, kTextureSize, 3), {}, {}};
+    for (uint32_t i = 0; i < upload.bitmapCount; ++i)
+    {
+        const BitmapUpload& resized = stage->demo.shadow.resized[i];
+        sizes.bitmaps.push_back(BitmapBytes(resized.glTexture != 0 ? resized : upload.bitmaps[i]));
+    }
+    for (uint32_t i = 0; i < upload.effectCount; ++i)
+    {
+        const Effect2D* effect = GetRecord<Effect2D>(i + 1, stage->run.piece.demo.effects);
+        sizes.effects.push_back(EffectImageBytes(effect));
+    }
+    return sizes;
 }
 
 /// @return the bytes of a texture of the demo by its OpenGL name; 0 for another's
@@ -44,7 +68,7 @@ static uint64_t TextureBytes(const Stage* stage, uint32_t name)
         const BitmapUpload& bitmap = upload.bitmaps[i];
         if (bitmap.glTexture == name)
         {
-            return ImageBytes(bitmap.width, bitmap.height, bitmap.components);
+            return BitmapBytes(bitmap);
         }
     }
     for (uint32_t i = 0; i < upload.effectCount; ++i)
@@ -105,12 +129,15 @@ bool CountMore(Studio* studio)
     {
         return false;
     }
-    const bool hasBuffers = studio->window.features.vbo != 0;
+    if (cost->sources.document == nullptr)
+    {
+        cost->sources = MakeCostSources(PlayedDocument(studio), studio->window.features.vbo != 0,
+                                        SizesOf(studio->window.slots[studio->active].stage));
+    }
     const uint64_t begun = NowNs();
     while (!cost->isCounted && NowNs() - begun < kMostNs)
     {
-        cost->isCounted =
-            StepPieceCost(PlayedDocument(studio), hasBuffers, kValuesAtOnce, &cost->piece);
+        cost->isCounted = StepPieceCost(&cost->sources, kValuesAtOnce, &cost->piece);
     }
     return true;
 }

@@ -16,6 +16,7 @@ struct StudioCost
     bool isOpen;         // it is drawn, and not swapped yet
     CostHistory history; // of the piece that plays
     PieceCost piece;     // the same
+    CostSources sources; // of its graph; none before it is counted
     bool isCounted;      // the graph of the piece is whole
 };
 

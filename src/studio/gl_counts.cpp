@@ -50,13 +50,19 @@ static uint64_t BeginCall()
     return counting == nullptr ? 0 : NowNs();
 }
 
-/// @return the clip that the call belongs to: the one whose place in the timeline was told last
+/// @return the clip that the call belongs to: the one whose place in the timeline was told last,
+/// and
+///         none before a frame and after it
 static CountedClip* EndCall(uint64_t begun)
 {
     const Place* place = counting->place;
     if (place->section == Section::kTimeline && place->item != 0 && place->part != 0)
     {
         EnterClip(place->item - 1, place->part - 1);
+    }
+    if (place->section == Section::kNone)
+    {
+        EnterClip(kNoClip, kNoClip);
     }
     CountedClip* clip = &counting->clips[counting->clip];
     const uint64_t passed = NowNs() - begun;

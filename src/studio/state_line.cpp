@@ -152,10 +152,14 @@ static std::string Cost(const Studio* studio)
         return "null";
     }
     const ClipCost sum = SumClips(*frame);
+    const size_t place = frame->tick / cost.piece.step;
+    const bool isCounted = place < cost.piece.draws.size();
     uint64_t clips = 0;
+    uint64_t clipTextureBytes = 0;
     for (const ClipCost& clip : frame->clips)
     {
         clips += clip.row == kNoClip ? 0 : 1;
+        clipTextureBytes += clip.row == kNoClip ? 0 : clip.textureBytes;
     }
     return "{" + Member("tick", Number(frame->tick)) + ", " +
            Member("evaluation_ns", Number(frame->evaluationNs)) + ", " +
@@ -166,12 +170,12 @@ static std::string Cost(const Studio* studio)
            Member("state_calls", Number(sum.stateCalls)) + ", " +
            Member("texture_bytes", Number(sum.textureBytes)) + ", " +
            Member("clips", Number(clips)) + ", " +
+           Member("clip_texture_bytes", Number(clipTextureBytes)) + ", " +
            Member("pictures", Number(cost.history.frames.size())) + ", " +
            Member("counted", Number(cost.piece.draws.size())) + ", " +
            Member("values", Number(cost.piece.shownUs.size())) + ", " +
-           Member("counted_draws", Number(frame->tick / cost.piece.step < cost.piece.draws.size()
-                                              ? cost.piece.draws[frame->tick / cost.piece.step]
-                                              : 0)) +
+           Member("counted_draws", Number(isCounted ? cost.piece.draws[place] : 0)) + ", " +
+           Member("counted_texture_bytes", Number(isCounted ? cost.piece.textureBytes[place] : 0)) +
            "}";
 }
 

@@ -24,6 +24,10 @@ def test_the_cost_of_pictures_is_told(start: Start) -> None:
     assert 1 < cost["clips"] <= 24
     for part in ("evaluation_ns", "simulation_ns", "call_ns"):
         assert 0 < cost[part] < cost["swap_ns"], part
+    # A picture after a jump also binds what the pictures before it have left; the next does not.
+    studio.key("shift+Right")
+    cost = studio.until(lambda now: now["cost"]["tick"] == 4201)["cost"]
+    assert cost["clip_texture_bytes"] == cost["counted_texture_bytes"] > 0
     # A click into the graph seeks.
     studio.click("triangles", 0.5)
     state = studio.until(lambda now: now["shown"] != 4200 and now["cost"]["tick"] == now["shown"])

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "studio/logic/frame_cost.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -43,15 +45,37 @@ static void CloseLoaded(LoadedRun* loaded)
     ResetGl();
 }
 
-/// The draws that a frame really makes.
-static ClipDraws DrawFrame(LoadedRun* loaded, uint32_t tick)
+static CostSources SourcesOf(const LoadedRun* loaded, uint8_t buffers)
+{
+    return MakeCostSources(&loaded->run.piece.demo, buffers != 0, {});
+}
+
+/// @return the OpenGL name of a texture
+static uint32_t NameOf(const LoadedRun* loaded, const ItemRef& texture)
+{
+    const DocumentUpload& upload = loaded->run.demo;
+    return texture.section == Section::kTextures  ? upload.textures[texture.item - 1]
+           : texture.section == Section::kBitmaps ? upload.bitmaps[texture.item - 1].glTexture
+                                                  : upload.effects[texture.item - 1].glTexture;
+}
+
+/// The draws of a frame, and the OpenGL names of the textures that it binds.
+struct FrameDraws
+{
+    uint64_t draws;
+    uint64_t triangles;
+    std::set<uint32_t> textures;
+};
+
+/// What a frame really draws.
+static FrameDraws DrawFrame(LoadedRun* loaded, uint32_t tick)
 {
     TakeGlCalls();
     const FrameSources sources = RunSources(&loaded->run, RunDocument::kDemo);
     const FrameRequest request = {1.5f, tick, 320, 200};
     RenderFrame(&sources, &request);
     std::istringstream calls(TakeGlCalls());
-    ClipDraws drawn = {};
+    FrameDraws drawn = {};
     for (std::string line; std::getline(calls, line);)
     {
         if (line.rfind("DrawElements ", 0) == 0)
@@ -64,15 +88,25 @@ static ClipDraws DrawFrame(LoadedRun* loaded, uint32_t tick)
             drawn.draws += 1;
             drawn.triangles += count / 3;
         }
+        if (line.rfind("BindTexture ", 0) == 0)
+        {
+            drawn.textures.insert(
+                static_cast<uint32_t>(std::stoul(line.substr(line.rfind(' ') + 1))));
+        }
     }
     return drawn;
 }
 
-static ClipDraws CountFrame(const LoadedRun* loaded, uint8_t buffers, uint32_t tick)
+static FrameDraws CountFrame(const LoadedRun* loaded, uint8_t buffers, uint32_t tick)
 {
-    ClipDraws sum = {};
-    for (const ClipDraws& clip : CountDraws(&loaded->run.piece.demo, buffers != 0, tick))
+    FrameDraws sum = {};
+    const CostSources sources = SourcesOf(loaded, buffers);
+    for (const ClipDraws& clip : CountDraws(&sources, tick))
     {
+        for (const ItemRef& texture : clip.textures)
+        {
+            sum.textures.insert(NameOf(loaded, texture));
+        }
         sum.draws += clip.draws;
         sum.triangles += clip.triangles;
     }
@@ -89,9 +123,10 @@ TEST(CountDraws, CountsWhatTheSmallPieceDraws)
         for (uint32_t tick = 0; tick < 300; tick += 7)
         {
             SCOPED_TRACE(tick);
-            const ClipDraws drawn = DrawFrame(&loaded, tick);
+            const FrameDraws drawn = DrawFrame(&loaded, tick);
             ASSERT_FALSE(HasFailed(&loaded.faults)) << FaultText(loaded.faults);
-            const ClipDraws counted = CountFrame(&loaded, buffers, tick);
+            const FrameDraws counted = CountFrame(&loaded, buffers, tick);
+            EXPECT_EQ(counted.textures, drawn.textures);
             EXPECT_EQ(counted.draws, drawn.draws);
             EXPECT_EQ(counted.triangles, drawn.triangles);
             draws += drawn.draws;
@@ -114,10 +149,11 @@ TEST(CountDraws, CountsWhatRandomPiecesDraw)
         const uint32_t end = static_cast<uint32_t>(piece.ticks);
         for (uint32_t tick = 0; tick < end && !HasFailed(&loaded.faults); tick += end / 8 + 1)
         {
-            const ClipDraws drawn = DrawFrame(&loaded, tick);
-            const ClipDraws counted = CountFrame(&loaded, 1, tick);
+            const FrameDraws drawn = DrawFrame(&loaded, tick);
+            const FrameDraws counted = CountFrame(&loaded, 1, tick);
             if (!HasFailed(&loaded.faults))
             {
+                EXPECT_EQ(counted.textures, drawn.textures) << tick;
                 EXPECT_EQ(counted.draws, drawn.draws) << tick;
                 EXPECT_EQ(counted.triangles, drawn.triangles) << tick;
                 draws += drawn.draws;
@@ -132,16 +168,17 @@ TEST(PieceCost, IsCountedInSteps)
 {
     LoadedRun loaded;
     OpenRun(SmallPiece(), 1, &loaded);
-    const DemoDocument* document = &loaded.run.piece.demo;
+    CostSources sources = SourcesOf(&loaded, 1);
+    sources.sizes = {1000, std::vector<uint64_t>(20, 10), std::vector<uint64_t>(20, 1)};
     PieceCost whole = {};
     StartPieceCost(220, &whole);
     EXPECT_EQ(whole.step, 1u);
-    EXPECT_TRUE(StepPieceCost(document, true, 1000, &whole));
+    EXPECT_TRUE(StepPieceCost(&sources, 1000, &whole));
     ASSERT_EQ(whole.draws.size(), 221u);
     PieceCost steps = {};
     StartPieceCost(220, &steps);
     uint32_t rounds = 1;
-    while (!StepPieceCost(document, true, 50, &steps))
+    while (!StepPieceCost(&sources, 50, &steps))
     {
         EXPECT_EQ(steps.draws.size(), 50 * rounds);
         rounds += 1;
@@ -149,6 +186,23 @@ TEST(PieceCost, IsCountedInSteps)
     EXPECT_EQ(rounds, 5u);
     EXPECT_EQ(steps.draws, whole.draws);
     EXPECT_EQ(steps.triangles, whole.triangles);
+    EXPECT_EQ(steps.textureBytes, whole.textureBytes);
+    // Each clip's textures count, whatever other clips of the picture bind.
+    for (uint32_t tick = 0; tick <= 220; tick += 10)
+    {
+        uint64_t bytes = 0;
+        for (const ClipDraws& clip : CountDraws(&sources, tick))
+        {
+            for (const ItemRef& texture : clip.textures)
+            {
+                bytes += texture.section == Section::kTextures  ? 1000
+                         : texture.section == Section::kBitmaps ? 10
+                                                                : 1;
+            }
+        }
+        EXPECT_EQ(whole.textureBytes[tick], bytes) << tick;
+    }
+    EXPECT_GT(*std::max_element(whole.textureBytes.begin(), whole.textureBytes.end()), 1000u);
     CloseLoaded(&loaded);
 }
 
@@ -174,6 +228,7 @@ TEST(CostHistory, KeepsTheLastPictures)
         FrameCost frame = {};
         frame.tick = tick;
         frame.swapNs = uint64_t{tick} * 1000000;
+        frame.clips = {{0, 0, 1, 1, tick, 1, 1}, {1, 0, 1, 1, tick, 1, 1}};
         NoteCost(frame, &history, &piece);
         ASSERT_EQ(LastCost(&history)->tick, tick);
     }
@@ -183,6 +238,8 @@ TEST(CostHistory, KeepsTheLastPictures)
     EXPECT_EQ(values.back(), static_cast<float>(kCostFrames + 9));
     EXPECT_EQ(piece.shownUs[3], 3000u);
     EXPECT_EQ(piece.shownUs[999], 0u);
+    EXPECT_EQ(piece.stateCalls[3], 6u);
+    EXPECT_EQ(piece.stateCalls[999], 0u);
     FrameCost late = {};
     late.tick = 5000; // of a piece that was longer
     NoteCost(late, &history, &piece);

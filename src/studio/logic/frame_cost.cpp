@@ -12,7 +12,6 @@
 #include "engine/geometry/manipulator.h"
 #include "engine/render/records/scene.h"
 #include "engine/render/records/timeline.h"
-#include "studio/logic/piece_fields.h"
 
 static float ValueAt(const DemoDocument* document, uint32_t id, uint32_t time)
 {
@@ -69,13 +68,22 @@ static uint64_t IndicesOf(const DemoDocument* document, const Scene* scene, uint
     return genMesh == nullptr ? 0 : genMesh->mesh.indexCount;
 }
 
-static void AddObject(const DemoDocument* document, const Scene* scene, uint32_t n,
-                      uint32_t clipTime, bool hasBuffers, ClipDraws* draws)
+static void AddTexture(const ItemRef& texture, ClipDraws* draws)
 {
+    if (std::find(draws->textures.begin(), draws->textures.end(), texture) == draws->textures.end())
+    {
+        draws->textures.push_back(texture);
+    }
+}
+
+static void AddObject(const CostSources* sources, const Scene* scene, uint32_t n, uint32_t clipTime,
+                      ClipDraws* draws)
+{
+    const DemoDocument* document = sources->document;
     const uint32_t time = TruncateToUnsigned(static_cast<float>(clipTime) + scene->timeShift[n]);
     const uint32_t visibility = scene->visibilityEnvelope[n];
     bool isThere = false;
-    const uint64_t indices = IndicesOf(document, scene, n, hasBuffers, &isThere);
+    const uint64_t indices = IndicesOf(document, scene, n, sources->hasBuffers, &isThere);
     if (!isThere || (visibility != 0 && ValueAt(document, visibility, time) < 1.0f))
     {
         return;
@@ -88,22 +96,86 @@ static void AddObject(const DemoDocument* document, const Scene* scene, uint32_t
     }
     draws->draws += copies;
     draws->triangles += copies * (indices / 3);
+    const uint32_t material = scene->materialId[n];
+    if (material - 1 < sources->textures.size())
+    {
+        for (const ItemRef& texture : sources->textures[material - 1])
+        {
+            AddTexture(texture, draws);
+        }
+    }
 }
 
-std::vector<ClipDraws> CountDraws(const DemoDocument* document, bool hasBuffers, uint32_t tick)
+CostSources MakeCostSources(const DemoDocument* document, bool hasBuffers, TextureSizes&& sizes)
+{
+    CostSources sources = {document, hasBuffers, std::move(sizes), {}};
+    sources.textures.resize(CountSectionItems(document, Section::kMaterials));
+    for (uint32_t i = 0; i < sources.textures.size(); ++i)
+    {
+        for (const ItemRef& named : ListReferences(document, {Section::kMaterials, i + 1, 0}))
+        {
+            const bool isTexture = named.section == Section::kTextures ||
+                                   named.section == Section::kBitmaps ||
+                                   named.section == Section::kEffects;
+            if (isTexture)
+            {
+                sources.textures[i].push_back(named);
+            }
+        }
+    }
+    return sources;
+}
+
+static uint64_t TextureBytes(const TextureSizes& sizes, const ItemRef& texture)
+{
+    const std::vector<uint64_t>& own =
+        texture.section == Section::kBitmaps ? sizes.bitmaps : sizes.effects;
+    return texture.section == Section::kTextures ? sizes.procedural
+           : texture.item - 1 < own.size()       ? own[texture.item - 1]
+                                                 : 0;
+}
+
+/// Opens and ends the targets of passes, in the order of clips. Each that ends is bound.
+/// @param open   id of the bitmap that is drawn to; 0 for none
+static void FollowPass(const Timeline* timeline, uint32_t* open, ClipDraws* draws)
+{
+    const int32_t kind = timeline->passKind[draws->row][draws->clip];
+    const bool isWindow = kind == kPassSimple || kind == kPassClearDepth;
+    const bool isTarget =
+        kind == kPassTexture || kind == kPassTextureWide || kind == kPassTextureQuarter;
+    if ((isWindow || isTarget) && *open != 0)
+    {
+        AddTexture({Section::kBitmaps, *open, 0}, draws);
+    }
+    const uint32_t next =
+        static_cast<uint32_t>(TruncateToInt(timeline->passParams[draws->row][draws->clip][0]));
+    if (isWindow)
+    {
+        *open = 0;
+    }
+    else if (isTarget && next != 0) // without a next one the target stays open
+    {
+        *open = next;
+    }
+}
+
+std::vector<ClipDraws> CountDraws(const CostSources* sources, uint32_t tick)
 {
     std::vector<ClipDraws> counted;
+    const DemoDocument* document = sources->document;
     const Timeline* timeline = document->timeline;
+    uint32_t open = 0;
     for (const ActiveClip& active : ListActiveClips(timeline, tick))
     {
-        ClipDraws draws = {active.row, active.clip, 0, 0};
+        ClipDraws draws = {active.row, active.clip, 0, 0, {}};
+        FollowPass(timeline, &open, &draws);
         const Scene* scene =
             GetRecord<Scene>(timeline->sceneId[active.row][active.clip], document->scenes);
         for (uint32_t n = 0; scene != nullptr && n < scene->objectCount; ++n)
         {
-            AddObject(document, scene, n, active.time, hasBuffers, &draws);
+            AddObject(sources, scene, n, active.time, &draws);
         }
-        counted.push_back(draws);
+        counted.push_back(std::move(draws));
     }
     return counted;
 }
@@ -113,22 +185,29 @@ void StartPieceCost(uint32_t endTick, PieceCost* cost)
     *cost = {};
     cost->step = endTick / kMostCostValues + 1;
     cost->shownUs.assign(endTick / cost->step + 1, 0);
+    cost->stateCalls.assign(endTick / cost->step + 1, 0);
 }
 
-bool StepPieceCost(const DemoDocument* document, bool hasBuffers, uint32_t values, PieceCost* cost)
+bool StepPieceCost(const CostSources* sources, uint32_t values, PieceCost* cost)
 {
     for (uint32_t i = 0; i < values && cost->draws.size() < cost->shownUs.size(); ++i)
     {
         uint64_t draws = 0;
         uint64_t triangles = 0;
+        uint64_t textureBytes = 0;
         const uint32_t tick = static_cast<uint32_t>(cost->draws.size()) * cost->step;
-        for (const ClipDraws& clip : CountDraws(document, hasBuffers, tick))
+        for (const ClipDraws& clip : CountDraws(sources, tick))
         {
             draws += clip.draws;
             triangles += clip.triangles;
+            for (const ItemRef& texture : clip.textures)
+            {
+                textureBytes += TextureBytes(sources->sizes, texture);
+            }
         }
         cost->draws.push_back(draws);
         cost->triangles.push_back(triangles);
+        cost->textureBytes.push_back(textureBytes);
     }
     return cost->draws.size() == cost->shownUs.size();
 }
@@ -164,6 +243,7 @@ void NoteCost(const FrameCost& frame, CostHistory* history, PieceCost* piece)
     {
         piece->shownUs[place] =
             static_cast<uint32_t>(std::min<uint64_t>(frame.swapNs / 1000, 0xFFFFFFFF));
+        piece->stateCalls[place] = SumClips(frame).stateCalls;
     }
 }
 

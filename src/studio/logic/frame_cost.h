@@ -8,28 +8,51 @@
 #include <vector>
 
 #include "engine/data/demo_document.h"
+#include "studio/logic/piece_fields.h"
 
-/// The draws of a clip at a tick.
+/// The textures of a demo in OpenGL, with their smaller levels, in bytes.
+struct TextureSizes
+{
+    uint64_t procedural;           // each of them
+    std::vector<uint64_t> bitmaps; // [id - 1]
+    std::vector<uint64_t> effects; // [id - 1]
+};
+
+/// All that the cost of a piece is counted from.
+struct CostSources
+{
+    const DemoDocument* document; // borrowed, with its tree; null for none
+    bool hasBuffers;              // models are drawn from buffer objects
+    TextureSizes sizes;
+    std::vector<std::vector<ItemRef>> textures; // [material's id - 1], that it names
+};
+
+CostSources MakeCostSources(const DemoDocument* document, bool hasBuffers, TextureSizes&& sizes);
+
+/// What a clip draws at a tick.
 struct ClipDraws
 {
     uint32_t row, clip; // from 0
     uint64_t draws;
     uint64_t triangles;
+    std::vector<ItemRef> textures; // procedural ones, bitmaps and effects that it binds, each once;
+                                   // also the target of the clip before that it ends
 };
 
 /// Counts what a frame of the demo draws, by the rows of the timeline. Curves are evaluated at the
 /// tick alone: a curve with a piece of an unknown function, which repeats the value before, counts
 /// as 0 there.
-/// @param hasBuffers   models are drawn from buffer objects
-std::vector<ClipDraws> CountDraws(const DemoDocument* document, bool hasBuffers, uint32_t tick);
+std::vector<ClipDraws> CountDraws(const CostSources* sources, uint32_t tick);
 
 /// The graph over a whole piece.
 struct PieceCost
 {
-    uint32_t step;                   // ticks from value to value, 1 or more
-    std::vector<uint64_t> draws;     // [tick / step], as far as it was counted
-    std::vector<uint64_t> triangles; // the same
-    std::vector<uint32_t> shownUs;   // [tick / step], of the picture shown there last; 0 for none
+    uint32_t step;                      // ticks from value to value, 1 or more
+    std::vector<uint64_t> draws;        // [tick / step], as far as it was counted
+    std::vector<uint64_t> triangles;    // the same
+    std::vector<uint64_t> textureBytes; // the same; a texture counts once in each clip
+    std::vector<uint32_t> shownUs;    // [tick / step], of the picture shown there last; 0 for none
+    std::vector<uint32_t> stateCalls; // the same
 };
 
 /// Values that a graph has at most.
@@ -40,7 +63,7 @@ void StartPieceCost(uint32_t endTick, PieceCost* cost);
 
 /// Counts some more values.
 /// @return whether all are counted
-bool StepPieceCost(const DemoDocument* document, bool hasBuffers, uint32_t values, PieceCost* cost);
+bool StepPieceCost(const CostSources* sources, uint32_t values, PieceCost* cost);
 
 /// The measured cost of one clip of a picture.
 struct ClipCost

@@ -84,7 +84,7 @@ static void DrawPieceGraph(Studio* studio, const char* name, const std::vector<N
         values.empty() ? 0.0f : static_cast<float>(*std::max_element(values.begin(), values.end()));
     ImGui::Text("%s over the piece, up to %g%s", name, static_cast<double>(most * scale), unit);
     const ImVec2 from = ImGui::GetCursorScreenPos();
-    const ImVec2 size(std::max(1.0f, ImGui::GetContentRegionAvail().x), 44.0f * studio->scale);
+    const ImVec2 size(std::max(1.0f, ImGui::GetContentRegionAvail().x), 34.0f * studio->scale);
     ImGui::InvisibleButton(name, size);
     NoteItem(studio, name);
     ImDrawList* list = ImGui::GetWindowDrawList();
@@ -140,7 +140,9 @@ void DrawCostPanel(Studio* studio)
         }
         DrawPieceGraph(studio, "triangles", studio->cost.piece.triangles);
         DrawPieceGraph(studio, "draws", studio->cost.piece.draws);
-        DrawPieceGraph(studio, "shown so far", studio->cost.piece.shownUs, 0.001f, " ms");
+        DrawPieceGraph(studio, "textures", studio->cost.piece.textureBytes, 1.0f / 1024.0f, " KiB");
+        DrawPieceGraph(studio, "state calls shown so far", studio->cost.piece.stateCalls);
+        DrawPieceGraph(studio, "times shown so far", studio->cost.piece.shownUs, 0.001f, " ms");
         if (frame != nullptr)
         {
             DrawClips(studio, *frame);
