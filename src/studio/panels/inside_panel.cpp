@@ -322,15 +322,85 @@ static CurveStretch FindStretch(const Studio* studio, const std::vector<NamedCur
     return {0, length};
 }
 
+/// A curve over the stretch, under all the names of values that it gives.
+struct ShownCurve
+{
+    std::string names;
+    uint32_t id;
+    std::vector<float> values; // [pixel from the left]
+    float low, high;           // of them; not numbers where none of them is one
+};
+
+/// @return the curves of the item, each once
+static std::vector<ShownCurve> ListShownCurves(const Studio* studio)
+{
+    std::vector<ShownCurve> shown;
+    for (const NamedCurve& curve : ListCurves(studio, studio->look.ref))
+    {
+        const auto same =
+            std::find_if(shown.begin(), shown.end(),
+                         [&curve](const ShownCurve& other) { return other.id == curve.id; });
+        if (same == shown.end())
+        {
+            shown.push_back({curve.name, curve.id, {}, NAN, NAN});
+        }
+        else
+        {
+            same->names += ", " + curve.name;
+        }
+    }
+    return shown;
+}
+
+static void FindValues(const DemoDocument* document, const CurveStretch& stretch, uint32_t points,
+                       ShownCurve* curve)
+{
+    const uint64_t span = stretch.end - stretch.begin;
+    for (uint32_t point = 0; point < points; ++point)
+    {
+        const uint32_t time = stretch.begin + static_cast<uint32_t>(span * point / points);
+        const float value = CurveValue(document, curve->id, time);
+        curve->values.push_back(value);
+        if (std::isfinite(value))
+        {
+            curve->low = std::fmin(curve->low, value);
+            curve->high = std::fmax(curve->high, value);
+        }
+    }
+}
+
+/// Draws a curve as high as the place is; one that stands still lies in its middle.
+static void DrawCurve(const ShownCurve& curve, ImU32 color, const PanelRect& place)
+{
+    const float range = curve.high - curve.low;
+    std::vector<ImVec2> line;
+    for (size_t point = 0; point <= curve.values.size(); ++point)
+    {
+        const bool isThere = point < curve.values.size() && std::isfinite(curve.values[point]);
+        if (isThere)
+        {
+            const float part = range > 0.0f ? (curve.values[point] - curve.low) / range : 0.5f;
+            line.emplace_back(place.left + static_cast<float>(point),
+                              place.top + place.height * (1.0f - part));
+        }
+        else
+        {
+            ImGui::GetWindowDrawList()->AddPolyline(line.data(), static_cast<int>(line.size()),
+                                                    color, ImDrawFlags_None, 1.5f);
+            line.clear();
+        }
+    }
+}
+
 static void DrawCurves(Studio* studio)
 {
-    const std::vector<NamedCurve> curves = ListCurves(studio, studio->look.ref);
+    std::vector<ShownCurve> curves = ListShownCurves(studio);
     if (curves.empty())
     {
         return;
     }
     const DemoDocument* document = PlayedDocument(studio);
-    const CurveStretch stretch = FindStretch(studio, curves);
+    const CurveStretch stretch = FindStretch(studio, ListCurves(studio, studio->look.ref));
     const float width = std::max(ImGui::GetContentRegionAvail().x, 60.0f);
     const float height = 110.0f * studio->scale;
     const ImVec2 from = ImGui::GetCursorScreenPos();
@@ -339,36 +409,13 @@ static void DrawCurves(Studio* studio)
     NoteItem(studio, "curves");
     list->AddRectFilled(from, ImVec2(from.x + width, from.y + height), IM_COL32(22, 22, 25, 255));
 
-    const int32_t points = TruncateToInt(width) + 1;
-    std::vector<float> values(static_cast<size_t>(points) * curves.size());
-    float low = INFINITY;
-    float high = -INFINITY;
-    for (size_t i = 0; i < values.size(); ++i)
-    {
-        const size_t point = i % static_cast<size_t>(points);
-        const uint64_t span = stretch.end - stretch.begin;
-        const uint32_t time =
-            stretch.begin + static_cast<uint32_t>(span * point / static_cast<size_t>(points));
-        values[i] = CurveValue(document, curves[i / static_cast<size_t>(points)].id, time);
-        low = std::isfinite(values[i]) ? std::min(low, values[i]) : low;
-        high = std::isfinite(values[i]) ? std::max(high, values[i]) : high;
-    }
-    const float range = high > low ? high - low : 1.0f;
+    // Each has the whole height: a turn of 90 degrees would make a line of a change of size.
     const float pad = 6.0f;
-    for (size_t i = 0; i + 1 < values.size(); ++i)
+    const PanelRect place = {from.x, from.y + pad, width, height - 2.0f * pad};
+    for (size_t i = 0; i < curves.size(); ++i)
     {
-        const size_t point = i % static_cast<size_t>(points);
-        if (point + 1 == static_cast<size_t>(points))
-        {
-            continue;
-        }
-        const ImU32 color = kCurveColors[i / static_cast<size_t>(points) % std::size(kCurveColors)];
-        const auto y = [&](float value)
-        {
-            return from.y + height - pad - (value - low) / range * (height - 2.0f * pad);
-        };
-        const float x = from.x + static_cast<float>(point);
-        list->AddLine(ImVec2(x, y(values[i])), ImVec2(x + 1.0f, y(values[i + 1])), color, 1.5f);
+        FindValues(document, stretch, static_cast<uint32_t>(TruncateToInt(width)) + 1, &curves[i]);
+        DrawCurve(curves[i], kCurveColors[i % std::size(kCurveColors)], place);
     }
 
     const uint32_t now = LookTime(studio, studio->look.context);
@@ -379,14 +426,16 @@ static void DrawCurves(Studio* studio)
         const float x = from.x + part * width;
         list->AddLine(ImVec2(x, from.y), ImVec2(x, from.y + height), IM_COL32(230, 230, 230, 160));
     }
-    ImGui::TextDisabled("ticks %u to %u, values %.6g to %.6g", stretch.begin, stretch.end,
-                        static_cast<double>(low), static_cast<double>(high));
+    ImGui::TextDisabled("ticks %u to %u, each over its own range", stretch.begin, stretch.end);
     for (size_t i = 0; i < curves.size(); ++i)
     {
+        const ShownCurve& curve = curves[i];
         const ImU32 color = kCurveColors[i % std::size(kCurveColors)];
-        ImGui::TextColored(ImGui::ColorConvertU32ToFloat4(color), "%s: curve %u, %.6g",
-                           curves[i].name.c_str(), curves[i].id,
-                           static_cast<double>(CurveValue(document, curves[i].id, now)));
+        ImGui::PushStyleColor(ImGuiCol_Text, color);
+        ImGui::TextWrapped("%s: curve %u, %.6g of %.4g to %.4g", curve.names.c_str(), curve.id,
+                           static_cast<double>(CurveValue(document, curve.id, now)),
+                           static_cast<double>(curve.low), static_cast<double>(curve.high));
+        ImGui::PopStyleColor();
     }
 }
 
