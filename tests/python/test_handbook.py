@@ -39,7 +39,8 @@ def matches(expected, got):
 
 def test_commands_run_as_printed(tmp_path):
     path = os.path.dirname(program("DPK")) + os.pathsep + os.environ["PATH"]
-    for block in blocks("ten-minutes.md", "console") + blocks("how-to.md", "console"):
+    for block in (blocks("ten-minutes.md", "console") + blocks("how-to.md", "console") +
+                  blocks("old-documents.md", "console")):
         for part in re.findall(r"^\$ (.*)\n((?:(?!\$ ).*\n)*)", block, re.MULTILINE):
             command, expected = part
             run = subprocess.run(command, shell=True, cwd=tmp_path, env=dict(os.environ, PATH=path),
@@ -52,15 +53,16 @@ def test_commands_run_as_printed(tmp_path):
     assert difference < 3.0, f"{difference} on average; keep the sheet.png of the ten minutes"
 
 
-def test_xml_of_the_how_to_stands_in_the_document(tmp_path):
+def test_xml_of_old_documents_stands_in_the_document(tmp_path):
     dpk = program("DPK")
     subprocess.run([dpk, "new", "mine"], cwd=tmp_path, check=True, capture_output=True)
     subprocess.run([dpk, "build", "mine"], cwd=tmp_path, check=True, capture_output=True)
     document = (tmp_path / "mine/demo.xml").read_text(encoding="utf-8")
-    samples = blocks("how-to.md", "xml")
+    samples = blocks("old-documents.md", "xml")
     assert len(samples) == 2 and all(sample in document for sample in samples)
     sections = re.findall(r"^<([a-z_]+)", document, re.MULTILINE)
-    told = re.search(r"stand in one order: ([a-z,\s]+)\.", (BOOK / "how-to.md").read_text("utf-8"))
+    told = re.search(r"stand in one order: ([a-z,\s]+)\.", 
+                     (BOOK / "old-documents.md").read_text("utf-8"))
     assert len(re.split(r",\s", told[1])) == len(sections), sections
 
 
