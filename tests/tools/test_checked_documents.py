@@ -17,12 +17,14 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 DOCS = ROOT / "docs"
 sys.path.insert(0, str(ROOT / "python"))
 
-from quorvale.tracker import Tune  # noqa: E402
+from quorvale.tracker import Instrument, Tune, tone  # noqa: E402
 
 
 def module(seconds):
     """A module of silence, eight and a third rows a second."""
-    return Tune(rows=seconds * 25 // 3, channels=2).bytes()
+    tune = Tune(rows=seconds * 25 // 3, channels=2)
+    tune.instrument(Instrument("none", tone(64, (1,)), loop=64))
+    return tune.bytes()
 
 
 def check(path, *options):
