@@ -370,7 +370,7 @@ static void FindValues(const DemoDocument* document, const CurveStretch& stretch
 }
 
 /// Draws a curve as high as the place is; one that stands still lies in its middle.
-static void DrawCurve(const ShownCurve& curve, ImU32 color, const PanelRect& place)
+static void DrawCurve(const ShownCurve& curve, ImU32 color, float width, const PanelRect& place)
 {
     const float range = curve.high - curve.low;
     std::vector<ImVec2> line;
@@ -386,7 +386,7 @@ static void DrawCurve(const ShownCurve& curve, ImU32 color, const PanelRect& pla
         else
         {
             ImGui::GetWindowDrawList()->AddPolyline(line.data(), static_cast<int>(line.size()),
-                                                    color, ImDrawFlags_None, 1.5f);
+                                                    color, ImDrawFlags_None, width);
             line.clear();
         }
     }
@@ -415,7 +415,10 @@ static void DrawCurves(Studio* studio)
     for (size_t i = 0; i < curves.size(); ++i)
     {
         FindValues(document, stretch, static_cast<uint32_t>(TruncateToInt(width)) + 1, &curves[i]);
-        DrawCurve(curves[i], kCurveColors[i % std::size(kCurveColors)], place);
+        // The last of those of one shape lies on the others: they are seen at its sides.
+        const size_t above = std::min<size_t>(curves.size() - 1 - i, 3);
+        const float thickness = 1.5f + 1.5f * static_cast<float>(above);
+        DrawCurve(curves[i], kCurveColors[i % std::size(kCurveColors)], thickness, place);
     }
 
     const uint32_t now = LookTime(studio, studio->look.context);
