@@ -136,9 +136,10 @@ TEST(Settings, LinesThatAreNoneLeaveTheDefault)
 
 TEST(Settings, APieceCanStandAtItsStart)
 {
-    const StudioSettings read = ParseSettings("piece=0 /a\n");
-    ASSERT_EQ(read.lastPlaces.size(), 1u);
+    const StudioSettings read = ParseSettings("piece=0 /a\npiece=7 b\npiece=8 \n");
+    ASSERT_EQ(read.lastPlaces.size(), 2u);
     EXPECT_EQ(read.lastPlaces[0].second, 0u);
+    EXPECT_EQ(read.lastPlaces[1].first, "b");
 }
 
 TEST(Settings, APieceStandsOnceAndTheOldestGo)

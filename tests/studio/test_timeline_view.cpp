@@ -129,6 +129,9 @@ TEST(Peaks, AreTheLoudestOfEachTick)
 TEST(TimeText, HasMinutesSecondsAndHundredths)
 {
     EXPECT_EQ(TimeText(0), "0:00.00");
+    EXPECT_EQ(TimeText(5999), "0:59.99");
+    EXPECT_EQ(TimeText(6000), "1:00.00");
+    EXPECT_EQ(TimeText(12000), "2:00.00");
     EXPECT_EQ(TimeText(7205), "1:12.05");
 }
 

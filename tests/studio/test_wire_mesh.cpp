@@ -32,6 +32,22 @@ TEST(WireMesh, ShowsTheEdgesOfATriangle)
     EXPECT_GT(Light(side, 50, 83), 150);
 }
 
+TEST(WireMesh, TheMiddleOfTheMeshIsThatOfThePicture)
+{
+    // The triangle above, 5 to the right and 3 up.
+    float vertices[] = {4.0f, 2.0f, 0.0f, 6.0f, 2.0f, 0.0f, 6.0f, 4.0f, 0.0f};
+    uint32_t indices[] = {0, 1, 2};
+    Mesh mesh = {};
+    mesh.vertexCount = 3;
+    mesh.indexCount = 3;
+    mesh.vertices = vertices;
+    mesh.indices = indices;
+    const std::vector<uint8_t> front = DrawWireMesh(mesh, {0.0f, 0.0f, 1.0f}, 100);
+    EXPECT_EQ(Light(front, 50, 83), 150);
+    EXPECT_EQ(Light(front, 83, 50), 150);
+    EXPECT_EQ(Light(front, 50, 20), 0);
+}
+
 TEST(WireMesh, DrawsNothingOfAnEmptyOrBrokenMesh)
 {
     Mesh mesh = {};
