@@ -17,6 +17,7 @@
 #include "studio/desktop_scale.h"
 #include "studio/fault_lines.h"
 #include "studio/logic/piece_fields.h"
+#include "studio/logic/typed_moment.h"
 #include "studio/panels/panels.h"
 #include "studio/state_line.h"
 #include "tools/files.h"
@@ -456,6 +457,55 @@ static void StepTicks(Studio* studio, int64_t ticks)
     JumpBy(&studio->transport, ticks, NowMs());
 }
 
+/// Opens the field of the transport, which may be hidden.
+static void OpenJump(Studio* studio)
+{
+    if (studio->active < 0)
+    {
+        return;
+    }
+    studio->showsPanels = true;
+    studio->panels |= kTransportPanel;
+    studio->isJumping = true;
+    studio->startsJump = true;
+    studio->jumpText[0] = '\0';
+}
+
+bool JumpToTyped(Studio* studio)
+{
+    const std::string text = studio->jumpText;
+    TypedMoment moment;
+    if (!ParseTypedMoment(text, &moment))
+    {
+        ShowMessage(studio, "\"" + text + "\" is no moment such as 12.5, 1:12, 1250t or o3:16");
+        return false;
+    }
+    if (moment.isRow)
+    {
+        const auto isIt = [&moment](const TrackRow& row)
+        {
+            return row.order == static_cast<int32_t>(moment.order) &&
+                   row.row == static_cast<int32_t>(moment.row);
+        };
+        const std::vector<TrackRow>& rows = studio->track.rows;
+        const auto found = std::find_if(rows.begin(), rows.end(), isIt);
+        if (found == rows.end())
+        {
+            ShowMessage(studio, "no row of the module is played at \"" + text + "\"");
+            return false;
+        }
+        moment.tick = found->tick;
+    }
+    if (moment.tick > studio->transport.endTick)
+    {
+        ShowMessage(studio, "\"" + text + "\" is past the end, which is " +
+                                std::to_string(studio->transport.endTick) + "t");
+        return false;
+    }
+    JumpTo(&studio->transport, moment.tick, NowMs());
+    return true;
+}
+
 static void ToggleFullscreen(Studio* studio)
 {
     SDL_Window* window = studio->window.window;
@@ -553,6 +603,9 @@ void RunCommand(Studio* studio, Command command)
         break;
     case Command::kToEnd:
         JumpTo(transport, transport->endTick, now);
+        break;
+    case Command::kJump:
+        OpenJump(studio);
         break;
     case Command::kSlower:
         ChangeSpeed(transport, -1, now);
@@ -690,7 +743,7 @@ static void TakeKey(Studio* studio, const SDL_KeyboardEvent& key)
 
 static void TakeEvent(Studio* studio, const SDL_Event* event)
 {
-    if (GivePanelsEvent(event))
+    if (GivePanelsEvent(studio, event))
     {
         return;
     }

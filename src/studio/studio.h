@@ -90,6 +90,9 @@ struct Studio
     std::map<std::string, PanelRect> rects;
 
     char newFolder[256]; // of the start page
+    bool isJumping;      // a moment is typed into the transport
+    bool startsJump;     // the field for it gets the keys in the next frame
+    char jumpText[32];
 
     ControlSocket control;
     bool quits;
@@ -108,6 +111,10 @@ int RunStudio(const StudioOptions& options);
 
 /// Does what a key or a button stands for.
 void RunCommand(Studio* studio, Command command);
+
+/// Goes to the moment that was typed, or tells why there is none.
+/// @return whether it went there
+bool JumpToTyped(Studio* studio);
 
 /// Opens another piece. The one that plays goes on until it is there.
 void OpenPiecePath(Studio* studio, const std::string& path);

@@ -5,6 +5,7 @@
 #include "studio/logic/commands.h"
 #include "studio/logic/options.h"
 #include "studio/logic/settings.h"
+#include "studio/logic/typed_moment.h"
 
 namespace
 {
@@ -35,6 +36,35 @@ TEST(Options, OtherMomentsAreRefused)
     {
         uint32_t tick = 0;
         EXPECT_FALSE(ParseMoment(text, &tick)) << text;
+    }
+}
+
+TEST(TypedMoment, IsATickOrARow)
+{
+    for (const MomentCase& c : {MomentCase{"12.5", 1250}, {"1:12", 7200}, {" 1250t ", 1250}})
+    {
+        TypedMoment moment = {};
+        EXPECT_TRUE(ParseTypedMoment(c.text, &moment)) << c.text;
+        EXPECT_FALSE(moment.isRow) << c.text;
+        EXPECT_EQ(moment.tick, c.tick) << c.text;
+    }
+    TypedMoment moment = {};
+    EXPECT_TRUE(ParseTypedMoment("o3:16", &moment));
+    EXPECT_TRUE(moment.isRow);
+    EXPECT_EQ(moment.order, 3u);
+    EXPECT_EQ(moment.row, 16u);
+    EXPECT_TRUE(ParseTypedMoment("o12 ", &moment));
+    EXPECT_EQ(moment.order, 12u);
+    EXPECT_EQ(moment.row, 0u);
+}
+
+TEST(TypedMoment, OtherTextsAreRefused)
+{
+    for (const char* text : {"", "  ", "soon", "1 2", "o", "o:", "o3:", "o:4", "o3:4:5", "o-1",
+                             "o1.5", "o1:2t", "o1000", "O3"})
+    {
+        TypedMoment moment = {};
+        EXPECT_FALSE(ParseTypedMoment(text, &moment)) << text;
     }
 }
 

@@ -4,7 +4,7 @@
 import os
 import subprocess
 from pathlib import Path
-from typing import Callable
+from typing import Any, Callable
 
 from drag_source import drop_file
 from studio_window import STUDIO, Screen, Studio, picture
@@ -192,7 +192,7 @@ def test_speeds_and_ranges(start: Start, small: Path) -> None:
     studio.until(lambda now: now["speed"] == 1 and now["range"] is None)
 
 
-def test_rows_of_the_module(start: Start, small: Path) -> None:
+def test_rows_of_the_module(start: Start, screen: Screen, small: Path) -> None:
     studio = start(*SIZE, small)
     opened(studio)
     studio.key("Next")
@@ -200,7 +200,34 @@ def test_rows_of_the_module(start: Start, small: Path) -> None:
     studio.key("Prior")
     studio.until(lambda now: now["shown"] == 0)
     studio.key("ctrl+Next")
-    assert studio.until(lambda now: now["shown"] > one)["shown"] in range(4 * one - 4, 4 * one + 4)
+    four = studio.until(lambda now: now["shown"] > one)["shown"]
+    assert four in range(4 * one - 4, 4 * one + 4)
+
+    # Moments are typed. Keys are commands again as soon as the field is left.
+    def press(key: str, holds: Callable[[dict[str, Any]], object]) -> None:
+        screen.xdotool("keydown", key)
+        studio.until(holds)
+        screen.xdotool("keyup", key)
+
+    studio.key("j")
+    studio.until(lambda now: "jump" in now["rects"])
+    studio.key("o", "0", "colon", "1")
+    press("Return", lambda now: now["shown"] == one and "jump" not in now["rects"])
+    studio.key("j")
+    studio.until(lambda now: "jump" in now["rects"])
+    studio.key("o", "9", "9")
+    press("Return", lambda now: "jump" in now["rects"] and
+          now["message"] == 'no row of the module is played at "o99"')
+    # The wrong text is chosen, so the next takes its place.
+    studio.key("2", "period", "5")
+    press("Return", lambda now: now["shown"] == 250)
+    studio.key("j")
+    studio.until(lambda now: "jump" in now["rects"])
+    studio.key("9")
+    press("Escape", lambda now: "jump" not in now["rects"])
+    studio.key("Right")
+    state = studio.until(lambda now: now["shown"] == 750)
+    assert state["volume"] == 100
 
 
 def test_keys_panels_and_the_end(start: Start, small: Path) -> None:

@@ -17,6 +17,7 @@ static constexpr KeyRow kKeys[] = {
     {"PageDown", kControl, Command::kOnBeat, true, "four rows on"},
     {"Home", kNoModifier, Command::kToStart, true, "to the start"},
     {"End", kNoModifier, Command::kToEnd, true, "to the end"},
+    {"J", kNoModifier, Command::kJump, false, "type a moment to go to: 12.5, 1:12, 1250t or o3:16"},
     {"[", kNoModifier, Command::kSlower, true, "half the speed"},
     {"]", kNoModifier, Command::kFaster, true, "twice the speed"},
     {"Backspace", kNoModifier, Command::kNormalSpeed, true, "normal speed"},

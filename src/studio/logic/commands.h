@@ -23,6 +23,7 @@ enum class Command : uint8_t
     kOnBeat,
     kToStart,
     kToEnd,
+    kJump,
     kSlower,
     kFaster,
     kNormalSpeed,

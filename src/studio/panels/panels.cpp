@@ -71,12 +71,13 @@ void EndPanels()
     ImGui::DestroyContext();
 }
 
-bool GivePanelsEvent(const SDL_Event* event)
+bool GivePanelsEvent(const Studio* studio, const SDL_Event* event)
 {
     ImGui_ImplSDL2_ProcessEvent(event);
     const ImGuiIO& io = ImGui::GetIO();
     const bool isKey = event->type == SDL_KEYDOWN || event->type == SDL_KEYUP;
-    return isKey && io.WantTextInput;
+    // The field for a moment gets its keys some frames after it was opened.
+    return isKey && (io.WantTextInput || studio->isJumping);
 }
 
 FirstPlaces FindFirstPlaces(float scale)
@@ -202,6 +203,8 @@ static void LetKeysReachPanels(Studio* studio)
 void DrawPanels(Studio* studio)
 {
     studio->rects.clear();
+    const bool hasTransport = studio->showsPanels && (studio->panels & kTransportPanel) != 0;
+    studio->isJumping = studio->isJumping && hasTransport;
     ImGui_ImplOpenGL2_NewFrame();
     ImGui_ImplSDL2_NewFrame();
     LetKeysReachPanels(studio);
@@ -209,7 +212,7 @@ void DrawPanels(Studio* studio)
     if (studio->showsPanels)
     {
         DrawPicturePanel(studio);
-        if ((studio->panels & kTransportPanel) != 0)
+        if (hasTransport)
         {
             DrawTransportPanel(studio);
         }

@@ -11,7 +11,7 @@ void StartPanels(Studio* studio, const char* layout);
 void EndPanels();
 
 /// @return whether the event was meant for a panel and not for a command
-bool GivePanelsEvent(const SDL_Event* event);
+bool GivePanelsEvent(const Studio* studio, const SDL_Event* event);
 
 /// Draws all that is seen, into the back buffer of the window, which is used.
 void DrawPanels(Studio* studio);

@@ -103,9 +103,57 @@ static void DrawPlace(Studio* studio)
     }
 }
 
+static void DrawSeekSlider(Studio* studio)
+{
+    int tick = static_cast<int>(TransportTick(&studio->transport));
+    if (ImGui::SliderInt("##tick", &tick, 0, static_cast<int>(studio->transport.endTick), "",
+                         ImGuiSliderFlags_NoInput))
+    {
+        JumpTo(&studio->transport, static_cast<uint32_t>(tick), NowMs());
+    }
+    NoteItem(studio, "seek");
+}
+
+/// Drops the letter of the key that has opened the field, which may arrive after it.
+static int DropKeyLetter(ImGuiInputTextCallbackData* data)
+{
+    return data->EventChar == 'j' || data->EventChar == 'J' ? 1 : 0;
+}
+
+/// The field that a moment is typed into. It closes when it loses the keys.
+static void DrawJumpField(Studio* studio)
+{
+    if (studio->startsJump)
+    {
+        ImGui::SetKeyboardFocusHere();
+    }
+    const bool isDone = ImGui::InputTextWithHint(
+        "##jump", "12.5, 1:12, 1250t or o3:16", studio->jumpText, sizeof(studio->jumpText),
+        ImGuiInputTextFlags_EnterReturnsTrue | ImGuiInputTextFlags_AutoSelectAll |
+            ImGuiInputTextFlags_CallbackCharFilter,
+        DropKeyLetter);
+    if (ImGui::IsItemActive())
+    {
+        studio->startsJump = false;
+        NoteItem(studio, "jump");
+    }
+    else if (isDone && !JumpToTyped(studio))
+    {
+        studio->startsJump = true; // Return has taken the keys from it
+    }
+    else if (isDone || !studio->startsJump)
+    {
+        studio->isJumping = false;
+    }
+}
+
 void DrawTransportPanel(Studio* studio)
 {
     PlaceAtFirst(FindFirstPlaces(studio->scale).transport);
+    if (studio->isJumping && studio->startsJump)
+    {
+        ImGui::SetNextWindowCollapsed(false);
+    }
     if (BeginPanel(studio, "Transport", kTransportPanel, ImGuiWindowFlags_NoScrollbar))
     {
         CommandButton(studio, "|<", "to start", Command::kToStart);
@@ -114,16 +162,14 @@ void DrawTransportPanel(Studio* studio)
                       Command::kPlayPause);
         CommandButton(studio, ">", "picture on", Command::kOnPicture);
         CommandButton(studio, ">|", "to end", Command::kToEnd);
-        int tick = static_cast<int>(TransportTick(&studio->transport));
         // Before the text, whose width changes.
         ImGui::SetNextItemWidth(ImGui::GetContentRegionAvail().x * 0.4f);
-        if (ImGui::SliderInt("##tick", &tick, 0, static_cast<int>(studio->transport.endTick), "",
-                             ImGuiSliderFlags_NoInput))
-        {
-            JumpTo(&studio->transport, static_cast<uint32_t>(tick), NowMs());
-        }
-        NoteItem(studio, "seek");
+        studio->isJumping ? DrawJumpField(studio) : DrawSeekSlider(studio);
         DrawPlace(studio);
+    }
+    else
+    {
+        studio->isJumping = false;
     }
     ImGui::End();
 }
