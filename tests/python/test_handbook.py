@@ -152,7 +152,7 @@ def test_the_search_of_the_web_pages_knows_every_function(site):
     assert (site / "search/worker.js").exists() and (site / "search/lunr.js").exists()
 
 
-# What only the library itself makes and calls, of an author's words.
+# Names that only the library itself makes and calls, of an author's words.
 INNER = {"lies_unseen", "unreached", "make_manipulator", "entry_name", "make_layer", "make_step",
          "make_curve", "make_effect", "make_genmesh", "make_material", "checked_value",
          "checked_triple", "checked_number", "range_text", "passes", "here", "Catalogue", "Glyph", "Item",

@@ -67,7 +67,7 @@ struct FrameDraws
     std::set<uint32_t> textures;
 };
 
-/// What a frame really draws.
+/// The draws of a frame, as they are counted when it is drawn.
 static FrameDraws DrawFrame(LoadedRun* loaded, uint32_t tick)
 {
     TakeGlCalls();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// What can be seen of a piece that was loaded, for comparisons.
+// All that can be seen of a piece that was loaded, for comparisons.
 #pragma once
 
 #include <string>

@@ -29,7 +29,7 @@ struct CostSources
 
 CostSources MakeCostSources(const DemoDocument* document, bool hasBuffers, TextureSizes&& sizes);
 
-/// What a clip draws at a tick.
+/// The draws of a clip at a tick.
 struct ClipDraws
 {
     uint32_t row, clip; // from 0
