@@ -9,15 +9,22 @@ static uint8_t Light(const std::vector<uint8_t>& picture, size_t x, size_t y)
     return picture[(y * 100 + x) * 4];
 }
 
-TEST(WireMesh, ShowsTheEdgesOfATriangle)
+/// A mesh of three vertices and three indices, which it borrows.
+static Mesh Triangle(float* vertices, uint32_t* indices)
 {
-    float vertices[] = {-1.0f, -1.0f, 0.0f, 1.0f, -1.0f, 0.0f, 1.0f, 1.0f, 0.0f};
-    uint32_t indices[] = {0, 1, 2};
     Mesh mesh = {};
     mesh.vertexCount = 3;
     mesh.indexCount = 3;
     mesh.vertices = vertices;
     mesh.indices = indices;
+    return mesh;
+}
+
+TEST(WireMesh, ShowsTheEdgesOfATriangle)
+{
+    float vertices[] = {-1.0f, -1.0f, 0.0f, 1.0f, -1.0f, 0.0f, 1.0f, 1.0f, 0.0f};
+    uint32_t indices[] = {0, 1, 2};
+    const Mesh mesh = Triangle(vertices, indices);
     // The radius is the root of 2, so the corners lie 0.48 * 100 / 1.414 = 33.9 from the middle.
     const std::vector<uint8_t> front = DrawWireMesh(mesh, {0.0f, 0.0f, 1.0f}, 100);
     EXPECT_EQ(Light(front, 50, 83), 150); // the lower edge, halfway between near and far
@@ -37,11 +44,7 @@ TEST(WireMesh, TheMiddleOfTheMeshIsThatOfThePicture)
     // The triangle above, 5 to the right and 3 up.
     float vertices[] = {4.0f, 2.0f, 0.0f, 6.0f, 2.0f, 0.0f, 6.0f, 4.0f, 0.0f};
     uint32_t indices[] = {0, 1, 2};
-    Mesh mesh = {};
-    mesh.vertexCount = 3;
-    mesh.indexCount = 3;
-    mesh.vertices = vertices;
-    mesh.indices = indices;
+    const Mesh mesh = Triangle(vertices, indices);
     const std::vector<uint8_t> front = DrawWireMesh(mesh, {0.0f, 0.0f, 1.0f}, 100);
     EXPECT_EQ(Light(front, 50, 83), 150);
     EXPECT_EQ(Light(front, 83, 50), 150);
@@ -54,9 +57,6 @@ TEST(WireMesh, DrawsNothingOfAnEmptyOrBrokenMesh)
     EXPECT_EQ(Light(DrawWireMesh(mesh, {0.0f, 0.0f, 1.0f}, 100), 50, 50), 0);
     float vertices[] = {NAN, 0.0f, 0.0f, INFINITY, 0.0f, 0.0f, 1.0f, 1.0f, 0.0f};
     uint32_t indices[] = {0, 1, 7};
-    mesh.vertexCount = 3;
-    mesh.indexCount = 3;
-    mesh.vertices = vertices;
-    mesh.indices = indices;
+    mesh = Triangle(vertices, indices);
     DrawWireMesh(mesh, {10.0f, 10.0f, 1e30f}, 100);
 }
