@@ -210,7 +210,8 @@ class Piece:
 
     def __init__(self):
         self.textures = make_textures()
-        self.models = load_models(list(MODELS) + title_models() + list(LINES))
+        self.models = load_models([name for name in MODELS if name != "wedge"]
+                                  + title_models() + list(LINES))
         self.bitmaps = SimpleNamespace(**{name: Bitmap(name + ".png") for name in BITMAPS})
         self.black = recipes.color_on_top(BLACK, name="black")
         self.starlight = recipes.added_bitmap((0.80, 0.88, 1.0), bitmap=self.bitmaps.glow,
@@ -478,6 +479,10 @@ def add_machine(piece):
                   **placement)
     scene.add(piece.models.floor, wall, position=(0.0, 0.0, -8.0), rotation=(90.0, 0.0, 0.0),
               scale=(32.0, 1.0, 32.0))
+    # Wide windows and the gate see past that wall, so the room has sides.
+    for x, turn in ((-28.0, -90.0), (28.0, 90.0)):
+        scene.add(piece.models.floor, wall, position=(x, 0.0, 0.0), rotation=(0.0, 0.0, turn),
+                  scale=(64.0, 1.0, 64.0))
     scene.add(piece.models.gear, wire, rotation=(0.0, 0.0, turns), scale=(2.02, 2.02, 1.75))
     kick = BEAT_PULSE * -4.0
     piece.cut(STAGE, [
@@ -650,6 +655,7 @@ def add_heart(piece):
     inside = Light(beat * (EMBER * 1.7), name="heart inside")
     wild_light = Light(racing * (EMBER * 2.0), ambient=(0.12, 0.08, 0.14), name="heart racing")
     moon = Light(ROSE * 1.2, (-6.0, 6.0, 7.0), ambient=(0.30, 0.14, 0.26), name="heart moon")
+    # Without bitmaps the second rim is the plain light of the moon.
     shells = [piece.lit(recipes.lit_color(STEEL, light=inside, name="heart shell"), moon,
                         STEEL, bumps=True),
               Lit(recipes.lit_color(STEEL, light=wild_light, name="racing shell"),
