@@ -98,9 +98,8 @@ static std::string PlaceText(const Finding& finding)
     static constexpr const char* kItems[] = {"layer", "texture", "model",  "envelope",
                                              "light", "effect",  "bitmap", "material",
                                              "mesh",  "scene",   "row"};
-    std::string text =
-        FormatText("%s %u", kItems[static_cast<size_t>(finding.place.section)],
-                   finding.place.item - (finding.place.section == Section::kLayers ? 1 : 0));
+    std::string text = FormatText("%s %u", kItems[static_cast<size_t>(finding.place.section)],
+                                  ItemNumber(finding.place.section, finding.place.item));
     text += finding.name.empty() ? "" : " \"" + finding.name + "\"";
     if (finding.place.part != 0)
     {

@@ -2,6 +2,7 @@
 #include "tools/document_trees.h"
 
 #include "engine/check/finding.h"
+#include "engine/data/vocabulary.h"
 #include "tools/container.h"
 #include "tools/text_layout.h"
 
@@ -68,8 +69,8 @@ std::string ItemLabel(Section section, size_t index, const TiXmlElement* item)
     static constexpr const char* kItems[] = {"layer", "texture", "model",  "envelope",
                                              "light", "effect",  "bitmap", "material",
                                              "mesh",  "scene",   "row",    "music"};
-    std::string text = FormatText("%s %zu", kItems[static_cast<size_t>(section)],
-                                  index + (section == Section::kLayers ? 0 : 1));
+    std::string text = FormatText("%s %u", kItems[static_cast<size_t>(section)],
+                                  ItemNumber(section, static_cast<uint32_t>(index) + 1));
     std::string name = AttributeText(item, "name");
     name = name.empty() ? AttributeText(item, "filename") : name;
     return name.empty() ? text : text + " \"" + name + "\"";

@@ -24,7 +24,7 @@ def test_what_is_drawn_is_seen_from_inside(start: Start, script: Path) -> None:
     lines = (script / "piece.py").read_text().splitlines()
 
     # Its object has a mesh, a material and curves. The clip before is folded, to leave room.
-    studio.click("open row 1, clip 1")
+    studio.click("open row 0, clip 1")
     studio.until(lambda now: 'node scene 2 "sky"' not in now["rects"])
     studio.click('open scene 1 "stage"')
     studio.until(lambda now: "node scene 1, object 1" in now["rects"])
@@ -64,7 +64,7 @@ def pixel(studio: Studio, x: float, y: float) -> list[int]:
 def test_textures_show_step_by_step(start: Start, script: Path) -> None:
     studio = start(*SIZE, "--from", "3", script)
     studio.until(lambda now: now["loads"] == 1 and 'open scene 1 "stage"' in now["rects"])
-    studio.click("open row 1, clip 1")
+    studio.click("open row 0, clip 1")
     studio.until(lambda now: 'node scene 2 "sky"' not in now["rects"])
     unfold(studio, 'scene 1 "stage"', "scene 1, object 1")
     unfold(studio, "scene 1, object 1", "material 1")
@@ -115,7 +115,7 @@ def test_pixels_of_bitmaps_targets_and_effects(start: Start, tmp_path: Path) -> 
     folder.mkdir()
     (folder / "piece.py").write_text(BITMAPS)
     studio = start(*SIZE, "--from", "2", folder)
-    studio.until(lambda now: now["errors"] or now["loads"] == 1 and "node row 2, clip 1" in now["rects"])
+    studio.until(lambda now: now["errors"] or now["loads"] == 1 and "node row 1, clip 1" in now["rects"])
     assert studio.state()["errors"] == []
     # The target of the pass is part of its clip. The panel shows its upper rows: the green square
     # lies over the lower half, where y is 1.
@@ -123,7 +123,7 @@ def test_pixels_of_bitmaps_targets_and_effects(start: Start, tmp_path: Path) -> 
     rows = [pixel(studio, 0.5, y) for y in (0.1, 0.98)]
     assert rows == [[0, 0, 0, 255], [0, 255, 0, 255]]
 
-    studio.click("open row 1, clip 1")
+    studio.click("open row 0, clip 1")
     unfold(studio, 'scene 1 "things"', "scene 1, object 3")
     unfold(studio, "scene 1, object 3", "material 3")
     unfold(studio, "material 3", 'effect 1 "plasma 1"')

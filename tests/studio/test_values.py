@@ -21,7 +21,7 @@ def save(path: Path, text: bytes) -> None:
 
 
 def opened(studio: Studio) -> None:
-    studio.until(lambda now: now["loads"] == 1 and "node row 2, clip 1" in now["rects"])
+    studio.until(lambda now: now["loads"] == 1 and "node row 1, clip 1" in now["rects"])
 
 
 def unfold(studio: Studio, node: str, child: str) -> None:
@@ -47,7 +47,7 @@ def test_a_value_is_tried_and_written(start: Start, screen: Screen, script: Path
     text = source.read_bytes()
     studio = start(*SIZE, script)
     opened(studio)
-    studio.click("open row 1, clip 1")
+    studio.click("open row 0, clip 1")
     unfold(studio, 'scene 1 "stage"', "scene 1, object 1")
     unfold(studio, "scene 1, object 1", "material 1")
     unfold(studio, "material 1", "light 1")
@@ -93,7 +93,7 @@ def test_a_document_is_written(start: Start, plain: Path, tmp_path: Path) -> Non
     demo.write_bytes(text)
     studio = start(*SIZE, plain)
     opened(studio)
-    studio.click("node row 2, clip 1", 0.8)
+    studio.click("node row 1, clip 1", 0.8)
     studio.reveal("value clip 1 fov", "item")
     before = studio.picture()
     studio.drag("value clip 1 fov", 60)

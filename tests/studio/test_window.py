@@ -83,7 +83,7 @@ def test_the_mouse_seeks_and_plays(start: Start, screen: Screen, small: Path,
     begin, end = state["chosen_ticks"]
     assert begin <= state["tick"] <= end == 800
     lines = "\n".join(state["chosen_text"])
-    for word in ("row 2", "clip 1", "scene ", "pass ", "camera at ", "fog"):
+    for word in ("row 1", "clip 1", "scene ", "pass ", "camera at ", "fog"):
         assert word in lines, lines
 
     # The wheel scrolls, with Ctrl it zooms at the mouse.
@@ -109,22 +109,22 @@ def test_rows_are_hidden_for_looking(start: Start, small: Path) -> None:
     studio = start(*SIZE, "--from", "3", small)
     opened(studio)
     whole = studio.picture()
-    studio.click("hide 2")
+    studio.click("hide 1")
     studio.until(lambda now: now["hidden"] == 2)
     hidden = studio.picture()
-    studio.click("solo 2")
+    studio.click("solo 1")
     studio.until(lambda now: now["solo"] == 2)
     alone = studio.picture()
     assert len({whole, hidden, alone}) == 3
-    studio.click("solo 2")
+    studio.click("solo 1")
     studio.until(lambda now: now["solo"] == 0)
     assert studio.picture() == hidden
-    studio.click("hide 2")
+    studio.click("hide 1")
     studio.until(lambda now: now["hidden"] == 0)
     assert studio.picture() == whole
 
     # A package can be tried with other values, and has no sources to write them into.
-    studio.click("node row 2, clip 1", 0.8)
+    studio.click("node row 1, clip 1", 0.8)
     studio.reveal("value clip 1 fov", "item")
     studio.drag("value clip 1 fov", 60)
     studio.drop()

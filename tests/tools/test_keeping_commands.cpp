@@ -158,7 +158,7 @@ TEST(DpkDiff, TellsValuesByItemAndPart)
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.out, "demo.xmlz, envelope 1 \"rise\", piece, p 1, text: \"0.5\" is now \"0.75\"\n"
                        "demo.xmlz, material 1 \"red\", p 2: value \"0\" is now \"0.5\"\n"
-                       "demo.xmlz, row 1, clip: length \"500\" is now \"600\"\n"
+                       "demo.xmlz, row 0, clip: length \"500\" is now \"600\"\n"
                        "demo.xmlz, music: file \"tune.xm\" is now \"other.xm\"\n");
 }
 
@@ -311,7 +311,7 @@ TEST(DpkSize, TellsEntriesItemsAndWhatNothingUses)
     const DpkRun run = RunDpk(folder, {"size", "p.dpk", "--svg", "p.svg", "--small"});
     EXPECT_EQ(run.exitCode, 0) << run.err;
     ExpectIn(run.out, "   bytes  share   unpacked  entry or record\n    5000 ");
-    ExpectIn(run.out, "  demo.xmlz, row 1\n");
+    ExpectIn(run.out, "  demo.xmlz, row 0\n");
     ExpectIn(run.out, "  demo.xmlz, material 1 \"red\"\n");
     ExpectIn(run.out, "unused: \"unused.png\", 5000 bytes\n");
     ExpectIn(run.out, "would shrink: all of them by ");

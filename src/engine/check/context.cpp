@@ -3,6 +3,8 @@
 
 #include <cstring>
 
+#include "engine/data/vocabulary.h"
+
 Finding* AddFinding(const Spot* spot, Severity severity, Rule rule, const TiXmlBase* node,
                     std::string text)
 {
@@ -60,7 +62,8 @@ const char* ItemWord(Section section)
 
 std::string ItemText(const DemoDocument* document, Section section, uint32_t id)
 {
-    std::string text = FormatText("%s %d", ItemWord(section), static_cast<int32_t>(id));
+    std::string text =
+        FormatText("%s %d", ItemWord(section), static_cast<int32_t>(ItemNumber(section, id)));
     const char* name = ItemName(ChildAt(SectionNode(document, section), id));
     return name == nullptr ? text : text + " \"" + name + "\"";
 }

@@ -596,6 +596,12 @@ const VocabularySection* FindVocabularySection(Section section)
     return number < 0 || number > kSectionCount ? nullptr : &VocabularySections[number];
 }
 
+uint32_t ItemNumber(Section section, uint32_t item)
+{
+    const bool countsFromZero = section == Section::kLayers || section == Section::kTimeline;
+    return countsFromZero ? item - 1 : item;
+}
+
 uint32_t CountParamNumbers(const VocabularyRow* row)
 {
     uint32_t count = 0;

@@ -178,6 +178,11 @@ extern const VocabularySection VocabularySections[kSectionCount + 1];
 /// @return the row of a section or of the music node; null for Section::kNone
 const VocabularySection* FindVocabularySection(Section section);
 
+/// The number under which authors know an item: layers and rows of the timeline count from 0, as
+/// documents and pieces in Python count them, all others from 1.
+/// @param item   counted from 1, above 0
+uint32_t ItemNumber(Section section, uint32_t item);
+
 /// The consequence of more than a limit.
 enum class PastLimit : uint8_t
 {

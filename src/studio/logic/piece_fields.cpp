@@ -470,7 +470,7 @@ std::string ItemTitle(const DemoDocument* document, const ItemRef& ref)
         return "nothing";
     }
     std::string title = kWords[static_cast<size_t>(ref.section)];
-    title += " " + std::to_string(ref.item);
+    title += " " + std::to_string(ItemNumber(ref.section, ref.item));
     const TiXmlElement* element = FindItem(document, ref.section, ref.item);
     if (ref.part != 0)
     {
@@ -576,7 +576,7 @@ std::vector<std::string> ClipLines(const DemoDocument* document, uint32_t row, u
 
     std::vector<std::string> lines;
     const uint32_t end = timeline->clipEnd[row][clip];
-    lines.push_back("row " + std::to_string(row + 1) + ", clip " + std::to_string(clip + 1) + ": " +
+    lines.push_back("row " + std::to_string(row) + ", clip " + std::to_string(clip + 1) + ": " +
                     (scene == 0 ? "no scene" : ItemTitle(document, {Section::kScenes, scene, 0})) +
                     ", to tick " + std::to_string(end) + ", pass " +
                     (kind < std::size(kPasses) ? kPasses[kind] : "unknown") +

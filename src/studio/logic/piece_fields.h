@@ -85,7 +85,7 @@ std::vector<ItemRef> ListUsers(const DemoDocument* document, const ItemRef& ref)
 /// @return the parts of an item: objects, clips, pieces, steps; 0 for sections without
 uint32_t CountParts(const DemoDocument* document, const ItemRef& ref);
 
-/// @return "scene 2 \"hall\"", "scene 2, object 3", "row 1, clip 4"
+/// @return "scene 2 \"hall\"", "scene 2, object 3", "row 0, clip 4"
 std::string ItemTitle(const DemoDocument* document, const ItemRef& ref);
 
 /// @return the envelope's value at a time in ticks, as a fresh evaluation gives it; 0 without one

@@ -48,7 +48,7 @@ static std::string ClipTitle(const Studio* studio, const ClipCost& clip)
     const uint32_t scene = document->timeline->sceneId[clip.row][clip.clip];
     const std::string title =
         scene == 0 ? "nothing" : ItemTitle(document, {Section::kScenes, scene, 0});
-    return "row " + std::to_string(clip.row + 1) + ": " + title;
+    return "row " + std::to_string(clip.row) + ": " + title;
 }
 
 static void DrawClips(const Studio* studio, const FrameCost& frame)

@@ -116,14 +116,14 @@ static void DrawRowLabel(Studio* studio, uint32_t row, ImVec2 place)
     const uint32_t bit = 1u << row;
     ImGui::SetCursorScreenPos(place);
     ImGui::PushID(static_cast<int>(row));
-    ImGui::Text("%u", row + 1);
+    ImGui::Text("%u", row);
     ImGui::SetCursorScreenPos(ImVec2(place.x + 26.0f * studio->scale, place.y));
     if (ImGui::SmallButton((mask->hidden & bit) != 0 ? "show" : "hide"))
     {
         mask->hidden ^= bit;
         ApplyRows(studio);
     }
-    NoteItem(studio, ("hide " + std::to_string(row + 1)).c_str());
+    NoteItem(studio, ("hide " + std::to_string(row)).c_str());
     ImGui::SetCursorScreenPos(ImVec2(place.x + 66.0f * studio->scale, place.y));
     const bool isSolo = (mask->solo & bit) != 0;
     if (isSolo)
@@ -136,7 +136,7 @@ static void DrawRowLabel(Studio* studio, uint32_t row, ImVec2 place)
         ApplyRows(studio);
     }
     ImGui::PopStyleColor(isSolo ? 1 : 0);
-    NoteItem(studio, ("solo " + std::to_string(row + 1)).c_str());
+    NoteItem(studio, ("solo " + std::to_string(row)).c_str());
     ImGui::PopID();
 }
 

@@ -337,3 +337,13 @@ TEST(Vocabulary, SectionsStandInTheirOrder)
         EXPECT_TRUE(IsWord(VocabularySections[i].word));
     }
 }
+
+TEST(Vocabulary, LayersAndRowsAreCountedFromZero)
+{
+    EXPECT_EQ(ItemNumber(Section::kLayers, 1), 0u);
+    EXPECT_EQ(ItemNumber(Section::kTimeline, 32), 31u);
+    for (const Section section : {Section::kTextures, Section::kModels, Section::kScenes})
+    {
+        EXPECT_EQ(ItemNumber(section, 3), 3u);
+    }
+}
