@@ -17,7 +17,14 @@ objects, a `Document` shows scenes on rows of clips through `Camera`s and writes
 All times are ticks of 10 ms. Anything out of range is a ValueError where it is made.
 """
 
-from quorvale import effects, layers, manipulators, recipes, steps, waters
+import sys as _sys
+
+from quorvale import (arguments as _arguments, cameras as _cameras, curves as _curves,
+                      document as _document, effects, exact as _exact, fonts as _fonts,
+                      images as _images, items as _items, layers, loading as _loading,
+                      manipulators, meshes as _meshes, music as _music, recipes,
+                      scenes as _scenes, sounds as _sounds, steps, tracker as _tracker,
+                      values as _values, waters)
 from quorvale.cameras import FLAT, Camera, look, orbit, path
 from quorvale.curves import (Curve, Value, ease, ease_in, ease_out, hold, levels, line, ring_down,
                              seconds, span, spline, wave)
@@ -36,3 +43,8 @@ __all__ = [
     "recipes",
     "ring_down", "seconds", "span", "spline", "steps", "waters", "wave",
 ]
+
+_arguments.check_arguments(
+    (_cameras, _curves, _document, effects, _exact, _fonts, _images, _items, layers, _loading,
+     manipulators, _meshes, _music, recipes, _scenes, _sounds, steps, _tracker, _values, waters),
+    _sys.modules[__name__])

@@ -20,7 +20,7 @@ from dataclasses import dataclass, field, replace
 from typing import Final, NamedTuple, Union
 
 from quorvale.exact import PI, f32, sin_turns, sine32
-from quorvale.facts import LIMITS, TICKS_PER_SECOND, checked_number, row
+from quorvale.facts import LIMITS, TICKS_PER_SECOND, checked_number, row, told
 from quorvale.origin import Origin, here
 
 CONSTANT, LINEAR, QUADRATIC, SINUS, SPLINE, SINUS_X = (
@@ -77,6 +77,18 @@ def _ticks(maker: str, meaning: str, value: object, least: int = 0) -> int:
         raise ValueError(f"{maker}(): the {meaning} is a whole number of ticks, "
                          f"at least {least}, not {value}")
     return int(number)
+
+
+def _is_factor(done: str, value: object) -> bool:
+    """Whether a value is a finite number. What can't know curves is refused; classes may."""
+    if value is not None and not isinstance(value, (bool, int, float, str, tuple, list, dict)):
+        return False
+    if isinstance(value, bool) or not isinstance(value, (int, float)):
+        cure = "; each of several has its own curve" if isinstance(value, (tuple, list)) else ""
+        raise TypeError(f"a curve is {done} a number, not {told(value)}{cure}")
+    if not math.isfinite(value):
+        raise ValueError(f"a curve is {done} a finite number, not {value!r}")
+    return True
 
 
 @dataclass(frozen=True)
@@ -194,7 +206,7 @@ class Curve:
         return replace(self, pieces=pieces)
 
     def __mul__(self, factor: float) -> Curve:
-        if isinstance(factor, (int, float)):
+        if _is_factor("multiplied by", factor):
             return self._changed(_SCALED, lambda p: p * factor)
         if isinstance(factor, Curve):
             raise TypeError("two curves can't be multiplied: no function of the engine is a "
@@ -204,6 +216,10 @@ class Curve:
     __rmul__ = __mul__
 
     def __truediv__(self, divisor: float) -> Curve:
+        if not _is_factor("divided by", divisor):
+            return NotImplemented
+        if divisor == 0:
+            raise ValueError("a curve is divided by a number that is not 0")
         return self * (1.0 / divisor)
 
     def __add__(self, summand: Value) -> Curve:
@@ -211,7 +227,7 @@ class Curve:
         and `ease_out` and neither loops; others can't be one curve, and `sampled` comes close."""
         if isinstance(summand, Curve):
             return _sum(self, summand)
-        if isinstance(summand, (int, float)):
+        if _is_factor("added to", summand):
             number: float = summand
             return self._changed(_LIFTED, lambda p: p + number)
         return NotImplemented
@@ -223,9 +239,13 @@ class Curve:
         return self * -1.0
 
     def __sub__(self, subtrahend: Value) -> Curve:
+        if not isinstance(subtrahend, Curve) and not _is_factor("less by", subtrahend):
+            return NotImplemented
         return self + -1.0 * subtrahend
 
     def __rsub__(self, minuend: float) -> Curve:
+        if not _is_factor("taken from", minuend):
+            return NotImplemented
         return self * -1.0 + minuend
 
     # Time

@@ -301,6 +301,8 @@ class Document:
         if music is not None and not isinstance(music, (str, Music)):
             raise TypeError(f"Document(): the music is a Music or the name of a module's file, not "
                             f"{told(music)}")
+        if digits not in (7, 8, 9):
+            raise ValueError(f"Document(): the digits are 7, 8 or 9, not {told(digits)}")
         self.music = music.filename if isinstance(music, Music) else music
         self.origin = here()
         self.shared = shared
@@ -330,6 +332,9 @@ class Document:
         >>> demo = Document()
         >>> demo.keep(layers.noise(seed=3) * layers.maze())
         """
+        for item in items:
+            if not isinstance(item, (Item, Curve)):
+                raise TypeError(f"keep(): what is kept is an item or a curve, not {told(item)}")
         self.kept += items
 
     @property

@@ -18,6 +18,7 @@ from dataclasses import dataclass
 from typing import Final, Union
 
 from quorvale.exact import Noise, exponential, sin_turns
+from quorvale.facts import told
 from quorvale.music import Music
 
 NOTE_OFF: Final = 97
@@ -157,9 +158,8 @@ class Tune:
         number = note_number(note) if isinstance(note, str) else note
         self._check_channel("play", channel)
         if not isinstance(instrument, int) or not 0 <= instrument <= 128:
-            given = instrument if isinstance(instrument, int) else type(instrument).__name__
             raise ValueError(f"play(): the instrument is the number that tune.instrument(...) "
-                             f"gave, or 0 for the one before, not {given}")
+                             f"gave, or 0 for the one before, not {told(instrument)}")
         if not 0 <= volume <= 64:
             raise ValueError(f"play(): the volume is 0 to 64, not {volume}")
         if 0 <= row < len(self.cells):

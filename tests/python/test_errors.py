@@ -178,7 +178,7 @@ def test_things_of_another_kind_are_refused():
             (lambda: scene.add(red, model), "an object is a Model or a generated mesh"),
             (lambda: scene.add(model, model), "the material is a Material"),
             (lambda: scene.add(model, red, visible=1), "visible is a curve"),
-            (lambda: scene.add(model, red, shift=line(0, 1, 9)), "shift does not move"),
+            (lambda: scene.add(model, red, shift=line(0, 1, 9)), '"shift" does not move'),
             (lambda: scene.add(model, red, manipulators=[steps.blur()]), "quorvale.manipulators"),
             (lambda: layers.noise() + 3, "on the right of [+] stands a layer"),
             (lambda: Fog(0, 9, recipes.wireframe()), 'of the recipe "color", not "wireframe"'),

@@ -78,7 +78,7 @@ def test_notes_name_what_the_tune_has():
     number = tune.instrument(bass)
     for arguments, text in (((2, 0, "C-4", number), "play.*the channel is 0 to 1, as the tune has 2, not 2"),
                             ((0, 0, "C-4", -1), "gave, or 0 for the one before, not -1"),
-                            ((0, 0, "C-4", bass), "or 0 for the one before, not Instrument"),
+                            ((0, 0, "C-4", bass), "or 0 for the one before, not an Instrument"),
                             ((0, 0, "C-4", number, 65), "the volume is 0 to 64, not 65")):
         with pytest.raises(ValueError, match=text):
             tune.play(*arguments)
