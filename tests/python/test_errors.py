@@ -196,7 +196,7 @@ def test_things_of_another_kind_are_refused():
             (lambda: tube(Mesh(), lambda u: (u, 0, 0), lambda u: 1, rows=2), "3 corners around it"),
             (lambda: list(melody("A3 four")), 'after "A3" stands for how many rows'),
             (lambda: list(melody("A3")), '"A3" has none'),
-            (lambda: write_png("a.png", 0, 9, 3, None), "a pixel at least, not 0 by 9"),
+            (lambda: write_png("a.png", 0, 9, 3, lambda x, y: (1, 1, 1)), "a pixel at least, not 0 by 9"),
             (lambda: write_png("a.png", 1, 1, 3, lambda x, y: (1, 1)), "gives 3 numbers.*not [(]1, 1"),
             (lambda: write_png("a.png", 1, 1, 3, lambda x, y: 1), "gives 3 numbers.*not 1"),
             (lambda: recipes.effect(effect=Bitmap("a.png")), "the 2D effect is an Effect"),
