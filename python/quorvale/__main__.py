@@ -19,6 +19,7 @@ import sys
 import traceback
 
 from quorvale.facts import nearest
+from quorvale.files import demo_stamp, missing_demo
 from quorvale.origin import OriginError
 from quorvale.unbuild import unbuild
 
@@ -67,6 +68,11 @@ def _words_of(error: BaseException) -> tuple[str, list[str]] | None:
     return None
 
 
+def _shown(path: str, folder: str) -> str:
+    inside = os.path.relpath(path)
+    return path if inside.startswith(os.pardir) else os.path.join(folder, inside)
+
+
 def report(error: BaseException, folder: str = "") -> str:
     """What went wrong, and the author's own lines that led there, the last one first to read.
 
@@ -74,8 +80,7 @@ def report(error: BaseException, folder: str = "") -> str:
     """
 
     def shown(path: str) -> str:
-        inside = os.path.relpath(path)
-        return path if inside.startswith(os.pardir) else os.path.join(folder, inside)
+        return _shown(path, folder)
 
     frames = [frame for frame in traceback.extract_tb(error.__traceback__) if _authors(frame)]
     lines = traceback.format_exception_only(type(error), error)
@@ -97,21 +102,28 @@ def run(path: str) -> int:
     """Runs a piece in its folder. 1 after an error, which is told on standard error."""
     given, name = os.path.split(path)
     folder = os.path.abspath(given)
+    before = None
     try:
         os.chdir(folder)
         sys.path.insert(0, folder)
+        before = demo_stamp()
         runpy.run_path(name, run_name="__main__")
     except SystemExit as end:
-        if end.code is None or isinstance(end.code, int):
-            return end.code or 0
-        sys.stderr.write(f"{end.code}\n")
-        return 1
+        if not isinstance(end.code, (int, type(None))):
+            sys.stderr.write(f"{end.code}\n")
+        if end.code:
+            return end.code if isinstance(end.code, int) else 1
     except KeyboardInterrupt:
         return 130
     except Exception as error:  # noqa: every fault of a piece is the author's to read
         sys.stderr.write(report(error, given))
         return 1
-    return 0
+    missing = missing_demo(before)
+    if missing is not None:
+        line, text = missing
+        place = path if line is None else f"{_shown(line.file, given)}:{line.line}"
+        sys.stderr.write(f"{place}: {text}\n")
+    return 0 if missing is None else 1
 
 
 def new(folder: str) -> int:

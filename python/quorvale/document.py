@@ -22,6 +22,7 @@ from quorvale.cameras import Camera
 from quorvale.curves import Curve, Value, number_text
 from quorvale.facts import (CATALOGUES, LIMITS, TICKS_PER_SECOND, checked_number, nearest, row,
                             told)
+from quorvale.files import note_document, write_file
 from quorvale.items import (Bitmap, Effect, GenMesh, Item, Layer, Light, Material, Model, Texture,
                             Verbatim)
 from quorvale.music import Music
@@ -305,6 +306,7 @@ class Document:
             raise ValueError(f"Document(): the digits are 7, 8 or 9, not {told(digits)}")
         self.music = music.filename if isinstance(music, Music) else music
         self.origin = here()
+        note_document(self.origin, has_text=False)
         self.shared = shared
         self.digits = digits
         self.kept: list[Item | Curve] = []
@@ -346,22 +348,20 @@ class Document:
 
     def text(self) -> str:
         """The document's text, the same on every machine and every run."""
-        return _Writer(self).text()
+        text = _Writer(self).text()
+        note_document(self.origin, has_text=True)
+        return text
 
     def write(self, path: str) -> None:
         """Writes the text, and beside it a table of where the author made each item: a hidden
         file, `.demo.origins` beside `demo.xml`."""
         writer = _Writer(self)
         text = writer.text()
-        if not os.path.isdir(os.path.dirname(os.path.abspath(path))):
-            raise ValueError(f'write(): there is no folder "{os.path.dirname(path)}"; a piece has '
-                             f'its documents beside piece.py: write("{os.path.basename(path)}")')
-        with open(path, "w", encoding="utf-8", newline="\n") as stream:
-            stream.write(text)
+        note_document(self.origin, has_text=True)
+        write_file("write", path, text.encode("utf-8"))
         folder, name = os.path.split(os.path.abspath(path))
         origins = os.path.join(folder, f".{os.path.splitext(name)[0]}.origins")
-        with open(origins, "w", encoding="utf-8", newline="\n") as stream:
-            stream.write(writer.origins_text(folder, text))
+        write_file("write", origins, writer.origins_text(folder, text).encode("utf-8"))
 
 
 class _Writer:

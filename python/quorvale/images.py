@@ -20,6 +20,7 @@ from collections.abc import Callable, Iterable, Sequence
 
 from quorvale.exact import Noise
 from quorvale.facts import told
+from quorvale.files import write_file
 from quorvale.items import Bitmap
 
 Rgb = tuple[float, ...]
@@ -58,9 +59,8 @@ def write_png(path: str, width: int, height: int, channels: int,
         rows += bytes((a - b) & 255 for a, b in zip(row, above))
         above = row
     header = struct.pack(">IIBBBBB", width, height, 8, {3: 2, 4: 6}[channels], 0, 0, 0)
-    with open(path, "wb") as stream:
-        stream.write(b"\x89PNG\r\n\x1a\n" + _chunk(b"IHDR", header) +
-                     _chunk(b"IDAT", zlib.compress(bytes(rows), 9)) + _chunk(b"IEND", b""))
+    write_file("write_png", path, b"\x89PNG\r\n\x1a\n" + _chunk(b"IHDR", header) +
+               _chunk(b"IDAT", zlib.compress(bytes(rows), 9)) + _chunk(b"IEND", b""))
     return Bitmap(os.path.basename(path))
 
 

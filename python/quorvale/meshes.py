@@ -18,6 +18,7 @@ from collections.abc import Callable, Sequence
 
 from quorvale.exact import atan2_degrees, cos_degrees, cos_turns, sin_degrees, sin_turns
 from quorvale.facts import told
+from quorvale.files import write_file
 from quorvale.items import Model
 
 Point = tuple[float, float, float]
@@ -211,8 +212,7 @@ class Mesh:
             lines += [prefix + text for text in texts]
         for face in self.faces:
             lines.append("f " + " ".join("%d/%d/%d" % corner for corner in face))
-        with open(path, "w", encoding="utf-8", newline="\n") as stream:
-            stream.write("\n".join(lines) + "\n")
+        write_file("write", path, ("\n".join(lines) + "\n").encode("utf-8"))
         return Model(os.path.basename(path))
 
 

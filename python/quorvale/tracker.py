@@ -19,6 +19,7 @@ from typing import Final, Union
 
 from quorvale.exact import Noise, exponential, sin_turns
 from quorvale.facts import told
+from quorvale.files import write_file
 from quorvale.music import Music
 
 NOTE_OFF: Final = 97
@@ -242,9 +243,7 @@ class Tune:
 
     def write(self, path: str, rows_per_beat: int = 4) -> Music:
         """Writes the module and gives its rows in ticks."""
-        data = self.bytes()
-        with open(path, "wb") as stream:
-            stream.write(data)
+        write_file("write", path, self.bytes())
         return Music(path, rows_per_beat)
 
 

@@ -246,11 +246,56 @@ MISTAKES = {
 }
 
 
-def test_documents_are_written_beside_the_piece(tmp_path):
+def test_documents_are_written_beside_the_piece(tmp_path, monkeypatch):
+    monkeypatch.chdir(tmp_path)
     demo = Document()
     demo.row(0).show(None, FLAT, 0, 100)
-    with pytest.raises(ValueError, match='there is no folder ".*out"; .*write[(]"demo.xml"[)]'):
-        demo.write(str(tmp_path / "out/demo.xml"))
+    (tmp_path / "inner/demo.xml").mkdir(parents=True)
+    (tmp_path / "file").write_text("mine")
+    for path, text in (("out/demo.xml", 'there is no folder "out"; .* beside piece.py: "demo.xml"'),
+                       ("file/demo.xml", '"file" is a file and no folder'),
+                       ("inner/demo.xml", '"inner/demo.xml" is a folder'), ("", '"" is a folder'),
+                       ("inner/", '"inner/" is a folder'), ("piece.py", "it is a program"),
+                       ("de\0mo.xml", "can't be written: embedded null byte")):
+        for make in (lambda: demo.write(path), lambda: Mesh().write(path),
+                     lambda: write_png(path, 1, 1, 3, lambda x, y: (0, 0, 0))):
+            with pytest.raises(ValueError, match=text):
+                make()
+    assert sorted(each.name for each in tmp_path.iterdir()) == ["file", "inner"]
+
+
+def run_piece(tmp_path, text):
+    (tmp_path / "piece.py").write_text("from quorvale import *\n" + text)
+    return subprocess.run([sys.executable, "-B", "-m", "quorvale", "run", "piece.py"], cwd=tmp_path,
+                          capture_output=True, text=True)
+
+
+SHOWN = "demo = Document()\ndemo.row(0).show(None, FLAT, 0, 100)\n"
+
+
+def test_a_piece_that_forgets_to_write_its_document_is_told_so(tmp_path):
+    run = run_piece(tmp_path, SHOWN)
+    assert run.returncode == 1
+    assert run.stderr == ('piece.py:2: this document is never written to demo.xml, and the folder has '
+                          'none: end with demo.write("demo.xml")\n')
+    run = run_piece(tmp_path, "")
+    assert run.returncode == 1
+    assert run.stderr.startswith("piece.py: no document was written to demo.xml, and the folder has "
+                                 "none: make one by demo = Document()")
+    assert run_piece(tmp_path, SHOWN + 'demo.write("intro.xml")\n').returncode == 1
+    assert run_piece(tmp_path, SHOWN + 'demo.write("demo.xml")\n').returncode == 0
+    for text in (SHOWN, "", "raise SystemExit(0)\n"):
+        run = run_piece(tmp_path, text)
+        assert run.returncode == 1 and "the one in the folder is older" in run.stderr
+
+
+def test_a_document_by_hand_may_have_a_piece_beside_it(tmp_path):
+    (tmp_path / "demo.xml").write_text("<mine/>")
+    assert run_piece(tmp_path, 'from quorvale.meshes import *\nbox(Mesh(), (0, 0, 0), (1, 1, 1))'
+                               '.write("box.obj")\n').returncode == 0
+    assert run_piece(tmp_path, SHOWN).returncode == 1
+    assert (tmp_path / "demo.xml").read_text() == "<mine/>"
+    assert run_piece(tmp_path, 'open("demo.xml", "w").write("<mine too/>")\n').returncode == 0
 
 
 @pytest.mark.parametrize("mistake", MISTAKES)
