@@ -1,10 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "studio/cost.h"
 
+#include <algorithm>
+#include <cstring>
+#include <unistd.h>
+
+#include "engine/render/frame.h"
 #include "engine/render/records/effect2d.h"
 #include "engine/textures/bitmap_texture.h"
 #include "engine/textures/mip_chain.h"
 #include "studio/studio.h"
+#include "tools/files.h"
 
 static constexpr uint32_t kValuesAtOnce = 4;
 static constexpr uint64_t kMostNs = 2000000; // of a round
@@ -14,6 +20,8 @@ void RestartCost(Studio* studio, bool keepsHistory)
     StudioCost* cost = &studio->cost;
     cost->isOpen = false;
     cost->isCounted = false;
+    cost->hasCounter = false;
+    EndChild(&cost->counter);
     if (!keepsHistory)
     {
         cost->history = {};
@@ -122,11 +130,87 @@ void NoteSwap(Studio* studio)
     }
 }
 
+/// The work of a copy of this program: draws a frame for each value of the graph without OpenGL,
+/// and writes the state calls of its clips to standard output, 4 bytes each.
+static void CountStateCalls(Stage* stage, const PieceCost& graph)
+{
+    SilenceCalls();
+    FrameSources sources = RunSources(&stage->run, RunDocument::kDemo);
+    sources.gl = &stage->demo.gl;
+    sources.gl->skips = false;
+    sources.features.pbo = 0; // a pixel buffer's memory is OpenGL's
+    for (uint32_t i = 0; i < graph.shownUs.size(); ++i)
+    {
+        FaultList faults;
+        StartFaults(&faults);
+        sources.faults = &faults;
+        faults.place = PlaceAt(sources.document->name, Section::kNone);
+        StartFrameNotes(&stage->demo.shadow);
+        GlCounts counts;
+        StartCounting(&faults.place, &counts);
+        const FrameRequest request = {stage->view.aspect, i * graph.step, stage->view.width,
+                                      stage->view.height};
+        RenderFrame(&sources, &request);
+        StopCounting();
+        FreeFaults(&faults);
+        FrameCost frame = {};
+        for (const CountedClip& clip : counts.clips)
+        {
+            frame.clips.push_back(clip.cost);
+        }
+        const uint32_t calls = ClipStateCalls(frame);
+        if (!WriteAll(STDOUT_FILENO, &calls, sizeof(calls)))
+        {
+            return;
+        }
+    }
+}
+
+/// Takes the state calls that have been counted. If the copy ends early the graph stays as far as
+/// it has come.
+/// @return whether there are more than before
+static bool TakeStateCalls(StudioCost* cost)
+{
+    Child* counter = &cost->counter;
+    ReadChild(counter, cost->piece.shownUs.size() * sizeof(uint32_t));
+    std::vector<uint32_t>* calls = &cost->piece.stateCalls;
+    const size_t before = calls->size();
+    const size_t count =
+        std::min(counter->output.size() / sizeof(uint32_t), cost->piece.shownUs.size() - before);
+    calls->resize(before + count);
+    if (count != 0)
+    {
+        memcpy(calls->data() + before, counter->output.data(), count * sizeof(uint32_t));
+    }
+    counter->output.erase(counter->output.begin(),
+                          counter->output.begin() +
+                              static_cast<ptrdiff_t>(count * sizeof(uint32_t)));
+    if (counter->hasEnded || calls->size() == cost->piece.shownUs.size())
+    {
+        EndChild(counter);
+    }
+    return count != 0;
+}
+
 bool CountMore(Studio* studio)
 {
     StudioCost* cost = &studio->cost;
-    if (studio->active < 0 || cost->isCounted || (studio->panels & kCostPanel) == 0)
+    if (cost->counter.pid != 0)
     {
+        return TakeStateCalls(cost);
+    }
+    if (studio->active < 0 || (studio->panels & kCostPanel) == 0)
+    {
+        return false;
+    }
+    if (cost->isCounted)
+    {
+        if (!cost->hasCounter && !studio->loader.isRunning)
+        {
+            cost->hasCounter = true;
+            Stage* stage = studio->window.slots[studio->active].stage;
+            StartCopy([stage, cost] { CountStateCalls(stage, cost->piece); }, &cost->counter);
+        }
         return false;
     }
     if (cost->sources.document == nullptr)

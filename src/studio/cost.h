@@ -3,6 +3,7 @@
 // The cost of the pictures that the window shows.
 #pragma once
 
+#include "studio/build/child.h"
 #include "studio/gl_counts.h"
 #include "studio/logic/frame_cost.h"
 
@@ -17,10 +18,12 @@ struct StudioCost
     CostHistory history; // of the piece that plays
     PieceCost piece;     // the same
     CostSources sources; // of its graph; none before it is counted
-    bool isCounted;      // the graph of the piece is whole
+    bool isCounted;      // draws, triangles and textures of the piece are whole
+    Child counter;       // counts its state calls; none before and after
+    bool hasCounter;     // it was started
 };
 
-/// Another piece took over, or its values changed: the graph begins anew.
+/// Another piece took over, or its values or rows changed: the graph begins anew.
 /// @param keepsHistory   the last pictures stay
 void RestartCost(Studio* studio, bool keepsHistory);
 

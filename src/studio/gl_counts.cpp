@@ -10,6 +10,7 @@
 
 /// OpenGL's functions take no record of the caller's. Like its context, this belongs to the thread.
 static thread_local GlCounts* counting = nullptr;
+static thread_local bool isSilent = false;
 
 uint64_t NowNs()
 {
@@ -42,6 +43,11 @@ void StartCounting(const Place* place, GlCounts* counts)
 void StopCounting()
 {
     counting = nullptr;
+}
+
+void SilenceCalls()
+{
+    isSilent = true;
 }
 
 /// @return when the call begins; 0 where nobody counts
@@ -87,7 +93,10 @@ static void EndStateCall(uint64_t begun)
     void Counted##function parameters                                          \
     {                                                                          \
         const uint64_t begun = BeginCall();                                    \
-        Real##function arguments;                                              \
+        if (!isSilent)                                                         \
+        {                                                                      \
+            Real##function arguments;                                          \
+        }                                                                      \
         EndStateCall(begun);                                                   \
     }
 
@@ -124,7 +133,7 @@ COUNT_STATE(glVertexPointer, (GLint a, GLenum b, GLsizei c, const void* d), (a, 
 COUNT_STATE(glNormalPointer, (GLenum a, GLsizei b, const void* c), (a, b, c))
 COUNT_STATE(glTexCoordPointer, (GLint a, GLenum b, GLsizei c, const void* d), (a, b, c, d))
 COUNT_STATE(glClear, (GLbitfield a), (a))
-COUNT_STATE(glGetFloatv, (GLenum a, GLfloat* b), (a, b))
+COUNT_STATE(glClearColor, (GLclampf a, GLclampf b, GLclampf c, GLclampf d), (a, b, c, d))
 COUNT_STATE(glCopyTexSubImage2D,
             (GLenum a, GLint b, GLint c, GLint d, GLint e, GLint f, GLsizei g, GLsizei h),
             (a, b, c, d, e, f, g, h))
@@ -135,13 +144,35 @@ COUNT_STATE(glTexSubImage2D,
 
 #undef COUNT_STATE
 
+extern "C" void RealGetFloatv(GLenum name, GLfloat* values) __asm__("__real_glGetFloatv");
+extern "C" void CountedGetFloatv(GLenum name, GLfloat* values) __asm__("__wrap_glGetFloatv");
+
+/// A frame asks for matrices alone.
+void CountedGetFloatv(GLenum name, GLfloat* values)
+{
+    static constexpr uint32_t kMatrixValues = 16;
+    const uint64_t begun = BeginCall();
+    if (isSilent)
+    {
+        std::fill_n(values, kMatrixValues, 0.0f);
+    }
+    else
+    {
+        RealGetFloatv(name, values);
+    }
+    EndStateCall(begun);
+}
+
 extern "C" void RealBindTexture(GLenum target, GLuint texture) __asm__("__real_glBindTexture");
 extern "C" void CountedBindTexture(GLenum target, GLuint texture) __asm__("__wrap_glBindTexture");
 
 void CountedBindTexture(GLenum target, GLuint texture)
 {
     const uint64_t begun = BeginCall();
-    RealBindTexture(target, texture);
+    if (!isSilent)
+    {
+        RealBindTexture(target, texture);
+    }
     if (begun == 0)
     {
         return;
@@ -163,12 +194,33 @@ extern "C" void CountedDrawElements(GLenum mode, GLsizei count, GLenum type,
 void CountedDrawElements(GLenum mode, GLsizei count, GLenum type, const void* indices)
 {
     const uint64_t begun = BeginCall();
-    RealDrawElements(mode, count, type, indices);
+    if (!isSilent)
+    {
+        RealDrawElements(mode, count, type, indices);
+    }
     if (begun != 0)
     {
         CountedClip* clip = EndCall(begun);
         clip->cost.draws += 1;
         clip->cost.triangles += static_cast<uint64_t>(count) / 3;
+    }
+}
+
+// A target that takes another size gets a texture in a frame. That is not counted.
+
+extern "C" void RealTexImage2D(GLenum target, GLint level, GLint form, GLsizei width,
+                               GLsizei height, GLint border, GLenum format, GLenum type,
+                               const void* pixels) __asm__("__real_glTexImage2D");
+extern "C" void SilentTexImage2D(GLenum target, GLint level, GLint form, GLsizei width,
+                                 GLsizei height, GLint border, GLenum format, GLenum type,
+                                 const void* pixels) __asm__("__wrap_glTexImage2D");
+
+void SilentTexImage2D(GLenum target, GLint level, GLint form, GLsizei width, GLsizei height,
+                      GLint border, GLenum format, GLenum type, const void* pixels)
+{
+    if (!isSilent)
+    {
+        RealTexImage2D(target, level, form, width, height, border, format, type, pixels);
     }
 }
 
@@ -183,21 +235,30 @@ extern "C" PFNGLBINDBUFFERARBPROC RealBindBuffer __asm__("__real___glewBindBuffe
 static void GLAPIENTRY CountedActiveTexture(GLenum unit)
 {
     const uint64_t begun = BeginCall();
-    RealActiveTexture(unit);
+    if (!isSilent)
+    {
+        RealActiveTexture(unit);
+    }
     EndStateCall(begun);
 }
 
 static void GLAPIENTRY CountedClientActiveTexture(GLenum unit)
 {
     const uint64_t begun = BeginCall();
-    RealClientActiveTexture(unit);
+    if (!isSilent)
+    {
+        RealClientActiveTexture(unit);
+    }
     EndStateCall(begun);
 }
 
 static void GLAPIENTRY CountedBindBuffer(GLenum target, GLuint buffer)
 {
     const uint64_t begun = BeginCall();
-    RealBindBuffer(target, buffer);
+    if (!isSilent)
+    {
+        RealBindBuffer(target, buffer);
+    }
     EndStateCall(begun);
 }
 
@@ -239,6 +300,10 @@ static bool Simulate(bool (*routine)(uint32_t, const Sources*, uint32_t), uint32
 
 bool CountedUpdateGenMesh(uint32_t id, const GenMeshSources* sources, uint32_t time)
 {
+    if (isSilent)
+    {
+        return true; // it makes no call, and its mesh has as many vertices whatever the time
+    }
     return Simulate(RealUpdateGenMesh, id, sources, time);
 }
 

@@ -32,5 +32,9 @@ struct GlCounts
 void StartCounting(const Place* place, GlCounts* counts);
 void StopCounting();
 
+/// From now on no call of this thread's frames reaches OpenGL, and meshes are not simulated: they
+/// are counted alone. For a copy of the program, whose OpenGL belongs to the window's.
+void SilenceCalls();
+
 /// @return nanoseconds of a clock that never goes back
 uint64_t NowNs();

@@ -175,6 +175,11 @@ static std::string Cost(const Studio* studio)
            Member("counted", Number(cost.piece.draws.size())) + ", " +
            Member("values", Number(cost.piece.shownUs.size())) + ", " +
            Member("counted_draws", Number(isCounted ? cost.piece.draws[place] : 0)) + ", " +
+           Member("clip_state_calls", Number(ClipStateCalls(*frame))) + ", " +
+           Member("state_values", Number(cost.piece.stateCalls.size())) + ", " +
+           Member("counted_state_calls",
+                  Number(place < cost.piece.stateCalls.size() ? cost.piece.stateCalls[place] : 0)) +
+           ", " +
            Member("counted_texture_bytes", Number(isCounted ? cost.piece.textureBytes[place] : 0)) +
            "}";
 }

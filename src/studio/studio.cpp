@@ -236,6 +236,7 @@ void ApplyRows(Studio* studio)
     Stage* stage = studio->window.slots[studio->active].stage;
     ApplyRowMask(studio->bars, studio->rowMask, stage->run.piece.demo.timeline);
     stage->stride = 0; // what it knows of the run is of other rows
+    RestartCost(studio, true);
     studio->mustShow = true;
 }
 
@@ -870,7 +871,8 @@ static bool ShowPicture(Studio* studio)
 static bool IsBusy(const Studio* studio)
 {
     return studio->transport.plays || studio->loader.isRunning || studio->musician.pid != 0 ||
-           studio->folder.builder.isBuilding || studio->folder.mustCompare;
+           studio->cost.counter.pid != 0 || studio->folder.builder.isBuilding ||
+           studio->folder.mustCompare;
 }
 
 static void RunRounds(Studio* studio)
@@ -999,6 +1001,7 @@ static void CloseAll(Studio* studio)
     EndLoading(&studio->loader);
     CloseFolder(studio);
     EndChild(&studio->musician);
+    EndChild(&studio->cost.counter);
     CloseSound(&studio->sound);
     CloseControl(&studio->control);
     CloseStudioWindow(&studio->window);

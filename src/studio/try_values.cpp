@@ -237,6 +237,7 @@ void SettleValues(Studio* studio)
     {
         studio->tried.mustSettle = false;
         studio->window.slots[studio->active].stage->stride = 0; // it knows the run of other values
+        RestartCost(studio, true);
         studio->mustShow = true;
     }
 }

@@ -28,6 +28,19 @@ def test_the_cost_of_pictures_is_told(start: Start) -> None:
     studio.key("shift+Right")
     cost = studio.until(lambda now: now["cost"]["tick"] == 4201)["cost"]
     assert cost["clip_texture_bytes"] == cost["counted_texture_bytes"] > 0
+    # State calls are counted by a copy of the program, for each seventh tick here.
+    state = studio.until(lambda now: now["cost"]["state_values"] == now["cost"]["values"])
+    agree = 0
+    for _ in range(7):
+        before = state["shown"]
+        studio.key("shift+Right")
+        state = studio.until(lambda now, at=before: now["shown"] > at
+                             and now["cost"]["tick"] == now["shown"])
+        if state["shown"] % 7 == 0:
+            cost = state["cost"]
+            assert cost["clip_state_calls"] == cost["counted_state_calls"] > 1000
+            agree += 1
+    assert agree == 1
     # A click into the graph seeks.
     studio.click("triangles", 0.5)
     state = studio.until(lambda now: now["shown"] != 4200 and now["cost"]["tick"] == now["shown"])

@@ -4,9 +4,11 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,7 +16,8 @@
 
 static constexpr size_t kReadStep = 65536; // bytes
 static constexpr int kPipeBytes = 1 << 20;
-static constexpr int kMostSteps = 64; // at a time: a child may write faster than this reads
+static constexpr int kCopyPriority = 10; // what the window does comes first
+static constexpr int kMostSteps = 64;    // at a time: a child may write faster than this reads
 
 std::string OwnProgram()
 {
@@ -23,36 +26,30 @@ std::string OwnProgram()
     return length > 0 ? std::string(path, static_cast<size_t>(length)) : "";
 }
 
-/// Becomes the program, in the new process. Only calls that a fork of a program with threads may
-/// make.
-[[noreturn]] static void Become(const int (&streams)[3], char* const* arguments, pid_t parent)
+/// Leaves the group of the parent, and ends with it.
+/// @return false if it has ended
+static bool LeaveParent(const int (&streams)[3], pid_t parent)
 {
     setpgid(0, 0);
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (getppid() == parent)
+    if (getppid() != parent)
     {
-        for (int i = 0; i < 3; ++i)
-        {
-            dup2(streams[i], i);
-        }
-        execv(arguments[0], arguments);
+        return false;
     }
-    _exit(127);
+    for (int i = 0; i < 3; ++i)
+    {
+        dup2(streams[i], i);
+    }
+    return true;
 }
 
-bool StartChild(const std::vector<std::string>& arguments, Child* child)
+/// Forks with three streams between both processes.
+/// @param become   what the new process does, with its ends of the streams and its parent; never
+///                 returns
+template <typename Become>
+static bool Fork(const Become& become, Child* child)
 {
     *child = {};
-    std::vector<std::string> texts = arguments;
-    texts.insert(texts.begin(), OwnProgram());
-    std::vector<char*> pointers;
-    pointers.reserve(texts.size() + 1);
-    for (std::string& text : texts)
-    {
-        pointers.push_back(text.data());
-    }
-    pointers.push_back(nullptr);
-
     int pipes[3][2] = {};
     for (int i = 0; i < 3; ++i)
     {
@@ -72,7 +69,8 @@ bool StartChild(const std::vector<std::string>& arguments, Child* child)
     child->pid = fork();
     if (child->pid == 0)
     {
-        Become(streams, pointers.data(), parent);
+        become(streams, parent);
+        _exit(127);
     }
     const int error = errno;
     for (const int stream : streams)
@@ -97,6 +95,43 @@ bool StartChild(const std::vector<std::string>& arguments, Child* child)
     fcntl(child->fromChild, F_SETFL, O_NONBLOCK);
     fcntl(child->errorStream, F_SETFL, O_NONBLOCK);
     return true;
+}
+
+bool StartChild(const std::vector<std::string>& arguments, Child* child)
+{
+    std::vector<std::string> texts = arguments;
+    texts.insert(texts.begin(), OwnProgram());
+    std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
+    for (std::string& text : texts)
+    {
+        pointers.push_back(text.data());
+    }
+    pointers.push_back(nullptr);
+    // Only calls that a fork of a program with threads may make.
+    const auto become = [&pointers](const int(&streams)[3], pid_t parent)
+    {
+        if (LeaveParent(streams, parent))
+        {
+            execv(pointers[0], pointers.data());
+        }
+    };
+    return Fork(become, child);
+}
+
+bool StartCopy(const std::function<void()>& work, Child* child)
+{
+    const auto become = [&work](const int(&streams)[3], pid_t parent)
+    {
+        if (LeaveParent(streams, parent))
+        {
+            close_range(STDERR_FILENO + 1, ~0u, 0);
+            setpriority(PRIO_PROCESS, 0, kCopyPriority);
+            work();
+            _exit(EXIT_SUCCESS);
+        }
+    };
+    return Fork(become, child);
 }
 
 /// @return false once the stream is closed

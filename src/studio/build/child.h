@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -24,6 +25,14 @@ struct Child
 /// Starts this program anew, in a process group of its own. It ends with the program.
 /// @return false with an error text in child->errors
 bool StartChild(const std::vector<std::string>& arguments, Child* child);
+
+/// Starts a copy of this process as it stands, in a process group of its own and of low priority.
+/// It has this one thread alone and no stream but the three, does its work, and ends. It ends with
+/// the program.
+/// @param work   writes to standard output; may take memory, but must not touch what belongs to
+///               other threads: OpenGL, the window, the sound
+/// @return false with an error text in child->errors
+bool StartCopy(const std::function<void()>& work, Child* child);
 
 /// Takes what has come, without waiting.
 /// @param most   bytes that output and errors may have; what is more stays in the pipe

@@ -185,7 +185,6 @@ void StartPieceCost(uint32_t endTick, PieceCost* cost)
     *cost = {};
     cost->step = endTick / kMostCostValues + 1;
     cost->shownUs.assign(endTick / cost->step + 1, 0);
-    cost->stateCalls.assign(endTick / cost->step + 1, 0);
 }
 
 bool StepPieceCost(const CostSources* sources, uint32_t values, PieceCost* cost)
@@ -226,6 +225,16 @@ ClipCost SumClips(const FrameCost& cost)
     return sum;
 }
 
+uint32_t ClipStateCalls(const FrameCost& cost)
+{
+    uint32_t calls = 0;
+    for (const ClipCost& clip : cost.clips)
+    {
+        calls += clip.row == kNoClip ? 0 : clip.stateCalls;
+    }
+    return calls;
+}
+
 void NoteCost(const FrameCost& frame, CostHistory* history, PieceCost* piece)
 {
     if (history->frames.size() < kCostFrames)
@@ -243,7 +252,6 @@ void NoteCost(const FrameCost& frame, CostHistory* history, PieceCost* piece)
     {
         piece->shownUs[place] =
             static_cast<uint32_t>(std::min<uint64_t>(frame.swapNs / 1000, 0xFFFFFFFF));
-        piece->stateCalls[place] = SumClips(frame).stateCalls;
     }
 }
 

@@ -51,8 +51,8 @@ struct PieceCost
     std::vector<uint64_t> draws;        // [tick / step], as far as it was counted
     std::vector<uint64_t> triangles;    // the same
     std::vector<uint64_t> textureBytes; // the same; a texture counts once in each clip
-    std::vector<uint32_t> shownUs;    // [tick / step], of the picture shown there last; 0 for none
-    std::vector<uint32_t> stateCalls; // the same
+    std::vector<uint32_t> stateCalls;   // the same; of all clips
+    std::vector<uint32_t> shownUs; // [tick / step], of the picture shown there last; 0 for none
 };
 
 /// Values that a graph has at most.
@@ -101,7 +101,10 @@ struct CostHistory
 
 inline constexpr uint32_t kCostFrames = 240;
 
-/// Adds a picture, also to the graph of the piece.
+/// @return state calls of a picture's clips, without those that belong to none
+uint32_t ClipStateCalls(const FrameCost& cost);
+
+/// Adds a picture, also its time to the graph of the piece.
 void NoteCost(const FrameCost& frame, CostHistory* history, PieceCost* piece);
 
 /// @return the picture that was added last; null for none

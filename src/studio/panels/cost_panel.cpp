@@ -141,7 +141,7 @@ void DrawCostPanel(Studio* studio)
         DrawPieceGraph(studio, "triangles", studio->cost.piece.triangles);
         DrawPieceGraph(studio, "draws", studio->cost.piece.draws);
         DrawPieceGraph(studio, "textures", studio->cost.piece.textureBytes, 1.0f / 1024.0f, " KiB");
-        DrawPieceGraph(studio, "state calls shown so far", studio->cost.piece.stateCalls);
+        DrawPieceGraph(studio, "state calls", studio->cost.piece.stateCalls);
         DrawPieceGraph(studio, "times shown so far", studio->cost.piece.shownUs, 0.001f, " ms");
         if (frame != nullptr)
         {
