@@ -51,6 +51,27 @@ TEST(WireMesh, TheMiddleOfTheMeshIsThatOfThePicture)
     EXPECT_EQ(Light(front, 50, 20), 0);
 }
 
+TEST(WireMesh, EdgesEndWhereThePictureEnds)
+{
+    float vertices[] = {-1.0f, -1.0f, 0.0f, 1.0f, -1.0f, 0.0f, 1.0f, 1.0f, 0.0f};
+    uint32_t indices[] = {0, 1, 2};
+    const Mesh mesh = Triangle(vertices, indices);
+    // So near that of three edges only the slope is seen, from corner to corner.
+    const std::vector<uint8_t> near = DrawWireMesh(mesh, {0.0f, 0.0f, 4.0f}, 100);
+    for (size_t y = 0; y < 100; ++y)
+    {
+        for (size_t x = 0; x < 100; ++x)
+        {
+            const size_t sum = x + y;
+            const bool isSlope = sum >= 99 && sum <= 100;
+            EXPECT_TRUE(Light(near, x, y) == 0 || isSlope) << x << ", " << y;
+            EXPECT_EQ(near[(y * 100 + x) * 4 + 3], 255);
+        }
+    }
+    EXPECT_EQ(Light(near, 1, 98) + Light(near, 1, 99), 150);
+    EXPECT_EQ(Light(near, 98, 1) + Light(near, 98, 2), 150);
+}
+
 TEST(WireMesh, DrawsNothingOfAnEmptyOrBrokenMesh)
 {
     Mesh mesh = {};
