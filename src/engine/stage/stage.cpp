@@ -266,8 +266,26 @@ static bool RunStep(Stage* stage, bool draws, FaultList* faults)
     return true;
 }
 
+/// A part of a seek.
+struct SeekPart
+{
+    const SeekPatience* patience; // null: it is not left
+    SeekProgress progress;
+    bool isLeft;
+};
+
+/// @return false if the seek is left here, between two frames
+static bool GoesOn(SeekPart* part)
+{
+    part->isLeft =
+        part->patience != nullptr && !part->patience->goesOn(part->progress, part->patience->user);
+    return !part->isLeft;
+}
+
 /// Brings the state to a step, without drawing.
-static bool MoveTo(Stage* stage, uint32_t step, FaultList* faults)
+/// @param part   left between frames that are not drawn; null to go to the end
+/// @return false after a fault, and when the part is left
+static bool MoveTo(Stage* stage, uint32_t step, SeekPart* part, FaultList* faults)
 {
     const Moment* moment = FindMoment(&stage->moments, step);
     if (stage->hasHere && stage->here.step <= step && stage->here.step > moment->step)
@@ -286,11 +304,24 @@ static bool MoveTo(Stage* stage, uint32_t step, FaultList* faults)
         MarkEffectsStale(&sources);
         stage->position = moment->step;
     }
+    const bool isSimulating = part != nullptr && !part->progress.isDrawing;
+    if (isSimulating)
+    {
+        part->progress = {false, 0, step - stage->position};
+    }
     while (stage->position < step)
     {
         if (!RunStep(stage, false, faults))
         {
             return false;
+        }
+        if (part != nullptr)
+        {
+            part->progress.done += isSimulating ? 1 : 0;
+            if (!GoesOn(part))
+            {
+                return false;
+            }
         }
     }
     return true;
@@ -316,7 +347,10 @@ static bool ExploreStep(Stage* stage, FaultList* faults)
 }
 
 /// Draws all steps of a plan in their order. The last one's picture stays.
-static bool DrawPlan(Stage* stage, const StepPlan* plan, FaultList* faults)
+/// A plan that is left is made anew when it is taken up again: of what was drawn, it needs nothing
+/// twice, as targets still hold it.
+/// @return false after a fault, and when the part is left
+static bool DrawPlan(Stage* stage, const StepPlan* plan, SeekPart* part, FaultList* faults)
 {
     const FrameSources sources = StageSources(stage, RunDocument::kDemo, faults);
     for (uint32_t i = 0; i < stage->history.bitmapCount; ++i)
@@ -326,10 +360,21 @@ static bool DrawPlan(Stage* stage, const StepPlan* plan, FaultList* faults)
             ReloadPicture(&sources, &stage->demo, i + 1);
         }
     }
+    const uint32_t frames = static_cast<uint32_t>(
+        std::count(plan->drawn + plan->firstStep, plan->drawn + plan->stepCount, uint8_t{1}));
+    part->progress = {true, 0, frames};
     for (uint32_t step = plan->firstStep; step < plan->stepCount; ++step)
     {
-        if (plan->drawn[step] != 0 &&
-            !(MoveTo(stage, step, faults) && RunStep(stage, true, faults)))
+        if (plan->drawn[step] == 0)
+        {
+            continue;
+        }
+        if (!MoveTo(stage, step, part, faults) || !RunStep(stage, true, faults))
+        {
+            return false;
+        }
+        part->progress.done += 1;
+        if (part->progress.done < frames && !GoesOn(part))
         {
             return false;
         }
@@ -351,7 +396,8 @@ static uint32_t LastStep(const Timeline* timeline, uint32_t stride)
     return last < 0xFFFFFFFF / stride ? last + 1 : last;
 }
 
-bool SeekPiece(Stage* stage, uint32_t tick, uint32_t stride, FaultList* faults)
+/// @return false after a fault, and when the part is left
+static bool RunPart(Stage* stage, uint32_t tick, uint32_t stride, SeekPart* part, FaultList* faults)
 {
     if (stride == 0)
     {
@@ -367,7 +413,7 @@ bool SeekPiece(Stage* stage, uint32_t tick, uint32_t stride, FaultList* faults)
 
     if (step >= stage->history.stepCount)
     {
-        if (!MoveTo(stage, step, faults))
+        if (!MoveTo(stage, step, part, faults))
         {
             return false;
         }
@@ -388,10 +434,24 @@ bool SeekPiece(Stage* stage, uint32_t tick, uint32_t stride, FaultList* faults)
     if (shown)
     {
         stage->result.firstDrawnTick = plan.firstStep * stride;
-        shown = DrawPlan(stage, &plan, faults);
+        shown = DrawPlan(stage, &plan, part, faults);
     }
     FreeStepPlan(&plan);
     return shown;
+}
+
+bool SeekPiece(Stage* stage, uint32_t tick, uint32_t stride, FaultList* faults)
+{
+    SeekPart whole = {};
+    return RunPart(stage, tick, stride, &whole, faults);
+}
+
+SeekEnd SeekPieceInParts(Stage* stage, uint32_t tick, uint32_t stride, const SeekPatience* patience,
+                         FaultList* faults)
+{
+    SeekPart part = {patience, {}, false};
+    const bool isShown = RunPart(stage, tick, stride, &part, faults);
+    return isShown ? SeekEnd::kShown : part.isLeft ? SeekEnd::kLeft : SeekEnd::kFailed;
 }
 
 bool ShowLoadingScreen(Stage* stage, uint32_t time, FaultList* faults)
@@ -439,7 +499,7 @@ bool DescribeMemory(Stage* stage, uint32_t stride, char* text, size_t size, Faul
         StartStride(stage, stride);
     }
     const uint32_t last = LastStep(stage->run.piece.demo.timeline, stride);
-    if (last >= stage->history.stepCount && !MoveTo(stage, last + 1, faults))
+    if (last >= stage->history.stepCount && !MoveTo(stage, last + 1, nullptr, faults))
     {
         return false;
     }

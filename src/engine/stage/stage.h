@@ -94,6 +94,37 @@ bool OpenStageWith(const PieceSource* source, const StageView* view, const Stage
 ///         seeks to ticks before it work.
 bool SeekPiece(Stage* stage, uint32_t tick, uint32_t stride, FaultList* faults);
 
+/// How far a seek is.
+struct SeekProgress
+{
+    bool isDrawing;  // frames are drawn whose pictures show in the one sought; before, all are
+                     // simulated alone
+    uint32_t done;   // frames drawn, or simulated, since it began or was taken up again
+    uint32_t frames; // all of them from there
+};
+
+/// Asked between the frames of a seek whether it goes on.
+struct SeekPatience
+{
+    bool (*goesOn)(const SeekProgress& progress, void* user);
+    void* user;
+};
+
+enum class SeekEnd : uint8_t
+{
+    kShown,
+    kFailed, // after a fault
+    kLeft,   // there was no patience any more
+};
+
+/// SeekPiece in parts. A seek that was left is taken up again by the same call; any other seek may
+/// follow as well, and each gives its picture byte for byte. Each part runs a frame at least.
+/// While a seek is left, the back buffer holds no picture, and targets hold those of earlier
+/// frames.
+/// @param patience   not asked after the last frame
+SeekEnd SeekPieceInParts(Stage* stage, uint32_t tick, uint32_t stride, const SeekPatience* patience,
+                         FaultList* faults);
+
 /// Shows the loading screen at a time of its timeline, 0 to 100, as the first picture that is drawn
 /// of the piece.
 /// @return false after a fault

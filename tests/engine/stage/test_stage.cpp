@@ -217,6 +217,78 @@ TEST_F(Stages, FeedTargetsBackToTheirStart)
     EXPECT_STREQ(text, "memory o");
 }
 
+/// Leaves a seek after so many frames of each part.
+struct FramesOfAPart
+{
+    uint32_t frames;
+    uint32_t left;
+    SeekProgress progress; // asked last
+};
+
+static bool HasFramesLeft(const SeekProgress& progress, void* user)
+{
+    FramesOfAPart* part = static_cast<FramesOfAPart*>(user);
+    EXPECT_LE(progress.done, progress.frames);
+    part->progress = progress;
+    part->left -= 1;
+    return part->left != 0;
+}
+
+static SeekEnd SeekAPart(OpenedStage* opened, uint32_t tick, FramesOfAPart* part)
+{
+    MakeCurrent(opened->display);
+    part->left = part->frames;
+    const SeekPatience patience = {HasFramesLeft, part};
+    FaultList faults;
+    StartFaults(&faults);
+    const SeekEnd end = SeekPieceInParts(opened->stage, tick, 10, &patience, &faults);
+    EXPECT_EQ(FaultLine(faults), "");
+    return end;
+}
+
+TEST_F(Stages, SeekInParts)
+{
+    DocumentSource demo = FeedbackDocument();
+    demo.sections[10] = RowOf({{.scene = 1, .length = 300, .pass = 1, .target = 1}}) +
+                        RowOf({{.scene = 2, .length = 300}});
+    const std::string package = PackageOf(demo);
+    const PlayedFrames played = PlayFrames(package, kView, 0, 10, 32);
+    ASSERT_EQ(played.fault, "");
+
+    for (const uint32_t frames : {1u, 3u})
+    {
+        OpenedStage opened(package, kView, 0);
+        FramesOfAPart part = {frames, 0, {}};
+        for (const uint32_t frame : RandomFrames(31, 12, frames))
+        {
+            // Another seek is begun and left first.
+            SeekAPart(&opened, (frame * 7 + 5) % 31 * 10, &part);
+            uint32_t parts = 1;
+            while (SeekAPart(&opened, frame * 10, &part) == SeekEnd::kLeft)
+            {
+                parts += 1;
+                ASSERT_LT(parts, 100u) << "no part comes nearer to frame " << frame;
+            }
+            EXPECT_TRUE(TakePixels(opened.display) == played.pictures[frame]) << frame;
+        }
+    }
+
+    // All is simulated first, to know which frames show in it, and then they are drawn.
+    OpenedStage opened(package, kView, 0);
+    FramesOfAPart part = {5, 0, {}};
+    EXPECT_EQ(SeekAPart(&opened, 200, &part), SeekEnd::kLeft);
+    EXPECT_FALSE(part.progress.isDrawing);
+    EXPECT_EQ(part.progress.done, 5u);
+    EXPECT_EQ(part.progress.frames, 20u);
+    part.frames = 19;
+    EXPECT_EQ(SeekAPart(&opened, 200, &part), SeekEnd::kLeft);
+    EXPECT_TRUE(part.progress.isDrawing);
+    EXPECT_EQ(part.progress.done, 4u);
+    EXPECT_EQ(part.progress.frames, 21u);
+    EXPECT_EQ(SeekAPart(&opened, 200, &part), SeekEnd::kShown);
+    EXPECT_EQ(part.progress.frames, 17u);
+}
+
 TEST_F(Stages, DrawOnlyTheLastWriterOfATarget)
 {
     // The target is drawn in the first second alone, and shown in the third.
