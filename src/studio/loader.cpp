@@ -13,6 +13,38 @@ static uint32_t MicrosecondsSince(std::chrono::steady_clock::time_point start)
         std::chrono::duration_cast<std::chrono::microseconds>(passed).count());
 }
 
+static constexpr uint64_t kDrawingBit = uint64_t{1} << 63;
+static constexpr uint32_t kFramesShift = 32;
+
+/// For the seek of the thread: told in one number, which the window reads at any time.
+struct ThreadSeek
+{
+    Loader* loader;
+    PastPlayed past;
+};
+
+static bool IsWanted(const SeekProgress& progress, void* user)
+{
+    ThreadSeek* seek = static_cast<ThreadSeek*>(user);
+    NotePast(progress.isDrawing, progress.frames - progress.done, &seek->past);
+    seek->loader->past = (seek->past.isDrawing ? kDrawingBit : 0) |
+                         (uint64_t{seek->past.frames & 0x7FFFFFFFu} << kFramesShift) |
+                         seek->past.left;
+    return !seek->loader->mustLeave;
+}
+
+PastPlayed LoaderPast(const Loader* loader)
+{
+    const uint64_t past = loader->past;
+    return {(past & kDrawingBit) != 0, static_cast<uint32_t>((past & ~kDrawingBit) >> kFramesShift),
+            static_cast<uint32_t>(past & 0xFFFFFFFFu)};
+}
+
+void LeaveSeek(Loader* loader)
+{
+    loader->mustLeave = true;
+}
+
 /// Runs on the thread.
 static void Load(Loader* loader)
 {
@@ -42,8 +74,15 @@ static void Load(Loader* loader)
     }
     outcome->loadUs = MicrosecondsSince(start);
     const auto seekStart = std::chrono::steady_clock::now();
-    outcome->isLoaded =
-        outcome->isLoaded && SeekPiece(slot->stage, request.tick, kStudioStride, &faults);
+    if (outcome->isLoaded)
+    {
+        ThreadSeek seek = {loader, {}};
+        const SeekPatience patience = {IsWanted, &seek};
+        const SeekEnd end =
+            SeekPieceInParts(slot->stage, request.tick, kStudioStride, &patience, &faults);
+        outcome->isLoaded = end != SeekEnd::kFailed;
+        outcome->isLeft = end == SeekEnd::kLeft;
+    }
     glFinish();
     outcome->seekUs = MicrosecondsSince(seekStart);
     outcome->faults = FaultLines(&faults);
@@ -62,6 +101,9 @@ void StartLoading(LoadRequest&& request, StageSlot* slot, Loader* loader)
     loader->outcome = {};
     loader->slot = slot;
     loader->isDone = false;
+    loader->mustLeave = false;
+    loader->past = 0;
+    loader->beganMs = SDL_GetTicks();
     loader->isRunning = true;
     loader->thread = std::thread(Load, loader);
 }
@@ -82,6 +124,7 @@ void EndLoading(Loader* loader)
 {
     if (loader->isRunning)
     {
+        LeaveSeek(loader);
         loader->thread.join();
         loader->isRunning = false;
     }

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "studio/logic/kept_items.h"
+#include "studio/logic/picture_seek.h"
 #include "studio/window.h"
 
 struct LoadRequest
@@ -23,6 +24,7 @@ struct LoadRequest
 struct LoadOutcome
 {
     bool isLoaded;                   // the slot has the stage
+    bool isLeft;                     // without the picture: it was not sought to its end
     std::vector<std::string> faults; // lines that tell why it has not
     uint32_t loadUs;                 // reading and giving to OpenGL
     uint32_t seekUs;                 // to the picture of the tick
@@ -33,8 +35,11 @@ struct LoadOutcome
 struct Loader
 {
     std::thread thread;
-    std::atomic<bool> isDone; // the outcome can be taken
-    bool isRunning;           // a thread was started and not taken yet
+    std::atomic<bool> isDone;    // the outcome can be taken
+    std::atomic<bool> mustLeave; // the seek, with the piece loaded all the same
+    std::atomic<uint64_t> past;  // how much of the past is played; LoaderPast reads it
+    bool isRunning;              // a thread was started and not taken yet
+    uint32_t beganMs;            // when
     LoadRequest request;
     LoadOutcome outcome;
     StageSlot* slot; // borrowed
@@ -47,6 +52,12 @@ void StartLoading(LoadRequest&& request, StageSlot* slot, Loader* loader);
 
 /// @return whether there is an outcome, which is then moved out; the loader is free again
 bool TakeLoaded(Loader* loader, LoadOutcome* outcome);
+
+/// Gives up the picture: the piece is loaded without it.
+void LeaveSeek(Loader* loader);
+
+/// @return how much of the past is played; no frames where it is not played, or not yet
+PastPlayed LoaderPast(const Loader* loader);
 
 /// Waits for the thread, if one runs, and drops what it loaded.
 void EndLoading(Loader* loader);

@@ -211,6 +211,8 @@ static std::string State(const Studio* studio)
         Member("piece", Quoted(studio->loadedPath)),
         Member("tick", Number(TransportTick(&transport))),
         Member("shown", Number(studio->shownTick)),
+        Member("sought", Quoted(studio->soughtText)),
+        Member("held", Truth(transport.isHeld)),
         Member("end", Number(transport.endTick)),
         Member("plays", Truth(transport.plays)),
         Member("speed", Number(transport.speed)),

@@ -19,6 +19,7 @@
 #include "studio/logic/piece_fields.h"
 #include "studio/logic/typed_moment.h"
 #include "studio/panels/panels.h"
+#include "studio/shown_picture.h"
 #include "studio/state_line.h"
 #include "tools/files.h"
 #include "tools/piece_script.h"
@@ -274,7 +275,9 @@ static void TakeOver(Studio* studio, const LoadOutcome& outcome)
         studio->transport = StartTransport(end);
         studio->transport.repeats = repeats;
         studio->transport.stretch = stretch + 1;
-        JumpTo(&studio->transport, studio->loader.request.tick, NowMs());
+        JumpTo(&studio->transport, outcome.isLeft ? 0 : studio->loader.request.tick, NowMs());
+        studio->seek = {};
+        studio->hasPicture = false;
         studio->isWaiting = studio->options.isViewer;
         studio->loadedPath = studio->piecePath;
     }
@@ -298,8 +301,8 @@ static void TakeOver(Studio* studio, const LoadOutcome& outcome)
     }
     // The loader has drawn this very picture. Its cost was not counted, and nothing may differ.
     const bool showsCost = (studio->panels & kCostPanel) != 0;
-    studio->isDrawn = !isOther && !hasMask && !studio->flight.isOn && !showsCost &&
-                      ListChanges(studio->tried.edits).empty() &&
+    studio->isDrawn = !isOther && !outcome.isLeft && !hasMask && !studio->flight.isOn &&
+                      !showsCost && ListChanges(studio->tried.edits).empty() &&
                       studio->loader.request.tick == TransportTick(&studio->transport);
     SDL_SetWindowTitle(studio->window.window, (studio->piecePath + " - Quorvale Studio").c_str());
 }
@@ -374,6 +377,13 @@ static void PollPiece(Studio* studio)
     PassBrokenFolder(studio);
     LoadOutcome outcome;
     const BuildVerdict verdict = studio->folder.loadVerdict;
+    const bool isElsewhere = studio->loader.isRunning && !studio->transport.plays &&
+                             studio->loadedPath == studio->piecePath &&
+                             studio->loader.request.tick != TransportTick(&studio->transport);
+    if (isElsewhere)
+    {
+        LeaveSeek(&studio->loader); // another picture is wanted by now
+    }
     if (verdict != BuildVerdict::kOpen && TakeLoaded(&studio->loader, &outcome))
     {
         if (verdict == BuildVerdict::kBad)
@@ -523,6 +533,10 @@ static void Leave(Studio* studio)
     if (studio->options.isViewer)
     {
         studio->quits = true;
+    }
+    else if (CancelSeek(studio))
+    {
+        return;
     }
     else if (isFull)
     {
@@ -821,57 +835,12 @@ static void MoveOn(Studio* studio)
     }
 }
 
-/// Draws the picture of the tick, if it is not the one that is shown.
-/// @return whether it was drawn
-static bool ShowPicture(Studio* studio)
-{
-    const uint32_t tick = TransportTick(&studio->transport);
-    if (studio->active < 0 || (tick == studio->shownTick && !studio->mustShow))
-    {
-        return false;
-    }
-    studio->mustShow = false;
-    studio->shownTick = tick;
-    if (studio->isDrawn && studio->loader.request.tick == tick)
-    {
-        studio->isDrawn = false;
-        studio->frames += 1;
-        ShowDrawn(&studio->window, &studio->window.slots[studio->active]);
-        return true;
-    }
-    studio->isDrawn = false;
-    FaultList faults;
-    StartFaults(&faults);
-    StageSlot* slot = &studio->window.slots[studio->active];
-    const std::vector<KeptCamera> cameras = TakeCameras(studio, tick);
-    BeginCost(studio, &faults);
-    const bool isShown = ShowTick(&studio->window, slot, tick, &faults);
-    EndCost(studio, tick);
-    PutCamerasBack(studio, cameras);
-    if (isShown)
-    {
-        studio->frames += 1;
-    }
-    else
-    {
-        Pause(&studio->transport);
-        TellFaults(studio, FaultLines(&faults));
-        studio->exitCode = EXIT_FAILURE;
-    }
-    const bool failed = HasFailed(&faults);
-    FreeFaults(&faults);
-    if (failed && studio->options.isViewer)
-    {
-        PlayNext(studio);
-    }
-    return true;
-}
-
 /// Whether something goes on that the next round may find done.
 static bool IsBusy(const Studio* studio)
 {
-    return studio->transport.plays || studio->loader.isRunning || studio->musician.pid != 0 ||
-           studio->cost.counter.pid != 0 || studio->folder.builder.isBuilding ||
+    return studio->seek.isOn || studio->transport.plays || studio->loader.isRunning ||
+           studio->musician.pid != 0 || studio->cost.counter.pid != 0 ||
+           studio->folder.builder.isBuilding ||
            studio->folder.mustCompare;
 }
 
@@ -882,7 +851,8 @@ static void RunRounds(Studio* studio)
     while (!studio->quits)
     {
         SDL_Event event;
-        bool hasEvent = SDL_WaitEventTimeout(&event, IsBusy(studio) ? kBusyMs : kIdleMs) != 0;
+        const int waitMs = studio->seek.isOn ? 0 : IsBusy(studio) ? kBusyMs : kIdleMs;
+        bool hasEvent = SDL_WaitEventTimeout(&event, waitMs) != 0;
         redraws = hasEvent ? kRedrawnRounds : redraws;
         for (; hasEvent; hasEvent = SDL_PollEvent(&event) != 0)
         {
@@ -892,7 +862,15 @@ static void RunRounds(Studio* studio)
         PollPiece(studio);
         MoveOn(studio);
         FlyWithKeys(studio);
-        const bool isNew = ShowPicture(studio);
+        const ShowStep step = ShowPicture(studio);
+        const bool isNew = step != ShowStep::kNothing;
+        if (step == ShowStep::kFailed && studio->options.isViewer)
+        {
+            PlayNext(studio);
+        }
+        const std::string sought = SoughtText(studio);
+        redraws = std::max<uint32_t>(redraws, sought != studio->soughtText ? 1 : 0);
+        studio->soughtText = sought;
         redraws = std::max<uint32_t>(redraws, CountMore(studio) ? 1 : 0);
         const bool hasMessage = NowMs() - studio->messageMs < 5000 && !studio->message.empty();
         if (isNew || hasMessage || redraws != 0)

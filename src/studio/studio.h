@@ -18,6 +18,7 @@
 #include "studio/logic/commands.h"
 #include "studio/logic/finding_lines.h"
 #include "studio/logic/options.h"
+#include "studio/logic/picture_seek.h"
 #include "studio/logic/settings.h"
 #include "studio/logic/timeline_view.h"
 #include "studio/logic/transport.h"
@@ -75,7 +76,10 @@ struct Studio
     uint32_t panels; // a bit a Panel that is shown, of those that can be hidden
 
     uint32_t shownTick;
-    bool mustShow;    // whatever the tick
+    bool hasPicture;        // of the piece that plays, in the window
+    PictureSeek seek;       // of a picture that is not shown yet
+    std::string soughtText; // of what is sought for long
+    bool mustShow;          // whatever the tick
     bool isDrawn;     // the loader has drawn the picture of its tick, and nothing was drawn since
     uint64_t frames;  // pictures of the piece drawn
     uint64_t redraws; // of the window

@@ -159,16 +159,17 @@ static void KeepPicture(const StudioWindow* window)
     glFlush(); // before another context shows it
 }
 
-bool ShowTick(StudioWindow* window, StageSlot* slot, uint32_t tick, FaultList* faults)
+SeekEnd ShowTick(StudioWindow* window, StageSlot* slot, uint32_t tick, const SeekPatience* patience,
+                 FaultList* faults)
 {
     UseSlot(slot);
-    const bool isShown = SeekPiece(slot->stage, tick, kStudioStride, faults);
-    if (isShown)
+    const SeekEnd end = SeekPieceInParts(slot->stage, tick, kStudioStride, patience, faults);
+    if (end == SeekEnd::kShown)
     {
         KeepPicture(window);
     }
     UseWindow(window);
-    return isShown;
+    return end;
 }
 
 void ShowDrawn(StudioWindow* window, StageSlot* slot)

@@ -67,10 +67,12 @@ void UseNothing();
 /// Closes the stage of a slot, whose OpenGL is used then.
 void CloseSlotStage(StageSlot* slot);
 
-/// Draws the picture of a tick and keeps it in the texture that is shown. Leaves: the window used.
+/// Draws the picture of a tick, or a part of what it takes, and keeps it in the texture that is
+/// shown. Leaves: the window used.
 /// @param slot   with a stage
-/// @return false after a fault: the texture keeps the picture before
-bool ShowTick(StudioWindow* window, StageSlot* slot, uint32_t tick, FaultList* faults);
+/// @return unless it is shown, the texture keeps the picture before
+SeekEnd ShowTick(StudioWindow* window, StageSlot* slot, uint32_t tick, const SeekPatience* patience,
+                 FaultList* faults);
 
 /// Keeps what the slot drew last in the texture that is shown. Leaves: the window used.
 /// Relies on: the slot's stage has drawn a whole picture, and nothing since.

@@ -72,8 +72,28 @@ void Pause(Transport* transport)
     }
 }
 
+void Hold(Transport* transport)
+{
+    if (!transport->isHeld)
+    {
+        transport->isHeld = true;
+        transport->stretch += transport->plays ? 1 : 0;
+    }
+}
+
+void Release(Transport* transport, uint32_t nowMs)
+{
+    const bool goesOn = transport->isHeld && transport->plays;
+    transport->isHeld = false;
+    if (goesOn)
+    {
+        BeginStretch(transport, nowMs);
+    }
+}
+
 void JumpTo(Transport* transport, uint32_t tick, uint32_t nowMs)
 {
+    transport->jumps += 1;
     transport->positionMs = std::min(tick, transport->endTick) * kMsPerTick;
     if (transport->plays)
     {
@@ -146,7 +166,7 @@ static uint64_t TimedPosition(const Transport* transport, uint32_t nowMs)
 
 void MoveTransport(Transport* transport, const TransportClock* clock)
 {
-    if (!transport->plays)
+    if (!transport->plays || transport->isHeld)
     {
         return;
     }

@@ -55,6 +55,8 @@ struct Transport
     uint32_t endTick;    // the last tick of the piece
     uint32_t positionMs; // of the piece, up to endTick
     bool plays;
+    bool isHeld;         // stands still although it plays, until something is ready
+    uint32_t jumps;      // counts up whenever the position is set
     uint32_t speed;      // in eighths
     bool hasRange;       // playing goes back to rangeBegin at rangeEnd
     uint32_t rangeBegin; // ticks, inclusive
@@ -76,12 +78,16 @@ inline uint32_t TransportTick(const Transport* transport)
 /// Whether sound can follow: it plays at normal speed alone.
 inline bool WantsSound(const Transport* transport)
 {
-    return transport->plays && transport->speed == kNormalSpeed;
+    return transport->plays && !transport->isHeld && transport->speed == kNormalSpeed;
 }
 
 /// Plays on from the position; from the start if the piece is at its end.
 void Play(Transport* transport, uint32_t nowMs);
 void Pause(Transport* transport);
+
+/// Lets the position stand still, whatever plays, until it is released.
+void Hold(Transport* transport);
+void Release(Transport* transport, uint32_t nowMs);
 
 /// Goes to a tick, at most endTick. Playing goes on there.
 void JumpTo(Transport* transport, uint32_t tick, uint32_t nowMs);

@@ -166,22 +166,36 @@ PanelRect FitPicture(const Studio* studio, const PanelRect& space)
             width, height};
 }
 
+/// Draws a text over the left edge of the picture, above or below.
+static void DrawNote(const Studio* studio, const PanelRect& picture, bool isLow,
+                     const std::string& text)
+{
+    ImDrawList* list = ImGui::GetForegroundDrawList();
+    const ImVec2 size = ImGui::CalcTextSize(text.c_str());
+    const float pad = 6.0f * studio->scale;
+    const float height = size.y + 2.0f * pad;
+    const float top = isLow ? picture.top + picture.height - height - pad : picture.top + pad;
+    const ImVec2 from(picture.left + pad, top);
+    list->AddRectFilled(from, ImVec2(from.x + size.x + 2.0f * pad, from.y + height),
+                        IM_COL32(0, 0, 0, 170));
+    list->AddText(ImVec2(from.x + pad, from.y + pad), IM_COL32(230, 230, 230, 255), text.c_str());
+}
+
 void DrawMessage(Studio* studio, const PanelRect& picture)
 {
     static constexpr uint32_t kShownMs = 4000;
-    if (studio->options.hasNoUi || studio->showsKeys || studio->message.empty() ||
-        NowMs() - studio->messageMs > kShownMs)
+    if (studio->options.hasNoUi || studio->showsKeys)
     {
         return;
     }
-    ImDrawList* list = ImGui::GetForegroundDrawList();
-    const ImVec2 size = ImGui::CalcTextSize(studio->message.c_str());
-    const float pad = 6.0f * studio->scale;
-    const ImVec2 from(picture.left + pad, picture.top + pad);
-    list->AddRectFilled(from, ImVec2(from.x + size.x + 2.0f * pad, from.y + size.y + 2.0f * pad),
-                        IM_COL32(0, 0, 0, 170));
-    list->AddText(ImVec2(from.x + pad, from.y + pad), IM_COL32(230, 230, 230, 255),
-                  studio->message.c_str());
+    if (!studio->message.empty() && NowMs() - studio->messageMs <= kShownMs)
+    {
+        DrawNote(studio, picture, false, studio->message);
+    }
+    if (!studio->soughtText.empty())
+    {
+        DrawNote(studio, picture, true, studio->soughtText);
+    }
 }
 
 /// Lets keys reach the panels, or not; the first one that is reached is the one inside the piece.

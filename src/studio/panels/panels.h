@@ -53,7 +53,7 @@ void NoteItem(Studio* studio, const char* name);
 /// The same for the arrow that unfolds the last item, a node of a tree.
 void NoteArrow(Studio* studio, const char* name);
 
-/// Draws the message over a part of the window.
+/// Draws the message over a part of the window, and how far a long seek is.
 void DrawMessage(Studio* studio, const PanelRect& picture);
 
 /// @param texture   a name of OpenGL's
