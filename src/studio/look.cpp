@@ -50,6 +50,16 @@ uint32_t LookTime(const Studio* studio, const LookContext& context)
     return time;
 }
 
+std::string LookTitle(Studio* studio, const ItemRef& ref)
+{
+    Look* look = &studio->look;
+    if (look->curveNames.empty() && ref.section == Section::kEnvelopes)
+    {
+        look->curveNames = NameCurves(PlayedDocument(studio));
+    }
+    return TitleWithUse(PlayedDocument(studio), look->curveNames, ref);
+}
+
 // ---- Pictures
 
 static LookPicture MakePicture(const std::string& title, int32_t width, int32_t height,
@@ -261,6 +271,7 @@ void ForgetLook(Studio* studio)
     Look* look = &studio->look;
     FreePictures(look); // those of the piece before are gone
     look->users.clear();
+    look->curveNames.clear();
     look->isOld = true;
     if (FindItem(PlayedDocument(studio), look->ref.section, look->ref.item) == nullptr)
     {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "engine/check/origins.h"
+#include "studio/logic/curve_names.h"
 #include "studio/logic/piece_fields.h"
 #include "studio/logic/wire_mesh.h"
 
@@ -42,11 +43,12 @@ struct Look
     size_t shownPicture;               // place in pictures
     std::string pixel;                 // under the mouse; empty for none
     WireView wire;
-    WireView drawnWire;  // of the picture of a mesh
-    uint32_t drawnTick;  // the same
-    bool isOld;          // users and pictures are of another item or piece
-    bool hasOldPictures; // pictures are of other values
-    OriginList origins;  // of the demo, where its author's program told them
+    WireView drawnWire;    // of the picture of a mesh
+    uint32_t drawnTick;    // the same
+    bool isOld;            // users and pictures are of another item or piece
+    bool hasOldPictures;   // pictures are of other values
+    CurveNames curveNames; // of the demo; none before the first is asked for
+    OriginList origins;    // of the demo, where its author's program told them
 };
 
 /// Looks at an item from now on.
@@ -63,6 +65,9 @@ void CloseLook(Studio* studio);
 
 /// @return the time that curves are evaluated at for the item, in ticks
 uint32_t LookTime(const Studio* studio, const LookContext& context);
+
+/// @return ItemTitle of the piece that plays, with what a curve is used for
+std::string LookTitle(Studio* studio, const ItemRef& ref);
 
 /// The author's line of an item.
 struct SourceLine

@@ -2,7 +2,10 @@
 #include "studio/sound.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
 
 static constexpr int kFrequency = 44100;     // sample frames a second
 static constexpr Uint16 kBlockFrames = 8192; // as the player's, so picture and sound lie alike
@@ -33,9 +36,9 @@ static void FillBlock(void* user, Uint8* stream, int length)
     sound->nextByte += wanted;
 }
 
-void OpenSound(StudioSound* sound)
+/// Opens the device.
+static void OpenDevice(StudioSound* sound)
 {
-    sound->volume = 100;
     if (SDL_InitSubSystem(SDL_INIT_AUDIO) != 0)
     {
         sound->missing = SDL_GetError();
@@ -52,6 +55,30 @@ void OpenSound(StudioSound* sound)
     if (sound->device == 0)
     {
         sound->missing = SDL_GetError();
+    }
+}
+
+void OpenSound(StudioSound* sound)
+{
+    sound->volume = 100;
+    // Without a device the sound system's library writes a dozen lines of its own, which the window
+    // tells in three words. Nothing else runs yet that could write.
+    fflush(stderr);
+    const int kept = dup(STDERR_FILENO);
+    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (kept >= 0 && nowhere >= 0)
+    {
+        dup2(nowhere, STDERR_FILENO);
+    }
+    OpenDevice(sound);
+    if (kept >= 0)
+    {
+        dup2(kept, STDERR_FILENO);
+        close(kept);
+    }
+    if (nowhere >= 0)
+    {
+        close(nowhere);
     }
 }
 

@@ -261,6 +261,11 @@ static void TakeOver(Studio* studio, const LoadOutcome& outcome)
     const Stage* stage = studio->window.slots[studio->active].stage;
     const uint32_t end = EndTick(stage->run.piece.demo.timeline);
     studio->bars = FindClipBars(stage->run.piece.demo.timeline);
+    studio->barNames.clear();
+    for (const ClipBar& bar : studio->bars)
+    {
+        studio->barNames.push_back(SceneName(&stage->run.piece.demo, bar.scene));
+    }
     studio->chosenBar = -1;
     if (isOther)
     {
@@ -844,10 +849,32 @@ static bool IsBusy(const Studio* studio)
            studio->folder.mustCompare;
 }
 
+/// What comes by itself and shows in panels: the window is drawn anew when it changes.
+struct Arrivals
+{
+    bool isBuilding, isLoading, isPlayedBeforehand;
+    uint32_t builds, loads;
+    size_t findings, peaks;
+
+    bool operator==(const Arrivals&) const = default;
+};
+
+static Arrivals NoteArrivals(const Studio* studio)
+{
+    return {studio->folder.builder.isBuilding,
+            studio->loader.isRunning,
+            studio->musician.pid != 0,
+            studio->folder.builds,
+            studio->loads,
+            studio->findings.size(),
+            studio->peaks.size()};
+}
+
 static void RunRounds(Studio* studio)
 {
     static constexpr uint32_t kRedrawnRounds = 3; // after the last event: panels move a frame late
     uint32_t redraws = kRedrawnRounds;
+    Arrivals arrivals = {};
     while (!studio->quits)
     {
         SDL_Event event;
@@ -868,6 +895,9 @@ static void RunRounds(Studio* studio)
         {
             PlayNext(studio);
         }
+        const Arrivals now = NoteArrivals(studio);
+        redraws = now == arrivals ? redraws : kRedrawnRounds;
+        arrivals = now;
         const std::string sought = SoughtText(studio);
         redraws = std::max<uint32_t>(redraws, sought != studio->soughtText ? 1 : 0);
         studio->soughtText = sought;

@@ -63,11 +63,12 @@ struct Studio
     std::string musicianPath; // module that is being played, or was last
     Track track;
 
-    std::vector<ClipBar> bars;  // of the piece that plays
-    int32_t chosenBar;          // place in bars that was clicked; -1 for none
-    RowMask rowMask;            // of the pieces of a folder, one after the other
-    TimelineView timelineView;  // without a scale until it is drawn
-    std::vector<uint8_t> peaks; // of the module, for each tick
+    std::vector<ClipBar> bars;         // of the piece that plays
+    std::vector<std::string> barNames; // the same
+    int32_t chosenBar;                 // place in bars that was clicked; -1 for none
+    RowMask rowMask;                   // of the pieces of a folder, one after the other
+    TimelineView timelineView;         // without a scale until it is drawn
+    std::vector<uint8_t> peaks;        // of the module, for each tick
 
     Look look;
     Flight flight;

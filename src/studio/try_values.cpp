@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "engine/data/document_values.h"
 #include "engine/piece/piece_sections.h"
 #include "engine/render/build_mipmaps.h"
 #include "engine/render/records/timeline.h"
@@ -220,7 +221,7 @@ void TryValue(Studio* studio, const Field& field, const std::string& text)
     const std::string group = field.group.empty() || hasParts ? "" : ", " + field.group;
     const ValueChange change = {field.place,
                                 field.part,
-                                ItemTitle(document, item) + group + ", " + field.name,
+                                LookTitle(studio, item) + group + ", " + field.name,
                                 TextAt(document, field.place),
                                 text,
                                 0};
@@ -288,6 +289,17 @@ void KeepTrying(Studio* studio, bool isOther)
         studio->tried = {};
         return;
     }
+    // A program may compute something else from the number that was written.
+    for (const ValueChange& change : studio->tried.written)
+    {
+        const std::string text = TextAt(PlayedDocument(studio), change.place);
+        if (ParseFloat(text.c_str()) != ParseFloat(change.is.c_str()))
+        {
+            ShowMessage(studio, change.label + " is " + text + " now, although " + change.is +
+                                    " was written");
+        }
+    }
+    studio->tried.written.clear();
     for (const ValueChange& change : RebaseChanges(PlayedDocument(studio), &studio->tried.edits))
     {
         SetValue(studio, change.place, change.is);
@@ -327,6 +339,13 @@ static std::string WriteRange(const std::string& path, const TextRange& range,
                : path + " can't be written";
 }
 
+/// @return the line of a byte, from 1
+static uint32_t LineAt(const std::string& text, size_t place)
+{
+    const auto end = text.begin() + static_cast<ptrdiff_t>(std::min(place, text.size()));
+    return static_cast<uint32_t>(std::count(text.begin(), end, '\n')) + 1;
+}
+
 static std::string ReadText(const std::string& path)
 {
     Bytes bytes;
@@ -343,8 +362,10 @@ static LiteralHint LabelHint(const std::string& label)
     return HintOf(group, label.substr(last + 2));
 }
 
+/// @param line   receives the line of the number, which may stand some lines below its statement
 /// @return an empty text, or why the change can't be written
-static std::string WriteIntoProgram(Studio* studio, const ValueChange& change)
+static std::string WriteIntoProgram(const Studio* studio, const ValueChange& change,
+                                    SourceLine* written)
 {
     const SourceLine line = LineOf(studio, change);
     if (line.path.empty() || line.path.find(".py") == std::string::npos)
@@ -359,10 +380,13 @@ static std::string WriteIntoProgram(Studio* studio, const ValueChange& change)
         return line.path.substr(line.path.rfind('/') + 1) + ":" + std::to_string(line.line) + ": " +
                wrong;
     }
-    return WriteRange(line.path, edit.range, ReadText(line.path), edit.text);
+    const std::string text = ReadText(line.path);
+    *written = {line.path, LineAt(text, edit.range.begin)};
+    return WriteRange(line.path, edit.range, text, edit.text);
 }
 
-static std::string WriteIntoDocument(const std::string& path, const ValueChange& change)
+static std::string WriteIntoDocument(const std::string& path, const ValueChange& change,
+                                     SourceLine* written)
 {
     const std::string text = ReadText(path);
     const TextRange range = FindXmlValue(text, change.place);
@@ -370,14 +394,27 @@ static std::string WriteIntoDocument(const std::string& path, const ValueChange&
     {
         return path + " does not say " + change.was + " there";
     }
+    *written = {path, LineAt(text, range.begin)};
     return WriteRange(path, range, text, change.is);
 }
 
 void WriteChange(Studio* studio, const ValueChange& change)
 {
     const std::string& folder = studio->folder.watcher.folder;
-    const std::string wrong = folder.empty()      ? "a package has no sources; open its folder"
-                              : HasScript(folder) ? WriteIntoProgram(studio, change)
-                                                  : WriteIntoDocument(folder + "/demo.xml", change);
-    ShowMessage(studio, wrong.empty() ? "written: " + change.label : wrong);
+    SourceLine line = {"", 0};
+    const std::string wrong = folder.empty() ? "a package has no sources; open its folder"
+                              : HasScript(folder)
+                                  ? WriteIntoProgram(studio, change, &line)
+                                  : WriteIntoDocument(folder + "/demo.xml", change, &line);
+    if (!wrong.empty())
+    {
+        ShowMessage(studio, wrong);
+        return;
+    }
+    TriedValues* tried = &studio->tried;
+    tried->written.push_back(change);
+    tried->lastLine = line;
+    tried->lastWritten = line.path.substr(line.path.rfind('/') + 1) + ":" +
+                         std::to_string(line.line) + ": " + change.label + " is " + change.is;
+    ShowMessage(studio, "written to " + tried->lastWritten);
 }

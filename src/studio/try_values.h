@@ -8,12 +8,16 @@
 #include <vector>
 
 #include "studio/logic/value_edits.h"
+#include "studio/look.h"
 
 struct Studio;
 
 struct TriedValues
 {
     ValueEdits edits;
+    std::vector<ValueChange> written; // that the next piece should say
+    std::string lastWritten;          // where and what was written last; empty for nothing
+    SourceLine lastLine;              // the same
     bool
         mustSettle; // the run up to the tick is of other values: it is played anew at the next rest
 };

@@ -54,8 +54,8 @@ class Studio:
             settings.write_text("width=960\nheight=700\n")
         self.stream: Any = None
         everything = dict(os.environ, DISPLAY=screen.name, HOME=str(folder),
-                          XDG_CONFIG_HOME=str(folder / "config"), SDL_AUDIODRIVER="dummy",
-                          **(environment or {}))
+                          XDG_CONFIG_HOME=str(folder / "config"), SDL_AUDIODRIVER="dummy")
+        everything.update(environment or {})
         self.process = subprocess.Popen(
             [STUDIO, "--control", str(self.path), *map(str, arguments)], cwd=folder,
             env=everything, stderr=self.lines)

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "engine/data/document_text.h"
+#include "studio/logic/curve_names.h"
 
 static constexpr char kText[] =
     "<layers><layer type='3'><p>1</p><p>0.5</p><p>0.25</p><p>4</p></layer></layers>"
@@ -95,6 +96,34 @@ TEST(PieceFields, TitlesTellNumberAndName)
     EXPECT_EQ(ItemTitle(&tree.document, {Section::kScenes, 1, 0}), "scene 1 \"hall\"");
     EXPECT_EQ(ItemTitle(&tree.document, {Section::kScenes, 1, 1}), "scene 1, object 1");
     EXPECT_EQ(ItemTitle(&tree.document, {Section::kModels, 1, 0}), "model 1 \"ring.model\"");
+}
+
+TEST(PieceFields, CurvesHaveTheNamesOfWhatTheyMove)
+{
+    Tree tree;
+    ReadTree(&tree);
+    const CurveNames names = NameCurves(&tree.document);
+    EXPECT_EQ(names, std::vector<std::string>({"color blue of material 1 and 2 more"}));
+    const ItemRef curve = {Section::kEnvelopes, 1, 0};
+    EXPECT_EQ(TitleWithUse(&tree.document, names, curve),
+              "curve 1: color blue of material 1 and 2 more");
+    EXPECT_EQ(TitleWithUse(&tree.document, {}, curve), "curve 1");
+    EXPECT_EQ(TitleWithUse(&tree.document, names, {Section::kMaterials, 1, 0}), "material 1");
+
+    // Nothing but the object is left to name it by.
+    const std::vector<Field> fields = ListFields(&tree.document, {Section::kMaterials, 1, 0});
+    SetTextAt(&tree.document, fields[3].place, "0");
+    SetTextAt(&tree.document, fields[4].place, "0");
+    EXPECT_EQ(NameCurves(&tree.document)[0], "y of scene 1, object 1 \"ring.model\" and 1 more");
+}
+
+TEST(PieceFields, ScenesHaveTheirNamesOrNumbers)
+{
+    Tree tree;
+    ReadTree(&tree);
+    EXPECT_EQ(SceneName(&tree.document, 1), "hall");
+    EXPECT_EQ(SceneName(&tree.document, 2), "scene 2");
+    EXPECT_EQ(SceneName(&tree.document, 0), "no scene");
 }
 
 TEST(PieceFields, ATextChangesAtItsPlaceAlone)

@@ -492,6 +492,17 @@ std::string ItemTitle(const DemoDocument* document, const ItemRef& ref)
     return title;
 }
 
+std::string SceneName(const DemoDocument* document, uint32_t scene)
+{
+    if (scene == 0)
+    {
+        return "no scene";
+    }
+    const TiXmlElement* item = FindItem(document, Section::kScenes, scene);
+    const char* name = item == nullptr ? nullptr : item->Attribute("name");
+    return name == nullptr || *name == 0 ? "scene " + std::to_string(scene) : name;
+}
+
 // ---- Values
 
 float CurveValue(const DemoDocument* document, uint32_t id, uint32_t time)

@@ -88,6 +88,9 @@ uint32_t CountParts(const DemoDocument* document, const ItemRef& ref);
 /// @return "scene 2 \"hall\"", "scene 2, object 3", "row 0, clip 4"
 std::string ItemTitle(const DemoDocument* document, const ItemRef& ref);
 
+/// @return a scene's name; "scene 2" without one, "no scene" for 0
+std::string SceneName(const DemoDocument* document, uint32_t scene);
+
 /// @return the envelope's value at a time in ticks, as a fresh evaluation gives it; 0 without one
 float CurveValue(const DemoDocument* document, uint32_t id, uint32_t time);
 

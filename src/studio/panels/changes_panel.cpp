@@ -5,7 +5,7 @@
 
 static void DrawChange(Studio* studio, const ValueChange& change, const std::string& number)
 {
-    ImGui::TextUnformatted((change.label + ": " + change.was + " -> " + change.is).c_str());
+    ImGui::TextWrapped("%s: %s -> %s", change.label.c_str(), change.was.c_str(), change.is.c_str());
     ImGui::PushID(number.c_str());
     if (ImGui::SmallButton("write"))
     {
@@ -27,25 +27,52 @@ static void DrawChange(Studio* studio, const ValueChange& change, const std::str
     ImGui::PopID();
 }
 
-void DrawChangesPanel(Studio* studio)
+/// Tells what was written last, and opens the editor there.
+static void DrawWritten(Studio* studio)
 {
-    const std::vector<ValueChange> changes = ListChanges(studio->tried.edits);
-    if (changes.empty())
+    const TriedValues& tried = studio->tried;
+    if (tried.lastWritten.empty())
     {
         return;
     }
+    ImGui::TextWrapped("written to %s", tried.lastWritten.c_str());
+    NoteItem(studio, "written");
+    if (ImGui::SmallButton("edit"))
+    {
+        OpenSource(studio, tried.lastLine.path, static_cast<int32_t>(tried.lastLine.line));
+    }
+    NoteItem(studio, "edit");
+}
+
+void DrawChangesPanel(Studio* studio)
+{
+    if (studio->active < 0)
+    {
+        return;
+    }
+    const std::vector<ValueChange> changes = ListChanges(studio->tried.edits);
     PlaceAtFirst(FindFirstPlaces(studio->scale).changes);
     if (BeginPanel(studio, "Changed values", kChangesPanel, 0))
     {
-        if (ImGui::SmallButton("copy all"))
+        if (changes.empty() && studio->tried.lastWritten.empty())
         {
-            CopyChanges(studio, changes);
+            ImGui::PushStyleColor(ImGuiCol_Text, ImGui::GetStyle().Colors[ImGuiCol_TextDisabled]);
+            ImGui::TextWrapped("Drag a number under Inside, and the picture shows it at once.");
+            ImGui::PopStyleColor();
         }
-        NoteItem(studio, "copy all");
+        if (!changes.empty())
+        {
+            if (ImGui::SmallButton("copy all"))
+            {
+                CopyChanges(studio, changes);
+            }
+            NoteItem(studio, "copy all");
+        }
         for (size_t i = 0; i < changes.size(); ++i)
         {
             DrawChange(studio, changes[i], std::to_string(i));
         }
+        DrawWritten(studio);
     }
     ImGui::End();
 }

@@ -86,7 +86,8 @@ static void DrawTreeItem(Studio* studio, const TreeItem& item)
     {
         ImGui::PushStyleColor(ImGuiCol_Text, ImGui::GetStyle().Colors[ImGuiCol_TextDisabled]);
     }
-    const bool isOpen = ImGui::TreeNodeEx((title + (isHidden ? " (hidden)" : "")).c_str(), flags);
+    const std::string text = LookTitle(studio, item.ref) + (isHidden ? " (hidden)" : "");
+    const bool isOpen = ImGui::TreeNodeEx(title.c_str(), flags, "%s", text.c_str());
     ImGui::PopStyleColor(isHidden ? 1 : 0);
     NoteItem(studio, ("node " + title).c_str());
     NoteArrow(studio, ("open " + title).c_str());
@@ -587,7 +588,7 @@ void DrawInsidePanel(Studio* studio)
                 studio->look.drawnRef = studio->look.ref;
                 ImGui::SetScrollY(0.0f);
             }
-            ImGui::TextUnformatted(ItemTitle(PlayedDocument(studio), studio->look.ref).c_str());
+            ImGui::TextWrapped("%s", LookTitle(studio, studio->look.ref).c_str());
             DrawSource(studio);
             RefreshLook(studio);
             DrawPictures(studio);

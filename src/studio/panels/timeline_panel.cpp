@@ -11,6 +11,7 @@ static constexpr float kLabelWidth = 110.0f; // pixels at scale 1, as all here
 static constexpr float kRulerHeight = 40.0f;
 static constexpr float kWaveHeight = 36.0f;
 static constexpr float kRowHeight = 20.0f;
+static constexpr float kClipLines = 2.0f; // below the rows
 static constexpr ImU32 kInk = IM_COL32(200, 204, 210, 255);
 static constexpr ImU32 kFaint = IM_COL32(90, 92, 98, 255);
 static constexpr ImU32 kBar = IM_COL32(66, 84, 105, 255);
@@ -98,17 +99,6 @@ static void DrawWave(const Studio* studio, const Ground& ground, float top)
     }
 }
 
-static std::string SceneText(const Studio* studio, uint32_t scene)
-{
-    if (scene == 0)
-    {
-        return "no scene";
-    }
-    const TiXmlElement* item = FindItem(PlayedDocument(studio), Section::kScenes, scene);
-    const char* name = item == nullptr ? nullptr : item->Attribute("name");
-    return name == nullptr || *name == 0 ? "scene " + std::to_string(scene) : name;
-}
-
 /// Buttons that hide a row or all others.
 static void DrawRowLabel(Studio* studio, uint32_t row, ImVec2 place)
 {
@@ -159,7 +149,7 @@ static void DrawBar(Studio* studio, const Ground& ground, size_t i, float y)
                                                                     : kBar,
                                2.0f);
     ground.list->PushClipRect(low, high, true);
-    ground.list->AddText(ImVec2(from + 4.0f, y + 1.0f), kInk, SceneText(studio, bar.scene).c_str());
+    ground.list->AddText(ImVec2(from + 4.0f, y + 1.0f), kInk, studio->barNames[i].c_str());
     ground.list->PopClipRect();
 }
 
@@ -280,6 +270,20 @@ static void DrawTicks(Studio* studio)
     TakeMouse(studio, ground, rows);
 }
 
+/// Tells of the clip that was clicked in two lines: the pass and the fog, and the camera.
+static void DrawChosenClip(Studio* studio)
+{
+    const std::vector<std::string> lines = ChosenClipLines(studio);
+    if (lines.size() < 3)
+    {
+        ImGui::TextDisabled("a click on a clip tells its scene, pass, fog and camera here");
+        return;
+    }
+    ImGui::TextUnformatted((lines[0] + ", " + lines[2]).c_str());
+    NoteItem(studio, "chosen clip");
+    ImGui::TextUnformatted(lines[1].c_str());
+}
+
 void DrawTimelinePanel(Studio* studio)
 {
     if (studio->active < 0)
@@ -289,14 +293,14 @@ void DrawTimelinePanel(Studio* studio)
     PlaceAtFirst(FindFirstPlaces(studio->scale).timeline);
     if (BeginPanel(studio, "Timeline", kTimelinePanel, ImGuiWindowFlags_NoScrollWithMouse))
     {
-        if (studio->chosenBar >= 0)
-        {
-            for (const std::string& line : ChosenClipLines(studio))
-            {
-                ImGui::TextUnformatted(line.c_str());
-            }
-        }
+        // The lines about a clip have a place of their own: rows stay where the mouse has hit them.
+        const float lines = kClipLines * ImGui::GetTextLineHeightWithSpacing();
+        const float height = std::max(ImGui::GetContentRegionAvail().y - lines, lines);
+        ImGui::BeginChild("rows", ImVec2(0.0f, height), false,
+                          ImGuiWindowFlags_NoScrollWithMouse | ImGuiWindowFlags_NavFlattened);
         DrawTicks(studio);
+        ImGui::EndChild();
+        DrawChosenClip(studio);
     }
     ImGui::End();
 }
