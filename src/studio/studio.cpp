@@ -131,7 +131,7 @@ void MakeNewPiece(Studio* studio)
 /// @return the tick that a piece begins at
 static uint32_t FirstTick(const Studio* studio)
 {
-    if (studio->loads == 0 && studio->options.fromTick != 0)
+    if (studio->loads == 0 && studio->options.hasFrom)
     {
         return studio->options.fromTick;
     }
@@ -283,7 +283,11 @@ static void TakeOver(Studio* studio, const LoadOutcome& outcome)
         JumpTo(&studio->transport, outcome.isLeft ? 0 : studio->loader.request.tick, NowMs());
         studio->seek = {};
         studio->hasPicture = false;
-        studio->isWaiting = studio->options.isViewer;
+        // Most pieces begin with black: one that nobody has seen yet shows itself.
+        const bool standsThere = studio->loads == 1 && studio->options.hasFrom;
+        studio->isWaiting =
+            studio->options.isViewer ||
+            (!standsThere && !outcome.isLeft && !IsKnownPiece(studio->settings, studio->piecePath));
         studio->loadedPath = studio->piecePath;
     }
     else
@@ -426,6 +430,9 @@ static void PollPiece(Studio* studio)
             break;
         }
     }
+    // One who has gone elsewhere meanwhile stays there.
+    const bool hasJumped = studio->transport.jumps > 1 && !studio->options.isViewer;
+    studio->isWaiting = studio->isWaiting && !hasJumped;
     if (studio->isWaiting && studio->active >= 0 && studio->musician.pid == 0)
     {
         studio->isWaiting = false;
@@ -577,6 +584,7 @@ void RunCommand(Studio* studio, Command command)
     static constexpr int32_t kRowsOfABeat = 4;
     Transport* transport = &studio->transport;
     const uint32_t now = NowMs();
+    studio->isWaiting = studio->isWaiting && studio->options.isViewer;
     switch (command)
     {
     case Command::kPlayPause:

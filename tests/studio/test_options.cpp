@@ -91,6 +91,7 @@ TEST(Options, TheViewerTakesAList)
     EXPECT_TRUE(options.isViewer && options.repeats && options.isMuted && options.hasNoUi &&
                 options.isFullscreen);
     EXPECT_EQ(options.width, 320);
+    EXPECT_TRUE(options.hasFrom);
     EXPECT_EQ(options.fromTick, 200u);
     EXPECT_EQ(options.pieces, (std::vector<std::string>{"a.dpk", "--b.dpk"}));
 }
@@ -152,6 +153,8 @@ TEST(Settings, ComeBackAsTheyWereKept)
     EXPECT_EQ(read.windowWidth, settings.windowWidth);
     EXPECT_EQ(FindPlace(read, "/a b/c.dpk"), 120u);
     EXPECT_EQ(FindPlace(read, "/d=e"), 7u);
+    EXPECT_TRUE(IsKnownPiece(read, "/d=e"));
+    EXPECT_FALSE(IsKnownPiece(read, "/d"));
     EXPECT_EQ(read.lastPlaces.front().first, "/d=e");
 }
 

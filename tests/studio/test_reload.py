@@ -89,7 +89,7 @@ def test_the_picture_is_that_of_the_saved_piece(start: Start, plain: Path, tmp_p
 def test_a_program_that_goes_wrong_is_told(start: Start, script: Path) -> None:
     source = script / "piece.py"
     text = source.read_text()
-    studio = start(*SIZE, script)
+    studio = start(*SIZE, "--from", "0", script)
     shown(studio, 1)
 
     def told(more: str, words: str) -> None:
@@ -121,7 +121,7 @@ def test_a_program_that_goes_wrong_is_told(start: Start, script: Path) -> None:
 def test_a_program_that_never_ends_is_stopped(start: Start, script: Path) -> None:
     source = script / "piece.py"
     text = source.read_text()
-    studio = start(*SIZE, script)
+    studio = start(*SIZE, "--from", "0", script)
     shown(studio, 1)
     save(source, text + "\nwhile True:\n    pass\n")
     begun = studio.until(lambda now: now["building"])
@@ -141,7 +141,7 @@ def test_a_program_that_never_ends_is_stopped(start: Start, script: Path) -> Non
 def test_a_mistake_in_a_late_clip_is_told_at_the_save(start: Start, plain: Path) -> None:
     demo = plain / "demo.xml"
     text = demo.read_text()
-    studio = start(*SIZE, plain, environment={"VISUAL": ""})
+    studio = start(*SIZE, "--from", "0", plain, environment={"VISUAL": ""})
     shown(studio, 1)
     at = text.rindex('<clip id="') + len('<clip id="')
     save(demo, text[:at] + "99" + text[text.index('"', at):])
@@ -163,7 +163,7 @@ def test_the_editor_opens_at_a_mistake(start: Start, plain: Path, tmp_path: Path
                       'mv "$(dirname "$0")/opened.new" "$(dirname "$0")/opened"\n')
     editor.chmod(0o755)
     demo = plain / "demo.xml"
-    studio = start(*SIZE, plain, environment={"VISUAL": str(editor)})
+    studio = start(*SIZE, "--from", "0", plain, environment={"VISUAL": str(editor)})
     shown(studio, 1)
     save(demo, demo.read_text().replace("</", "<", 1))
     studio.until(lambda now: now["errors"])
@@ -178,7 +178,7 @@ def test_the_editor_opens_at_a_mistake(start: Start, plain: Path, tmp_path: Path
 
 
 def test_a_folder_that_goes_and_comes_back(start: Start, plain: Path, tmp_path: Path) -> None:
-    studio = start(*SIZE, plain)
+    studio = start(*SIZE, "--from", "0", plain)
     shown(studio, 1)
     kept = tmp_path / "kept"
     shutil.copytree(plain, kept)

@@ -37,6 +37,8 @@ def test_the_start_page_offers_pieces(start: Start, tmp_path: Path) -> None:
     state = studio.until(lambda now: now["loads"] == 1)
     assert state["piece"] == str(tmp_path / "my-piece") and state["errors"] == []
     assert (tmp_path / "my-piece" / "piece.py").exists()
+    # One that nobody has seen yet plays, as it begins with black.
+    studio.until(lambda now: now["plays"] and now["shown"] > 0)
 
 
 def test_folders_that_are_no_pieces_are_told(start: Start, tmp_path: Path) -> None:

@@ -81,7 +81,10 @@ def test_a_value_is_tried_and_written(start: Start, screen: Screen, script: Path
     studio.until(lambda now: now["loads"] == 2 and not now["changes"])
     assert source.read_bytes() == text.replace(b"400), 3, 4)", f"400), {value}, 4)".encode())
     studio.until(lambda now: studio.picture() == tried)
-    assert studio.state()["errors"] == []
+    state = studio.state()
+    assert state["errors"] == [] and "written" in state["rects"]
+    assert state["message"] == f"written to piece.py:{line}: light 1, position, y is {value}"
+    assert not is_yellow(screen, studio, "value position y")
 
 
 def test_a_document_is_written(start: Start, plain: Path, tmp_path: Path) -> None:

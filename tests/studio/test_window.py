@@ -5,9 +5,10 @@ import os
 import subprocess
 from pathlib import Path
 from typing import Any, Callable
+from zlib import crc32
 
 from drag_source import drop_file
-from studio_window import STUDIO, Screen, Studio, picture
+from studio_window import QUESTIONS, STUDIO, Screen, Studio, picture
 from window_manager import close_window
 
 DPK = os.environ["DPK"]
@@ -27,7 +28,7 @@ def keep_picture(studio: Studio, tick: int) -> None:
 
 
 def test_pictures_are_those_of_a_film(start: Start, tmp_path: Path) -> None:
-    studio = start(*SIZE, PACKAGE)
+    studio = start(*SIZE, "--from", "0", PACKAGE)
     opened(studio)
     # Forwards, backwards, and in steps.
     keys = [(["Right"], 500), (["Up"], 6500), (["Left"], 6000), (["shift+Left"], 5999),
@@ -51,6 +52,70 @@ def test_pictures_are_those_of_a_film(start: Start, tmp_path: Path) -> None:
             assert shown == film, number
 
 
+def test_a_long_past_is_played_in_parts(start: Start, script: Path, tmp_path: Path) -> None:
+    # Each picture shows the one before, so that the last one takes all of them.
+    source = script / "piece.py"
+    text = source.read_text().replace('demo.write("demo.xml")', """
+from quorvale.images import write_png
+trail = write_png("trail.png", 128, 64, 3, lambda x, y: (0, 0, 0))
+old = Scene()
+old.add(screen, recipes.clamped_bitmap((0.95, 0.93, 0.9), bitmap=trail),
+        position=(0.5, 0.5, -0.99), scale=(1.05, 1.05, 1))
+shown = Scene()
+shown.add(screen, recipes.clamped_bitmap(bitmap=trail), position=(0.5, 0.5, -0.99))
+demo.row(3).show(old, FLAT, 0, music.end, how="texture", target=trail)
+demo.row(4).show(stage, close, 0, music.end, how="link")
+demo.row(5).show(shown, FLAT, 0, music.end)
+demo.write("demo.xml")""")
+    source.write_text(text)
+    package = script / "trail.dpk"
+    subprocess.run([DPK, "build", script, "-o", package], check=True, stdout=subprocess.DEVNULL)
+    studio = start("--size", "160x90", "--from", "0", package)
+    opened(studio)
+    studio.key("End")
+    state = studio.until(lambda now: now["sought"] or now["shown"] == 1599)
+    assert state["shown"] == 1599 or "the past, " in state["sought"]
+    # A machine may be fast enough to have shown it by now.
+    studio.key("Escape")
+    state = studio.until(lambda now: now["shown"] == now["tick"] and not now["sought"])
+    assert state["shown"] in (0, 1599)
+
+    def shown() -> tuple[int, int]:
+        now = studio.until(lambda now: now["shown"] == now["tick"] > 0 and not now["sought"])
+        return now["shown"], studio.picture()
+
+    # Another seek takes the place of one that has just begun.
+    studio.key("End")
+    studio.click("seek", 0.4)
+    pictures = [shown()]
+    studio.key("End")
+    pictures.append(shown())
+    subprocess.run([os.environ["STAGE_PICTURES"], package, str(tmp_path), "160", "90",
+                    *(str(tick) for tick, _ in pictures)], check=True)
+    assert pictures == [(tick, crc32(picture(tmp_path / f"{tick}.ppm"))) for tick, _ in pictures]
+    assert 500 < pictures[0][0] < 800 and pictures[1][0] == 1599
+
+
+def test_the_wave_form_is_shown_unasked(start: Start, screen: Screen, small: Path) -> None:
+    start(*SIZE, "--from", "0", small)
+    # Every question draws the window anew, so nothing is asked.
+    wave = bytes((92, 118, 108))
+    for _ in range(QUESTIONS):
+        taken = subprocess.run(["import", "-window", "root", "-depth", "8", "rgb:-"], check=True,
+                               capture_output=True, env=dict(os.environ, DISPLAY=screen.name))
+        if taken.stdout.count(wave) > 500:
+            return
+    raise AssertionError("never came")
+
+
+def test_no_sound_device_is_told_by_the_window_alone(start: Start, small: Path) -> None:
+    studio = start(*SIZE, "--from", "0", small,
+                   environment={"SDL_AUDIODRIVER": "alsa", "ALSA_CONFIG_PATH": "/dev/null"})
+    opened(studio)
+    studio.until(lambda now: now["sound"] == "none" and "sound" in now["rects"])
+    assert "ALSA" not in studio.errors()
+
+
 def shown_window(screen: Screen) -> int:
     found = screen.xdotool("search", "--onlyvisible", "--name", " - Quorvale Studio$")
     return int(found.split()[0])
@@ -58,7 +123,7 @@ def shown_window(screen: Screen) -> int:
 
 def test_the_mouse_seeks_and_plays(start: Start, screen: Screen, small: Path,
                                    tmp_path: Path) -> None:
-    studio = start(*SIZE, small)
+    studio = start(*SIZE, "--from", "0", small)
     opened(studio)
     studio.click("seek", 0.5, 0.5)
     assert 600 < studio.until(lambda now: now["shown"] > 0)["shown"] < 1000
@@ -138,7 +203,7 @@ def test_the_window_fits_the_screen(start: Start, screen: Screen, small: Path,
     settings = tmp_path / "config" / "quorvale-studio" / "settings"
     settings.parent.mkdir(parents=True)
     settings.write_text("width=1600\nheight=1000\n")
-    studio = start(*SIZE, small)
+    studio = start(*SIZE, "--from", "0", small)
     opened(studio)
     found = screen.xdotool("search", "--onlyvisible", "--name", " - Quorvale Studio$",
                            "getwindowgeometry", "--shell")
@@ -166,7 +231,7 @@ def test_a_small_window_cuts_no_word(start: Start, tmp_path: Path, small: Path) 
 
 
 def test_it_plays_in_step_with_the_sound(start: Start, small: Path) -> None:
-    studio = start(*SIZE, small)
+    studio = start(*SIZE, "--from", "0", small)
     opened(studio)
     studio.key("space")
     state = studio.until(lambda now: now["tick"] > 50)
@@ -177,7 +242,7 @@ def test_it_plays_in_step_with_the_sound(start: Start, small: Path) -> None:
 
 
 def test_speeds_and_ranges(start: Start, small: Path) -> None:
-    studio = start(*SIZE, small)
+    studio = start(*SIZE, "--from", "0", small)
     opened(studio)
     studio.key("Home", "i", "Right", "o", "Left")
     studio.until(lambda now: now["range"] == [0, 500] and now["tick"] == 0)
@@ -193,7 +258,7 @@ def test_speeds_and_ranges(start: Start, small: Path) -> None:
 
 
 def test_rows_of_the_module(start: Start, screen: Screen, small: Path) -> None:
-    studio = start(*SIZE, small)
+    studio = start(*SIZE, "--from", "0", small)
     opened(studio)
     studio.key("Next")
     one = studio.until(lambda now: now["shown"] > 0)["shown"]
@@ -231,7 +296,7 @@ def test_rows_of_the_module(start: Start, screen: Screen, small: Path) -> None:
 
 
 def test_keys_panels_and_the_end(start: Start, small: Path) -> None:
-    studio = start(*SIZE, small)
+    studio = start(*SIZE, "--from", "0", small)
     opened(studio)
     studio.key("F1")
     studio.until(lambda now: now["keys"] and "keys" in now["rects"])  # all of them at once

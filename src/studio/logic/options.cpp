@@ -133,6 +133,7 @@ static std::string TakeValue(const std::string& name, const std::string& value,
     }
     if (name == "--from")
     {
+        options->hasFrom = true;
         return ParseMoment(value, &options->fromTick)
                    ? ""
                    : "--from \"" + value + "\" is no moment such as 12.5, 1:12 or 1250t";
@@ -204,7 +205,8 @@ const char* OptionsHelp()
            "piece\n"
            "  --fullscreen      Fill the screen\n"
            "  --size WxH        Size of the picture in pixels (1280x720)\n"
-           "  --from MOMENT     Start there: seconds 12.5, minutes 1:12.5 or ticks 1250t\n"
+           "  --from MOMENT     Start there, and without --play stand there: seconds 12.5,\n"
+           "                    minutes 1:12.5 or ticks 1250t\n"
            "  --loop            Begin again after the end\n"
            "  --mute            Without sound; M brings it back\n"
            "  --no-ui           No text over the picture\n"

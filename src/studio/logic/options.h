@@ -19,6 +19,7 @@ struct StudioOptions
     bool repeats;         // --loop
     int32_t width;        // of the picture, pixels; 0 for the default
     int32_t height;       // the same
+    bool hasFrom;         // --from was given
     uint32_t fromTick;    // --from
     std::string control;  // --control: path of a socket that answers questions; empty for none
     bool wantsHelp;       // --help

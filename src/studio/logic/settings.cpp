@@ -120,6 +120,12 @@ void NotePlace(StudioSettings* settings, const std::string& piece, uint32_t tick
     }
 }
 
+bool IsKnownPiece(const StudioSettings& settings, const std::string& piece)
+{
+    return std::any_of(settings.lastPlaces.begin(), settings.lastPlaces.end(),
+                       [&piece](const auto& place) { return place.first == piece; });
+}
+
 uint32_t FindPlace(const StudioSettings& settings, const std::string& piece)
 {
     for (const auto& [path, tick] : settings.lastPlaces)

@@ -28,6 +28,9 @@ StudioSettings ParseSettings(const std::string& text);
 
 std::string FormatSettings(const StudioSettings& settings);
 
+/// @return whether a piece was open before
+bool IsKnownPiece(const StudioSettings& settings, const std::string& piece);
+
 /// Notes where a piece was left. It becomes the first of lastPlaces.
 void NotePlace(StudioSettings* settings, const std::string& piece, uint32_t tick);
 

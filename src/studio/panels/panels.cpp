@@ -94,11 +94,10 @@ FirstPlaces FindFirstPlaces(float scale)
     const float left = size.x * 0.70f;
     FirstPlaces places = {};
     places.picture = {0.0f, 0.0f, left, picture};
-    const float inside = picture * 0.74f;
-    places.inside = {left, 0.0f, size.x - left, inside};
-    places.changes = {left, inside, size.x - left, picture - inside};
+    places.inside = {left, 0.0f, size.x - left, picture};
     places.transport = {0.0f, picture, size.x, transport};
-    places.timeline = {0.0f, picture + transport, size.x, timeline};
+    places.timeline = {0.0f, picture + transport, left, timeline};
+    places.changes = {left, picture + transport, size.x - left, timeline};
     places.faults = {size.x * 0.40f, picture - size.y * 0.18f, size.x * 0.30f, size.y * 0.18f};
     return places;
 }

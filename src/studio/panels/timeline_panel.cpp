@@ -282,6 +282,10 @@ static void DrawChosenClip(Studio* studio)
     ImGui::TextUnformatted((lines[0] + ", " + lines[2]).c_str());
     NoteItem(studio, "chosen clip");
     ImGui::TextUnformatted(lines[1].c_str());
+    if (ImGui::IsItemHovered()) // it may be longer than the panel
+    {
+        ImGui::SetTooltip("%s", lines[1].c_str());
+    }
 }
 
 void DrawTimelinePanel(Studio* studio)
