@@ -853,8 +853,7 @@ static bool IsBusy(const Studio* studio)
 {
     return studio->seek.isOn || studio->transport.plays || studio->loader.isRunning ||
            studio->musician.pid != 0 || studio->cost.counter.pid != 0 ||
-           studio->folder.builder.isBuilding ||
-           studio->folder.mustCompare;
+           studio->folder.builder.isBuilding || studio->folder.mustCompare;
 }
 
 /// What comes by itself and shows in panels: the window is drawn anew when it changes.
