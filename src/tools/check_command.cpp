@@ -190,6 +190,12 @@ static std::string ShownSeverity(Severity severity, bool hasColors)
     return hasColors ? kColors[static_cast<size_t>(severity)] + word + "\x1b[0m" : word;
 }
 
+/// What helps, in the language that the author wrote.
+static const std::string& CureOf(const Finding& finding, const Origin* origin)
+{
+    return origin == nullptr || finding.pythonCure.empty() ? finding.cure : finding.pythonCure;
+}
+
 /// The author's own line comes first where it is known: that is where editors jump to.
 static void PrintFinding(const CheckedPath& checked, const Finding& finding, bool hasColors)
 {
@@ -205,9 +211,10 @@ static void PrintFinding(const CheckedPath& checked, const Finding& finding, boo
         PrintWay(checked, finding, *origin);
     }
     PrintSource(checked, finding);
-    if (!finding.cure.empty())
+    const std::string& cure = CureOf(finding, origin);
+    if (!cure.empty())
     {
-        printf("    cure: %s\n", PlainText(finding.cure).c_str());
+        printf("    cure: %s\n", PlainText(cure).c_str());
     }
 }
 
@@ -340,9 +347,10 @@ static std::string FindingJson(const CheckedPath& checked, const Finding& findin
         add("author", LinesJson(origin->lines));
     }
     add("text", Quoted(finding.text));
-    if (!finding.cure.empty())
+    const std::string& cure = CureOf(finding, origin);
+    if (!cure.empty())
     {
-        add("cure", Quoted(finding.cure));
+        add("cure", Quoted(cure));
     }
     return json + "}";
 }

@@ -16,6 +16,8 @@
 #include "engine/textures/decode_image.h"
 #include "tools/check_command.h"
 #include "tools/container.h"
+#include "tools/document_trees.h"
+#include "tools/files.h"
 #include "tools/folder_sources.h"
 #include "tools/mesh_import.h"
 #include "tools/overwrite.h"
@@ -23,6 +25,7 @@
 #include "tools/png_file.h"
 #include "tools/report.h"
 #include "tools/shrink_piece.h"
+#include "tools/text_layout.h"
 
 /// A document with a mistake is refused here: the player would go on without all that follows it.
 static bool CheckDocument(const std::string& path, const Bytes& text)
@@ -389,13 +392,38 @@ bool PackFolder(const std::string& folder, const std::string& package, const Bui
     return isPut;
 }
 
+static bool HasDemo(const PackedFolder& packed)
+{
+    return std::any_of(packed.plan.begin(), packed.plan.end(),
+                       [](const PlannedEntry& entry) { return entry.name == "demo.xmlz"; });
+}
+
+/// Tells which files a viewer needs, and how to play them; nothing for a folder without a demo.
+static std::string SendLine(const std::string& folder, const std::string& package,
+                            const PackedFolder& packed)
+{
+    if (!HasDemo(packed))
+    {
+        return "";
+    }
+    Bytes bytes;
+    DocumentTree demo = {"demo.xml", true, false, "", {}};
+    if (ReadWholeFile(folder + "/demo.xml", UINT32_MAX, &bytes))
+    {
+        demo.text.assign(bytes.begin(), bytes.end());
+        demo.isRead = ParseText(demo.text, &demo.tree);
+    }
+    const std::string music = MusicName(demo);
+    const std::string path = Printable(package);
+    return "send " + path + (music.empty() ? "" : " with " + Printable(music) + " beside it") +
+           "; play it by: quorvale-play " + path + "\n";
+}
+
 /// A folder without a demo is no piece yet, and there is nothing to check.
 static bool PassesCheck(const std::string& folder, const PackedFolder& packed, ColorChoice color)
 {
-    const bool hasDemo =
-        std::any_of(packed.plan.begin(), packed.plan.end(),
-                    [](const PlannedEntry& entry) { return entry.name == "demo.xmlz"; });
-    return !hasDemo || CheckPacked(folder, packed.package.bytes, packed.package.size, color);
+    return !HasDemo(packed) ||
+           CheckPacked(folder, packed.package.bytes, packed.package.size, color);
 }
 
 bool BuildFolder(const std::string& folder, const std::string& package, const BuildOptions& options)
@@ -419,7 +447,8 @@ bool BuildFolder(const std::string& folder, const std::string& package, const Bu
     // Put together before the package is in its place: nothing may fail after that.
     const std::string line = Printable(package) + ": " + std::to_string(packed.plan.size()) +
                              (packed.plan.size() == 1 ? " entry, " : " entries, ") +
-                             std::to_string(packed.package.size) + " bytes\n";
+                             std::to_string(packed.package.size) + " bytes\n" +
+                             SendLine(folder, package, packed);
     if (!WritePackage(package, packed.plan, &packed.package))
     {
         return false;

@@ -72,7 +72,7 @@ bool PackFolder(const std::string& folder, const std::string& package, const Bui
                 PackedFolder* packed);
 
 /// Builds a package, over an old one, and prints the lines of ConvertMesh for each mesh, then one
-/// with the number of entries and bytes.
+/// with the number of entries and bytes, and for a piece one on what to send and how to play it.
 /// A folder with a demo is checked first: errors and warnings are printed, and errors end it.
 /// @return false after an error line; the old package is untouched then
 bool BuildFolder(const std::string& folder, const std::string& package,

@@ -1,7 +1,9 @@
 # SPDX-License-Identifier: MIT
 """What is written reads back through the engine as what was meant."""
 
+import json
 import os
+import re
 import subprocess
 import sys
 import zlib
@@ -15,7 +17,9 @@ from quorvale import (FLAT, Bitmap, Camera, Color, Document, Fog, Light, Model, 
 from quorvale.curves import written
 from quorvale.exact import f32
 from quorvale.facts import CATALOGUES
+from quorvale.images import write_png
 from quorvale.items import RECIPES
+from quorvale.meshes import Mesh, square
 from test_curves import single
 
 
@@ -260,6 +264,76 @@ def test_pieces_may_lie_in_folders_of_any_script(dpk, tmp_path):
         run = subprocess.run([dpk, *command], cwd=tmp_path, capture_output=True)
         assert run.returncode == 0, run.stderr
     assert (tmp_path / "пьеса ü/пьеса ü.dpk").exists()
+
+
+def found(dpk, folder):
+    """The findings of a folder's check that are no figures, by their rules."""
+    run = subprocess.run([dpk, "check", "--json", str(folder)], capture_output=True, text=True)
+    return {finding["rule"]: finding for finding in json.loads(run.stdout)["findings"]
+            if finding["rule"] not in ("size", "dearest-tick", "missing-document")}
+
+
+def written_piece(folder, *clips):
+    write_png(str(folder / "image.png"), 4, 4, 3, lambda x, y: (1, 1, 1))
+    square(Mesh()).write(str(folder / "square.obj"))
+    demo = Document()
+    for row, arguments in clips:
+        demo.row(row).show(*arguments[:4], **(arguments[4] if len(arguments) > 4 else {}))
+    demo.write(str(folder / "demo.xml"))
+    return folder
+
+
+def flat_scene(material):
+    scene = Scene()
+    scene.add(Model("square.obj"), material, position=(0.5, 0.5, -0.5))
+    return scene
+
+
+def test_a_clip_after_the_end_is_told_in_the_authors_words(dpk, tmp_path):
+    red = flat_scene(recipes.color((1, 0, 0)))
+    clips = [(0, (red, FLAT, 0, 6000)), (0, (red, FLAT, 7500, 8000)), (1, (red, FLAT, 7600, 7900))]
+    late = found(dpk, written_piece(tmp_path, *clips))["early-end"]
+    begun = int(re.search(r"begins at tick (\d+) ", late["text"])[1])
+    assert late["text"].startswith("the clip is never shown, nor is 1 later clip: it begins at ")
+    assert abs(begun - 7500) <= 1 and "the piece ends at tick 60" in late["text"]
+    assert "demo.row(0).show(Scene(), FLAT, 60" in late["cure"]
+    assert late["author"][0]["file"].endswith("test_document.py")
+    # By its own cure the piece goes on, and black that is meant is no warning.
+    gap = tuple(map(int, re.search(r"FLAT, (\d+), (\d+)\)", late["cure"]).groups()))
+    rest = found(dpk, written_piece(tmp_path, *clips, (0, (Scene(), FLAT, gap[0], 7500))))
+    assert "early-end" not in rest and rest["empty-clip"]["severity"] == "note"
+    # Without a line of Python it is the language of the document.
+    (tmp_path / ".demo.origins").unlink()
+    written_piece(tmp_path, *clips)
+    (tmp_path / ".demo.origins").unlink()
+    assert "space_before" in found(dpk, tmp_path)["early-end"]["cure"]
+
+
+def test_feedback_that_is_seen_is_no_finding(dpk, tmp_path):
+    image = Bitmap("image.png")
+    fed = flat_scene(recipes.clamped_bitmap(bitmap=image))
+    into = {"how": "texture", "target": image}
+    clips = [(0, (fed, FLAT, 0, 400, into)), (1, (flat_scene(recipes.color()), FLAT, 0, 400))]
+    assert set(found(dpk, written_piece(tmp_path, *clips))) == {"target-feeds-itself"}
+    shown = (2, (flat_scene(recipes.clamped_bitmap(bitmap=image)), FLAT, 0, 400))
+    assert not found(dpk, written_piece(tmp_path, *clips, shown))
+    write_png(str(tmp_path / "image.png"), 2048, 2, 3, lambda x, y: (1, 1, 1))
+    large = found(dpk, tmp_path)["large-target"]
+    assert "2048x2 pixels" in large["text"] and "a window of 1024x768 cuts" in large["text"]
+    write_png(str(tmp_path / "image.png"), 5, 4, 3, lambda x, y: (1, 1, 1))
+    assert found(dpk, tmp_path)["odd-sides"]["cure"] == "scale it to 8x4"
+    (tmp_path / "image.png").write_text("no image")
+    assert "PNG, JPEG, TGA or BMP" in found(dpk, tmp_path)["damaged-entry"]["cure"]
+
+
+def test_a_missing_mesh_is_not_taken_for_another(dpk, tmp_path):
+    scene = flat_scene(recipes.color())
+    scene.add(Model("sail.obj"), recipes.color(), position=(0.5, 0.5, -0.5))
+    written_piece(tmp_path, (0, (scene, FLAT, 0, 400)))
+    for near, text in (("snail.obj", 'an entry "snail.model"'), ("ship.obj", "Mesh().write")):
+        square(Mesh()).write(str(tmp_path / near))
+        assert text in found(dpk, tmp_path)["missing-entry"]["cure"]
+        (tmp_path / near).unlink()
 
 
 def test_passes_have_targets_or_none():

@@ -24,6 +24,9 @@ TEST(NewCommand, MakesAPieceThatBuilds)
     run = RunDpk(folder, {"build", "mine"});
     EXPECT_EQ(run.exitCode, 0) << run.err;
     EXPECT_NE(run.out.find("mine/mine.dpk: 5 entries, "), std::string::npos) << run.out;
+    EXPECT_TRUE(run.out.ends_with("send mine/mine.dpk with tune.xm beside it; play it by: "
+                                  "quorvale-play mine/mine.dpk\n"))
+        << run.out;
     run = RunDpk(folder, {"list", "mine/mine.dpk"});
     for (const char* name :
          {"demo.xmlz", "loading.xmlz", "ball.model", "ring.model", "screen.model"})

@@ -52,10 +52,13 @@ static void CheckBitmaps(CheckContext* context, CheckedDocument* checked)
                             std::has_single_bit(static_cast<uint32_t>(bitmap->height));
         if (bitmap->width > 0 && !isEven)
         {
-            AddFinding(&cursor.spot, Severity::kNote, Rule::kOddSides, cursor.node,
-                       FormatText("the image has %dx%d pixels; sides that are powers of two stay "
-                                  "sharp and work everywhere",
-                                  bitmap->width, bitmap->height));
+            AddFinding(&cursor.spot, Severity::kWarning, Rule::kOddSides, cursor.node,
+                       FormatText("the image has %dx%d pixels: where it is drawn smaller than it "
+                                  "is it comes out slanted, as its sides are no powers of two",
+                                  bitmap->width, bitmap->height))
+                ->cure =
+                FormatText("scale it to %ux%u", std::bit_ceil(static_cast<uint32_t>(bitmap->width)),
+                           std::bit_ceil(static_cast<uint32_t>(bitmap->height)));
         }
     }
 }
@@ -212,8 +215,9 @@ struct ObjectRules
 static bool LaysTwo(const Material* material, const VocabularyRow* recipe)
 {
     const uint32_t first = (recipe->traits & kTraitLit) != 0 ? 1 : 0;
-    return (recipe->traits & kTraitCoordinates2) != 0 && material->refs[first] != 0 &&
-           material->refs[first + 1] != 0;
+    // What reflects takes no coordinates for its first image.
+    return (recipe->traits & kTraitCoordinates2) != 0 && (recipe->traits & kTraitReflects) == 0 &&
+           material->refs[first] != 0 && material->refs[first + 1] != 0;
 }
 
 static void CheckModelUse(const ObjectRules& rules, const TiXmlNode* node, uint32_t modelId,
@@ -239,10 +243,13 @@ static void CheckModelUse(const ObjectRules& rules, const TiXmlNode* node, uint3
         !told->coordinates)
     {
         told->coordinates = true;
-        AddFinding(&rules.cursor.spot, Severity::kWarning, Rule::kNoCoordinates, node,
-                   FormatText("the recipe \"%s\" lays a texture, and %s has no coordinates for it",
-                              recipe->name, name.c_str()))
-            ->cure = "unwrap the mesh, or take a recipe that reflects";
+        Finding* finding =
+            AddFinding(&rules.cursor.spot, Severity::kWarning, Rule::kNoCoordinates, node,
+                       FormatText("the recipe \"%s\" lays a texture, and %s has no coordinates for "
+                                  "it",
+                                  recipe->name, name.c_str()));
+        finding->cure = "unwrap the mesh, or take a recipe that reflects";
+        finding->pythonCure = "unwrap the mesh, or take recipes.environment(...), which needs none";
     }
     if (hasMesh && LaysTwo(material, recipe) && model->mesh.texCoordSets < 2 && !told->secondSet)
     {
@@ -354,6 +361,54 @@ static const TiXmlNode* ClipNode(const DemoDocument* document, uint32_t row, uin
     return ChildAt(ChildAt(SectionNode(document, Section::kTimeline), row + 1), clip + 1);
 }
 
+/// @return the bitmap that a clip draws into; 0 for none
+static uint32_t TargetOf(const DemoDocument* document, uint32_t row, uint32_t clip)
+{
+    const Timeline* timeline = document->timeline;
+    const VocabularyRow* pass = FindVocabularyRow(kCataloguePasses, timeline->passKind[row][clip]);
+    const uint32_t id = static_cast<uint32_t>(TruncateToInt(timeline->passParams[row][clip][0]));
+    const bool draws = pass != nullptr && (pass->traits & kTraitTarget) != 0;
+    return draws && GetObject(id, document->bitmaps) != nullptr ? id : 0;
+}
+
+/// Whether a clip that is seen shows the bitmap without drawing into it.
+static bool IsShownElsewhere(const CheckedDocument* checked, uint32_t bitmapId)
+{
+    const Timeline* timeline = checked->document.timeline;
+    for (uint32_t row = 0; row < kTimelineRows; ++row)
+    {
+        for (uint32_t clip = 0; clip < timeline->clipCount[row]; ++clip)
+        {
+            if (checked->played.seenClips[row][clip] != 0 &&
+                TargetOf(&checked->document, row, clip) != bitmapId &&
+                SceneShows(&checked->document, timeline->sceneId[row][clip], bitmapId))
+            {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+/// A target that the usual window can't hold: its picture is drawn in a corner of the window.
+static void CheckTargetSize(const Spot* spot, const TiXmlNode* node, uint32_t bitmapId)
+{
+    static constexpr int32_t kWidth = 1024; // the launcher's choice at first
+    static constexpr int32_t kHeight = 768;
+    const DemoDocument* document = &spot->checked->document;
+    const BitmapTexture* bitmap = GetRecord<BitmapTexture>(bitmapId, document->bitmaps);
+    if (bitmap->width <= kWidth && bitmap->height <= kHeight)
+    {
+        return;
+    }
+    AddFinding(spot, Severity::kWarning, Rule::kLargeTarget, node,
+               FormatText("the clip draws into %s of %dx%d pixels in a corner of the window, and "
+                          "a window of %dx%d cuts its picture off",
+                          ItemText(document, Section::kBitmaps, bitmapId).c_str(), bitmap->width,
+                          bitmap->height, kWidth, kHeight))
+        ->cure = FormatText("give the image %dx%d pixels at most", kWidth, kHeight / 3 * 2);
+}
+
 static void CheckTarget(const Spot* spot, uint32_t row, uint32_t clip, uint32_t bitmapId,
                         std::vector<uint8_t>* told)
 {
@@ -363,17 +418,23 @@ static void CheckTarget(const Spot* spot, uint32_t row, uint32_t clip, uint32_t 
     if ((*told)[bitmapId - 1] == 0 && !IsShown(spot->checked, bitmapId))
     {
         (*told)[bitmapId - 1] = 1;
-        AddFinding(spot, Severity::kWarning, Rule::kTargetNotShown, node,
-                   FormatText("the clip draws into %s, and nothing shows it", name.c_str()))
-            ->cure = "name it in a material, or draw to the window";
+        Finding* finding =
+            AddFinding(spot, Severity::kWarning, Rule::kTargetNotShown, node,
+                       FormatText("the clip draws into %s, and nothing shows it", name.c_str()));
+        finding->cure = "name it in a material, or draw to the window";
+        finding->pythonCure =
+            "show it by recipes.bitmap(bitmap=...) in a later row, or leave out how and target";
     }
-    if (SceneShows(document, document->timeline->sceneId[row][clip], bitmapId))
+    if (SceneShows(document, document->timeline->sceneId[row][clip], bitmapId) &&
+        !IsShownElsewhere(spot->checked, bitmapId))
     {
         AddFinding(spot, Severity::kNote, Rule::kTargetFeedsItself, node,
-                   FormatText("the clip draws into %s while it shows it, as the frame before left "
-                              "it",
-                              name.c_str()));
+                   FormatText("the clip draws into %s and alone shows it, as the frame before left "
+                              "it: no other clip lets it be seen",
+                              name.c_str()))
+            ->cure = "show it in a later row";
     }
+    CheckTargetSize(spot, node, bitmapId);
 }
 
 /// A bitmap that is shown as a target, though no frame reaches the clips that would draw it.
@@ -388,16 +449,6 @@ static void CheckUndrawn(const Spot* spot, uint32_t row, uint32_t clip, uint32_t
                        ItemText(&spot->checked->document, Section::kBitmaps, bitmapId).c_str()))
             ->cure = "let the clip lie where frames see it";
     }
-}
-
-/// @return the bitmap that a clip draws into; 0 for none
-static uint32_t TargetOf(const DemoDocument* document, uint32_t row, uint32_t clip)
-{
-    const Timeline* timeline = document->timeline;
-    const VocabularyRow* pass = FindVocabularyRow(kCataloguePasses, timeline->passKind[row][clip]);
-    const uint32_t id = static_cast<uint32_t>(TruncateToInt(timeline->passParams[row][clip][0]));
-    const bool draws = pass != nullptr && (pass->traits & kTraitTarget) != 0;
-    return draws && GetObject(id, document->bitmaps) != nullptr ? id : 0;
 }
 
 static void CheckTargets(CheckContext* context, CheckedDocument* checked)

@@ -176,11 +176,14 @@ static std::vector<RecipeReference> RecipeReferences(const VocabularyRow* row)
 static void TellMissingReference(ReferenceWalk* walk, Severity severity, const TiXmlBase* node,
                                  const RecipeReference& reference, const VocabularyRow* row)
 {
-    AddFinding(&walk->spot, severity, Rule::kMissingReference, node,
-               FormatText("the recipe \"%s\" takes a %s, and the material names none", row->name,
-                          reference.name))
-        ->cure = FormatText("add <%s value=\"ID\"/>",
-                            reference.section == Section::kLights ? "light" : "texture");
+    const char* word = reference.section == Section::kLights ? "light" : "texture";
+    Finding* finding =
+        AddFinding(&walk->spot, severity, Rule::kMissingReference, node,
+                   FormatText("the recipe \"%s\" takes a %s, and the material names none",
+                              row->name, reference.name));
+    finding->cure = FormatText("add <%s value=\"ID\"/>", word);
+    finding->pythonCure = FormatText("give the recipe a %s=...",
+                                     reference.section == Section::kBitmaps ? "bitmap" : word);
 }
 
 /// A name of a child that says something else than its place makes of it.
@@ -254,6 +257,7 @@ static void FollowEffectReferences(ReferenceWalk* walk, const TiXmlElement* item
                    FormatText("the recipe \"%s\" takes a 2D effect, and the material names none",
                               row->name))
             ->cure = "add <effect2d value=\"ID\"/>";
+        walk->spot.context->findings->back().pythonCure = "give the recipe an effect=...";
     }
 }
 

@@ -750,6 +750,34 @@ static std::string MissingFileCure(Section section, const std::string& entry)
     return cure;
 }
 
+static std::string StemOf(const std::string& name)
+{
+    return name.substr(0, name.rfind('.'));
+}
+
+/// Whether two names without their endings differ in one stretch of a letter, or of a quarter of
+/// them: short names are near by chance, as "ship" and "sail".
+static bool IsStemNear(const std::string& wanted, const std::string& entry)
+{
+    const std::string a = StemOf(wanted);
+    const std::string b = StemOf(entry);
+    const size_t shorter = std::min(a.size(), b.size());
+    size_t before = 0;
+    while (before < shorter && a[before] == b[before])
+    {
+        ++before;
+    }
+    size_t after = 0;
+    while (after < shorter - before && a[a.size() - 1 - after] == b[b.size() - 1 - after])
+    {
+        ++after;
+    }
+    const size_t rest = std::max(a.size(), b.size()) - before - after;
+    const bool isSwapped = rest == 2 && a.size() == b.size() && a[before] == b[before + 1] &&
+                           a[before + 1] == b[before];
+    return isSwapped || rest <= std::max<size_t>(1, shorter / 4);
+}
+
 /// The entry whose name is nearest to the one that a fault quotes, else how to add one.
 static std::string MissingEntryCure(const CheckContext* context, const Fault& fault)
 {
@@ -774,6 +802,10 @@ static std::string MissingEntryCure(const CheckContext* context, const Fault& fa
         candidates.push_back(name.c_str());
     }
     const char* nearest = FindNearest(wanted, candidates);
+    if (nearest != nullptr && !IsStemNear(wanted, nearest))
+    {
+        nearest = nullptr;
+    }
     return nearest == nullptr ? MissingFileCure(fault.place.section, wanted)
                               : FormatText("there is an entry \"%s\"", nearest);
 }
@@ -792,6 +824,10 @@ static void TellFault(StructureWalk* walk, const Fault& fault)
     if (words.rule == Rule::kMissingEntry)
     {
         finding->cure = MissingEntryCure(walk->spot.context, fault);
+    }
+    else if (words.rule == Rule::kDamagedEntry && fault.place.section == Section::kBitmaps)
+    {
+        finding->cure = "images are PNG, JPEG, TGA or BMP: save it as one of these";
     }
 }
 

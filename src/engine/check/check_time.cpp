@@ -30,6 +30,7 @@ static void CheckLoop(const Spot* spot, const TiXmlNode* node, const Envelope* e
                               static_cast<double>(envelope->loopBegin),
                               static_cast<double>(envelope->loopEnd)))
             ->cure = "\"loop_end\" has to be later than \"loop_begin\"; type 0 does not loop";
+        spot->context->findings->back().pythonCure = "looped(begin, end) ends later than it begins";
     }
 }
 
@@ -155,7 +156,10 @@ static void CheckClip(const PlacedClip* placed, uint32_t start, uint32_t end)
         !HasFailedItem(checked, Section::kScenes, sceneId) &&
         !DrawsSomething(&checked->document, sceneId))
     {
-        AddFinding(&placed->spot, Severity::kWarning, Rule::kEmptyClip, placed->node,
+        // A scene without objects fills a gap with black, and hardly by mistake.
+        const Scene* scene = GetRecord<Scene>(sceneId, checked->document.scenes);
+        AddFinding(&placed->spot, scene->objectCount == 0 ? Severity::kNote : Severity::kWarning,
+                   Rule::kEmptyClip, placed->node,
                    FormatText("%s has nothing to draw",
                               ItemText(&checked->document, Section::kScenes, sceneId).c_str()));
     }
@@ -169,7 +173,34 @@ struct TimelineEnd
     Spot spot;
 };
 
-static TimelineEnd CheckRows(CheckContext* context, CheckedDocument* checked)
+/// Clips that begin when the piece has ended.
+struct LateClips
+{
+    uint32_t count;
+    uint32_t start;        // of the first of them, in ticks
+    const TiXmlNode* node; // of the first
+    Spot spot;             // of the first
+};
+
+static void CountLate(const PlacedClip* placed, uint32_t start, LateClips* late)
+{
+    const PlayResult& played = placed->spot.checked->played;
+    const uint32_t sceneId =
+        placed->spot.checked->document.timeline->sceneId[placed->row][placed->clip];
+    if (sceneId == 0 || !played.hasEnd || start < played.endTick)
+    {
+        return;
+    }
+    if (late->count == 0 || start < late->start)
+    {
+        late->start = start;
+        late->node = placed->node;
+        late->spot = placed->spot;
+    }
+    late->count += 1;
+}
+
+static TimelineEnd CheckRows(CheckContext* context, CheckedDocument* checked, LateClips* late)
 {
     const Timeline* timeline = checked->document.timeline;
     const TiXmlNode* row = SectionNode(&checked->document, Section::kTimeline)->FirstChild();
@@ -185,6 +216,7 @@ static TimelineEnd CheckRows(CheckContext* context, CheckedDocument* checked)
                 {context, checked, Section::kTimeline, r + 1, c + 1, nullptr}, node, r, c};
             const uint32_t end = time + timeline->spaceBefore[r][c] + timeline->length[r][c];
             CheckClip(&placed, time + timeline->spaceBefore[r][c], end);
+            CountLate(&placed, time + timeline->spaceBefore[r][c], late);
             const bool isFound = timeline->clipEnd[r][c] == end;
             if (timeline->sceneId[r][c] != 0 && isFound && end > last.tick)
             {
@@ -196,7 +228,30 @@ static TimelineEnd CheckRows(CheckContext* context, CheckedDocument* checked)
     return last;
 }
 
-static void CheckEnd(CheckedDocument* checked, const TimelineEnd& last)
+/// The first of the clips that begin after the end, which stand for all of them.
+static void TellLate(const LateClips& late, uint32_t end)
+{
+    const uint32_t others = late.count - 1;
+    const double second = 1.0 / kTicksPerSecond;
+    const std::string more =
+        others == 0 ? ""
+                    : FormatText(", nor %s %u later clip%s", others == 1 ? "is" : "are", others,
+                                 others == 1 ? "" : "s");
+    Finding* finding =
+        AddFinding(&late.spot, Severity::kWarning, Rule::kEarlyEnd, late.node,
+                   FormatText("the clip is never shown%s: it begins at tick %u (%g s), and the "
+                              "piece ends at tick %u (%g s), where no row has a scene",
+                              more.c_str(), late.start, late.start * second, end, end * second));
+    finding->cure = FormatText("let it begin at tick %u, by a smaller \"space_before\" in its row, "
+                               "or fill the gap; a scene without objects is black",
+                               end);
+    finding->pythonCure =
+        FormatText("let it begin at tick %u, or let a clip last until it begins; Scene() without "
+                   "objects is black: demo.row(0).show(Scene(), FLAT, %u, %u)",
+                   end, end, late.start);
+}
+
+static void CheckEnd(CheckedDocument* checked, const TimelineEnd& last, const LateClips& late)
 {
     const PlayResult& played = checked->played;
     const Timeline* timeline = checked->document.timeline;
@@ -210,7 +265,11 @@ static void CheckEnd(CheckedDocument* checked, const TimelineEnd& last)
                                                : "tick 0 has no scene, so nothing plays");
         return;
     }
-    if (played.hasEnd && played.endTick < last.tick)
+    if (late.count != 0)
+    {
+        TellLate(late, played.endTick);
+    }
+    else if (played.hasEnd && played.endTick < last.tick)
     {
         AddFinding(&spot, Severity::kWarning, Rule::kEarlyEnd, last.node,
                    FormatText("the piece ends at tick %u, where no row has a scene; this clip goes "
@@ -253,11 +312,12 @@ static void CheckLoadingEnd(const TimelineEnd& last)
 void CheckTime(CheckContext* context, CheckedDocument* checked)
 {
     CheckEnvelopes(context, checked);
-    const TimelineEnd last = CheckRows(context, checked);
+    LateClips late = {};
+    const TimelineEnd last = CheckRows(context, checked, &late);
     if (!checked->failed[static_cast<size_t>(Section::kTimeline)].empty())
     {
         return; // rows end where their readers failed
     }
-    checked->isDemo ? CheckEnd(checked, last) : CheckLoadingEnd(last);
+    checked->isDemo ? CheckEnd(checked, last, late) : CheckLoadingEnd(last);
     CheckFirstRow(checked, last);
 }

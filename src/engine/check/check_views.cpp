@@ -279,11 +279,13 @@ static void TellUnseen(ViewWalk* walk, const ClipView& view, uint32_t sceneId,
     }
     const Spot spot = {walk->context, walk->checked, Section::kTimeline,
                        view.row + 1,  view.clip + 1, nullptr};
-    AddFinding(&spot, Severity::kWarning, Rule::kNeverSeen, ClipNode(document, view.row, view.clip),
-               FormatText("nothing of %s is seen while the clip lasts; at its end of its objects "
-                          "are %s",
-                          ItemText(document, Section::kScenes, sceneId).c_str(), reasons.c_str()))
-        ->cure = "the camera looks along negative z, from near plane 0.1 to far plane 1000";
+    Finding* finding = AddFinding(
+        &spot, Severity::kWarning, Rule::kNeverSeen, ClipNode(document, view.row, view.clip),
+        FormatText("nothing of %s is seen while the clip lasts; at its end of its objects "
+                   "are %s",
+                   ItemText(document, Section::kScenes, sceneId).c_str(), reasons.c_str()));
+    finding->cure = "the camera looks along negative z, from near plane 0.1 to far plane 1000";
+    finding->pythonCure = "look(eye, target) sees what lies 0.1 to 1000 from the eye";
 }
 
 static void CheckClipView(ViewWalk* walk, uint32_t row, uint32_t clip)

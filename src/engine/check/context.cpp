@@ -8,7 +8,7 @@
 Finding* AddFinding(const Spot* spot, Severity severity, Rule rule, const TiXmlBase* node,
                     std::string text)
 {
-    Finding finding = {severity, rule, {}, "", std::move(text), ""};
+    Finding finding = {severity, rule, {}, "", std::move(text), "", ""};
     finding.place = PlaceAt(spot->checked == nullptr ? nullptr : spot->checked->document.name,
                             spot->section, spot->item, spot->part);
     if (node != nullptr)

@@ -22,7 +22,7 @@ static constexpr const char* kRuleNames[] = {
     "ignored-alpha", "bitmap-without-alpha", "grey-bitmap", "odd-sides", "no-coordinates",
     "one-coordinate-set", "no-normals", "flat-triangles", "inside-out", "no-scale",
     "target-not-shown", "target-not-drawn",
-    "target-feeds-itself", "open-target", "blank-picture",
+    "target-feeds-itself", "open-target", "large-target", "blank-picture",
     "empty-timeline", "early-end", "hidden-clip", "past-index", "empty-loop", "late-spline",
     "loading-length", "short-first-row", "empty-clip", "never-seen",
     "too-many-instances", "too-large", "near-limit", "dearest-tick", "size",

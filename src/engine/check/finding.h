@@ -72,6 +72,7 @@ enum class Rule : uint8_t
     kTargetNotDrawn,
     kTargetFeedsItself,
     kOpenTarget,
+    kLargeTarget,
     kBlankPicture,
     // Time
     kEmptyTimeline,
@@ -104,10 +105,11 @@ struct Finding
 {
     Severity severity;
     Rule rule;
-    Place place;      // document null for the package itself
-    std::string name; // of the item, as the document gives it; empty for none
-    std::string text; // what is wrong, without the place
-    std::string cure; // what helps; empty where that is plain
+    Place place;                 // document null for the package itself
+    std::string name;            // of the item, as the document gives it; empty for none
+    std::string text;            // what is wrong, without the place
+    std::string cure;            // what helps; empty where that is plain
+    std::string pythonCure = {}; // the same for a piece in Python; empty where cure does for both
 };
 
 using FindingList = std::vector<Finding>;

@@ -157,7 +157,7 @@ static constexpr DocumentCase kCases[] = {
     {Rule::kEmptyLoop, kWarn, "<envelopes>", "loop_type=\"0\"", "loop_type=\"1\"", 0},
     {Rule::kLateSpline, kNote, "<envelopes>", "<piece type=\"1\" length=\"200\"><p>0.01</p><p>1</p>", "<piece type=\"4\" length=\"200\"><p>5</p><p>1</p><p>200</p><p>2</p>", 0},
     {Rule::kLateSpline, kWarn, "<envelopes>", "<piece type=\"1\" length=\"200\"><p>0.01</p><p>1</p>", "<piece type=\"4\" length=\"200\"><p>0</p><p>1</p><p>100</p><p>2</p><p>50</p><p>2</p>", 0},
-    {Rule::kEmptyClip, kWarn, "<scenes>", "<scene name=\"hall\">", "<scene/><scene>", kAnyLine},
+    {Rule::kEmptyClip, kNote, "<scenes>", "<scene name=\"hall\">", "<scene/><scene>", kAnyLine},
     {Rule::kTooManyInstances, kError, "<scenes>", "<manipulator type=\"2\"><p type=\"static\" value=\"0\"/>", "<manipulator type=\"1\"><p type=\"static\" value=\"2000000\"/>", -5},
 };
 // clang-format on
@@ -258,7 +258,7 @@ TEST_F(RulesTest, EntriesHaveTheirMistakesTold)
     const std::string three = Image(4, 4, 3);
     EXPECT_TRUE(Has(CheckEntry({"alpha.tga", three}), Rule::kBitmapWithoutAlpha, kWarn, 33));
     EXPECT_TRUE(Has(CheckEntry({"alpha.tga", Image(4, 4, 1)}), Rule::kGreyBitmap, kWarn, 27));
-    EXPECT_TRUE(Has(CheckEntry({"alpha.tga", Image(5, 4, 4)}), Rule::kOddSides, kNote, 27));
+    EXPECT_TRUE(Has(CheckEntry({"alpha.tga", Image(5, 4, 4)}), Rule::kOddSides, kWarn, 27));
     EXPECT_TRUE(Has(CheckEntry({"alpha.tga", "damaged"}), Rule::kDamagedEntry, kError, 27));
     EXPECT_TRUE(Has(CheckEntry({"more.tga", three}), Rule::kUnnamedEntry, kNote, 0));
     const std::string noSets = SquareModel([](ModelSource* source) { source->texCoords.clear(); });
@@ -764,7 +764,7 @@ static constexpr Rule kTestedAlone[] = {
     Rule::kLoadingLength,     Rule::kTooLarge,        Rule::kSize,
     Rule::kNeverSeen,         Rule::kShortFirstRow,   Rule::kTargetNotDrawn,
     Rule::kInsideOut,         Rule::kNearLimit,       Rule::kMusicLength,
-    Rule::kDearestTick,       Rule::kBlankPicture,
+    Rule::kDearestTick,       Rule::kBlankPicture,    Rule::kLargeTarget,
 };
 
 TEST(RuleNames, AllHaveATest)
