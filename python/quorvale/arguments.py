@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What functions take, held to their annotations where they are called.
+"""Arguments of public functions, held to their annotations where they are called.
 
 A tuple in the place of a number fails somewhere inside, in words of Python's own. `check_arguments`
 lays a check around all public functions, so that the message names the function and the parameter

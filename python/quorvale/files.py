@@ -51,7 +51,7 @@ def note_document(origin: Origin, has_text: bool) -> None:
 
 
 def demo_stamp() -> tuple[int, int, int] | None:
-    """What changes when `demo.xml` of the working directory is written; None without one.
+    """Changes when `demo.xml` of the working directory is written; None without one.
 
     >>> demo_stamp() is None
     True
