@@ -264,7 +264,7 @@ TEST(LoadPiece, AFaultBehindATickIsTheDemosOwn)
         LinesWith(run.record, {"! ", "RenderFrame"}),
         "RenderFrame loading.xmlz scene 7 time 50 1024x768 aspect 1.33333337 vbo 0 pbo 0 npot "
         "0 dot3 1\n"
-        "! quorvale: demo.xmlz, section 10 (timeline), row 1, clip 1: attribute \"id\" of "
+        "! quorvale: demo.xmlz, section 10 (timeline), row 2, clip 1: attribute \"id\" of "
         "<clip> is missing\n");
     EXPECT_EQ(run.record.substr(run.record.size() - 9), "SDL_Quit\n");
 }
@@ -380,7 +380,7 @@ TEST(LoadPiece, EachSectionHasItsReader)
         const char* item;
         const char* fault;
     } cases[] = {
-        {0, "<x/>", "section 0 (layers), item 0: "},
+        {0, "<x/>", "section 0 (layers), item 1: "},
         {1, "<x><y/></x>", "section 1 (procedural textures), item 1, step 1: "},
         {2, "<x/>", "section 2 (models), item 1: attribute \"filename\" of <x> is missing"},
         {3, "<x/>", "section 3 (envelopes), item 1: "},
@@ -390,7 +390,7 @@ TEST(LoadPiece, EachSectionHasItsReader)
         {7, "<x/>", "section 7 (materials), item 1: "},
         {8, "<x/>", "section 8 (generated meshes), item 1: "},
         {9, "<x><y/></x>", "section 9 (scenes), item 1, object 1: "},
-        {10, "<x><y/></x>", "section 10 (timeline), row 0, clip 1: "},
+        {10, "<x><y/></x>", "section 10 (timeline), row 1, clip 1: "},
         {10, "", "section 10 (timeline): the timeline has no row"},
     };
     for (const auto& c : cases)

@@ -451,7 +451,7 @@ TEST_F(RealPlayer, ADamagedDocumentEndsItWithOneLineThatSaysWhere)
          "quorvale: demo.xmlz, section 2 (models): the section is missing"},
         {MakeDocument(unmodelled), "quorvale: demo.xmlz, section 2 (models), item 1: attribute"},
         {MakeDocument(dangling),
-         "quorvale: demo.xmlz, section 10 (timeline), row 0, clip 1: scene"},
+         "quorvale: demo.xmlz, section 10 (timeline), row 1, clip 1: scene"},
     };
     for (const auto& c : cases)
     {

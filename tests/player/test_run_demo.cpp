@@ -555,7 +555,7 @@ TEST(RunDemo, AFaultNamesItsPlaceAndGivesTheDisplayBack)
 
     EXPECT_EQ(run.exitCode, 1);
     std::string end = "SDL_GetTicks 0\n"
-                      "! quorvale: demo.xmlz, section 10 (timeline), row 0, clip 1: attribute "
+                      "! quorvale: demo.xmlz, section 10 (timeline), row 1, clip 1: attribute "
                       "\"id\" of <clip> is missing\n"
                       "SDL_Quit\n";
     EXPECT_EQ(run.record.substr(run.record.size() - end.size()), end);

@@ -411,9 +411,9 @@ TEST(TexturesCommand, FaultsOfADocumentEndWithTheirPlace)
         std::string items;
         const char* what;
     } cases[] = {
-        {0, "<l/>", "section 0 (layers), item 0: attribute \"type\" of <l> is missing"},
+        {0, "<l/>", "section 0 (layers), item 1: attribute \"type\" of <l> is missing"},
         {0, layer + "<l type=\"0\">" + parameters + "</l>",
-         "section 0 (layers), item 1, parameter 25: more than 24 parameters"},
+         "section 0 (layers), item 2, parameter 25: more than 24 parameters"},
         {1, "<t/><t><layer type=\"101\" id=\"0\"/></t>",
          "section 1 (procedural textures), item 2, step 1: there is no layer 0, the document has "
          "0"},

@@ -136,8 +136,7 @@ static void FormatPlace(const Place& place, char* text, size_t size)
     const VocabularySection* words = FindVocabularySection(place.section);
     if (words != nullptr && place.item != 0)
     {
-        snprintf(item, sizeof(item), ", %s %u", words->faultItem,
-                 ItemNumber(place.section, place.item));
+        snprintf(item, sizeof(item), ", %s %u", words->faultItem, place.item);
     }
     if (words != nullptr && place.part != 0)
     {

@@ -104,7 +104,6 @@ const Fault* GetFault(const FaultList* faults, uint32_t i);
 
 /// Writes the line that tells a fault, without a newline:
 ///   quorvale: demo.xmlz, section 3 (envelopes), item 2, piece 1: attribute "length" is missing
-/// Items are told by ItemNumber: rows of the timeline and layers from 0, others from 1.
 /// Control characters and bytes that are no UTF-8 become \xNN.
 /// @param program   the name that the line begins with
 /// @param line      receives size bytes at most, the zero at the end included; a fault needs no

@@ -89,7 +89,7 @@ TEST_F(AnimatedValueTest, AnIdWithoutEnvelopeIsAFault)
     for (const IdCase& c : cases)
     {
         EXPECT_EQ(ResolveValue(c.id, true, &animation, 0), 0.0f);
-        expected += "quorvale: demo.xmlz, section 10 (timeline), row 0, clip 4: ";
+        expected += "quorvale: demo.xmlz, section 10 (timeline), row 1, clip 4: ";
         expected += c.fault;
     }
     EXPECT_EQ(FaultText(faults), expected);

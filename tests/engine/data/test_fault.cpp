@@ -56,7 +56,7 @@ TEST_F(FaultTest, LeavesOutWhatIsNotKnown)
 TEST_F(FaultTest, EachSectionHasItsWords)
 {
     const char* const words[] = {
-        "section 0 (layers), item 0, parameter 2",
+        "section 0 (layers), item 1, parameter 2",
         "section 1 (procedural textures), item 1, step 2",
         "section 2 (models), item 1, part 2",
         "section 3 (envelopes), item 1, piece 2",
@@ -66,7 +66,7 @@ TEST_F(FaultTest, EachSectionHasItsWords)
         "section 7 (materials), item 1, child 2",
         "section 8 (generated meshes), item 1, parameter 2",
         "section 9 (scenes), item 1, object 2",
-        "section 10 (timeline), row 0, clip 2",
+        "section 10 (timeline), row 1, clip 2",
         "music node, item 1, part 2",
     };
     for (int32_t number = 0; number <= kSectionCount; ++number)

@@ -276,7 +276,7 @@ TEST(Piece, AFaultInAnySectionLeavesNothing)
         const char* line;
     };
     const Case cases[] = {
-        {0, "<l/>", "section 0 (layers), item 3: attribute \"type\" of <l> is missing"},
+        {0, "<l/>", "section 0 (layers), item 4: attribute \"type\" of <l> is missing"},
         {1, "<t><layer type=\"101\" id=\"9\"/></t>",
          "section 1 (procedural textures), item 3, step 1: there is no layer 9, the document has "
          "3"},
@@ -292,7 +292,7 @@ TEST(Piece, AFaultInAnySectionLeavesNothing)
         {9, "<s><o/></s>",
          "section 9 (scenes), item 4, object 1: attribute \"type\" of <o> is missing"},
         {10, "<row><c/></row>",
-         "section 10 (timeline), row 2, clip 1: attribute \"id\" of <c> is missing"},
+         "section 10 (timeline), row 3, clip 1: attribute \"id\" of <c> is missing"},
     };
     for (const Case& c : cases)
     {

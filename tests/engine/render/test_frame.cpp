@@ -538,7 +538,7 @@ class FaultyClipTest : public FrameTest
     /// @return the calls of the faulty clip alone
     std::string CallsOfClip(const std::string& words)
     {
-        const std::string calls = RenderToFault(200, "section 10 (timeline), row 2, clip 2", words);
+        const std::string calls = RenderToFault(200, "section 10 (timeline), row 3, clip 2", words);
         const std::string before = kWindow + kPlainClip;
         EXPECT_EQ(calls.substr(0, before.size()), before);
         return calls.substr(before.size());

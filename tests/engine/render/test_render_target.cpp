@@ -318,7 +318,7 @@ TEST_F(RenderTargetTest, ATargetWithoutARecordIsAFault)
     for (int32_t kind : {kPassTexture, kPassTextureWide, kPassTextureQuarter})
     {
         SetTarget(1, 0, kind, 7);
-        EXPECT_EQ(RenderToFault(10, "section 10 (timeline), row 1, clip 1",
+        EXPECT_EQ(RenderToFault(10, "section 10 (timeline), row 2, clip 1",
                                 "bitmap 7, the target of the pass, does not exist"),
                   kWindow + kPlainClip);
     }
@@ -328,7 +328,7 @@ TEST_F(RenderTargetTest, ATargetBelowZeroHasNoRecord)
 {
     SetTarget(0, AddClip(timeline, 0, 0, 100, 1), kPassTexture, 0);
     timeline->passParams[0][0][0] = -1.0f;
-    EXPECT_EQ(RenderToFault(10, "section 10 (timeline), row 0, clip 1",
+    EXPECT_EQ(RenderToFault(10, "section 10 (timeline), row 1, clip 1",
                             "bitmap -1, the target of the pass, does not exist"),
               "");
 }
@@ -338,7 +338,7 @@ TEST_F(RenderTargetTest, TheOpenTargetIsCopiedBeforeTheNextOneIsAFault)
     AddBitmap(256, 64);
     SetTarget(0, AddClip(timeline, 0, 0, 100, 1), kPassTexture, 1);
     SetTarget(1, AddClip(timeline, 1, 0, 100, 1), kPassTexture, 2);
-    EXPECT_EQ(RenderToFault(10, "section 10 (timeline), row 1, clip 1",
+    EXPECT_EQ(RenderToFault(10, "section 10 (timeline), row 2, clip 1",
                             "bitmap 2, the target of the pass, does not exist"),
               Viewport(256, 64) + kPlainClip + Copy(1, 256, 64));
 }

@@ -792,7 +792,7 @@ TEST_F(LayerReading, ATwentyFifthParameterIsAFault)
     ASSERT_TRUE(ReadLayers("<l type=\"9\">" + RepeatText("<p>7</p>", 24) + "</l>"));
     EXPECT_EQ(context.layers[0]->params[23], 7.0f);
     EXPECT_EQ(ReadFault("<l type=\"9\"/><l type=\"9\">" + RepeatText("<p>7</p>", 25) + "</l>"),
-              "quorvale: demo.xmlz, section 0 (layers), item 1, parameter 25: more than 24 "
+              "quorvale: demo.xmlz, section 0 (layers), item 2, parameter 25: more than 24 "
               "parameters\n");
 }
 
@@ -802,16 +802,16 @@ TEST_F(LayerReading, ALayerAfterTheLastPlaceIsAFault)
     EXPECT_EQ(context.layerCount, 248u);
     FreeLayers(&context);
     EXPECT_EQ(ReadFault(RepeatText("<l type=\"9\"/>", 249)),
-              "quorvale: demo.xmlz, section 0 (layers), item 248: more than 248 layers\n");
+              "quorvale: demo.xmlz, section 0 (layers), item 249: more than 248 layers\n");
 }
 
 TEST_F(LayerReading, ATypeAndTextInEachParameterAreRequired)
 {
-    EXPECT_EQ(ReadFault("<l/>"), "quorvale: demo.xmlz, section 0 (layers), item 0: attribute "
+    EXPECT_EQ(ReadFault("<l/>"), "quorvale: demo.xmlz, section 0 (layers), item 1: attribute "
                                  "\"type\" of <l> is missing\n");
     EXPECT_EQ(ReadFault("<l type=\"0\"><p>1</p><p/></l>"),
-              "quorvale: demo.xmlz, section 0 (layers), item 0, parameter 2: <p> has no text\n");
+              "quorvale: demo.xmlz, section 0 (layers), item 1, parameter 2: <p> has no text\n");
     EXPECT_EQ(ReadFault("<l type=\"0\">words</l>"),
-              "quorvale: demo.xmlz, section 0 (layers), item 0, parameter 1: parameter is not an "
+              "quorvale: demo.xmlz, section 0 (layers), item 1, parameter 1: parameter is not an "
               "element\n");
 }

@@ -444,7 +444,7 @@ TEST_F(TimelineTest, AClipTooManyIsAFault)
     {
         clips += PlainClip(0, 1);
     }
-    EXPECT_EQ(FaultOf(clips, 2), "row 2, clip 1025: the row has more than 1024 clips\n");
+    EXPECT_EQ(FaultOf(clips, 2), "row 3, clip 1025: the row has more than 1024 clips\n");
 }
 
 TEST_F(TimelineTest, AMissingAttributeIsAFault)
@@ -461,10 +461,10 @@ TEST_F(TimelineTest, AMissingAttributeIsAFault)
             PlainClip(0, 100) +
             Clip(attributes, Camera() + Value("static", "60") + "<f type=\"0\"/>");
         EXPECT_EQ(FaultOf(clips, 1),
-                  "row 1, clip 2: attribute \"" + std::string(missing) + "\" of <c> is missing\n");
+                  "row 2, clip 2: attribute \"" + std::string(missing) + "\" of <c> is missing\n");
     }
     EXPECT_EQ(FaultOf(PlainClip(0, 100) + "<c/>", 1), // the first of several is the one
-              "row 1, clip 2: attribute \"id\" of <c> is missing\n");
+              "row 2, clip 2: attribute \"id\" of <c> is missing\n");
 }
 
 TEST_F(TimelineTest, AMissingChildIsAFault)
@@ -490,13 +490,13 @@ TEST_F(TimelineTest, AMissingChildIsAFault)
     for (const auto& c : cases)
     {
         EXPECT_EQ(FaultOf(Clip(Attributes(0, 100), c.children)),
-                  std::string("row 0, clip 1: ") + c.fault + "\n");
+                  std::string("row 1, clip 1: ") + c.fault + "\n");
     }
 }
 
 TEST_F(TimelineTest, TextBetweenClipsIsAFault)
 {
-    EXPECT_EQ(FaultOf(PlainClip(0, 100) + "text"), "row 0, clip 2: clip is not an element\n");
+    EXPECT_EQ(FaultOf(PlainClip(0, 100) + "text"), "row 1, clip 2: clip is not an element\n");
 }
 
 TEST_F(TimelineTest, WithoutMemoryIsAFaultWithoutAPlace)
