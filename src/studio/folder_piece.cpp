@@ -40,6 +40,7 @@ static void BeginBuild(Studio* studio)
     folder->isSame = false;
     folder->savedMs = folder->eventMs;
     folder->before = MarkFolder(folder->watcher.folder);
+    folder->contents = ReadContents(folder->before, folder->contents);
     const std::string wrong = StartBuild(folder->watcher.folder, NowMs(), &folder->builder);
     if (!wrong.empty())
     {
@@ -50,8 +51,14 @@ static void BeginBuild(Studio* studio)
 static void EndBuild(Studio* studio, BuildOutcome* outcome)
 {
     FolderPiece* folder = &studio->folder;
-    folder->after =
-        HasScript(folder->watcher.folder) ? MarkFolder(folder->watcher.folder) : folder->before;
+    folder->after = folder->before;
+    const bool isRepeat = folder->written.repeats != 0;
+    if (HasScript(folder->watcher.folder))
+    {
+        folder->after = MarkFolder(folder->watcher.folder);
+        const FolderContents after = ReadContents(folder->after, folder->contents);
+        folder->mustBuild = MustRepeat(folder->contents, after, &folder->written);
+    }
     folder->builds += 1;
     folder->hasFailed = !outcome->isGood;
     studio->findings = ParseFindings(outcome->text, outcome->isGood);
@@ -70,7 +77,7 @@ static void EndBuild(Studio* studio, BuildOutcome* outcome)
     folder->packUs = outcome->packUs;
     folder->checkUs = outcome->checkUs;
     folder->made = outcome->made;
-    if (folder->isSame)
+    if (folder->isSame && !isRepeat)
     {
         ShowMessage(studio, "saved; the piece is the same");
     }

@@ -22,6 +22,8 @@ struct FolderPiece
     Builder builder;
     FolderMarks before;                 // when the last build began
     FolderMarks after;                  // when it had ended
+    FolderContents contents;            // of the files in `before`
+    WrittenFiles written;               // by the author's program
     bool mustBuild;                     // whatever the marks say
     bool mustCompare;                   // something has happened in the folder
     uint32_t eventMs;                   // when, the last time

@@ -131,6 +131,41 @@ TEST(FolderMarks, WhatABuildHasWrittenIsNoSave)
     EXPECT_TRUE(HasChanged(now, before, after));
 }
 
+FolderContents Contents(uint64_t demo, int64_t demoNs, uint64_t picture, int64_t pictureNs)
+{
+    return {{"/a/demo.xml", {{1, demoNs, 5}, demo}}, {"/a/sky.png", {{2, pictureNs, 5}, picture}}};
+}
+
+TEST(WrittenFiles, APictureSavedDuringABuildIsBuilt)
+{
+    WrittenFiles written = {};
+    EXPECT_FALSE(MustRepeat(Contents(7, 1, 3, 1), Contents(7, 2, 3, 1), &written));
+    // The program writes its document, and the author saves a picture.
+    EXPECT_TRUE(MustRepeat(Contents(7, 2, 3, 1), Contents(8, 3, 4, 3), &written));
+    EXPECT_FALSE(MustRepeat(Contents(8, 3, 4, 3), Contents(8, 4, 4, 3), &written));
+    EXPECT_TRUE(MustRepeat(Contents(8, 4, 4, 3), Contents(8, 5, 5, 5), &written));
+}
+
+TEST(WrittenFiles, AProgramsFirstFilesAreBuiltOnceMore)
+{
+    WrittenFiles written = {};
+    EXPECT_TRUE(MustRepeat({}, Contents(7, 1, 3, 1), &written));
+    EXPECT_FALSE(MustRepeat(Contents(7, 1, 3, 1), Contents(7, 2, 3, 2), &written));
+    EXPECT_FALSE(MustRepeat(Contents(7, 2, 3, 2), Contents(8, 3, 9, 3), &written));
+}
+
+TEST(WrittenFiles, AProgramOfRandomFilesIsNotBuiltForEver)
+{
+    WrittenFiles written = {};
+    for (uint64_t round = 0; round < 6; ++round)
+    {
+        const int64_t ns = static_cast<int64_t>(round);
+        EXPECT_EQ(
+            MustRepeat(Contents(round, ns, 3, 1), Contents(round + 1, ns + 1, 3, 1), &written),
+            round < 2);
+    }
+}
+
 TEST(FolderMarks, AProgramThatWasSavedDuringTheBuildCounts)
 {
     const FolderMarks before = {{"/a/piece.py", {1, 10, 5}}};

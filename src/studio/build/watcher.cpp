@@ -4,13 +4,18 @@
 #include <cerrno>
 #include <cstring>
 #include <dirent.h>
+#include <functional>
 #include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "tools/files.h"
+
 static constexpr uint32_t kEvents = IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE |
                                     IN_CREATE | IN_DELETE_SELF | IN_MOVE_SELF;
-static constexpr int kDeepest = 8; // folders below the one that is watched
+static constexpr int kDeepest = 8;                         // folders below the one that is watched
+static constexpr uint64_t kMostHashed = uint64_t{1} << 30; // bytes of a file
+static constexpr uint32_t kMostRepeats = 2;                // builds after one that saw changes
 
 static bool EndsWith(const std::string& name, const char* ending)
 {
@@ -65,6 +70,81 @@ FolderMarks MarkFolder(const std::string& folder)
                    }
                });
     return marks;
+}
+
+uint64_t HashFile(const std::string& path)
+{
+    Bytes bytes;
+    if (!ReadWholeFile(path, kMostHashed, &bytes))
+    {
+        return 0;
+    }
+    const char* text = reinterpret_cast<const char*>(bytes.data());
+    return std::hash<std::string_view>{}({text, bytes.size()});
+}
+
+FolderContents ReadContents(const FolderMarks& marks, const FolderContents& known)
+{
+    FolderContents contents;
+    for (const auto& [path, mark] : marks)
+    {
+        const auto found = known.find(path);
+        const bool isKnown = found != known.end() && found->second.mark == mark;
+        contents[path] = {mark, isKnown ? found->second.hash : HashFile(path)};
+    }
+    return contents;
+}
+
+/// @return the files whose marks differ, but for programs: those count as saved anyway
+static std::set<std::string> ListTouched(const FolderContents& before, const FolderContents& after)
+{
+    std::set<std::string> touched;
+    for (const auto& [path, content] : after)
+    {
+        const auto found = before.find(path);
+        if (!EndsWith(path, ".py") &&
+            (found == before.end() || !(found->second.mark == content.mark)))
+        {
+            touched.insert(path);
+        }
+    }
+    for (const auto& [path, content] : before)
+    {
+        if (!EndsWith(path, ".py") && !after.contains(path))
+        {
+            touched.insert(path);
+        }
+    }
+    return touched;
+}
+
+bool MustRepeat(const FolderContents& before, const FolderContents& after, WrittenFiles* written)
+{
+    const std::set<std::string> touched = ListTouched(before, after);
+    bool isOpen = false;
+    for (const std::string& path : touched)
+    {
+        const auto was = before.find(path);
+        const auto is = after.find(path);
+        const bool isSame =
+            was != before.end() && is != after.end() && was->second.hash == is->second.hash;
+        if (isSame)
+        {
+            written->paths.insert(path);
+        }
+        isOpen = isOpen || !written->paths.contains(path);
+    }
+    // A file that the program has left alone this time is the author's again.
+    std::erase_if(written->paths,
+                  [&touched](const std::string& path) { return !touched.contains(path); });
+    if (isOpen && written->repeats < kMostRepeats)
+    {
+        written->repeats += 1;
+        return true;
+    }
+    written->repeats = 0;
+    written->paths.insert(touched.begin(), touched.end());
+    return false;
 }
 
 bool HasScript(const std::string& folder)

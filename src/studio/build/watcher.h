@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,40 @@ using FolderMarks = std::map<std::string, FileMark>;
 /// Marks all files but those that no build looks at: names that begin with a point or end in "~",
 /// packages, and what Python keeps for itself.
 FolderMarks MarkFolder(const std::string& folder);
+
+/// A file's bytes as a number, and the mark that it had when they were read.
+struct FileContent
+{
+    FileMark mark;
+    uint64_t hash;
+};
+
+/// All files of a folder, by their paths.
+using FolderContents = std::map<std::string, FileContent>;
+
+/// @return the hash of a file's bytes; 0 for one that can't be read
+uint64_t HashFile(const std::string& path);
+
+/// @param marks   of the files, taken before
+/// @param known   contents read earlier: files with the same marks are not read again
+FolderContents ReadContents(const FolderMarks& marks, const FolderContents& known);
+
+/// Files that the author's program is known to write. A save during a build is one that such a file
+/// can't explain.
+struct WrittenFiles
+{
+    std::set<std::string> paths;
+    uint32_t repeats; // builds in a row that were only to see what has happened in the one before
+};
+
+/// Looks at what has changed while a build ran. A program writes the same bytes again from the same
+/// sources; so a file that was written with the bytes it had is the program's, and one with other
+/// bytes is unless it is known a save that the build may have missed.
+/// @param before   contents when the build began
+/// @param after    contents when it had ended
+/// @return whether to build once more. A program that writes something else each time is found out
+///         by the third build: its files are known from then on
+bool MustRepeat(const FolderContents& before, const FolderContents& after, WrittenFiles* written);
 
 /// Whether the folder has an author's program.
 bool HasScript(const std::string& folder);
