@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -17,6 +18,11 @@ std::string OpenControl(const std::string& path, ControlSocket* control)
     if (path.size() >= sizeof(address.sun_path))
     {
         return "the path of the control socket is too long";
+    }
+    struct stat status;
+    if (lstat(path.c_str(), &status) == 0 && !S_ISSOCK(status.st_mode))
+    {
+        return path + " is there, and no socket; it is left alone";
     }
     memcpy(address.sun_path, path.c_str(), path.size());
     control->listener = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
