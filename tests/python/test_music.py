@@ -1,7 +1,9 @@
 # SPDX-License-Identifier: MIT
 """Rows of a module in ticks."""
 
+import json
 import struct
+import subprocess
 
 import pytest
 
@@ -9,15 +11,18 @@ from quorvale import Music
 
 
 def module(patterns, orders, speed=6, tempo=125, channels=1):
-    """An XM of patterns, which are lists of rows of (effect, parameter)."""
-    header = struct.pack("<IHHHHHHHH", 20 + 256, len(orders), 0, channels, len(patterns), 0, 1, speed,
+    """An XM of patterns, which are lists of rows of (effect, parameter), or of lists of them."""
+    header = struct.pack("<IHHHHHHHH", 20 + 256, len(orders), 0, channels, len(patterns), 1, 1, speed,
                          tempo) + bytes(orders).ljust(256, b"\0")
     data = b"Extended Module: " + b"test".ljust(20) + b"\x1a" + b"test".ljust(20) + b"\x04\x01" + header
     for rows in patterns:
+        cells = [cell for row in rows
+                 for cell in ((row if isinstance(row, list) else [row]) + [(0, 0)] * channels)[:channels]]
         body = b"".join(bytes([0x98, effect, parameter]) if effect or parameter else b"\x80"
-                        for effect, parameter in rows)
+                        for effect, parameter in cells)
         data += struct.pack("<IBHH", 9, 0, len(rows), len(body)) + body
-    return data
+    sample = struct.pack("<IIIBbBBbB22s", 64, 0, 0, 64, 0, 0, 128, 0, 0, b"") + bytes(64)
+    return data + struct.pack("<I22sBHI", 263, b"tone", 0, 1, 40) + bytes(230) + sample
 
 
 def load(tmp_path, *arguments, **options):
@@ -43,6 +48,60 @@ def test_breaks_and_jumps_are_followed(tmp_path):
     assert [(row.order, row.row) for row in music.rows] == [(0, 0), (0, 1), (1, 2), (1, 3)]
     music = load(tmp_path, [[(0, 0)] * 2, [(0, 0), (0xB, 0)]], [0, 1])
     assert [(row.order, row.row) for row in music.rows] == [(0, 0), (0, 1), (1, 0), (1, 1)]
+
+
+N = (0, 0)
+LOOP = (0xE, 0x60)
+TRICKS = {
+    "a jump back at the end": ([[N] * 2, [N, (0xB, 0)]], [0, 1]),
+    "a jump back amid": ([[N] * 2, [N, (0xB, 0), N, N], [N] * 2], [0, 1, 2]),
+    "a jump to its own order": ([[N, (0xB, 0), N], [N] * 2], [0, 1]),
+    "a jump on": ([[N, (0xB, 2), N], [N] * 2, [N] * 2], [0, 1, 2]),
+    "a jump past the end": ([[N, (0xB, 9), N], [N] * 2], [0, 1]),
+    "a break past the end of a pattern": ([[N, (0xD, 0x99)], [N] * 4], [0, 1]),
+    "a break to row 40 of 36": ([[N, (0xD, 0x40)], [N] * 36], [0, 1]),
+    "a break in the last order": ([[N] * 2, [N, (0xD, 1), N]], [0, 1]),
+    "a break before a jump": ([[N, [(0xD, 3), (0xB, 2)]], [N] * 8, [N] * 8], [0, 1, 2]),
+    "a break after a jump": ([[N, [(0xB, 2), (0xD, 3)]], [N] * 8, [N] * 8], [0, 1, 2]),
+    "a break with a jump back": ([[N, N], [N, [(0xB, 0), (0xD, 1)], N], [N] * 2], [0, 1, 2]),
+    "loops of two channels": ([[[LOOP, N], [N, LOOP], [(0xE, 0x61), N], [N, (0xE, 0x62)], N]], [0]),
+    "two loops in one row": ([[[LOOP, LOOP], N, [(0xE, 0x61), (0xE, 0x62)], N]], [0]),
+    "a loop and a break": ([[LOOP, N, [(0xE, 0x61), (0xD, 2)], N], [N] * 4], [0, 1]),
+    "a loop without a beginning": ([[N, N, (0xE, 0x62), N], [N] * 2], [0, 1]),
+    "a loop from a pattern to the next": ([[N, LOOP, N], [N, N, (0xE, 0x61), N]], [0, 1]),
+    "a loop that is left": ([[N, LOOP, (0xD, 0), N], [N] * 3, [N] * 3], [0, 1, 2]),
+    "two delays in one row": ([[N, [(0xE, 0xE1), (0xE, 0xE3)], N]], [0]),
+    "orders that are marks": ([[N] * 2, [N] * 2], [0, 254, 1, 255, 0]),
+    "a pattern that is missing": ([[N] * 2], [0, 7, 0]),
+    "changes of tempo and speed": ([[N, (0xF, 137), N, (0xF, 3), (0xF, 33), N, (0xF, 255), N] * 8], [0, 0]),
+}
+
+
+def assert_like_the_player(dpk, path):
+    told = json.loads(subprocess.run([dpk, "rows", "--json", str(path)], check=True,
+                                     capture_output=True, text=True).stdout)
+    music = Music(str(path))
+    *rows, end = [(row["order"], row["row"], row["tick"]) for row in told]
+    # Each place is asked for where it is played first.
+    ticks = [-(-round(row.start * 441) // 441) for row in music.rows]
+    assert [(row.order, row.row, tick) for row, tick in zip(music.rows, ticks)] == rows
+    assert music.end == end[2]
+    first = {(order, row): tick for order, row, tick in reversed(rows)}
+    assert all(music.at(*place) == tick for place, tick in first.items())
+
+
+@pytest.mark.parametrize("name", TRICKS)
+def test_rows_come_as_the_player_plays_them(dpk, tmp_path, name):
+    path = tmp_path / "tune.xm"
+    path.write_bytes(module(*TRICKS[name], channels=2))
+    assert_like_the_player(dpk, path)
+
+
+@pytest.mark.parametrize("tempo, speed", [(32, 6), (60, 31), (119, 1), (120, 6), (137, 5), (255, 3)])
+def test_long_music_stays_with_its_sound(dpk, tmp_path, tempo, speed):
+    path = tmp_path / "tune.xm"
+    path.write_bytes(module([[N] * 64], [0] * 16, speed=speed, tempo=tempo))
+    assert_like_the_player(dpk, path)
 
 
 def test_patterns_loop_and_wait(tmp_path):

@@ -16,7 +16,7 @@ def test_a_tune_reads_back_as_its_rows(tmp_path):
     assert isinstance(music, Music) and music.filename == "tune.xm"
     # The last pattern has the rows that are left.
     assert len(music.rows) == 100 and music.rows[64].order == 1
-    assert music.rows[0].length == 5 * 250 / 150 and music.rows[50].length == 10 * 250 / 150
+    assert music.rows[0].length == 5 * 735 / 441 and music.rows[50].length == 10 * 735 / 441
 
 
 def test_patterns_are_played_in_their_order(tmp_path):

@@ -9,7 +9,7 @@ from quorvale.loading import loading_bar
 from quorvale.meshes import Mesh, sphere, square, torus
 from quorvale.tracker import Instrument, Tune, drum, tone
 
-# The music: a bass line and a drum, 128 rows of 12.5 ticks, four rows a beat.
+# The music: a bass line and a drum, 128 rows of about 12.5 ticks, four rows a beat.
 tune = Tune(rows=128, channels=2, tempo=120, speed=6)
 kick = tune.instrument(Instrument("kick", drum(4000, start=12, end=4, noise=0.05)))
 bass = tune.instrument(Instrument("bass", tone(64, (1, 0.6, 0.4, 0.2)), loop=64, relative=-12))
