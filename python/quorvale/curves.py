@@ -255,7 +255,8 @@ class Curve:
             raise ValueError("a curve that is given as its element can't be changed")
 
     def then(self, following: Value, length: int = 100) -> Curve:
-        """This curve, and where it ends another, or a number held for `length` ticks.
+        """This curve, and where it ends another, or a number held for `length` ticks. Neither
+        loops.
 
         >>> line(0, 1, 50).then(1, 100).then(line(1, 0, 50)).length
         200
@@ -263,10 +264,17 @@ class Curve:
         self._refuse_verbatim()
         if not isinstance(following, Curve):
             following = hold(following, length)
+        following._refuse_verbatim()
+        if self.loop != OFF:
+            raise ValueError("then(): a curve that loops has no end; take then() first, and loop "
+                             "the whole")
+        if following.loop != OFF:
+            raise ValueError("then(): a curve that loops can't be a part of another; take then() "
+                             "first, and loop the whole: one.then(two).looped(one.length)")
         return replace(self, pieces=self.pieces + following.pieces)
 
     def delayed(self, ticks: int) -> Curve:
-        """The same, later: the first value is held for so many ticks.
+        """The same, later: the first value is held for so many ticks. One that swings can't be.
 
         >>> line(0, 1, 100).delayed(50).at(100)
         0.5
@@ -274,6 +282,10 @@ class Curve:
         ticks = _ticks("delayed", "delay", ticks)
         if ticks == 0:
             return self
+        if self.loop == PING_PONG:
+            raise ValueError("delayed(): a curve that swings begins at tick 0 of its clip, so it "
+                             "can't be later; write both ways instead, as in "
+                             "line(0, 1, 100).then(line(1, 0, 100)).looped()")
         first = Piece(CONSTANT, ticks, (self.sample(0),))
         if self.loop == OFF:
             return Curve((first,) + self.pieces)

@@ -152,6 +152,16 @@ def test_curves_go_where_they_say():
     assert seconds(2.5) == 250
 
 
+def test_what_loops_is_not_joined_nor_swings_later():
+    with pytest.raises(ValueError, match="a curve that loops has no end"):
+        line(0, 1, 50).looped().then(5, 100)
+    with pytest.raises(ValueError, match="can't be a part of another"):
+        hold(0, 100).then(line(1, 0, 50).looped())
+    with pytest.raises(ValueError, match="begins at tick 0 of its clip"):
+        line(0, 1, 100).swinging().delayed(50)
+    assert line(0, 1, 100).swinging().delayed(0).at(110) == pytest.approx(0.9)
+
+
 def test_a_loop_ends_later_than_it_begins():
     with pytest.raises(ValueError, match="not 100 to 100"):
         hold(1, 100).looped(100, 100)
