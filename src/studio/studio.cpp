@@ -856,7 +856,7 @@ static bool IsBusy(const Studio* studio)
            studio->folder.builder.isBuilding || studio->folder.mustCompare;
 }
 
-/// What comes by itself and shows in panels: the window is drawn anew when it changes.
+/// All that comes by itself and shows in panels: the window is drawn anew when it changes.
 struct Arrivals
 {
     bool isBuilding, isLoading, isPlayedBeforehand;

@@ -190,7 +190,7 @@ static std::string ShownSeverity(Severity severity, bool hasColors)
     return hasColors ? kColors[static_cast<size_t>(severity)] + word + "\x1b[0m" : word;
 }
 
-/// What helps, in the language that the author wrote.
+/// The cure, in the language that the author wrote.
 static const std::string& CureOf(const Finding& finding, const Origin* origin)
 {
     return origin == nullptr || finding.pythonCure.empty() ? finding.cure : finding.pythonCure;

@@ -70,7 +70,7 @@ THINGS = {Scene: Scene, Mesh: Mesh, Light: Light, Document: Document, Curve: lam
           Fog: lambda: Fog(1, 2), GenMesh: waters.lake_water,
           Instrument: lambda: Instrument("one", tone(64, (1,))),
           Manipulator: lambda: manipulators.x_multiplier(2)}
-# What an annotation alone does not tell, by the parameter.
+# Facts that an annotation alone does not tell, by the parameter.
 VALUES = {"end": 500, "how": "simple", "recipe": "color", "function": lambda u, v: (u, v, 0.5),
           "center": (1.0, 2.0, 3.0), "word": "linear", "keys": [(0, (0, 0, 5), (0, 0, 0)), (99, (1, 0, 5), (0, 0, 0))],
           "points": [(0, 1.0), (100, 2.0)], "fov": 60.0, "volume": 32, "channel": 1, "row": 3,

@@ -215,7 +215,7 @@ struct ObjectRules
 static bool LaysTwo(const Material* material, const VocabularyRow* recipe)
 {
     const uint32_t first = (recipe->traits & kTraitLit) != 0 ? 1 : 0;
-    // What reflects takes no coordinates for its first image.
+    // Recipes that reflect take no coordinates for its first image.
     return (recipe->traits & kTraitCoordinates2) != 0 && (recipe->traits & kTraitReflects) == 0 &&
            material->refs[first] != 0 && material->refs[first + 1] != 0;
 }
