@@ -93,9 +93,15 @@ static void TakePackage(Studio* studio)
     folder->isSame = studio->active >= 0 && !comesAnother &&
                      studio->loadedPath == folder->watcher.folder &&
                      studio->window.slots[studio->active].package == package;
-    if (!folder->isSame)
+    if (folder->isSame)
+    {
+        folder->playedContents = folder->contents;
+        ReadLines(studio); // they may be others, as where a comment was added
+    }
+    else
     {
         folder->waiting = std::move(package);
+        folder->waitingContents = folder->contents;
         folder->waitingVerdict = BuildVerdict::kOpen;
     }
 }
@@ -122,6 +128,36 @@ static void DropBuild(FolderPiece* folder)
 {
     EndBuilder(&folder->builder);
     Judge(folder, BuildVerdict::kBad);
+}
+
+/// @return the content of a file by whatever path it is called; null for none of the folder's
+static FileContent* FindContent(FolderContents* contents, const std::string& path)
+{
+    const std::string real = WholePath(path);
+    for (auto& [name, content] : *contents)
+    {
+        if (WholePath(name) == real)
+        {
+            return &content;
+        }
+    }
+    return nullptr;
+}
+
+bool IsAsPlayed(const FolderPiece* folder, const std::string& path)
+{
+    FolderContents contents = folder->playedContents;
+    const FileContent* content = FindContent(&contents, path);
+    return content == nullptr || content->hash == HashFile(path);
+}
+
+void NoteWritten(FolderPiece* folder, const std::string& path)
+{
+    FileContent* content = FindContent(&folder->playedContents, path);
+    if (content != nullptr)
+    {
+        content->hash = HashFile(path);
+    }
 }
 
 /// Whether one of the author's programs was saved since a build began.
@@ -200,6 +236,7 @@ void PollFolder(Studio* studio)
     {
         LoadPackageBytes(studio, std::move(folder->waiting));
         folder->waiting = {};
+        folder->loadContents = folder->waitingContents;
         folder->loadVerdict = folder->waitingVerdict;
         folder->waitingVerdict = BuildVerdict::kGood;
         folder->isTimed = true;

@@ -30,6 +30,9 @@ struct FolderPiece
     uint32_t savedMs;                   // when it happened that is being built or loaded
     bool isTimed;                       // the next picture is the one that a save was for
     std::vector<uint8_t> waiting;       // a package that is loaded as soon as the loader is free
+    FolderContents waitingContents;     // of the sources that it was built from
+    FolderContents loadContents;        // the same of the one that is being loaded, or was last
+    FolderContents playedContents;      // the same of the one that plays
     BuildVerdict waitingVerdict;        // of it
     BuildVerdict loadVerdict;           // of the one that is being loaded, or was last
     bool hasFailed;                     // the last build, or the folder is gone
@@ -47,6 +50,13 @@ void CloseFolder(Studio* studio);
 
 /// Looks after the folder: what was saved is built, and what was built is loaded.
 void PollFolder(Studio* studio);
+
+/// Whether a source is still the file that the piece was built from that plays, so that what is
+/// known of its lines holds. Files outside the folder count as such.
+bool IsAsPlayed(const FolderPiece* folder, const std::string& path);
+
+/// The studio has changed a source without moving its lines.
+void NoteWritten(FolderPiece* folder, const std::string& path);
 
 /// The window shows a new picture.
 void NoteShown(Studio* studio);

@@ -252,8 +252,7 @@ void RefreshLook(Studio* studio)
     }
 }
 
-/// Reads the table of the author's lines, if the piece is a folder that has one.
-static void ReadLines(Studio* studio)
+void ReadLines(Studio* studio)
 {
     studio->look.origins.clear();
     const std::string& folder = studio->folder.watcher.folder;

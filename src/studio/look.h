@@ -57,6 +57,9 @@ void LookAt(Studio* studio, const ItemRef& ref, const LookContext& context);
 /// Brings pictures and users up to date. Relies on: the window used.
 void RefreshLook(Studio* studio);
 
+/// Reads the table of the author's lines, if the piece is a folder that has one.
+void ReadLines(Studio* studio);
+
 /// Another piece took over: the item may be another one.
 void ForgetLook(Studio* studio);
 

@@ -74,13 +74,6 @@ std::vector<std::string> ChosenClipLines(const Studio* studio)
 
 // ---- Opening a piece
 
-/// @return the path without links and dots, so that a piece has one name; as it is if it is nowhere
-static std::string WholePath(const std::string& path)
-{
-    char whole[PATH_MAX];
-    return realpath(path.c_str(), whole) != nullptr ? whole : path;
-}
-
 static std::string FolderOf(const std::string& path)
 {
     const size_t slash = path.rfind('/');
@@ -299,6 +292,7 @@ static void TakeOver(Studio* studio, const LoadOutcome& outcome)
                    IsFolder(studio->piecePath) ? studio->piecePath : FolderOf(studio->piecePath));
     StartModule(studio, studio->modulePath);
     RestartCost(studio, !isOther);
+    studio->folder.playedContents = studio->folder.loadContents;
     ForgetLook(studio);
     KeepTrying(studio, isOther);
     studio->flight.isOn = studio->flight.isOn && !isOther;

@@ -362,6 +362,20 @@ static LiteralHint LabelHint(const std::string& label)
     return HintOf(group, label.substr(last + 2));
 }
 
+static std::string ToldPath(const std::string& path)
+{
+    return path.substr(path.rfind('/') + 1);
+}
+
+/// @return an empty text if the lines of a source are those of the piece that plays
+static std::string WhyOutdated(const Studio* studio, const std::string& path)
+{
+    return IsAsPlayed(&studio->folder, path)
+               ? ""
+               : ToldPath(path) + " is not the file that this picture was made from: let it build "
+                                  "without mistakes, then write";
+}
+
 /// @param line   receives the line of the number, which may stand some lines below its statement
 /// @return an empty text, or why the change can't be written
 static std::string WriteIntoProgram(const Studio* studio, const ValueChange& change,
@@ -372,22 +386,31 @@ static std::string WriteIntoProgram(const Studio* studio, const ValueChange& cha
     {
         return "no line of the author's is known for it";
     }
+    const std::string outdated = WhyOutdated(studio, line.path);
+    if (!outdated.empty())
+    {
+        return outdated;
+    }
     LiteralEdit edit = {};
     const std::string wrong =
         FindLiteral({line.path, line.line, change.was, change.is, LabelHint(change.label)}, &edit);
     if (!wrong.empty())
     {
-        return line.path.substr(line.path.rfind('/') + 1) + ":" + std::to_string(line.line) + ": " +
-               wrong;
+        return ToldPath(line.path) + ":" + std::to_string(line.line) + ": " + wrong;
     }
     const std::string text = ReadText(line.path);
     *written = {line.path, LineAt(text, edit.range.begin)};
     return WriteRange(line.path, edit.range, text, edit.text);
 }
 
-static std::string WriteIntoDocument(const std::string& path, const ValueChange& change,
-                                     SourceLine* written)
+static std::string WriteIntoDocument(const Studio* studio, const std::string& path,
+                                     const ValueChange& change, SourceLine* written)
 {
+    const std::string outdated = WhyOutdated(studio, path);
+    if (!outdated.empty())
+    {
+        return outdated;
+    }
     const std::string text = ReadText(path);
     const TextRange range = FindXmlValue(text, change.place);
     if (range.end == 0 || text.substr(range.begin, range.end - range.begin) != change.was)
@@ -405,12 +428,13 @@ void WriteChange(Studio* studio, const ValueChange& change)
     const std::string wrong = folder.empty() ? "a package has no sources; open its folder"
                               : HasScript(folder)
                                   ? WriteIntoProgram(studio, change, &line)
-                                  : WriteIntoDocument(folder + "/demo.xml", change, &line);
+                                  : WriteIntoDocument(studio, folder + "/demo.xml", change, &line);
     if (!wrong.empty())
     {
         ShowMessage(studio, wrong);
         return;
     }
+    NoteWritten(&studio->folder, line.path);
     TriedValues* tried = &studio->tried;
     tried->written.push_back(change);
     tried->lastLine = line;

@@ -86,6 +86,17 @@ def test_a_value_is_tried_and_written(start: Start, screen: Screen, script: Path
     assert state["message"] == f"written to piece.py:{line}: light 1, position, y is {value}"
     assert not is_yellow(screen, studio, "value position y")
 
+    # Where the file was changed since and has a mistake, its lines are not those of the picture.
+    studio.drag("value position y", 40)
+    studio.drop()
+    studio.until(lambda now: now["changes"])
+    broken = source.read_bytes().replace(b"lamp = Light", b"nobody\nlamp = Light")
+    save(source, broken)
+    studio.until(lambda now: now["errors"])
+    studio.click("write 0")
+    studio.until(lambda now: "piece.py is not the file" in now["message"])
+    assert source.read_bytes() == broken
+
 
 def test_a_document_is_written(start: Start, plain: Path, tmp_path: Path) -> None:
     demo = plain / "demo.xml"
@@ -112,7 +123,7 @@ def test_a_document_is_written(start: Start, plain: Path, tmp_path: Path) -> Non
     # A file that says something else by now is left alone, and so is one that nobody can write.
     save(demo, text.replace(b'"60"', b'"61"').replace(b"</", b"<", 1))
     studio.until(lambda now: now["errors"])
-    refused(f"{demo} does not say 60 there")
+    refused("demo.xml is not the file that this picture was made from")
     gone = tmp_path / "gone"
     gone.mkdir()
     with open(gone / "demo.xml", "w+b") as file:

@@ -2,6 +2,8 @@
 #include "studio/build/watcher.h"
 
 #include <cerrno>
+#include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <dirent.h>
 #include <functional>
@@ -70,6 +72,12 @@ FolderMarks MarkFolder(const std::string& folder)
                    }
                });
     return marks;
+}
+
+std::string WholePath(const std::string& path)
+{
+    char whole[PATH_MAX];
+    return realpath(path.c_str(), whole) != nullptr ? whole : path;
 }
 
 uint64_t HashFile(const std::string& path)

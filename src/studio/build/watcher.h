@@ -37,6 +37,9 @@ struct FileContent
 /// All files of a folder, by their paths.
 using FolderContents = std::map<std::string, FileContent>;
 
+/// @return the path without links and dots, so that a file has one name; as it is if it is nowhere
+std::string WholePath(const std::string& path);
+
 /// @return the hash of a file's bytes; 0 for one that can't be read
 uint64_t HashFile(const std::string& path);
 
