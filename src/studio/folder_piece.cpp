@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "studio/folder_piece.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -130,33 +131,27 @@ static void DropBuild(FolderPiece* folder)
     Judge(folder, BuildVerdict::kBad);
 }
 
-/// @return the content of a file by whatever path it is called; null for none of the folder's
-static FileContent* FindContent(FolderContents* contents, const std::string& path)
+/// @return the place of a file by whatever path it is called; the end for none of the folder's
+static FolderContents::const_iterator FindFile(const FolderContents& contents,
+                                               const std::string& path)
 {
-    const std::string real = WholePath(path);
-    for (auto& [name, content] : *contents)
-    {
-        if (WholePath(name) == real)
-        {
-            return &content;
-        }
-    }
-    return nullptr;
+    return std::find_if(contents.begin(), contents.end(),
+                        [whole = WholePath(path)](const FolderContents::value_type& file)
+                        { return WholePath(file.first) == whole; });
 }
 
 bool IsAsPlayed(const FolderPiece* folder, const std::string& path)
 {
-    FolderContents contents = folder->playedContents;
-    const FileContent* content = FindContent(&contents, path);
-    return content == nullptr || content->hash == HashFile(path);
+    const auto file = FindFile(folder->playedContents, path);
+    return file == folder->playedContents.end() || file->second.hash == HashFile(path);
 }
 
 void NoteWritten(FolderPiece* folder, const std::string& path)
 {
-    FileContent* content = FindContent(&folder->playedContents, path);
-    if (content != nullptr)
+    const auto file = FindFile(folder->playedContents, path);
+    if (file != folder->playedContents.end())
     {
-        content->hash = HashFile(path);
+        folder->playedContents[file->first].hash = HashFile(path);
     }
 }
 

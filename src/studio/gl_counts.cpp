@@ -142,6 +142,11 @@ COUNT_STATE(glTexSubImage2D,
              const void* i),
             (a, b, c, d, e, f, g, h, i))
 
+COUNT_STATE(glTexImage2D,
+            (GLenum a, GLint b, GLint c, GLsizei d, GLsizei e, GLint f, GLenum g, GLenum h,
+             const void* i),
+            (a, b, c, d, e, f, g, h, i)) // a target that takes another size
+
 #undef COUNT_STATE
 
 extern "C" void RealGetFloatv(GLenum name, GLfloat* values) __asm__("__real_glGetFloatv");
@@ -203,24 +208,6 @@ void CountedDrawElements(GLenum mode, GLsizei count, GLenum type, const void* in
         CountedClip* clip = EndCall(begun);
         clip->cost.draws += 1;
         clip->cost.triangles += static_cast<uint64_t>(count) / 3;
-    }
-}
-
-// A target that takes another size gets a texture in a frame. That is not counted.
-
-extern "C" void RealTexImage2D(GLenum target, GLint level, GLint form, GLsizei width,
-                               GLsizei height, GLint border, GLenum format, GLenum type,
-                               const void* pixels) __asm__("__real_glTexImage2D");
-extern "C" void SilentTexImage2D(GLenum target, GLint level, GLint form, GLsizei width,
-                                 GLsizei height, GLint border, GLenum format, GLenum type,
-                                 const void* pixels) __asm__("__wrap_glTexImage2D");
-
-void SilentTexImage2D(GLenum target, GLint level, GLint form, GLsizei width, GLsizei height,
-                      GLint border, GLenum format, GLenum type, const void* pixels)
-{
-    if (!isSilent)
-    {
-        RealTexImage2D(target, level, form, width, height, border, format, type, pixels);
     }
 }
 
