@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 """Documents become Python that makes them again.
 
-QUORVALE_PIECES is the number of random pieces that are taken apart, 200 without it.
+QUORVALE_PIECES is the number of random pieces that are taken apart, 100 without it.
 """
 
 import os
@@ -15,7 +15,7 @@ from quorvale import Curve, Document, Light, Scene, hold, layers, recipes
 from quorvale.unbuild import curve_words, parse, piece_text, unbuild_document, wrapped
 from quorvale.verbatim import verbatim
 
-PIECES = int(os.environ.get("QUORVALE_PIECES", "200"))
+PIECES = int(os.environ.get("QUORVALE_PIECES", "100"))
 HEAD = '<?xml version="1.0" encoding="UTF-8"?>\n'
 
 

@@ -247,7 +247,9 @@ static DecodeResult RunDecoder(const uint8_t* file, int32_t size, uint64_t large
     uint8_t* pixels = DecodePixels(file, size, &width, &height, &components, isPic ? 4 : 0);
     if (pixels == nullptr)
     {
-        *reason = DecoderReason();
+        // A GIF file without a picture, or with one of too large codes, it refuses without a word.
+        const char* words = DecoderReason();
+        *reason = words[0] != '\0' ? words : "Corrupt GIF";
         return DecodeResult::kRefused;
     }
     if (isPic && components == 3)

@@ -89,6 +89,23 @@ TEST(DecodeImage, APaletteIsResolved)
               (Bytes{255, 0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255, 255, 255, 255, 255}));
 }
 
+TEST(DecodeImage, AGifFileThatIsRefusedWithoutAWordIsCalledCorrupt)
+{
+    static constexpr size_t kPicture = 25; // where its head begins, after the colors
+    static constexpr size_t kCodeSize = 35;
+    const Decoded empty = Decode(MakeGif().substr(0, kPicture) + ";");
+    EXPECT_EQ(empty.result, DecodeResult::kRefused);
+    EXPECT_EQ(empty.reason, "Corrupt GIF");
+
+    std::string file = MakeGif();
+    ASSERT_EQ(file[kPicture], ',');
+    ASSERT_EQ(file[kCodeSize], 2);
+    file[kCodeSize] = 13;
+    const Decoded large = Decode(file);
+    EXPECT_EQ(large.result, DecodeResult::kRefused);
+    EXPECT_EQ(large.reason, "Corrupt GIF");
+}
+
 TEST(DecodeImage, APicFileKeepsThreeOrFourComponents)
 {
     const std::string row = "\x02qrs";
