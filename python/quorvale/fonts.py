@@ -158,7 +158,9 @@ class Font:
             elif flags & 0x80:
                 a, b, c, d = (self._i16(at + 2 * k) / 16384.0 for k in range(4))
                 at += 8
-            contours += [[(a * x + c * y + dx, b * x + d * y + dy) for x, y in contour]
+            # A part that is mirrored runs the other way round; what is filled stays so.
+            turn = 1 if a * d >= b * c else -1
+            contours += [[(a * x + c * y + dx, b * x + d * y + dy) for x, y in contour[::turn]]
                          for contour in self._outlines(number, detail)]
             if not flags & 0x20:
                 return contours

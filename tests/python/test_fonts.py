@@ -2,6 +2,7 @@
 """Text as meshes."""
 
 import string
+import struct
 
 import pytest
 
@@ -58,3 +59,15 @@ def test_a_missing_font_is_told_with_those_there_are(tmp_path, monkeypatch):
 
 def test_accents_are_parts_of_their_letter(font):
     assert len(font.glyph("é").contours) == len(font.glyph("e").contours) + 1
+
+
+def test_a_mirrored_part_is_filled_as_it_was():
+    font = Font.find("DejaVuSans-Bold")
+    letter = font._characters[ord("p")]
+    filled = sum(map(_area, font.glyph("p").contours))
+    for across, up in ((1, 1), (-1, 1), (1, -1), (-1, -1)):
+        at = len(font.data)
+        font.data += struct.pack(">HHbbhh", 0x42, letter, 0, 0, 16384 * across, 16384 * up)
+        contours = font._composite(at, 4)
+        assert sum(map(_area, contours)) == pytest.approx(filled)
+        assert {x < 0 for x, _ in contours[0]} == {across < 0}
