@@ -123,14 +123,19 @@ def row(catalogue: str, word: str) -> Row:
                      + nearest(word, (candidate.word for candidate in rows)))
 
 
+_LARGEST = 3.4028234663852886e38  # of the numbers that documents hold
+
+
 def checked_number(maker: str, meaning: str, value: object) -> float:
     """A finite number, or an error that names its maker: 'maze(): the fullness is ...'."""
     if hasattr(value, "pieces"):
         raise TypeError(f"{maker}(): the {meaning} does not move: it is a number, not a curve")
     if isinstance(value, bool) or not isinstance(value, (int, float)):
         raise TypeError(f"{maker}(): the {meaning} is a number, not {told(value)}")
-    if not math.isfinite(value):
+    if isinstance(value, float) and not math.isfinite(value):
         raise ValueError(f"{maker}(): the {meaning} is a finite number, not {value!r}")
+    if abs(value) > _LARGEST:
+        raise ValueError(f"{maker}(): the {meaning} is too large: numbers go to 3.4e38")
     return float(value)
 
 

@@ -173,3 +173,10 @@ def test_numbers_have_seven_digits_and_no_negative_zero(value):
     assert len(text.lstrip("-").replace(".", "").split("e")[0].lstrip("0")) <= 7
     assert text != "-0"
     assert math.isclose(written(value), value, rel_tol=1e-6, abs_tol=1e-44)
+
+
+@pytest.mark.parametrize("number", [1e39, -1e39, 10 ** 400])
+def test_numbers_that_no_document_holds_are_refused(number):
+    with pytest.raises(ValueError, match=r"hold\(\): .*value.* is too large: numbers go to 3.4e38"):
+        hold(number)
+    assert hold(3.4e38).at(0) == pytest.approx(3.4e38)
