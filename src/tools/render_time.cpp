@@ -124,8 +124,9 @@ WrittenTime ParseTime(const std::string& text)
         return at[1] == 0 ? WrittenTime{TimeForm::kTick, static_cast<uint32_t>(first), 0, 0}
                           : kNone;
     }
+    const bool hasMinutes = *at == ':';
     uint64_t seconds = first;
-    if (*at == ':')
+    if (hasMinutes)
     {
         ++at;
         uint64_t second = 0;
@@ -144,6 +145,10 @@ WrittenTime ParseTime(const std::string& text)
         seconds = first * 60 + second;
     }
     const uint64_t ticks = seconds * kTicksPerSecond + TakeHundredths(&at);
+    if (*at == 's' && !hasMinutes)
+    {
+        ++at;
+    }
     if (*at != 0 || ticks > kMostTicks)
     {
         return kNone;

@@ -46,7 +46,7 @@ bool ParseAspect(const std::string& text, float* aspect);
 enum class TimeForm : uint8_t
 {
     kWrong,
-    kTick, // "1250t", "12.5", "0:12.5": a tick; parts of a tick are dropped
+    kTick, // "1250t", "12.5", "12.5s", "0:12.5": a tick; parts of a tick are dropped
     kRow,  // "3:16": order and row of the module
 };
 

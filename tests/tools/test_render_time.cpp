@@ -92,6 +92,8 @@ TEST(RenderTime, TimesHaveFourForms)
                               {"0:12.5", 1250},
                               {"1:05.00", 6500},
                               {"12", 1200},
+                              {"12s", 1200},
+                              {"12.5s", 1250},
                               {"0.019", 1},
                               {"12.", 1200}})
     {
@@ -103,8 +105,8 @@ TEST(RenderTime, TimesHaveFourForms)
     EXPECT_EQ(row.form, TimeForm::kRow);
     EXPECT_EQ(row.order, 3);
     EXPECT_EQ(row.row, 16);
-    for (const char* wrong :
-         {"", "t", "12s", "-1", "1:60.0", "1:2:3", "12.5t", ":5", "99999999999t"})
+    for (const char* wrong : {"", "t", "s", "12ss", "0:12.5s", "12ts", "-1", "1:60.0", "1:2:3",
+                              "12.5t", ":5", "99999999999t"})
     {
         EXPECT_EQ(ParseTime(wrong).form, TimeForm::kWrong) << wrong;
     }
