@@ -19,6 +19,7 @@ void RestartCost(Studio* studio, bool keepsHistory)
 {
     StudioCost* cost = &studio->cost;
     cost->isOpen = false;
+    cost->left = {};
     cost->isCounted = false;
     cost->hasCounter = false;
     EndChild(&cost->counter);
@@ -89,23 +90,39 @@ static uint64_t TextureBytes(const Stage* stage, uint32_t name)
     return 0;
 }
 
-void BeginCost(Studio* studio, const FaultList* faults)
+void BeginCost(Studio* studio, uint32_t tick, const FaultList* faults)
 {
-    studio->cost.begunNs = NowNs();
-    StartCounting(&faults->place, &studio->cost.counts);
+    StudioCost* cost = &studio->cost;
+    cost->begunNs = NowNs();
+    if (cost->left.parts == 0 || cost->left.tick != tick)
+    {
+        cost->left = {tick, 0, cost->begunNs, 0, 0, 0};
+    }
+    StartCounting(&faults->place, &cost->counts);
+}
+
+void LeaveCost(Studio* studio)
+{
+    StopCounting();
+    StudioCost* cost = &studio->cost;
+    cost->left.parts += 1;
+    cost->left.wholeNs += NowNs() - cost->begunNs;
+    cost->left.callNs += cost->counts.callNs;
+    cost->left.simulationNs += cost->counts.simulationNs;
 }
 
 void EndCost(Studio* studio, uint32_t tick)
 {
     StopCounting();
     StudioCost* cost = &studio->cost;
-    const uint64_t wholeNs = NowNs() - cost->begunNs;
-    const uint64_t otherNs = cost->counts.callNs + cost->counts.simulationNs;
+    const uint64_t wholeNs = cost->left.wholeNs + NowNs() - cost->begunNs;
     FrameCost* frame = &cost->frame;
     *frame = {};
     frame->tick = tick;
-    frame->callNs = cost->counts.callNs;
-    frame->simulationNs = cost->counts.simulationNs;
+    frame->parts = cost->left.parts + 1;
+    frame->callNs = cost->left.callNs + cost->counts.callNs;
+    frame->simulationNs = cost->left.simulationNs + cost->counts.simulationNs;
+    const uint64_t otherNs = frame->callNs + frame->simulationNs;
     frame->evaluationNs = wholeNs > otherNs ? wholeNs - otherNs : 0;
     const Stage* stage = studio->window.slots[studio->active].stage;
     for (CountedClip& clip : cost->counts.clips)
@@ -116,6 +133,7 @@ void EndCost(Studio* studio, uint32_t tick)
         }
         frame->clips.push_back(clip.cost);
     }
+    cost->left.parts = 0;
     cost->isOpen = true;
 }
 
@@ -125,7 +143,7 @@ void NoteSwap(Studio* studio)
     if (cost->isOpen)
     {
         cost->isOpen = false;
-        cost->frame.swapNs = NowNs() - cost->begunNs;
+        cost->frame.swapNs = NowNs() - cost->left.begunNs;
         NoteCost(cost->frame, &cost->history, &cost->piece);
     }
 }

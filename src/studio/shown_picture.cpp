@@ -58,11 +58,11 @@ ShowStep ShowPicture(Studio* studio)
     FaultList faults;
     StartFaults(&faults);
     const std::vector<KeptCamera> cameras = TakeCameras(studio, tick);
-    BeginCost(studio, &faults);
+    BeginCost(studio, tick, &faults);
     const SeekEnd end = ShowTick(&studio->window, slot, tick, &patience, &faults);
     if (end == SeekEnd::kLeft)
     {
-        StopCounting();
+        LeaveCost(studio);
         NotePast(clock.progress.isDrawing, clock.progress.frames - clock.progress.done,
                  &studio->seek.past);
     }

@@ -165,8 +165,9 @@ static std::string Cost(const Studio* studio)
            Member("evaluation_ns", Number(frame->evaluationNs)) + ", " +
            Member("simulation_ns", Number(frame->simulationNs)) + ", " +
            Member("call_ns", Number(frame->callNs)) + ", " +
-           Member("swap_ns", Number(frame->swapNs)) + ", " + Member("draws", Number(sum.draws)) +
-           ", " + Member("triangles", Number(sum.triangles)) + ", " +
+           Member("swap_ns", Number(frame->swapNs)) + ", " + Member("parts", Number(frame->parts)) +
+           ", " + Member("draws", Number(sum.draws)) + ", " +
+           Member("triangles", Number(sum.triangles)) + ", " +
            Member("state_calls", Number(sum.stateCalls)) + ", " +
            Member("texture_bytes", Number(sum.textureBytes)) + ", " +
            Member("clips", Number(clips)) + ", " +
@@ -174,7 +175,9 @@ static std::string Cost(const Studio* studio)
            Member("pictures", Number(cost.history.frames.size())) + ", " +
            Member("counted", Number(cost.piece.draws.size())) + ", " +
            Member("values", Number(cost.piece.shownUs.size())) + ", " +
-           Member("counted_draws", Number(isCounted ? cost.piece.draws[place] : 0)) + ", " +
+           Member("shown_us",
+                  Number(place < cost.piece.shownUs.size() ? cost.piece.shownUs[place] : 0)) +
+           ", " + Member("counted_draws", Number(isCounted ? cost.piece.draws[place] : 0)) + ", " +
            Member("clip_state_calls", Number(ClipStateCalls(*frame))) + ", " +
            Member("state_values", Number(cost.piece.stateCalls.size())) + ", " +
            Member("counted_state_calls",

@@ -241,6 +241,14 @@ TEST(CostHistory, KeepsTheLastPictures)
     FrameCost late = {};
     late.tick = 5000; // of a piece that was longer
     NoteCost(late, &history, &piece);
+    // One with its past tells nothing of how it plays.
+    FrameCost sought = {};
+    sought.tick = 3;
+    sought.swapNs = 900000000;
+    sought.parts = 2;
+    NoteCost(sought, &history, &piece);
+    EXPECT_EQ(LastCost(&history)->tick, 3u);
+    EXPECT_EQ(piece.shownUs[3], 3000u);
 }
 
 TEST(FrameCost, IsTheSumOfItsClips)

@@ -88,12 +88,19 @@ demo.write("demo.xml")""")
     studio.click("seek", 0.24)
     studio.click("seek", 0.12)
     pictures = [shown()]
+    studio.key("F3")
+    studio.until(lambda now: "cost" in now["rects"])
     studio.click("seek", 0.22)
     pictures.append(shown())
     subprocess.run([os.environ["STAGE_PICTURES"], package, str(tmp_path), "160", "90",
                     *(str(tick) for tick, _ in pictures)], check=True)
     assert pictures == [(tick, crc32(picture(tmp_path / f"{tick}.ppm"))) for tick, _ in pictures]
     assert pictures[0][0] < 250 < pictures[1][0] < 400
+    # What it took is that of all parts, and each that was left took 40 ms; SDL counts whole ones.
+    cost = studio.until(lambda now: now["cost"] and now["cost"]["tick"] == pictures[1][0])["cost"]
+    took = cost["evaluation_ns"] + cost["simulation_ns"] + cost["call_ns"]
+    assert 39_000_000 * (cost["parts"] - 1) < took < cost["swap_ns"]
+    assert cost["shown_us"] == (cost["swap_ns"] // 1000 if cost["parts"] == 1 else 0)
 
 
 def test_the_wave_form_is_shown_unasked(start: Start, screen: Screen, small: Path) -> None:

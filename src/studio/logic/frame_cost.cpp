@@ -248,7 +248,8 @@ void NoteCost(const FrameCost& frame, CostHistory* history, PieceCost* piece)
         history->next = (history->next + 1) % kCostFrames;
     }
     const size_t place = piece->step == 0 ? piece->shownUs.size() : frame.tick / piece->step;
-    if (place < piece->shownUs.size())
+    const bool isAlone = frame.parts <= 1;
+    if (place < piece->shownUs.size() && isAlone)
     {
         piece->shownUs[place] =
             static_cast<uint32_t>(std::min<uint64_t>(frame.swapNs / 1000, 0xFFFFFFFF));

@@ -86,6 +86,7 @@ struct FrameCost
     uint64_t simulationNs; // water and growing effects
     uint64_t callNs;       // in OpenGL's calls
     uint64_t swapNs;       // from the start of the picture to its end in the window
+    uint32_t parts;        // of the seek that it took, 1 or more: the times are those of all
     std::vector<ClipCost> clips;
 };
 
@@ -104,7 +105,7 @@ inline constexpr uint32_t kCostFrames = 240;
 /// @return state calls of a picture's clips, without those that belong to none
 uint32_t ClipStateCalls(const FrameCost& cost);
 
-/// Adds a picture, also its time to the graph of the piece.
+/// Adds a picture, also its time to the graph of the piece, if it took no past along.
 void NoteCost(const FrameCost& frame, CostHistory* history, PieceCost* piece);
 
 /// @return the picture that was added last; null for none

@@ -14,7 +14,8 @@ static double Milliseconds(uint64_t nanoseconds)
 
 static void DrawTimes(const FrameCost& frame)
 {
-    ImGui::Text("tick %u, %.2f ms to the swap", frame.tick, Milliseconds(frame.swapNs));
+    ImGui::Text("tick %u, %.2f ms to the swap%s", frame.tick, Milliseconds(frame.swapNs),
+                frame.parts > 1 ? ", with its past" : "");
     ImGui::Text("evaluation %.2f ms, simulation %.2f ms, calls %.2f ms",
                 Milliseconds(frame.evaluationNs), Milliseconds(frame.simulationNs),
                 Milliseconds(frame.callNs));
