@@ -173,3 +173,90 @@ def test_a_flight_leaves_the_picture(start: Start, screen: Screen, script: Path)
     assert f'<x type="static" value="{flown[0]}"/>' in copied
     studio.key("c")
     studio.until(lambda now: not now["fly"] and studio.picture() == before)
+
+
+COLORED = """
+from quorvale import FLAT, Document, Scene, line, look, recipes
+from quorvale.loading import loading_bar
+from quorvale.meshes import Mesh, square
+from quorvale.tracker import Instrument, Tune, tone
+
+screen = square(Mesh()).write("screen.obj")
+tune = Tune(rows=32, channels=1, tempo=120, speed=6)
+tune.instrument(Instrument("none", tone(64, (1,))))
+music = tune.write("tune.xm")
+things = Scene(name="things")
+way = line(0, 0.5, 400)
+things.add(screen, recipes.color_on_top((0.25, 0.5, 0.75)), position=(way, 0.5, -0.99))
+demo = Document(music)
+demo.row(0).show(things, FLAT, 0, 400)
+demo.write("demo.xml")
+loading_bar((1, 1, 1), music).write("loading.xml")
+"""
+
+
+def color_at(screen: Screen, studio: Studio, x: float, y: float) -> list[int]:
+    """Red, green and blue of the picture in the window."""
+    left, top = studio.place("picture", x, y)
+    return list(subprocess.run(
+        ["import", "-window", "root", "-crop", f"1x1+{left}+{top}", "-depth", "8", "rgb:-"],
+        check=True, capture_output=True, env=dict(os.environ, DISPLAY=screen.name)).stdout)
+
+
+def test_a_color_and_a_curve_are_tried(start: Start, screen: Screen, tmp_path: Path) -> None:
+    folder = tmp_path / "mine"
+    folder.mkdir()
+    (folder / "piece.py").write_text(COLORED)
+    studio = start("--size", "160x90", "--from", "2", folder)
+    studio.until(lambda now: now["errors"] or "node row 0, clip 1" in now["rects"])
+    assert studio.state()["errors"] == []
+    before = studio.picture()
+    assert color_at(screen, studio, 0.2, 0.5) == [64, 128, 191]
+    assert color_at(screen, studio, 0.9, 0.5) == [0, 0, 0]
+
+    unfold(studio, 'scene 1 "things"', "scene 1, object 1")
+    unfold(studio, "scene 1, object 1", "material 1")
+    studio.click("node material 1", 0.8)
+    studio.reveal("value color green", "item")
+    studio.drag("value color green", 40)
+    studio.drop()
+    change = studio.until(lambda now: now["changes"])["changes"][0]
+    assert change.startswith("material 1, color green: 0.5 -> ")
+    green = float(change.split()[-1])
+    assert 0.55 < green < 0.75
+    red, seen, blue = color_at(screen, studio, 0.2, 0.5)
+    assert (red, blue) == (64, 191) and abs(seen - 255 * green) <= 1
+
+    # The field of the color opens its picker: its three numbers change together.
+    studio.click("color color red")
+    left, top = studio.place("color color red", 0, 1)
+    screen.xdotool("mousemove", left + 40, top + 60, "mousedown", 1)
+    studio.frame()
+    screen.xdotool("mousemove_relative", 20, 20)
+    studio.frame()
+    studio.drop()
+    studio.until(lambda now: len(now["changes"]) > 1)
+    changed = studio.state()["changes"]
+    shown = color_at(screen, studio, 0.2, 0.5)
+    for name, number in zip(("red", "green", "blue"), shown):
+        value = next((line for line in changed if f", color {name}: " in line), "")
+        tried = float(value.split()[-1]) if value else dict(red=0.25, blue=0.75)[name]
+        assert abs(number - 255 * tried) <= 1, changed
+    # One gesture is one step back.
+    screen.xdotool("key", "Escape")
+    studio.key("ctrl+z")
+    studio.until(lambda now: now["changes"] == [change])
+    studio.key("ctrl+z")
+    studio.until(lambda now: not now["changes"] and studio.picture() == before)
+
+    studio.click("node curve 1", 0.8)
+    studio.reveal("value piece 1 b", "item")
+    studio.drag("value piece 1 b", 60)
+    studio.drop()
+    change = studio.until(lambda now: now["changes"])["changes"][0]
+    assert change.startswith("curve 1: x of ") and ", piece 1, b: 0 -> " in change
+    assert studio.picture() != before
+    # The square stands further to the right by now.
+    assert color_at(screen, studio, 0.75 + float(change.split()[-1]) - 0.02, 0.5) == [64, 128, 191]
+    studio.key("ctrl+z")
+    studio.until(lambda now: not now["changes"] and studio.picture() == before)

@@ -76,6 +76,13 @@ bool GivePanelsEvent(const Studio* studio, const SDL_Event* event)
     ImGui_ImplSDL2_ProcessEvent(event);
     const ImGuiIO& io = ImGui::GetIO();
     const bool isKey = event->type == SDL_KEYDOWN || event->type == SDL_KEYUP;
+    constexpr ImGuiPopupFlags kAny = ImGuiPopupFlags_AnyPopupId | ImGuiPopupFlags_AnyPopupLevel;
+    if (event->type == SDL_KEYDOWN && event->key.keysym.sym == SDLK_ESCAPE &&
+        ImGui::IsPopupOpen(nullptr, kAny))
+    {
+        ImGui::SetWindowFocus(nullptr);
+        return true;
+    }
     // The field for a moment gets its keys some frames after it was opened.
     return isKey && (io.WantTextInput || studio->isJumping);
 }
