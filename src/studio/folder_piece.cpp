@@ -17,7 +17,8 @@ static constexpr uint32_t kPatienceMs = 2000;
 void OpenFolder(Studio* studio, const std::string& folder)
 {
     CloseFolder(studio);
-    const std::string wrong = StartWatching(folder, &studio->folder.watcher);
+    StartWatching(folder, &studio->folder.watcher);
+    const std::string wrong = WatcherText(studio->folder.watcher);
     if (!wrong.empty())
     {
         ShowMessage(studio, wrong);
@@ -179,7 +180,7 @@ void PollFolder(Studio* studio)
     }
     const bool wasGone = folder->watcher.isGone;
     const uint32_t now = NowMs();
-    if (PollWatcher(&folder->watcher))
+    if (PollWatcher(now, &folder->watcher))
     {
         folder->mustCompare = true;
         folder->eventMs = now;

@@ -180,31 +180,43 @@ bool HasChanged(const FolderMarks& now, const FolderMarks& before, const FolderM
     return now != expected;
 }
 
+/// Watches one folder, if nothing was refused before.
+static void WatchOne(const std::string& folder, Watcher* watcher)
+{
+    if (watcher->stream < 0 || watcher->refusal != 0)
+    {
+        return;
+    }
+    // One that is removed in this moment needs no watch.
+    if (inotify_add_watch(watcher->stream, folder.c_str(), kEvents) < 0 && errno != ENOENT &&
+        errno != ENOTDIR)
+    {
+        watcher->refusal = errno;
+    }
+}
+
 static void WatchAll(Watcher* watcher)
 {
     struct stat status;
-    watcher->isGone = stat(watcher->folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode) ||
-                      inotify_add_watch(watcher->stream, watcher->folder.c_str(), kEvents) < 0;
+    watcher->isGone = stat(watcher->folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode);
+    watcher->refusal = watcher->stream < 0 ? watcher->refusal : 0;
+    WatchOne(watcher->folder, watcher);
     WalkFolder(watcher->folder, 0,
                [watcher](const std::string& path, const struct stat& found)
                {
                    if (S_ISDIR(found.st_mode))
                    {
-                       inotify_add_watch(watcher->stream, path.c_str(), kEvents);
+                       WatchOne(path, watcher);
                    }
                });
 }
 
-std::string StartWatching(const std::string& folder, Watcher* watcher)
+void StartWatching(const std::string& folder, Watcher* watcher)
 {
     watcher->folder = folder;
     watcher->stream = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-    if (watcher->stream < 0)
-    {
-        return "the folder can't be watched: " + std::string(strerror(errno));
-    }
+    watcher->refusal = watcher->stream < 0 ? errno : 0;
     WatchAll(watcher);
-    return "";
 }
 
 void StopWatching(Watcher* watcher)
@@ -216,24 +228,39 @@ void StopWatching(Watcher* watcher)
     *watcher = {};
 }
 
-bool PollWatcher(Watcher* watcher)
+bool PollWatcher(uint32_t nowMs, Watcher* watcher)
 {
-    if (watcher->stream < 0)
+    if (watcher->folder.empty())
     {
         return false;
     }
     alignas(inotify_event) char events[16384];
     bool happened = false;
-    for (ssize_t got = 1; got > 0;)
+    for (ssize_t got = watcher->stream < 0 ? 0 : 1; got > 0;)
     {
         got = read(watcher->stream, events, sizeof(events));
         happened = happened || got > 0;
     }
-    if (happened || watcher->isGone)
+    const bool isLate = watcher->refusal != 0 && nowMs - watcher->comparedMs >= kCompareMs;
+    if (happened || watcher->isGone || isLate)
     {
         const bool wasGone = watcher->isGone;
         WatchAll(watcher); // folders may be new
-        happened = happened || wasGone != watcher->isGone;
+        happened = happened || isLate || wasGone != watcher->isGone;
+        watcher->comparedMs = nowMs;
     }
     return happened;
+}
+
+std::string WatcherText(const Watcher& watcher)
+{
+    if (watcher.refusal == 0)
+    {
+        return "";
+    }
+    const std::string limit = watcher.refusal == ENOSPC
+                                  ? "the system watches no more folders, raise"
+                                    " fs.inotify.max_user_watches"
+                                  : strerror(watcher.refusal);
+    return "saves are seen after half a second: " + limit;
 }

@@ -77,14 +77,22 @@ bool HasChanged(const FolderMarks& now, const FolderMarks& before, const FolderM
 struct Watcher
 {
     std::string folder;
-    int stream = -1; // of inotify
-    bool isGone;     // the folder is not there
+    int stream = -1;     // of inotify; -1 if the system refuses one
+    bool isGone;         // the folder is not there
+    int32_t refusal;     // errno of the system's refusal to watch a part of it; 0 for none
+    uint32_t comparedMs; // when a folder that is not watched wholly was compared last
 };
 
-/// @return an empty text, or why the folder can't be watched
-std::string StartWatching(const std::string& folder, Watcher* watcher);
+/// A folder that the system refuses to watch is looked at so often.
+inline constexpr uint32_t kCompareMs = 500;
+
+/// Where the system refuses to watch, saves are seen by comparing.
+void StartWatching(const std::string& folder, Watcher* watcher);
 void StopWatching(Watcher* watcher);
 
 /// Takes what has happened, without waiting. A folder that comes back is watched again.
 /// @return whether anything may have changed
-bool PollWatcher(Watcher* watcher);
+bool PollWatcher(uint32_t nowMs, Watcher* watcher);
+
+/// @return an empty text, or why changes of the folder are seen late
+std::string WatcherText(const Watcher& watcher);
