@@ -447,7 +447,10 @@ static void KeepPictureFile(Studio* studio)
     stem = stem.substr(0, stem.rfind('.'));
     char number[32];
     snprintf(number, sizeof(number), "-%06u.png", studio->shownTick);
-    const std::string path = stem + number;
+    // A program that a desktop starts may stand in a folder that is not the user's.
+    const char* home = getenv("HOME");
+    const bool isOurs = access(".", W_OK) == 0 || home == nullptr;
+    const std::string path = WholePath(isOurs ? "." : home) + "/" + stem + number;
     const std::vector<uint8_t> pixels = ReadShownPicture(&studio->window);
     const bool isWritten = WritePng(
         path, {studio->window.pictureWidth, studio->window.pictureHeight, 3, pixels.data()});
@@ -950,7 +953,9 @@ static void KeepSettings(Studio* studio, const std::string& folder)
     studio->settings.panels = static_cast<int32_t>(studio->panels);
     SDL_GetWindowSize(studio->window.window, &studio->settings.windowWidth,
                       &studio->settings.windowHeight);
-    const std::string text = FormatSettings(studio->settings);
+    const StudioSettings file = ParseSettings(ReadSettingsText(folder));
+    const std::string text =
+        FormatSettings(MergeSettings(studio->firstSettings, studio->settings, file));
     if (MakeFolder(folder))
     {
         ReplaceFile(folder + "/settings", reinterpret_cast<const unsigned char*>(text.data()),
@@ -1030,6 +1035,7 @@ int RunStudio(const StudioOptions& options)
     studio->transport.speed = kNormalSpeed;
     const std::string folder = SettingsFolder(getenv("XDG_CONFIG_HOME"), getenv("HOME"));
     studio->settings = ParseSettings(folder.empty() ? "" : ReadSettingsText(folder));
+    studio->firstSettings = studio->settings;
     studio->panels = static_cast<uint32_t>(studio->settings.panels);
 
     const std::string wrong = OpenAll(studio);

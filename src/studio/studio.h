@@ -38,6 +38,7 @@ struct Studio
 {
     StudioOptions options;
     StudioSettings settings;
+    StudioSettings firstSettings; // that the run began with
     StudioWindow window;
     Loader loader;
     int32_t active;   // place in window.slots of the piece that plays; -1 for none

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <cstring>
 #include <gtest/gtest.h>
 #include <set>
 
@@ -186,6 +187,41 @@ TEST(Settings, APieceStandsOnceAndTheOldestGo)
     EXPECT_EQ(settings.lastPlaces[0].first, "/piece19");
     EXPECT_EQ(FindPlace(settings, "/piece19"), 39u);
     EXPECT_EQ(FindPlace(settings, "/piece3"), 0u);
+}
+
+TEST(Settings, LinesOfTheUserStay)
+{
+    const StudioSettings read = ParseSettings("# mine\n\nvolume=7\ncolor=red\nwidth=1000");
+    EXPECT_EQ(FormatSettings(read).find("# mine\ncolor=red\n"),
+              FormatSettings(read).size() - strlen("# mine\ncolor=red\n"));
+    EXPECT_EQ(FormatSettings(ParseSettings(FormatSettings(read))), FormatSettings(read));
+}
+
+TEST(Settings, WhatOthersChangeMeanwhileStays)
+{
+    StudioSettings before = DefaultSettings();
+    before.lastPlaces = {{"/one", 1}, {"/two", 2}, {"/three", 3}};
+    StudioSettings after = before;
+    after.volume = 40;
+    NotePlace(&after, "/two", 20);
+    NotePlace(&after, "/four", 4);
+    StudioSettings file = before;
+    file.editor = "vi +%l %f";
+    file.volume = 60;
+    file.windowHeight = 700;
+    file.otherLines = "# mine\n";
+    NotePlace(&file, "/one", 10);
+    const StudioSettings merged = MergeSettings(before, after, file);
+    EXPECT_EQ(merged.editor, "vi +%l %f");
+    EXPECT_EQ(merged.volume, 40);
+    EXPECT_EQ(merged.windowHeight, 700);
+    EXPECT_EQ(merged.windowWidth, before.windowWidth);
+    EXPECT_EQ(merged.otherLines, "# mine\n");
+    const std::vector<std::pair<std::string, uint32_t>> places = {
+        {"/four", 4}, {"/two", 20}, {"/one", 10}, {"/three", 3}};
+    EXPECT_EQ(merged.lastPlaces, places);
+    EXPECT_EQ(FormatSettings(MergeSettings(before, after, before)), FormatSettings(after));
+    EXPECT_EQ(FormatSettings(MergeSettings(before, before, file)), FormatSettings(file));
 }
 
 TEST(Settings, TheFolderIsTheUsersOwn)

@@ -58,6 +58,7 @@ StudioSettings ParseSettings(const std::string& text)
         const size_t equals = line.find('=');
         if (equals == std::string::npos)
         {
+            settings.otherLines += line.empty() ? "" : line + "\n";
             continue;
         }
         const std::string key = line.substr(0, equals);
@@ -86,6 +87,10 @@ StudioSettings ParseSettings(const std::string& text)
         {
             TakePlace(value, &settings);
         }
+        else
+        {
+            settings.otherLines += line + "\n";
+        }
     }
     return settings;
 }
@@ -101,7 +106,35 @@ std::string FormatSettings(const StudioSettings& settings)
     {
         text += "piece=" + std::to_string(tick) + " " + piece + "\n";
     }
-    return text;
+    return text + settings.otherLines;
+}
+
+StudioSettings MergeSettings(const StudioSettings& before, const StudioSettings& after,
+                             const StudioSettings& file)
+{
+    StudioSettings merged = file;
+    const auto take = [&before, &after, &merged](auto StudioSettings::*member)
+    {
+        if (after.*member != before.*member)
+        {
+            merged.*member = after.*member;
+        }
+    };
+    take(&StudioSettings::editor);
+    take(&StudioSettings::volume);
+    take(&StudioSettings::panels);
+    take(&StudioSettings::windowWidth);
+    take(&StudioSettings::windowHeight);
+    for (auto place = after.lastPlaces.rbegin(); place != after.lastPlaces.rend(); ++place)
+    {
+        const bool isNew = std::find(before.lastPlaces.begin(), before.lastPlaces.end(), *place) ==
+                           before.lastPlaces.end();
+        if (isNew)
+        {
+            NotePlace(&merged, place->first, place->second);
+        }
+    }
+    return merged;
 }
 
 void NotePlace(StudioSettings* settings, const std::string& piece, uint32_t tick)

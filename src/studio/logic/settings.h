@@ -18,6 +18,7 @@ struct StudioSettings
     int32_t panels;                    // shown, a bit a Panel
     int32_t windowWidth, windowHeight; // pixels
     std::vector<std::pair<std::string, uint32_t>> lastPlaces; // piece and tick, the latest first
+    std::string otherLines;                                   // of the file, such as remarks
 };
 
 /// @return settings of a first run
@@ -27,6 +28,14 @@ StudioSettings DefaultSettings();
 StudioSettings ParseSettings(const std::string& text);
 
 std::string FormatSettings(const StudioSettings& settings);
+
+/// Brings together what this run has changed, and what others - another window, or the user with an
+/// editor - have changed in the file meanwhile. Where both did, this run's stays.
+/// @param before   that the run began with
+/// @param after    that it ends with
+/// @param file     of the file now
+StudioSettings MergeSettings(const StudioSettings& before, const StudioSettings& after,
+                             const StudioSettings& file);
 
 /// @return whether a piece was open before
 bool IsKnownPiece(const StudioSettings& settings, const std::string& piece);
