@@ -47,6 +47,7 @@ struct Look
     uint32_t drawnTick;    // the same
     bool isOld;            // users and pictures are of another item or piece
     bool hasOldPictures;   // pictures are of other values
+    bool isZooming;        // the mouse is on a mesh: its wheel is the mesh's
     CurveNames curveNames; // of the demo; none before the first is asked for
     OriginList origins;    // of the demo, where its author's program told them
 };

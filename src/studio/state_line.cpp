@@ -139,7 +139,8 @@ static std::string Inside(const Studio* studio)
            Member("pixel", Quoted(look.pixel)) + ", " +
            Member("curves", Number(ListCurves(studio, look.ref).size())) + ", " +
            Member("source", Quoted(source.path + ":" + std::to_string(source.line))) + ", " +
-           Member("yaw", std::to_string(TruncateToInt(look.wire.yaw))) + "}";
+           Member("yaw", std::to_string(TruncateToInt(look.wire.yaw))) + ", " +
+           Member("zoom_percent", std::to_string(TruncateToInt(look.wire.zoom * 100.0f))) + "}";
 }
 
 /// The picture that was swapped last, and how much of the piece's graph is counted.

@@ -246,6 +246,7 @@ static void TakeOver(Studio* studio, const LoadOutcome& outcome)
     studio->made = outcome.made;
     studio->kept = outcome.kept;
     studio->loads += 1;
+    studio->failures = 0;
     if (studio->folder.watcher.folder.empty())
     {
         studio->findings.clear(); // those of a folder are its build's
@@ -330,16 +331,21 @@ static void DropLoaded(Studio* studio)
     studio->folder.isTimed = false;
 }
 
-/// The next piece of the list, or the end of the program.
+/// The next piece of the list, or the end of the program. A piece that is being opened comes first.
 static void PlayNext(Studio* studio)
 {
+    if (studio->loader.isRunning)
+    {
+        return;
+    }
     studio->pieceIndex += 1;
     if (studio->pieceIndex < studio->options.pieces.size())
     {
         OpenPiecePath(studio, studio->options.pieces[studio->pieceIndex]);
         return;
     }
-    if (studio->options.repeats && studio->active >= 0)
+    const bool allAreBroken = studio->failures >= studio->options.pieces.size();
+    if (studio->options.repeats && studio->active >= 0 && !allAreBroken)
     {
         studio->pieceIndex = 0;
         if (studio->options.pieces.size() == 1)
@@ -353,6 +359,23 @@ static void PlayNext(Studio* studio)
     }
     studio->quits = true;
     studio->exitCode = studio->active < 0 ? EXIT_FAILURE : studio->exitCode;
+}
+
+/// Goes to another piece of the list, which has no piece before the first and none after the last.
+static void StepPieces(Studio* studio, int32_t step)
+{
+    const int64_t count = static_cast<int64_t>(studio->options.pieces.size());
+    const int64_t index = int64_t{studio->pieceIndex} + step;
+    if (!studio->options.isViewer || index < 0 || index >= count)
+    {
+        ShowMessage(studio, step < 0 ? "there is no piece before" : "there is no other piece");
+        return;
+    }
+    if (!studio->loader.isRunning)
+    {
+        studio->pieceIndex = static_cast<uint32_t>(index);
+        OpenPiecePath(studio, studio->options.pieces[studio->pieceIndex]);
+    }
 }
 
 /// A viewer goes on to the next piece if a folder can't be built.
@@ -372,6 +395,7 @@ static void PassBrokenFolder(Studio* studio)
     }
     CloseFolder(studio);
     studio->exitCode = EXIT_FAILURE;
+    studio->failures += 1;
     PlayNext(studio);
 }
 
@@ -401,6 +425,7 @@ static void PollPiece(Studio* studio)
         {
             TellFaults(studio, outcome.faults);
             studio->exitCode = EXIT_FAILURE;
+            studio->failures += 1;
             if (studio->options.isViewer)
             {
                 PlayNext(studio);
@@ -632,6 +657,12 @@ void RunCommand(Studio* studio, Command command)
     case Command::kJump:
         OpenJump(studio);
         break;
+    case Command::kPreviousPiece:
+        StepPieces(studio, -1);
+        break;
+    case Command::kNextPiece:
+        StepPieces(studio, 1);
+        break;
     case Command::kSlower:
         ChangeSpeed(transport, -1, now);
         break;
@@ -744,8 +775,23 @@ static bool IsAlwaysCommand(const SDL_KeyboardEvent& key)
     return isFunction || hasControl || key.keysym.sym == SDLK_ESCAPE;
 }
 
+/// Whether a key is the one of a row. Brackets are also found by their place: many keyboards have
+/// letters there, and brackets where no program reaches them.
+static bool IsKeyOf(const KeyRow& row, const SDL_Keysym& key)
+{
+    const SDL_Keycode code = SDL_GetKeyFromName(row.key);
+    return code == key.sym ||
+           (code == SDLK_LEFTBRACKET && key.scancode == SDL_SCANCODE_LEFTBRACKET) ||
+           (code == SDLK_RIGHTBRACKET && key.scancode == SDL_SCANCODE_RIGHTBRACKET);
+}
+
 static void TakeKey(Studio* studio, const SDL_KeyboardEvent& key)
 {
+    // What is written with AltGr is no command, and what has Alt is the window manager's.
+    if ((key.keysym.mod & (KMOD_ALT | KMOD_MODE | KMOD_GUI)) != 0)
+    {
+        return;
+    }
     if (studio->flight.isOn && IsFlightKey(key.keysym.sym) && (key.keysym.mod & KMOD_CTRL) == 0)
     {
         return;
@@ -756,11 +802,13 @@ static void TakeKey(Studio* studio, const SDL_KeyboardEvent& key)
     }
     for (const KeyRow& row : KeyTable())
     {
-        if (SDL_GetKeyFromName(row.key) == key.keysym.sym &&
-            row.modifiers == Modifiers(key.keysym.mod) &&
+        if (IsKeyOf(row, key.keysym) && row.modifiers == Modifiers(key.keysym.mod) &&
             (row.inViewer || !studio->options.isViewer))
         {
-            RunCommand(studio, row.command);
+            if (key.repeat == 0 || row.repeats)
+            {
+                RunCommand(studio, row.command);
+            }
             return;
         }
     }
@@ -1067,6 +1115,7 @@ int RunStudio(const StudioOptions& options)
     RunRounds(studio);
 
     KeepSettings(studio, folder);
+    SDL_HideWindow(studio->window.window); // a piece that is being loaded is waited for
     EndLoading(&studio->loader);
     UseWindow(&studio->window);
     CloseLook(studio);

@@ -48,6 +48,7 @@ struct Studio
     std::string piecePath;             // as it was named
     std::string modulePath;            // of the piece; empty for none
     uint32_t pieceIndex;               // in options.pieces, with --play
+    uint32_t failures;                 // pieces in a row that could not be opened
     std::string loadedPath;            // of the piece that plays
     uint32_t loadUs, seekUs;           // of the last piece that was loaded
     uint32_t made, kept;               // items of it that were made anew, and those kept

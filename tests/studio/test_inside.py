@@ -43,6 +43,17 @@ def test_what_is_drawn_is_seen_from_inside(start: Start, script: Path) -> None:
     mesh = studio.until(lambda now: now["inside"]["pictures"])["inside"]
     assert mesh["pictures"] == ["1225 vertices, 2304 triangles"]
     assert mesh["users"] == ["scene 1, object 1"]
+    # The mouse turns it, and the wheel zooms it and does not scroll the panel.
+    assert mesh["yaw"] == 30 and mesh["zoom_percent"] == 100
+    place = studio.state()["rects"]["look"]
+    studio.drag("look", 40)
+    studio.drop()
+    studio.until(lambda now: now["inside"]["yaw"] == 50)
+    studio.screen.xdotool("click", 5, "click", 5)
+    studio.until(lambda now: now["inside"]["zoom_percent"] == 82)
+    studio.screen.xdotool("click", 4)
+    studio.until(lambda now: now["inside"]["zoom_percent"] == 90)
+    assert studio.state()["rects"]["look"] == place
     assert studio.state()["errors"] == []
 
 

@@ -129,6 +129,19 @@ TEST(Commands, NoKeyStandsForTwo)
     }
 }
 
+TEST(Commands, WhatIsHeldRepeatsStepsAlone)
+{
+    for (const KeyRow& row : KeyTable())
+    {
+        const bool isStep = row.command <= Command::kOnBeat && row.command != Command::kPlayPause;
+        const bool isSwitch = row.command == Command::kPlayPause || row.command == Command::kMute ||
+                              row.command == Command::kPanels || row.command == Command::kPicture ||
+                              row.command == Command::kLeave;
+        EXPECT_TRUE(!isStep || row.repeats) << row.key;
+        EXPECT_FALSE(isSwitch && row.repeats) << row.key;
+    }
+}
+
 TEST(Commands, EachHasAKey)
 {
     std::set<Command> commands;

@@ -185,7 +185,7 @@ screen = square(Mesh()).write("screen.obj")
 tune = Tune(rows=32, channels=1, tempo=120, speed=6)
 tune.instrument(Instrument("none", tone(64, (1,))))
 music = tune.write("tune.xm")
-things = Scene(name="things")
+things = Scene(name="a##b###c")
 way = line(0, 0.5, 400)
 things.add(screen, recipes.color_on_top((0.25, 0.5, 0.75)), position=(way, 0.5, -0.99))
 demo = Document(music)
@@ -214,7 +214,7 @@ def test_a_color_and_a_curve_are_tried(start: Start, screen: Screen, tmp_path: P
     assert color_at(screen, studio, 0.2, 0.5) == [64, 128, 191]
     assert color_at(screen, studio, 0.9, 0.5) == [0, 0, 0]
 
-    unfold(studio, 'scene 1 "things"', "scene 1, object 1")
+    unfold(studio, 'scene 1 "a##b###c"', "scene 1, object 1")
     unfold(studio, "scene 1, object 1", "material 1")
     studio.click("node material 1", 0.8)
     studio.reveal("value color green", "item")

@@ -392,6 +392,48 @@ def test_the_viewer_plays_a_list(start: Start, small: Path, tmp_path: Path) -> N
     assert studio.end() == 1
 
 
+def test_keys_walk_through_a_list(start: Start, small: Path, tmp_path: Path) -> None:
+    packages = [tmp_path / "one.dpk", tmp_path / "two.dpk"]
+    for package in packages:
+        package.write_bytes(small.read_bytes())
+    one, two = map(str, packages)
+    studio = start("--play", "--mute", "--loop", *SIZE, one, two)
+    studio.until(lambda now: now["piece"] == one and now["plays"])
+    studio.key("shift+comma")
+    studio.until(lambda now: now["message"] == "there is no piece before")
+    studio.key("shift+period")
+    studio.until(lambda now: now["piece"] == two and now["plays"] and not now["loading"])
+    studio.key("shift+period")
+    studio.until(lambda now: now["message"] == "there is no other piece")
+    studio.key("shift+comma")
+    studio.until(lambda now: now["piece"] == one and now["plays"] and not now["loading"])
+    # A list that has come to nothing ends, though it would begin anew for ever.
+    for package in packages:
+        package.unlink()
+    studio.key("End")
+    assert studio.end() == 1
+    assert [name in studio.errors() for name in (one, two)] == [True, True]
+
+
+def test_keys_that_are_held_and_letters_of_others(start: Start, screen: Screen,
+                                                  small: Path) -> None:
+    studio = start(*SIZE, "--from", "3", small)
+    opened(studio)
+    studio.key("alt+m", "super+m", "F1")
+    studio.until(lambda now: now["keys"])
+    assert not studio.state()["muted"]
+    # A key that is held comes again and again: a step takes all, a switch the first alone.
+    studio.point("picture")
+    screen.xdotool("keydown", "shift", "keydown", "Right")
+    studio.until(lambda now: now["shown"] > 303)
+    screen.xdotool("keyup", "Right", "keyup", "shift", "keydown", "m")
+    studio.until(lambda now: now["muted"])
+    for _ in range(50):
+        studio.frame()
+        assert studio.state()["muted"]
+    screen.xdotool("keyup", "m")
+
+
 def test_help_version_and_mistakes() -> None:
     done = subprocess.run([STUDIO, "--help"], capture_output=True, text=True)
     assert done.returncode == 0 and "--play" in done.stdout

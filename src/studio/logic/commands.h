@@ -24,6 +24,8 @@ enum class Command : uint8_t
     kToStart,
     kToEnd,
     kJump,
+    kPreviousPiece,
+    kNextPiece,
     kSlower,
     kFaster,
     kNormalSpeed,
@@ -83,6 +85,7 @@ struct KeyRow
     uint8_t modifiers; // all that are held
     Command command;
     bool inViewer; // counts with --play too
+    bool repeats;  // while it is held
     const char* text;
 };
 

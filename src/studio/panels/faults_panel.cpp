@@ -33,9 +33,7 @@ static void DrawFinding(Studio* studio, size_t i)
                (finding.line == 0 ? "" : ":" + std::to_string(finding.line)) + ": " + line;
     }
     ImGui::PushStyleColor(ImGuiCol_Text, KindColor(finding.kind));
-    // The place makes the label one of its own.
-    line += "##" + std::to_string(i);
-    if (ImGui::Selectable(line.c_str(), i == studio->selectedFinding))
+    if (TextSelectable(line, static_cast<int>(i), i == studio->selectedFinding))
     {
         studio->selectedFinding = i;
         OpenFinding(studio);

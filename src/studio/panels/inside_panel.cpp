@@ -9,7 +9,8 @@
 #include "engine/data/numeric.h"
 #include "engine/render/records/timeline.h"
 
-static constexpr int kDeepest = 8; // of the tree
+static constexpr int kDeepest = 8;                // of the tree
+static constexpr float kLeastColorStep = 0.0002f; // that counts as a change
 static constexpr ImU32 kCurveColors[] = {
     IM_COL32(224, 164, 96, 255),  IM_COL32(112, 176, 224, 255), IM_COL32(150, 200, 120, 255),
     IM_COL32(212, 124, 148, 255), IM_COL32(176, 152, 224, 255), IM_COL32(200, 200, 120, 255),
@@ -87,7 +88,11 @@ static void DrawTreeItem(Studio* studio, const TreeItem& item)
         ImGui::PushStyleColor(ImGuiCol_Text, ImGui::GetStyle().Colors[ImGuiCol_TextDisabled]);
     }
     const std::string text = LookTitle(studio, item.ref) + (isHidden ? " (hidden)" : "");
-    const bool isOpen = ImGui::TreeNodeEx(title.c_str(), flags, "%s", text.c_str());
+    // By its place, for authors' names may have signs that mean something to the toolkit.
+    const uintptr_t place = (static_cast<uintptr_t>(item.ref.section) << 56) |
+                            (uintptr_t{item.ref.item} << 24) | item.ref.part;
+    const bool isOpen =
+        ImGui::TreeNodeEx(reinterpret_cast<const void*>(place), flags, "%s", text.c_str());
     ImGui::PopStyleColor(isHidden ? 1 : 0);
     NoteItem(studio, ("node " + title).c_str());
     NoteArrow(studio, ("open " + title).c_str());
@@ -168,12 +173,17 @@ static void DrawColor(Studio* studio, const std::vector<Field>& fields, size_t f
     ImGui::TableNextRow();
     ImGui::TableNextColumn();
     ImGui::TableNextColumn();
+    const float before[3] = {color[0], color[1], color[2]};
     if (ImGui::ColorEdit3("##color", color,
                           ImGuiColorEditFlags_NoInputs | ImGuiColorEditFlags_Float))
     {
         for (size_t i = 0; i < 3; ++i)
         {
-            TryValue(studio, fields[first + i], NumberText(color[i]));
+            // On the way through hue and back, numbers that nobody has touched change a little.
+            if (std::fabs(color[i] - before[i]) >= kLeastColorStep)
+            {
+                TryValue(studio, fields[first + i], NumberText(color[i]));
+            }
         }
     }
     NoteItem(studio, ("color " + fields[first].name).c_str());
@@ -213,7 +223,7 @@ static void DrawField(Studio* studio, const Field& field)
         {
             snprintf(number, sizeof(number), "%.6g   ", value);
         }
-        if (ImGui::Selectable((number + title).c_str()) && named.item != 0)
+        if (TextSelectable(number + title, 0, false) && named.item != 0)
         {
             LookAt(studio, named, studio->look.context);
         }
@@ -470,6 +480,7 @@ static void DrawLarge(Studio* studio)
         look->wire.pitch = std::clamp(look->wire.pitch + io.MouseDelta.y * 0.5f, -90.0f, 90.0f);
     }
     look->pixel.clear();
+    look->isZooming = isMesh && ImGui::IsItemHovered();
     if (ImGui::IsItemHovered())
     {
         if (isMesh)
@@ -551,12 +562,12 @@ static void DrawUsers(Studio* studio)
     {
         return;
     }
-    for (const ItemRef& user : users)
+    for (size_t i = 0; i < users.size(); ++i)
     {
-        const std::string title = ItemTitle(PlayedDocument(studio), user);
-        if (ImGui::Selectable(title.c_str()))
+        const std::string title = ItemTitle(PlayedDocument(studio), users[i]);
+        if (TextSelectable(title, static_cast<int>(i), false))
         {
-            LookAt(studio, user, studio->look.context);
+            LookAt(studio, users[i], studio->look.context);
         }
         NoteItem(studio, ("user " + title).c_str());
     }
@@ -582,7 +593,11 @@ void DrawInsidePanel(Studio* studio)
         if (studio->look.ref.item != 0)
         {
             ImGui::Separator();
-            ImGui::BeginChild("item", ImVec2(0.0f, 0.0f), false, ImGuiWindowFlags_NavFlattened);
+            const ImGuiWindowFlags scroll =
+                studio->look.isZooming ? ImGuiWindowFlags_NoScrollWithMouse : 0;
+            studio->look.isZooming = false;
+            ImGui::BeginChild("item", ImVec2(0.0f, 0.0f), false,
+                              ImGuiWindowFlags_NavFlattened | scroll);
             if (!(studio->look.drawnRef == studio->look.ref))
             {
                 studio->look.drawnRef = studio->look.ref;

@@ -142,6 +142,19 @@ static void NoteRect(Studio* studio, const char* name, ImVec2 low, ImVec2 high)
     }
 }
 
+bool TextSelectable(const std::string& text, int id, bool isSelected)
+{
+    const ImVec2 from = ImGui::GetCursorScreenPos();
+    const ImVec2 size = ImGui::CalcTextSize(text.c_str());
+    ImGui::PushID(id);
+    const bool isClicked =
+        ImGui::Selectable("##line", isSelected, ImGuiSelectableFlags_None,
+                          ImVec2(std::max(ImGui::GetContentRegionAvail().x, size.x), 0.0f));
+    ImGui::PopID();
+    ImGui::GetWindowDrawList()->AddText(from, ImGui::GetColorU32(ImGuiCol_Text), text.c_str());
+    return isClicked;
+}
+
 void NoteItem(Studio* studio, const char* name)
 {
     NoteRect(studio, name, ImGui::GetItemRectMin(), ImGui::GetItemRectMax());

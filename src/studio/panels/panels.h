@@ -47,6 +47,12 @@ void PlaceAtFirst(const PanelRect& place);
 /// @return whether anything of it is seen
 bool BeginPanel(Studio* studio, const char* title, Panel panel, int flags);
 
+/// A line of text that can be clicked. Authors' names may have signs in them that mean something to
+/// Dear ImGui, which is why it gets no label.
+/// @param id   tells lines of one place apart
+/// @return whether it was clicked
+bool TextSelectable(const std::string& text, int id, bool isSelected);
+
 /// Notes where the last item of Dear ImGui is seen; not at all where it was scrolled away.
 void NoteItem(Studio* studio, const char* name);
 

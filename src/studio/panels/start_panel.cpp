@@ -3,11 +3,12 @@
 
 #include <imgui.h>
 
-/// A button that opens a piece.
-static void PieceButton(Studio* studio, const std::string& label, const std::string& path,
+/// A line that opens a piece.
+/// @param id   tells lines apart
+static void PieceButton(Studio* studio, const std::string& label, int id, const std::string& path,
                         const std::string& name)
 {
-    if (ImGui::Selectable((label + "##" + name).c_str()))
+    if (TextSelectable(label, id, false))
     {
         OpenPiecePath(studio, path);
     }
@@ -29,7 +30,7 @@ void DrawStartPanel(Studio* studio)
         for (size_t i = 0; i < studio->settings.lastPlaces.size(); ++i)
         {
             const std::string path = studio->settings.lastPlaces[i].first;
-            PieceButton(studio, path, path, "recent " + std::to_string(i));
+            PieceButton(studio, path, static_cast<int>(i), path, "recent " + std::to_string(i));
         }
         ImGui::Separator();
         ImGui::SetNextItemWidth(-80.0f * studio->scale);
@@ -45,7 +46,7 @@ void DrawStartPanel(Studio* studio)
         const std::string sample = SamplePath();
         if (!sample.empty())
         {
-            PieceButton(studio, "the sample piece", sample, "sample");
+            PieceButton(studio, "the sample piece", -1, sample, "sample");
         }
     }
     ImGui::End();
