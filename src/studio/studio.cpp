@@ -587,15 +587,16 @@ static void ChangeVolume(Studio* studio, int32_t step)
     ShowMessage(studio, "volume " + std::to_string(studio->settings.volume));
 }
 
-/// The range between the marks; the other mark starts at the piece's own end.
+/// The range between the marks. The other mark starts at the piece's own end, and goes back there
+/// if this one passes it.
 static void MarkRange(Studio* studio, bool isBegin)
 {
     Transport* transport = &studio->transport;
     const uint32_t tick = TransportTick(transport);
-    const uint32_t begin = isBegin ? tick : transport->hasRange ? transport->rangeBegin : 0;
-    const uint32_t end = !isBegin              ? tick
-                         : transport->hasRange ? transport->rangeEnd
-                                               : transport->endTick;
+    const bool hasBegin = transport->hasRange && transport->rangeBegin < tick;
+    const bool hasEnd = transport->hasRange && transport->rangeEnd > tick;
+    const uint32_t begin = isBegin ? tick : hasBegin ? transport->rangeBegin : 0;
+    const uint32_t end = !isBegin ? tick : hasEnd ? transport->rangeEnd : transport->endTick;
     SetRange(transport, begin, end);
 }
 

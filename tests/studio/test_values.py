@@ -161,6 +161,13 @@ def test_a_flight_leaves_the_picture(start: Start, screen: Screen, script: Path)
     studio.drop()
     turned = studio.state()["fly"]
     assert turned[:3] == begun[:3] and turned[3:] == [begun[3] + 5, begun[4] + 10, begun[5]]
+    # The same with the picture alone.
+    studio.key("Tab")
+    studio.until(lambda now: not now["panels"])
+    studio.drag("picture", 20, -20)
+    studio.drop()
+    assert studio.state()["fly"][3:] == [begun[3], begun[4] + 15, begun[5]]
+    studio.key("Tab")
     screen.xdotool("keydown", "w")
     studio.until(lambda now: now["fly"][:3] != begun[:3])
     screen.xdotool("keyup", "w")

@@ -254,6 +254,14 @@ def test_speeds_and_ranges(start: Start, small: Path) -> None:
     opened(studio)
     studio.key("Home", "i", "Right", "o", "Left")
     studio.until(lambda now: now["range"] == [0, 500] and now["tick"] == 0)
+    # A mark that passes the other one sends it back to the piece's end.
+    end = studio.state()["end"]
+    studio.key("Right", "Right", "i")
+    studio.until(lambda now: now["range"] == [1000, end])
+    studio.key("Left", "o")
+    studio.until(lambda now: now["range"] == [0, 500])
+    studio.key("Home")
+    studio.until(lambda now: now["tick"] == 0)
     studio.key("bracketright", "bracketright", "bracketright")
     studio.until(lambda now: now["speed"] == 32)
     studio.key("space")

@@ -13,6 +13,11 @@ void DrawPictureAlone(Studio* studio)
         ImVec2(picture.left + picture.width, picture.top + picture.height), ImVec2(0.0f, 1.0f),
         ImVec2(1.0f, 0.0f));
     studio->rects["picture"] = picture;
+    const ImGuiIO& io = ImGui::GetIO();
+    if (!io.WantCaptureMouse && ImGui::IsMouseDown(ImGuiMouseButton_Left))
+    {
+        FlyWithMouse(studio, io.MouseDelta.x, io.MouseDelta.y);
+    }
     DrawMessage(studio, picture);
 }
 
