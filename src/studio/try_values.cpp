@@ -376,10 +376,12 @@ static std::string WhyOutdated(const Studio* studio, const std::string& path)
                                   "without mistakes, then write";
 }
 
-/// @param line   receives the line of the number, which may stand some lines below its statement
+/// @param written    receives the line of the number, which may stand some lines below its
+/// statement
+/// @param isShared   receives whether the number may make other values too
 /// @return an empty text, or why the change can't be written
 static std::string WriteIntoProgram(const Studio* studio, const ValueChange& change,
-                                    SourceLine* written)
+                                    SourceLine* written, bool* isShared)
 {
     const SourceLine line = LineOf(studio, change);
     if (line.path.empty() || line.path.find(".py") == std::string::npos)
@@ -391,6 +393,7 @@ static std::string WriteIntoProgram(const Studio* studio, const ValueChange& cha
     {
         return outdated;
     }
+    const std::string text = ReadText(line.path);
     LiteralEdit edit = {};
     const std::string wrong =
         FindLiteral({line.path, line.line, change.was, change.is, LabelHint(change.label)}, &edit);
@@ -398,7 +401,11 @@ static std::string WriteIntoProgram(const Studio* studio, const ValueChange& cha
     {
         return ToldPath(line.path) + ":" + std::to_string(line.line) + ": " + wrong;
     }
-    const std::string text = ReadText(line.path);
+    if (ReadText(line.path) != text)
+    {
+        return ToldPath(line.path) + " was saved in this moment; write again";
+    }
+    *isShared = edit.isShared;
     *written = {line.path, LineAt(text, edit.range.begin)};
     return WriteRange(line.path, edit.range, text, edit.text);
 }
@@ -425,9 +432,10 @@ void WriteChange(Studio* studio, const ValueChange& change)
 {
     const std::string& folder = studio->folder.watcher.folder;
     SourceLine line = {"", 0};
+    bool isShared = false;
     const std::string wrong = folder.empty() ? "a package has no sources; open its folder"
                               : HasScript(folder)
-                                  ? WriteIntoProgram(studio, change, &line)
+                                  ? WriteIntoProgram(studio, change, &line, &isShared)
                                   : WriteIntoDocument(studio, folder + "/demo.xml", change, &line);
     if (!wrong.empty())
     {
@@ -439,6 +447,7 @@ void WriteChange(Studio* studio, const ValueChange& change)
     tried->written.push_back(change);
     tried->lastLine = line;
     tried->lastWritten = line.path.substr(line.path.rfind('/') + 1) + ":" +
-                         std::to_string(line.line) + ": " + change.label + " is " + change.is;
+                         std::to_string(line.line) + ": " + change.label + " is " + change.is +
+                         (isShared ? "; others that it makes change with it" : "");
     ShowMessage(studio, "written to " + tried->lastWritten);
 }

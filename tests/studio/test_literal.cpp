@@ -2,6 +2,7 @@
 #include "studio/build/literal.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -55,6 +56,82 @@ TEST(Literal, AValueIsFoundWhereItStandsPlainly)
         const std::string wrong =
             FindLiteral({source.path, 1, c.was, c.is, HintOf(c.group, c.name)}, &edit);
         EXPECT_EQ(wrong.empty() ? ReplaceRange(c.source, edit.range, edit.text) : wrong, c.written);
+    }
+}
+
+TEST(Literal, NumbersThatAreComputedWithAreNone)
+{
+    const char* none = "the line has no literal 0.5; copy the value";
+    const LiteralCase cases[] = {
+        {"look(fov=0.5 * 1)", "", "fov", "0.5", "2", none},
+        {"wide = 1\nlook(fov=wide * 0.5)", "", "fov", "0.5", "2", none},
+        {"look(fov=sizes[0.5])", "", "fov", "0.5", "2", none},
+        {"look(fov=max(0.5, 0.1))", "", "fov", "0.5", "2", none},
+        {"look(fov=3 if a > 0.5 else 0.1)", "", "fov", "0.5", "2", none},
+        {"look(fov=0.5 if a else 0.1)", "", "fov", "0.5", "2", "look(fov=2 if a else 0.1)"},
+        {"take(noise(3) * 0.5)", "", "amount", "0.5", "2", "take(noise(3) * 2)"},
+        {"rain = noise(3)\ntake(0.5 * rain)", "", "amount", "0.5", "2",
+         "rain = noise(3)\ntake(2 * rain)"},
+    };
+    for (const LiteralCase& c : cases)
+    {
+        const Source source(c.source);
+        const uint32_t line = strchr(c.source, '\n') == nullptr ? 1 : 2;
+        LiteralEdit edit = {};
+        const std::string wrong =
+            FindLiteral({source.path, line, c.was, c.is, HintOf(c.group, c.name)}, &edit);
+        EXPECT_EQ(wrong.empty() ? ReplaceRange(c.source, edit.range, edit.text) : wrong, c.written);
+        EXPECT_FALSE(edit.isShared) << c.source;
+    }
+}
+
+TEST(Literal, BytesAreCountedInTheFilesOwnLetters)
+{
+    const LiteralCase cases[] = {
+        {"\xEF\xBB\xBF"
+         "look('\xC3\xA4', fov=0.5)",
+         "", "fov", "0.5", "2",
+         "\xEF\xBB\xBF"
+         "look('\xC3\xA4', fov=2)"},
+        {"# coding: latin-1\nlook('\xE4\xF6', fov=0.5, at='\xFC')", "", "fov", "0.5", "2",
+         "# coding: latin-1\nlook('\xE4\xF6', fov=2, at='\xFC')"},
+        {"#\r\nlook('\xE2\x82\xAC', fov=0.5)\r\n", "", "fov", "0.5", "2",
+         "#\r\nlook('\xE2\x82\xAC', fov=2)\r\n"},
+        {"#\rlook(fov=0.5)", "", "fov", "0.5", "2", "#\rlook(fov=2)"},
+    };
+    for (const LiteralCase& c : cases)
+    {
+        const Source source(c.source);
+        const uint32_t line = c.source[0] == '#' ? 2 : 1;
+        LiteralEdit edit = {};
+        const std::string wrong =
+            FindLiteral({source.path, line, c.was, c.is, HintOf(c.group, c.name)}, &edit);
+        EXPECT_EQ(wrong.empty() ? ReplaceRange(c.source, edit.range, edit.text) : wrong, c.written);
+    }
+}
+
+TEST(Literal, OneThatMakesSeveralValuesIsKnown)
+{
+    struct SharedCase
+    {
+        const char* source;
+        uint32_t line;
+        bool isShared;
+    };
+    const SharedCase cases[] = {
+        {"look(fov=0.5)", 1, false},
+        {"for i in range(3):\n    look(fov=0.5)", 2, true},
+        {"def one():\n    look(fov=0.5)", 2, true},
+        {"all = [look(fov=0.5) for i in range(3)]", 1, true},
+        {"wide = 0.5\nlook(fov=wide)", 2, false},
+        {"wide = 0.5\nlook(fov=wide)\nlook(fov=wide)", 2, true},
+    };
+    for (const SharedCase& c : cases)
+    {
+        const Source source(c.source);
+        LiteralEdit edit = {};
+        EXPECT_EQ(FindLiteral({source.path, c.line, "0.5", "2", HintOf("", "fov")}, &edit), "");
+        EXPECT_EQ(edit.isShared, c.isShared) << c.source;
     }
 }
 

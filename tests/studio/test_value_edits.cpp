@@ -93,6 +93,13 @@ TEST(SourceEdit, XmlValuesAreFoundAndTheRestStays)
     EXPECT_EQ(text.substr(type.begin, type.end - type.begin), "3");
     EXPECT_EQ(FindXmlValue(text, {Section::kLayers, 2, {1}, ""}).end, 0u);
     EXPECT_EQ(FindXmlValue(text, {Section::kLayers, 1, {}, "none"}).end, 0u);
+    // Also behind the mark that some editors begin a file with.
+    const std::string marked = "\xEF\xBB\xBF" + text;
+    EXPECT_EQ(FindXmlValue(marked, number).begin, range.begin + 3);
+    const std::string single =
+        "\xEF\xBB\xBF<?xml version='1.0'?><layers><layer type='3'/></layers>";
+    const TextRange first = FindXmlValue(single, {Section::kLayers, 1, {}, "type"});
+    EXPECT_EQ(single.substr(first.begin, first.end - first.begin), "3");
 }
 
 TEST(SourceEdit, HintsNameTheKeywordAndTheTuplesPlace)

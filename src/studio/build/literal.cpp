@@ -3,7 +3,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -54,13 +53,16 @@ std::string FindLiteral(const LiteralSearch& search, LiteralEdit* edit)
     const std::string answer = RunPython({"python3", "-I", "-S", "-c", kLiteralProgram, search.path,
                                           std::to_string(search.line), search.was, search.is,
                                           search.hint.keyword, std::to_string(search.hint.index)});
-    const size_t first = answer.find(' ');
-    const size_t second = first == std::string::npos ? first : answer.find(' ', first + 1);
-    if (second != std::string::npos)
+    size_t begin = 0;
+    size_t end = 0;
+    int isShared = 0;
+    int text = 0;
+    if (sscanf(answer.c_str(), "%zu %zu %d %n", &begin, &end, &isShared, &text) == 3)
     {
-        edit->range = {strtoul(answer.c_str(), nullptr, 10),
-                       strtoul(answer.c_str() + first, nullptr, 10)};
-        edit->text = answer.substr(second + 1, answer.size() - second - 2);
+        edit->range = {begin, end};
+        edit->text =
+            answer.substr(static_cast<size_t>(text), answer.size() - static_cast<size_t>(text) - 1);
+        edit->isShared = isShared != 0;
         return "";
     }
     return answer == "several\n"

@@ -6,17 +6,20 @@
 #include "engine/data/document_text.h"
 
 const char kLiteralProgram[] = R"(
-import ast, re, struct, sys
+import ast, io, re, struct, sys, tokenize
 path, line, was, new, keyword, index = sys.argv[1:7]
 line, index = int(line), int(index)
 source = open(path, "rb").read()
-starts = [0]
-for at, byte in enumerate(source):
-    if byte == 10:
-        starts.append(at + 1)
+mark = 3 if source.startswith(b"\xef\xbb\xbf") else 0
+encoding = tokenize.detect_encoding(io.BytesIO(source).readline)[0].removesuffix("-sig")
+# Columns count the bytes that a line has in UTF-8, whatever the file is written in.
+letters = source[mark:].decode(encoding).encode()
+starts = [0] + [end.end() for end in re.finditer(rb"\r\n|\r|\n", letters)]
+def byte_of(line, column):
+    return mark + len(letters[:starts[line - 1] + column].decode().encode(encoding))
 def bytes_of(node):
-    return (starts[node.lineno - 1] + node.col_offset,
-            starts[node.end_lineno - 1] + node.end_col_offset)
+    return (byte_of(node.lineno, node.col_offset),
+            byte_of(node.end_lineno, node.end_col_offset))
 def is_same(value):
     try:
         # Documents have seven digits.
@@ -25,6 +28,13 @@ def is_same(value):
     except OverflowError:
         return False
 tree = ast.parse(source)
+above = {child: node for node in ast.walk(tree) for child in ast.iter_child_nodes(node)}
+several = (ast.For, ast.While, ast.FunctionDef, ast.Lambda, ast.ListComp, ast.SetComp, ast.DictComp,
+           ast.GeneratorExp)
+def makes_several(node):
+    while node is not None and not isinstance(node, several):
+        node = above.get(node)
+    return node is not None
 statement = None
 for node in ast.walk(tree):
     if isinstance(node, ast.stmt) and node.lineno <= line <= node.end_lineno:
@@ -32,7 +42,10 @@ for node in ast.walk(tree):
             statement = node
 triples = ("position", "rotation", "scale", "diffuse", "ambient")
 ranks = {}
-def add(at, text, word, place):
+shared = set()
+def add(node, at, text, word, place):
+    if makes_several(node):
+        shared.add(at)
     if index >= 0 and (place != index or word in triples and word != keyword):
         return
     best = word == keyword and place == index
@@ -58,31 +71,59 @@ def visit_hex(node, word):
             text = "%02x" % byte if 0 <= byte <= 255 else "range"
             text = text.upper() if digits != digits.lower() else text
             at = begin + 2 * channel
-            add((at, at + 2), text, word, channel)
+            add(node, (at, at + 2), text, word, channel)
 def visit(node, word, place):
     value = number(node)
     if value is not None:
         if is_same(value):
-            add(bytes_of(node), new, word, place)
+            add(node, bytes_of(node), new, word, place)
     elif isinstance(node, ast.keyword):
         visit(node.value, node.arg, -1)
     elif isinstance(node, (ast.Tuple, ast.List)):
         for i, element in enumerate(node.elts):
             visit(element, word, i)
     elif isinstance(node, ast.Name):
-        made = [one for one in tree.body if isinstance(one, ast.Assign) and len(one.targets) == 1
-                and isinstance(one.targets[0], ast.Name) and one.targets[0].id == node.id]
+        made = [one for one in assigned(node.id) if one in tree.body]
         if len(made) == 1 and (number(made[0].value) is not None or called(made[0].value) == "hex"):
+            known = set(ranks)
             visit(made[0].value, word, place)
+            uses = [one for one in ast.walk(tree) if isinstance(one, ast.Name)
+                    and one.id == node.id and isinstance(one.ctx, ast.Load)]
+            if len(uses) > 1:
+                shared.update(at for at, text in set(ranks) - known)
     elif called(node) == "hex" and len(node.args) == 1 and isinstance(node.args[0], ast.Constant):
         if isinstance(node.args[0].value, str):
             visit_hex(node.args[0], word)
     elif called(node) == "Color":
         for i, element in enumerate(node.args):
             visit(element, word, i)
-    else:
+    elif isinstance(node, ast.BinOp):
+        # A number beside a layer or a curve is a value; one beside a number is computed with.
+        for child, other in ((node.left, node.right), (node.right, node.left)):
+            if number(child) is None and not isinstance(child, ast.Name) or is_thing(other):
+                visit(child, word, -1)
+    elif isinstance(node, ast.IfExp):
+        visit(node.body, word, place)
+        visit(node.orelse, word, place)
+    elif not isinstance(node, (ast.Subscript, ast.Compare)) and called(node) not in computing:
         for child in ast.iter_child_nodes(node):
-            visit(child, word if isinstance(node, ast.BinOp) else None, -1)
+            visit(child, None, -1)
+computing = {"sin", "cos", "tan", "sqrt", "hypot", "atan2", "radians", "degrees", "exp", "log", "pow",
+             "floor", "ceil", "int", "float", "round", "min", "max", "abs", "len", "sum", "range",
+             "random", "uniform", "randint", "Random", "seed"}
+def assigned(name):
+    return [one for one in ast.walk(tree) if isinstance(one, ast.Assign) and len(one.targets) == 1
+            and isinstance(one.targets[0], ast.Name) and one.targets[0].id == name]
+def is_thing(node):
+    if isinstance(node, ast.Call):
+        return called(node) not in computing
+    if isinstance(node, ast.BinOp):
+        return is_thing(node.left) or is_thing(node.right)
+    if isinstance(node, ast.Name):
+        made = assigned(node.id)
+        return bool(made) and all(is_thing(one.value) for one in made
+                                  if node not in ast.walk(one.value))
+    return False
 def called(node):
     if not isinstance(node, ast.Call):
         return None
@@ -92,7 +133,8 @@ if statement is not None:
 top = max(ranks.values(), default=0)
 best = [(*at, text) for (at, text), rank in ranks.items() if rank == top]
 if len(best) == 1 and best[0][2].lower() != "range":
-    print(*best[0])
+    begin, end, text = best[0]
+    print(begin, end, int((begin, end) in shared), text)
 else:
     print("range" if len(best) == 1 else "several" if best else "none")
 )";
@@ -156,6 +198,10 @@ TextRange FindXmlValue(const std::string& text, const FieldPlace& place)
     std::string plain = text;
     std::replace_if(
         plain.begin(), plain.end(), [](char c) { return c == '\t' || c == '\r'; }, ' ');
+    if (plain.starts_with("\xEF\xBB\xBF")) // the mark of UTF-8
+    {
+        plain.replace(0, 3, 3, ' ');
+    }
     TiXmlDocument xml;
     FaultList faults;
     StartFaults(&faults);
