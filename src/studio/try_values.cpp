@@ -212,19 +212,21 @@ static bool SetValue(Studio* studio, const FieldPlace& place, const std::string&
 
 // ---- Trying
 
-void TryValue(Studio* studio, const Field& field, const std::string& text)
+/// @return "light 1, diffuse, r"
+static std::string LabelOf(Studio* studio, const Field& field)
 {
-    const DemoDocument* document = PlayedDocument(studio);
     const bool hasParts =
         field.place.section == Section::kScenes || field.place.section == Section::kTimeline;
     const ItemRef item = {field.place.section, field.place.item, hasParts ? field.part : 0};
     const std::string group = field.group.empty() || hasParts ? "" : ", " + field.group;
-    const ValueChange change = {field.place,
-                                field.part,
-                                LookTitle(studio, item) + group + ", " + field.name,
-                                TextAt(document, field.place),
-                                text,
-                                0};
+    return LookTitle(studio, item) + group + ", " + field.name;
+}
+
+void TryValue(Studio* studio, const Field& field, const std::string& text)
+{
+    const DemoDocument* document = PlayedDocument(studio);
+    const ValueChange change = {
+        field.place, field.part, LabelOf(studio, field), TextAt(document, field.place), text, 0};
     if (change.was != text && SetValue(studio, field.place, text))
     {
         NoteChange(change, &studio->tried.edits);
@@ -282,13 +284,60 @@ void RevertValue(Studio* studio, const ValueChange& change)
     }
 }
 
+/// Names changes after the places that they have in the piece that plays.
+static void NameChanges(Studio* studio, std::vector<ValueChange>* changes)
+{
+    const DemoDocument* document = PlayedDocument(studio);
+    for (ValueChange& change : *changes)
+    {
+        for (const Field& field :
+             ListFields(document, {change.place.section, change.place.item, change.part}))
+        {
+            if (field.place == change.place)
+            {
+                change.label = LabelOf(studio, field);
+            }
+        }
+    }
+}
+
+/// Takes what was tried and written from a piece to the one that plays.
+/// @param before   the piece before; its texts are set back to those of its sources
+static void FollowTried(Studio* studio, const DemoDocument* before)
+{
+    TriedValues* tried = &studio->tried;
+    for (const ValueChange& change : ListChanges(tried->edits))
+    {
+        SetTextAt(before, change.place, change.was);
+    }
+    for (const ValueChange& change : tried->written)
+    {
+        SetTextAt(before, change.place, change.is);
+    }
+    std::vector<ValueChange> lost;
+    FollowChanges(before, PlayedDocument(studio), &tried->written, &lost);
+    lost.clear(); // what is written is in the sources
+    RebaseChanges(before, PlayedDocument(studio), &tried->edits, &lost);
+    NameChanges(studio, &tried->written);
+    NameChanges(studio, &tried->edits.steps);
+    if (!lost.empty())
+    {
+        ShowMessage(
+            studio,
+            lost[0].label + " is not tried any more: it can't be told which item " +
+                "of the saved piece that is" +
+                (lost.size() == 1 ? "" : "; " + std::to_string(lost.size() - 1) + " more alike"));
+    }
+}
+
 void KeepTrying(Studio* studio, bool isOther)
 {
-    if (isOther)
+    if (isOther || studio->replaced < 0)
     {
         studio->tried = {};
         return;
     }
+    FollowTried(studio, &studio->window.slots[studio->replaced].stage->run.piece.demo);
     // A program may compute something else from the number that was written.
     for (const ValueChange& change : studio->tried.written)
     {
@@ -300,7 +349,7 @@ void KeepTrying(Studio* studio, bool isOther)
         }
     }
     studio->tried.written.clear();
-    for (const ValueChange& change : RebaseChanges(PlayedDocument(studio), &studio->tried.edits))
+    for (const ValueChange& change : ListChanges(studio->tried.edits))
     {
         SetValue(studio, change.place, change.is);
     }

@@ -37,7 +37,8 @@ void RedoValue(Studio* studio);
 /// Sets a value back to what the sources say.
 void RevertValue(Studio* studio, const ValueChange& change);
 
-/// Another piece took over: what was changed in this one is changed in it as well.
+/// Another piece took over: what was changed in this one is changed in it as well, if the items are
+/// there still. Relies on: the piece before not closed yet.
 /// @param isOther   it is no other state of the same piece
 void KeepTrying(Studio* studio, bool isOther);
 

@@ -98,6 +98,51 @@ def test_a_value_is_tried_and_written(start: Start, screen: Screen, script: Path
     assert source.read_bytes() == broken
 
 
+def test_a_tried_value_goes_with_its_item(start: Start, script: Path) -> None:
+    source = script / "piece.py"
+    text = source.read_text()
+    studio = start(*SIZE, script)
+    opened(studio)
+    studio.click("open row 0, clip 1")
+    unfold(studio, 'scene 1 "stage"', "scene 1, object 1")
+    unfold(studio, "scene 1, object 1", "material 1")
+    unfold(studio, "material 1", "light 1")
+    studio.click("node light 1", 0.8)
+    studio.reveal("value position y", "item")
+    studio.drag("value position y", 40)
+    studio.drop()
+    change = studio.until(lambda now: now["changes"])["changes"][0]
+    assert change.startswith("light 1, position, y: 3 -> ")
+
+    # Another lamp of the same height takes its number.
+    first = ("early = Light((1, 0, 0), position=(9, 3, 9))\n"
+             "dark = Scene(name=\"dark\")\n"
+             "dark.add(ring, recipes.lit_texture(light=early, texture=stone))\n")
+    use = "demo = Document(music)\ndemo.row(3).show(dark, FLAT, 0, 100)\n"
+    at = text.index("lamp = Light")
+    save(source, (text[:at] + first + text[at:].replace("demo = Document(music)\n", use)).encode())
+    state = studio.until(lambda now: now["loads"] == 2 and not now["loading"])
+    assert state["errors"] == []
+    assert state["changes"] == [change.replace("light 1", "light 2")]
+    studio.click("write 0")
+    studio.until(lambda now: now["loads"] == 3 and not now["changes"])
+    value = change.split()[-1]
+    assert f"400), {value}, 4)" in source.read_text()
+    assert "position=(9, 3, 9)" in source.read_text()
+
+    # Without its lamp it goes, and that is told.
+    studio.reveal("value position y", "item")
+    studio.drag("value position y", 40)
+    studio.drop()
+    studio.until(lambda now: now["changes"])
+    lines = source.read_text().splitlines(keepends=True)
+    save(source, "".join(line for line in lines if not line.startswith(
+        ("early", "dark", "demo.row(3)"))).encode())
+    state = studio.until(lambda now: now["loads"] == 4 and not now["loading"])
+    assert state["errors"] == [] and state["changes"] == []
+    assert "position, y is not tried any more" in state["message"]
+
+
 def test_a_document_is_written(start: Start, plain: Path, tmp_path: Path) -> None:
     demo = plain / "demo.xml"
     text = demo.read_bytes().replace(b"\n", b"\r\n")  # as some editors have them

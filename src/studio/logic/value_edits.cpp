@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "studio/logic/follow_items.h"
+
 void NoteChange(const ValueChange& change, ValueEdits* edits)
 {
     edits->steps.resize(edits->applied);
@@ -83,9 +85,36 @@ bool IsChanged(const ValueEdits& edits, const FieldPlace& place)
                        [&place](const ValueChange& change) { return change.place == place; });
 }
 
-std::vector<ValueChange> RebaseChanges(const DemoDocument* document, ValueEdits* edits)
+void FollowChanges(const DemoDocument* before, const DemoDocument* document,
+                   std::vector<ValueChange>* changes, std::vector<ValueChange>* lost)
+{
+    std::vector<FieldPlace> places;
+    for (const ValueChange& change : *changes)
+    {
+        places.push_back(change.place);
+    }
+    places = FollowPlaces(before, document, places);
+    std::vector<ValueChange> kept;
+    for (size_t i = 0; i < places.size(); ++i)
+    {
+        ValueChange change = (*changes)[i];
+        if (places[i].item == 0)
+        {
+            lost->push_back(change);
+            continue;
+        }
+        change.place = places[i];
+        change.part = change.part == 0 ? 0 : change.place.path[0]; // parts are the item's children
+        kept.push_back(std::move(change));
+    }
+    *changes = std::move(kept);
+}
+
+std::vector<ValueChange> RebaseChanges(const DemoDocument* before, const DemoDocument* document,
+                                       ValueEdits* edits, std::vector<ValueChange>* lost)
 {
     std::vector<ValueChange> changes = ListChanges(*edits);
+    FollowChanges(before, document, &changes, lost);
     std::erase_if(changes, [document](const ValueChange& change)
                   { return TextAt(document, change.place) != change.was; });
     for (size_t i = 0; i < changes.size(); ++i)

@@ -48,10 +48,19 @@ std::vector<ValueChange> ListChanges(const ValueEdits& edits);
 bool IsChanged(const ValueEdits& edits, const FieldPlace& place);
 
 /// The sources were read anew: what they say now is no change any more, and what they say otherwise
-/// than before is theirs. One step stays for each other change.
-/// @param document   as the sources have it
+/// than before is theirs. One step stays for each other change, at the place that its value has
+/// now; its label may tell of the place before.
+/// @param before     the document that the changes were made in, with the texts of its sources
+/// @param document   as the sources have it now
+/// @param lost       receives changes whose items are gone
 /// @return the changes that stay, to be set again
-std::vector<ValueChange> RebaseChanges(const DemoDocument* document, ValueEdits* edits);
+std::vector<ValueChange> RebaseChanges(const DemoDocument* before, const DemoDocument* document,
+                                       ValueEdits* edits, std::vector<ValueChange>* lost);
+
+/// Takes changes along to the places that their values have now.
+/// @param lost   receives those whose items are gone; they are taken from `changes`
+void FollowChanges(const DemoDocument* before, const DemoDocument* document,
+                   std::vector<ValueChange>* changes, std::vector<ValueChange>* lost);
 
 /// @return a line for each change: "piece.py:39  scene 1, object 1, x: 0 -> 0.5"
 /// @param lines   the author's lines of the changes, or empty texts
