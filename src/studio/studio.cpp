@@ -131,6 +131,12 @@ static uint32_t FirstTick(const Studio* studio)
     return studio->options.isViewer ? 0 : FindPlace(studio->settings, studio->piecePath);
 }
 
+/// Whether there is a piece to go on with if another one can't be opened.
+static bool HasPiece(const Studio* studio)
+{
+    return studio->active >= 0 || !studio->folder.watcher.folder.empty();
+}
+
 void OpenPiecePath(Studio* studio, const std::string& path)
 {
     if (studio->loader.isRunning)
@@ -138,7 +144,14 @@ void OpenPiecePath(Studio* studio, const std::string& path)
         ShowMessage(studio, "another piece is being opened");
         return;
     }
-    CloseFolder(studio);
+    // A folder that will be filled is watched where there is nothing better to show.
+    const bool isEmpty =
+        IsFolder(path) && !HasScript(path) && access((path + "/demo.xml").c_str(), F_OK) != 0;
+    if (isEmpty && HasPiece(studio) && !studio->options.isViewer)
+    {
+        TellFaults(studio, {path + ": it is no piece: it has neither piece.py nor demo.xml"});
+        return;
+    }
     studio->piecePath = WholePath(path);
     if (IsFolder(path))
     {
@@ -205,12 +218,19 @@ static FileMark MarkFile(const std::string& path)
 static void StartModule(Studio* studio, const std::string& path)
 {
     const FileMark mark = MarkFile(path);
-    if (path == studio->musicianPath && mark == studio->musicianMark)
+    if (path == studio->musicianPath && mark == studio->musicianModule.mark)
+    {
+        return;
+    }
+    const FileContent module = {mark, path.empty() ? 0 : HashFile(path)};
+    const bool isSame = path == studio->musicianPath && module.hash != 0 &&
+                        module.hash == studio->musicianModule.hash;
+    studio->musicianModule = module;
+    if (isSame)
     {
         return;
     }
     EndChild(&studio->musician);
-    studio->musicianMark = mark;
     studio->musicianPath = path;
     studio->track = {};
     studio->peaks.clear();
@@ -238,6 +258,10 @@ void ApplyRows(Studio* studio)
 static void TakeOver(Studio* studio, const LoadOutcome& outcome)
 {
     const bool isOther = studio->loadedPath != studio->piecePath;
+    if (studio->folder.watcher.folder != studio->piecePath)
+    {
+        CloseFolder(studio);
+    }
     const int32_t before = studio->active;
     studio->active = static_cast<int32_t>(studio->loader.slot - studio->window.slots);
     studio->replaced = before;
@@ -399,6 +423,16 @@ static void PassBrokenFolder(Studio* studio)
     PlayNext(studio);
 }
 
+/// Another piece could not be opened: the one before goes on, and its folder is watched.
+static void StayWithPiece(Studio* studio)
+{
+    if (HasPiece(studio) && !studio->options.isViewer)
+    {
+        const std::string& folder = studio->folder.watcher.folder;
+        studio->piecePath = folder.empty() ? studio->loadedPath : folder;
+    }
+}
+
 static void PollPiece(Studio* studio)
 {
     PassBrokenFolder(studio);
@@ -426,6 +460,7 @@ static void PollPiece(Studio* studio)
             TellFaults(studio, outcome.faults);
             studio->exitCode = EXIT_FAILURE;
             studio->failures += 1;
+            StayWithPiece(studio);
             if (studio->options.isViewer)
             {
                 PlayNext(studio);

@@ -61,8 +61,8 @@ struct Studio
     uint32_t soundStretch; // that the sound plays
     uint32_t soundMs;      // position of the sound when the transport was moved last
     Child musician;
-    FileMark musicianMark;    // of the module then
-    std::string musicianPath; // module that is being played, or was last
+    FileContent musicianModule; // the module then
+    std::string musicianPath;   // module that is being played, or was last
     Track track;
 
     std::vector<ClipBar> bars;         // of the piece that plays

@@ -161,6 +161,12 @@ class Studio:
         self.lines.close()
 
 
+def shown_window(screen: Screen) -> int:
+    """The program's window, for a program that wants its number."""
+    found = screen.xdotool("search", "--onlyvisible", "--name", " - Quorvale Studio$")
+    return int(found.split()[0])
+
+
 def picture(path: Path) -> bytes:
     """The pixels of an image file."""
     return subprocess.run(["convert", str(path), "-depth", "8", "rgb:-"], check=True,

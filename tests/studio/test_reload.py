@@ -8,7 +8,8 @@ import subprocess
 from pathlib import Path
 from typing import Any, Callable
 
-from studio_window import Studio, picture
+from drag_source import drop_file
+from studio_window import Screen, Studio, picture, shown_window
 
 DPK = os.environ["DPK"]
 SIZE = ["--size", "160x90"]
@@ -190,3 +191,94 @@ def test_a_folder_that_goes_and_comes_back(start: Start, plain: Path, tmp_path: 
     assert state["errors"] == []
     save(plain / "demo.xml", (plain / "demo.xml").read_text() + "<!-- more -->\n")
     shown(studio, 3)
+
+
+def test_files_are_saved_by_every_way_and_in_folders_below(start: Start, script: Path) -> None:
+    source = script / "piece.py"
+    text = source.read_text()
+    studio = start(*SIZE, "--from", "5", script)
+    shown(studio, 1)
+    first = studio.picture()
+    # In place: the file stays the same one.
+    source.write_text(text.replace("400), 3, 4)", "400), 2, 4)"))
+    assert shown(studio, 2)["errors"] == []
+    second = studio.picture()
+    assert second != first
+
+    # A folder that comes while the window is open, one in it, and a file there that is saved later.
+    lamps = script / "parts" / "lamps" / "high.py"
+    lamps.parent.mkdir(parents=True)
+    lamps.write_text("HEIGHT = 3\n")
+    source.write_text("from parts.lamps.high import HEIGHT\n"
+                      + text.replace("400), 3, 4)", "400), HEIGHT, 4)"))
+    assert shown(studio, 3)["errors"] == []
+    assert studio.picture() == first
+    lamps.write_text("HEIGHT = 2  # in place\n")
+    assert shown(studio, 4)["errors"] == []
+    assert studio.picture() == second
+    save(lamps, "HEIGHT = 3\n")
+    assert shown(studio, 5)["errors"] == []
+    assert studio.picture() == first
+
+
+def test_a_module_of_the_same_bytes_plays_on(start: Start, script: Path) -> None:
+    source = script / "piece.py"
+    text = source.read_text()
+    studio = start(*SIZE, "--from", "0", script)
+    shown(studio, 1)
+    studio.until(lambda now: now["samples"] > 0 and not now["loading"])
+    studio.key("space")
+    studio.until(lambda now: now["sound"] == "plays" and now["tick"] > 20)
+    node = (script / "tune.xm").stat()
+
+    seen = set()
+
+    def saved(loads: int) -> Callable[[dict[str, Any]], bool]:
+        def holds(now: dict[str, Any]) -> bool:
+            seen.add((now["samples"] > 0, now["sound"]))
+            return bool(now["loads"] == loads and now["samples"] > 0)
+
+        return holds
+
+    save(source, text.replace("position=(wave(0, 4, 400), 3, 4)", "position=(1, 2, 3)"))
+    studio.until(saved(2))
+    assert (script / "tune.xm").stat().st_mtime_ns != node.st_mtime_ns  # it was written anew
+    for _ in range(20):
+        studio.until(saved(2))
+    assert seen == {(True, "plays")}
+
+    # Another module is played beforehand; until then there is silence.
+    save(source, text.replace('"A-2"', '"C-2"'))
+    studio.until(saved(3))
+    assert seen > {(True, "plays")}
+
+
+def test_what_is_no_piece_leaves_the_one_that_is_shown(start: Start, screen: Screen, plain: Path,
+                                                       small: Path, tmp_path: Path) -> None:
+    demo = plain / "demo.xml"
+    text = demo.read_text()
+    studio = start(*SIZE, "--from", "0", plain)
+    shown(studio, 1)
+    window = shown_window(screen)
+
+    def drop(path: Path) -> None:
+        drop_file(screen.name, window, str(path), *studio.place("picture"))
+
+    (tmp_path / "empty").mkdir()
+    (tmp_path / "note.txt").write_text("no piece")
+    for turn, (name, words) in enumerate((("empty", "neither piece.py nor demo.xml"),
+                                          ("note.txt", "note.txt"), ("nowhere.dpk", "nowhere"))):
+        drop(tmp_path / name)
+        studio.until(lambda now: any(words in error for error in now["errors"]))
+        save(demo, text + f"<!-- {turn} -->\n")
+        state = shown(studio, turn + 2)
+        assert state["errors"] == [] and state["piece"] == str(plain)
+
+    # A package takes over, and the folder is left.
+    drop(small)
+    state = studio.until(lambda now: now["loads"] == 5 and now["piece"] == str(small))
+    save(demo, text.replace("</", "<", 1))
+    studio.frame()
+    studio.frame()
+    state = studio.state()
+    assert state["errors"] == [] and state["loads"] == 5 and not state["building"]

@@ -8,7 +8,7 @@ from typing import Any, Callable
 from zlib import crc32
 
 from drag_source import drop_file
-from studio_window import QUESTIONS, STUDIO, Screen, Studio, picture
+from studio_window import QUESTIONS, STUDIO, Screen, Studio, picture, shown_window
 from window_manager import close_window
 
 DPK = os.environ["DPK"]
@@ -122,11 +122,6 @@ def test_no_sound_device_is_told_by_the_window_alone(start: Start, small: Path) 
     opened(studio)
     studio.until(lambda now: now["sound"] == "none" and "sound" in now["rects"])
     assert "ALSA" not in studio.errors()
-
-
-def shown_window(screen: Screen) -> int:
-    found = screen.xdotool("search", "--onlyvisible", "--name", " - Quorvale Studio$")
-    return int(found.split()[0])
 
 
 def test_the_mouse_seeks_and_plays(start: Start, screen: Screen, small: Path,
