@@ -14,6 +14,7 @@
 #include "engine/textures/layer_generator.h"
 #include "engine/textures/procedural_texture.h"
 #include "studio/build/literal.h"
+#include "studio/logic/follow_items.h"
 #include "studio/logic/source_edit.h"
 #include "studio/studio.h"
 #include "tools/files.h"
@@ -301,6 +302,34 @@ static void NameChanges(Studio* studio, std::vector<ValueChange>* changes)
     }
 }
 
+/// A literal in a loop, or in a function, is that of several values: tells how many have changed
+/// with the one that was written.
+/// @param before   the piece before, with the texts that were written
+static void TellOthers(Studio* studio, const DemoDocument* before)
+{
+    TriedValues* tried = &studio->tried;
+    if (tried->written.empty())
+    {
+        return;
+    }
+    size_t others = 0;
+    for (const FieldPlace& place : ListDifferences(before, PlayedDocument(studio)))
+    {
+        others +=
+            std::none_of(tried->written.begin(), tried->written.end(),
+                         [&place](const ValueChange& change) { return change.place == place; })
+                ? 1
+                : 0;
+    }
+    if (others != 0)
+    {
+        tried->lastWritten += others == 1 ? "; another value of the piece has changed with it"
+                                          : "; " + std::to_string(others) +
+                                                " other values of the piece have changed with it";
+        ShowMessage(studio, "written to " + tried->lastWritten);
+    }
+}
+
 /// Takes what was tried and written from a piece to the one that plays.
 /// @param before   the piece before; its texts are set back to those of its sources
 static void FollowTried(Studio* studio, const DemoDocument* before)
@@ -314,6 +343,7 @@ static void FollowTried(Studio* studio, const DemoDocument* before)
     {
         SetTextAt(before, change.place, change.is);
     }
+    TellOthers(studio, before);
     std::vector<ValueChange> lost;
     FollowChanges(before, PlayedDocument(studio), &tried->written, &lost);
     lost.clear(); // what is written is in the sources

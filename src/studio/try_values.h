@@ -16,7 +16,8 @@ struct TriedValues
 {
     ValueEdits edits;
     std::vector<ValueChange> written; // that the next piece should say
-    std::string lastWritten;          // where and what was written last; empty for nothing
+    std::string lastWritten;          // where and what was written last, and what changed with it;
+                                      // empty for nothing
     SourceLine lastLine;              // the same
     bool
         mustSettle; // the run up to the tick is of other values: it is played anew at the next rest

@@ -139,6 +139,20 @@ TEST(FollowItems, ValuesAreFoundInItemsAndPartsThatMoved)
                 PlaceOf(Section::kEnvelopes, 1, {3, 1}, ""));
 }
 
+TEST(FollowItems, DifferencesAreToldByPlace)
+{
+    Tree before, after;
+    ReadTree(Envelope(Piece("1", "2")), Light("1", "0") + Light("1", "0"), Object("1", "5", "1"),
+             &before);
+    ReadTree(Envelope(Piece("1", "3")) + Envelope(Piece("1", "2")),
+             Light("1", "0.5") + Light("1", "0.5"), Object("2", "5", "2"), &after);
+    const std::vector<FieldPlace> places = ListDifferences(&before.document, &after.document);
+    ASSERT_EQ(places.size(), 2u);
+    EXPECT_TRUE(places[0] == PlaceOf(Section::kLights, 1, {1, 2}, "value"));
+    EXPECT_TRUE(places[1] == PlaceOf(Section::kLights, 2, {1, 2}, "value"));
+    EXPECT_TRUE(ListDifferences(&before.document, &before.document).empty());
+}
+
 TEST(FollowItems, TriedValuesGoWithTheirItem)
 {
     const std::string first = Light("1", "0");

@@ -143,6 +143,33 @@ def test_a_tried_value_goes_with_its_item(start: Start, script: Path) -> None:
     assert "position, y is not tried any more" in state["message"]
 
 
+def test_values_that_change_with_a_written_one_are_counted(start: Start, script: Path) -> None:
+    source = script / "piece.py"
+    text = source.read_text()
+    first, last = text.index("lamp = Light"), text.index("# A scene")
+    lamp = text[first:last].strip().removeprefix("lamp = ")
+    source.write_text(text[:first] + f"lamp, other = ({lamp} for _ in range(2))\n" + text[last:]
+                      .replace("demo = Document(music)\n", "demo = Document(music)\n"
+                               "dark = Scene(name=\"dark\")\n"
+                               "dark.add(ring, recipes.lit_texture(light=other, texture=stone))\n"
+                               "demo.row(3).show(dark, FLAT, 0, 100)\n"))
+    studio = start(*SIZE, script)
+    opened(studio)
+    studio.click("open row 0, clip 1")
+    unfold(studio, 'scene 1 "stage"', "scene 1, object 1")
+    unfold(studio, "scene 1, object 1", "material 1")
+    unfold(studio, "material 1", "light 1")
+    studio.click("node light 1", 0.8)
+    studio.reveal("value position y", "item")
+    studio.drag("value position y", 40)
+    studio.drop()
+    studio.until(lambda now: now["changes"])
+    studio.click("write 0")
+    state = studio.until(lambda now: now["loads"] == 2 and not now["changes"])
+    assert state["message"].startswith("written to piece.py:")
+    assert state["message"].endswith("; another value of the piece has changed with it")
+
+
 def test_a_document_is_written(start: Start, plain: Path, tmp_path: Path) -> None:
     demo = plain / "demo.xml"
     text = demo.read_bytes().replace(b"\n", b"\r\n")  # as some editors have them

@@ -227,3 +227,28 @@ std::vector<FieldPlace> FollowPlaces(const DemoDocument* before, const DemoDocum
     }
     return followed;
 }
+
+std::vector<FieldPlace> ListDifferences(const DemoDocument* before, const DemoDocument* after)
+{
+    std::vector<FieldPlace> places;
+    for (int32_t number = 0; number < kSectionCount; ++number)
+    {
+        const Section section = static_cast<Section>(number);
+        const uint32_t count = CountSectionItems(before, section);
+        const uint32_t compared = count == CountSectionItems(after, section) ? count : 0;
+        for (uint32_t item = 1; item <= compared; ++item)
+        {
+            for (const Field& field : ListFields(before, {section, item, 0}))
+            {
+                const bool isNumber = field.kind == FieldKind::kNumber ||
+                                      field.kind == FieldKind::kInteger ||
+                                      field.kind == FieldKind::kTicks;
+                if (isNumber && TextAt(after, field.place) != field.text)
+                {
+                    places.push_back(field.place);
+                }
+            }
+        }
+    }
+    return places;
+}

@@ -22,3 +22,7 @@ std::vector<uint32_t> PairElements(const std::vector<std::string>& before,
 /// @return for each place where the value stands now; item 0 where its item is gone
 std::vector<FieldPlace> FollowPlaces(const DemoDocument* before, const DemoDocument* after,
                                      const std::vector<FieldPlace>& places);
+
+/// Compares two states of a piece place by place, as long as their items have the same numbers.
+/// @return the numbers in them that differ; none of sections with more or fewer items than before
+std::vector<FieldPlace> ListDifferences(const DemoDocument* before, const DemoDocument* after);
