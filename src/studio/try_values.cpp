@@ -457,10 +457,9 @@ static std::string WhyOutdated(const Studio* studio, const std::string& path)
 
 /// @param written    receives the line of the number, which may stand some lines below its
 /// statement
-/// @param isShared   receives whether the number may make other values too
 /// @return an empty text, or why the change can't be written
 static std::string WriteIntoProgram(const Studio* studio, const ValueChange& change,
-                                    SourceLine* written, bool* isShared)
+                                    SourceLine* written)
 {
     const SourceLine line = LineOf(studio, change);
     if (line.path.empty() || line.path.find(".py") == std::string::npos)
@@ -484,7 +483,6 @@ static std::string WriteIntoProgram(const Studio* studio, const ValueChange& cha
     {
         return ToldPath(line.path) + " was saved in this moment; write again";
     }
-    *isShared = edit.isShared;
     *written = {line.path, LineAt(text, edit.range.begin)};
     return WriteRange(line.path, edit.range, text, edit.text);
 }
@@ -511,10 +509,9 @@ void WriteChange(Studio* studio, const ValueChange& change)
 {
     const std::string& folder = studio->folder.watcher.folder;
     SourceLine line = {"", 0};
-    bool isShared = false;
     const std::string wrong = folder.empty() ? "a package has no sources; open its folder"
                               : HasScript(folder)
-                                  ? WriteIntoProgram(studio, change, &line, &isShared)
+                                  ? WriteIntoProgram(studio, change, &line)
                                   : WriteIntoDocument(studio, folder + "/demo.xml", change, &line);
     if (!wrong.empty())
     {
@@ -526,7 +523,6 @@ void WriteChange(Studio* studio, const ValueChange& change)
     tried->written.push_back(change);
     tried->lastLine = line;
     tried->lastWritten = line.path.substr(line.path.rfind('/') + 1) + ":" +
-                         std::to_string(line.line) + ": " + change.label + " is " + change.is +
-                         (isShared ? "; others that it makes change with it" : "");
+                         std::to_string(line.line) + ": " + change.label + " is " + change.is;
     ShowMessage(studio, "written to " + tried->lastWritten);
 }

@@ -81,7 +81,6 @@ TEST(Literal, NumbersThatAreComputedWithAreNone)
         const std::string wrong =
             FindLiteral({source.path, line, c.was, c.is, HintOf(c.group, c.name)}, &edit);
         EXPECT_EQ(wrong.empty() ? ReplaceRange(c.source, edit.range, edit.text) : wrong, c.written);
-        EXPECT_FALSE(edit.isShared) << c.source;
     }
 }
 
@@ -107,31 +106,6 @@ TEST(Literal, BytesAreCountedInTheFilesOwnLetters)
         const std::string wrong =
             FindLiteral({source.path, line, c.was, c.is, HintOf(c.group, c.name)}, &edit);
         EXPECT_EQ(wrong.empty() ? ReplaceRange(c.source, edit.range, edit.text) : wrong, c.written);
-    }
-}
-
-TEST(Literal, OneThatMakesSeveralValuesIsKnown)
-{
-    struct SharedCase
-    {
-        const char* source;
-        uint32_t line;
-        bool isShared;
-    };
-    const SharedCase cases[] = {
-        {"look(fov=0.5)", 1, false},
-        {"for i in range(3):\n    look(fov=0.5)", 2, true},
-        {"def one():\n    look(fov=0.5)", 2, true},
-        {"all = [look(fov=0.5) for i in range(3)]", 1, true},
-        {"wide = 0.5\nlook(fov=wide)", 2, false},
-        {"wide = 0.5\nlook(fov=wide)\nlook(fov=wide)", 2, true},
-    };
-    for (const SharedCase& c : cases)
-    {
-        const Source source(c.source);
-        LiteralEdit edit = {};
-        EXPECT_EQ(FindLiteral({source.path, c.line, "0.5", "2", HintOf("", "fov")}, &edit), "");
-        EXPECT_EQ(edit.isShared, c.isShared) << c.source;
     }
 }
 

@@ -55,14 +55,12 @@ std::string FindLiteral(const LiteralSearch& search, LiteralEdit* edit)
                                           search.hint.keyword, std::to_string(search.hint.index)});
     size_t begin = 0;
     size_t end = 0;
-    int isShared = 0;
     int text = 0;
-    if (sscanf(answer.c_str(), "%zu %zu %d %n", &begin, &end, &isShared, &text) == 3)
+    if (sscanf(answer.c_str(), "%zu %zu %n", &begin, &end, &text) == 2)
     {
         edit->range = {begin, end};
         edit->text =
             answer.substr(static_cast<size_t>(text), answer.size() - static_cast<size_t>(text) - 1);
-        edit->isShared = isShared != 0;
         return "";
     }
     return answer == "several\n"

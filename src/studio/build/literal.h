@@ -22,7 +22,6 @@ struct LiteralEdit
 {
     TextRange range;
     std::string text; // two digits where the literal is a color such as "#ff8800"
-    bool isShared;    // it stands in a loop or a function, or under a name that is used again
 };
 
 /// Finds a literal in the statement around a line, or in an assignment that the statement takes it

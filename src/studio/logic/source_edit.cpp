@@ -28,13 +28,6 @@ def is_same(value):
     except OverflowError:
         return False
 tree = ast.parse(source)
-above = {child: node for node in ast.walk(tree) for child in ast.iter_child_nodes(node)}
-several = (ast.For, ast.While, ast.FunctionDef, ast.Lambda, ast.ListComp, ast.SetComp, ast.DictComp,
-           ast.GeneratorExp)
-def makes_several(node):
-    while node is not None and not isinstance(node, several):
-        node = above.get(node)
-    return node is not None
 statement = None
 for node in ast.walk(tree):
     if isinstance(node, ast.stmt) and node.lineno <= line <= node.end_lineno:
@@ -42,10 +35,7 @@ for node in ast.walk(tree):
             statement = node
 triples = ("position", "rotation", "scale", "diffuse", "ambient")
 ranks = {}
-shared = set()
-def add(node, at, text, word, place):
-    if makes_several(node):
-        shared.add(at)
+def add(at, text, word, place):
     if index >= 0 and (place != index or word in triples and word != keyword):
         return
     best = word == keyword and place == index
@@ -71,12 +61,12 @@ def visit_hex(node, word):
             text = "%02x" % byte if 0 <= byte <= 255 else "range"
             text = text.upper() if digits != digits.lower() else text
             at = begin + 2 * channel
-            add(node, (at, at + 2), text, word, channel)
+            add((at, at + 2), text, word, channel)
 def visit(node, word, place):
     value = number(node)
     if value is not None:
         if is_same(value):
-            add(node, bytes_of(node), new, word, place)
+            add(bytes_of(node), new, word, place)
     elif isinstance(node, ast.keyword):
         visit(node.value, node.arg, -1)
     elif isinstance(node, (ast.Tuple, ast.List)):
@@ -85,12 +75,7 @@ def visit(node, word, place):
     elif isinstance(node, ast.Name):
         made = [one for one in assigned(node.id) if one in tree.body]
         if len(made) == 1 and (number(made[0].value) is not None or called(made[0].value) == "hex"):
-            known = set(ranks)
             visit(made[0].value, word, place)
-            uses = [one for one in ast.walk(tree) if isinstance(one, ast.Name)
-                    and one.id == node.id and isinstance(one.ctx, ast.Load)]
-            if len(uses) > 1:
-                shared.update(at for at, text in set(ranks) - known)
     elif called(node) == "hex" and len(node.args) == 1 and isinstance(node.args[0], ast.Constant):
         if isinstance(node.args[0].value, str):
             visit_hex(node.args[0], word)
@@ -133,8 +118,7 @@ if statement is not None:
 top = max(ranks.values(), default=0)
 best = [(*at, text) for (at, text), rank in ranks.items() if rank == top]
 if len(best) == 1 and best[0][2].lower() != "range":
-    begin, end, text = best[0]
-    print(begin, end, int((begin, end) in shared), text)
+    print(*best[0])
 else:
     print("range" if len(best) == 1 else "several" if best else "none")
 )";

@@ -34,8 +34,7 @@ struct LiteralHint
 LiteralHint HintOf(const std::string& group, const std::string& fieldName);
 
 /// Python's program that finds a literal: its arguments are a file, a line, the number there, the
-/// number to write, and a hint's two members. It prints the first byte, the one after the last, 1
-/// where the literal may make more than this value (else 0), and the text to write; or "none",
-/// "several", or "range" for a number that two digits can't hold. A number that is computed with, or
-/// that chooses, is no literal of the value.
+/// number to write, and a hint's two members. It prints the first byte, the one after the last, and
+/// the text to write; or "none", "several", or "range" for a number that two digits can't hold. A
+/// number that is computed with, or that chooses, is no literal of the value.
 extern const char kLiteralProgram[];
