@@ -96,6 +96,9 @@ class Row:
         >>> demo = Document()
         >>> demo.row(3).verbatim("<row/>")
         """
+        if self.clips:
+            raise ValueError(f"verbatim(): row {self.number} has clips already, the first made at "
+                             f"{self.clips[0].origin}")
         self.xml = xml
 
     def show(self, scene: Scene | None, camera: Camera, start: int, end: int, *,
@@ -131,6 +134,9 @@ class Row:
             raise ValueError(f"show(): the timeline has {LIMITS['seconds']} seconds, "
                              f"{LIMITS['seconds'] * TICKS_PER_SECOND} ticks, and the clip ends at "
                              f"{end}")
+        if self.xml is not None:
+            raise ValueError(f"show(): row {self.number} is given as its element and takes no "
+                             f"clips")
         for other in self.clips:
             if start < other.end and other.start < end:
                 raise ValueError(f"show(): row {self.number} shows another scene from "
