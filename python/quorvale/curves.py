@@ -146,7 +146,10 @@ class Curve:
         0.25
         """
         self._refuse_verbatim()
-        x = self._folded(tick & 0xFFFFFFFF)
+        whole = int(tick)
+        if whole != tick:
+            raise TypeError(f"at(): the tick is a whole number, not {tick}")
+        x = self._folded(whole & 0xFFFFFFFF)
         for piece in self.pieces[:-1]:
             if x <= piece.length:
                 return _evaluate(piece, x)
