@@ -13,9 +13,9 @@ import pytest
 from hypothesis import given
 from hypothesis import strategies as st
 
-from quorvale import (FLAT, Bitmap, Camera, Color, Curve, Document, Fog, Light, Model, Scene, effects,
-                      hold, layers, line, look, manipulators, material, orbit, path, recipes, steps,
-                      waters)
+from quorvale import (FLAT, Bitmap, Camera, Color, Curve, Document, Fog, Light, Model, Scene, Texture,
+                      effects, hold, layers, line, look, manipulators, material, orbit, path, recipes,
+                      steps, waters)
 from quorvale.cameras import heading
 from quorvale.curves import written
 from quorvale.exact import cos_turns, f32, sin_turns
@@ -505,6 +505,19 @@ def test_cameras_look_where_they_say():
     assert abs(facing[1].at(150) - turning.rotation[1].at(150) * -1.0) < 1e-3
     with pytest.raises(ValueError, match="above 0 and below 180 degrees, not 180"):
         look((0, 0, 1), (0, 0, 0), 180)
+
+
+@pytest.mark.parametrize("digits", (7, 9))
+def test_whole_numbers_of_layers_and_steps_keep_all_digits(digits):
+    demo = plain_document()
+    demo.digits = digits
+    seeds = (12345678, 12345679, 16777216, -9999999, 2 ** 40, 0)
+    texture = Texture()
+    for seed in seeds:
+        texture += layers.noise(seed=seed)
+    demo.keep(texture | steps.ripple(waves_x=12345678))
+    assert re.findall(r"(?<=<p>)-?\d+(?=</p>\n  </layer>)", demo.text()) == list(map(str, seeds))
+    assert "<p>12345678</p>" in demo.text().partition("<filter")[2]
 
 
 def at(value, tick):
