@@ -11,7 +11,7 @@ as those of ranges do:
     TypeError: ease(): the parameter "first" is a number, not (0, 1)
 
 Numbers and texts are looked at first. Anything else is left to the function, whose own message is
-better where it has one.
+better where it has one. Where a whole number is asked for, 200.0 becomes 200 on the way.
 """
 
 from __future__ import annotations
@@ -60,43 +60,52 @@ def _alternatives(hint: object) -> tuple[object, ...]:
 def _is_number(value: object, whole: bool) -> bool:
     if isinstance(value, bool) or not isinstance(value, (int, float)) or not math.isfinite(value):
         return False
-    return not whole or isinstance(value, int)
+    return not whole or value == math.floor(value)
 
 
-def _fits_all(hints: tuple[object, ...], values: object, strict: bool) -> bool:
+def _fits_all(hints: tuple[object, ...], values: object) -> bool:
     if not isinstance(values, (tuple, list)):
         return False
     if len(hints) == 2 and hints[1] is Ellipsis:
-        return all(_fits(hints[0], value, strict) for value in values)
-    return len(hints) == len(values) and all(map(
-        lambda hint, value: _fits(hint, value, strict), hints, values))
+        return all(_fits(hints[0], value) for value in values)
+    return len(hints) == len(values) and all(map(_fits, hints, values))
 
 
-def _fits_one(hint: Any, value: object, strict: bool) -> bool:
+def _fits_one(hint: Any, value: object) -> bool:
     origin, inner = typing.get_origin(hint), typing.get_args(hint)
     if hint is Any:
         return True
     if hint in (float, int):
-        return _is_number(value, whole=hint is int and strict)
+        return _is_number(value, whole=hint is int)
     if hint is None or hint is types.NoneType:
         return value is None
     if hint is bool:
         return isinstance(value, bool) or value in (0, 1)
     if origin is tuple:
-        return _fits_all(inner, value, strict)
+        return _fits_all(inner, value)
     if origin in (list, Sequence, Iterable):
         if isinstance(value, (tuple, list, range)):
-            return all(_fits(inner[0], each, strict) for each in value)
+            return all(_fits(inner[0], each) for each in value)
         return isinstance(value, Iterable) and not isinstance(value, (str, dict))
     if hint is Callable or origin is Callable:
         return callable(value)
     return not isinstance(hint, type) or isinstance(value, hint)
 
 
-def _fits(hint: object, value: object, strict: bool) -> bool:
-    """Whether a value is what an annotation says. Whole floats pass as ints unless it is strict,
-    and so do lists as tuples."""
-    return any(_fits_one(each, value, strict) for each in _alternatives(hint))
+def _fits(hint: object, value: object) -> bool:
+    """Whether a value is what an annotation says. Whole floats pass as ints, and lists as
+    tuples."""
+    return any(_fits_one(each, value) for each in _alternatives(hint))
+
+
+def _as_whole(hint: object, value: Any) -> Any:
+    """A whole float as the int that an annotation asks for; anything else as it is."""
+    if not isinstance(value, float) or not value.is_integer():
+        return value
+    kinds = _alternatives(hint)
+    if typing.get_origin(hint) is typing.Literal:
+        kinds = tuple(map(type, typing.get_args(hint)))
+    return int(value) if int in kinds and float not in kinds else value
 
 
 def _words_of(hint: Any, many: bool = False) -> str:
@@ -122,7 +131,7 @@ def _words_of(hint: Any, many: bool = False) -> str:
 
 
 def _check_plain(maker: str, word: str, hint: object, value: object) -> None:
-    """Refuses what is no number where only a number or a curve can stand."""
+    """Refuses what is no number, or no whole one, where only such a number or a curve can stand."""
     kinds = set(_alternatives(hint))
     if value is None and types.NoneType in kinds:
         return
@@ -132,10 +141,12 @@ def _check_plain(maker: str, word: str, hint: object, value: object) -> None:
     names = {getattr(kind, "__name__", "") for kind in kinds}
     if kinds <= {float, int} or (names <= {"float", "int", "Curve"} and not _is_curve(value)):
         checked_number(maker, f'parameter "{word}"', value)
+        if int in kinds and float not in kinds:
+            _check_fit(maker, word, hint, value)
 
 
-def _check_fit(maker: str, word: str, hint: object, value: object, strict: bool) -> None:
-    if not _fits(hint, value, strict):
+def _check_fit(maker: str, word: str, hint: object, value: object) -> None:
+    if not _fits(hint, value):
         raise TypeError(f'{maker}(): the parameter "{word}" is {_words_of(hint)}, not '
                         f"{told(value)}")
 
@@ -163,6 +174,15 @@ class _Taken:
         pairs = [*zip(self.hints, arguments[self.skipped:]), *words.items()]
         return [(word, self.hints[word], value) for word, value in pairs if word in self.hints]
 
+    def whole(self, arguments: tuple[Any, ...], words: dict[str, Any],
+              ) -> tuple[tuple[Any, ...], dict[str, Any]]:
+        """The same arguments, with ints for whole floats where the function asks for ints."""
+        first = self.skipped
+        hints = list(self.hints.values())
+        return (arguments[:first] + tuple(map(_as_whole, hints, arguments[first:])) +
+                arguments[first + len(hints):],
+                {word: _as_whole(self.hints.get(word), value) for word, value in words.items()})
+
 
 def _tells(text: str, maker: str, value: object) -> bool:
     """Whether a message is the function's own, of this value or of something in it."""
@@ -173,9 +193,12 @@ def _tells(text: str, maker: str, value: object) -> bool:
 def _called(taken: _Taken, function: Callable[..., Any], often: bool,
             arguments: tuple[Any, ...], words: dict[str, Any]) -> Any:
     given = [] if often else taken.given(arguments, words)
+    if any(isinstance(value, float) for _, _, value in given):
+        arguments, words = taken.whole(arguments, words)
+        given = taken.given(arguments, words)
     for word, hint, value in given:
         if hint in _TEXTS:
-            _check_fit(taken.maker, word, hint, value, strict=False)
+            _check_fit(taken.maker, word, hint, value)
         elif function.__module__ not in _OF_WORDS:
             _check_plain(taken.maker, word, hint, value)
     try:
@@ -183,10 +206,10 @@ def _called(taken: _Taken, function: Callable[..., Any], often: bool,
     except Exception as error:  # noqa: whatever came of an argument that should not be there
         for word, hint, value in taken.given(arguments, words):
             if not _tells(str(error), taken.maker, value):
-                _check_fit(taken.maker, word, hint, value, strict=True)
+                _check_fit(taken.maker, word, hint, value)
         raise
     for word, hint, value in given:
-        _check_fit(taken.maker, word, hint, value, strict=False)
+        _check_fit(taken.maker, word, hint, value)
     return result
 
 

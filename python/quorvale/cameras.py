@@ -11,10 +11,12 @@ from __future__ import annotations
 import math
 from collections.abc import Sequence
 from dataclasses import dataclass
+from typing import Final
 
-from quorvale.curves import SPLINE_POINTS, Curve, Value, spline, spline_value
+from quorvale.curves import (SPLINE, SPLINE_POINTS, Curve, Piece, Value, even_ticks, line, spline,
+                             spline_value, wave)
 from quorvale.exact import atan2_degrees, cos_degrees, cos_turns, sin_degrees, sin_turns
-from quorvale.facts import checked_number, told
+from quorvale.facts import LIMITS, checked_number, told
 from quorvale.values import Vector, checked_triple, checked_value
 
 Point = tuple[float, float, float]
@@ -41,6 +43,8 @@ class Camera:
         checked_triple("Camera", "rotation", self.rotation)
         if self.fov is not None:
             checked_value("Camera", "field of view", self.fov)
+            if isinstance(self.fov, Curve) and self.fov.xml is not None:
+                return
             extremes = (self.fov.extremes() if isinstance(self.fov, Curve) else
                         ((self.fov, 0), (self.fov, 0)))
             for extreme, tick in extremes:
@@ -75,8 +79,10 @@ class Camera:
         >>> look((5, 0, 0), (0, 0, 0)).facing(100)
         (0.0, 90.0, 0.0)
         """
+        if length < 1:
+            raise ValueError(f"facing(): the length is 1 tick at least, not {length}")
         knots: tuple[list[tuple[int, float]], ...] = ([], [], [])
-        for t in _knot_ticks(length):
+        for t in _turned_knots(self.rotation, length):
             pitch, yaw, roll = (_sampled(value, t) for value in self.rotation)
             # The inverse of the camera's Rz Rx Ry, as the object's Rx Ry Rz.
             sx, cx = sin_degrees(-pitch), cos_degrees(-pitch)
@@ -102,11 +108,10 @@ class Camera:
         return x, y, z
 
 
+_JOINED_STEPS: Final = SPLINE_POINTS - 3  # between the points that a joined spline runs through
+_MOST_STEPS: Final = LIMITS["pieces"] * _JOINED_STEPS
+
 FLAT = Camera((0.0, 0.0, 0.0), (0.0, 0.0, 0.0), None)
-
-
-def _knot_ticks(length: int) -> list[int]:
-    return [round(length * i / (SPLINE_POINTS - 1)) for i in range(SPLINE_POINTS)]
 
 
 def _nearest_turn(angle: float, points: Sequence[tuple[int, float]]) -> float:
@@ -127,7 +132,34 @@ def _distance(angles: Sequence[float], knots: Sequence[Sequence[tuple[int, float
 def _curve(points: Sequence[tuple[int, float]]) -> Value:
     if all(y == points[0][1] for _, y in points):
         return points[0][1]
-    return spline(points)
+    if len(points) <= SPLINE_POINTS:
+        return spline(points)
+    # Several splines, each with the points before and after it, so that they join smoothly.
+    pieces = []
+    for first in range(0, len(points) - 1, _JOINED_STEPS):
+        start = points[first][0]
+        end = points[min(first + _JOINED_STEPS, len(points) - 1)][0]
+        near = [(t - start, y) for t, y in points[max(0, first - 1):first + _JOINED_STEPS + 2]]
+        near += [(0, 0.0)] * (SPLINE_POINTS - len(near))
+        pieces.append(Piece(SPLINE, end - start, tuple(n for point in near for n in point)))
+    return Curve(tuple(pieces))
+
+
+def _turned_knots(rotation: Vector, length: int) -> list[int]:
+    """Ticks so near to each other that a camera turns by an eighth at most between two. It may jump
+    now and then, as where a curve loops."""
+    steps = SPLINE_POINTS - 1
+    while True:
+        ticks = even_ticks(length, steps + 1)
+        turns = [max(abs(_sampled(value, b) - _sampled(value, a)) for value in rotation)
+                 for a, b in zip(ticks, ticks[1:])]
+        far = sum(turn > 45.0 for turn in turns)
+        if far == 0 or steps >= min(length, _MOST_STEPS):
+            if far > steps // 8 and steps < length:
+                raise ValueError(f"facing(): the camera turns too fast for one curve, by "
+                                 f"{sum(turns):.0f} degrees in {length} ticks: ask for fewer")
+            return ticks
+        steps = min(_MOST_STEPS, length, 2 * steps)
 
 
 def _sampled(value: Value, t: int) -> float:
@@ -153,6 +185,10 @@ def _point(maker: str, meaning: str, point: Sequence[float]) -> Point:
     return x, y, z
 
 
+def _is_tick(value: object) -> bool:
+    return isinstance(value, int) or isinstance(value, float) and value.is_integer()
+
+
 def look(eye: Sequence[float], target: Sequence[float], fov: Value = 60.0,
          roll: Value = 0.0) -> Camera:
     """A camera at one point that looks at another. `fov` and `roll` are degrees and may move."""
@@ -166,23 +202,33 @@ def path(keys: Sequence[tuple[int, Sequence[float], Sequence[float]]], fov: Valu
          roll: Value = 0.0) -> Camera:
     """A camera on a curve through 2 to 12 keys (tick, eye, target), the first at tick 0.
 
-    It passes its eyes and looks at its targets at the keys, and close to them between.
+    It passes its eyes at the keys, slower at the first and the last, and stays at the last. Its
+    directions are taken at twelve even distances, so it looks close to its targets, not at each
+    of them; after a fast turn by a key, `cut` to a second path instead.
+
+    >>> camera = path([(0, (0, 0, 5), (0, 0, 0)), (100, (0, 0, 9), (0, 0, 0))])
+    >>> camera.position[2].at(100)
+    -9.0
     """
     if not 2 <= len(keys) <= SPLINE_POINTS:
         raise ValueError(f"path(): there are 2 to {SPLINE_POINTS} keys, not {len(keys)}")
     for key in keys:
-        if not isinstance(key, (tuple, list)) or len(key) != 3 or not isinstance(key[0], int):
+        if not isinstance(key, (tuple, list)) or len(key) != 3 or not _is_tick(key[0]):
             raise ValueError(f"path(): a key is (tick, eye, target), such as (200, (0, 1, 5), "
                              f"(0, 0, 0)), not {told(key)}")
         _point("path", "eye", key[1])
         _point("path", "target", key[2])
-    eyes = [[(t, eye[k]) for t, eye, _ in keys] for k in range(3)]
-    targets = [[(t, target[k]) for t, _, target in keys] for k in range(3)]
-    for points in eyes + targets:
-        spline(points)  # refuses ticks in disorder
+    if keys[0][0] != 0:
+        raise ValueError(f"path(): the first key lies at tick 0, not {keys[0][0]}")
+    for (before, _, _), (tick, _, _) in zip(keys, keys[1:]):
+        if tick <= before:
+            raise ValueError(f"path(): each key has a later tick than the one before it, and "
+                             f"{tick} stands after {before}")
+    eyes = [[(int(t), eye[k]) for t, eye, _ in keys] for k in range(3)]
+    targets = [[(int(t), target[k]) for t, _, target in keys] for k in range(3)]
     pitches: list[tuple[int, float]] = []
     yaws: list[tuple[int, float]] = []
-    for t in _knot_ticks(keys[-1][0]):
+    for t in even_ticks(int(keys[-1][0])):
         pitch, yaw = heading([spline_value(points, t) for points in eyes],
                              [spline_value(points, t) for points in targets])
         pitches.append((t, pitch))
@@ -195,16 +241,29 @@ def orbit(center: Sequence[float], radius: float, height: float, length: int, tu
           start: float = 0.0, fov: Value = 60.0) -> Camera:
     """A camera that circles a point in `length` ticks, `height` above it, and looks at it.
 
-    `turns` may be below 0 and below 1; `start` is where it begins, in turns, 0 in front (towards
-    larger z).
+    `turns` may be below 0, below 1 and as many as one likes; `start` is where it begins, in turns,
+    0 in front (towards larger z). It is as fast at its ends as between, so that one goes on where
+    another ends.
+
+    >>> camera = orbit((0, 0, 0), radius=5, height=0, length=800, turns=8)
+    >>> camera.rotation[1].at(400)
+    -1440.0
     """
     center = _point("orbit", "center", center)
     if checked_number("orbit", "length", length) != int(length) or length < 1:
         raise ValueError(f"orbit(): the length is a whole number of ticks, at least 1, "
                          f"not {length}")
-    keys = []
-    for t in _knot_ticks(length):
-        turn = start + turns * t / length
-        keys.append((t, (center[0] + radius * sin_turns(turn), center[1] + height,
-                         center[2] + radius * cos_turns(turn)), center))
-    return path(keys, fov)
+    eye = (center[0] + radius * sin_turns(start), center[1] + height,
+           center[2] + radius * cos_turns(start))
+    still = look(eye, center, fov)
+    if turns == 0.0 or radius == 0.0:
+        return still
+    # Forwards through the sines, so that none of their numbers is below 0 where turns are not.
+    period = length / abs(turns)
+    backwards = 1.0 if turns > 0.0 else -1.0
+    x = wave(0.0 - center[0], -radius * backwards, period, start * backwards, length)
+    z = wave(0.0 - center[2], -radius, period, start * backwards + 0.25, length)
+    pitch, yaw, roll = still.rotation
+    assert not isinstance(yaw, Curve)
+    return Camera((x, still.position[1], z),
+                  (pitch, line(yaw, yaw - 360.0 * turns, length), roll), fov)

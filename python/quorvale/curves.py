@@ -17,7 +17,7 @@ from __future__ import annotations
 import math
 from collections.abc import Callable, Iterator, Sequence
 from dataclasses import dataclass, field, replace
-from typing import Final, NamedTuple, Union
+from typing import Final, NamedTuple, TypeVar, Union
 
 from quorvale.exact import PI, f32, sin_turns, sine32
 from quorvale.facts import LIMITS, TICKS_PER_SECOND, checked_number, row, told
@@ -91,6 +91,9 @@ def _is_factor(done: str, value: object) -> bool:
     return True
 
 
+Ticks = TypeVar("Ticks", int, float)
+
+
 @dataclass(frozen=True)
 class Curve:
     """A function of time, made by `hold`, `line`, `wave` and the others.
@@ -136,19 +139,24 @@ class Curve:
         return sum(piece.length for piece in self.pieces)
 
     def at(self, tick: int) -> float:
-        """The value at a tick of 0 or more, to the last bit what the engine computes.
+        """The value at a tick of 0 or more, to the last bit what the engine computes of a document
+        with seven digits, as they are written if nothing is said.
 
         >>> line(0, 1, 100).at(25)
         0.25
         """
-        x = self._folded(tick & 0xFFFFFFFF)
+        self._refuse_verbatim()
+        whole = int(tick)
+        if whole != tick:
+            raise TypeError(f"at(): the tick is a whole number, not {tick}")
+        x = self._folded(whole & 0xFFFFFFFF)
         for piece in self.pieces[:-1]:
             if x <= piece.length:
                 return _evaluate(piece, x)
             x -= piece.length
         return _evaluate(self.pieces[-1], min(x, self.pieces[-1].length))
 
-    def _folded(self, tick: int) -> int:
+    def _folded(self, tick: Ticks) -> Ticks:
         if self.loop == OFF or tick <= self.end:
             return tick
         length = self.end - self.begin
@@ -158,17 +166,18 @@ class Curve:
         return 2 * length - folded if folded > length else folded
 
     def sample(self, tick: float) -> float:
-        """The value at a tick in full precision, also between ticks, without loops.
+        """The value at a tick of 0 or more in full precision, also between ticks.
 
-        >>> line(0, 1, 100).sample(0.5)
-        0.005
+        >>> line(0, 1, 100).sample(0.5), line(0, 1, 100).looped().sample(150)
+        (0.005, 0.5)
         """
-        x = tick
+        self._refuse_verbatim()
+        x = self._folded(tick)
         for piece in self.pieces[:-1]:
             if x <= piece.length:
                 return _sample(piece, x)
             x -= piece.length
-        return _sample(self.pieces[-1], x)
+        return _sample(self.pieces[-1], min(x, self.pieces[-1].length))
 
     def extremes(self) -> tuple[tuple[float, int], tuple[float, int]]:
         """The lowest and the highest value while the curve is played, each with its tick.
@@ -178,6 +187,7 @@ class Curve:
         >>> line(2, 4, 100).extremes()
         ((2.0, 0), (4.0, 100))
         """
+        self._refuse_verbatim()
         end = self.length if self.loop == OFF else min(self.length, self.end)
         values: list[tuple[float, int]] = []
         start = 0
@@ -252,7 +262,8 @@ class Curve:
 
     def _refuse_verbatim(self) -> None:
         if self.xml is not None:
-            raise ValueError("a curve that is given as its element can't be changed")
+            raise ValueError("a curve that is given as its element has values that only the engine "
+                             "knows: it can't be changed, joined or asked")
 
     def then(self, following: Value, length: int = 100) -> Curve:
         """This curve, and where it ends another, or a number held for `length` ticks. Neither
@@ -282,6 +293,7 @@ class Curve:
         ticks = _ticks("delayed", "delay", ticks)
         if ticks == 0:
             return self
+        self._refuse_verbatim()
         if self.loop == PING_PONG:
             raise ValueError("delayed(): a curve that swings begins at tick 0 of its clip, so it "
                              "can't be later; write both ways instead, as in "
@@ -297,6 +309,7 @@ class Curve:
         >>> line(0, 1, 100).looped().at(125)
         0.25
         """
+        self._refuse_verbatim()
         return replace(self, loop=LOOP, begin=begin, end=self.length if end is None else end)
 
     def swinging(self, begin: int = 0, end: int | None = None) -> Curve:
@@ -306,6 +319,7 @@ class Curve:
         >>> line(0, 1, 100).swinging().at(125)
         0.75
         """
+        self._refuse_verbatim()
         return replace(self, loop=PING_PONG, begin=begin, end=self.length if end is None else end)
 
     def sampled(self, length: int, points: int = SPLINE_POINTS) -> Curve:
@@ -314,11 +328,24 @@ class Curve:
         >>> wave(0, 1, 400).sampled(400, points=9).at(100)
         1.0
         """
-        return spline([(round(length * k / (points - 1)),
-                        self.sample(round(length * k / (points - 1)))) for k in range(points)])
+        if not 2 <= points <= SPLINE_POINTS:
+            raise ValueError(f"sampled(): there are 2 to {SPLINE_POINTS} points, not {points}")
+        if length < 1:
+            raise ValueError(f"sampled(): the length is 1 tick at least, not {length}")
+        return spline([(tick, self.sample(tick)) for tick in even_ticks(length, points)])
 
 
 Value = Union[float, Curve]
+
+
+def even_ticks(length: int, points: int = SPLINE_POINTS) -> list[int]:
+    """Ticks from 0 to `length` at even distances; fewer than `points` where there are not so many.
+
+    >>> even_ticks(100, 5), even_ticks(2, 5)
+    ([0, 25, 50, 75, 100], [0, 1, 2])
+    """
+    steps = max(1, min(points - 1, length))
+    return [round(length * k / steps) for k in range(steps + 1)]
 
 
 def _evaluate(piece: Piece, tick: int) -> float:
@@ -501,6 +528,8 @@ def _stretches(curve: Curve, ends: Sequence[int]) -> Iterator[tuple[float, float
 
 
 def _sum(one: Curve, other: Curve) -> Curve:
+    one._refuse_verbatim()
+    other._refuse_verbatim()
     if one.loop != OFF or other.loop != OFF:
         raise ValueError("curves that loop can't be added: add first, loop the sum")
     for curve in (one, other):  # refuse what is no polynomial, wherever it stands

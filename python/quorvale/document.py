@@ -96,6 +96,9 @@ class Row:
         >>> demo = Document()
         >>> demo.row(3).verbatim("<row/>")
         """
+        if self.clips:
+            raise ValueError(f"verbatim(): row {self.number} has clips already, the first made at "
+                             f"{self.clips[0].origin}")
         self.xml = xml
 
     def show(self, scene: Scene | None, camera: Camera, start: int, end: int, *,
@@ -131,6 +134,9 @@ class Row:
             raise ValueError(f"show(): the timeline has {LIMITS['seconds']} seconds, "
                              f"{LIMITS['seconds'] * TICKS_PER_SECOND} ticks, and the clip ends at "
                              f"{end}")
+        if self.xml is not None:
+            raise ValueError(f"show(): row {self.number} is given as its element and takes no "
+                             f"clips")
         for other in self.clips:
             if start < other.end and other.start < end:
                 raise ValueError(f"show(): row {self.number} shows another scene from "
@@ -404,6 +410,10 @@ class _Writer:
     def number(self, value: float) -> _Element:
         return _Element("p", text=number_text(float(value), self.document.digits))
 
+    def setting(self, value: float) -> _Element:
+        """A number of a layer or step, where whole numbers keep all their digits."""
+        return _Element("p", text=str(value)) if isinstance(value, int) else self.number(value)
+
     def envelope(self, curve: Curve) -> int:
         """The id of a curve's envelope. Equal curves share one, unless the document shares
         nothing: then ids are known when all curves are, and 0 stands for them."""
@@ -452,7 +462,7 @@ class _Writer:
 
     def layer(self, layer: Layer) -> _Element:
         return _Element("layer", (("type", layer.row.number), *_named(layer)),
-                        [self.number(number) for number in layer.numbers])
+                        [self.setting(number) for number in layer.numbers])
 
     def texture(self, texture: Texture) -> _Element:
         steps = []
@@ -461,7 +471,7 @@ class _Writer:
             if step.layer is not None:
                 attributes.append(("id", self.id(step.layer) - 1))
             steps.append(_Element("filter" if step.layer is None else "layer", attributes,
-                                  [self.number(number) for number in step.numbers]))
+                                  [self.setting(number) for number in step.numbers]))
         return _Element("texture", _named(texture), steps)
 
     def model(self, model: Model) -> _Element:

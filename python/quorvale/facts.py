@@ -19,6 +19,8 @@ from collections.abc import Iterable
 from dataclasses import dataclass
 from typing import Any, Final
 
+from quorvale.exact import f32
+
 
 @dataclass(frozen=True)
 class Param:
@@ -157,7 +159,7 @@ def passes(param: Param, value: float) -> bool:
 
 
 def check(maker: str, param: Param, value: object) -> float:
-    """One number of a parameter, inside its range.
+    """One number of a parameter, inside its range; whole ones are ints, which keep all digits.
 
     >>> check("maze", row("generators", "maze").params[1], 12)
     Traceback (most recent call last):
@@ -170,4 +172,9 @@ def check(maker: str, param: Param, value: object) -> float:
         raise ValueError(f"{maker}(): the {param.meaning} is a whole number, not {value}")
     if not param.least <= number <= param.most:
         raise ValueError(f"{maker}(): the {param.meaning} is {range_text(param)}, not {value}")
-    return number
+    if param.kind != "integer":
+        return number
+    if f32(number) != number:
+        raise ValueError(f"{maker}(): the {param.meaning} is a whole number that documents hold, "
+                         f"not {value}; the nearest is {f32(number):.0f}")
+    return int(number)

@@ -118,13 +118,19 @@ def _scaled(other: object, sign: str) -> ScaledLayer:
     if isinstance(other, Layer):
         return ScaledLayer(other, 1.0)
     if isinstance(other, Texture):
+        other._refuse_verbatim()
         first = other.steps[0] if len(other.steps) == 1 and other.pending == 1.0 else None
         if first is not None and first.layer is not None and first.row.word == "add":
             return ScaledLayer(first.layer, first.numbers[1])
         raise ValueError(f"on the right of {sign} stands a layer, not a texture of "
                          f"{len(other.steps)} steps: there is one image to work on. Begin with "
                          f"the texture and add the layers to it")
-    raise TypeError(f"on the right of {sign} stands a layer, not {told(other)}")
+    cure = ""
+    if sign == "+" and isinstance(other, (int, float)):
+        cure = f"; a gray one is layers.color(({other:g}, {other:g}, {other:g}))"
+    elif isinstance(other, Curve):
+        cure = "; textures do not move, the color and alpha of a material may"
+    raise TypeError(f"on the right of {sign} stands a layer, not {told(other)}{cure}")
 
 
 @dataclass(eq=False)
@@ -140,8 +146,9 @@ class Texture(Item):
     pending: float = 1.0  # a factor that the next step takes along
 
     def __post_init__(self) -> None:
-        if len(self.steps) > LIMITS["steps"]:
-            raise ValueError(f"a texture has up to {LIMITS['steps']} steps, not {len(self.steps)}")
+        count = len(self.steps) + (self.pending != 1.0)  # the factor is a step where none follows
+        if count > LIMITS["steps"]:
+            raise ValueError(f"a texture has up to {LIMITS['steps']} steps, not {count}")
 
     @staticmethod
     def of(layer: LayerLike) -> Texture:
@@ -160,6 +167,7 @@ class Texture(Item):
         >>> (noise() * maze()).named("stone").name
         'stone'
         """
+        self._refuse_verbatim()
         return Texture(self.steps, self.pending, name=name)
 
     def finished(self) -> tuple[Step, ...]:
@@ -173,7 +181,13 @@ class Texture(Item):
             return self.steps
         return self.steps + (Step(row("steps", "scale"), (self.pending,)),)
 
+    def _refuse_verbatim(self) -> None:
+        if self.xml is not None:
+            raise ValueError("a texture that is given as its element has steps that only the "
+                             "engine knows: it can't be changed")
+
     def _combined(self, word: str, layer: ScaledLayer) -> Texture:
+        self._refuse_verbatim()
         step = Step(row("steps", word), (self.pending, layer.scale), layer.layer)
         return Texture(self.steps + (step,))
 
@@ -181,12 +195,16 @@ class Texture(Item):
         return self._combined("add", _scaled(other, "+"))
 
     def __mul__(self, other: Union[float, LayerLike, Texture]) -> Texture:
+        self._refuse_verbatim()
         if isinstance(other, (int, float)):
             return Texture(self.steps, self.pending * other)
         layer = _scaled(other, "*")
         # Bytes count from 0 to 255 and images from 0 to 1: hence the divisor.
         scale = self.pending * layer.scale * (1.0 / 255.0)
         return Texture(self.steps + (Step(row("steps", "multiply"), (scale,), layer.layer),))
+
+    def __rmul__(self, factor: float) -> Texture:
+        return self * factor
 
     def maximum(self, other: LayerLike) -> Texture:
         """The brighter of both at each pixel and channel.
@@ -208,6 +226,7 @@ class Texture(Item):
         if not isinstance(step, Step):
             raise TypeError(f"on the right of | stands a step, such as steps.blur(), "
                             f"not {told(step)}")
+        self._refuse_verbatim()
         return Texture(self.finished() + (step,))
 
 

@@ -76,6 +76,7 @@ class Scene(Item):
         `rotation` is degrees about x, y and z; `scale` one value or three. `visible` hides the
         object while it is below 1. `shift` is ticks that are added to the object's time.
         """
+        self._refuse_verbatim()
         if not isinstance(shape, (Model, GenMesh)):
             cure = f'; a file is Model("{shape}")' if isinstance(shape, str) else \
                 '; mesh.write("name.obj") gives its model' if hasattr(shape, "faces") else ""
@@ -103,6 +104,9 @@ class Scene(Item):
             checked_triple("add", "rotation", rotation), checked_triple("add", "scale", scale),
             visible, _shift(shift), tuple(manipulators), here()))
 
+    def _refuse_verbatim(self) -> None:
+        if self.xml is not None:
+            raise ValueError("add(): a scene that is given as its element takes no more objects")
 
     def verbatim(self, xml: str) -> None:
         """Adds an object as its element, written as it stands; see `quorvale.verbatim`.
@@ -110,6 +114,7 @@ class Scene(Item):
         >>> scene = Scene()
         >>> scene.verbatim('<object type="0" object="1" material="1"/>')
         """
+        self._refuse_verbatim()
         self.objects.append(Verbatim(xml))
 
 
@@ -124,8 +129,10 @@ def _check_copies(manipulators: Sequence[Manipulator]) -> None:
     for manipulator in manipulators:
         for param, value in zip(manipulator.row.params, manipulator.values):
             if param.kind == "count":
-                most = value.extremes()[1][0] if isinstance(value, Curve) else value
-                copies *= max(1.0, most)
+                if not isinstance(value, Curve):
+                    copies *= max(1.0, value)
+                elif value.xml is None:
+                    copies *= max(1.0, value.extremes()[1][0])
     if copies > LIMITS["instances"]:
         raise ValueError(f"add(): an object has up to {LIMITS['instances']} copies, "
                          f"not {copies:.0f}")

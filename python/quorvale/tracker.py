@@ -12,6 +12,7 @@ The bytes are the same on every machine: all waves come of sums, products and `q
 
 from __future__ import annotations
 
+import math
 import struct
 from collections.abc import Iterable, Iterator, Sequence
 from dataclasses import dataclass
@@ -36,12 +37,14 @@ def note_number(name: str) -> int:
     """
     if len(name) < 2 or name[0] not in _SEMITONES or name[-1] not in "01234567":
         raise ValueError(f'a note is named "C-4", "Bb3" or "C#5", not "{name}"')
-    number = _SEMITONES[name[0]]
+    number = 12 * int(name[-1]) + _SEMITONES[name[0]] + 1
     if name[1] == "#":
         number += 1
     if name[1] == "b":
         number -= 1
-    return 12 * int(name[-1]) + number + 1
+    if not 1 <= number < NOTE_OFF:
+        raise ValueError(f'notes go from "C-0" to "B-7", and "{name}" is none of them')
+    return number
 
 
 def notes(text: str) -> tuple[int, ...]:
@@ -85,11 +88,18 @@ def strokes(pattern: str) -> list[tuple[int, int]]:
 
 @dataclass(frozen=True)
 class Instrument:
-    """A sound: one wave of numbers, scaled to `peak` of the largest.
+    """A sound: one wave of numbers, scaled to `peak`, 0 to 1, of the largest.
 
-    `loop` samples at its end repeat. `relative` moves the pitch in semitones: a wave of 64 samples
-    a cycle sounds a C-4 at 0, one of 32 at -12. `pan` is 0 left to 255 right. `envelope` and
-    `panning` are points (step, 0 to 64); `sustain` the point at which a held note stays.
+    `bits` of a sample are 8 or 16. `loop` samples at its end repeat, none if it is 0. `relative`
+    moves the pitch in semitones, -96 to 95: a wave of 64 samples a cycle sounds a C-4 at 0, one of
+    32 at -12; `fine` in 128ths of one, -128 to 127. `pan` is 0 left to 255 right.
+
+    `envelope`, of the volume, and `panning` are up to 12 points (step, 0 to 64), in the order of
+    their steps; `sustain` is the number of the point, from 0, at which a held note stays, and
+    `panning_loop` those of two points between which the panning repeats. A note that was let go of
+    dies the sooner the higher `fadeout` is, 0 to 65535. `vibrato` is its shape, 0 to 3, its steps of
+    growth, 0 to 255, its depth, 0 to 15, and its speed, 0 to 63. Of `name` the first 22 letters are
+    kept.
     """
 
     name: str
@@ -113,8 +123,40 @@ class Instrument:
         if not 0 <= self.loop <= len(self.wave):
             raise ValueError(f"Instrument(): the loop is 0 to {len(self.wave)} samples long, "
                              f"not {self.loop}")
-        if len(self.envelope) > 12 or len(self.panning) > 12:
-            raise ValueError("Instrument(): an envelope has up to 12 points")
+        if not all(map(math.isfinite, self.wave)):
+            raise ValueError("Instrument(): the samples of a wave are finite numbers")
+        ranges = [("peak", self.peak, 0, 1), ("relative", self.relative, -96, 95),
+                  ("fine", self.fine, -128, 127), ("pan", self.pan, 0, 255),
+                  ("fadeout", self.fadeout, 0, 65535)]
+        words = ("shape", "growth", "depth", "speed")
+        ranges += [(f"{word} of the vibrato", value, 0, most)
+                   for word, value, most in zip(words, self.vibrato, (3, 255, 15, 63))]
+        for word, value, least, most in ranges:
+            if not least <= value <= most:
+                raise ValueError(f"Instrument(): the {word} is {least} to {most}, not {value}")
+        _check_points("envelope", self.envelope, () if self.sustain is None else (self.sustain,))
+        _check_points("panning", self.panning, self.panning_loop or ())
+
+
+def _check_points(word: str, points: Sequence[tuple[int, int]], named: Sequence[int]) -> None:
+    """Refuses points that no player follows, and numbers of points that are not there."""
+    if len(points) > 12:
+        raise ValueError(f"Instrument(): the {word} has up to 12 points, not {len(points)}")
+    before = -1
+    for step, value in points:
+        if step != int(step) or not before < step <= 65535:
+            raise ValueError(f"Instrument(): each point of the {word} has a later step than the one "
+                             f"before it, up to 65535, and {step} stands after {before}"
+                             if before >= 0 else
+                             f"Instrument(): the first step of the {word} is 0 to 65535, not {step}")
+        if value != int(value) or not 0 <= value <= 64:
+            raise ValueError(f"Instrument(): a point of the {word} is (step, 0 to 64), not "
+                             f"{told((step, value))}")
+        before = step
+    for number in named:
+        if not 0 <= number < len(points):
+            raise ValueError(f"Instrument(): the {word} has {len(points)} points, and none of them "
+                             f"is {number}, counted from 0")
 
 
 class Tune:
@@ -147,7 +189,9 @@ class Tune:
         self.cells = [[[0, 0, 0, 0, 0] for _ in range(channels)] for _ in range(rows)]
 
     def instrument(self, instrument: Instrument) -> int:
-        """Adds a sound and gives its number."""
+        """Adds a sound and gives its number, from 1 on; a module has up to 128."""
+        if len(self.instruments) == 128:
+            raise ValueError("instrument(): a module has up to 128 instruments")
         self.instruments.append(instrument)
         return len(self.instruments)
 
@@ -157,25 +201,29 @@ class Tune:
         number that `instrument()` gave, 0 for the one before; `volume` is 0 to 64.
         """
         number = note_number(note) if isinstance(note, str) else note
-        self._check_channel("play", channel)
+        if not 0 <= number <= NOTE_OFF:
+            raise ValueError(f"play(): a note is 1 to 96, 0 for none or {NOTE_OFF} for its end, "
+                             f"not {number}")
+        cell = self._cell("play", channel, row)
         if not isinstance(instrument, int) or not 0 <= instrument <= 128:
             raise ValueError(f"play(): the instrument is the number that tune.instrument(...) "
                              f"gave, or 0 for the one before, not {told(instrument)}")
         if not 0 <= volume <= 64:
             raise ValueError(f"play(): the volume is 0 to 64, not {volume}")
-        if 0 <= row < len(self.cells):
-            self.cells[row][channel][:3] = [number, instrument, SET_VOLUME + volume]
+        cell[:3] = [number, instrument, SET_VOLUME + volume]
 
-    def _check_channel(self, maker: str, channel: int) -> None:
+    def _cell(self, maker: str, channel: int, row: int) -> list[int]:
+        """The cell of a channel and row; outside the rows one that nobody plays."""
         if not 0 <= channel < self.channels:
             raise ValueError(f"{maker}(): the channel is 0 to {self.channels - 1}, as the tune has "
                              f"{self.channels}, not {channel}")
+        return self.cells[row][channel] if 0 <= row < len(self.cells) else [0, 0, 0, 0, 0]
 
     def stop(self, channel: int, row: int) -> None:
         """Lets go of a channel's note, unless a new one begins there."""
-        self._check_channel("stop", channel)
-        if row < len(self.cells) and self.cells[row][channel][0] == 0:
-            self.cells[row][channel][0] = NOTE_OFF
+        cell = self._cell("stop", channel, row)
+        if cell[0] == 0:
+            cell[0] = NOTE_OFF
 
     def clear(self, channels: Iterable[int], first: int, last: int) -> None:
         """Empties channels from row `first` up to `last`.
@@ -185,7 +233,7 @@ class Tune:
         """
         for row in range(first, last):
             for channel in channels:
-                self.cells[row][channel] = [0, 0, 0, 0, 0]
+                self._cell("clear", channel, row)[:] = [0, 0, 0, 0, 0]
 
     def effect(self, channel: int, row: int, number: int, parameter: int) -> None:
         """A command of the effect column, 0 to 35, and its parameter, 0 to 255.
@@ -193,8 +241,10 @@ class Tune:
         >>> tune = Tune(rows=64, channels=4)
         >>> tune.effect(0, 16, 0xF, 140)  # from row 16 on the tempo is 140
         """
-        if row < len(self.cells):
-            self.cells[row][channel][3:] = [number, parameter]
+        if not 0 <= number <= 35 or not 0 <= parameter <= 255:
+            raise ValueError(f"effect(): a command is 0 to 35 and its parameter 0 to 255, not "
+                             f"{number} and {parameter}")
+        self._cell("effect", channel, row)[3:] = [number, parameter]
 
     def volume(self, channel: int, row: int, value: int) -> None:
         """The volume of a channel from a row on, 0 to 64.
@@ -202,6 +252,8 @@ class Tune:
         >>> tune = Tune(rows=64, channels=4)
         >>> tune.volume(0, 16, 48)
         """
+        if not 0 <= value <= 64:
+            raise ValueError(f"volume(): the volume is 0 to 64, not {value}")
         self.volume_column(channel, row, SET_VOLUME + value)
 
     def volume_column(self, channel: int, row: int, value: int) -> None:
@@ -210,7 +262,9 @@ class Tune:
         >>> tune = Tune(rows=64, channels=4)
         >>> tune.volume_column(0, 16, 0xC0)  # to the left
         """
-        self.cells[row][channel][2] = value
+        if not 0 <= value <= 255:
+            raise ValueError(f"volume_column(): a byte is 0 to 255, not {value}")
+        self._cell("volume_column", channel, row)[2] = value
 
     def fade(self, channel: int, first: int, last: int, start: int, end: int) -> None:
         """Sets the volume on every row from `first` to `last` along a line.
@@ -218,6 +272,9 @@ class Tune:
         >>> tune = Tune(rows=64, channels=4)
         >>> tune.fade(0, first=48, last=63, start=64, end=0)
         """
+        if last <= first:
+            raise ValueError(f"fade(): it ends at a later row than it begins, not at {last} from "
+                             f"{first}")
         for row in range(first, last + 1):
             value = start * (last - row) + end * (row - first)
             self.volume(channel, row, value // (last - first))
@@ -228,9 +285,14 @@ class Tune:
             raise ValueError("Tune(): a module has an instrument at least, even a silent one: "
                              'tune.instrument(Instrument("none", tone(64, (1,))))')
         rows = self.cells
+        for number, row in enumerate(rows):
+            for channel, cell in enumerate(row):
+                if cell[1] > len(self.instruments):
+                    raise ValueError(f"Tune(): row {number} of channel {channel} plays instrument "
+                                     f"{cell[1]}, and the tune has {len(self.instruments)}")
         patterns = [_pattern(rows[first:first + _PATTERN_ROWS])
                     for first in range(0, len(rows), _PATTERN_ROWS)]
-        numbers = tuple(range(len(patterns)) if self.order is None else self.order)
+        numbers = tuple(range(len(patterns)) if self.order is None else map(int, self.order))
         if not 1 <= len(numbers) <= 256 or not 0 <= min(numbers) <= max(numbers) < len(patterns):
             raise ValueError(f"Tune(): the order is 1 to 256 numbers of patterns, 0 to "
                              f"{len(patterns) - 1}, not {numbers}")

@@ -92,6 +92,8 @@ def checked_param(maker: str, param: Param, value: object) -> Value:
     """
     if not isinstance(value, Curve):
         return check(maker, param, value)
+    if value.xml is not None:
+        return value
     for extreme, tick in value.extremes():
         if not passes(param, extreme):
             raise ValueError(f"{maker}(): the {param.meaning} is {range_text(param)}, "

@@ -152,6 +152,18 @@ def test_curves_go_where_they_say():
     assert seconds(2.5) == 250
 
 
+def test_samples_stay_at_the_end_and_follow_loops():
+    assert line(0, 1, 100).sample(250) == 1.0
+    assert line(0, 1, 100).swinging().sample(130.5) == pytest.approx(0.695)
+    assert line(0, 1, 100).sampled(200, points=3).at(200) == 1.0
+    assert ease_out(1, 0, 50).looped().sampled(400, points=5).at(300) == 1.0
+    assert line(0, 1, 3).sampled(3).at(2) == pytest.approx(2 / 3)
+    for arguments, text in (((100, 1), "2 to 12 points, not 1"), ((100, 13), "not 13"),
+                            ((0,), "the length is 1 tick at least, not 0")):
+        with pytest.raises(ValueError, match=r"^sampled\(\): .*" + text):
+            line(0, 1, 100).sampled(*arguments)
+
+
 def test_what_loops_is_not_joined_nor_swings_later():
     with pytest.raises(ValueError, match="a curve that loops has no end"):
         line(0, 1, 50).looped().then(5, 100)

@@ -2,6 +2,7 @@
 """What is written reads back through the engine as what was meant."""
 
 import json
+import math
 import os
 import re
 import subprocess
@@ -12,10 +13,12 @@ import pytest
 from hypothesis import given
 from hypothesis import strategies as st
 
-from quorvale import (FLAT, Bitmap, Camera, Color, Document, Fog, Light, Model, Scene, effects, hold,
-                      layers, line, look, manipulators, material, orbit, path, recipes, steps, waters)
+from quorvale import (FLAT, Bitmap, Camera, Color, Curve, Document, Fog, Light, Model, Scene, Texture,
+                      effects, hold, layers, line, look, manipulators, material, orbit, path, recipes,
+                      steps, waters)
+from quorvale.cameras import heading
 from quorvale.curves import written
-from quorvale.exact import f32
+from quorvale.exact import cos_turns, f32, sin_turns
 from quorvale.facts import CATALOGUES
 from quorvale.images import write_png
 from quorvale.items import RECIPES
@@ -497,11 +500,80 @@ def test_cameras_look_where_they_say():
     assert moving.position[2].at(100) == -9.0 and moving.rotation[0] == 0.0
     assert moving.later(50).position[2].at(50) == -5.0
     turning = orbit((0, 0, 0), 5, 0, 300)
-    assert abs(turning.position[0].at(82) + 4.946362) < 1e-5  # the knot nearest to a quarter
+    assert abs(turning.position[0].at(75) + 5.0) < 1e-5  # a quarter
     facing = turning.facing(300)
     assert abs(facing[1].at(150) - turning.rotation[1].at(150) * -1.0) < 1e-3
     with pytest.raises(ValueError, match="above 0 and below 180 degrees, not 180"):
         look((0, 0, 1), (0, 0, 0), 180)
+
+
+@pytest.mark.parametrize("digits", (7, 9))
+def test_whole_numbers_of_layers_and_steps_keep_all_digits(digits):
+    demo = plain_document()
+    demo.digits = digits
+    seeds = (12345678, 12345679, 16777216, -9999999, 2 ** 40, 0)
+    texture = Texture()
+    for seed in seeds:
+        texture += layers.noise(seed=seed)
+    demo.keep(texture | steps.ripple(waves_x=12345678))
+    assert re.findall(r"(?<=<p>)-?\d+(?=</p>\n  </layer>)", demo.text()) == list(map(str, seeds))
+    assert "<p>12345678</p>" in demo.text().partition("<filter")[2]
+
+
+def at(value, tick):
+    return value.at(tick) if isinstance(value, Curve) else value
+
+
+@pytest.mark.parametrize("turns, length", [(1, 300), (-1, 300), (0, 40), (0.25, 3), (1, 1), (5.5, 800),
+                                           (-20, 800), (100, 6000)])
+def test_an_orbit_goes_round_as_often_as_it_says(turns, length):
+    camera = orbit((1, 2, 3), 5, 1, length, turns=turns, start=0.3)
+    for tick in range(0, length + 1, max(1, length // 150)):
+        turn = 0.3 + turns * tick / length
+        eye = (1 + 5 * sin_turns(turn), 3, 3 + 5 * cos_turns(turn))
+        assert [-at(value, tick) for value in camera.position] == pytest.approx(eye, abs=2e-3)
+        off = at(camera.rotation[1], tick) - heading(eye, (1, 2, 3))[1]
+        assert abs((off + 180) % 360 - 180) < 0.03
+        assert at(camera.rotation[0], tick) == pytest.approx(heading(eye, (1, 2, 3))[0])
+        # Nowhere else after its end than at it.
+        assert at(camera.position[0], length + 50) == at(camera.position[0], length)
+
+
+@pytest.mark.parametrize("turns, length", [(1, 800), (1.4, 800), (3, 800), (9, 800), (1, 7), (1, 1)])
+def test_what_faces_an_orbit_does_so_all_the_time(turns, length):
+    camera = orbit((0, 0, 0), 5, 2, length, turns=turns)
+    facing = camera.facing(length)
+    for tick in range(length + 1):
+        rx, ry = (at(value, tick) / 360.0 for value in facing[:2])
+        front = (sin_turns(ry), -sin_turns(rx) * cos_turns(ry), cos_turns(rx) * cos_turns(ry))
+        eye = [-at(value, tick) for value in camera.position]
+        assert math.dist(front, [value / math.hypot(*eye) for value in eye]) < 0.08
+    with pytest.raises(ValueError, match=r"facing\(\): the camera turns too fast .* 14400 degrees in 800"):
+        orbit((0, 0, 0), 5, 2, 800, turns=40).facing(800)
+    with pytest.raises(ValueError, match=r"facing\(\): the length is 1 tick at least, not 0"):
+        camera.facing(0)
+
+
+def test_what_faces_a_camera_follows_its_loops_and_its_end():
+    rolling = look((0, 0, 5), (0, 0, 0), roll=line(0, 90, 100).looped())
+    assert rolling.facing(250)[2].at(250) == pytest.approx(-45.0)
+    still = orbit((0, 0, 0), 5, 0, 100, turns=0.25).facing(300)[1]
+    assert still.at(100) == pytest.approx(90.0, abs=5) and still.at(300) == pytest.approx(90.0)
+
+
+def test_keys_of_a_path_are_told_with_their_ticks():
+    def going(*ticks):
+        return path([(tick, (k, 0, 5), (0, 0, 0)) for k, tick in enumerate(ticks)])
+
+    assert going(0.0, 100.0) == going(0, 100)
+    for length in range(1, 30):
+        assert going(0, length).position[0].at(length) == -1.0
+    for ticks, text in (((10, 100), "the first key lies at tick 0, not 10"),
+                        ((0, 100, 50), "50 stands after 100"), ((0, 5, 5), "5 stands after 5"),
+                        ((0, 5.5), "a key is [(]tick, eye, target[)].*not [(]5.5"), ((0,), "not 1"),
+                        (range(13), "2 to 12 keys, not 13")):
+        with pytest.raises(ValueError, match=r"^path\(\): .*" + text):
+            going(*ticks)
 
 
 def test_colors_scale_and_mix():

@@ -215,6 +215,8 @@ MISTAKES = {
     "recipes.lit_colour()": "did you mean \"lit_color\"?",
     "Document().rwo(1)": "'Document' object has no attribute 'rwo'; did you mean \"row\"?",
     "from quorvale import Documnt": 'did you mean "Document"?',
+    "layers.noise(seed=123456789)":
+        "a whole number that documents hold, not 123456789; the nearest is 123456792",
     "layers.maze(size=12)": "the size of the cells is 1 to 7, not 12",
     "slyce.beat(2)": "NameError: name 'slyce' is not defined; did you mean \"slice\"?",
     "tvne.beat(2)": "NameError: name 'tvne' is not defined",

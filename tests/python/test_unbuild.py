@@ -11,7 +11,8 @@ import subprocess
 import pytest
 
 from conftest import program
-from quorvale import Curve, Document, Light, Scene, hold, layers, recipes
+from quorvale import (FLAT, Curve, Document, Light, Model, Scene, Texture, hold, layers, line, look,
+                      manipulators, recipes, steps)
 from quorvale.unbuild import curve_words, parse, piece_text, unbuild_document, wrapped
 from quorvale.verbatim import verbatim
 
@@ -209,8 +210,48 @@ def test_an_element_is_written_as_it_stands():
     text = made.text()
     for element in ('<row a="1"/>', "<object/>", "<light/>", "<light b='2'/>", "<envelope/>"):
         assert element in text
-    with pytest.raises(ValueError, match="can't be changed"):
-        verbatim(Curve, "<envelope/>") * 2
+
+
+ELEMENT = verbatim(Curve, "<envelope/>")
+TEXTURE = verbatim(Texture, "<texture/>")
+
+
+@pytest.mark.parametrize("change", [
+    lambda: ELEMENT * 2, lambda: 2 - ELEMENT, lambda: ELEMENT / 2, lambda: ELEMENT + line(0, 1, 9),
+    lambda: line(0, 1, 9) + ELEMENT, lambda: ELEMENT.then(1), lambda: line(0, 1, 9).then(ELEMENT),
+    lambda: ELEMENT.delayed(5), lambda: ELEMENT.looped(0, 5), lambda: ELEMENT.swinging(0, 5),
+    lambda: ELEMENT.sampled(100), lambda: ELEMENT.sample(1), lambda: ELEMENT.at(1),
+    lambda: ELEMENT.extremes(), lambda: look((0, 0, 5), (0, 0, 0), roll=ELEMENT).later(5),
+    lambda: look((0, 0, 5), (0, 0, 0), roll=ELEMENT).facing(50),
+    lambda: TEXTURE | steps.blur(), lambda: TEXTURE * 0.5, lambda: 0.5 * TEXTURE,
+    lambda: TEXTURE + layers.noise(), lambda: TEXTURE * layers.noise(),
+    lambda: layers.noise() + TEXTURE, lambda: layers.noise() * TEXTURE,
+    lambda: TEXTURE.maximum(layers.noise()), lambda: TEXTURE.minimum(layers.noise()),
+    lambda: TEXTURE.named("stone"),
+    lambda: verbatim(Scene, "<scene/>").add(Model("a.obj"), recipes.color()),
+    lambda: verbatim(Scene, "<scene/>").verbatim("<object/>")])
+def test_an_element_is_not_changed_into_something_else(change):
+    with pytest.raises(ValueError, match="given as its element"):
+        change()
+
+
+def test_an_element_stands_where_a_moving_value_can():
+    scene = Scene()
+    scene.add(Model("a.obj"), recipes.wireframe((ELEMENT, 0, 0), width=ELEMENT), visible=ELEMENT,
+              manipulators=[manipulators.x_multiplier(ELEMENT)])
+    made = Document(shared=False)
+    made.row(0).show(scene, look((0, 0, 5), (0, 0, 0), fov=ELEMENT).later(0), 0, 100)
+    assert made.text().count("<envelope/>") == 1
+
+
+def test_a_row_is_an_element_or_has_clips():
+    made = Document()
+    made.row(0).verbatim("<row/>")
+    with pytest.raises(ValueError, match="row 0 is given as its element"):
+        made.row(0).show(None, FLAT, 0, 100)
+    made.row(1).show(None, FLAT, 0, 100)
+    with pytest.raises(ValueError, match="row 1 has clips already, the first made at .*test_unbuild"):
+        made.row(1).verbatim("<row/>")
 
 
 def test_long_statements_break_inside_their_brackets():
