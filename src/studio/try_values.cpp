@@ -455,8 +455,7 @@ static std::string WhyOutdated(const Studio* studio, const std::string& path)
                                   "without mistakes, then write";
 }
 
-/// @param written    receives the line of the number, which may stand some lines below its
-/// statement
+/// @param written   receives the line of the number, which may stand below that of its statement
 /// @return an empty text, or why the change can't be written
 static std::string WriteIntoProgram(const Studio* studio, const ValueChange& change,
                                     SourceLine* written)
