@@ -13,7 +13,8 @@
 #include "tools/files.h"
 
 static constexpr uint32_t kValuesAtOnce = 4;
-static constexpr uint64_t kMostNs = 2000000; // of a round
+static constexpr uint64_t kMostNs = 2000000;  // of a round
+static constexpr uint32_t kCopySeconds = 300; // that the copy may count
 
 void RestartCost(Studio* studio, bool keepsHistory)
 {
@@ -227,7 +228,8 @@ bool CountMore(Studio* studio)
         {
             cost->hasCounter = true;
             Stage* stage = studio->window.slots[studio->active].stage;
-            StartCopy([stage, cost] { CountStateCalls(stage, cost->piece); }, &cost->counter);
+            StartCopy([stage, cost] { CountStateCalls(stage, cost->piece); }, kCopySeconds,
+                      &cost->counter);
         }
         return false;
     }

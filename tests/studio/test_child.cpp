@@ -26,7 +26,7 @@ TEST(Child, ACopyKnowsWhatThisProcessKnew)
         WriteAll(STDOUT_FILENO, known.data(), known.size());
         WriteAll(STDERR_FILENO, "too", 3);
     };
-    ASSERT_TRUE(StartCopy(work, &child)) << child.errors;
+    ASSERT_TRUE(StartCopy(work, 600, &child)) << child.errors;
     while (!child.hasEnded)
     {
         ReadMore(&child);
@@ -48,7 +48,7 @@ TEST(Child, ACopyThatNeverEndsIsEnded)
             pause();
         }
     };
-    ASSERT_TRUE(StartCopy(work, &child)) << child.errors;
+    ASSERT_TRUE(StartCopy(work, 600, &child)) << child.errors;
     while (child.output.empty())
     {
         ReadMore(&child);
@@ -71,11 +71,31 @@ TEST(Child, ACopyHoldsNoOtherStreamOpen)
             pause();
         }
     };
-    ASSERT_TRUE(StartCopy(work, &child)) << child.errors;
+    ASSERT_TRUE(StartCopy(work, 600, &child)) << child.errors;
     close(ends[1]);
     char byte;
     EXPECT_EQ(read(ends[0], &byte, 1), 0); // its end, though the copy lives
     close(ends[0]);
     EXPECT_FALSE(child.hasEnded);
+    EndChild(&child);
+}
+
+TEST(Child, ACopyThatTakesTooLongEndsItself)
+{
+    Child child = {};
+    const auto work = []
+    {
+        for (;;)
+        {
+            pause();
+        }
+    };
+    ASSERT_TRUE(StartCopy(work, 1, &child)) << child.errors;
+    for (int i = 0; i < 600 && !child.hasEnded; ++i)
+    {
+        usleep(50000);
+        ReadChild(&child, 1);
+    }
+    EXPECT_TRUE(child.hasEnded);
     EndChild(&child);
 }

@@ -119,14 +119,16 @@ bool StartChild(const std::vector<std::string>& arguments, Child* child)
     return Fork(become, child);
 }
 
-bool StartCopy(const std::function<void()>& work, Child* child)
+bool StartCopy(const std::function<void()>& work, uint32_t seconds, Child* child)
 {
-    const auto become = [&work](const int(&streams)[3], pid_t parent)
+    const auto become = [&work, seconds](const int(&streams)[3], pid_t parent)
     {
         if (LeaveParent(streams, parent))
         {
             close_range(STDERR_FILENO + 1, ~0u, 0);
             setpriority(PRIO_PROCESS, 0, kCopyPriority);
+            signal(SIGALRM, SIG_DFL);
+            alarm(seconds);
             work();
             _exit(EXIT_SUCCESS);
         }

@@ -29,10 +29,11 @@ bool StartChild(const std::vector<std::string>& arguments, Child* child);
 /// Starts a copy of this process as it stands, in a process group of its own and of low priority.
 /// It has this one thread alone and no stream but the three, does its work, and ends. It ends with
 /// the program.
-/// @param work   writes to standard output; may take memory, but must not touch what belongs to
-///               other threads: OpenGL, the window, the sound
+/// @param work      writes to standard output; may take memory, but must not touch what belongs to
+///                  other threads: OpenGL, the window, the sound
+/// @param seconds   of the clock, after which the copy is ended wherever it stands
 /// @return false with an error text in child->errors
-bool StartCopy(const std::function<void()>& work, Child* child);
+bool StartCopy(const std::function<void()>& work, uint32_t seconds, Child* child);
 
 /// Takes what has come, without waiting.
 /// @param most   bytes that output and errors may have; what is more stays in the pipe
