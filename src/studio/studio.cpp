@@ -1130,6 +1130,9 @@ int RunStudio(const StudioOptions& options)
         delete studio;
         return EXIT_FAILURE;
     }
+    // A screen may be too small for the window that was kept: that is no change of the user's.
+    SDL_GetWindowSize(studio->window.window, &studio->firstSettings.windowWidth,
+                      &studio->firstSettings.windowHeight);
     OpenSound(&studio->sound);
     SetVolume(&studio->sound, studio->settings.volume, options.isMuted);
     studio->scale = FindDesktopScale(studio->window.window);

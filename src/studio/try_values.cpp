@@ -465,14 +465,14 @@ static std::string WriteIntoProgram(const Studio* studio, const ValueChange& cha
     {
         return "no line of the author's is known for it";
     }
-    const std::string outdated = WhyOutdated(studio, line.path);
+    std::string outdated = WhyOutdated(studio, line.path);
     if (!outdated.empty())
     {
         return outdated;
     }
     const std::string text = ReadText(line.path);
     LiteralEdit edit = {};
-    const std::string wrong =
+    std::string wrong =
         FindLiteral({line.path, line.line, change.was, change.is, LabelHint(change.label)}, &edit);
     if (!wrong.empty())
     {
@@ -489,7 +489,7 @@ static std::string WriteIntoProgram(const Studio* studio, const ValueChange& cha
 static std::string WriteIntoDocument(const Studio* studio, const std::string& path,
                                      const ValueChange& change, SourceLine* written)
 {
-    const std::string outdated = WhyOutdated(studio, path);
+    std::string outdated = WhyOutdated(studio, path);
     if (!outdated.empty())
     {
         return outdated;

@@ -65,3 +65,32 @@ def test_a_module_that_is_not_there_is_told(tmp_path: Path) -> None:
     path = tmp_path / "none.xm"
     done = subprocess.run([STUDIO, "--musician", str(path)], capture_output=True, text=True)
     assert done.returncode != 0 and done.stderr == f'there is no module "{path}"\n'
+
+
+def test_a_file_is_no_control_socket(screen: Screen, tmp_path: Path) -> None:
+    note = tmp_path / "note.txt"
+    note.write_text("mine\n")
+    ended = subprocess.run([STUDIO, "--control", str(note)], capture_output=True, text=True,
+                           env=dict(os.environ, DISPLAY=screen.name, HOME=str(tmp_path),
+                                    XDG_CONFIG_HOME=str(tmp_path), SDL_AUDIODRIVER="dummy"),
+                           timeout=60)
+    assert ended.returncode == 1
+    assert ended.stderr == f"quorvale-studio: {note} is there, and no socket; it is left alone\n"
+    assert note.read_text() == "mine\n"
+
+
+def test_settings_that_others_write_meanwhile_stay(start: Start, tmp_path: Path) -> None:
+    settings = tmp_path / "config" / "quorvale-studio" / "settings"
+    settings.parent.mkdir(parents=True)
+    settings.write_text("width=2000\nheight=1500\nvolume=40\n")  # larger than this screen
+    studio = start("--size", "160x90")
+    studio.key("9")
+    studio.until(lambda now: now["volume"] == 30)
+    settings.write_text(f"# by hand\neditor=vi\nwidth=2000\nheight=1500\nvolume=40\n"
+                        f"piece=500 {PACKAGE}\n")
+    studio.key("ctrl+q")
+    assert studio.end() == 0
+    lines = settings.read_text().splitlines()
+    for line in ("# by hand", "editor=vi", "width=2000", "height=1500", "volume=30",
+                 f"piece=500 {PACKAGE}"):
+        assert line in lines
