@@ -97,9 +97,9 @@ class Instrument:
     `envelope`, of the volume, and `panning` are up to 12 points (step, 0 to 64), in the order of
     their steps; `sustain` is the number of the point, from 0, at which a held note stays, and
     `panning_loop` those of two points between which the panning repeats. A note that was let go of
-    dies the sooner the higher `fadeout` is, 0 to 65535. `vibrato` is its shape, 0 to 3, its steps of
-    growth, 0 to 255, its depth, 0 to 15, and its speed, 0 to 63. Of `name` the first 22 letters are
-    kept.
+    dies the sooner the higher `fadeout` is, 0 to 65535. `vibrato` is its shape, 0 to 3, its steps
+    of growth, 0 to 255, its depth, 0 to 15, and its speed, 0 to 63. Of `name` the first 22 letters
+    are kept.
     """
 
     name: str
