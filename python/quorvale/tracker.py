@@ -145,10 +145,11 @@ def _check_points(word: str, points: Sequence[tuple[int, int]], named: Sequence[
     before = -1
     for step, value in points:
         if step != int(step) or not before < step <= 65535:
-            raise ValueError(f"Instrument(): each point of the {word} has a later step than the one "
-                             f"before it, up to 65535, and {step} stands after {before}"
+            raise ValueError(f"Instrument(): each point of the {word} has a later step than the "
+                             f"one before it, up to 65535, and {step} stands after {before}"
                              if before >= 0 else
-                             f"Instrument(): the first step of the {word} is 0 to 65535, not {step}")
+                             f"Instrument(): the first step of the {word} is 0 to 65535, "
+                             f"not {step}")
         if value != int(value) or not 0 <= value <= 64:
             raise ValueError(f"Instrument(): a point of the {word} is (step, 0 to 64), not "
                              f"{told((step, value))}")
