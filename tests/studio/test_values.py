@@ -29,6 +29,17 @@ def unfold(studio: Studio, node: str, child: str) -> None:
     studio.reveal(f"node {child}", "tree")
 
 
+def look_at_the_lamp(studio: Studio) -> None:
+    """Looks at the light of the piece that `dpk new` makes, where its height can be dragged."""
+    opened(studio)
+    studio.click("open row 0, clip 1")
+    unfold(studio, 'scene 1 "stage"', "scene 1, object 1")
+    unfold(studio, "scene 1, object 1", "material 1")
+    unfold(studio, "material 1", "light 1")
+    studio.click("node light 1", 0.8)
+    studio.reveal("value position y", "item")
+
+
 def is_yellow(screen: Screen, studio: Studio, part: str) -> bool:
     """Whether a part of the window shows yellow."""
     left, top = studio.place(part, 0.0, 0.0)
@@ -46,13 +57,7 @@ def test_a_value_is_tried_and_written(start: Start, screen: Screen, script: Path
     source = script / "piece.py"
     text = source.read_bytes()
     studio = start(*SIZE, script)
-    opened(studio)
-    studio.click("open row 0, clip 1")
-    unfold(studio, 'scene 1 "stage"', "scene 1, object 1")
-    unfold(studio, "scene 1, object 1", "material 1")
-    unfold(studio, "material 1", "light 1")
-    studio.click("node light 1", 0.8)
-    studio.reveal("value position y", "item")
+    look_at_the_lamp(studio)
     assert not is_yellow(screen, studio, "value position y")
 
     # The picture shows it while the mouse is down.
@@ -102,13 +107,7 @@ def test_a_tried_value_goes_with_its_item(start: Start, script: Path) -> None:
     source = script / "piece.py"
     text = source.read_text()
     studio = start(*SIZE, script)
-    opened(studio)
-    studio.click("open row 0, clip 1")
-    unfold(studio, 'scene 1 "stage"', "scene 1, object 1")
-    unfold(studio, "scene 1, object 1", "material 1")
-    unfold(studio, "material 1", "light 1")
-    studio.click("node light 1", 0.8)
-    studio.reveal("value position y", "item")
+    look_at_the_lamp(studio)
     studio.drag("value position y", 40)
     studio.drop()
     change = studio.until(lambda now: now["changes"])["changes"][0]
@@ -154,13 +153,7 @@ def test_values_that_change_with_a_written_one_are_counted(start: Start, script:
                                "dark.add(ring, recipes.lit_texture(light=other, texture=stone))\n"
                                "demo.row(3).show(dark, FLAT, 0, 100)\n"))
     studio = start(*SIZE, script)
-    opened(studio)
-    studio.click("open row 0, clip 1")
-    unfold(studio, 'scene 1 "stage"', "scene 1, object 1")
-    unfold(studio, "scene 1, object 1", "material 1")
-    unfold(studio, "material 1", "light 1")
-    studio.click("node light 1", 0.8)
-    studio.reveal("value position y", "item")
+    look_at_the_lamp(studio)
     studio.drag("value position y", 40)
     studio.drop()
     studio.until(lambda now: now["changes"])
